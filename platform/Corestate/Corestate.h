@@ -1,0 +1,42 @@
+// The shared state database: a tree of entities by path ("tcamSharing/shoalAcl/config").
+//
+// The hosting agent mounts entities; whoever needs one looks it up by path and type.
+#pragma once
+
+#include "platform/Orv/Dir.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Corestate {
+
+class ORV_EXPORT Corestate {
+ public:
+   // Throws Orv::NullArgumentException for a null entity and std::invalid_argument for a path that
+   // is malformed (empty, or with an empty part), taken, or below a mounted entity that is no
+   // directory.
+   void mount(std::string_view path, Orv::Ptr<Orv::Entity> entity);
+   // Harmless when nothing is mounted there. Those who hold the entity keep it.
+   void unmount(std::string_view path);
+
+   // null when nothing is mounted there.
+   Orv::Ptr<Orv::Entity> entity(std::string_view path) const;
+   // null when nothing of this type is mounted there.
+   template<class T>
+   Orv::Ptr<T> lookUp(std::string_view path) const {
+      return Orv::Ptr<T>(dynamic_cast<T*>(entity(path).get()));
+   }
+
+   struct Mounted {
+      std::string path;
+      Orv::Ptr<Orv::Entity> entity;
+   };
+   // Everything mounted, directories left out, in order of path.
+   std::vector<Mounted> mounted() const;
+
+ private:
+   Orv::Ptr<Orv::Dir> root_ = Orv::make<Orv::Dir>();
+};
+
+} // namespace Corestate

@@ -1,0 +1,45 @@
+// What the chip family reports of its units and ports. Written by the chip's driver, read by the
+// machines.
+#pragma once
+
+#include "platform/Hardware/Shoal/Ids.h"
+#include "platform/Orv/Entity.h"
+#include "platform/Plexus/IntfId.h"
+
+#include <string>
+
+namespace Hardware::Shoal {
+
+// Unit types; 0 when none is recorded.
+using FapType = uint32_t;
+inline constexpr FapType fapTypeArad = 1;
+// The type beside Arad that keeps a VLAN domain per port-channel and unit.
+inline constexpr FapType fapTypeLagDomain = 2;
+
+// External look-up types; 0 when none is recorded.
+using ExtLkupType = uint32_t;
+inline constexpr ExtLkupType extLkupTypeLumen_ = 4;
+
+class ORV_EXPORT Status : public Orv::Entity {
+   ORV_ENTITY(Status, "Hardware::Shoal::Status")
+   // A unit is available while it has a name here.
+   ORV_COLLECTION(fapName, FapId, std::string, Orv::KeyedByIndex)
+   ORV_COLLECTION(fapType, FapId, FapType, Orv::KeyedByIndex)
+   ORV_COLLECTION(fapExtLkupType, FapId, ExtLkupType, Orv::KeyedByIndex)
+   // Interface -> its port, in interface order. An absent interface reads as the null port.
+   ORV_COLLECTION(sysPhyPortId, Plexus::IntfId, SystemPhyPortId, Orv::OrderedCollection)
+   ORV_COLLECTION(portMap, SystemPhyPortId, PortMap, Orv::KeyedByIndex)
+   // While false, the port map is being rewritten; a new version says that it is whole again.
+   ORV_ATTRIBUTE(portMapValid, bool, true)
+   ORV_ATTRIBUTE(portMapVersion, uint32_t, 0)
+
+   bool fapAvailable(FapId fapId) const { return !fapName(fapId).empty(); }
+};
+
+// The system-wide number of the TCAM that a unit's core uses. Each unit has up to
+// kCoresPerFap cores; the null id for the null unit.
+inline constexpr uint32_t kCoresPerFap = 2;
+ORV_EXPORT SystemTcamId fapLocalCoreIdToSystemTcamId(Orv::Ptr<Status const> const& status,
+                                                     FapId fapId, uint32_t localCoreId);
+
+} // namespace Hardware::Shoal

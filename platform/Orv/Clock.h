@@ -1,0 +1,79 @@
+// Timers on the event loop's thread.
+//
+// A notifiee asks to be called once at an absolute time; asking again moves the request. A time
+// that is not in the future (0 above all) means at once, but from the loop, never from inside the
+// caller, and after everything that was due before: a machine that always asks for another slice
+// leaves room for every other event.
+#pragma once
+
+#include "platform/Orv/Entity.h"
+#include "platform/Orv/System.h"
+
+#include <set>
+
+namespace Orv {
+
+class Clock;
+class ClockNotifiee;
+
+// The timers of one event loop in order of time, then of asking. The loop calls runDue().
+class ORV_EXPORT Timers {
+ public:
+   Timers() = default;
+   Timers(Timers const&) = delete;
+   Timers& operator=(Timers const&) = delete;
+
+   bool idle() const { return waiting_.empty(); }
+   // When the next notifiee wants to be called; only while not idle().
+   Seconds next() const { return waiting_.begin()->time; }
+   // Calls each notifiee that is due now and was when this call began; what those calls ask for
+   // waits for the next run. Returns how many were called.
+   std::size_t runDue();
+
+ private:
+   friend class ClockNotifiee;
+   struct Request {
+      Seconds time;
+      uint64_t order;
+      ClockNotifiee* notifiee;
+      friend auto operator<=>(Request const& a, Request const& b) {
+         auto byTime = a.time <=> b.time;
+         return byTime != 0 ? byTime : std::partial_ordering(a.order <=> b.order);
+      }
+   };
+   std::set<Request> waiting_;
+   uint64_t asked_ = 0;
+};
+
+class ORV_EXPORT Clock : public Entity {
+   ORV_ENTITY(Clock, "Orv::Clock")
+
+   explicit Clock(Timers& timers) : timers_(timers) {}
+   Timers& timers() const { return timers_; }
+
+ private:
+   Timers& timers_; // outlives the clock
+};
+
+class ORV_EXPORT ClockNotifiee {
+ public:
+   explicit ClockNotifiee(Ptr<Clock const> clock) : clock_(std::move(clock)) {}
+   ClockNotifiee(ClockNotifiee const&) = delete;
+   ClockNotifiee& operator=(ClockNotifiee const&) = delete;
+   virtual ~ClockNotifiee();
+
+   void timeMinIs(Seconds time);
+   void timeMinDel(); // withdraws the request
+   bool waiting() const { return waiting_; }
+   Seconds timeMin() const { return time_; } // of the present or last request
+   virtual void handleTime() = 0;
+
+ private:
+   friend class Timers;
+   Ptr<Clock const> clock_;
+   Seconds time_ = 0.0;
+   uint64_t order_ = 0;
+   bool waiting_ = false;
+};
+
+} // namespace Orv

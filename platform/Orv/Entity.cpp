@@ -1,0 +1,7 @@
+#include "platform/Orv/Entity.h"
+
+namespace Orv {
+
+Entity::~Entity() = default;
+
+} // namespace Orv

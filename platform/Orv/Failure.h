@@ -1,0 +1,47 @@
+// Invariant failures: bugs, never states of the world. They print and stop the agent.
+#pragma once
+
+#include "platform/Export.h"
+
+#include <sstream>
+#include <string>
+
+namespace Orv {
+
+struct Failure {
+   char const* condition;
+   std::string explanation;
+   char const* function;
+   char const* file;
+   int line;
+};
+
+// Called before the agent stops, with what failed; it may end the process itself. For hosts that
+// rehearse a change in a copy of themselves. nullptr removes it.
+using FailureHook = void (*)(Failure const& failure);
+ORV_EXPORT void failureHookIs(FailureHook hook);
+
+// Writes "Failed(" condition ") " explanation, then function and place, to standard error, and
+// aborts.
+[[noreturn]] ORV_EXPORT void fail(Failure const& failure);
+
+template<class... Parts>
+[[noreturn, gnu::cold, gnu::noinline]] void failWith(char const* condition, char const* function,
+                                                     char const* file, int line,
+                                                     Parts const&... parts) {
+   std::ostringstream explanation;
+   (explanation << ... << parts);
+   fail(Failure{condition, explanation.str(), function, file, line});
+}
+
+} // namespace Orv
+
+// `text` is the condition in the words that the operator sees, to the character; what follows it
+// is streamed as the explanation.
+#define ORV_ASSERT(condition, text, ...)                                                           \
+   do {                                                                                            \
+      if (!(condition)) [[unlikely]] {                                                             \
+         ::Orv::failWith(text, __PRETTY_FUNCTION__, __FILE__,                                      \
+                         __LINE__ __VA_OPT__(, ) __VA_ARGS__);                                     \
+      }                                                                                            \
+   } while (false)

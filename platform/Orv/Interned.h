@@ -1,0 +1,111 @@
+// Interned values: each distinct value is stored once and handled as a 32-bit index.
+//
+// The key of the hot collections is such a handle: it compares as an integer, is copied as one, and
+// indexes paged arrays directly (PagedTable), so that one hash look-up, when the value is made,
+// serves every table it enters afterwards. Index 0 is the default value. What is interned stays for
+// the life of the process; the set of interfaces, units and VLANs of a switch bounds it.
+#pragma once
+
+#include "platform/Orv/SlotIndex.h"
+#include "platform/Orv/Value.h"
+
+#include <memory>
+#include <vector>
+
+namespace Orv {
+
+// Distinct values of `Fields` in order of first appearance. Addresses are stable.
+template<class Fields>
+class Interner {
+ public:
+   constexpr Interner() = default;
+
+   uint32_t intern(Fields const& fields) {
+      if (fields == defaultFields()) {
+         return 0;
+      }
+      return intern(
+          hashOf(fields), [&](Fields const& other) { return other == fields; },
+          [&] { return fields; });
+   }
+
+   // For values that are looked up by less than the whole of their fields.
+   template<class Equals, class Make>
+   uint32_t intern(uint64_t hash, Equals&& equals, Make&& make) {
+      uint32_t found = index_.find(hash, [&](uint32_t at) { return equals((*this)[at]); });
+      if (found != kNil) {
+         return found;
+      }
+      // Made first: making a value may intern others of the same kind (a parent interface).
+      Fields made = make();
+      uint32_t at = ++last_;
+      if ((at >> kPageBits) >= pages_.size()) {
+         pages_.push_back(std::make_unique<Fields[]>(kPageSize));
+      }
+      pages_[at >> kPageBits][at & (kPageSize - 1)] = std::move(made);
+      index_.insert(hash, at);
+      return at;
+   }
+
+   template<class Equals>
+   uint32_t find(uint64_t hash, Equals&& equals) const {
+      return index_.find(hash, [&](uint32_t at) { return equals((*this)[at]); });
+   }
+
+   Fields const& operator[](uint32_t at) const {
+      if (at == 0) [[unlikely]] {
+         return defaultFields();
+      }
+      return pages_[at >> kPageBits][at & (kPageSize - 1)];
+   }
+
+   uint32_t last() const { return last_; }
+
+ private:
+   static Fields const& defaultFields() {
+      static Fields const fields{};
+      return fields;
+   }
+   static constexpr uint32_t kPageBits = 8;
+   static constexpr uint32_t kPageSize = 1U << kPageBits;
+
+   std::vector<std::unique_ptr<Fields[]>> pages_;
+   SlotIndex index_;
+   uint32_t last_ = 0;
+};
+
+// Handle of a value kept in `interner`, the one table of its kind in the process.
+template<class Fields, Interner<Fields>& interner>
+class Interned {
+ public:
+   constexpr Interned() = default;
+   explicit Interned(Fields const& fields) : index_(interner.intern(fields)) {}
+
+   Fields const& fields() const { return interner[index_]; }
+   uint32_t index() const { return index_; }
+   uint64_t hash() const { return mixHash(index_); }
+
+   friend bool operator==(Interned a, Interned b) { return a.index_ == b.index_; }
+   // By fields, so that an order never depends on what was made first.
+   friend auto operator<=>(Interned a, Interned b) { return a.fields() <=> b.fields(); }
+   friend std::ostream& operator<<(std::ostream& out, Interned value) {
+      return out << value.fields();
+   }
+
+ protected:
+   static Interned fromIndex(uint32_t index) {
+      Interned value;
+      value.index_ = index;
+      return value;
+   }
+   uint32_t index_ = 0;
+};
+
+// A key that PagedTable can index by: dense small integers, and back.
+template<class K>
+concept Indexed = requires(K key, uint32_t index) {
+   { key.index() } -> std::convertible_to<uint32_t>;
+   { K::fromIndex(index) } -> std::convertible_to<K>;
+};
+
+} // namespace Orv

@@ -1,0 +1,67 @@
+#include "platform/Orv/Notifier.h"
+
+namespace Orv {
+
+void ReactorBase::remove() {
+   if (notifier_ != nullptr) {
+      notifier_->removeReactor(*this);
+   }
+}
+
+NotifierBase::~NotifierBase() {
+   for (Delivery* delivery = deliveries_; delivery != nullptr; delivery = delivery->outer_) {
+      delivery->notifier_ = nullptr;
+      delivery->next_ = nullptr;
+   }
+   deliveries_ = nullptr;
+   while (ReactorBase* reactor = first_) {
+      removeReactor(*reactor);
+      reactor->handleDelete();
+   }
+}
+
+void NotifierBase::add(ReactorBase& reactor) {
+   reactor.remove();
+   reactor.notifier_ = this;
+   reactor.previous_ = last_;
+   reactor.next_ = nullptr;
+   (last_ != nullptr ? last_->next_ : first_) = &reactor;
+   last_ = &reactor;
+}
+
+void NotifierBase::removeReactor(ReactorBase& reactor) {
+   for (Delivery* delivery = deliveries_; delivery != nullptr; delivery = delivery->outer_) {
+      if (delivery->next_ == &reactor) {
+         delivery->next_ = delivery->last_ == &reactor ? nullptr : reactor.next_;
+      }
+      if (delivery->last_ == &reactor) {
+         delivery->last_ = reactor.previous_;
+      }
+   }
+   (reactor.previous_ != nullptr ? reactor.previous_->next_ : first_) = reactor.next_;
+   (reactor.next_ != nullptr ? reactor.next_->previous_ : last_) = reactor.previous_;
+   reactor.notifier_ = nullptr;
+   reactor.next_ = reactor.previous_ = nullptr;
+}
+
+NotifierBase::Delivery::Delivery(NotifierBase& notifier)
+    : notifier_(&notifier), outer_(notifier.deliveries_), next_(notifier.first_),
+      last_(notifier.last_) {
+   notifier.deliveries_ = this;
+}
+
+NotifierBase::Delivery::~Delivery() {
+   if (notifier_ != nullptr) {
+      notifier_->deliveries_ = outer_;
+   }
+}
+
+ReactorBase* NotifierBase::Delivery::take() {
+   ReactorBase* reactor = next_;
+   if (reactor != nullptr) {
+      next_ = reactor == last_ ? nullptr : reactor->next_;
+   }
+   return reactor;
+}
+
+} // namespace Orv

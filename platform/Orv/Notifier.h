@@ -1,0 +1,115 @@
+// Delivery of changes to reactors: synchronous, in order of registration, and safe against
+// everything a handler may do.
+//
+// A handler may write the attribute again, register reactors (they see later changes only), destroy
+// any reactor including its own, and destroy the entity whose change is being delivered. A reactor
+// that was removed is not called again, not even for the change in flight.
+#pragma once
+
+#include "platform/Export.h"
+
+#include <utility>
+
+namespace Orv {
+
+class NotifierBase;
+
+// One registration. Removing it (remove(), destruction) is allowed at any time.
+class ORV_EXPORT ReactorBase {
+ public:
+   ReactorBase() = default;
+   ReactorBase(ReactorBase const&) = delete;
+   ReactorBase& operator=(ReactorBase const&) = delete;
+   virtual ~ReactorBase() { remove(); }
+
+   bool registered() const { return notifier_ != nullptr; }
+   void remove();
+   // The watched entity went while this reactor was still registered.
+   virtual void handleDelete() {}
+
+ private:
+   friend class NotifierBase;
+   NotifierBase* notifier_ = nullptr;
+   ReactorBase* next_ = nullptr;
+   ReactorBase* previous_ = nullptr;
+};
+
+class ORV_EXPORT NotifierBase {
+ public:
+   NotifierBase() = default;
+   NotifierBase(NotifierBase const&) = delete;
+   NotifierBase& operator=(NotifierBase const&) = delete;
+   ~NotifierBase();
+
+   void add(ReactorBase& reactor);
+   void removeReactor(ReactorBase& reactor);
+   bool empty() const { return first_ == nullptr; }
+
+ protected:
+   // One delivery in progress; lives on the stack of deliver(). Deliveries nest.
+   class ORV_EXPORT Delivery {
+    public:
+      explicit Delivery(NotifierBase& notifier);
+      ~Delivery();
+      ReactorBase* take(); // the next reactor to call, or null
+
+    private:
+      friend class NotifierBase;
+      NotifierBase* notifier_; // null once the notifier is gone
+      Delivery* outer_;
+      ReactorBase* next_;
+      ReactorBase* last_; // later registrations do not see this change
+   };
+
+ private:
+   ReactorBase* first_ = nullptr;
+   ReactorBase* last_ = nullptr;
+   Delivery* deliveries_ = nullptr;
+};
+
+// A reactor on an attribute (no key) or on a keyed collection (the key that changed).
+template<class... Key>
+class Reactor : public ReactorBase {
+ public:
+   virtual void handle(Key const&... key) = 0;
+};
+
+template<class... Key>
+class Notifier : public NotifierBase {
+ public:
+   void deliver(Key const&... key) {
+      if (empty()) {
+         return;
+      }
+      Delivery delivery(*this);
+      while (ReactorBase* reactor = delivery.take()) {
+         static_cast<Reactor<Key...>*>(reactor)->handle(key...);
+      }
+   }
+};
+
+namespace Detail {
+template<class Owner, auto handler, class... Key>
+class MemberReactor : public Reactor<Key...> {
+ public:
+   explicit MemberReactor(Owner* owner) : owner_(owner) {}
+   void handle(Key const&... key) override { (owner_->*handler)(key...); }
+
+ private:
+   Owner* owner_;
+};
+
+template<auto handler, class Signature = decltype(handler)>
+struct BoundReactor;
+template<auto handler, class Owner, class... Key>
+struct BoundReactor<handler, void (Owner::*)(Key const&...)> {
+   using type = MemberReactor<Owner, handler, Key...>;
+};
+} // namespace Detail
+
+// The usual nested reactor of a machine, one line:
+//    using OrvIntfVlanIdTable = Orv::ReactorFor<&TcamSharingCodef::handleInternalVlanChange>;
+template<auto handler>
+using ReactorFor = typename Detail::BoundReactor<handler>::type;
+
+} // namespace Orv

@@ -1,0 +1,7 @@
+#include "platform/Orv/Ptr.h"
+
+namespace Orv {
+
+RefCounted::~RefCounted() = default;
+
+} // namespace Orv

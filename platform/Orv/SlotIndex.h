@@ -1,0 +1,78 @@
+// The hash index under keyed collections and intern tables: hash -> number of an entry.
+//
+// Slots live in small segments chosen by the top bits of the hash (a directory that doubles), and
+// are probed linearly inside a segment by its low bits. A full segment doubles or splits alone, so
+// the worst single insertion moves one segment (kSegmentSlots slots) whatever the size of the
+// whole: no insertion stalls the event loop. A slot keeps 32 bits of the hash, so moving slots
+// never touches the entries.
+#pragma once
+
+#include "platform/Export.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace Orv {
+
+inline constexpr uint32_t kNil = 0xffffffff;
+
+class ORV_EXPORT SlotIndex {
+ public:
+   constexpr SlotIndex() = default;
+   SlotIndex(SlotIndex const&) = delete;
+   SlotIndex& operator=(SlotIndex const&) = delete;
+   ~SlotIndex() { clear(); }
+
+   // The entry with this hash that `equals` accepts, or kNil.
+   template<class Equals>
+   uint32_t find(uint64_t hash, Equals&& equals) const {
+      if (directory_ == nullptr) {
+         return kNil;
+      }
+      auto shortHash = static_cast<uint32_t>(hash);
+      Segment const& segment = *directory_[directorySlot(shortHash)];
+      for (uint32_t at = shortHash & segment.mask;; at = (at + 1) & segment.mask) {
+         Slot const& slot = segment.slots[at];
+         if (slot.entry == kNil) {
+            return kNil;
+         }
+         if (slot.hash == shortHash && equals(slot.entry)) {
+            return slot.entry;
+         }
+      }
+   }
+
+   // The entry must not be in the index yet.
+   void insert(uint64_t hash, uint32_t entry);
+   // The entry must be in the index under this hash.
+   void erase(uint64_t hash, uint32_t entry);
+   void clear();
+
+ private:
+   struct Slot {
+      uint32_t hash;
+      uint32_t entry; // kNil: free
+   };
+   struct Segment {
+      uint32_t mask;  // number of slots - 1
+      uint32_t used;  // slots taken
+      uint32_t depth; // top bits of the hash that all its slots share
+      Slot slots[1];
+   };
+   static constexpr uint32_t kFirstSlots = 4;
+   static constexpr uint32_t kSegmentSlots = 1024;
+   static constexpr uint32_t kMaxDepth = 20;
+
+   uint32_t directorySlot(uint32_t hash) const { return depth_ == 0 ? 0 : hash >> (32 - depth_); }
+   static Segment* makeSegment(uint32_t slots, uint32_t depth);
+   static void freeSegment(Segment* segment);
+   static void put(Segment& segment, Slot slot);
+   static void moveSlots(Segment const& from, Segment& to);
+   void grow(uint32_t hash);
+   void split(uint32_t hash);
+
+   Segment** directory_ = nullptr; // 2^depth_ pointers; neighbours may share a segment
+   uint32_t depth_ = 0;
+};
+
+} // namespace Orv

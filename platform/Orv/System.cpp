@@ -1,0 +1,36 @@
+#include "platform/Orv/System.h"
+
+#include <chrono>
+
+namespace Orv {
+
+namespace {
+TimeSource* timeSource = nullptr;
+} // namespace
+
+TimeSource::~TimeSource() = default;
+
+Seconds VirtualTime::now() {
+   now_ += costPerReading_;
+   return now_;
+}
+
+void VirtualTime::advanceTo(Seconds time) {
+   if (time > now_) {
+      now_ = time;
+   }
+}
+
+Seconds System::currentTime() {
+   if (timeSource != nullptr) {
+      return timeSource->now();
+   }
+   auto sinceEpoch = std::chrono::steady_clock::now().time_since_epoch();
+   return std::chrono::duration<Seconds>(sinceEpoch).count();
+}
+
+void System::timeSourceIs(TimeSource* source) {
+   timeSource = source;
+}
+
+} // namespace Orv

@@ -1,0 +1,86 @@
+#include "platform/Plexus/IntfId.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace Plexus {
+
+Orv::Interner<IntfIdFields> intfIdInterner;
+
+namespace {
+
+uint64_t hashName(std::string_view name) {
+   return Orv::mixHash(std::hash<std::string_view>{}(name));
+}
+
+bool allDigits(std::string_view text) {
+   return !text.empty() &&
+          std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+// The VLAN of "Vlan<1..4094>" without padding; 0 for every other name.
+uint16_t vlanOf(std::string_view base) {
+   std::string_view digits = base.substr(4);
+   uint32_t vlan = 0;
+   auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), vlan);
+   bool whole = error == std::errc() && end == digits.data() + digits.size();
+   return whole && digits.front() != '0' && vlan <= 4094 ? static_cast<uint16_t>(vlan) : 0;
+}
+
+IntfIdFields classify(std::string_view name) {
+   IntfIdFields fields;
+   fields.name = name;
+   fields.l3Flood = name.find("L3Flood") != std::string_view::npos;
+   auto slash = name.rfind('/');
+   std::string_view base = slash == std::string_view::npos ? name : name.substr(slash + 1);
+   auto dot = name.rfind('.');
+   bool dotInBase =
+       dot != std::string_view::npos && (slash == std::string_view::npos || dot > slash);
+   if (base.starts_with("Tunnel")) {
+      fields.kind = IntfKind::tunnel;
+      return fields;
+   }
+   if (dotInBase) {
+      std::string_view number = name.substr(dot + 1);
+      // A flood entry's name may carry its mark behind the number.
+      number = number.substr(0, number.find("-L3Flood"));
+      IntfId parent(name.substr(0, dot));
+      IntfKind kind = parent.fields().kind;
+      if (allDigits(number) && number.size() <= 8 &&
+          (kind == IntfKind::port || kind == IntfKind::portChannel)) {
+         fields.subIntf = true;
+         fields.kind = kind;
+         fields.parentIndex = parent.index();
+         return fields;
+      }
+   }
+   if (base.starts_with("PortChannel")) {
+      fields.kind = IntfKind::portChannel;
+   } else if (base.starts_with("Vlan") && base.size() > 4 && vlanOf(base) != 0) {
+      fields.kind = IntfKind::vlan;
+      fields.vlanId = vlanOf(base);
+   } else if (base.starts_with("Ethernet")) {
+      fields.kind = IntfKind::port;
+   } else {
+      fields.kind = base.empty() ? IntfKind::none : IntfKind::other;
+   }
+   return fields;
+}
+
+} // namespace
+
+IntfId::IntfId(std::string_view name) {
+   if (!name.empty()) {
+      index_ = intfIdInterner.intern(
+          hashName(name), [&](IntfIdFields const& other) { return other.name == name; },
+          [&] { return classify(name); });
+   }
+}
+
+IntfId IntfId::existing(std::string_view name) {
+   uint32_t found = intfIdInterner.find(
+       hashName(name), [&](IntfIdFields const& other) { return other.name == name; });
+   return found == Orv::kNil ? IntfId() : fromIndex(found);
+}
+
+} // namespace Plexus

@@ -1,0 +1,91 @@
+// Interface ids: an interface of any kind, as a small integer.
+//
+// What an interface is follows from its name and is decided once, when the id is made from it:
+//
+//    Ethernet3, Ethernet-BP4             port
+//    PortChannel0001                     port-channel (zero padding is part of the name)
+//    Vlan100                             VLAN interface of VLAN 100
+//    Tunnel-vtep                         tunnel
+//    <port or port-channel>.<1..99999999>  sub-interface; long names only
+//    any name that contains "L3Flood"    flood entry of a routed port, of its kind otherwise
+//
+// A prefix up to the last '/' names the card and unit ("lc3/asic0/Ethernet8") and is part of the
+// identity, not of the kind. Ids compare as integers, in order of first use; the empty name is the
+// default id. Names stay for the life of the process.
+#pragma once
+
+#include "platform/Bridging/VlanId.h"
+#include "platform/Export.h"
+#include "platform/Orv/Interned.h"
+
+#include <string>
+#include <string_view>
+
+namespace Plexus {
+
+enum class IntfKind : uint8_t { none, port, portChannel, vlan, tunnel, other };
+
+struct IntfIdFields {
+   std::string name;
+   IntfKind kind = IntfKind::none; // of a sub-interface: its parent's
+   bool subIntf = false;
+   bool l3Flood = false;
+   uint16_t vlanId = 0;      // of a VLAN interface, 0 otherwise
+   uint32_t parentIndex = 0; // of a sub-interface, the empty interface otherwise
+
+   friend bool operator==(IntfIdFields const& a, IntfIdFields const& b) { return a.name == b.name; }
+};
+
+ORV_EXPORT extern Orv::Interner<IntfIdFields> intfIdInterner;
+
+class ORV_EXPORT IntfId {
+ public:
+   constexpr IntfId() = default;
+   explicit IntfId(std::string_view name);
+
+   // The id of a name that was used before; the empty id for a name that never was. For look-ups
+   // of what people type, which must not be remembered for ever.
+   static IntfId existing(std::string_view name);
+   static IntfId fromIndex(uint32_t index) {
+      IntfId id;
+      id.index_ = index;
+      return id;
+   }
+
+   std::string const& name() const { return fields().name; }
+   IntfIdFields const& fields() const { return intfIdInterner[index_]; }
+   bool l3Flood() const { return fields().l3Flood; }
+   uint32_t index() const { return index_; }
+   uint64_t hash() const { return Orv::mixHash(index_); }
+   uint32_t blipIndex() const { return index_; }
+   std::string_view blipName() const { return name(); }
+
+   friend auto operator<=>(IntfId, IntfId) = default;
+   friend std::ostream& operator<<(std::ostream& out, IntfId id) { return out << id.name(); }
+
+ private:
+   uint32_t index_ = 0;
+};
+
+struct SubIntfId {
+   static bool isSubIntfId(IntfId id) { return id.fields().subIntf; }
+   // The empty id when `id` is no sub-interface.
+   static IntfId parentIntfId(IntfId id) { return IntfId::fromIndex(id.fields().parentIndex); }
+};
+
+struct VlanIntfId {
+   static bool isVlanIntfId(IntfId id) { return id.fields().kind == IntfKind::vlan; }
+   // 0 when `id` is no VLAN interface.
+   static uint16_t vlanId(IntfId id) { return id.fields().vlanId; }
+};
+
+struct PortChannelIntfId {
+   // True for a port-channel and for its sub-interfaces.
+   static bool isPortChannelIntfId(IntfId id) { return id.fields().kind == IntfKind::portChannel; }
+};
+
+struct TunnelIntfId {
+   static bool isTunnelIntfId(IntfId id) { return id.fields().kind == IntfKind::tunnel; }
+};
+
+} // namespace Plexus
