@@ -18,7 +18,11 @@
 #include "platform/Orv/Ptr.h"
 #include "platform/Orv/Type.h"
 
+#include <string>
+
 namespace Orv {
+
+using Name = std::string;
 
 class ORV_EXPORT Entity : public RefCounted {
  public:

@@ -30,7 +30,7 @@ template<class... Parts>
                                                      char const* file, int line,
                                                      Parts const&... parts) {
    std::ostringstream explanation;
-   (explanation << ... << parts);
+   ((explanation << parts), ...);
    fail(Failure{condition, explanation.str(), function, file, line});
 }
 

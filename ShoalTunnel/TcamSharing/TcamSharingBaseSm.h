@@ -1,0 +1,58 @@
+// Base of the programming machines: watches one output table of the pipeline and hands every change
+// of a request to the derived class.
+//
+// The constructor ends with the base's own handleInitialized(); a derived class does its start-up
+// in its constructor after that.
+#pragma once
+
+#include "ShoalTunnel/TcamSharing/TcamSharingConfig.h"
+#include "ShoalTunnel/TcamSharing/TcamSharingHelper.h"
+
+#include <memory>
+
+namespace Hardware::ShoalTunnel {
+
+class TCAM_SHARING_EXPORT TcamSharingBaseSm : public Orv::RefCounted {
+ public:
+   TcamSharingBaseSm(Orv::Ptr<Shoal::Status const> shoalStatus,
+                     Orv::Ptr<TcamSharingConfig const> tcamSharingConfig,
+                     Orv::Ptr<TcamSharingStatus> tcamSharingStatus,
+                     Orv::Ptr<TcamSharingHelper> tcamSharingHelper);
+   ~TcamSharingBaseSm() override;
+
+   // `request` was added, changed or removed in the table. The base's own version throws
+   // Orv::NoImplementationException.
+   virtual void handleTcamSharingConfig(TcamSharingRequest const& request);
+   // Once; a second call is an invariant failure.
+   virtual void handleInitialized();
+   // Tears the reactors down: none calls a handler after that.
+   virtual void orvDoZombieReactors(bool zombie);
+   bool initialized() const { return initialized_; }
+
+ protected:
+   Orv::Ptr<Shoal::Status const> const& shoalStatus() const { return shoalStatus_; }
+   Orv::Ptr<TcamSharingConfig const> const& tcamSharingConfig() const { return tcamSharingConfig_; }
+   Orv::Ptr<TcamSharingStatus> const& tcamSharingStatus() const { return tcamSharingStatus_; }
+   Orv::Ptr<TcamSharingHelper> const& tcamSharingHelper() const { return tcamSharingHelper_; }
+
+ private:
+   class OrvTcamSharingConfig : public Orv::Reactor<TcamSharingRequest> {
+    public:
+      explicit OrvTcamSharingConfig(TcamSharingBaseSm* sm) : sm_(sm) {}
+      void handle(TcamSharingRequest const& request) override {
+         sm_->handleTcamSharingConfig(request);
+      }
+
+    private:
+      TcamSharingBaseSm* sm_;
+   };
+
+   Orv::Ptr<Shoal::Status const> shoalStatus_;
+   Orv::Ptr<TcamSharingConfig const> tcamSharingConfig_;
+   Orv::Ptr<TcamSharingStatus> tcamSharingStatus_;
+   Orv::Ptr<TcamSharingHelper> tcamSharingHelper_;
+   bool initialized_ = false;
+   std::unique_ptr<OrvTcamSharingConfig> orvTcamSharingConfig_; // null without a table
+};
+
+} // namespace Hardware::ShoalTunnel

@@ -1,0 +1,119 @@
+// Bookkeeping shared between the intake (TcamSharingCodef) and the programming machines.
+//
+// The hosting agent makes one TcamSharingSemCommon for the ISEM pipeline and one
+// TcamSharingInLifCommon for the in-LIF pipeline, before any machine; they outlive the machines, so
+// a machine that is built again finds what its predecessor knew.
+#pragma once
+
+#include "platform/Hardware/ShoalTunnel/SemTable.h"
+#include "platform/Hardware/ShoalTunnel/VlanTagToVsiMapper.h"
+#include "platform/Orv/Entity.h"
+#include "ShoalTunnel/TcamSharing/TcamSharingRequest.h"
+
+#include <algorithm>
+
+namespace Hardware::ShoalTunnel {
+
+// The mapper keys that hardware confirmed for one request.
+class TCAM_SHARING_EXPORT TcamRequestToVlanTagToVsiKeyMapping : public Orv::Entity {
+   ORV_ENTITY(TcamRequestToVlanTagToVsiKeyMapping,
+              "Hardware::ShoalTunnel::TcamRequestToVlanTagToVsiKeyMapping")
+
+   explicit TcamRequestToVlanTagToVsiKeyMapping(TcamSharingRequest request) : request_(request) {}
+   TcamSharingRequest request() const { return request_; }
+   ORV_SET(vtagToVsiMapperKey, VlanTagToVsiMapperKey, Orv::Small)
+
+ private:
+   TcamSharingRequest request_;
+};
+
+// The requests that share one ISEM entry.
+class TCAM_SHARING_EXPORT SemToRequestMapping : public Orv::Entity {
+   ORV_ENTITY(SemToRequestMapping, "Hardware::ShoalTunnel::SemToRequestMapping")
+
+   explicit SemToRequestMapping(AradSemKeyAndFap key) : key_(key) {}
+   AradSemKeyAndFap key() const { return key_; }
+   ORV_SET(request, TcamSharingRequest, Orv::Small)
+
+ private:
+   AradSemKeyAndFap key_;
+};
+
+struct PendingSemWriteKey {
+   AradSemKeyAndFap semKeyAndFap;
+   bool isInsert = false; // true: a write of the entry, false: its removal
+
+   uint32_t index() const { return semKeyAndFap.index() * 2 + (isInsert ? 1 : 0); }
+   static PendingSemWriteKey fromIndex(uint32_t index) {
+      return {AradSemKeyAndFap::fromIndex(index / 2), index % 2 != 0};
+   }
+   ORV_VALUE(PendingSemWriteKey, "Hardware::ShoalTunnel::PendingSemWriteKey", semKeyAndFap,
+             isInsert)
+};
+
+// Writes of one kind to one key that wait for their answers, oldest first.
+class TCAM_SHARING_EXPORT TcamSharingPendingSemWrite : public Orv::Entity {
+   ORV_ENTITY(TcamSharingPendingSemWrite, "Hardware::ShoalTunnel::TcamSharingPendingSemWrite")
+
+   explicit TcamSharingPendingSemWrite(PendingSemWriteKey key) : key_(key) {}
+   PendingSemWriteKey const& key() const { return key_; }
+   ORV_QUEUE(pendingSharingEntry, TcamSharingEntry)
+
+ private:
+   PendingSemWriteKey key_;
+};
+
+class TCAM_SHARING_EXPORT TcamSharingCommonBase : public Orv::Entity {
+   ORV_ENTITY(TcamSharingCommonBase, "Hardware::ShoalTunnel::TcamSharingCommonBase")
+
+   explicit TcamSharingCommonBase(Orv::Name name) : name_(std::move(name)) {}
+   Orv::Name const& name() const { return name_; }
+
+   // Entries that could not be programmed yet; one counts only while its value is true. Set by the
+   // programming machines, deleted by the intake.
+   ORV_COLLECTION(retryList, TcamSharingEntry, bool, Orv::Keyed)
+   // The ISEM key programmed last for a request. Written by TcamSharingSemSm.
+   ORV_COLLECTION(tcamRequestToIsemKeyMapping, TcamSharingRequest, AradSemKeyAndFap,
+                  Orv::KeyedByIndex)
+   // Written by the in-LIF machine.
+   ORV_OWNED_COLLECTION(tcamRequestToVlanTagToVsiKeyMapping, TcamSharingRequest,
+                        TcamRequestToVlanTagToVsiKeyMapping, Orv::KeyedByIndex)
+   // True only while the intake removes a request from the output to add it again at once.
+   ORV_ATTRIBUTE(notARealDelete, bool, false)
+
+ private:
+   Orv::Name name_;
+};
+
+class TCAM_SHARING_EXPORT TcamSharingSemCommon : public TcamSharingCommonBase {
+   ORV_ENTITY(TcamSharingSemCommon, "Hardware::ShoalTunnel::TcamSharingSemCommon")
+   using TcamSharingCommonBase::TcamSharingCommonBase;
+
+   ORV_OWNED_COLLECTION(semToRequest, AradSemKeyAndFap, SemToRequestMapping, Orv::KeyedByIndex)
+   ORV_OWNED_COLLECTION(pendingSemWrite, PendingSemWriteKey, TcamSharingPendingSemWrite,
+                        Orv::KeyedByIndex)
+};
+
+class TCAM_SHARING_EXPORT TcamSharingInLifCommon : public TcamSharingCommonBase {
+   ORV_ENTITY(TcamSharingInLifCommon, "Hardware::ShoalTunnel::TcamSharingInLifCommon")
+   using TcamSharingCommonBase::TcamSharingCommonBase;
+
+   // Mapper keys written for an entry whose answers have not come back.
+   ORV_COLLECTION(tcamSharingEntryRefCount, TcamSharingEntry, uint32_t, Orv::Keyed)
+   void tcamSharingEntryRefCountInc(TcamSharingEntry const& entry, uint32_t n) {
+      tcamSharingEntryRefCountIs(entry, tcamSharingEntryRefCount(entry) + n);
+   }
+   // Not below 0; an entry that is absent stays absent.
+   void tcamSharingEntryRefCountDec(TcamSharingEntry const& entry, uint32_t n) {
+      if (tcamSharingEntryRefCountHas(entry)) {
+         uint32_t count = tcamSharingEntryRefCount(entry);
+         tcamSharingEntryRefCountIs(entry, count - std::min(n, count));
+      }
+   }
+   ORV_COLLECTION(vtagToVsiStatusErrorType, TcamSharingEntry, VlanTagToVsiMapperErrorType,
+                  Orv::Keyed)
+   ORV_COLLECTION(pendingLifEntries, VlanTagToVsiMapperKey, TcamSharingEntry, Orv::Keyed)
+   ORV_COLLECTION(pendingTunnelLifEntries, TunnelPolicyMapperKey, TcamSharingEntry, Orv::Keyed)
+};
+
+} // namespace Hardware::ShoalTunnel

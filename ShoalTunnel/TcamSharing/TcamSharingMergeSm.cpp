@@ -1,0 +1,173 @@
+#include "ShoalTunnel/TcamSharing/TcamSharingMergeSm.h"
+
+#include "platform/Orv/Failure.h"
+#include "platform/Trace/Trace.h"
+#include "ShoalTunnel/TcamSharing/DynamicISemData.h"
+
+namespace Hardware::ShoalTunnel {
+
+namespace {
+
+constexpr uint64_t lumenMask = TcamSharingPolicyId::lumenAclLabelMask;
+
+// The fields that the ACL feature owns on a Lumen unit.
+uint64_t aclMask() {
+   uint64_t mask = TcamSharingPolicyId::qosPolicyMask | TcamSharingPolicyId::pbrPolicyMask;
+   return toggleDynamicISemDataEnabled() ? mask | TcamSharingPolicyId::aclLabelMask : mask;
+}
+
+// `of` in the fields of `mask`, `rest` everywhere else.
+TcamSharingPolicyId overlay(TcamSharingPolicyId of, uint64_t mask, TcamSharingPolicyId rest) {
+   return TcamSharingPolicyId((of.value() & mask) | (rest.value() & ~mask));
+}
+
+TcamSharingPolicyId policyOf(Orv::Ptr<TcamSharingConfig const> const& config,
+                             TcamSharingRequest const& request) {
+   return config ? config->request(request) : TcamSharingPolicyId();
+}
+
+} // namespace
+
+#define TRACE_ENTRY(request)                                                                       \
+   TRACE_SPLIT(8, TEXT("TcamSharingMergeSm::", __func__, ": request:", request),                   \
+               BLIP("TcamSharingMergeSm::", __func__, ": request(", (request).intfId(), ", fap ",  \
+                    (request).fapId(), ")"))
+
+TcamSharingMergeSm::TcamSharingMergeSm(
+    Orv::Ptr<TcamSharingConfig const> tcamSharingShoalAclConfig,
+    Orv::Ptr<TcamSharingConfig const> tcamSharingShoalLumenConfig,
+    Orv::Ptr<TcamSharingConfig const> tcamSharingShoalRampartConfig,
+    Orv::Ptr<TcamSharingConfig> tcamSharingMergedConfig,
+    Orv::Ptr<TcamSharingStatus> tcamSharingShoalAclStatus,
+    Orv::Ptr<TcamSharingStatus> tcamSharingShoalLumenStatus,
+    Orv::Ptr<TcamSharingStatus> tcamSharingShoalRampartStatus,
+    Orv::Ptr<TcamSharingStatus const> tcamSharingMergedStatus,
+    Orv::Ptr<Shoal::Status const> shoalStatus)
+    : tcamSharingShoalAclConfig_(std::move(tcamSharingShoalAclConfig)),
+      tcamSharingShoalLumenConfig_(std::move(tcamSharingShoalLumenConfig)),
+      tcamSharingShoalRampartConfig_(std::move(tcamSharingShoalRampartConfig)),
+      tcamSharingMergedConfig_(std::move(tcamSharingMergedConfig)),
+      tcamSharingShoalAclStatus_(std::move(tcamSharingShoalAclStatus)),
+      tcamSharingShoalLumenStatus_(std::move(tcamSharingShoalLumenStatus)),
+      tcamSharingShoalRampartStatus_(std::move(tcamSharingShoalRampartStatus)),
+      tcamSharingMergedStatus_(std::move(tcamSharingMergedStatus)),
+      shoalStatus_(std::move(shoalStatus)), orvTcamSharingShoalAclConfig_(this),
+      orvTcamSharingShoalLumenConfig_(this), orvTcamSharingShoalRampartConfig_(this),
+      orvTcamSharingMergedStatus_(this) {
+   if (tcamSharingShoalAclConfig_) {
+      tcamSharingShoalAclConfig_->requestCollection().watch(orvTcamSharingShoalAclConfig_);
+   }
+   if (tcamSharingShoalLumenConfig_) {
+      tcamSharingShoalLumenConfig_->requestCollection().watch(orvTcamSharingShoalLumenConfig_);
+   }
+   if (tcamSharingShoalRampartConfig_) {
+      tcamSharingShoalRampartConfig_->requestCollection().watch(orvTcamSharingShoalRampartConfig_);
+   }
+   if (tcamSharingMergedStatus_) {
+      tcamSharingMergedStatus_->responseCollection().watch(orvTcamSharingMergedStatus_);
+   }
+}
+
+void TcamSharingMergeSm::handleInitialized() {
+   TRACE(8, "TcamSharingMergeSm::handleInitialized");
+   initialized_ = true;
+   tcamSharingShoalAclStatus_->responseDelAll();
+   tcamSharingShoalLumenStatus_->responseDelAll();
+   tcamSharingShoalRampartStatus_->responseDelAll();
+   if (tcamSharingShoalAclConfig_) {
+      for (auto const& [request, policyId] : tcamSharingShoalAclConfig_->requestIter()) {
+         handleTcamSharingShoalAclConfig(request);
+      }
+   }
+   if (tcamSharingShoalLumenConfig_) {
+      for (auto const& [request, policyId] : tcamSharingShoalLumenConfig_->requestIter()) {
+         handleTcamSharingShoalLumenConfig(request);
+      }
+   }
+   if (tcamSharingShoalRampartConfig_) {
+      for (auto const& [request, policyId] : tcamSharingShoalRampartConfig_->requestIter()) {
+         handleTcamSharingShoalRampartConfig(request);
+      }
+   }
+}
+
+void TcamSharingMergeSm::handleTcamSharingShoalAclConfig(TcamSharingRequest const& request) {
+   TRACE_ENTRY(request);
+   if (!initialized_) {
+      return;
+   }
+   TcamSharingPolicyId policyId = policyOf(tcamSharingShoalAclConfig_, request);
+   if (shoalStatus_->fapExtLkupType(request.fapId()) != Shoal::extLkupTypeLumen_) {
+      // The whole policy is the ACL feature's: what another feature merged in earlier goes.
+      doPublish(request, policyId);
+      return;
+   }
+   ORV_ASSERT(policyId.lumenAclLabel() == 0, "policyId.lumenAclLabel() == 0");
+   doPublish(request, overlay(policyId, aclMask(), tcamSharingMergedConfig_->request(request)));
+}
+
+void TcamSharingMergeSm::handleTcamSharingShoalLumenConfig(TcamSharingRequest const& request) {
+   TRACE_ENTRY(request);
+   if (initialized_) {
+      doMergeLumenAclLabel(*tcamSharingShoalLumenConfig_, request);
+   }
+}
+
+void TcamSharingMergeSm::handleTcamSharingShoalRampartConfig(TcamSharingRequest const& request) {
+   TRACE_ENTRY(request);
+   if (initialized_) {
+      doMergeLumenAclLabel(*tcamSharingShoalRampartConfig_, request);
+   }
+}
+
+// Lumen and Rampart write one field, and the last handler that ran wins: withdrawing one's request
+// clears the label even while the other still asks for it. That is the rule, not an oversight.
+void TcamSharingMergeSm::doMergeLumenAclLabel(TcamSharingConfig const& config,
+                                              TcamSharingRequest const& request) {
+   ORV_ASSERT(shoalStatus_->fapExtLkupType(request.fapId()) == Shoal::extLkupTypeLumen_,
+              "shoalStatus()->fapExtLkupType( request.fapId() ) == "
+              "Hardware::Shoal::extLkupTypeLumen_");
+   TcamSharingPolicyId policyId = config.request(request);
+   ORV_ASSERT(policyId.pbrPolicy() == 0, "policyId.pbrPolicy() == 0");
+   ORV_ASSERT(policyId.qosPolicy() == 0, "policyId.qosPolicy() == 0");
+   doPublish(request, overlay(policyId, lumenMask, tcamSharingMergedConfig_->request(request)));
+}
+
+void TcamSharingMergeSm::doPublish(TcamSharingRequest const& request,
+                                   TcamSharingPolicyId policyId) {
+   if (policyId.empty()) {
+      tcamSharingMergedConfig_->requestDel(request);
+   } else {
+      tcamSharingMergedConfig_->requestIs(request, policyId);
+   }
+}
+
+// The Rampart status stays empty: the Lumen status carries the label's outcome for both features.
+void TcamSharingMergeSm::handleTcamSharingStatus(TcamSharingRequest const& request) {
+   TRACE_ENTRY(request);
+   if (!initialized_) {
+      return;
+   }
+   TcamSharingResponse response = tcamSharingMergedStatus_->response(request);
+   if (response == TcamSharingResponse()) {
+      tcamSharingShoalAclStatus_->responseDel(request);
+      tcamSharingShoalLumenStatus_->responseDel(request);
+      return;
+   }
+   if (shoalStatus_->fapExtLkupType(request.fapId()) != Shoal::extLkupTypeLumen_) {
+      tcamSharingShoalAclStatus_->responseIs(request, response);
+      return;
+   }
+   auto writePart = [&](Orv::Ptr<TcamSharingStatus> const& status, uint64_t mask) {
+      TcamSharingPolicyId part(response.policyId.value() & mask);
+      if (part.empty()) {
+         status->responseDel(request);
+      } else {
+         status->responseIs(request, TcamSharingResponse{response.status, part});
+      }
+   };
+   writePart(tcamSharingShoalAclStatus_, aclMask());
+   writePart(tcamSharingShoalLumenStatus_, lumenMask);
+}
+
+} // namespace Hardware::ShoalTunnel

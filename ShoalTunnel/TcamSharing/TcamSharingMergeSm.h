@@ -1,0 +1,70 @@
+// Folds the requests of the three features into one table, and splits the merged responses back.
+//
+// Each feature owns a set of bit fields of the policy: a merge overwrites the feature's own fields
+// of the merged policy and keeps the rest. A merged request exists exactly while a bit of its
+// policy is set. On units without the Lumen look-up the ACL feature owns the whole policy.
+//
+// Reads the three feature configurations and the merged status, writes the merged configuration and
+// the feature statuses. Does nothing until its owner calls handleInitialized(), once everything it
+// reads is mounted. A null configuration reads as empty. Event thread only.
+#pragma once
+
+#include "platform/Hardware/Shoal/Status.h"
+#include "ShoalTunnel/TcamSharing/TcamSharingConfig.h"
+
+namespace Hardware::ShoalTunnel {
+
+class TCAM_SHARING_EXPORT TcamSharingMergeSm : public Orv::RefCounted {
+ public:
+   TcamSharingMergeSm(Orv::Ptr<TcamSharingConfig const> tcamSharingShoalAclConfig,
+                      Orv::Ptr<TcamSharingConfig const> tcamSharingShoalLumenConfig,
+                      Orv::Ptr<TcamSharingConfig const> tcamSharingShoalRampartConfig,
+                      Orv::Ptr<TcamSharingConfig> tcamSharingMergedConfig,
+                      Orv::Ptr<TcamSharingStatus> tcamSharingShoalAclStatus,
+                      Orv::Ptr<TcamSharingStatus> tcamSharingShoalLumenStatus,
+                      Orv::Ptr<TcamSharingStatus> tcamSharingShoalRampartStatus,
+                      Orv::Ptr<TcamSharingStatus const> tcamSharingMergedStatus,
+                      Orv::Ptr<Shoal::Status const> shoalStatus);
+
+   // Starts the machine: clears the feature statuses and merges every request that is there. The
+   // merged configuration is not cleared and merged responses are not replayed.
+   void handleInitialized();
+   bool initialized() const { return initialized_; }
+
+   // Invariants of the requests, each an assertion: an ACL policy has no lumenAclLabel on a Lumen
+   // unit; Lumen and Rampart ask on Lumen units only, without pbrPolicy and qosPolicy.
+   void handleTcamSharingShoalAclConfig(TcamSharingRequest const& request);
+   void handleTcamSharingShoalLumenConfig(TcamSharingRequest const& request);
+   void handleTcamSharingShoalRampartConfig(TcamSharingRequest const& request);
+   void handleTcamSharingStatus(TcamSharingRequest const& request);
+
+ private:
+   using OrvTcamSharingShoalAclConfig =
+       Orv::ReactorFor<&TcamSharingMergeSm::handleTcamSharingShoalAclConfig>;
+   using OrvTcamSharingShoalLumenConfig =
+       Orv::ReactorFor<&TcamSharingMergeSm::handleTcamSharingShoalLumenConfig>;
+   using OrvTcamSharingShoalRampartConfig =
+       Orv::ReactorFor<&TcamSharingMergeSm::handleTcamSharingShoalRampartConfig>;
+   using OrvTcamSharingMergedStatus = Orv::ReactorFor<&TcamSharingMergeSm::handleTcamSharingStatus>;
+
+   void doMergeLumenAclLabel(TcamSharingConfig const& config, TcamSharingRequest const& request);
+   void doPublish(TcamSharingRequest const& request, TcamSharingPolicyId policyId);
+
+   Orv::Ptr<TcamSharingConfig const> tcamSharingShoalAclConfig_;
+   Orv::Ptr<TcamSharingConfig const> tcamSharingShoalLumenConfig_;
+   Orv::Ptr<TcamSharingConfig const> tcamSharingShoalRampartConfig_;
+   Orv::Ptr<TcamSharingConfig> tcamSharingMergedConfig_;
+   Orv::Ptr<TcamSharingStatus> tcamSharingShoalAclStatus_;
+   Orv::Ptr<TcamSharingStatus> tcamSharingShoalLumenStatus_;
+   Orv::Ptr<TcamSharingStatus> tcamSharingShoalRampartStatus_;
+   Orv::Ptr<TcamSharingStatus const> tcamSharingMergedStatus_;
+   Orv::Ptr<Shoal::Status const> shoalStatus_;
+   bool initialized_ = false;
+
+   OrvTcamSharingShoalAclConfig orvTcamSharingShoalAclConfig_;
+   OrvTcamSharingShoalLumenConfig orvTcamSharingShoalLumenConfig_;
+   OrvTcamSharingShoalRampartConfig orvTcamSharingShoalRampartConfig_;
+   OrvTcamSharingMergedStatus orvTcamSharingMergedStatus_;
+};
+
+} // namespace Hardware::ShoalTunnel

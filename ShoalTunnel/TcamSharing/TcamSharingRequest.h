@@ -1,0 +1,111 @@
+// The values that every stage of the pipeline speaks in: the request, its policy, and the two
+// together.
+#pragma once
+
+#include "platform/Bridging/VlanId.h"
+#include "platform/Hardware/Shoal/Ids.h"
+#include "platform/Orv/Interned.h"
+#include "platform/Plexus/IntfId.h"
+#include "ShoalTunnel/Export.h"
+
+namespace Hardware::ShoalTunnel {
+
+struct TcamSharingRequestFields {
+   Plexus::IntfId intfId;
+   Shoal::FapId fapId;
+   Bridging::VlanIdOrNone l3FloodPortVlanId;
+
+   ORV_VALUE(TcamSharingRequestFields, "Hardware::ShoalTunnel::TcamSharingRequest", intfId, fapId,
+             l3FloodPortVlanId)
+};
+
+TCAM_SHARING_EXPORT extern Orv::Interner<TcamSharingRequestFields> tcamSharingRequestInterner;
+
+// The key of every per-request collection: an interface that wants an entry on a unit. Interned: a
+// request is hashed once, when it is made from its fields, and indexes every table after that.
+class TcamSharingRequest
+    : public Orv::Interned<TcamSharingRequestFields, tcamSharingRequestInterner> {
+ public:
+   constexpr TcamSharingRequest() = default;
+   // `l3FloodPortVlanId`: for a routed port's flood entry, the VLAN that stands for the port.
+   TcamSharingRequest(Plexus::IntfId intfId, Shoal::FapId fapId,
+                      Bridging::VlanIdOrNone l3FloodPortVlanId = {})
+       : Interned(Fields{intfId, fapId, l3FloodPortVlanId}) {}
+   static TcamSharingRequest fromIndex(uint32_t index) {
+      TcamSharingRequest request;
+      request.index_ = index;
+      return request;
+   }
+
+   Plexus::IntfId intfId() const { return fields().intfId; }
+   Shoal::FapId fapId() const { return fields().fapId; }
+   Bridging::VlanIdOrNone l3FloodPortVlanId() const { return fields().l3FloodPortVlanId; }
+
+   static constexpr char const* blipForm = "request( intfId:% fapId:% l3FloodPortVlanId:% )";
+   auto blipFields() const {
+      return std::tuple(intfId(), fapId().value(), l3FloodPortVlanId().value());
+   }
+
+ private:
+   using Fields = TcamSharingRequestFields;
+};
+
+// The policies that a request asks for, packed; 0 means no policy.
+//
+//    bits 0-4 qosPolicy   5-9 pbrPolicy   10-16 aclLabel   17-23 lumenAclLabel
+class TcamSharingPolicyId {
+ public:
+   static constexpr uint64_t qosPolicyMask = 0x1f;
+   static constexpr uint64_t pbrPolicyMask = 0x3e0;
+   static constexpr uint64_t aclLabelMask = 0x1fc00;
+   static constexpr uint64_t lumenAclLabelMask = 0xfe0000;
+
+   constexpr TcamSharingPolicyId() = default;
+   constexpr explicit TcamSharingPolicyId(uint64_t value) : value_(value) {}
+
+   uint64_t value() const { return value_; }
+   void valueIs(uint64_t value) { value_ = value; }
+   uint64_t qosPolicy() const { return value_ & qosPolicyMask; }
+   uint64_t pbrPolicy() const { return (value_ & pbrPolicyMask) >> 5; }
+   uint64_t aclLabel() const { return (value_ & aclLabelMask) >> 10; }
+   uint64_t lumenAclLabel() const { return (value_ & lumenAclLabelMask) >> 17; }
+   bool empty() const { return value_ == 0; }
+
+   uint64_t hash() const { return Orv::mixHash(value_); }
+   friend auto operator<=>(TcamSharingPolicyId, TcamSharingPolicyId) = default;
+   friend std::ostream& operator<<(std::ostream& out, TcamSharingPolicyId id) {
+      return out << id.value_;
+   }
+
+ private:
+   uint64_t value_ = 0;
+};
+
+// A request with the policy that was, or is to be, programmed for it. Entries of one request with
+// different policies are different keys.
+class TcamSharingEntry {
+ public:
+   constexpr TcamSharingEntry() = default;
+   TcamSharingEntry(TcamSharingRequest request, TcamSharingPolicyId policyId)
+       : request_(request), policyId_(policyId) {}
+
+   TcamSharingRequest request() const { return request_; }
+   Plexus::IntfId intfId() const { return request_.intfId(); }
+   Shoal::FapId fapId() const { return request_.fapId(); }
+   Bridging::VlanIdOrNone l3FloodPortVlanId() const { return request_.l3FloodPortVlanId(); }
+   TcamSharingPolicyId policyId() const { return policyId_; }
+
+   uint64_t hash() const { return Orv::mixHash(request_.hash() + policyId_.hash()); }
+   friend auto operator<=>(TcamSharingEntry const&, TcamSharingEntry const&) = default;
+   TCAM_SHARING_EXPORT friend std::ostream& operator<<(std::ostream& out,
+                                                       TcamSharingEntry const& entry);
+
+   static constexpr char const* blipForm = "pendingEntry(%, fap %, pol %)";
+   auto blipFields() const { return std::tuple(intfId(), fapId().value(), policyId_.value()); }
+
+ private:
+   TcamSharingRequest request_;
+   TcamSharingPolicyId policyId_;
+};
+
+} // namespace Hardware::ShoalTunnel

@@ -1,0 +1,220 @@
+#include "ShoalTunnel/TcamSharing/TcamSharingSemSm.h"
+
+#include "platform/Orv/Failure.h"
+#include "platform/Trace/Trace.h"
+#include "ShoalTunnel/TcamSharing/TcamSharingIsemPolicyId.h"
+
+namespace Hardware::ShoalTunnel {
+
+using Bridging::VlanId;
+
+namespace {
+constexpr char const* configHandler = "handleTcamSharingConfig";
+} // namespace
+
+TcamSharingSemSm::TcamSharingSemSm(Orv::Ptr<Shoal::Status const> shoalStatus,
+                                   Orv::Ptr<TcamSharingConfig const> tcamSharingConfig,
+                                   Orv::Ptr<TcamSharingStatus> tcamSharingStatus,
+                                   Orv::Ptr<TcamSharingHelper> tcamSharingHelper,
+                                   Orv::Ptr<SemTableConfig> isemBTableConfig,
+                                   Orv::Ptr<SemTableStatus const> isemBTableStatus,
+                                   Orv::Ptr<TcamSharingSemCommon> tcamSharingCommon)
+    : TcamSharingBaseSm(std::move(shoalStatus), std::move(tcamSharingConfig),
+                        std::move(tcamSharingStatus), std::move(tcamSharingHelper)),
+      isemBTableConfig_(std::move(isemBTableConfig)),
+      isemBTableStatus_(std::move(isemBTableStatus)),
+      tcamSharingCommon_(std::move(tcamSharingCommon)), orvIsemBTableStatus_(this) {
+   if (isemBTableStatus_) {
+      isemBTableStatus_->statusCollection().watch(orvIsemBTableStatus_);
+   }
+   if (this->tcamSharingConfig()) {
+      for (auto const& [request, policyId] : this->tcamSharingConfig()->requestIter()) {
+         TcamSharingSemSm::handleTcamSharingConfig(request);
+      }
+   }
+}
+
+void TcamSharingSemSm::orvDoZombieReactors(bool zombie) {
+   TcamSharingBaseSm::orvDoZombieReactors(zombie);
+   if (zombie) {
+      orvIsemBTableStatus_.remove();
+   } else if (isemBTableStatus_ && !orvIsemBTableStatus_.registered()) {
+      isemBTableStatus_->statusCollection().watch(orvIsemBTableStatus_);
+   }
+}
+
+void TcamSharingSemSm::handleTcamSharingConfig(TcamSharingRequest const& request) {
+   TRACE(8, "TcamSharingSemSm::handleTcamSharingConfig");
+   if (tcamSharingCommon_ && tcamSharingCommon_->notARealDelete()) {
+      return;
+   }
+   TcamSharingPolicyId policyId = tcamSharingConfig()->request(request);
+   TRACE(7, __func__, ": policyId: ", policyId);
+   if (policyId.empty()) {
+      doRemove(request);
+   } else {
+      doProgram(request, policyId);
+   }
+}
+
+void TcamSharingSemSm::doRemove(TcamSharingRequest const& request) {
+   AradSemKeyAndFap keyToDel = tcamSharingCommon_->tcamRequestToIsemKeyMapping(request);
+   switch (tcamSharingStatus()->response(request).status) {
+   case tcamSharingFailed:
+      TRACE(7, configHandler, ": deleting previously failed req");
+      ORV_ASSERT(keyToDel != AradSemKeyAndFap(), "keyToDel != AradSemKeyAndFap()",
+                 " we should have stored a mapping for failed request: ", request);
+      break;
+   case tcamSharingInProgress:
+      TRACE(7, configHandler, ": del of in progress status");
+      tcamSharingStatus()->responseDel(request);
+      break;
+   case tcamSharingSuccess:
+      TRACE(7, configHandler, ": deleting successful req");
+      ORV_ASSERT(keyToDel != AradSemKeyAndFap(), "keyToDel != AradSemKeyAndFap()",
+                 " we should have stored a mapping for successful request: ", request);
+      break;
+   case tcamSharingNone:
+      break;
+   }
+   if (keyToDel == AradSemKeyAndFap()) {
+      return;
+   }
+   TRACE(7, configHandler, ": removing keyToDel: ", keyToDel);
+   // The entry goes even when other requests share it: theirs is to be programmed again when they
+   // next change.
+   if (isemBTableConfig_->configHas(keyToDel)) {
+      // Queued before the write: the answer may come from inside it.
+      doEnqueuePending(keyToDel, false, TcamSharingEntry(request, TcamSharingPolicyId()));
+      isemBTableConfig_->configDel(keyToDel);
+   } else {
+      TRACE(7, configHandler, ": no longer in isemConfig, deleting ", "TcamSharingStatus directly");
+      tcamSharingStatus()->responseDel(request);
+   }
+   doDropUser(keyToDel, request);
+   tcamSharingCommon_->tcamRequestToIsemKeyMappingDel(request);
+}
+
+void TcamSharingSemSm::doProgram(TcamSharingRequest const& request, TcamSharingPolicyId policyId) {
+   TcamSharingEntry entry(request, policyId);
+   bool fapAvailable = shoalStatus()->fapAvailable(request.fapId());
+   auto vlanDomain = tcamSharingHelper()->getVlanDomainForIntf(request.intfId(), request.fapId());
+   auto encap =
+       tcamSharingHelper()->getDot1qEncapForIntf(request.intfId(), request.l3FloodPortVlanId());
+   TRACE(7, configHandler, ": fapAvailable: ", fapAvailable);
+   if (!fapAvailable || !vlanDomain || !encap.valid) {
+      tcamSharingCommon_->retryListIs(entry, true);
+      TRACE(5, configHandler,
+            ": posting in progress for pending entry missing: ", "fapAvailable: ", fapAvailable,
+            ", vlanDomain.success: ", vlanDomain.has_value(), ", vlanId.success: ", encap.valid);
+      tcamSharingStatus()->responseIs(request,
+                                      TcamSharingResponse{tcamSharingInProgress, policyId});
+      return;
+   }
+   if (encap.dot1qEncap.inner != 0) {
+      // One tag is all that the key holds: neither programmed nor answered.
+      TRACE(7, configHandler, ": QinQ L3 subinterface dot1qEncap:", encap.dot1qEncap);
+      return;
+   }
+   VlanId vlanId(encap.dot1qEncap.outer);
+   TRACE(5, configHandler, ": vlanDomain: ", *vlanDomain);
+   TRACE(5, configHandler, ": vlanId: ", vlanId);
+   AradSemPayload payload = AradSemPayload::basic(
+       TcamSharingIsemPolicyId(policyId).makeISemPayloadValue(shoalStatus(), request.fapId()));
+   AradSemKeyAndFap newKey(AradISemKeyTcamSharing(vlanId, *vlanDomain).key(), request.fapId());
+   if (isemBTableConfig_->configHas(newKey) && isemBTableConfig_->config(newKey) == payload) {
+      TRACE(7, configHandler, ": bypassing isem programming, no change required for ", request);
+      tcamSharingStatus()->responseIs(request, TcamSharingResponse{tcamSharingSuccess, policyId});
+      return;
+   }
+   AradSemKeyAndFap prevKey = tcamSharingCommon_->tcamRequestToIsemKeyMapping(request);
+   if (prevKey != AradSemKeyAndFap() && prevKey != newKey) {
+      doLeavePrevKey(request, prevKey);
+   }
+   doEnqueuePending(newKey, true, entry);
+   tcamSharingCommon_->semToRequestIs(newKey)->requestIs(request);
+   tcamSharingCommon_->tcamRequestToIsemKeyMappingIs(request, newKey);
+   // Last: with everything recorded, an answer from inside this write finds its request.
+   isemBTableConfig_->configIs(newKey, payload);
+   TRACE_SPLIT(7, TEXT(configHandler, ": finished on ", request),
+               BLIP(configHandler, ": finished on (", request.intfId(), ", fap ", request.fapId(),
+                    ", pol ", policyId, ")"));
+}
+
+void TcamSharingSemSm::doLeavePrevKey(TcamSharingRequest const& request, AradSemKeyAndFap prevKey) {
+   ORV_ASSERT(prevKey.key().keyType() == AradSemKeyType::isemTcamSharing_,
+              "prevKey.key().keyType() == AradSemKeyType::isemTcamSharing_",
+              "We expect all keyTypes to be TcamSharing in this SM.");
+   TRACE(7, configHandler, ": del prevKey: ", prevKey);
+   doDropUser(prevKey, request);
+   // No pending write is queued for this removal: its answer is nobody's, and is ignored.
+   if (!tcamSharingCommon_->semToRequestHas(prevKey)) {
+      isemBTableConfig_->configDel(prevKey);
+   }
+   ORV_ASSERT(!tcamSharingCommon_->semToRequestHas(prevKey),
+              "tcamSharingCommon()->semToRequest( prevKey ) == NULL",
+              "If we are deleting a stale mapping, then ensure no request is "
+              "still using it");
+}
+
+void TcamSharingSemSm::doEnqueuePending(AradSemKeyAndFap key, bool isInsert,
+                                        TcamSharingEntry const& entry) {
+   tcamSharingCommon_->pendingSemWriteIs(PendingSemWriteKey{key, isInsert})
+       ->pendingSharingEntryEnq(entry);
+}
+
+void TcamSharingSemSm::doDropUser(AradSemKeyAndFap key, TcamSharingRequest const& request) {
+   auto users = tcamSharingCommon_->semToRequestIs(key);
+   users->requestDel(request);
+   if (users->requests() == 0) {
+      tcamSharingCommon_->semToRequestDel(key);
+   }
+}
+
+void TcamSharingSemSm::handleIsemBTableStatus(AradSemKeyAndFap const& keyAndFap) {
+   TRACE(8, "TcamSharingSemSm::handleIsemBTableStatus: ", keyAndFap,
+         ", keyType: ", static_cast<uint32_t>(keyAndFap.key().keyType()));
+   if (!initialized()) {
+      return;
+   }
+   SemTableStatusEntry statusEntry = isemBTableStatus_->status(keyAndFap);
+   // An entry answers a write; its absence answers a removal.
+   bool statusFromPendingInsert = statusEntry != SemTableStatusEntry();
+   TRACE(7, __func__, ": statusEntry: ", statusEntry);
+   TRACE(7, __func__, ": statusFromPendingInsert: ", statusFromPendingInsert);
+   TRACE(7, __func__, ": stored keyAndFap: ", keyAndFap);
+   if (ignoreIsemStatus()) {
+      TRACE(7, __func__, ": ignoring ISEM status, breadth test only");
+      return;
+   }
+   PendingSemWriteKey pendingKey{keyAndFap, statusFromPendingInsert};
+   auto pendingSemWrite = tcamSharingCommon_->pendingSemWrite(pendingKey);
+   if (!pendingSemWrite) {
+      TRACE(7, __func__, ": response we can safely ignore");
+      return;
+   }
+   ORV_ASSERT(pendingSemWrite->pendingSharingEntrys() != 0,
+              "pendingSemWrite->pendingSharingEntrys() != 0",
+              " we forgot to cleanup pendingSemWrite queue for ", keyAndFap);
+   TcamSharingEntry entry = pendingSemWrite->pendingSharingEntry();
+   pendingSemWrite->pendingSharingEntryDeq();
+   if (pendingSemWrite->pendingSharingEntrys() == 0) {
+      tcamSharingCommon_->pendingSemWriteDel(pendingKey);
+   }
+   TRACE(7, __func__, ": pendingEntry: ", entry);
+   if (!statusFromPendingInsert) {
+      TRACE(7, __func__, ": responseDel");
+      tcamSharingStatus()->responseDel(entry.request());
+   } else if (statusEntry.statusCode == SemTableStatusEntry::success) {
+      TRACE(7, __func__, ": successful isem status");
+      tcamSharingStatus()->responseIs(entry.request(),
+                                      TcamSharingResponse{tcamSharingSuccess, entry.policyId()});
+   } else {
+      TRACE(0, __func__, ": write failure isem status");
+      tcamSharingStatus()->responseIs(entry.request(),
+                                      TcamSharingResponse{tcamSharingFailed, entry.policyId()});
+   }
+   numOfIsemBStatusHandledInc(1);
+}
+
+} // namespace Hardware::ShoalTunnel
