@@ -1,0 +1,14 @@
+// A host that knows nothing but the installed headers and libraries.
+#include "ShoalTunnel/TcamSharing/TcamSharingConfig.h"
+
+using namespace Hardware::ShoalTunnel;
+
+int main() {
+   auto config = Orv::make<TcamSharingConfig>();
+   TcamSharingRequest const request(Plexus::IntfId("Ethernet1"), Hardware::Shoal::FapId(0));
+   config->requestIs(request, TcamSharingPolicyId(5));
+
+   // Made by the library, the type must be the one that this program sees.
+   bool const sameType = &config->orvType() == Orv::Type::find(TcamSharingConfig::orvFullName);
+   return sameType && config->requests() == 1 && config->request(request).qosPolicy() == 5 ? 0 : 1;
+}
