@@ -157,7 +157,7 @@ class Collection : public Watched<K> {
       Cursor(Collection const& collection, Bound bound)
           : collection_(&collection), outer_(collection.cursors_), next_(collection.first_),
             last_(collection.last_), bounded_(bound == bounded) {
-         collection.cursors_ = this;
+         enlist(collection);
       }
       Cursor(Cursor const&) = delete;
       Cursor& operator=(Cursor const&) = delete;
@@ -196,6 +196,15 @@ class Collection : public Watched<K> {
 
     private:
       friend class Collection;
+      // The destructor takes the cursor off the list, which the compiler does not see.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdangling-pointer"
+#endif
+      void enlist(Collection const& collection) { collection.cursors_ = this; }
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
       void step() {
          next_ = bounded_ && next_ == last_ ? kNil : collection_->storage_.at(next_).links.next;
       }

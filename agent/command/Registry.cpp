@@ -1,0 +1,122 @@
+#include "agent/command/Registry.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+
+namespace Agent {
+
+Arguments::Arguments(std::vector<std::string> words) : words_(std::move(words)) {
+   auto option = std::find(words_.begin(), words_.end(), "--format");
+   if (option == words_.end()) {
+      return;
+   }
+   if (option + 1 == words_.end() || (option[1] != "json" && option[1] != "text")) {
+      throw CommandError("--format takes text or json");
+   }
+   format_ = option[1] == "json" ? Format::json : Format::text;
+   words_.erase(option, option + 2);
+}
+
+std::string Arguments::take(std::string_view what) {
+   if (!more()) {
+      throw CommandError(std::string(what) + " is missing");
+   }
+   return words_[next_++];
+}
+
+bool Arguments::takeWord(std::string_view word) {
+   bool found = more() && words_[next_] == word;
+   next_ += found ? 1 : 0;
+   return found;
+}
+
+uint64_t parseNumber(std::string_view text, std::string_view what, uint64_t least, uint64_t most) {
+   bool hexadecimal = text.starts_with("0x");
+   std::string_view digits = hexadecimal ? text.substr(2) : text;
+   uint64_t number = 0;
+   auto [end, error] =
+       std::from_chars(digits.data(), digits.data() + digits.size(), number, hexadecimal ? 16 : 10);
+   bool whole = end == digits.data() + digits.size() && !digits.empty();
+   if (error == std::errc::invalid_argument || !whole) {
+      throw CommandError(std::string(what) + " is a number, not '" + std::string(text) + "'");
+   }
+   if (error != std::errc() || number < least || number > most) {
+      throw CommandError(std::string(what) + " is " + std::to_string(least) + " to " +
+                         std::to_string(most) + ", not " + std::string(text));
+   }
+   return number;
+}
+
+uint64_t Arguments::takeNumber(std::string_view what, uint64_t least, uint64_t most) {
+   return parseNumber(take(what), what, least, most);
+}
+
+double Arguments::takeReal(std::string_view what, double least, double most) {
+   std::string text = take(what);
+   double number = 0.0;
+   auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+   if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(number)) {
+      throw CommandError(std::string(what) + " is a number, not '" + text + "'");
+   }
+   if (number < least || number > most) {
+      throw CommandError(std::string(what) + " is " + printedSeconds(least) + " to " +
+                         printedSeconds(most) + ", not " + text);
+   }
+   return number;
+}
+
+bool Arguments::takeSwitch(std::string_view what) { return takeChoice(what, {"off", "on"}) == 1; }
+
+std::size_t Arguments::takeChoice(std::string_view what,
+                                  std::vector<std::string_view> const& choices) {
+   std::string word = take(what);
+   auto found = std::find(choices.begin(), choices.end(), word);
+   if (found == choices.end()) {
+      std::string list;
+      for (auto choice : choices) {
+         list += (list.empty() ? "" : ", ") + std::string(choice);
+      }
+      throw CommandError(std::string(what) + " is one of " + list + ", not '" + word + "'");
+   }
+   return static_cast<std::size_t>(found - choices.begin());
+}
+
+void Arguments::end() const {
+   if (more()) {
+      throw CommandError("'" + words_[next_] + "' is one word too many");
+   }
+}
+
+std::string Arguments::rest() {
+   std::string text;
+   while (more()) {
+      text += (text.empty() ? "" : " ") + take("");
+   }
+   return text;
+}
+
+void Registry::add(Command command) { commands_.emplace(command.name, std::move(command)); }
+
+Command const* Registry::find(std::string const& name) const {
+   auto found = commands_.find(name);
+   return found == commands_.end() ? nullptr : &found->second;
+}
+
+Registry const& commandRegistry() {
+   static Registry const registry = [] {
+      Registry made;
+      addRequestCommands(made);
+      addWorldCommands(made);
+      addChipCommands(made);
+      addTimeCommands(made);
+      addShowCommands(made);
+      addExplainCommands(made);
+      addExpectCommands(made);
+      addTraceCommands(made);
+      return made;
+   }();
+   return registry;
+}
+
+} // namespace Agent
