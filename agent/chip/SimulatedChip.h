@@ -2,8 +2,8 @@
 //
 // Every change of the table's configuration is a write to the chip. The answer comes later, from
 // the event loop: the delay after the write, in order of writing unless a fault reorders it. An
-// accepted write is answered with code 1 and its payload, a refused one with another code; a removal
-// is answered by the removal of the status entry.
+// accepted write is answered with code 1 and its payload, a refused one with another code; a
+// removal is answered by the removal of the status entry.
 //
 // Faults are either counted ("the next 3 answers are lost") or drawn with a probability from a
 // seeded generator, so a run is the same each time. Each may be limited to one unit.

@@ -66,7 +66,9 @@ double Arguments::takeReal(std::string_view what, double least, double most) {
    return number;
 }
 
-bool Arguments::takeSwitch(std::string_view what) { return takeChoice(what, {"off", "on"}) == 1; }
+bool Arguments::takeSwitch(std::string_view what) {
+   return takeChoice(what, {"off", "on"}) == 1;
+}
 
 std::size_t Arguments::takeChoice(std::string_view what,
                                   std::vector<std::string_view> const& choices) {
@@ -96,7 +98,9 @@ std::string Arguments::rest() {
    return text;
 }
 
-void Registry::add(Command command) { commands_.emplace(command.name, std::move(command)); }
+void Registry::add(Command command) {
+   commands_.emplace(command.name, std::move(command));
+}
 
 Command const* Registry::find(std::string const& name) const {
    auto found = commands_.find(name);

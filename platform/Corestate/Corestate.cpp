@@ -35,7 +35,7 @@ void collect(Orv::Dir const& dir, std::string const& prefix,
 
 } // namespace
 
-void Corestate::mount(std::string_view path, Orv::Ptr<Orv::Entity> entity) {
+void Corestate::mount(std::string_view path, Orv::Ptr<Orv::Entity> const& entity) {
    if (!entity) {
       throw Orv::NullArgumentException("Corestate::mount of a null entity at " + std::string(path));
    }

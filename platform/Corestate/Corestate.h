@@ -16,7 +16,7 @@ class ORV_EXPORT Corestate {
    // Throws Orv::NullArgumentException for a null entity and std::invalid_argument for a path that
    // is malformed (empty, or with an empty part), taken, or below a mounted entity that is no
    // directory.
-   void mount(std::string_view path, Orv::Ptr<Orv::Entity> entity);
+   void mount(std::string_view path, Orv::Ptr<Orv::Entity> const& entity);
    // Harmless when nothing is mounted there. Those who hold the entity keep it.
    void unmount(std::string_view path);
 

@@ -27,10 +27,10 @@
    constexpr auto orvFields() const {                                                              \
       return std::tie(__VA_ARGS__);                                                                \
    }                                                                                               \
-   friend constexpr bool operator==(Type const& a, Type const& b) {                                \
+   [[maybe_unused]] friend constexpr bool operator==(Type const& a, Type const& b) {               \
       return a.orvFields() == b.orvFields();                                                       \
    }                                                                                               \
-   friend constexpr auto operator<=>(Type const& a, Type const& b) {                               \
+   [[maybe_unused]] friend constexpr auto operator<=>(Type const& a, Type const& b) {              \
       return a.orvFields() <=> b.orvFields();                                                      \
    }                                                                                               \
    friend std::ostream& operator<<(std::ostream& out, Type const& value) {                         \

@@ -1,0 +1,72 @@
+// Why requests are where they are.
+#include "agent/command/Explanation.h"
+
+namespace Agent {
+
+namespace {
+
+void printExplanation(std::ostream& out, Explanation const& explanation, Format format) {
+   if (format == Format::json) {
+      Json facts = Json::object();
+      for (auto const& [label, text] : explanation.facts) {
+         // A label that comes twice (two answers due) becomes a list.
+         if (!facts.contains(label)) {
+            facts[label] = text;
+         } else if (facts[label].is_array()) {
+            facts[label].push_back(text);
+         } else {
+            facts[label] = Json::array({facts[label], text});
+         }
+      }
+      out << Json{{"request", printedRequest(explanation.request)},
+                  {"inHardware", explanation.inHardware},
+                  {"verdict", explanation.verdict},
+                  {"facts", facts}}
+                 .dump(-1, ' ', false, Json::error_handler_t::replace)
+          << "\n";
+      return;
+   }
+   out << printedRequest(explanation.request) << ": " << explanation.verdict << "\n";
+   for (auto const& [label, text] : explanation.facts) {
+      out << "  " << label << ": " << text << "\n";
+   }
+}
+
+// INTERFACE UNIT [flood VLAN]; UNIT may be own or any, which explains each request there is.
+void explainCommand(Host& host, Arguments& arguments, std::ostream& out) {
+   auto requests = takeRequests(host, arguments);
+   arguments.end();
+   for (TcamSharingRequest request : requests) {
+      printExplanation(out, explain(host, request), arguments.format());
+   }
+}
+
+// Each request that is not in hardware, with the sentence that says why.
+void problems(Host& host, Arguments& arguments, std::ostream& out) {
+   arguments.end();
+   Table table{"problems", {"request", "merged policy", "status", "why"}, {}};
+   for (TcamSharingRequest request : knownRequests(host)) {
+      Explanation explanation = explain(host, request);
+      auto status = host.pipeline().mergedStatus->response(request).status;
+      if (!explanation.inHardware || status != Hardware::ShoalTunnel::tcamSharingSuccess) {
+         table.add({printedRequest(request),
+                    printedPolicy(host.pipeline().merged->request(request)),
+                    std::string(printedStatus(status)), explanation.verdict});
+      }
+   }
+   print(out, table, arguments.format());
+}
+
+} // namespace
+
+void addExplainCommands(Registry& registry) {
+   registry.add(
+       {"explain", "INTERFACE UNIT|own [flood VLAN] [--format json]",
+        "why a request is where it is: what it waits for, since when, who shares its entry", false,
+        explainCommand});
+   registry.add({"problems", "[--format json]",
+                 "every request that is not in hardware or not successful, and why", false,
+                 problems});
+}
+
+} // namespace Agent

@@ -1,0 +1,207 @@
+#include "agent/command/Names.h"
+
+#include <algorithm>
+#include <set>
+
+namespace Agent {
+
+using Bridging::VlanIdOrNone;
+using Hardware::ShoalTunnel::AradISemKeyTcamSharing;
+using Plexus::SubIntfId;
+
+namespace {
+
+struct PolicyField {
+   std::string_view name;
+   unsigned shift;
+   uint64_t most;
+};
+constexpr PolicyField policyFields[] = {
+    {"qos", 0, 31}, {"pbr", 5, 31}, {"acl", 10, 127}, {"lumen", 17, 127}};
+constexpr unsigned otherShift = 24;
+
+constexpr std::string_view statusNames[] = {"none", "success", "in-progress", "failed"};
+
+} // namespace
+
+std::string printedRequest(TcamSharingRequest request) {
+   std::string text = request.intfId().name() + " unit " + std::to_string(request.fapId().value());
+   uint16_t flood = request.l3FloodPortVlanId().value();
+   return flood == 0 ? text : text + " flood " + std::to_string(flood);
+}
+
+std::string printedPolicy(TcamSharingPolicyId policy) {
+   std::string text;
+   auto add = [&](std::string_view name, std::string const& value) {
+      text += (text.empty() ? "" : ",") + std::string(name) + "=" + value;
+   };
+   for (auto const& field : policyFields) {
+      if (uint64_t value = policy.value() >> field.shift & field.most; value != 0) {
+         add(field.name, std::to_string(value));
+      }
+   }
+   if (uint64_t other = policy.value() >> otherShift; other != 0) {
+      add("other", std::to_string(other));
+   }
+   return text.empty() ? "none" : text;
+}
+
+TcamSharingPolicyId parsePolicy(std::string_view text) {
+   if (text.find('=') == std::string_view::npos) {
+      return TcamSharingPolicyId(parseNumber(text, "POLICY", 1, UINT64_MAX));
+   }
+   uint64_t value = 0;
+   std::set<std::string_view> seen;
+   while (!text.empty()) {
+      std::string_view part = text.substr(0, text.find(','));
+      text.remove_prefix(std::min(text.size(), part.size() + 1));
+      std::string_view name = part.substr(0, part.find('='));
+      auto const* field = std::find_if(std::begin(policyFields), std::end(policyFields),
+                                       [&](PolicyField const& each) { return each.name == name; });
+      bool other = name == "other";
+      if ((field == std::end(policyFields) && !other) || part.size() == name.size()) {
+         throw CommandError("POLICY has fields qos=, pbr=, acl=, lumen=, other=, not '" +
+                            std::string(part) + "'");
+      }
+      if (!seen.insert(name).second) {
+         throw CommandError("POLICY has '" + std::string(name) + "' twice");
+      }
+      uint64_t most = other ? UINT64_MAX >> otherShift : field->most;
+      value |= parseNumber(part.substr(name.size() + 1), name, 0, most)
+               << (other ? otherShift : field->shift);
+   }
+   if (value == 0) {
+      throw CommandError("a POLICY of 0 is no policy; withdraw the request instead");
+   }
+   return TcamSharingPolicyId(value);
+}
+
+std::string_view printedStatus(TcamSharingResponseStatus status) {
+   return statusNames[status];
+}
+
+TcamSharingResponseStatus takeStatus(Arguments& arguments) {
+   return static_cast<TcamSharingResponseStatus>(arguments.takeChoice(
+       "STATUS", std::vector<std::string_view>(std::begin(statusNames), std::end(statusNames))));
+}
+
+std::string printedKey(AradSemKeyAndFap key) {
+   AradISemKeyTcamSharing fields(key.key());
+   return "(vlan " + std::to_string(fields.vlanId()) + ", domain " +
+          std::to_string(fields.vlanDomain().value()) + ", unit " +
+          std::to_string(key.fapId().value()) + ")";
+}
+
+TcamSharingPolicyId policyOfPayload(AradSemPayload payload) {
+   return TcamSharingPolicyId((payload.value & 0xffff8) >> 3);
+}
+
+std::string printedUnitType(Hardware::Shoal::FapType type) {
+   switch (type) {
+   case 0:
+      return "none";
+   case Hardware::Shoal::fapTypeArad:
+      return "arad";
+   default:
+      return std::to_string(type);
+   }
+}
+
+std::string printedLookup(Hardware::Shoal::ExtLkupType type) {
+   return type == 0                                    ? "none"
+          : type == Hardware::Shoal::extLkupTypeLumen_ ? "lumen"
+                                                       : std::to_string(type);
+}
+
+Feature takeFeature(Arguments& arguments) {
+   return static_cast<Feature>(
+       arguments.takeChoice("FEATURE", {featureNames.begin(), featureNames.end()}));
+}
+
+std::vector<TcamSharingRequest> takeRequests(Host const& host, Arguments& arguments) {
+   World const& world = host.world();
+   auto interfaces = world.interfaces(arguments.take("INTERFACE"));
+   std::string unitWord = arguments.take("UNIT");
+   std::optional<VlanIdOrNone> flood;
+   if (arguments.takeWord("flood")) {
+      flood = VlanIdOrNone(static_cast<uint32_t>(arguments.takeNumber("VLAN", 1, 4094)));
+   }
+   std::vector<TcamSharingRequest> requests;
+   for (IntfId intf : interfaces) {
+      if (flood && !intf.l3Flood()) {
+         throw CommandError(intf.name() + " is no flood entry, so it takes no flood VLAN");
+      }
+      VlanIdOrNone vlan = flood.value_or(VlanIdOrNone());
+      if (intf.l3Flood() && !flood) {
+         // The VLAN that stands for the port is its internal one unless another is given.
+         vlan = world.intfVlanIdTable->internalVlanId(
+             IntfId(intf.name().substr(0, intf.name().rfind("-L3Flood"))));
+         if (vlan.value() == 0) {
+            throw CommandError(intf.name() + " has no internal VLAN; say flood VLAN");
+         }
+      }
+      std::vector<FapId> units;
+      if (unitWord == "own") {
+         units = world.unitsOf(intf);
+         if (units.empty()) {
+            throw CommandError(intf.name() + " is on no unit");
+         }
+      } else {
+         units.push_back(world.unit(unitWord));
+      }
+      for (FapId unit : units) {
+         requests.emplace_back(intf, unit, vlan);
+      }
+   }
+   return requests;
+}
+
+TcamSharingRequest takeRequest(Host const& host, Arguments& arguments) {
+   auto requests = takeRequests(host, arguments);
+   if (requests.size() != 1) {
+      throw CommandError("that names " + std::to_string(requests.size()) +
+                         " requests; one is wanted here");
+   }
+   return requests.front();
+}
+
+Resolution resolveKey(Host const& host, TcamSharingRequest request) {
+   auto const& world = host.world();
+   auto const& helper = host.pipeline().helper;
+   Resolution resolution;
+   std::string unit = std::to_string(request.fapId().value());
+   auto miss = [&](std::string const& what) {
+      resolution.missing += (resolution.missing.empty() ? "" : "; ") + what;
+   };
+   resolution.available = world.shoalStatus->fapAvailable(request.fapId());
+   if (!resolution.available) {
+      miss("unit " + unit + " is not available");
+   }
+   resolution.domain = helper->getVlanDomainForIntf(request.intfId(), request.fapId());
+   if (!resolution.domain) {
+      miss("no VLAN domain for " + SubIntfId::parentIntfId(request.intfId()).name() + " on unit " +
+           unit);
+   }
+   auto encap = helper->getDot1qEncapForIntf(request.intfId(), request.l3FloodPortVlanId());
+   if (encap.valid) {
+      resolution.encap = encap.dot1qEncap;
+   } else {
+      miss(SubIntfId::isSubIntfId(request.intfId()) ? "the sub-interface has no encapsulation"
+                                                    : "the interface has no internal VLAN");
+   }
+   if (!resolution.missing.empty()) {
+      return resolution;
+   }
+   if (encap.dot1qEncap.inner != 0) {
+      miss("it has two tags (" + std::to_string(encap.dot1qEncap.outer) + "," +
+           std::to_string(encap.dot1qEncap.inner) +
+           "), which the ISEM does not hold: such requests are neither programmed nor answered");
+      return resolution;
+   }
+   resolution.key = AradSemKeyAndFap(
+       AradISemKeyTcamSharing(Bridging::VlanId(encap.dot1qEncap.outer), *resolution.domain).key(),
+       request.fapId());
+   return resolution;
+}
+
+} // namespace Agent

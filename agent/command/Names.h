@@ -1,0 +1,50 @@
+// How requests, policies, keys and statuses are written in commands and in their output, and where
+// a request leads in the present state of the world.
+#pragma once
+
+#include "agent/command/Registry.h"
+#include "agent/host/Host.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Agent {
+
+using Hardware::ShoalTunnel::TcamSharingResponse;
+using Hardware::ShoalTunnel::TcamSharingResponseStatus;
+
+// "lc1/asic0/Ethernet4.10 unit 0", with " flood 200" where it has one.
+std::string printedRequest(TcamSharingRequest request);
+// "qos=5,pbr=1,acl=3,lumen=2", fields of 0 left out; "other=0x..." for bits above; "none" for 0.
+std::string printedPolicy(TcamSharingPolicyId policy);
+// The same, or the whole value as a number. Throws CommandError.
+TcamSharingPolicyId parsePolicy(std::string_view text);
+// success, in-progress, failed, none
+std::string_view printedStatus(TcamSharingResponseStatus status);
+TcamSharingResponseStatus takeStatus(Arguments& arguments);
+// "(vlan 100, domain 5, unit 3)"
+std::string printedKey(AradSemKeyAndFap key);
+// The policy that an entry's payload carries.
+TcamSharingPolicyId policyOfPayload(AradSemPayload payload);
+std::string printedUnitType(Hardware::Shoal::FapType type);
+std::string printedLookup(Hardware::Shoal::ExtLkupType type);
+
+Feature takeFeature(Arguments& arguments);
+// INTERFACE UNIT [flood VLAN]; INTERFACE may be a pattern and UNIT "own". CommandError with the
+// reason for whatever the inventory cannot serve. Never empty.
+std::vector<TcamSharingRequest> takeRequests(Host const& host, Arguments& arguments);
+// The same for one request.
+TcamSharingRequest takeRequest(Host const& host, Arguments& arguments);
+
+// What programming the request would need now.
+struct Resolution {
+   bool available = false;                            // the unit
+   std::optional<Hardware::Shoal::VlanDomain> domain; // none: not resolved
+   std::optional<Bridging::Dot1qEncap> encap;         // none: not resolved
+   std::optional<AradSemKeyAndFap> key;               // none: cannot be programmed
+   std::string missing;                               // in words; empty with a key
+};
+Resolution resolveKey(Host const& host, TcamSharingRequest request);
+
+} // namespace Agent

@@ -1,0 +1,50 @@
+// What people look at: tables, help.
+#include "agent/command/Tables.h"
+
+namespace Agent {
+
+namespace {
+
+void show(Host& host, Arguments& arguments, std::ostream& out) {
+   NamedTable const& table = namedTable(arguments.take("TABLE"));
+   arguments.end();
+   print(out, table.make(host), arguments.format());
+}
+
+void echo(Host&, Arguments& arguments, std::ostream& out) {
+   out << arguments.rest() << "\n";
+}
+
+void help(Host&, Arguments& arguments, std::ostream& out) {
+   if (arguments.more()) {
+      std::string name = arguments.take("COMMAND");
+      arguments.end();
+      Command const* command = commandRegistry().find(name);
+      if (command == nullptr) {
+         throw CommandError("there is no command '" + name + "'");
+      }
+      out << command->name << " " << command->arguments << "\n    " << command->help << "\n";
+      if (name == "show" || name == "expect") {
+         for (auto const& table : namedTables()) {
+            out << "    " << table.name << ": " << table.help << "\n";
+         }
+      }
+      return;
+   }
+   Table table{"commands", {"command", "arguments", "help"}, {}};
+   for (auto const& [name, command] : commandRegistry().commands()) {
+      table.add({name, command.arguments, command.help});
+   }
+   print(out, table, arguments.format());
+}
+
+} // namespace
+
+void addShowCommands(Registry& registry) {
+   registry.add(
+       {"show", "TABLE [--format json]", "print a table (help show lists them)", false, show});
+   registry.add({"echo", "TEXT", "print a line", false, echo});
+   registry.add({"help", "[COMMAND]", "list the commands, or explain one", false, help});
+}
+
+} // namespace Agent

@@ -1,0 +1,183 @@
+// What happens around the library: interfaces, VLANs, units and ports change.
+#include "agent/command/Names.h"
+
+#include <algorithm>
+
+namespace Agent {
+
+namespace {
+
+using Bridging::Dot1qEncap;
+using Bridging::VlanIdOrNone;
+using Hardware::Shoal::PortMap;
+using Hardware::Shoal::VlanDomain;
+
+// OUTER[,INNER] or none.
+Dot1qEncap takeEncapsulation(Arguments& arguments) {
+   std::string text = arguments.take("OUTER[,INNER] or none");
+   if (text == "none") {
+      return {};
+   }
+   auto comma = text.find(',');
+   Dot1qEncap encap;
+   encap.outer = static_cast<uint16_t>(parseNumber(text.substr(0, comma), "OUTER", 1, 4094));
+   if (comma != std::string::npos) {
+      encap.inner = static_cast<uint16_t>(parseNumber(text.substr(comma + 1), "INNER", 1, 4094));
+   }
+   return encap;
+}
+
+IntfId takeInterface(Host& host, Arguments& arguments, std::string_view what) {
+   return host.world().interface(arguments.take(what));
+}
+
+void encapsulation(Host& host, Arguments& arguments, std::ostream&) {
+   IntfId intf = takeInterface(host, arguments, "SUBINTERFACE");
+   Dot1qEncap encap = takeEncapsulation(arguments);
+   arguments.end();
+   host.world().encapsulationIs(intf, encap);
+}
+
+void dynamicEncapsulation(Host& host, Arguments& arguments, std::ostream&) {
+   IntfId intf = takeInterface(host, arguments, "SUBINTERFACE");
+   Dot1qEncap encap = takeEncapsulation(arguments);
+   arguments.end();
+   host.world().dynamicEncapsulationIs(intf, encap);
+}
+
+void deleteSubInterface(Host& host, Arguments& arguments, std::ostream&) {
+   IntfId intf = takeInterface(host, arguments, "SUBINTERFACE");
+   arguments.end();
+   host.world().subInterfaceDel(intf);
+}
+
+void programInHw(Host& host, Arguments& arguments, std::ostream&) {
+   IntfId intf = takeInterface(host, arguments, "SUBINTERFACE");
+   bool on = arguments.takeSwitch("on or off");
+   arguments.end();
+   host.world().programInHwIs(intf, on);
+}
+
+void internalVlan(Host& host, Arguments& arguments, std::ostream&) {
+   IntfId intf = takeInterface(host, arguments, "INTERFACE");
+   VlanIdOrNone vlan;
+   if (!arguments.takeWord("none")) {
+      vlan = VlanIdOrNone(static_cast<uint32_t>(arguments.takeNumber("VLAN", 1, 4094)));
+   }
+   arguments.end();
+   if (vlan.value() != 0) {
+      for (auto const& [other, taken] : host.world().intfVlanIdTable->internalVlanIdIter()) {
+         if (other != intf && taken == vlan &&
+             host.world().unitsOf(other) == host.world().unitsOf(intf)) {
+            throw CommandError("VLAN " + std::to_string(vlan.value()) +
+                               " is the internal VLAN of " + other.name());
+         }
+      }
+   }
+   host.world().internalVlanIs(intf, vlan);
+}
+
+void vlanDomain(Host& host, Arguments& arguments, std::ostream&) {
+   IntfId intf = takeInterface(host, arguments, "INTERFACE");
+   std::optional<VlanDomain> domain;
+   if (!arguments.takeWord("none")) {
+      domain = VlanDomain(static_cast<uint8_t>(arguments.takeNumber("DOMAIN", 1, 254)));
+   }
+   arguments.end();
+   host.world().vlanDomainIs(intf, domain);
+}
+
+// Requests of the features on a unit; those of `from` on.
+std::size_t requestsOn(Host const& host, FapId unit, Feature from) {
+   std::size_t count = 0;
+   for (auto i = static_cast<std::size_t>(from); i < kFeatures; ++i) {
+      for (auto const& [request, policy] :
+           host.pipeline().config(static_cast<Feature>(i))->requestIter()) {
+         count += request.fapId() == unit ? 1 : 0;
+      }
+   }
+   return count;
+}
+
+void unit(Host& host, Arguments& arguments, std::ostream&) {
+   World& world = host.world();
+   FapId fapId = world.unit(arguments.take("UNIT"));
+   std::string what = arguments.take("type, lookup, available or unavailable");
+   if (what == "type") {
+      bool none = arguments.takeWord("none");
+      bool arad = !none && arguments.takeWord("arad");
+      auto type = none ? 0 : arad ? 1 : static_cast<uint32_t>(arguments.takeNumber("TYPE", 1, 255));
+      arguments.end();
+      // A request of the other chip generation must never meet this pipeline.
+      if (std::size_t count = requestsOn(host, fapId, Feature::acl); type > 1 && count > 0) {
+         throw CommandError(
+             "unit " + std::to_string(fapId.value()) + " has " + std::to_string(count) +
+             " requests in the ISEM pipeline; withdraw them before its type changes");
+      }
+      world.fapTypeIs(fapId, type);
+   } else if (what == "lookup") {
+      uint32_t type = arguments.takeWord("none") ? 0
+                      : arguments.takeWord("lumen")
+                          ? Hardware::Shoal::extLkupTypeLumen_
+                          : static_cast<uint32_t>(arguments.takeNumber("LOOKUP", 1, 255));
+      arguments.end();
+      std::size_t count = requestsOn(host, fapId, Feature::lumen);
+      if (type != Hardware::Shoal::extLkupTypeLumen_ && count > 0) {
+         throw CommandError("unit " + std::to_string(fapId.value()) + " has " +
+                            std::to_string(count) +
+                            " lumen or rampart requests, which need the lumen lookup; withdraw "
+                            "them first");
+      }
+      world.extLkupTypeIs(fapId, type);
+   } else if (what == "available" || what == "unavailable") {
+      arguments.end();
+      world.fapAvailableIs(fapId, what == "available");
+   } else {
+      throw CommandError("a unit has type, lookup, available and unavailable, not '" + what + "'");
+   }
+}
+
+void portMap(Host& host, Arguments& arguments, std::ostream&) {
+   IntfId intf = takeInterface(host, arguments, "PORT");
+   std::optional<PortMap> place;
+   if (!arguments.takeWord("none")) {
+      FapId fapId = host.world().unit(arguments.take("UNIT"));
+      place = PortMap{fapId, static_cast<uint16_t>(arguments.takeNumber("UNITPORT", 0, 255))};
+   }
+   arguments.end();
+   host.world().portMapIs(intf, place);
+}
+
+void member(Host& host, Arguments& arguments, std::ostream&) {
+   IntfId lag = takeInterface(host, arguments, "PORTCHANNEL");
+   bool present = arguments.takeChoice("add or remove", {"remove", "add"}) == 1;
+   IntfId port = takeInterface(host, arguments, "PORT");
+   arguments.end();
+   host.world().memberIs(lag, port, present);
+}
+
+} // namespace
+
+void addWorldCommands(Registry& registry) {
+   registry.add({"encapsulation", "SUBINTERFACE OUTER[,INNER]|none",
+                 "the configured tags of a sub-interface change", true, encapsulation});
+   registry.add({"dynamic-encapsulation", "SUBINTERFACE OUTER[,INNER]|none",
+                 "tags assigned at run time, which override the configured ones", true,
+                 dynamicEncapsulation});
+   registry.add({"delete-subinterface", "SUBINTERFACE", "a sub-interface goes, with all it had",
+                 true, deleteSubInterface});
+   registry.add({"program-in-hw", "SUBINTERFACE on|off",
+                 "whether a sub-interface is to be programmed", true, programInHw});
+   registry.add({"internal-vlan", "INTERFACE VLAN|none",
+                 "the internal VLAN of a routed port changes", true, internalVlan});
+   registry.add(
+       {"vlan-domain", "PORT|PORTCHANNEL DOMAIN|none", "a VLAN domain changes", true, vlanDomain});
+   registry.add({"unit", "UNIT type arad|N|none | lookup lumen|N|none | available | unavailable",
+                 "a forwarding unit changes", true, unit});
+   registry.add(
+       {"port-map", "PORT UNIT UNITPORT | PORT none", "a port moves, or goes", true, portMap});
+   registry.add({"member", "PORTCHANNEL add|remove PORT", "a port joins or leaves a port-channel",
+                 true, member});
+}
+
+} // namespace Agent

@@ -1,0 +1,64 @@
+// The agent itself: the world, the pipeline, the simulated chip and the event loop, on virtual
+// time.
+//
+// Nothing moves by itself: commands change the world and the features' requests, advance() and
+// settle() run the event loop. The same commands give the same result each time.
+#pragma once
+
+#include "agent/chip/SimulatedChip.h"
+#include "agent/host/Chronicle.h"
+#include "agent/host/IsemPipeline.h"
+#include "agent/world/World.h"
+
+#include <fstream>
+#include <memory>
+#include <ostream>
+
+namespace Agent {
+
+class Host {
+ public:
+   explicit Host(Inventory inventory);
+   ~Host();
+   Host(Host const&) = delete;
+   Host& operator=(Host const&) = delete;
+
+   World& world() { return *world_; }
+   World const& world() const { return *world_; }
+   IsemPipeline& pipeline() { return *pipeline_; }
+   IsemPipeline const& pipeline() const { return *pipeline_; }
+   SimulatedChip& chip() { return *chip_; }
+   SimulatedChip const& chip() const { return *chip_; }
+   Chronicle const& chronicle() const { return *chronicle_; }
+   Orv::VirtualTime& time() { return time_; }
+   Orv::VirtualTime const& time() const { return time_; }
+
+   // Runs the event loop for so many seconds.
+   void advance(Seconds seconds);
+   // Runs it until only retries are left that change nothing: no slice is due, no answer is out,
+   // and two retry passes left every status as it was. At most `limit` seconds; false when the
+   // system was still moving then.
+   bool settle(Seconds limit = 3600.0);
+
+   // Text traces go here; null: to standard error.
+   void traceFileIs(std::string const& path);
+
+ private:
+   void runUntil(Seconds end);
+   bool busy() const;
+
+   Orv::VirtualTime time_;
+   Orv::Timers timers_;
+   std::unique_ptr<World> world_;
+   std::unique_ptr<IsemPipeline> pipeline_;
+   std::unique_ptr<SimulatedChip> chip_;
+   std::unique_ptr<Chronicle> chronicle_;
+   std::unique_ptr<std::ofstream> traceFile_;
+
+   // Counts what settle() has to see at rest.
+   void handleStatus(TcamSharingRequest const& request);
+   uint64_t statusChanges_ = 0;
+   Orv::ReactorFor<&Host::handleStatus> orvStatus_;
+};
+
+} // namespace Agent

@@ -1,0 +1,157 @@
+#include "agent/host/Rehearsal.h"
+
+#include "agent/command/Names.h"
+#include "agent/command/Registry.h"
+#include "platform/Orv/Exception.h"
+#include "platform/Orv/Failure.h"
+#include "platform/Trace/Trace.h"
+
+#include <cerrno>
+#include <cstring>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Agent {
+
+using namespace Hardware::ShoalTunnel;
+
+namespace {
+
+// In the child only: the failing host, and where to report.
+Host* rehearsing = nullptr;
+int reportTo = -1;
+
+void report(std::string const& text) {
+   for (std::size_t at = 0; at < text.size();) {
+      ssize_t written = ::write(reportTo, text.data() + at, text.size() - at);
+      if (written <= 0 && errno != EINTR) {
+         break;
+      }
+      at += written > 0 ? static_cast<std::size_t>(written) : 0;
+   }
+}
+
+std::string usersOf(Host const& host, AradSemKeyAndFap key, TcamSharingRequest except) {
+   std::string text;
+   if (auto mapping = host.pipeline().common->semToRequest(key)) {
+      for (auto const& [user, present] : mapping->requestIter()) {
+         if (user != except) {
+            text += (text.empty() ? "" : " and ") + printedRequest(user);
+         }
+      }
+   }
+   return text;
+}
+
+// The request that was being withdrawn: answered, out of the output, and without a mapping.
+std::string describeUnmapped(Host const& host) {
+   auto const& pipeline = host.pipeline();
+   for (auto const& [request, response] : pipeline.mergedStatus->responseIter()) {
+      if (response.status == tcamSharingInProgress || pipeline.output->requestHas(request) ||
+          pipeline.common->tcamRequestToIsemKeyMappingHas(request)) {
+         continue;
+      }
+      std::string text = printedRequest(request) + " would be withdrawn, but it was answered " +
+                         std::string(printedStatus(response.status)) +
+                         " without an entry of its own";
+      auto key = resolveKey(host, request).key;
+      std::string users = key ? usersOf(host, *key, request) : "";
+      if (users.empty()) {
+         return text + "; first have it programmed itself (a single tag, then another policy)";
+      }
+      return text + ": the entry " + printedKey(*key) + " belongs to " + users +
+             "; first withdraw " + users + ", then give " + request.intfId().name() +
+             " another policy, so that it is programmed itself";
+   }
+   return "";
+}
+
+// The request that was being moved: it still maps to a key whose users it has left.
+std::string describeMoved(Host const& host) {
+   auto const& common = host.pipeline().common;
+   for (auto const& [request, key] : common->tcamRequestToIsemKeyMappingIter()) {
+      auto mapping = common->semToRequest(key);
+      if (mapping && !mapping->requestHas(request)) {
+         std::string users = usersOf(host, key, request);
+         return printedRequest(request) + " would move off the entry " + printedKey(key) +
+                ", which " + users + " still use" + (mapping->requests() == 1 ? "s" : "") +
+                "; withdraw " + users + " first";
+      }
+   }
+   return "";
+}
+
+std::string describe(Host const& host, Orv::Failure const& failure) {
+   std::string condition = failure.condition;
+   std::string text;
+   if (condition == "keyToDel != AradSemKeyAndFap()") {
+      text = describeUnmapped(host);
+   } else if (condition == "tcamSharingCommon()->semToRequest( prevKey ) == NULL") {
+      text = describeMoved(host);
+   }
+   if (text.empty()) {
+      text = "it would stop the library";
+   }
+   return text + " (invariant " + condition + ")";
+}
+
+void reportFailure(Orv::Failure const& failure) {
+   report(describe(*rehearsing, failure));
+   ::_exit(0);
+}
+
+[[noreturn]] void runChild(Host& host, std::function<void()> const& change) {
+   Trace::enabledLevels = 0;
+   rehearsing = &host;
+   Orv::failureHookIs(reportFailure);
+   try {
+      change();
+      host.settle();
+   } catch (Orv::RangeException const& error) {
+      report(std::string("it would leave a range: ") + error.what());
+   } catch (std::exception const&) {
+      // The caller meets the same error.
+   }
+   // Without flushing: what the parent has buffered is the parent's to write.
+   ::_exit(0);
+}
+
+} // namespace
+
+void rehearse(Host& host, std::function<void()> const& change) {
+   int ends[2];
+   if (::pipe(ends) != 0) {
+      throw CommandError(std::string("cannot rehearse the command: ") + std::strerror(errno));
+   }
+   pid_t child = ::fork();
+   if (child == 0) {
+      ::close(ends[0]);
+      reportTo = ends[1];
+      runChild(host, change);
+   }
+   ::close(ends[1]);
+   std::string reason;
+   char buffer[512];
+   for (ssize_t got = 1; child > 0 && got != 0;) {
+      got = ::read(ends[0], buffer, sizeof buffer);
+      if (got < 0 && errno != EINTR) {
+         break;
+      }
+      reason.append(buffer, got > 0 ? static_cast<std::size_t>(got) : 0);
+   }
+   ::close(ends[0]);
+   int status = 0;
+   while (child > 0 && ::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+   }
+   if (child < 0) {
+      throw CommandError(std::string("cannot rehearse the command: ") + std::strerror(errno));
+   }
+   if (reason.empty() && (!WIFEXITED(status) || WEXITSTATUS(status) != 0)) {
+      reason = "the rehearsal of this command ended abnormally";
+   }
+   if (!reason.empty()) {
+      throw CommandError(reason);
+   }
+}
+
+} // namespace Agent

@@ -1,0 +1,94 @@
+#include "agent/host/ScenarioRunner.h"
+
+#include "agent/command/Registry.h"
+#include "agent/host/Rehearsal.h"
+
+#include <sstream>
+
+namespace Agent {
+
+std::vector<std::string> splitWords(std::string const& line) {
+   std::vector<std::string> words;
+   std::string word;
+   bool inWord = false;
+   bool quoted = false;
+   for (char c : line) {
+      bool space = c == ' ' || c == '\t' || c == '\r';
+      if (c == '"') {
+         quoted = !quoted;
+         inWord = true;
+      } else if (!quoted && (space || c == '#')) {
+         if (inWord) {
+            words.push_back(std::move(word));
+         }
+         word.clear();
+         inWord = false;
+         if (c == '#') {
+            return words;
+         }
+      } else {
+         word += c;
+         inWord = true;
+      }
+   }
+   if (quoted) {
+      throw CommandError("a quote is not closed");
+   }
+   if (inWord) {
+      words.push_back(std::move(word));
+   }
+   return words;
+}
+
+void ScenarioRunner::runCommand(std::vector<std::string> words) {
+   Command const* command = commandRegistry().find(words.front());
+   if (command == nullptr) {
+      throw CommandError("there is no command '" + words.front() + "' (help lists them)");
+   }
+   words.erase(words.begin());
+   auto carryOut = [&](std::ostream& out) {
+      Arguments arguments(words);
+      command->run(host_, arguments, out);
+   };
+   if (command->changes) {
+      rehearse(host_, [&] {
+         std::ostringstream dropped;
+         carryOut(dropped);
+      });
+   }
+   carryOut(out_);
+}
+
+bool ScenarioRunner::runLine(std::string const& line, std::string const& name, std::size_t number) {
+   std::string place = name + ":" + std::to_string(number);
+   try {
+      auto words = splitWords(line);
+      if (words.empty()) {
+         return true;
+      }
+      if (options_.echo) {
+         out_ << "> " << line << "\n";
+      }
+      runCommand(std::move(words));
+      return true;
+   } catch (ExpectationFailed const& failed) {
+      errors_ << place << ": failed: " << failed.what() << std::endl;
+   } catch (std::exception const& error) {
+      errors_ << place << ": error: " << error.what() << std::endl;
+   }
+   return false;
+}
+
+int ScenarioRunner::run(std::istream& in, std::string const& name) {
+   bool sound = true;
+   std::string line;
+   for (std::size_t number = 1; std::getline(in, line); ++number) {
+      sound = runLine(line, name, number) && sound;
+      if (!sound && !options_.keepGoing) {
+         break;
+      }
+   }
+   return sound ? 0 : 1;
+}
+
+} // namespace Agent

@@ -1,0 +1,41 @@
+// Runs a scenario: commands, one per line, '#' to the end of a line is a comment, quotes keep
+// spaces.
+#pragma once
+
+#include "agent/host/Host.h"
+
+#include <istream>
+#include <ostream>
+#include <string>
+
+namespace Agent {
+
+struct RunOptions {
+   bool keepGoing = false; // go on behind an error
+   bool echo = false;      // print each command before it runs
+};
+
+class ScenarioRunner {
+ public:
+   // Results go to `out`, errors ("file:line: error: reason") to `errors`.
+   ScenarioRunner(Host& host, std::ostream& out, std::ostream& errors, RunOptions options)
+       : host_(host), out_(out), errors_(errors), options_(options) {}
+
+   // 0, or 1 after an error or an expectation that did not hold.
+   int run(std::istream& in, std::string const& name);
+   // One command; false after an error.
+   bool runLine(std::string const& line, std::string const& name, std::size_t number);
+
+ private:
+   void runCommand(std::vector<std::string> words);
+
+   Host& host_;
+   std::ostream& out_;
+   std::ostream& errors_;
+   RunOptions options_;
+};
+
+// Throws CommandError for quotes that are not closed.
+std::vector<std::string> splitWords(std::string const& line);
+
+} // namespace Agent

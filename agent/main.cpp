@@ -1,0 +1,110 @@
+// shoal-agent: hosts the library over a simulated chip.
+#include "agent/command/Registry.h"
+#include "agent/host/ScenarioRunner.h"
+#include "agent/inventory/InventoryReader.h"
+#include "platform/Trace/BliplineReader.h"
+
+#include <CLI/CLI.hpp>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+namespace {
+
+constexpr int usageError = 2;
+
+struct Options {
+   std::string inventory;
+   std::string scenario = "-";
+   std::vector<std::string> then;
+   bool strict = false;
+   bool quiet = false;
+   Agent::RunOptions run;
+};
+
+int runScenario(Options const& options) {
+   std::ifstream file;
+   if (options.scenario != "-") {
+      file.open(options.scenario);
+      if (!file) {
+         std::cerr << options.scenario << ": error: cannot be read\n";
+         return usageError;
+      }
+   }
+   Agent::Inventory inventory = Agent::readInventory(options.inventory);
+   if (!options.quiet || options.strict) {
+      for (auto const& each : inventory.diagnostics) {
+         std::cerr << each.file << ": " << each.table << " " << each.key
+                   << (options.strict ? ": error: " : ": warning: ") << each.text << "\n";
+      }
+   }
+   if (options.strict && !inventory.diagnostics.empty()) {
+      return usageError;
+   }
+   Agent::Host host(std::move(inventory));
+   Agent::ScenarioRunner runner(host, std::cout, std::cerr, options.run);
+   bool standardInput = options.scenario == "-";
+   int result = runner.run(standardInput ? std::cin : file,
+                           standardInput ? "standard input" : options.scenario);
+   for (std::size_t i = 0; i < options.then.size(); ++i) {
+      result = runner.runLine(options.then[i], "--then", i + 1) ? result : 1;
+   }
+   return result;
+}
+
+int decode(std::string const& path) {
+   std::ifstream file(path, std::ios::binary);
+   if (!file) {
+      std::cerr << path << ": error: cannot be read\n";
+      return usageError;
+   }
+   std::string content{std::istreambuf_iterator<char>(file), {}};
+   try {
+      Trace::printBlipline(content, std::cout);
+   } catch (Trace::BliplineError const& error) {
+      std::cerr << path << ": error: " << error.what() << "\n";
+      return 1;
+   }
+   return 0;
+}
+
+int listCommands() {
+   for (auto const& [name, command] : Agent::commandRegistry().commands()) {
+      std::cout << name << " " << command.arguments << "\n    " << command.help << "\n";
+   }
+   return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+   CLI::App app("shoal-agent: hosts the TcamSharing library over a simulated chip");
+   app.require_subcommand(1);
+   Options options;
+   auto* run = app.add_subcommand("run", "run a scenario on an inventory, on virtual time");
+   run->add_option("--inventory", options.inventory, "CONFIG_DB JSON file")->required();
+   run->add_option("--scenario", options.scenario, "file of commands; - is standard input");
+   run->add_option("--then", options.then, "a command to run behind the scenario; repeatable")
+       ->allow_extra_args(false);
+   run->add_flag("--strict", options.strict, "what is odd in the inventory is an error");
+   run->add_flag("--quiet", options.quiet, "do not print what is odd in the inventory");
+   run->add_flag("--keep-going", options.run.keepGoing, "go on behind an error");
+   run->add_flag("--echo", options.run.echo, "print each command before it runs");
+   std::string blipline;
+   auto* decoding = app.add_subcommand("decode", "print a Blipline file in words");
+   decoding->add_option("FILE", blipline, "Blipline file")->required();
+   app.add_subcommand("commands", "list the commands of scenarios");
+   try {
+      app.parse(argc, argv);
+   } catch (CLI::ParseError const& error) {
+      return app.exit(error) == 0 ? 0 : usageError;
+   }
+   try {
+      return run->parsed()        ? runScenario(options)
+             : decoding->parsed() ? decode(blipline)
+                                  : listCommands();
+   } catch (Agent::InventoryError const& error) {
+      std::cerr << error.what() << "\n";
+      return usageError;
+   }
+}

@@ -1,0 +1,100 @@
+// Everything around the library: the entities that the rest of a switch would write, made from an
+// inventory, mounted in Corestate, and changed by commands.
+//
+// The operations here keep the entities of one fact in step (a port's move changes the port map,
+// the interface on the port, and the tables of the port-map helper); the order of the writes is
+// part of what the machines see and is noted where it matters. They check ranges only: whether a
+// change would stop the library is the business of Rehearsal.
+#pragma once
+
+#include "agent/inventory/Inventory.h"
+#include "platform/Corestate/Corestate.h"
+#include "platform/Hardware/Shoal/Status.h"
+#include "platform/Hardware/Shoal/VlanDomainStatus.h"
+#include "platform/Hardware/ShoalTunnel/PortMapTables.h"
+#include "platform/Hardware/ShoalTunnel/VlanTagToVsiMapper.h"
+#include "platform/Interface/EthLagIntfStatus.h"
+#include "platform/Interface/SubIntf.h"
+#include "platform/IntfVlanId/Table.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Agent {
+
+using Hardware::Shoal::FapId;
+using Plexus::IntfId;
+
+class World {
+ public:
+   explicit World(Inventory inventory);
+
+   Inventory const& inventory() const { return inventory_; }
+   Corestate::Corestate& corestate() { return corestate_; }
+   Corestate::Corestate const& corestate() const { return corestate_; }
+
+   // The interface of this name; also the short form, the bare name where only one unit has it, and
+   // "<port>-L3Flood" for the flood entry of a routed port. Throws CommandError with candidates.
+   IntfId interface(std::string_view typed) const;
+   // Interfaces whose unique names match a pattern with '*' and '?', in inventory order. A name
+   // without either is looked up as by interface().
+   std::vector<IntfId> interfaces(std::string_view pattern) const;
+   // A unit of the inventory by number or name. Throws CommandError.
+   FapId unit(std::string_view typed) const;
+   InventoryUnit const& inventoryUnit(FapId unit) const;
+   // The units on which an interface has ports: one for a port, those of the members for a
+   // port-channel, the inventory's for a VLAN interface or tunnel.
+   std::vector<FapId> unitsOf(IntfId intf) const;
+   bool isRouted(IntfId intf) const;
+
+   // Changes of the world; CommandError where the interface is of the wrong kind.
+   void encapsulationIs(IntfId subIntf, Bridging::Dot1qEncap encap); // zero: disabled
+   void dynamicEncapsulationIs(IntfId subIntf, Bridging::Dot1qEncap encap);
+   void subInterfaceDel(IntfId subIntf);
+   void programInHwIs(IntfId subIntf, bool on);
+   void internalVlanIs(IntfId routedPort, Bridging::VlanIdOrNone vlan);
+   // A port's domain, or a port-channel's on every unit where it has one. None: taken away.
+   void vlanDomainIs(IntfId intf, std::optional<Hardware::Shoal::VlanDomain> domain);
+   void fapTypeIs(FapId unit, Hardware::Shoal::FapType type); // 0: none recorded
+   void fapAvailableIs(FapId unit, bool available);
+   void extLkupTypeIs(FapId unit, Hardware::Shoal::ExtLkupType type); // 0: none recorded
+   // Moves a port to another place; none: the port is gone. CommandError for a place that is taken.
+   void portMapIs(IntfId port, std::optional<Hardware::Shoal::PortMap> place);
+   void memberIs(IntfId lag, IntfId port, bool present);
+
+   // The entities; each is mounted under its name below "world/".
+   Orv::Ptr<Hardware::ShoalTunnel::ShoalTunnelCommonSmData> scsd;
+   Orv::Ptr<Hardware::Shoal::Status> shoalStatus;
+   Orv::Ptr<Hardware::Shoal::VlanDomainStatus> vlanDomainStatus;
+   Orv::Ptr<Interface::SubIntfConfigDir> subIntfConfigDir;
+   Orv::Ptr<IntfVlanId::Table> intfVlanIdTable;
+   Orv::Ptr<Interface::EthLagIntfStatusDir> ethIntfStatusDir;
+   Orv::Ptr<Hardware::ShoalTunnel::ShoalTunnelPortMapHelper> portMapHelper;
+   Orv::Ptr<Hardware::ShoalTunnel::VlanTagToVsiMapperSm> vlanTagToVsiMapperSm;
+   Orv::Ptr<Interface::SubIntfStatusDir> subIntfStatusDir;
+   Orv::Ptr<Interface::SubIntfDynDot1qEncap> dynSubIntfEncap;
+   Orv::Ptr<Hardware::ShoalTunnel::SubIntfDot1qEncapChange> subIntfDot1qEncapChange;
+
+ private:
+   template<class T>
+   Orv::Ptr<T> mounted(char const* name) {
+      auto entity = Orv::make<T>();
+      corestate_.mount(std::string("world/") + name, entity);
+      return entity;
+   }
+   void fill();
+   void fillPortChannel(InventoryPortChannel const& lag);
+   void requireSubInterface(IntfId subIntf) const;
+   // Entries of a port-channel follow the units of its members.
+   void refreshLagDomains(IntfId lag);
+   Hardware::ShoalTunnel::LagFapKey lagKey(IntfId lag, FapId unit) const;
+
+   Inventory inventory_;
+   Corestate::Corestate corestate_;
+   std::vector<IntfId> names_;                    // every interface, in inventory order
+   Orv::KeyedByIndex<IntfId, uint8_t> lagDomain_; // of port-channels, as configured
+};
+
+} // namespace Agent
