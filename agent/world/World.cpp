@@ -328,7 +328,7 @@ void World::extLkupTypeIs(FapId unit, Hardware::Shoal::ExtLkupType type) {
 
 void World::portMapIs(IntfId port, std::optional<PortMap> place) {
    SystemPhyPortId systemPort = shoalStatus->sysPhyPortId(port);
-   if (!isPort(port) || systemPort.value() == SystemPhyPortId::null) {
+   if (systemPort.value() == SystemPhyPortId::null) {
       throw CommandError(port.name() + " is no port of the inventory");
    }
    PortMap old = shoalStatus->portMap(systemPort);

@@ -1,0 +1,184 @@
+#include "agent/inventory/ConfigFile.h"
+
+#include "agent/inventory/InterfaceName.h"
+
+#include <algorithm>
+#include <charconv>
+#include <set>
+
+namespace Agent {
+
+namespace {
+
+// Tables that only single-unit files have at the top.
+constexpr std::string_view unitTables[] = {
+    "PORT",           "PORTCHANNEL",        "PORTCHANNEL_MEMBER", "PORTCHANNEL_INTERFACE",
+    "VLAN",           "VLAN_MEMBER",        "VLAN_INTERFACE",     "VLAN_SUB_INTERFACE",
+    "INTERFACE",      "LOOPBACK_INTERFACE", "VXLAN_TUNNEL",       "TUNNEL",
+    "DEVICE_METADATA"};
+
+// Notes keys that come twice in one object: the later value stands.
+class DuplicateWatch {
+ public:
+   using Event = ConfigJson::parse_event_t;
+   bool operator()(Event event, ConfigJson const& parsed) {
+      if (event == Event::object_start) {
+         seen_.emplace_back();
+         path_.emplace_back();
+      } else if (event == Event::object_end) {
+         seen_.pop_back();
+         path_.pop_back();
+      } else if (event == Event::key) {
+         std::string key = parsed.get<std::string>();
+         path_.back() = key;
+         if (!seen_.back().insert(key).second) {
+            std::string place;
+            for (std::size_t i = 0; i + 1 < path_.size(); ++i) {
+               place += (i == 0 ? "" : "/") + path_[i];
+            }
+            found.emplace_back(place, key);
+         }
+      }
+      return true;
+   }
+   std::vector<std::pair<std::string, std::string>> found;
+
+ private:
+   std::vector<std::set<std::string>> seen_;
+   std::vector<std::string> path_;
+};
+
+std::string place(std::string const& content, std::size_t offset) {
+   offset = std::min(offset, content.size());
+   std::string_view before(content.data(), offset);
+   auto line = std::count(before.begin(), before.end(), '\n') + 1;
+   auto column = offset - (before.rfind('\n') + 1) + 1;
+   return std::to_string(line) + ":" + std::to_string(column);
+}
+
+} // namespace
+
+ConfigFile::ConfigFile(std::string const& content, std::string file, Inventory& inventory)
+    : file_(std::move(file)), inventory_(inventory) {
+   parse(content);
+   findUnits();
+}
+
+void ConfigFile::parse(std::string const& content) {
+   DuplicateWatch watch;
+   try {
+      root_ = ConfigJson::parse(content, [&](int, ConfigJson::parse_event_t event,
+                                             ConfigJson& parsed) { return watch(event, parsed); });
+   } catch (ConfigJson::parse_error const& error) {
+      std::string reason = error.what();
+      // The library's own place and number are said again in front, in our form.
+      if (auto colon = reason.find(": "); colon != std::string::npos) {
+         reason = reason.substr(colon + 2);
+      }
+      std::size_t offset = error.byte > 0 ? error.byte - 1 : 0;
+      throw InventoryError(file_ + ":" + place(content, offset) + ": error: " + reason);
+   } catch (ConfigJson::exception const& error) {
+      throw InventoryError(file_ + ":1:1: error: " + error.what());
+   }
+   if (!root_.is_object()) {
+      throw InventoryError(file_ + ":1:1: error: the file is no JSON object of tables");
+   }
+   for (auto const& [where, key] : watch.found) {
+      report(where.empty() ? "-" : where, key, "comes twice; the later one stands");
+   }
+}
+
+void ConfigFile::findUnits() {
+   shared_.push_back(&root_);
+   bool single = std::any_of(std::begin(unitTables), std::end(unitTables),
+                             [&](std::string_view table) { return root_.contains(table); });
+   if (single) {
+      units_.push_back({"", &root_});
+      return;
+   }
+   for (auto const& [key, tables] : root_.items()) {
+      if (key == "SHOAL_UNIT" || key == "SHOAL_PORT" || key == "SYSTEM_PORT") {
+         continue;
+      }
+      if (!tables.is_object()) {
+         report("-", key, "is no object of tables, left out");
+      } else if (key == "localhost") {
+         shared_.push_back(&tables);
+      } else {
+         units_.push_back({key, &tables});
+      }
+   }
+   std::sort(units_.begin(), units_.end(),
+             [](Section const& a, Section const& b) { return naturalLess(a.key, b.key); });
+}
+
+std::vector<ConfigFile::Row> ConfigFile::rows(ConfigJson const& tables, std::string const& table) {
+   static ConfigJson const empty = ConfigJson::object();
+   std::vector<Row> found;
+   auto at = tables.find(table);
+   if (at == tables.end()) {
+      return found;
+   }
+   if (!at->is_object()) {
+      report(table, "-", "is no object of rows, left out");
+      return found;
+   }
+   for (auto const& [key, fields] : at->items()) {
+      if (!fields.is_object()) {
+         report(table, key, "is no object of fields, read as empty");
+      }
+      found.push_back({key, fields.is_object() ? &fields : &empty});
+   }
+   std::sort(found.begin(), found.end(),
+             [](Row const& a, Row const& b) { return naturalLess(a.key, b.key); });
+   return found;
+}
+
+std::optional<std::pair<std::string, std::string>> ConfigFile::pairKey(std::string const& table,
+                                                                       std::string const& key) {
+   auto bar = key.find('|');
+   if (bar == std::string::npos || bar == 0 || bar + 1 == key.size()) {
+      report(table, key, "is no key of two parts, left out");
+      return std::nullopt;
+   }
+   return std::pair(key.substr(0, bar), key.substr(bar + 1));
+}
+
+std::optional<uint64_t> ConfigFile::number(std::string const& table, Row const& row,
+                                           char const* field, uint64_t most) {
+   auto at = row.fields->find(field);
+   if (at == row.fields->end()) {
+      return std::nullopt;
+   }
+   std::optional<uint64_t> value;
+   if (at->is_number_unsigned()) {
+      value = at->get<uint64_t>();
+   } else if (at->is_string()) {
+      auto const& digits = at->get_ref<std::string const&>();
+      uint64_t parsed = 0;
+      auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), parsed);
+      if (error == std::errc() && end == digits.data() + digits.size()) {
+         value = parsed;
+      }
+   }
+   if (!value) {
+      report(table, row.key, std::string(field) + " is no number, left out");
+   } else if (*value > most) {
+      report(table, row.key,
+             std::string(field) + " " + std::to_string(*value) + " is above " +
+                 std::to_string(most) + ", left out");
+      value.reset();
+   }
+   return value;
+}
+
+std::string ConfigFile::text(Row const& row, char const* field) {
+   auto at = row.fields->find(field);
+   return at != row.fields->end() && at->is_string() ? at->get<std::string>() : "";
+}
+
+void ConfigFile::report(std::string const& table, std::string const& key, std::string const& text) {
+   inventory_.diagnostics.push_back({file_, table, key, text});
+}
+
+} // namespace Agent

@@ -1,0 +1,54 @@
+// A CONFIG_DB file: its JSON, its units, and access to rows that reports what is malformed.
+#pragma once
+
+#include "agent/inventory/Inventory.h"
+
+#include <nlohmann/json.hpp>
+#include <optional>
+
+namespace Agent {
+
+using ConfigJson = nlohmann::json;
+
+class ConfigFile {
+ public:
+   // Throws InventoryError.
+   ConfigFile(std::string const& content, std::string file, Inventory& inventory);
+
+   struct Section {
+      std::string key; // of the unit; empty in single-unit files
+      ConfigJson const* tables;
+   };
+   // One per unit, in natural order.
+   std::vector<Section> const& units() const { return units_; }
+   // Where chassis-wide tables are looked for.
+   std::vector<ConfigJson const*> const& shared() const { return shared_; }
+
+   struct Row {
+      std::string key;
+      ConfigJson const* fields; // an object
+   };
+   // The rows of a table in natural order; rows that are no objects are reported and read as empty.
+   std::vector<Row> rows(ConfigJson const& tables, std::string const& table);
+   // The parts of a "a|b" key; reports keys of another shape and gives none.
+   std::optional<std::pair<std::string, std::string>> pairKey(std::string const& table,
+                                                              std::string const& key);
+   // A number, also written as text. None when absent; reported when it is none or above `most`.
+   std::optional<uint64_t> number(std::string const& table, Row const& row, char const* field,
+                                  uint64_t most);
+   static std::string text(Row const& row, char const* field);
+
+   void report(std::string const& table, std::string const& key, std::string const& text);
+
+ private:
+   void parse(std::string const& content);
+   void findUnits();
+
+   std::string file_;
+   Inventory& inventory_;
+   ConfigJson root_;
+   std::vector<Section> units_;
+   std::vector<ConfigJson const*> shared_;
+};
+
+} // namespace Agent

@@ -1,0 +1,64 @@
+#include "agent/inventory/Inventory.h"
+
+#include "agent/inventory/InterfaceName.h"
+
+#include <algorithm>
+
+namespace Agent {
+
+namespace {
+
+// Whether one slip of the finger (a letter too much, too few, or another) parts the two.
+bool alike(std::string_view a, std::string_view b) {
+   if (a.size() > b.size()) {
+      std::swap(a, b);
+   }
+   if (b.size() - a.size() > 1) {
+      return false;
+   }
+   auto [left, right] = std::mismatch(a.begin(), a.end(), b.begin());
+   if (left == a.end()) {
+      return true;
+   }
+   return std::equal(a.size() == b.size() ? left + 1 : left, a.end(), right + 1, b.end());
+}
+
+} // namespace
+
+void Inventory::indexNames() {
+   byBareName_.clear();
+   auto add = [&](auto const& list) {
+      for (auto const& each : list) {
+         byBareName_[std::string(bareName(each.name))].push_back(each.name);
+      }
+   };
+   add(ports);
+   add(portChannels);
+   add(subInterfaces);
+   add(vlanInterfaces);
+   add(tunnels);
+}
+
+Inventory::Lookup Inventory::find(std::string_view typed) const {
+   std::string name = longName(typed);
+   std::string bare(bareName(name));
+   auto found = byBareName_.find(bare);
+   if (found != byBareName_.end()) {
+      auto const& names = found->second;
+      bool unique = std::find(names.begin(), names.end(), name) != names.end();
+      if (unique || (bare == name && names.size() == 1)) {
+         return {unique ? name : names.front(), {}};
+      }
+      return {"", names};
+   }
+   Lookup close;
+   for (auto const& [other, names] : byBareName_) {
+      if (alike(other, bare)) {
+         close.candidates.insert(close.candidates.end(), names.begin(), names.end());
+      }
+   }
+   std::sort(close.candidates.begin(), close.candidates.end(), naturalLess);
+   return close;
+}
+
+} // namespace Agent

@@ -1,0 +1,189 @@
+// VLANs, sub-interfaces, routed ports and tunnels of one unit, and the checks across its tables.
+#include "agent/inventory/InterfaceName.h"
+#include "agent/inventory/InventoryBuilder.h"
+
+#include <algorithm>
+
+namespace Agent {
+
+namespace {
+constexpr uint32_t mostVlan = 4094;
+} // namespace
+
+void InventoryBuilder::buildVlans(UnitNames& names) {
+   std::map<std::string, std::size_t> byName;
+   for (auto const& row : file_.rows(*names.tables, "VLAN")) {
+      auto fromName = parseVlanName(row.key);
+      auto id = file_.number("VLAN", row, "vlanid", UINT64_MAX);
+      if (!fromName || *fromName > mostVlan) {
+         file_.report("VLAN", row.key, "is no Vlan1 to Vlan4094, left out");
+         continue;
+      }
+      if (id && *id != *fromName) {
+         file_.report("VLAN", row.key,
+                      "vlanid " + std::to_string(*id) + " is not that of the name, which stands");
+      }
+      byName.emplace(row.key, inventory_.vlans.size());
+      inventory_.vlans.push_back(
+          {uniqueName(names, row.key), static_cast<uint32_t>(*fromName), names.unit->fapId, {}});
+   }
+   for (auto const& row : file_.rows(*names.tables, "VLAN_MEMBER")) {
+      auto key = file_.pairKey("VLAN_MEMBER", row.key);
+      if (!key) {
+         continue;
+      }
+      auto vlan = byName.find(key->first);
+      std::string port = longName(key->second);
+      if (vlan == byName.end()) {
+         file_.report("VLAN_MEMBER", row.key, "there is no " + key->first);
+      } else if (!known(names, port)) {
+         file_.report("VLAN_MEMBER", row.key, "there is no port or port-channel " + key->second);
+      } else {
+         names.vlanMembers.insert(port);
+         inventory_.vlans[vlan->second].members.push_back(
+             {uniqueName(names, port), ConfigFile::text(row, "tagging_mode") == "tagged"});
+      }
+   }
+}
+
+void InventoryBuilder::buildSubInterfaces(UnitNames& names) {
+   std::set<std::string> seen;
+   for (auto const& row : file_.rows(*names.tables, "VLAN_SUB_INTERFACE")) {
+      // "key|address" rows are addresses of a sub-interface that has, or should have, a row.
+      std::string name = row.key.substr(0, row.key.find('|'));
+      bool address = name.size() != row.key.size();
+      if (address && names.tables->at("VLAN_SUB_INTERFACE").contains(name)) {
+         continue;
+      }
+      auto parsed = parseSubInterface(name);
+      if (!usable("VLAN_SUB_INTERFACE", name)) {
+         continue;
+      }
+      if (!parsed) {
+         file_.report("VLAN_SUB_INTERFACE", row.key, "is no PARENT.1 to PARENT.99999999, left out");
+         continue;
+      }
+      std::string unique = uniqueName(names, longName(name));
+      if (!seen.insert(unique).second) {
+         if (!address) {
+            file_.report("VLAN_SUB_INTERFACE", row.key, "is there in another form of its name");
+         }
+         continue;
+      }
+      if (address) {
+         file_.report("VLAN_SUB_INTERFACE", row.key, "has an address but no row of its own");
+      }
+      if (!known(names, parsed->parent)) {
+         file_.report("VLAN_SUB_INTERFACE", row.key,
+                      "there is no port or port-channel " + parsed->parent + ", left out");
+         continue;
+      }
+      if (auto lag = names.memberOf.find(parsed->parent); lag != names.memberOf.end()) {
+         file_.report("VLAN_SUB_INTERFACE", row.key,
+                      parsed->parent + " is a member of " + lag->second);
+      }
+      ConfigFile::Row fields = address ? ConfigFile::Row{row.key, row.fields} : row;
+      auto outer = file_.number("VLAN_SUB_INTERFACE", fields, "vlan", mostVlan);
+      auto inner = file_.number("VLAN_SUB_INTERFACE", fields, "inner_vlan", mostVlan);
+      if (!outer && parsed->id > mostVlan) {
+         file_.report("VLAN_SUB_INTERFACE", row.key, "has no vlan, and its id is no tag");
+      }
+      uint32_t tag = outer                    ? static_cast<uint32_t>(*outer)
+                     : parsed->id <= mostVlan ? parsed->id
+                                              : 0;
+      inventory_.subInterfaces.push_back({unique, uniqueName(names, parsed->parent), tag,
+                                          static_cast<uint32_t>(inner.value_or(0))});
+   }
+}
+
+void InventoryBuilder::buildRoutedPorts(UnitNames& names) {
+   std::set<std::string> routed;
+   uint32_t next = mostVlan;
+   for (char const* table : {"INTERFACE", "PORTCHANNEL_INTERFACE"}) {
+      for (auto const& row : file_.rows(*names.tables, table)) {
+         std::string name = longName(row.key.substr(0, row.key.find('|')));
+         if (!routed.insert(name).second) {
+            continue;
+         }
+         if (!known(names, name)) {
+            file_.report(table, row.key, "there is no port or port-channel " + name);
+            continue;
+         }
+         while (next > 0 && vlans_.contains(next)) {
+            --next;
+         }
+         if (next == 0) {
+            file_.report(table, row.key, "no internal VLAN is left for it");
+            continue;
+         }
+         inventory_.routedPorts.push_back({uniqueName(names, name), next--, names.unit->fapId});
+      }
+   }
+}
+
+void InventoryBuilder::buildVlanInterfaces(UnitNames& names) {
+   std::set<std::string> seen;
+   for (auto const& row : file_.rows(*names.tables, "VLAN_INTERFACE")) {
+      std::string name = row.key.substr(0, row.key.find('|'));
+      auto id = parseVlanName(name);
+      if (!seen.insert(name).second) {
+         continue;
+      }
+      if (!id || *id < 1 || *id > mostVlan) {
+         file_.report("VLAN_INTERFACE", row.key, "is no Vlan1 to Vlan4094, left out");
+         continue;
+      }
+      if (!vlans_.contains(static_cast<uint32_t>(*id))) {
+         file_.report("VLAN_INTERFACE", row.key, "there is no " + name);
+      }
+      inventory_.vlanInterfaces.push_back(
+          {uniqueName(names, name), static_cast<uint32_t>(*id), names.unit->fapId});
+   }
+}
+
+void InventoryBuilder::buildTunnels(UnitNames& names) {
+   std::set<std::string> seen;
+   for (char const* table : {"VXLAN_TUNNEL", "TUNNEL"}) {
+      for (auto const& row : file_.rows(*names.tables, table)) {
+         if (!usable(table, row.key)) {
+            continue;
+         }
+         if (!seen.insert(row.key).second) {
+            file_.report(table, row.key, "is the name of another tunnel, left out");
+            continue;
+         }
+         inventory_.tunnels.push_back({uniqueName(names, "Tunnel-" + row.key), names.unit->fapId});
+      }
+   }
+}
+
+void InventoryBuilder::checkMembers(UnitNames& names) {
+   for (auto const& [port, lag] : names.memberOf) {
+      if (names.vlanMembers.contains(port)) {
+         file_.report("VLAN_MEMBER", port, "is a member of " + lag + " and of a VLAN");
+      }
+   }
+}
+
+void InventoryBuilder::checkAcls(UnitNames& names) {
+   for (auto const& row : file_.rows(*names.tables, "ACL_TABLE")) {
+      auto ports = row.fields->find("ports");
+      if (ports == row.fields->end()) {
+         continue;
+      }
+      if (!ports->is_array()) {
+         file_.report("ACL_TABLE", row.key, "ports is no list");
+         continue;
+      }
+      for (auto const& port : *ports) {
+         if (!port.is_string()) {
+            file_.report("ACL_TABLE", row.key, "a port is no name");
+         } else if (std::string name = longName(port.get<std::string>());
+                    !known(names, name) && !parseVlanName(name)) {
+            file_.report("ACL_TABLE", row.key, "there is no port or port-channel " + name);
+         }
+      }
+   }
+}
+
+} // namespace Agent
