@@ -1,13 +1,13 @@
 // shoal-agent: hosts the library over a simulated chip.
 #include "agent/command/Registry.h"
 #include "agent/host/ScenarioRunner.h"
+#include "agent/inventory/FileContent.h"
 #include "agent/inventory/InventoryReader.h"
 #include "platform/Trace/BliplineReader.h"
 
 #include <CLI/CLI.hpp>
-#include <fstream>
 #include <iostream>
-#include <iterator>
+#include <sstream>
 
 namespace {
 
@@ -23,13 +23,12 @@ struct Options {
 };
 
 int runScenario(Options const& options) {
-   std::ifstream file;
-   if (options.scenario != "-") {
-      file.open(options.scenario);
-      if (!file) {
-         std::cerr << options.scenario << ": error: cannot be read\n";
-         return usageError;
-      }
+   bool standardInput = options.scenario == "-";
+   auto scenario =
+       standardInput ? std::optional<std::string>("") : Agent::fileContent(options.scenario);
+   if (!scenario) {
+      std::cerr << options.scenario << ": error: cannot be read\n";
+      return usageError;
    }
    Agent::Inventory inventory = Agent::readInventory(options.inventory);
    if (!options.quiet || options.strict) {
@@ -43,9 +42,9 @@ int runScenario(Options const& options) {
    }
    Agent::Host host(std::move(inventory));
    Agent::ScenarioRunner runner(host, std::cout, std::cerr, options.run);
-   bool standardInput = options.scenario == "-";
-   int result = runner.run(standardInput ? std::cin : file,
-                           standardInput ? "standard input" : options.scenario);
+   std::istringstream commands(*scenario);
+   int result = standardInput ? runner.run(std::cin, "standard input")
+                              : runner.run(commands, options.scenario);
    for (std::size_t i = 0; i < options.then.size(); ++i) {
       result = runner.runLine(options.then[i], "--then", i + 1) ? result : 1;
    }
@@ -53,14 +52,13 @@ int runScenario(Options const& options) {
 }
 
 int decode(std::string const& path) {
-   std::ifstream file(path, std::ios::binary);
-   if (!file) {
+   auto content = Agent::fileContent(path);
+   if (!content) {
       std::cerr << path << ": error: cannot be read\n";
       return usageError;
    }
-   std::string content{std::istreambuf_iterator<char>(file), {}};
    try {
-      Trace::printBlipline(content, std::cout);
+      Trace::printBlipline(*content, std::cout);
    } catch (Trace::BliplineError const& error) {
       std::cerr << path << ": error: " << error.what() << "\n";
       return 1;

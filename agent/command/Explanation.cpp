@@ -186,6 +186,11 @@ class Explainer {
                       "request or its policy changes.";
       }
       if (response_.status == tcamSharingFailed) {
+         auto last = host_.chip().lastAnswer(key());
+         if (last && last->code == SimulatedChip::full) {
+            return "Not in hardware: the chip refused the write, since the unit is full. It is not "
+                   "retried by itself; a change of the policy writes it again.";
+         }
          return "Not in hardware: the chip refused the write. It is not retried by itself; a "
                 "change "
                 "of the policy writes it again.";

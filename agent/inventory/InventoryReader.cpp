@@ -1,9 +1,7 @@
 #include "agent/inventory/InventoryReader.h"
 
+#include "agent/inventory/FileContent.h"
 #include "agent/inventory/InventoryBuilder.h"
-
-#include <fstream>
-#include <iterator>
 
 namespace Agent {
 
@@ -15,15 +13,11 @@ Inventory parseInventory(std::string const& content, std::string const& file) {
 }
 
 Inventory readInventory(std::string const& path) {
-   std::ifstream in(path, std::ios::binary);
-   if (!in) {
+   auto content = fileContent(path);
+   if (!content) {
       throw InventoryError(path + ": error: cannot be read");
    }
-   std::string content{std::istreambuf_iterator<char>(in), {}};
-   if (in.bad()) {
-      throw InventoryError(path + ": error: cannot be read");
-   }
-   return parseInventory(content, path);
+   return parseInventory(*content, path);
 }
 
 } // namespace Agent

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
-#include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 namespace Toggle {
@@ -110,7 +110,6 @@ class Parser {
          } else {
             word();
          }
-         space();
       } while (depth > 0);
    }
    void word() {
@@ -149,9 +148,14 @@ bool getToggleState(std::string const& name, std::string const& file, bool defau
    if (!in) {
       return defaultValue;
    }
-   std::string content{std::istreambuf_iterator<char>(in), {}};
+   // Through a stream: a directory in the file's place reads as empty instead of throwing.
+   std::ostringstream content;
+   content << in.rdbuf();
+   if (content.str().empty()) {
+      return defaultValue;
+   }
    try {
-      return findToggle(content, name).value_or(defaultValue);
+      return findToggle(content.str(), name).value_or(defaultValue);
    } catch (std::runtime_error const& error) {
       std::cerr << file << ":" << error.what() << "; " << name << " is taken as "
                 << (defaultValue ? "true" : "false") << "\n";

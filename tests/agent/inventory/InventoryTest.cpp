@@ -1,0 +1,253 @@
+#include "agent/inventory/InterfaceName.h"
+#include "agent/inventory/InventoryReader.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <set>
+
+namespace Agent {
+namespace {
+
+std::vector<std::string> texts(Inventory const& inventory) {
+   std::vector<std::string> found;
+   for (auto const& each : inventory.diagnostics) {
+      found.push_back(each.table + " " + each.key + ": " + each.text);
+   }
+   return found;
+}
+
+template<class List>
+auto const& named(List const& list, std::string const& name) {
+   auto found =
+       std::find_if(list.begin(), list.end(), [&](auto const& each) { return each.name == name; });
+   if (found == list.end()) {
+      throw std::runtime_error("no " + name);
+   }
+   return *found;
+}
+
+TEST(InterfaceNameTest, ShortFormsPaddingAndSubInterfaces) {
+   EXPECT_EQ(longName("Eth0.10"), "Ethernet0.10");
+   EXPECT_EQ(longName("lc1/asic0/Po1.20"), "lc1/asic0/PortChannel1.20");
+   EXPECT_EQ(longName("PortChannel0001"), "PortChannel0001");
+   EXPECT_EQ(longName("Ethernet-BP4"), "Ethernet-BP4");
+   EXPECT_EQ(longName("Pool"), "Pool");
+   EXPECT_EQ(parseSubInterface("Po01.99999999")->parent, "PortChannel01");
+   EXPECT_EQ(parseSubInterface("Po1.99999999")->id, 99999999U);
+   for (char const* no :
+        {"Eth0", "Eth0.0", "Eth0.100000000", "Eth0.1x", ".5", "Eth0.", "Eth0.000000010"}) {
+      EXPECT_FALSE(parseSubInterface(no)) << no;
+   }
+   EXPECT_EQ(parseVlanName("Vlan4095"), 4095U);
+   EXPECT_FALSE(parseVlanName("Vlan010"));
+   std::vector<std::string> names{"Ethernet12", "Ethernet4", "Ethernet-BP0", "Ethernet04", "E"};
+   std::sort(names.begin(), names.end(), naturalLess);
+   EXPECT_EQ(names, (std::vector<std::string>{"E", "Ethernet-BP0", "Ethernet04", "Ethernet4",
+                                              "Ethernet12"}));
+}
+
+TEST(InventoryTest, MalformedJsonNamesThePlace) {
+   struct Case {
+      char const* content;
+      char const* begin;
+   };
+   for (auto const& [content, begin] : {
+            Case{"", "f:1:1: error: "},
+            Case{"{\n  \"PORT\": {,}\n}", "f:2:12: error: "},
+            Case{"{\"PORT\": {}} x", "f:1:14: error: "},
+            Case{"[]", "f:1:1: error: the file is no JSON object of tables"},
+            Case{"{\"a\": \"\xff\"}", "f:1:8: error: "},
+            Case{"{\"a\": 1e999}", "f:1:"},
+        }) {
+      try {
+         parseInventory(content, "f");
+         ADD_FAILURE() << content;
+      } catch (InventoryError const& error) {
+         EXPECT_EQ(std::string(error.what()).rfind(begin, 0), 0U) << error.what();
+      }
+   }
+   EXPECT_THROW(readInventory("/nonexistent"), InventoryError);
+   EXPECT_THROW(readInventory("/"), InventoryError);
+   std::string deep(100000, '[');
+   EXPECT_THROW(parseInventory("{\"PORT\": " + deep, "f"), InventoryError);
+}
+
+TEST(InventoryTest, AnyShapeOfJsonIsReadOrReported) {
+   // Every table with every wrong kind of value, in single-unit and multi-unit files.
+   for (char const* value : {"null", "7", "-1", "\"x\"", "[1,[2]]", "true", "{\"k\": null}",
+                             "{\"k\": [\"a\"]}", "{\"a|b|c\": {}, \"|\": {}, \"\": {}}",
+                             "{\"k\": {\"vlan\": [], \"ports\": {}, "
+                             "\"switch_id\": {}, \"system_port_id\": -3}}"}) {
+      for (char const* table :
+           {"PORT", "SYSTEM_PORT", "PORTCHANNEL", "PORTCHANNEL_MEMBER", "VLAN", "VLAN_MEMBER",
+            "VLAN_SUB_INTERFACE", "INTERFACE", "PORTCHANNEL_INTERFACE", "VLAN_INTERFACE",
+            "VXLAN_TUNNEL", "TUNNEL", "DEVICE_METADATA", "ACL_TABLE", "SHOAL_UNIT", "SHOAL_PORT"}) {
+         std::string row = std::string("\"") + table + "\": " + value;
+         EXPECT_NO_THROW(parseInventory("{" + row + ", \"INTERFACE\": {}}", "f")) << row;
+         EXPECT_NO_THROW(
+             parseInventory("{\"localhost\": {" + row + "}, \"u|0\": {" + row + "}}", "f"))
+             << row;
+      }
+   }
+}
+
+TEST(InventoryTest, UnitsNamesAndPlaces) {
+   Inventory inventory = parseInventory(R"({
+     "localhost": {"SYSTEM_PORT": {
+        "lc2|a0|Ethernet0": {"system_port_id": "0", "switch_id": "6", "core_index": "0", "core_port_index": "1"},
+        "lc2|a0|Ethernet4": {"system_port_id": 7, "switch_id": 6, "core_index": 1, "core_port_index": 1},
+        "lc9|a0|Ethernet0": {"system_port_id": 8, "switch_id": 9, "core_index": 0, "core_port_index": 1},
+        "lc9|a0|Ethernet4": {"system_port_id": 9, "switch_id": 9, "core_index": 0, "core_port_index": 2}},
+       "SHOAL_UNIT": {"lc2|a0": {"ext_lkup_type": "4"}, "77": {"fap_type": 2}}},
+     "lc10|a0": {"PORT": {"Ethernet0": {"core_id": "1", "core_port_id": "3"}, "Ethernet4": {}}},
+     "lc2|a0": {"DEVICE_METADATA": {"localhost": {"switch_id": "6"}},
+                "PORT": {"Ethernet4": {"alias": "E2"}, "Ethernet0": {}},
+                "SHOAL_PORT": {"Ethernet4": {"vlan_domain": 1}}}})",
+                                        "f");
+   ASSERT_EQ(inventory.units.size(), 2U);
+   EXPECT_EQ(inventory.units[0].name, "lc2/a0");
+   EXPECT_EQ(inventory.units[0].fapId, 6U);
+   EXPECT_EQ(inventory.units[0].extLkupType, 4U);
+   EXPECT_EQ(inventory.units[1].fapId, 0U) << "a free id where none is given";
+   // Core ports repeat per core: the core is part of the place.
+   EXPECT_EQ(named(inventory.ports, "lc2/a0/Ethernet0").unitPort, 1U);
+   EXPECT_EQ(named(inventory.ports, "lc2/a0/Ethernet4").unitPort, 65U);
+   EXPECT_EQ(named(inventory.ports, "lc2/a0/Ethernet4").systemPort, 7U);
+   EXPECT_EQ(named(inventory.ports, "lc2/a0/Ethernet4").vlanDomain, 1U);
+   EXPECT_EQ(named(inventory.ports, "lc2/a0/Ethernet0").vlanDomain, 2U);
+   EXPECT_EQ(named(inventory.ports, "lc10/a0/Ethernet0").unitPort, 3U);
+   // Free system ports: 0, 7, 8, 9 are taken.
+   EXPECT_EQ(named(inventory.ports, "lc10/a0/Ethernet0").systemPort, 1U);
+   EXPECT_EQ(named(inventory.ports, "lc10/a0/Ethernet4").systemPort, 2U);
+   EXPECT_EQ(inventory.systemPorts, 4U);
+   EXPECT_EQ(texts(inventory),
+             (std::vector<std::string>{
+                 "SYSTEM_PORT lc9|a0|Ethernet0: unit 9 is known by its system ports only",
+                 "SHOAL_UNIT 77: names no unit of this file"}));
+
+   EXPECT_EQ(inventory.find("lc2/a0/Eth0").name, "lc2/a0/Ethernet0");
+   EXPECT_EQ(inventory.find("Ethernet0").candidates,
+             (std::vector<std::string>{"lc2/a0/Ethernet0", "lc10/a0/Ethernet0"}));
+   EXPECT_EQ(inventory.find("lc3/a0/Ethernet0").name, "") << "another unit's port is not meant";
+   EXPECT_EQ(inventory.find("Ethernet5").candidates.size(), 4U) << "one letter off";
+}
+
+TEST(InventoryTest, WhatIsMissingOrContradictoryIsReportedAndTheRestLoads) {
+   Inventory inventory = parseInventory(R"({
+     "DEVICE_METADATA": {"localhost": {"switch_id": 3000}},
+     "PORT": {"Ethernet0": {}, "Ethernet4": {"speed": "fast"}, "Ethernet8": {}, "Ethernet8-L3Flood": {}, "Eth12": {},
+              "Ethernet0": {}},
+     "PORTCHANNEL": {"PortChannel1": {}, "PortChannel0001": {}, "Lag": {}},
+     "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}, "PortChannel0001|Ethernet0": {},
+                            "PortChannel1|Ethernet99": {}, "PortChannel7|Ethernet4": {}, "x": {}},
+     "VLAN": {"Vlan10": {"vlanid": "11"}, "Vlan4094": {}, "Vlan5000": {}, "Vlan4092": {}},
+     "VLAN_MEMBER": {"Vlan10|Ethernet0": {"tagging_mode": "tagged"}, "Vlan99|Ethernet4": {}, "Vlan10|Ethernet77": {}},
+     "VLAN_SUB_INTERFACE": {"Po1.20": {}, "Ethernet8.5000": {}, "Ethernet8.7": {"vlan": "5", "inner_vlan": "6"},
+                            "Ethernet4.8|1.2.3.4/31": {}, "Ethernet77.1": {}, "Eth8.7": {}, "Ethernet0.3": {}},
+     "INTERFACE": {"Ethernet4|10.0.0.0/31": {}, "Ethernet8": {}, "Ethernet88": {}},
+     "PORTCHANNEL_INTERFACE": {"PortChannel0001": {}},
+     "VLAN_INTERFACE": {"Vlan10": {}, "Vlan10|1.1.1.1/24": {}, "Vlan12": {}},
+     "VXLAN_TUNNEL": {"vtep": {}}, "TUNNEL": {"vtep": {}, "mux": {}},
+     "ACL_TABLE": {"A": {"ports": ["Ethernet4", "PortChannel0017", 5]}}})",
+                                        "f");
+   std::vector<std::string> expected{
+       "PORT Ethernet0: comes twice; the later one stands",
+       "DEVICE_METADATA localhost: switch_id 3000 is above 2047, left out",
+       "PORT Eth12: is a short name, left out",
+       "PORT Ethernet4: speed is no number, left out",
+       "PORT Ethernet8-L3Flood: L3Flood is reserved for flood entries, left out",
+       "PORTCHANNEL Lag: is no name of a port-channel, left out",
+       "PORTCHANNEL_MEMBER PortChannel1|Ethernet0: Ethernet0 is a member of PortChannel0001",
+       "PORTCHANNEL_MEMBER PortChannel1|Ethernet99: there is no port Ethernet99",
+       "PORTCHANNEL_MEMBER PortChannel7|Ethernet4: there is no port-channel PortChannel7",
+       "PORTCHANNEL_MEMBER x: is no key of two parts, left out",
+       "VLAN Vlan10: vlanid 11 is not that of the name, which stands",
+       "VLAN Vlan5000: is no Vlan1 to Vlan4094, left out",
+       "VLAN_MEMBER Vlan10|Ethernet77: there is no port or port-channel Ethernet77",
+       "VLAN_MEMBER Vlan99|Ethernet4: there is no Vlan99",
+       "VLAN_SUB_INTERFACE Ethernet0.3: Ethernet0 is a member of PortChannel0001",
+       "VLAN_SUB_INTERFACE Ethernet4.8|1.2.3.4/31: has an address but no row of its own",
+       "VLAN_SUB_INTERFACE Ethernet8.7: is there in another form of its name",
+       "VLAN_SUB_INTERFACE Ethernet8.5000: has no vlan, and its id is no tag",
+       "VLAN_SUB_INTERFACE Ethernet77.1: there is no port or port-channel Ethernet77, left out",
+       "INTERFACE Ethernet88: there is no port or port-channel Ethernet88",
+       "VLAN_INTERFACE Vlan12: there is no Vlan12",
+       "TUNNEL vtep: is the name of another tunnel, left out",
+       "VLAN_MEMBER Ethernet0: is a member of PortChannel0001 and of a VLAN",
+       "ACL_TABLE A: there is no port or port-channel PortChannel0017",
+       "ACL_TABLE A: a port is no name",
+   };
+   auto got = texts(inventory);
+   std::sort(got.begin(), got.end());
+   std::sort(expected.begin(), expected.end());
+   EXPECT_EQ(got, expected);
+
+   EXPECT_EQ(named(inventory.subInterfaces, "PortChannel1.20").outer, 20U);
+   EXPECT_EQ(named(inventory.subInterfaces, "Ethernet8.5000").outer, 0U);
+   EXPECT_EQ(named(inventory.subInterfaces, "Ethernet4.8").outer, 8U);
+   // Internal VLANs are taken from the top, around configured VLANs.
+   std::vector<uint32_t> internal;
+   for (auto const& each : inventory.routedPorts) {
+      internal.push_back(each.internalVlan);
+   }
+   EXPECT_EQ(internal, (std::vector<uint32_t>{4093, 4091, 4090}));
+   EXPECT_EQ(inventory.tunnels.size(), 2U);
+   EXPECT_EQ(named(inventory.tunnels, "Tunnel-mux").fapId, 0U);
+}
+
+TEST(InventoryTest, PlacesAreUniqueAlsoWhereTheFileRepeatsThem) {
+   std::string ports;
+   for (int i = 0; i < 300; ++i) {
+      ports += (i == 0 ? "" : ",") + ("\"Ethernet" + std::to_string(i)) +
+               "\": {\"core_id\": 0, \"core_port_id\": 5}";
+   }
+   Inventory inventory = parseInventory("{\"PORT\": {" + ports + "}}", "f");
+   std::set<uint32_t> places;
+   std::set<uint32_t> systemPorts;
+   std::set<uint32_t> domains;
+   for (auto const& port : inventory.ports) {
+      EXPECT_TRUE(places.insert(port.unitPort).second);
+      EXPECT_TRUE(systemPorts.insert(port.systemPort).second);
+      EXPECT_TRUE(port.vlanDomain == 0 || domains.insert(port.vlanDomain).second);
+   }
+   EXPECT_EQ(places.size(), 256U);
+   EXPECT_EQ(domains.size(), 254U);
+   EXPECT_EQ(inventory.diagnostics.size(), 300U - 256 + 256 - 254);
+}
+
+TEST(InventoryTest, TheExampleIsClean) {
+   Inventory inventory = readInventory("examples/chassis.json");
+   EXPECT_TRUE(inventory.diagnostics.empty());
+   EXPECT_EQ(inventory.units.size(), 4U);
+}
+
+TEST(InventoryTest, PublishedConfigurationsReadAsDescribed) {
+   struct Case {
+      char const* file;
+      std::size_t units, ports, systemPorts, lags, members, subInterfaces;
+   };
+   for (auto const& each : {Case{"01-two-unit-small", 2, 9, 0, 3, 6, 6},
+                            Case{"02-mixed-features-32port", 1, 32, 0, 5, 5, 3},
+                            Case{"04-chassis-3card-lab", 2, 64, 99, 2, 4, 0},
+                            Case{"07-chassis-8card-assembled", 9, 388, 396, 72, 104, 106}}) {
+      std::string path = std::string("../shared/inventories/") + each.file + ".json";
+      if (!std::filesystem::exists(path)) {
+         GTEST_SKIP() << "no published configurations here";
+      }
+      Inventory inventory = readInventory(path);
+      std::size_t members = 0;
+      for (auto const& lag : inventory.portChannels) {
+         members += lag.members.size();
+      }
+      EXPECT_EQ(inventory.units.size(), each.units) << each.file;
+      EXPECT_EQ(inventory.ports.size(), each.ports) << each.file;
+      EXPECT_EQ(inventory.systemPorts, each.systemPorts) << each.file;
+      EXPECT_EQ(inventory.portChannels.size(), each.lags) << each.file;
+      EXPECT_EQ(members, each.members) << each.file;
+      EXPECT_EQ(inventory.subInterfaces.size(), each.subInterfaces) << each.file;
+   }
+}
+
+} // namespace
+} // namespace Agent

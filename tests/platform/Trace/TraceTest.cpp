@@ -1,0 +1,172 @@
+#include "platform/Trace/Trace.h"
+#include "platform/Bridging/VlanId.h"
+#include "platform/Orv/System.h"
+#include "platform/Plexus/IntfId.h"
+#include "platform/Trace/Blipline.h"
+#include "platform/Trace/BliplineReader.h"
+
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+struct Point3 {
+   int x = 1;
+   bool up = true;
+   uint8_t level = 65;
+   ORV_VALUE(Point3, "Test::Point3", x, up, level)
+};
+
+class TraceTest : public testing::Test {
+ protected:
+   TraceTest() {
+      Orv::System::timeSourceIs(&time_);
+      Trace::textSinkIs(&text_);
+      path_ = testing::TempDir() + "trace-" + std::to_string(::getpid()) + ".blip";
+   }
+   ~TraceTest() override {
+      all(false);
+      Trace::textSinkIs(nullptr);
+      Trace::Blipline::close();
+      Orv::System::timeSourceIs(nullptr);
+      std::filesystem::remove(path_);
+   }
+   static void all(bool on) {
+      for (unsigned level = 0; level < Trace::kLevels; ++level) {
+         Trace::textLevelIs(level, on);
+         Trace::blipLevelIs(level, on);
+      }
+   }
+   std::string content() const {
+      std::ifstream in(path_, std::ios::binary);
+      return {std::istreambuf_iterator<char>(in), {}};
+   }
+   std::string decoded() const {
+      std::ostringstream out;
+      Trace::printBlipline(content(), out);
+      return out.str();
+   }
+
+   Orv::VirtualTime time_;
+   std::ostringstream text_;
+   std::string path_;
+};
+
+int evaluated = 0;
+int counted() {
+   return ++evaluated;
+}
+
+TEST_F(TraceTest, ADisabledLevelEvaluatesNothingAndLevelsSwitchAtRunTime) {
+   evaluated = 0;
+   auto hit = [] { TRACE(7, "n: ", counted()); };
+   hit();
+   EXPECT_EQ(evaluated, 0);
+   Trace::textLevelIs(8, true); // another level changes nothing
+   hit();
+   EXPECT_EQ(evaluated, 0);
+   Trace::textLevelIs(7, true);
+   hit();
+   Trace::textLevelIs(7, false);
+   hit();
+   EXPECT_EQ(evaluated, 1);
+   EXPECT_EQ(text_.str(), "0.000000 7 n: 1\n");
+}
+
+TEST_F(TraceTest, BothChannelsSayTheSameWords) {
+   Trace::Blipline::open(path_, 16);
+   all(true);
+   time_.advanceTo(1.5);
+   Plexus::IntfId intf("Ethernet3.7");
+   TRACE(7, __func__, ": 100% of ", intf, " is ", -4, ", flag ", true, ", half ", 0.5, " by ",
+         std::string("name"));
+   TRACE_SPLIT(8, TEXT("no action."), BLIP("no action"));
+   TRACE(5, "encap ", Bridging::Dot1qEncap{10, 3}, " ", Point3{});
+   EXPECT_EQ(text_.str(),
+             "1.500000 7 TestBody: 100% of Ethernet3.7 is -4, flag 1, half 0.5 by name\n"
+             "1.500000 8 no action.\n"
+             "1.500000 5 encap Value('Bridging::Dot1qEncap', ** {'outer': 10, 'inner': 3}) "
+             "Value('Test::Point3', ** {'x': 1, 'up': 1, 'level': 65})\n");
+   EXPECT_EQ(decoded(), "1.500000 7 TestBody: 100% of Ethernet3.7 is -4, flag 1, half 0.5 by name\n"
+                        "1.500000 8 no action\n"
+                        "1.500000 5 encap <10,3> (x:1 up:1 level:65 )\n");
+}
+
+TEST_F(TraceTest, TheRingKeepsTheLastRecordsAndCountsTheLost) {
+   Trace::Blipline::open(path_, 3);
+   Trace::blipLevelIs(0, true);
+   for (int i = 0; i < 8; ++i) {
+      TRACE(0, "i ", i);
+   }
+   EXPECT_EQ(decoded(), "0.000000 0 i 5\n0.000000 0 i 6\n0.000000 0 i 7\nlost: 5\n");
+   // A new file knows the trace points that were hit before it.
+   Trace::Blipline::open(path_, 3);
+   for (int i = 8; i < 10; ++i) {
+      TRACE(0, "j ", i);
+   }
+   EXPECT_EQ(decoded(), "0.000000 0 j 8\n0.000000 0 j 9\n");
+}
+
+TEST_F(TraceTest, FieldsPastTheTwelfthAreMarked) {
+   Trace::Blipline::open(path_, 3);
+   Trace::blipLevelIs(0, true);
+   TRACE(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, " end");
+   EXPECT_EQ(decoded(), "0.000000 0 123456789101112? end\n");
+}
+
+TEST_F(TraceTest, TheFileSurvivesItsWriter) {
+   pid_t child = ::fork();
+   if (child == 0) {
+      Trace::Blipline::open(path_, 8);
+      Trace::blipLevelIs(7, true);
+      TRACE(7, "last words ", 42);
+      ::raise(SIGKILL);
+   }
+   int status = 0;
+   ::waitpid(child, &status, 0);
+   EXPECT_TRUE(WIFSIGNALED(status));
+   EXPECT_EQ(decoded(), "0.000000 7 last words 42\n");
+}
+
+TEST_F(TraceTest, DamagedFilesGiveAnErrorNeverACrash) {
+   Trace::Blipline::open(path_, 4);
+   Trace::blipLevelIs(7, true);
+   for (int i = 0; i < 6; ++i) {
+      TRACE(7, "number ", i, " of ", std::string("some"));
+   }
+   std::string good = content();
+   std::size_t meaningful = 400; // header and the dictionary in use
+   std::size_t refused = 0;
+   auto read = [&](std::string const& bytes) {
+      std::ostringstream out;
+      try {
+         Trace::printBlipline(bytes, out);
+      } catch (Trace::BliplineError const& error) {
+         ++refused;
+         EXPECT_EQ(std::string(error.what()).rfind("offset ", 0), 0U) << error.what();
+      }
+   };
+   for (std::size_t size = 0; size < meaningful; ++size) {
+      read(good.substr(0, size));
+   }
+   EXPECT_EQ(refused, meaningful) << "every truncation loses the ring";
+   for (std::size_t at = 0; at < meaningful; ++at) {
+      for (unsigned char flip : {0x01, 0x80, 0xff}) {
+         std::string bad = good;
+         bad[at] = static_cast<char>(bad[at] ^ flip);
+         read(bad);
+      }
+   }
+   EXPECT_GT(refused, meaningful + 50) << "damage to the header is noticed";
+   EXPECT_THROW(Trace::Blipline::open("/nonexistent/dir/file", 4), std::runtime_error);
+   EXPECT_THROW(Trace::Blipline::open(path_, 0), std::runtime_error);
+}
+
+} // namespace
