@@ -1,0 +1,322 @@
+#include "agent/command/Registry.h"
+#include "agent/host/ScenarioRunner.h"
+#include "agent/inventory/FileContent.h"
+#include "agent/inventory/InventoryReader.h"
+#include "platform/Trace/Trace.h"
+
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace Agent {
+namespace {
+
+using testing::HasSubstr;
+
+// Two units; A and B are sub-interfaces of one port-channel, so of one VLAN domain, and of one tag.
+constexpr char const* twins = R"({
+  "u|0": {"PORT": {"Ethernet0": {}, "Ethernet4": {}, "Ethernet8": {}, "Ethernet12": {}},
+          "PORTCHANNEL": {"PortChannel1": {}}, "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet12": {}},
+          "VLAN_SUB_INTERFACE": {"PortChannel1.1": {"vlan": 10}, "PortChannel1.2": {"vlan": 10},
+                                 "Ethernet0.5": {"vlan": 5}, "Ethernet0.6": {"vlan": 6}, "Ethernet4.7": {}},
+          "INTERFACE": {"Ethernet8": {}}, "VXLAN_TUNNEL": {"t": {}}},
+  "u|1": {"PORT": {"Ethernet0": {}}, "SHOAL_UNIT": {"u|1": {"ext_lkup_type": 4}}, "VLAN_INTERFACE": {"Vlan9": {}}},
+  "u|2": {"DEVICE_METADATA": {"localhost": {"switch_id": 200}}, "PORT": {"Ethernet0": {}}, "INTERFACE": {"Ethernet0": {}}},
+  "u|3": {"PORT": {"Ethernet0": {}}, "SHOAL_UNIT": {"u|3": {"fap_type": 2}}}
+})";
+
+struct Result {
+   int code;
+   std::string out;
+   std::string errors;
+};
+
+Result run(std::string const& scenario, RunOptions options = {},
+           std::string const& inventory = twins) {
+   Host host(parseInventory(inventory, "test"));
+   std::ostringstream out;
+   std::ostringstream errors;
+   ScenarioRunner runner(host, out, errors, options);
+   std::istringstream in(scenario);
+   int code = runner.run(in, "s");
+   return {code, out.str(), errors.str()};
+}
+
+// What `scenario` says to its last line, which must be refused.
+std::string refusal(std::string const& scenario) {
+   Result result = run(scenario);
+   auto lines = std::count(scenario.begin(), scenario.end(), '\n') + 1;
+   std::string begin = "s:" + std::to_string(lines) + ": error: ";
+   EXPECT_EQ(result.code, 1) << scenario;
+   EXPECT_EQ(result.errors.rfind(begin, 0), 0U) << scenario << "\n" << result.errors;
+   return result.errors.substr(std::min(begin.size(), result.errors.size()));
+}
+
+void expectSound(std::string const& scenario) {
+   Result result = run(scenario);
+   EXPECT_EQ(result.code, 0) << scenario << "\n" << result.errors;
+}
+
+TEST(ScenarioTest, BadInputNamesThePlaceAndTheReason) {
+   struct Case {
+      char const* line;
+      char const* reason;
+   };
+   for (auto const& [line, reason] : {
+            Case{"frobnicate", "there is no command 'frobnicate'"},
+            Case{"request", "FEATURE is missing"},
+            Case{"request qos u/0/Ethernet0.5 own 5",
+                 "FEATURE is one of acl, lumen, rampart, not 'qos'"},
+            Case{"request acl u/0/Ethernet1 own 5", "did you mean u/0/Ethernet0, "},
+            Case{"request acl Ethernet0 own 5", "did you mean"},
+            Case{"request acl nothing* own 5", "no interface matches 'nothing*'"},
+            Case{"request acl u/0/Ethernet0.5 9 5", "the inventory has no unit '9'"},
+            Case{"request acl u/0/Ethernet0.5 own", "POLICY is missing"},
+            Case{"request acl u/0/Ethernet0.5 own 0", "POLICY is 1 to"},
+            Case{"request acl u/0/Ethernet0.5 own 99999999999999999999", "POLICY is 1 to"},
+            Case{"request acl u/0/Ethernet0.5 own qos=32", "qos is 0 to 31, not 32"},
+            Case{"request acl u/0/Ethernet0.5 own qos=1,qos=2", "'qos' twice"},
+            Case{"request acl u/0/Ethernet0.5 own qos=0", "withdraw the request instead"},
+            Case{"request acl u/0/Ethernet0.5 own size=1", "not 'size=1'"},
+            Case{"request acl u/0/Ethernet0.5 own 5 6", "'6' is one word too many"},
+            Case{"request acl u/0/Ethernet0.5 own flood 7 5", "is no flood entry"},
+            Case{"request acl u/0/Ethernet0-L3Flood own 5", "is no routed port"},
+            Case{"request acl u/0/Ethernet8-L3Flood own flood 5000 5", "VLAN is 1 to 4094"},
+            Case{"request acl u/2/Ethernet0 own 5", "above 128"},
+            Case{"request acl u/3/Ethernet0 own 5", "only arad units share through the ISEM"},
+            Case{"request acl u/1/Ethernet0 own lumen=1", "not the acl feature's to ask for"},
+            Case{"request lumen u/0/Ethernet0.5 own lumen=1", "has no lumen lookup"},
+            Case{"request rampart u/0/Ethernet0.5 own lumen=1", "has no lumen lookup"},
+            Case{"request lumen u/1/Ethernet0 own qos=1,lumen=1", "asks for lumen= only"},
+            Case{"withdraw acl u/0/Ethernet0.5 own", "asks for nothing there"},
+            Case{"encapsulation u/0/Ethernet0.5 0", "OUTER is 1 to 4094"},
+            Case{"encapsulation u/0/Ethernet0.5 5,", "INNER is a number, not ''"},
+            Case{"encapsulation u/0/Ethernet0 5", "is no sub-interface"},
+            Case{"program-in-hw u/0/Ethernet0.5 maybe", "on or off is one of off, on, not 'maybe'"},
+            Case{"internal-vlan u/0/Ethernet0 5", "is no routed port"},
+            Case{"vlan-domain u/0/Ethernet0.5 3", "neither a port nor a port-channel"},
+            Case{"vlan-domain u/0/Ethernet0 255", "DOMAIN is 1 to 254"},
+            Case{"unit 0 colour red", "not 'colour'"},
+            Case{"port-map u/0/Ethernet0 0 1", "is taken by u/0/Ethernet4"},
+            Case{"port-map u/0/Vlan9 none", "there is no interface"},
+            Case{"member u/0/PortChannel1 add u/0/Tunnel-t", "are no port-channel and port"},
+            Case{"chip refuse next 0", "N is 1 to"},
+            Case{"chip lose often 1.5", "PROBABILITY is 0 to 1"},
+            Case{"chip explode", "not 'explode'"},
+            Case{"advance -1", "SECONDS is 0 to"},
+            Case{"advance soon", "SECONDS is a number"},
+            Case{"advance nan", "SECONDS is a number"},
+            Case{"set retry-interval 0", "SECONDS is 0.001 to"},
+            Case{"show nonsense", "there is no table 'nonsense'"},
+            Case{"show units --format xml", "--format takes text or json"},
+            Case{"expect something", "not 'something'"},
+            Case{"trace text 10 on", "LEVEL is 0 to 9"},
+            Case{"trace ring /nonexistent/x", "/nonexistent/x: "},
+            Case{"echo \"open", "a quote is not closed"},
+        }) {
+      EXPECT_THAT(refusal(line), HasSubstr(reason)) << line;
+   }
+}
+
+TEST(ScenarioTest, AnErrorStopsTheRunUnlessItKeepsGoingAndChangesNothing) {
+   std::string scenario = "request acl u/0/Ethernet0.5 own 5\n"
+                          "# a comment\n"
+                          "request acl u/0/Ethernet0.* own 5 6   # too much\n"
+                          "settle\n"
+                          "expect count merged 1\n"
+                          "expect count merged 2\n"
+                          "echo \"the # end\"\n";
+   Result stops = run(scenario);
+   EXPECT_EQ(stops.code, 1);
+   EXPECT_EQ(stops.out, "");
+   EXPECT_EQ(stops.errors, "s:3: error: '6' is one word too many\n");
+   Result goesOn = run(scenario, {true, false});
+   EXPECT_EQ(goesOn.code, 1);
+   EXPECT_EQ(goesOn.out, "the # end\n");
+   EXPECT_EQ(goesOn.errors,
+             "s:3: error: '6' is one word too many\n"
+             "s:6: failed: expected the number of rows of merged to be 2, but it is 1\n");
+}
+
+constexpr char const* a = "u/0/PortChannel1.1 own";
+constexpr char const* b = "u/0/PortChannel1.2 own";
+
+TEST(RehearsalTest, WithdrawingAnEqualSharerIsRefusedAndTheWayOutWorks) {
+   std::string both = std::string("request acl ") + a + " 5\nrequest acl " + b + " 5\nsettle\n";
+   std::string text = refusal(both + "withdraw acl " + b);
+   EXPECT_THAT(
+       text,
+       HasSubstr("u/0/PortChannel1.2 unit 0 would be withdrawn, but it was answered success"));
+   EXPECT_THAT(text, HasSubstr("(vlan 10, domain 5, unit 0) belongs to u/0/PortChannel1.1 unit 0"));
+   EXPECT_THAT(text, HasSubstr("(invariant keyToDel != AradSemKeyAndFap())"));
+   EXPECT_THAT(refusal(both + "program-in-hw u/0/PortChannel1.2 off"),
+               HasSubstr("would be withdrawn"));
+   EXPECT_THAT(
+       refusal(both + "vlan-domain u/0/PortChannel1 none\ndelete-subinterface u/0/PortChannel1.2"),
+       HasSubstr("would be withdrawn"));
+   expectSound(both + "withdraw acl " + a + "\nsettle\nrequest acl " + b +
+               " 6\nsettle\nwithdraw acl " + b +
+               "\nsettle\nexpect count responses 0\nexpect count isem 0");
+}
+
+TEST(RehearsalTest, MovingOneOfTwoSharersIsRefusedAndTheWayOutWorks) {
+   std::string both = std::string("request acl ") + a + " 5\nrequest acl " + b + " 6\nsettle\n";
+   for (char const* move :
+        {"encapsulation u/0/PortChannel1.1 11", "dynamic-encapsulation u/0/PortChannel1.1 11"}) {
+      std::string text = refusal(both + move);
+      EXPECT_THAT(
+          text,
+          HasSubstr(
+              "u/0/PortChannel1.1 unit 0 would move off the entry (vlan 10, domain 5, unit 0), "
+              "which u/0/PortChannel1.2 unit 0 still uses; withdraw u/0/PortChannel1.2 unit 0 "
+              "first"));
+   }
+   expectSound(both + "withdraw acl " + b +
+               "\nsettle\nencapsulation u/0/PortChannel1.1 11\nsettle\n" +
+               "expect isem 11 5 0 qos=5\nexpect isem 10 5 0 none");
+   // A change that shows its effect only with the next one is refused at that one.
+   EXPECT_THAT(refusal(both + "vlan-domain u/0/PortChannel1 77\nsettle\nrequest acl " + a + " 7"),
+               HasSubstr("would move off the entry"));
+}
+
+TEST(RehearsalTest, AnOldAnswerBehindARemovalIsRefused) {
+   // The removal is never answered, so the old success stands without an entry.
+   std::string text =
+       refusal("request acl u/0/Ethernet0.5 own 5\nsettle\nchip lose next 1\n"
+               "withdraw acl u/0/Ethernet0.5 own\nsettle\nencapsulation u/0/Ethernet0.5 100,7\n"
+               "request acl u/0/Ethernet0.5 own 5\nsettle\nwithdraw acl u/0/Ethernet0.5 own");
+   EXPECT_THAT(text, HasSubstr("first have it programmed itself"));
+}
+
+TEST(RehearsalTest, UnitsWithRequestsKeepTheirTypeAndLookup) {
+   std::string label = "request lumen u/1/Vlan9 1 lumen=3\nsettle\n";
+   EXPECT_THAT(refusal(label + "unit 1 lookup none"), HasSubstr("1 lumen or rampart requests"));
+   expectSound(label +
+               "withdraw lumen u/1/Vlan9 1\nsettle\nunit 1 lookup none\nexpect count responses 0");
+   EXPECT_THAT(refusal("request acl u/0/Ethernet0.5 own 5\nunit 0 type 2"),
+               HasSubstr("1 requests in the ISEM pipeline"));
+   expectSound("request acl u/0/Ethernet0.5 own 5\nunit 0 type none\nunit 0 type arad\nsettle\n"
+               "expect status acl u/0/Ethernet0.5 own success");
+}
+
+TEST(AgentTest, EachStateIsExplained) {
+   struct Case {
+      char const* scenario;
+      char const* verdict;
+   };
+   for (auto const& [scenario, verdict] : {
+            Case{"", "No feature asks for a policy here."},
+            Case{"request acl X own 5", "Not worked yet: it waits in the backlog"},
+            Case{"request acl X own 5\nadvance 0.005",
+                 "Written, and not answered yet: the chip's answer is due at 0.01 s."},
+            Case{"request acl X own 5\nsettle", "In hardware."},
+            Case{"chip refuse next 1\nrequest acl X own 5\nsettle",
+                 "the chip refused the write. It"},
+            Case{"chip capacity 0 0\nrequest acl X own 5\nsettle", "since the unit is full"},
+            Case{"chip lose next 1\nrequest acl X own 5\nsettle", "the chip's answer was lost"},
+            Case{"unit 0 unavailable\nrequest acl X own 5\nsettle",
+                 "unit 0 is not available; it is retried."},
+            Case{"vlan-domain u/0/Ethernet0 none\nrequest acl X own 5\nsettle",
+                 "no VLAN domain for u/0/Ethernet0 on unit 0"},
+            Case{"encapsulation X none\nrequest acl X own 5\nsettle",
+                 "the sub-interface has no encapsulation"},
+            Case{"encapsulation X 5,6\nrequest acl X own 5\nsettle", "it has two tags (5,6)"},
+            Case{"request acl X own 5\nsettle\nprogram-in-hw X off\nsettle",
+                 "the request was taken out of the output"},
+            Case{"chip refuse next 1\nrequest acl X own 5\nsettle\nrequest acl X own "
+                 "qos=5,other=1\nsettle",
+                 "Answered success, but the chip does not hold this policy"},
+            Case{"request acl X own 5\nsettle\nchip restart",
+                 "Answered success, but the chip does not hold"},
+            Case{"request acl X own 5\nsettle\nchip restart\nchip replay\nsettle", "In hardware."},
+        }) {
+      std::string text = std::string(scenario) + "\nexplain X own";
+      for (std::size_t at = 0; (at = text.find('X', at)) != std::string::npos;) {
+         text.replace(at, 1, "u/0/Ethernet0.5");
+      }
+      Result result = run(text);
+      EXPECT_EQ(result.code, 0) << text << result.errors;
+      EXPECT_THAT(result.out, HasSubstr(verdict)) << text;
+   }
+   Result shared =
+       run(std::string("request acl ") + a + " 5\nrequest acl " + b + " 6\nsettle\nexplain " + a);
+   EXPECT_THAT(shared.out, HasSubstr("shared with: u/0/PortChannel1.2 unit 0"));
+   Result waiting = run("unit 0 unavailable\nrequest acl u/0/Ethernet0.5 own 5\nadvance 3\nexplain "
+                        "u/0/Ethernet0.5 own");
+   EXPECT_THAT(waiting.out, HasSubstr("retry list: for qos=5, next tried at 4 s"));
+   EXPECT_THAT(waiting.out, HasSubstr("response: in-progress for qos=5 since 0 s"));
+}
+
+TEST(AgentTest, TheWorldReachesTheHardware) {
+   expectSound(
+       "request acl u/0/Ethernet8 own 3\nrequest acl u/0/Ethernet8-L3Flood own 4\n"
+       "request acl u/0/Ethernet8-L3Flood own flood 77 5\nsettle\n"
+       "expect isem 4094 0 0 qos=3\nexpect isem 4094 255 0 qos=4\nexpect isem 77 255 0 qos=5\n"
+       "internal-vlan u/0/Ethernet8 none\nsettle\nexpect isem 4094 0 0 none\n"
+       "internal-vlan u/0/Ethernet8 300\nsettle\nexpect isem 300 0 0 qos=3");
+   expectSound("request acl u/0/Ethernet0.5 own 3\nsettle\nexpect isem 5 1 0 qos=3\n"
+               "dynamic-encapsulation u/0/Ethernet0.5 50\nsettle\nexpect isem 50 1 0 qos=3\n"
+               "dynamic-encapsulation u/0/Ethernet0.5 none\nsettle\nexpect isem 5 1 0 "
+               "qos=3\nexpect count isem 1\n"
+               "delete-subinterface u/0/Ethernet0.5\nsettle\nexpect count isem 0");
+   // A port moves to another unit: its sub-interface's old request stays on the old unit.
+   expectSound("request acl u/0/Ethernet4.7 own 3\nsettle\nport-map u/0/Ethernet4 1 200\n"
+               "vlan-domain u/0/Ethernet4 9\nrequest acl u/0/Ethernet4.7 own 4\nsettle\n"
+               "expect isem 7 9 1 qos=4\nexpect status acl u/0/Ethernet4.7 own success qos=4");
+   // A port-channel's units follow its members.
+   expectSound(
+       "request acl u/0/PortChannel1.1 1 3\nsettle\nexpect retry u/0/PortChannel1.1 1 yes\n"
+       "member u/0/PortChannel1 add u/1/Ethernet0\nsettle\nexpect isem 10 5 1 qos=3\n"
+       "expect status merged u/0/PortChannel1.1 1 success\nexpect backlog u/0/PortChannel1.1 1 no");
+   expectSound(
+       "set quantum 0\nset cost-per-reading 0.5\nrequest acl u/0/Ethernet*.* own 5\nadvance 60\n"
+       "set cost-per-reading 0\nsettle\nexpect count isem 3\nexpect in-hardware u/0/Ethernet*.* "
+       "own");
+}
+
+TEST(AgentTest, OutputIsTheSameEachTimeAndJsonIsJson) {
+   std::string scenario = fileContent("examples/chassis.scenario").value();
+   std::string inventory = fileContent("examples/chassis.json").value();
+   scenario += "show requests\nshow counters\nshow isem\nexplain lc1/asic0/Ethernet0.10 own "
+               "--format json\n";
+   for (auto const* table :
+        {"requests",      "summary",        "merged",      "output",   "responses", "backlog",
+         "retry",         "isem",           "mapping",     "users",    "pending",   "chip",
+         "answers",       "faults",         "counters",    "clocks",   "units",     "ports",
+         "port-channels", "sub-interfaces", "diagnostics", "corestate"}) {
+      scenario += std::string("show ") + table + " --format json\n";
+   }
+   auto traced = [&] {
+      std::ostringstream trace;
+      Host host(parseInventory(inventory, "test"));
+      Trace::textSinkIs(&trace);
+      std::ostringstream out;
+      ScenarioRunner runner(host, out, out, {});
+      std::istringstream in("trace text all on\n" + scenario + "trace text all off\n");
+      EXPECT_EQ(runner.run(in, "s"), 0) << out.str();
+      return out.str() + trace.str();
+   };
+   std::string first = traced();
+   EXPECT_EQ(first, traced());
+   std::istringstream lines(first);
+   std::size_t documents = 0;
+   for (std::string line; std::getline(lines, line);) {
+      if (line.starts_with("{")) {
+         EXPECT_TRUE(Json::accept(line)) << line;
+         ++documents;
+      }
+   }
+   EXPECT_EQ(documents, 23U);
+}
+
+TEST(AgentTest, EveryCommandIsDocumented) {
+   std::string document = fileContent("docs/agent.md").value();
+   for (auto const& [name, command] : commandRegistry().commands()) {
+      EXPECT_THAT(document, HasSubstr("`" + name)) << name;
+      EXPECT_FALSE(command.help.empty());
+      expectSound("help " + name);
+   }
+}
+
+} // namespace
+} // namespace Agent
