@@ -99,10 +99,10 @@ void SimulatedChip::handleConfig(AradSemKeyAndFap const& key) {
    }
 }
 
-void SimulatedChip::schedule(Answer answer) {
+void SimulatedChip::schedule(Answer const& answer) {
    auto place = std::upper_bound(unanswered_.begin(), unanswered_.end(), answer.due,
                                  [](Seconds due, Answer const& other) { return due < other.due; });
-   unanswered_.insert(place, std::move(answer));
+   unanswered_.insert(place, answer);
    askForNext();
 }
 
@@ -117,7 +117,7 @@ void SimulatedChip::askForNext() {
 void SimulatedChip::handleTime() {
    Seconds now = Orv::System::currentTime();
    while (!unanswered_.empty() && unanswered_.front().due <= now) {
-      Answer answer = std::move(unanswered_.front());
+      Answer answer = unanswered_.front();
       unanswered_.pop_front();
       deliver(answer);
    }

@@ -100,7 +100,7 @@ class SimulatedChip {
    void handleTime();
    bool suffers(Fault fault, FapId unit);
    Setting& setting(Fault fault, std::optional<FapId> unit);
-   void schedule(Answer answer);
+   void schedule(Answer const& answer);
    void deliver(Answer const& answer);
    uint32_t program(Answer const& answer);
    void askForNext();

@@ -201,7 +201,9 @@ class Collection : public Watched<K> {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdangling-pointer"
 #endif
-      void enlist(Collection const& collection) { collection.cursors_ = this; }
+      void enlist(Collection const& collection) {
+         collection.cursors_ = this;
+      }
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic pop
 #endif
