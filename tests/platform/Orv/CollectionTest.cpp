@@ -1,0 +1,410 @@
+#include "platform/Orv/Entity.h"
+#include "platform/Orv/GroupIndex.h"
+
+#include <algorithm>
+#include <functional>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace Orv {
+namespace {
+
+// A key for all kinds of storage: small integers, hashed so that many collide.
+struct Number {
+   uint32_t value = 0;
+   uint32_t index() const { return value; }
+   uint32_t tens() const { return value / 10; }
+   static Number fromIndex(uint32_t index) { return {index}; }
+   uint64_t hash() const { return mixHash(value % 7); }
+   friend auto operator<=>(Number, Number) = default;
+};
+
+struct Tens {
+   uint32_t value = 0;
+   uint32_t index() const { return value; }
+   static Tens fromIndex(uint32_t index) { return {index}; }
+};
+struct Grouped : Number {
+   Tens tens() const { return {value / 10}; }
+   static Grouped fromIndex(uint32_t index) { return {{index}}; }
+   friend auto operator<=>(Grouped, Grouped) = default;
+};
+
+template<class Of>
+std::vector<uint32_t> keys(Of const& collection) {
+   std::vector<uint32_t> found;
+   for (auto const& [key, value] : collection.walk()) {
+      found.push_back(key.value);
+   }
+   return found;
+}
+
+using Sequence = std::vector<uint32_t>;
+
+// Calls a function at each change.
+template<class K>
+class Watcher : public Reactor<K> {
+ public:
+   explicit Watcher(std::function<void(K const&)> action) : action_(std::move(action)) {}
+   void handle(K const& key) override { action_(key); }
+
+ private:
+   std::function<void(K const&)> action_;
+};
+
+template<class Of>
+class CollectionTest : public testing::Test {
+ public:
+   Of collection;
+   void fill(std::initializer_list<uint32_t> values) {
+      for (uint32_t value : values) {
+         collection.set({value}, static_cast<int>(value));
+      }
+   }
+   // The keys that a walk visits while `action` runs at each.
+   Sequence walking(std::function<void(uint32_t)> const& action) {
+      Sequence visited;
+      for (auto const& [key, value] : collection.walk()) {
+         visited.push_back(key.value);
+         EXPECT_EQ(value, static_cast<int>(key.value));
+         action(key.value);
+      }
+      return visited;
+   }
+};
+
+using Kinds = testing::Types<Keyed<Number, int>, KeyedByIndex<Number, int>, Small<Number, int>>;
+TYPED_TEST_SUITE(CollectionTest, Kinds);
+
+TYPED_TEST(CollectionTest, ReadsWritesAndKeepsTheOrderOfInsertion) {
+   auto& of = this->collection;
+   this->fill({300, 7, 0, 1000, 14});
+   of.set({7}, 70);
+   of.del({0});
+   of.del({5});
+   of.set({0}, 1);
+   EXPECT_EQ(keys(of), (Sequence{300, 7, 1000, 14, 0}));
+   EXPECT_EQ(of.get({7}), 70);
+   EXPECT_EQ(of.get({8}), 0);
+   EXPECT_EQ(of.find({8}), std::nullopt);
+   EXPECT_TRUE(of.has({0}));
+   EXPECT_EQ(of.size(), 5U);
+   of.delAll();
+   EXPECT_EQ(keys(of), Sequence{});
+   this->fill({2, 1});
+   EXPECT_EQ(keys(of), (Sequence{2, 1}));
+}
+
+TYPED_TEST(CollectionTest, OnlyChangesAreTold) {
+   auto& of = this->collection;
+   Sequence told;
+   Watcher<Number> watcher([&](Number const& key) { told.push_back(key.value); });
+   of.watch(watcher);
+   this->fill({1, 1, 2});
+   of.set({1}, 5);
+   of.set({1}, 5);
+   of.del({9});
+   of.del({2});
+   of.set({3}, 0); // the default value is a member all the same
+   EXPECT_EQ(told, (Sequence{1, 2, 1, 2, 3}));
+}
+
+TYPED_TEST(CollectionTest, WalksSurviveWhateverTheirBodyDoes) {
+   auto& of = this->collection;
+   auto again = [&] {
+      of.delAll();
+      this->fill({1, 2, 3, 4, 5});
+   };
+   again();
+   EXPECT_EQ(this->walking([&](uint32_t key) { of.del({key}); }), (Sequence{1, 2, 3, 4, 5}))
+       << "the current one";
+   EXPECT_EQ(of.size(), 0U);
+   again();
+   EXPECT_EQ(this->walking([&](uint32_t key) { of.del({key + 1}); }), (Sequence{1, 3, 5}))
+       << "the next";
+   again();
+   EXPECT_EQ(this->walking([&](uint32_t key) { of.del({6 - key}); }), (Sequence{1, 2, 3}))
+       << "the last ones";
+   again();
+   EXPECT_EQ(this->walking([&](uint32_t key) { key == 2 ? of.delAll() : void(); }),
+             (Sequence{1, 2}))
+       << "all";
+   again();
+   EXPECT_EQ(this->walking([&](uint32_t key) { of.set({key + 100}, static_cast<int>(key) + 100); }),
+             (Sequence{1, 2, 3, 4, 5}))
+       << "what is added meanwhile is not visited";
+   again();
+   EXPECT_EQ(this->walking([&](uint32_t key) {
+      of.del({key});
+      of.set({key}, static_cast<int>(key));
+   }),
+             (Sequence{1, 2, 3, 4, 5}))
+       << "nothing is visited twice";
+   EXPECT_EQ(keys(of), (Sequence{1, 2, 3, 4, 5}));
+   again();
+   EXPECT_EQ(this->walking([&](uint32_t key) {
+      if (key == 2) { // everything, and back in another order
+         of.delAll();
+         this->fill({5, 4, 3});
+      }
+   }),
+             (Sequence{1, 2}));
+   again();
+   Sequence inner;
+   EXPECT_EQ(this->walking([&](uint32_t key) {
+      for (uint32_t each :
+           this->walking([&](uint32_t each) { key == 3 ? of.del({each}) : void(); })) {
+         inner.push_back(key * 10 + each);
+      }
+   }),
+             (Sequence{1, 2, 3}));
+   EXPECT_EQ(inner, (Sequence{11, 12, 13, 14, 15, 21, 22, 23, 24, 25, 31, 32, 33, 34, 35}));
+}
+
+TYPED_TEST(CollectionTest, DelAllLeavesWhatHandlersAddAndDeletesOnce) {
+   auto& of = this->collection;
+   this->fill({1, 2, 3});
+   Sequence told;
+   Watcher<Number> watcher([&](Number const& key) {
+      told.push_back(key.value);
+      if (key.value == 1 && !of.has({1})) {
+         of.del({3});
+         of.set({9}, 9);
+      }
+   });
+   of.watch(watcher);
+   of.delAll();
+   EXPECT_EQ(keys(of), Sequence{9});
+   EXPECT_EQ(told, (Sequence{1, 3, 9, 2}));
+}
+
+TYPED_TEST(CollectionTest, CursorsKeepTheirPlace) {
+   auto& of = this->collection;
+   using Cursor = typename TypeParam::Cursor;
+   this->fill({1, 2, 3, 4});
+   Cursor cursor(of, Cursor::unbounded);
+   cursor.toKey({9});
+   EXPECT_TRUE(cursor.atEnd());
+   cursor.toKey({3});
+   EXPECT_EQ(cursor.takeKey()->value, 3U);
+   of.del({4}); // where it stands
+   EXPECT_TRUE(cursor.atEnd());
+   this->fill({5});
+   EXPECT_TRUE(cursor.atEnd()) << "the end is the end until it is moved";
+   cursor.toFirst();
+   of.del({1});
+   EXPECT_EQ(cursor.peekKey()->value, 2U);
+   this->fill({6});
+   Sequence rest;
+   while (auto key = cursor.takeKey()) {
+      rest.push_back(key->value);
+   }
+   EXPECT_EQ(rest, (Sequence{2, 3, 5, 6})) << "an unbounded one sees what was added";
+}
+
+TYPED_TEST(CollectionTest, TheCollectionMayGoWhileItIsWalkedOrTells) {
+   auto of = std::make_unique<TypeParam>();
+   of->set({1}, 1);
+   of->set({2}, 2);
+   std::size_t visited = 0;
+   for (auto const& [key, value] : of->walk()) {
+      ++visited;
+      of.reset();
+      EXPECT_EQ(key.value, 1U);
+   }
+   EXPECT_EQ(visited, 1U);
+   of = std::make_unique<TypeParam>();
+   of->set({1}, 1);
+   of->set({2}, 2);
+   Watcher<Number> watcher([&](Number const& key) {
+      EXPECT_EQ(key.value, 1U);
+      of.reset();
+   });
+   Watcher<Number> behind([](Number const&) { ADD_FAILURE() << "the collection is gone"; });
+   of->watch(watcher);
+   of->watch(behind);
+   of->delAll();
+   EXPECT_EQ(of, nullptr);
+   EXPECT_FALSE(behind.registered());
+}
+
+TYPED_TEST(CollectionTest, RandomHistoriesAgreeWithAModel) {
+   for (uint32_t seed = 1; seed <= 20; ++seed) {
+      SCOPED_TRACE(seed);
+      std::mt19937 random(seed);
+      TypeParam of;
+      std::vector<std::pair<uint32_t, int>> model;
+      uint32_t range = seed % 2 == 0 ? 20 : 3000;
+      auto place = [&](uint32_t key) {
+         return std::find_if(model.begin(), model.end(),
+                             [&](auto const& each) { return each.first == key; });
+      };
+      auto step = [&] {
+         uint32_t key = random() % range;
+         auto at = place(key);
+         if (random() % 3 != 0) {
+            int value = static_cast<int>(random() % 1000);
+            of.set({key}, value);
+            at == model.end() ? static_cast<void>(model.emplace_back(key, value))
+                              : static_cast<void>(at->second = value);
+         } else {
+            of.del({key});
+            if (at != model.end()) {
+               model.erase(at);
+            }
+         }
+      };
+      for (int round = 0; round < 300; ++round) {
+         step();
+         if (round % 50 == 0) {
+            // A walk under change visits, in order and once, what was there and stays.
+            auto before = model;
+            Sequence visited;
+            for (auto const& [key, value] : of.walk()) {
+               EXPECT_NE(place(key.value), model.end());
+               visited.push_back(key.value);
+               step();
+            }
+            std::size_t at = 0;
+            for (auto const& [key, value] : before) {
+               if (at < visited.size() && visited[at] == key) {
+                  ++at;
+               }
+            }
+            EXPECT_EQ(at, visited.size()) << "a subsequence of what was there";
+         }
+      }
+      std::vector<std::pair<uint32_t, int>> got;
+      for (auto const& [key, value] : of.walk()) {
+         got.emplace_back(key.value, value);
+      }
+      ASSERT_EQ(got, model);
+      for (uint32_t key = 0; key < range; ++key) {
+         ASSERT_EQ(of.has({key}), place(key) != model.end());
+      }
+   }
+}
+
+TEST(CollectionKindsTest, EventsTellEveryWriteAndOrderedOnesGoByKey) {
+   Collection<Number, int, SlabStorage<Number, int>, Writes::areEvents> events;
+   int told = 0;
+   Watcher<Number> watcher([&](Number const&) { ++told; });
+   events.watch(watcher);
+   events.set({1}, 1);
+   events.set({1}, 1);
+   events.del({1});
+   events.del({1});
+   EXPECT_EQ(told, 3);
+
+   OrderedCollection<Number, int> ordered;
+   for (uint32_t key : {5U, 1U, 3U}) {
+      ordered.set({key}, 1);
+   }
+   Sequence visited;
+   for (auto const& [key, value] : ordered.walk()) {
+      visited.push_back(key.value);
+      ordered.del({key.value});
+      ordered.del({3});
+      ordered.set({key.value == 1 ? 4U : 0U}, 1); // ahead of the walk, or behind it
+   }
+   EXPECT_EQ(visited, (Sequence{1, 4, 5}));
+   EXPECT_EQ(keys(ordered), Sequence{0});
+   ordered.delAll();
+   EXPECT_EQ(ordered.size(), 0U);
+}
+
+// An entity whose end looks back at the collection that held it.
+struct Mirror : RefCounted {
+   explicit Mirror(std::function<void()> atEnd) : atEnd_(std::move(atEnd)) {}
+   ~Mirror() override { atEnd_(); }
+   std::function<void()> atEnd_;
+};
+
+TEST(CollectionKindsTest, AValueIsDroppedWhenTheNewOneStands) {
+   Keyed<Number, Ptr<Mirror>> of;
+   int looked = 0;
+   Ptr<Mirror> second = make<Mirror>([] {});
+   of.set({1}, make<Mirror>([&] {
+             ++looked;
+             EXPECT_EQ(of.get({1}), second);
+          }));
+   of.set({1}, second);
+   of.set({2}, make<Mirror>([&] {
+             ++looked;
+             EXPECT_FALSE(of.has({2}));
+          }));
+   of.del({2});
+   EXPECT_EQ(looked, 2);
+   of.set({1}, nullptr);
+}
+
+TEST(GroupIndexTest, FollowsTheCollectionInItsOrder) {
+   KeyedByIndex<Grouped, int> of;
+   auto key = [](uint32_t value) { return Grouped{{value}}; };
+   for (uint32_t value : {15U, 21U, 11U}) {
+      of.set(key(value), 1);
+   }
+   using Index = GroupIndex<Grouped, KeyedByIndex<Grouped, int>, &Grouped::tens>;
+   auto index = std::make_unique<Index>(of);
+   auto group = [&](uint32_t tens) {
+      Sequence found;
+      for (Grouped each : index->members({tens})) {
+         found.push_back(each.value);
+      }
+      return found;
+   };
+   EXPECT_EQ(group(1), (Sequence{15, 11}));
+   EXPECT_EQ(group(7), Sequence{});
+   Watcher<Grouped> watcher(
+       [&](Grouped const&) { EXPECT_EQ(group(1).size() + group(2).size(), of.size()); });
+   of.watch(watcher);
+   of.set(key(13), 1);
+   of.set(key(15), 2); // overwriting keeps the place
+   of.del(key(11));
+   of.set(key(11), 1);
+   of.del(key(21));
+   EXPECT_EQ(group(1), (Sequence{15, 13, 11}));
+   EXPECT_EQ(group(2), Sequence{});
+   watcher.remove();
+   index.reset();
+   of.set(key(12), 1); // nobody is left to be told
+}
+
+TEST(SlotIndexTest, FindsWhatIsThereAndNothingElse) {
+   std::mt19937_64 random(5);
+   SlotIndex index;
+   std::vector<uint64_t> hashes; // of entry i; 0: not there
+   std::size_t there = 0;
+   auto found = [&](uint32_t entry, uint64_t hash) {
+      return index.find(hash, [&](uint32_t at) { return at == entry; }) == entry;
+   };
+   for (int step = 0; step < 200000; ++step) {
+      bool fill = (step / 40000) % 2 == 0;
+      if (fill || there == 0) {
+         // A quarter share few hashes, which neither splitting nor probing can part.
+         uint64_t hash = (random() % 4 == 0 ? random() % 8 * 0x100000001ULL : random()) | 1ULL
+                                                                                              << 63;
+         index.insert(hash, static_cast<uint32_t>(hashes.size()));
+         hashes.push_back(hash);
+         ++there;
+      } else {
+         auto entry = static_cast<uint32_t>(random() % hashes.size());
+         if (hashes[entry] != 0) {
+            index.erase(hashes[entry], entry);
+            EXPECT_FALSE(found(entry, hashes[entry]));
+            hashes[entry] = 0;
+            --there;
+         }
+      }
+   }
+   for (uint32_t entry = 0; entry < hashes.size(); ++entry) {
+      ASSERT_TRUE(hashes[entry] == 0 || found(entry, hashes[entry])) << entry;
+   }
+   index.clear();
+   EXPECT_EQ(index.find(hashes.back(), [](uint32_t) { return true; }), kNil);
+   index.insert(3, 1);
+   EXPECT_TRUE(found(1, 3));
+}
+
+} // namespace
+} // namespace Orv
