@@ -88,6 +88,7 @@ TEST_F(NotifierTest, ReactorsThatGoDuringAChangeAreNotCalled) {
    EXPECT_EQ(three([&] { c->remove(); }), "ab") << "taken down, not destroyed";
    EXPECT_EQ(three([&] { d = std::make_unique<Named>(this, 'd'); }), "abc")
        << "new ones see later changes";
+   b->action_ = nullptr;
    EXPECT_EQ(change(), "abcd");
    EXPECT_EQ(three([&] {
                 c.reset();
