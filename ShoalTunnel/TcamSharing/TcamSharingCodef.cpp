@@ -66,8 +66,10 @@ void TcamSharingCodef::handleTcamSharingConfigIn(TcamSharingRequest const& reque
    updatesSeenInc(1);
    TcamSharingPolicyId inStatus = tcamSharingConfigIn_->request(request);
    TcamSharingPolicyId outStatus = tcamSharingSelector_->getRequest(request);
-   TRACE(7, __func__, ": inStatus: ", inStatus);
-   TRACE(7, __func__, ": outStatus: ", outStatus);
+   if (TRACE_ON(7)) [[unlikely]] {
+      TRACE(7, __func__, ": inStatus: ", inStatus);
+      TRACE(7, __func__, ": outStatus: ", outStatus);
+   }
    if (inStatus == outStatus) {
       TRACE(7, __func__, ": Nothing to be done for ", request);
    } else if (backlog(request)) {
@@ -121,8 +123,10 @@ void TcamSharingCodef::doProcessRequest(TcamSharingRequest const& request) {
    static constexpr char const* step = "processBacklog";
    TcamSharingPolicyId inStatus = tcamSharingConfigIn_->request(request);
    TcamSharingPolicyId outStatus = tcamSharingSelector_->getRequest(request);
-   TRACE(7, step, ": inStatus: ", inStatus);
-   TRACE(7, step, ": outStatus: ", outStatus);
+   if (TRACE_ON(7)) [[unlikely]] {
+      TRACE(7, step, ": inStatus: ", inStatus);
+      TRACE(7, step, ": outStatus: ", outStatus);
+   }
    TcamSharingEntry entry(request, outStatus);
    if (tcamSharingCommon_->retryList(entry)) {
       TRACE(7, step,

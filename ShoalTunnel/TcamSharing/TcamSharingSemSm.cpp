@@ -117,8 +117,10 @@ void TcamSharingSemSm::doProgram(TcamSharingRequest const& request, TcamSharingP
       return;
    }
    VlanId vlanId(encap.dot1qEncap.outer);
-   TRACE(5, configHandler, ": vlanDomain: ", *vlanDomain);
-   TRACE(5, configHandler, ": vlanId: ", vlanId);
+   if (TRACE_ON(5)) [[unlikely]] {
+      TRACE(5, configHandler, ": vlanDomain: ", *vlanDomain);
+      TRACE(5, configHandler, ": vlanId: ", vlanId);
+   }
    AradSemPayload payload = AradSemPayload::basic(
        TcamSharingIsemPolicyId(policyId).makeISemPayloadValue(shoalStatus(), request.fapId()));
    AradSemKeyAndFap newKey(AradISemKeyTcamSharing(vlanId, *vlanDomain).key(), request.fapId());
@@ -180,9 +182,11 @@ void TcamSharingSemSm::handleIsemBTableStatus(AradSemKeyAndFap const& keyAndFap)
    SemTableStatusEntry statusEntry = isemBTableStatus_->status(keyAndFap);
    // An entry answers a write; its absence answers a removal.
    bool statusFromPendingInsert = statusEntry != SemTableStatusEntry();
-   TRACE(7, __func__, ": statusEntry: ", statusEntry);
-   TRACE(7, __func__, ": statusFromPendingInsert: ", statusFromPendingInsert);
-   TRACE(7, __func__, ": stored keyAndFap: ", keyAndFap);
+   if (TRACE_ON(7)) [[unlikely]] {
+      TRACE(7, __func__, ": statusEntry: ", statusEntry);
+      TRACE(7, __func__, ": statusFromPendingInsert: ", statusFromPendingInsert);
+      TRACE(7, __func__, ": stored keyAndFap: ", keyAndFap);
+   }
    if (ignoreIsemStatus()) {
       TRACE(7, __func__, ": ignoring ISEM status, breadth test only");
       return;

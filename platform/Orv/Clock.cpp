@@ -26,7 +26,13 @@ ClockNotifiee::~ClockNotifiee() {
 }
 
 void ClockNotifiee::timeMinIs(Seconds time) {
+   bool atOnce = time <= 0.0;
+   // Asked for at once already: it keeps its place. A burst of changes asks each time.
+   if (waiting_ && atOnce_ && atOnce) {
+      return;
+   }
    timeMinDel();
+   atOnce_ = atOnce;
    Timers& timers = clock_->timers();
    time_ = std::max(time, System::currentTime());
    order_ = ++timers.asked_;

@@ -1,6 +1,7 @@
 // Timers on the event loop's thread.
 //
-// A notifiee asks to be called once at an absolute time; asking again moves the request. A time
+// A notifiee asks to be called once at an absolute time; asking again moves the request (asking
+// for at once twice is asking once). A time
 // that is not in the future (0 above all) means at once, but from the loop, never from inside the
 // caller, and after everything that was due before: a machine that always asks for another slice
 // leaves room for every other event.
@@ -74,6 +75,7 @@ class ORV_EXPORT ClockNotifiee {
    Seconds time_ = 0.0;
    uint64_t order_ = 0;
    bool waiting_ = false;
+   bool atOnce_ = false; // the waiting request was made with a time of 0
 };
 
 } // namespace Orv
