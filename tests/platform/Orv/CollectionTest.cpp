@@ -27,7 +27,6 @@ struct Tens {
 struct Grouped : Number {
    Tens tens() const { return {value / 10}; }
    static Grouped fromIndex(uint32_t index) { return {{index}}; }
-   friend auto operator<=>(Grouped, Grouped) = default;
 };
 
 template<class Of>
