@@ -4,19 +4,31 @@
 
 namespace Orv {
 
+ClockNotifiee* Timers::earliest() const {
+   if (ahead_.empty()) {
+      return first_;
+   }
+   Request const& ahead = *ahead_.begin();
+   return first_ != nullptr && Request{first_->time_, first_->order_, first_} < ahead
+              ? first_
+              : ahead.notifiee;
+}
+
+Seconds Timers::next() const {
+   return earliest()->time_;
+}
+
 std::size_t Timers::runDue() {
    Seconds now = System::currentTime();
    uint64_t lastOrder = asked_;
    std::size_t called = 0;
-   while (!waiting_.empty()) {
-      Request request = *waiting_.begin();
-      if (request.time > now || request.order > lastOrder) {
+   while (ClockNotifiee* notifiee = earliest()) {
+      if (notifiee->time_ > now || notifiee->order_ > lastOrder) {
          break;
       }
-      waiting_.erase(waiting_.begin());
-      request.notifiee->waiting_ = false;
+      notifiee->timeMinDel();
       ++called;
-      request.notifiee->handleTime();
+      notifiee->handleTime();
    }
    return called;
 }
@@ -26,25 +38,55 @@ ClockNotifiee::~ClockNotifiee() {
 }
 
 void ClockNotifiee::timeMinIs(Seconds time) {
-   bool atOnce = time <= 0.0;
-   // Asked for at once already: it keeps its place. A burst of changes asks each time.
-   if (waiting_ && atOnce_ && atOnce) {
+   Timers& timers = clock_->timers();
+   if (waiting_ && atOnce_ && time <= 0.0) {
+      unlink();
+      link();
       return;
    }
    timeMinDel();
-   atOnce_ = atOnce;
-   Timers& timers = clock_->timers();
-   time_ = std::max(time, System::currentTime());
-   order_ = ++timers.asked_;
+   Seconds now = System::currentTime();
+   time_ = std::max(time, now);
    waiting_ = true;
-   timers.waiting_.insert({time_, order_, this});
+   atOnce_ = time <= now;
+   if (atOnce_) {
+      link();
+   } else {
+      order_ = ++timers.asked_;
+      timers.ahead_.insert({time_, order_, this});
+   }
 }
 
 void ClockNotifiee::timeMinDel() {
-   if (waiting_) {
-      clock_->timers().waiting_.erase({time_, order_, this});
-      waiting_ = false;
+   if (!waiting_) {
+      return;
    }
+   waiting_ = false;
+   if (atOnce_) {
+      unlink();
+   } else {
+      clock_->timers().ahead_.erase({time_, order_, this});
+   }
+}
+
+void ClockNotifiee::link() {
+   Timers& timers = clock_->timers();
+   order_ = ++timers.asked_;
+   previous_ = timers.last_;
+   next_ = nullptr;
+   if (previous_ != nullptr) {
+      time_ = std::max(time_, previous_->time_);
+      previous_->next_ = this;
+   } else {
+      timers.first_ = this;
+   }
+   timers.last_ = this;
+}
+
+void ClockNotifiee::unlink() {
+   Timers& timers = clock_->timers();
+   (previous_ != nullptr ? previous_->next_ : timers.first_) = next_;
+   (next_ != nullptr ? next_->previous_ : timers.last_) = previous_;
 }
 
 } // namespace Orv

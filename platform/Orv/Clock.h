@@ -1,10 +1,10 @@
 // Timers on the event loop's thread.
 //
-// A notifiee asks to be called once at an absolute time; asking again moves the request (asking
-// for at once twice is asking once). A time
+// A notifiee asks to be called once at an absolute time; asking again moves the request. A time
 // that is not in the future (0 above all) means at once, but from the loop, never from inside the
 // caller, and after everything that was due before: a machine that always asks for another slice
-// leaves room for every other event.
+// leaves room for every other event. Asking for at once costs no search and no allocation, and
+// asking again does not read the time: a machine may do so at every change of a burst.
 #pragma once
 
 #include "platform/Orv/Entity.h"
@@ -24,9 +24,9 @@ class ORV_EXPORT Timers {
    Timers(Timers const&) = delete;
    Timers& operator=(Timers const&) = delete;
 
-   bool idle() const { return waiting_.empty(); }
+   bool idle() const { return ahead_.empty() && first_ == nullptr; }
    // When the next notifiee wants to be called; only while not idle().
-   Seconds next() const { return waiting_.begin()->time; }
+   Seconds next() const;
    // Calls each notifiee that is due now and was when this call began; what those calls ask for
    // waits for the next run. Returns how many were called.
    std::size_t runDue();
@@ -42,7 +42,12 @@ class ORV_EXPORT Timers {
          return byTime != 0 ? byTime : std::partial_ordering(a.order <=> b.order);
       }
    };
-   std::set<Request> waiting_;
+   ClockNotifiee* earliest() const; // null while idle
+
+   std::set<Request> ahead_; // asked for a time ahead
+   // Asked for at once, linked in order of asking; their times ascend.
+   ClockNotifiee* first_ = nullptr;
+   ClockNotifiee* last_ = nullptr;
    uint64_t asked_ = 0;
 };
 
@@ -71,11 +76,16 @@ class ORV_EXPORT ClockNotifiee {
 
  private:
    friend class Timers;
+   void link();   // behind the last of those that asked for at once
+   void unlink(); // from among them
+
    Ptr<Clock const> clock_;
    Seconds time_ = 0.0;
    uint64_t order_ = 0;
+   ClockNotifiee* next_ = nullptr;
+   ClockNotifiee* previous_ = nullptr;
    bool waiting_ = false;
-   bool atOnce_ = false; // the waiting request was made with a time of 0
+   bool atOnce_ = false; // waits among those that asked for at once
 };
 
 } // namespace Orv

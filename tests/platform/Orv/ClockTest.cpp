@@ -76,6 +76,22 @@ TEST_F(ClockTest, AtOnceMeansFromTheLoopBehindWhatWasDue) {
    EXPECT_EQ(run(), "al") << "what a call asks for waits for the next run";
    a.action_ = nullptr;
    EXPECT_EQ(run(), "a");
+
+   // Asking again moves it, behind what is due since; a withdrawn one leaves the others linked.
+   Bell due(this, 'd');
+   due.timeMinIs(1);
+   a.timeMinIs(0);
+   late.timeMinIs(0);
+   Bell gone(this, 'g');
+   gone.timeMinIs(0);
+   a.timeMinIs(0);
+   gone.timeMinDel();
+   EXPECT_EQ(run(), "la");
+   time.advanceTo(2);
+   a.timeMinIs(0);
+   EXPECT_EQ(timers.next(), 1);
+   EXPECT_EQ(run(), "da");
+   EXPECT_TRUE(timers.idle());
 }
 
 TEST_F(ClockTest, NotifieesMayGoWhenTheyOrOthersAreCalled) {
