@@ -6,6 +6,11 @@ namespace Orv {
 
 namespace {
 TimeSource* timeSource = nullptr;
+
+Seconds monotonic() {
+   auto sinceEpoch = std::chrono::steady_clock::now().time_since_epoch();
+   return std::chrono::duration<Seconds>(sinceEpoch).count();
+}
 } // namespace
 
 TimeSource::~TimeSource() = default;
@@ -22,11 +27,11 @@ void VirtualTime::advanceTo(Seconds time) {
 }
 
 Seconds System::currentTime() {
-   if (timeSource != nullptr) {
-      return timeSource->now();
-   }
-   auto sinceEpoch = std::chrono::steady_clock::now().time_since_epoch();
-   return std::chrono::duration<Seconds>(sinceEpoch).count();
+   return timeSource != nullptr ? timeSource->now() : monotonic();
+}
+
+Seconds System::peekTime() {
+   return timeSource != nullptr ? timeSource->peek() : monotonic();
 }
 
 void System::timeSourceIs(TimeSource* source) {

@@ -15,6 +15,8 @@ class ORV_EXPORT TimeSource {
  public:
    virtual ~TimeSource();
    virtual Seconds now() = 0;
+   // The same for observers, such as traces: looking changes nothing.
+   virtual Seconds peek() const = 0;
 };
 
 // Time that moves only when told. `costPerReading` lets each reading take that long, so that work
@@ -22,7 +24,7 @@ class ORV_EXPORT TimeSource {
 class ORV_EXPORT VirtualTime : public TimeSource {
  public:
    Seconds now() override;
-   Seconds peek() const { return now_; }
+   Seconds peek() const override { return now_; }
    void advanceTo(Seconds time); // never moves back
    void costPerReadingIs(Seconds cost) { costPerReading_ = cost; }
    Seconds costPerReading() const { return costPerReading_; }
@@ -35,6 +37,7 @@ class ORV_EXPORT VirtualTime : public TimeSource {
 class ORV_EXPORT System {
  public:
    static Seconds currentTime();
+   static Seconds peekTime();
    // nullptr restores the monotonic clock. The source must outlive its use.
    static void timeSourceIs(TimeSource* source);
 };

@@ -34,7 +34,8 @@ struct BlipParts {
    std::array<uint64_t, kBlipFields> fields{};
    unsigned count = 0;
    bool wantsForm = false;
-   // Words with a mark per field: %d number, %f floating, %s name; %% is a percent sign.
+   // Words with a mark per field: %d signed, %u unsigned, %f floating, %s name; %% is a percent
+   // sign.
    std::string form;
 
    void words(std::string_view text) {
@@ -75,7 +76,11 @@ void addBlip(BlipParts& parts, T const& part) {
    } else if constexpr (std::is_floating_point_v<Part>) {
       parts.field('f', std::bit_cast<uint64_t>(static_cast<double>(part)));
    } else if constexpr (std::is_integral_v<Part> || std::is_enum_v<Part>) {
-      parts.field('d', static_cast<uint64_t>(static_cast<int64_t>(part)));
+      if constexpr (std::is_signed_v<Part>) {
+         parts.field('d', static_cast<uint64_t>(static_cast<int64_t>(part)));
+      } else {
+         parts.field('u', static_cast<uint64_t>(part));
+      }
    } else if constexpr (requires { Part::blipForm; }) {
       std::string_view form = Part::blipForm;
       std::apply(

@@ -97,7 +97,7 @@ void textSinkIs(std::ostream* sink) {
 void writeText(unsigned level, std::string const& text) {
    if (textSink != nullptr) {
       char prefix[48];
-      std::snprintf(prefix, sizeof prefix, "%.6f %u ", Orv::System::currentTime(), level);
+      std::snprintf(prefix, sizeof prefix, "%.6f %u ", Orv::System::peekTime(), level);
       *textSink << prefix << text << '\n';
    }
 }
@@ -131,7 +131,7 @@ void writeBlip(Point& point, BlipParts const& parts) {
    }
    FileRecord& record = to.records[to.header->written % to.header->capacity];
    record = FileRecord{};
-   record.time = Orv::System::currentTime();
+   record.time = Orv::System::peekTime();
    record.point = point.id;
    record.level = static_cast<uint8_t>(point.level);
    record.count = static_cast<uint8_t>(parts.count);

@@ -4,8 +4,8 @@
 //    FileHeader | dictionary: dictionarySize bytes | ring: capacity x FileRecord
 //
 // The dictionary is a run of DictionaryEntry, each followed by `fileLength` bytes of a source
-// file's name and `textLength` bytes of text: the words of a trace point with %d, %f, %s for its
-// fields (%% is a percent sign), or a name that %s fields refer to.
+// file's name and `textLength` bytes of text: the words of a trace point with %d, %u, %f, %s for
+// its fields (%% is a percent sign), or a name that %s fields refer to.
 #pragma once
 
 #include <cstdint>

@@ -134,7 +134,7 @@ class Reader {
          std::snprintf(number, sizeof number, "%g", std::bit_cast<double>(field));
          return number;
       }
-      return std::to_string(static_cast<int64_t>(field));
+      return kind == 'u' ? std::to_string(field) : std::to_string(static_cast<int64_t>(field));
    }
 
    std::string const& content_;

@@ -84,19 +84,20 @@ TEST_F(TraceTest, BothChannelsSayTheSameWords) {
    Trace::Blipline::open(path_, 16);
    all(true);
    time_.advanceTo(1.5);
+   time_.costPerReadingIs(1.0); // a trace only looks at the time
    Plexus::IntfId intf("Ethernet3.7");
    TRACE(7, __func__, ": 100% of ", intf, " is ", -4, ", flag ", true, ", half ", 0.5, " by ",
          std::string("name"));
    TRACE_SPLIT(8, TEXT("no action."), BLIP("no action"));
-   TRACE(5, "encap ", Bridging::Dot1qEncap{10, 3}, " ", Point3{});
+   TRACE(5, "encap ", Bridging::Dot1qEncap{10, 3}, " ", Point3{}, " ", UINT64_MAX);
    EXPECT_EQ(text_.str(),
              "1.500000 7 TestBody: 100% of Ethernet3.7 is -4, flag 1, half 0.5 by name\n"
              "1.500000 8 no action.\n"
              "1.500000 5 encap Value('Bridging::Dot1qEncap', ** {'outer': 10, 'inner': 3}) "
-             "Value('Test::Point3', ** {'x': 1, 'up': 1, 'level': 65})\n");
+             "Value('Test::Point3', ** {'x': 1, 'up': 1, 'level': 65}) 18446744073709551615\n");
    EXPECT_EQ(decoded(), "1.500000 7 TestBody: 100% of Ethernet3.7 is -4, flag 1, half 0.5 by name\n"
                         "1.500000 8 no action\n"
-                        "1.500000 5 encap <10,3> (x:1 up:1 level:65 )\n");
+                        "1.500000 5 encap <10,3> (x:1 up:1 level:65 ) 18446744073709551615\n");
 }
 
 TEST_F(TraceTest, TheRingKeepsTheLastRecordsAndCountsTheLost) {
