@@ -17,6 +17,7 @@ class VlanId {
       }
    }
    uint16_t value() const { return value_; }
+   uint64_t hash() const { return Orv::mixHash(value_); }
    friend auto operator<=>(VlanId, VlanId) = default;
    friend std::ostream& operator<<(std::ostream& out, VlanId id) { return out << id.value_; }
 

@@ -57,7 +57,7 @@ void Corestate::mount(std::string_view path, Orv::Ptr<Orv::Entity> const& entity
    }
    dir = root_;
    for (std::size_t i = 0; i + 1 < names.size(); ++i) {
-      if (!dir->entryHas(names[i])) {
+      if (!dir->entry(names[i])) {
          dir->entryIs(names[i], Orv::make<Orv::Dir>());
       }
       dir = asDir(dir->entry(names[i]));

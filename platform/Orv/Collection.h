@@ -10,6 +10,7 @@
 #pragma once
 
 #include "platform/Orv/Notifier.h"
+#include "platform/Orv/Ptr.h"
 #include "platform/Orv/Storage.h"
 
 #include <map>
@@ -62,6 +63,8 @@ class Watched {
          watchers_->notifier.deliver(key);
       }
    }
+   // Before the members go: who hears of the end may still look at them.
+   void endWatch() { watchers_.reset(); }
    void noteInserted(K const& key) {
       if (watchers_ != nullptr) {
          for (auto* observer : watchers_->observers) {
@@ -103,6 +106,7 @@ class Collection : public Watched<K> {
          cursor->collection_ = nullptr;
          cursor->next_ = kNil;
       }
+      this->endWatch();
    }
 
    V get(K const& key) const {
@@ -296,6 +300,11 @@ class Collection : public Watched<K> {
 // In key order, for the few tables where an order is asked for. Look-up is O(log n).
 template<class K, class V>
 class OrderedCollection : public Watched<K> {
+   // Outlives the collection while a walk looks at it.
+   struct Alive : RefCounted {
+      bool yes = true;
+   };
+
  public:
    using Key = K;
    using Value = V;
@@ -303,7 +312,10 @@ class OrderedCollection : public Watched<K> {
    OrderedCollection() = default;
    OrderedCollection(OrderedCollection const&) = delete;
    OrderedCollection& operator=(OrderedCollection const&) = delete;
-   ~OrderedCollection() { *alive_ = false; }
+   ~OrderedCollection() {
+      alive_->yes = false;
+      this->endWatch();
+   }
 
    V get(K const& key) const {
       auto found = members_.find(key);
@@ -338,8 +350,8 @@ class OrderedCollection : public Watched<K> {
       for (auto const& [key, value] : members_) {
          keys.push_back(key);
       }
-      for (auto alive = alive_; K const& key : keys) {
-         if (!*alive) {
+      for (Ptr<Alive> alive = alive_; K const& key : keys) {
+         if (!alive->yes) {
             return;
          }
          del(key);
@@ -373,7 +385,7 @@ class OrderedCollection : public Watched<K> {
 
     private:
       void advance() {
-         if (!*alive_) {
+         if (!alive_->yes) {
             member_.reset();
          } else {
             take(collection_->members_.upper_bound(member_->key));
@@ -387,14 +399,14 @@ class OrderedCollection : public Watched<K> {
          }
       }
       OrderedCollection const* collection_;
-      std::shared_ptr<bool> alive_;
+      Ptr<Alive> alive_;
       std::optional<Member<K, V>> member_;
    };
    Walk walk() const { return Walk(*this); }
 
  private:
    std::map<K, V> members_;
-   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+   Ptr<Alive> alive_ = make<Alive>();
 };
 
 // The usual kinds.

@@ -39,9 +39,12 @@ template<class... Parts>
 // `text` is the condition in the words that the operator sees, to the character; what follows it
 // is streamed as the explanation.
 #define ORV_ASSERT(condition, text, ...)                                                           \
+   ORV_ASSERT_IN(__PRETTY_FUNCTION__, condition, text __VA_OPT__(, ) __VA_ARGS__)
+
+// The same for a step that several handlers share: the failure names the handler.
+#define ORV_ASSERT_IN(function, condition, text, ...)                                              \
    do {                                                                                            \
       if (!(condition)) [[unlikely]] {                                                             \
-         ::Orv::failWith(text, __PRETTY_FUNCTION__, __FILE__,                                      \
-                         __LINE__ __VA_OPT__(, ) __VA_ARGS__);                                     \
+         ::Orv::failWith(text, function, __FILE__, __LINE__ __VA_OPT__(, ) __VA_ARGS__);           \
       }                                                                                            \
    } while (false)

@@ -86,7 +86,7 @@ class Interned {
    uint64_t hash() const { return mixHash(index_); }
 
    friend bool operator==(Interned a, Interned b) { return a.index_ == b.index_; }
-   // By fields, so that an order never depends on what was made first.
+   // By fields. (Ids that are interned by name, as interfaces are, order by first use.)
    friend auto operator<=>(Interned a, Interned b) { return a.fields() <=> b.fields(); }
    friend std::ostream& operator<<(std::ostream& out, Interned value) {
       return out << value.fields();

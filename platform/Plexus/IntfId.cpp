@@ -20,10 +20,11 @@ bool allDigits(std::string_view text) {
 
 // The VLAN of "Vlan<1..4094>" without padding; 0 for every other name.
 uint16_t vlanOf(std::string_view base) {
-   std::string_view digits = base.substr(4);
+   // A flood entry's name carries its mark behind the number.
+   std::string_view digits = base.substr(4, std::min(base.size(), base.find("-L3Flood")) - 4);
    uint32_t vlan = 0;
    auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), vlan);
-   bool whole = error == std::errc() && end == digits.data() + digits.size();
+   bool whole = !digits.empty() && error == std::errc() && end == digits.data() + digits.size();
    return whole && digits.front() != '0' && vlan <= 4094 ? static_cast<uint16_t>(vlan) : 0;
 }
 
@@ -46,7 +47,9 @@ IntfIdFields classify(std::string_view name) {
       number = number.substr(0, number.find("-L3Flood"));
       IntfId parent(name.substr(0, dot));
       IntfKind kind = parent.fields().kind;
-      if (allDigits(number) && number.size() <= 8 &&
+      bool numbered = allDigits(number) && number.size() <= 8 &&
+                      number.find_first_not_of('0') != std::string_view::npos;
+      if (numbered && !parent.fields().subIntf &&
           (kind == IntfKind::port || kind == IntfKind::portChannel)) {
          fields.subIntf = true;
          fields.kind = kind;

@@ -405,5 +405,29 @@ TEST(SlotIndexTest, FindsWhatIsThereAndNothingElse) {
    EXPECT_TRUE(found(1, 3));
 }
 
+template<class Of>
+void readsItsLastContentWhenItGoes() {
+   struct Watcher : Reactor<Number> {
+      explicit Watcher(Of const& of) : of_(of) {}
+      void handle(Number const&) override {}
+      void handleDelete() override { last = of_.get(Number{7}); }
+      Of const& of_;
+      int last = 0;
+   };
+   auto collection = std::make_unique<Of>();
+   Watcher watcher(*collection);
+   collection->watch(watcher);
+   collection->set(Number{7}, 70);
+   collection.reset();
+   EXPECT_EQ(watcher.last, 70);
+   EXPECT_FALSE(watcher.registered());
+}
+
+TEST(CollectionEndTest, WatchersMayReadACollectionThatGoes) {
+   readsItsLastContentWhenItGoes<Keyed<Number, int>>();
+   readsItsLastContentWhenItGoes<KeyedByIndex<Number, int>>();
+   readsItsLastContentWhenItGoes<OrderedCollection<Number, int>>();
+}
+
 } // namespace
 } // namespace Orv

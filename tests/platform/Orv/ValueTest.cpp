@@ -94,6 +94,10 @@ TEST(IntfIdTest, WhatAnInterfaceIsFollowsFromItsName) {
             Case{"u/Tunnel-a.b", IntfKind::tunnel, "", 0, false},
             Case{"Ethernet8-L3Flood", IntfKind::port, "", 0, true},
             Case{"Ethernet8.5-L3Flood", IntfKind::port, "Ethernet8", 0, true},
+            Case{"Vlan7-L3Flood", IntfKind::vlan, "", 7, true},
+            Case{"Vlan-L3Flood", IntfKind::other, "", 0, true},
+            Case{"Ethernet8.5.6", IntfKind::port, "", 0, false},
+            Case{"Ethernet8.00", IntfKind::port, "", 0, false},
             Case{"cpu0", IntfKind::other, "", 0, false},
         }) {
       IntfId id(each.name);
