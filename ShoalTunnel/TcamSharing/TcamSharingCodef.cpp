@@ -175,10 +175,10 @@ void TcamSharingCodef::doProcessRetryList(bool noTrigger) {
    for (auto const& [entry, waiting] : tcamSharingCommon_->retryListIter()) {
       TcamSharingRequest request = entry.request();
       TcamSharingPolicyId inStatus = tcamSharingConfigIn_->request(request);
+      TcamSharingPolicyId outStatus = tcamSharingSelector_->getRequest(request);
       TRACE_SPLIT(7, TEXT(__func__, ": retryEntry: ", entry),
                   BLIP(__func__, ": retryEntry: ", entry, " inStatus ", inStatus, " outStatus ",
-                       tcamSharingSelector_->getRequest(request), " inBacklog ",
-                       backlogHas(request)));
+                       outStatus, " inBacklog ", backlogHas(request)));
       tcamSharingCommon_->retryListDel(entry);
       if (inStatus.empty()) {
          continue;

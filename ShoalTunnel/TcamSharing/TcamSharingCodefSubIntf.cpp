@@ -126,15 +126,16 @@ void TcamSharingCodef::handleInternalVlanChange(IntfId const& intfId) {
 // each request's own unit.
 // (1) The programming machine puts it on the retry list, from where it follows the domain; if it
 //     were withdrawn here, nothing would bring it back when the domain comes.
-// (2) Only the record of the change went; a configured or dynamic encapsulation still stands.
+// (2) Only the record of the change went; the configured encapsulation still stands.
 void TcamSharingCodef::handleDot1qEncapChange(IntfId const& subIntfId) {
    ORV_ASSERT(subIntfId != IntfId(), "subIntfId != Plexus::IntfId()");
    TRACE(8, "TcamSharingCodef::", __func__, ": intfId: ", subIntfId);
    if (!initialized_) {
       return;
    }
-   bool add = subIntfDot1qEncapChange_->dot1qEncapHas(subIntfId);
+   // A record without tags says what its absence says: the encapsulation is disabled.
    Dot1qEncap dot1qEncap = subIntfDot1qEncapChange_->dot1qEncap(subIntfId);
+   bool add = !dot1qEncap.isZero();
    TRACE(7, __func__, ": dot1qEncap: ", dot1qEncap, ", add: ", add);
    IntfId parentIntfId = Plexus::SubIntfId::parentIntfId(subIntfId);
    TRACE(7, __func__, ": parentIntfId: ", parentIntfId);
@@ -173,20 +174,26 @@ void TcamSharingCodef::doHandleEncapRemoved(IntfId subIntfId, FapId parentFap) {
       TRACE(7, handler, ": dont care removal");
       return;
    }
-   if (!subIntfConfigDir_->subIntfConfig(subIntfId)) {
+   auto config = subIntfConfigDir_->subIntfConfig(subIntfId);
+   if (!config) {
       TRACE(7, handler, ": config does not exist: ", subIntfId);
       for (TcamSharingRequest request : requests) {
-         TRACE(7, handler, ": t-removing intf: ", subIntfId);
-         tcamSharingSelector_->delRequest(request);
+         if (tcamSharingConfigIn_->requestHas(request)) {
+            TRACE(7, handler, ": t-removing intf: ", subIntfId);
+            tcamSharingSelector_->delRequest(request);
+         }
       }
       return;
    }
-   if (tcamSharingHelper_->getDot1qEncapForIntf(subIntfId, {}).valid) {
+   if (!config->dot1qEncap().isZero()) {
       TRACE_SPLIT(7, TEXT(handler, ": not disable encap, no action."),
                   BLIP(handler, ": not disable encap, no action"));
       return;
    }
    for (TcamSharingRequest request : requests) {
+      if (!tcamSharingConfigIn_->requestHas(request)) {
+         continue;
+      }
       if (auto domain = tcamSharingHelper_->getVlanDomainForIntf(subIntfId, request.fapId())) {
          TRACE(7, handler, ": parent vlanDomain is still here: ", *domain);
          continue;

@@ -109,27 +109,28 @@ void TcamSharingMergeSm::handleTcamSharingShoalAclConfig(TcamSharingRequest cons
 void TcamSharingMergeSm::handleTcamSharingShoalLumenConfig(TcamSharingRequest const& request) {
    TRACE_ENTRY(request);
    if (initialized_) {
-      doMergeLumenAclLabel(*tcamSharingShoalLumenConfig_, request);
+      doMergeLumenAclLabel(__PRETTY_FUNCTION__, tcamSharingShoalLumenConfig_, request);
    }
 }
 
 void TcamSharingMergeSm::handleTcamSharingShoalRampartConfig(TcamSharingRequest const& request) {
    TRACE_ENTRY(request);
    if (initialized_) {
-      doMergeLumenAclLabel(*tcamSharingShoalRampartConfig_, request);
+      doMergeLumenAclLabel(__PRETTY_FUNCTION__, tcamSharingShoalRampartConfig_, request);
    }
 }
 
 // Lumen and Rampart write one field, and the last handler that ran wins: withdrawing one's request
 // clears the label even while the other still asks for it. That is the rule, not an oversight.
-void TcamSharingMergeSm::doMergeLumenAclLabel(TcamSharingConfig const& config,
+void TcamSharingMergeSm::doMergeLumenAclLabel(char const* handler,
+                                              Orv::Ptr<TcamSharingConfig const> const& config,
                                               TcamSharingRequest const& request) {
-   ORV_ASSERT(shoalStatus_->fapExtLkupType(request.fapId()) == Shoal::extLkupTypeLumen_,
-              "shoalStatus()->fapExtLkupType( request.fapId() ) == "
-              "Hardware::Shoal::extLkupTypeLumen_");
-   TcamSharingPolicyId policyId = config.request(request);
-   ORV_ASSERT(policyId.pbrPolicy() == 0, "policyId.pbrPolicy() == 0");
-   ORV_ASSERT(policyId.qosPolicy() == 0, "policyId.qosPolicy() == 0");
+   ORV_ASSERT_IN(handler, shoalStatus_->fapExtLkupType(request.fapId()) == Shoal::extLkupTypeLumen_,
+                 "shoalStatus()->fapExtLkupType( request.fapId() ) == "
+                 "Hardware::Shoal::extLkupTypeLumen_");
+   TcamSharingPolicyId policyId = policyOf(config, request);
+   ORV_ASSERT_IN(handler, policyId.pbrPolicy() == 0, "policyId.pbrPolicy() == 0");
+   ORV_ASSERT_IN(handler, policyId.qosPolicy() == 0, "policyId.qosPolicy() == 0");
    doPublish(request, overlay(policyId, lumenMask, tcamSharingMergedConfig_->request(request)));
 }
 
@@ -148,7 +149,9 @@ void TcamSharingMergeSm::handleTcamSharingStatus(TcamSharingRequest const& reque
    if (!initialized_) {
       return;
    }
-   TcamSharingResponse response = tcamSharingMergedStatus_->response(request);
+   TcamSharingResponse response = tcamSharingMergedStatus_
+                                      ? tcamSharingMergedStatus_->response(request)
+                                      : TcamSharingResponse();
    if (response == TcamSharingResponse()) {
       tcamSharingShoalAclStatus_->responseDel(request);
       tcamSharingShoalLumenStatus_->responseDel(request);

@@ -47,7 +47,9 @@ class TCAM_SHARING_EXPORT TcamSharingMergeSm : public Orv::RefCounted {
        Orv::ReactorFor<&TcamSharingMergeSm::handleTcamSharingShoalRampartConfig>;
    using OrvTcamSharingMergedStatus = Orv::ReactorFor<&TcamSharingMergeSm::handleTcamSharingStatus>;
 
-   void doMergeLumenAclLabel(TcamSharingConfig const& config, TcamSharingRequest const& request);
+   // `handler`: whose failure a broken invariant is.
+   void doMergeLumenAclLabel(char const* handler, Orv::Ptr<TcamSharingConfig const> const& config,
+                             TcamSharingRequest const& request);
    void doPublish(TcamSharingRequest const& request, TcamSharingPolicyId policyId);
 
    Orv::Ptr<TcamSharingConfig const> tcamSharingShoalAclConfig_;

@@ -149,14 +149,12 @@ void TcamSharingSemSm::doLeavePrevKey(TcamSharingRequest const& request, AradSem
               "We expect all keyTypes to be TcamSharing in this SM.");
    TRACE(7, configHandler, ": del prevKey: ", prevKey);
    doDropUser(prevKey, request);
-   // No pending write is queued for this removal: its answer is nobody's, and is ignored.
-   if (!tcamSharingCommon_->semToRequestHas(prevKey)) {
-      isemBTableConfig_->configDel(prevKey);
-   }
    ORV_ASSERT(!tcamSharingCommon_->semToRequestHas(prevKey),
               "tcamSharingCommon()->semToRequest( prevKey ) == NULL",
               "If we are deleting a stale mapping, then ensure no request is "
               "still using it");
+   // No pending write is queued for this removal: its answer is nobody's, and is ignored.
+   isemBTableConfig_->configDel(prevKey);
 }
 
 void TcamSharingSemSm::doEnqueuePending(AradSemKeyAndFap key, bool isInsert,

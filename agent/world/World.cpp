@@ -238,6 +238,11 @@ void World::encapsulationIs(IntfId subIntf, Dot1qEncap encap) {
    requireSubInterface(subIntf);
    // The fact first, then the news of it: who hears of the change finds it in place.
    subIntfConfigDir->subIntfConfig(subIntf)->dot1qEncapIs(encap);
+   tellEncapsulation(subIntf);
+}
+
+void World::tellEncapsulation(IntfId subIntf) {
+   Dot1qEncap encap = encapsulation(subIntf);
    if (encap.isZero()) {
       subIntfDot1qEncapChange->dot1qEncapDel(subIntf);
    } else {
@@ -245,19 +250,20 @@ void World::encapsulationIs(IntfId subIntf, Dot1qEncap encap) {
    }
 }
 
+Dot1qEncap World::encapsulation(IntfId subIntf) const {
+   Dot1qEncap dynamic = dynSubIntfEncap->dot1qEncap(subIntf);
+   auto config = subIntfConfigDir->subIntfConfig(subIntf);
+   return !dynamic.isZero() ? dynamic : config ? config->dot1qEncap() : Dot1qEncap();
+}
+
 void World::dynamicEncapsulationIs(IntfId subIntf, Dot1qEncap encap) {
    requireSubInterface(subIntf);
    if (encap.isZero()) {
       dynSubIntfEncap->dot1qEncapDel(subIntf);
-      encap = subIntfConfigDir->subIntfConfig(subIntf)->dot1qEncap();
    } else {
       dynSubIntfEncap->dot1qEncapIs(subIntf, encap);
    }
-   if (encap.isZero()) {
-      subIntfDot1qEncapChange->dot1qEncapDel(subIntf);
-   } else {
-      subIntfDot1qEncapChange->dot1qEncapIs(subIntf, encap);
-   }
+   tellEncapsulation(subIntf);
 }
 
 void World::subInterfaceDel(IntfId subIntf) {

@@ -48,6 +48,8 @@ class World {
    // port-channel, the inventory's for a VLAN interface or tunnel.
    std::vector<FapId> unitsOf(IntfId intf) const;
    bool isRouted(IntfId intf) const;
+   // The tags in force: assigned at run time, else configured; zero: none.
+   Bridging::Dot1qEncap encapsulation(IntfId subIntf) const;
 
    // Changes of the world; CommandError where the interface is of the wrong kind.
    void encapsulationIs(IntfId subIntf, Bridging::Dot1qEncap encap); // zero: disabled
@@ -87,6 +89,7 @@ class World {
    void fill();
    void fillPortChannel(InventoryPortChannel const& lag);
    void requireSubInterface(IntfId subIntf) const;
+   void tellEncapsulation(IntfId subIntf);
    // Entries of a port-channel follow the units of its members.
    void refreshLagDomains(IntfId lag);
    Hardware::ShoalTunnel::LagFapKey lagKey(IntfId lag, FapId unit) const;

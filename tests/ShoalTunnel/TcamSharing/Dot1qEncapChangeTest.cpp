@@ -14,6 +14,8 @@ struct Situation {
    std::vector<std::string> traces; // in this order
    bool requeued;
    bool withdrawn;
+
+   friend void PrintTo(Situation const& row, std::ostream* out) { *out << row.name; }
 };
 
 class EncapChangeTest : public Pipeline, public testing::WithParamInterface<Situation> {};
@@ -191,6 +193,17 @@ TEST_F(Pipeline, APortChannelThatIsOnOneOfTheUnitsKeepsThatRequest) {
    encapChange->dot1qEncapDel(IntfId("PortChannel7.10"));
    EXPECT_TRUE(output->requestHas(request("PortChannel7.10", 1)));
    EXPECT_FALSE(output->requestHas(request("PortChannel7.10", 2)));
+}
+
+TEST_F(Pipeline, ARecordWithoutTagsIsARemoval) {
+   output->requestIs(request("Ethernet1.10"), policy(5));
+   ask("Ethernet1.10", 5);
+   encapChange->dot1qEncapIs(IntfId("Ethernet1.10"), {10, 0});
+   run();
+   configDir->subIntfConfig(IntfId("Ethernet1.10"))->dot1qEncapIs({});
+   domains->portTunnelDataDel({FapId(1), 1});
+   encapChange->dot1qEncapIs(IntfId("Ethernet1.10"), {});
+   EXPECT_FALSE(output->requestHas(request("Ethernet1.10")));
 }
 
 TEST_F(Pipeline, ARemovalThatConcernsNoRequestIsNoConcern) {
