@@ -6,6 +6,7 @@
 #pragma once
 
 #include "platform/Hardware/ShoalTunnel/SemTable.h"
+#include "platform/Hardware/ShoalTunnel/TunnelPolicyMapper.h"
 #include "platform/Hardware/ShoalTunnel/VlanTagToVsiMapper.h"
 #include "platform/Orv/Entity.h"
 #include "ShoalTunnel/TcamSharing/TcamSharingRequest.h"
@@ -110,10 +111,14 @@ class TCAM_SHARING_EXPORT TcamSharingInLifCommon : public TcamSharingCommonBase 
          tcamSharingEntryRefCountIs(entry, count - std::min(n, count));
       }
    }
+   // The error merged from an entry's answers so far.
    ORV_COLLECTION(vtagToVsiStatusErrorType, TcamSharingEntry, VlanTagToVsiMapperErrorType,
                   Orv::Keyed)
-   ORV_COLLECTION(pendingLifEntries, VlanTagToVsiMapperKey, TcamSharingEntry, Orv::Keyed)
-   ORV_COLLECTION(pendingTunnelLifEntries, TunnelPolicyMapperKey, TcamSharingEntry, Orv::Keyed)
+   // The entry that wrote a key and waits for its answer.
+   ORV_COLLECTION(pendingLifEntries, VlanTagToVsiMapperKey, TcamSharingEntry, Orv::KeyedByIndex)
+   // The entry that wrote a tunnel's key last; kept while it stands.
+   ORV_COLLECTION(pendingTunnelLifEntries, TunnelPolicyMapperKey, TcamSharingEntry,
+                  Orv::KeyedByIndex)
 };
 
 } // namespace Hardware::ShoalTunnel

@@ -174,14 +174,14 @@ TcamSharingHelper::getVlanTagToVsiMapperKeyForSubIntf(IntfId parentIntf, TcamSha
          " TcamSharing request: ", request, " Dot1Q encap is: ", dot1qEncap);
    static constexpr uint32_t otherTagEncapKind = 4;
    auto status = subIntfStatusDir_->subIntfStatus(request.intfId());
-   VlanTagToVsiMapperKey key;
-   key.intfId = parentIntf;
-   key.outerVlan = Shoal::Vsi(dot1qEncap.outer);
-   key.innerVlan = dot1qEncap.inner;
-   key.tagType = status && status->encapKind() == otherTagEncapKind ? VlanTagType::encapKind4
-                                                                    : VlanTagType::dot1q;
-   key.subIntfId = request.intfId();
-   return key;
+   VlanTagToVsiMapperKeyFields fields;
+   fields.intfId = parentIntf;
+   fields.outerVlan = Shoal::Vsi(dot1qEncap.outer);
+   fields.innerVlan = dot1qEncap.inner;
+   fields.tagType = status && status->encapKind() == otherTagEncapKind ? VlanTagType::encapKind4
+                                                                       : VlanTagType::dot1q;
+   fields.subIntfId = request.intfId();
+   return VlanTagToVsiMapperKey(fields);
 }
 
 } // namespace Hardware::ShoalTunnel

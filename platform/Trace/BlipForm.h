@@ -6,6 +6,7 @@
 //    std::string, string_view  a name: kept once in the file, recorded as its number
 //    type with blipName()      a name (an interface)
 //    type with blipForm, blipFields()   its words, with a part for each '%'
+//    interned value            its fields, as those of a value type
 //    type with value()         that
 //    value type (orvFields)    "(field:% field:% )"
 #pragma once
@@ -95,6 +96,8 @@ void addBlip(BlipParts& parts, T const& part) {
           },
           part.blipFields());
       parts.words(form);
+   } else if constexpr (requires { part.fields(); }) {
+      addBlip(parts, part.fields());
    } else if constexpr (requires { part.value(); }) {
       addBlip(parts, part.value());
    } else {

@@ -1,9 +1,13 @@
-// The VLAN-tag-to-VSI mapper: the key of its entries, and the VLAN domains that it assigned to
-// port-channels. Owned by the component that programs sub-interfaces.
+// The VLAN-tag-to-VSI mapper: its tables, and the VLAN domains that it assigned to port-channels.
+//
+// Its entries belong to the component that programs sub-interfaces: that one creates and removes
+// them. Others may change an entry's in-LIF additional data. The hardware layer answers each write
+// in the status, later.
 #pragma once
 
 #include "platform/Hardware/Shoal/Ids.h"
 #include "platform/Orv/Entity.h"
+#include "platform/Orv/Interned.h"
 #include "platform/Plexus/IntfId.h"
 
 namespace Hardware::ShoalTunnel {
@@ -13,9 +17,8 @@ enum class VlanTagToVsiMapperErrorType : uint32_t { none = 0, success = 9 };
 
 enum class VlanTagType : uint32_t { dot1q = 0, encapKind4 = 3 };
 
-// One mapper entry: the tags of a sub-interface on one parent port.
-struct VlanTagToVsiMapperKey {
-   Plexus::IntfId intfId;  // the parent whose port carries the tags
+struct VlanTagToVsiMapperKeyFields {
+   Plexus::IntfId intfId;  // the port that carries the tags
    Shoal::Vsi outerVlan;   // the outer tag
    uint16_t innerVlan = 0; // the inner tag, 0 for none
    uint32_t auxValue = 0;  // always 0 for sub-interfaces
@@ -23,16 +26,51 @@ struct VlanTagToVsiMapperKey {
    Plexus::IntfId subIntfId; // the sub-interface itself
    bool auxFlag = false;     // always false for sub-interfaces
 
-   ORV_VALUE(VlanTagToVsiMapperKey, "Hardware::ShoalTunnel::VlanTagToVsiMapperKey", intfId,
+   ORV_VALUE(VlanTagToVsiMapperKeyFields, "Hardware::ShoalTunnel::VlanTagToVsiMapperKey", intfId,
              outerVlan, innerVlan, auxValue, tagType, subIntfId, auxFlag)
 };
 
-// A tunnel's entry on one unit.
-struct TunnelPolicyMapperKey {
-   Plexus::IntfId intfId;
-   Shoal::FapId fapId;
+ORV_EXPORT extern Orv::Interner<VlanTagToVsiMapperKeyFields> vlanTagToVsiMapperKeyInterner;
 
-   ORV_VALUE(TunnelPolicyMapperKey, "Hardware::ShoalTunnel::TunnelPolicyMapperKey", intfId, fapId)
+// One mapper entry: the tags of a sub-interface on one port. Interned.
+class VlanTagToVsiMapperKey
+    : public Orv::Interned<VlanTagToVsiMapperKeyFields, vlanTagToVsiMapperKeyInterner> {
+ public:
+   constexpr VlanTagToVsiMapperKey() = default;
+   explicit VlanTagToVsiMapperKey(VlanTagToVsiMapperKeyFields const& fields) : Interned(fields) {}
+   static VlanTagToVsiMapperKey fromIndex(uint32_t index) {
+      VlanTagToVsiMapperKey key;
+      key.index_ = index;
+      return key;
+   }
+};
+
+struct VlanTagToVsiMapperResult {
+   uint32_t lif = 0;                 // the logical interface; the owner's
+   uint64_t inLifAdditionalData = 0; // 0: none
+
+   ORV_VALUE(VlanTagToVsiMapperResult, "Hardware::ShoalTunnel::VlanTagToVsiMapperResult", lif,
+             inLifAdditionalData)
+};
+
+// What the chip made of a write: the data that it was asked for, and how that went.
+struct VlanTagToVsiMapperStatusType {
+   uint64_t inLifAdditionalData = 0;
+   VlanTagToVsiMapperErrorType errorType = VlanTagToVsiMapperErrorType::none;
+
+   ORV_VALUE(VlanTagToVsiMapperStatusType, "Hardware::ShoalTunnel::VlanTagToVsiMapperStatusType",
+             inLifAdditionalData, errorType)
+};
+
+class ORV_EXPORT VlanTagToVsiMapperConfig : public Orv::Entity {
+   ORV_ENTITY(VlanTagToVsiMapperConfig, "Hardware::ShoalTunnel::VlanTagToVsiMapperConfig")
+   ORV_COLLECTION(config, VlanTagToVsiMapperKey, VlanTagToVsiMapperResult, Orv::KeyedByIndex)
+};
+
+class ORV_EXPORT VlanTagToVsiMapperStatus : public Orv::Entity {
+   ORV_ENTITY(VlanTagToVsiMapperStatus, "Hardware::ShoalTunnel::VlanTagToVsiMapperStatus")
+   // Every write is an answer, also one that repeats the last.
+   ORV_EVENTS(status, VlanTagToVsiMapperKey, VlanTagToVsiMapperStatusType, Orv::PagedStorage)
 };
 
 struct LagFapKey {

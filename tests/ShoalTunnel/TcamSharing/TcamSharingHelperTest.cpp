@@ -116,11 +116,11 @@ TEST_F(HelperTest, MapperKeys) {
    IntfId parent("Ethernet1");
    auto key =
        helper->getVlanTagToVsiMapperKeyForSubIntf(parent, request("Ethernet1.10"), {8192, 7});
-   EXPECT_EQ(key, (VlanTagToVsiMapperKey{parent, Shoal::Vsi(8192), 7, 0, VlanTagType::dot1q,
+   EXPECT_EQ(key, VlanTagToVsiMapperKey({parent, Shoal::Vsi(8192), 7, 0, VlanTagType::dot1q,
                                          IntfId("Ethernet1.10"), false}));
    statusDir->subIntfStatus(IntfId("Ethernet1.10"))->encapKindIs(4);
    key = helper->getVlanTagToVsiMapperKeyForSubIntf(parent, request("Ethernet1.10"), {10, 0});
-   EXPECT_EQ(static_cast<int>(key.tagType), 3);
+   EXPECT_EQ(static_cast<int>(key.fields().tagType), 3);
    try {
       helper->getVlanTagToVsiMapperKeyForSubIntf(parent, request("Ethernet1.10"), {8193, 0});
       ADD_FAILURE();
