@@ -33,6 +33,14 @@ void TcamSharingBaseSm::handleInitialized() {
    initialized_ = true;
 }
 
+void TcamSharingBaseSm::doHandleAllRequests() {
+   if (tcamSharingConfig_) {
+      for (auto const& [request, policyId] : tcamSharingConfig_->requestIter()) {
+         handleTcamSharingConfig(request);
+      }
+   }
+}
+
 void TcamSharingBaseSm::orvDoZombieReactors(bool zombie) {
    if (orvTcamSharingConfig_ == nullptr) {
       return;

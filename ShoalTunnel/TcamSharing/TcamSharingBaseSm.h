@@ -30,6 +30,16 @@ class TCAM_SHARING_EXPORT TcamSharingBaseSm : public Orv::RefCounted {
    bool initialized() const { return initialized_; }
 
  protected:
+   // For the constructor of a derived machine, when it is whole: every request that the table
+   // holds.
+   void doHandleAllRequests();
+   // Watches a table of the hardware layer's answers, unless it is watched already or null.
+   template<class Reactor, class Status>
+   static void doWatch(Reactor& reactor, Orv::Ptr<Status const> const& status) {
+      if (status && !reactor.registered()) {
+         status->statusCollection().watch(reactor);
+      }
+   }
    Orv::Ptr<Shoal::Status const> const& shoalStatus() const { return shoalStatus_; }
    Orv::Ptr<TcamSharingConfig const> const& tcamSharingConfig() const { return tcamSharingConfig_; }
    Orv::Ptr<TcamSharingStatus> const& tcamSharingStatus() const { return tcamSharingStatus_; }

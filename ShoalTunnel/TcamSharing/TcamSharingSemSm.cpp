@@ -24,22 +24,16 @@ TcamSharingSemSm::TcamSharingSemSm(Orv::Ptr<Shoal::Status const> shoalStatus,
       isemBTableConfig_(std::move(isemBTableConfig)),
       isemBTableStatus_(std::move(isemBTableStatus)),
       tcamSharingCommon_(std::move(tcamSharingCommon)), orvIsemBTableStatus_(this) {
-   if (isemBTableStatus_) {
-      isemBTableStatus_->statusCollection().watch(orvIsemBTableStatus_);
-   }
-   if (this->tcamSharingConfig()) {
-      for (auto const& [request, policyId] : this->tcamSharingConfig()->requestIter()) {
-         TcamSharingSemSm::handleTcamSharingConfig(request);
-      }
-   }
+   doWatch(orvIsemBTableStatus_, isemBTableStatus_);
+   doHandleAllRequests();
 }
 
 void TcamSharingSemSm::orvDoZombieReactors(bool zombie) {
    TcamSharingBaseSm::orvDoZombieReactors(zombie);
    if (zombie) {
       orvIsemBTableStatus_.remove();
-   } else if (isemBTableStatus_ && !orvIsemBTableStatus_.registered()) {
-      isemBTableStatus_->statusCollection().watch(orvIsemBTableStatus_);
+   } else {
+      doWatch(orvIsemBTableStatus_, isemBTableStatus_);
    }
 }
 

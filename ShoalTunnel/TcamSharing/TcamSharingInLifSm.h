@@ -1,0 +1,67 @@
+// Attaches policies to the logical interfaces (in-LIFs) of sub-interfaces: rewrites the in-LIF
+// additional data of the VLAN-tag-to-VSI mapper entries that a sub-interface already has, one for a
+// port's, one per member port on the request's unit for a port-channel's.
+//
+// Hardware answers per mapper key. A request is answered when no key written for its entry (request
+// and policy) is out any more; one failure among the keys makes it failed, in whatever order the
+// answers come. Interfaces other than sub-interfaces are resolved, but have nothing to program.
+//
+// Reads the output table, the helper, and the mapper's configuration and status; writes the
+// additional data in that configuration, the merged status, and the bookkeeping in
+// TcamSharingInLifCommon (which survives this machine). It neither creates nor removes mapper
+// entries: while one is missing, the request waits on the retry list. Started on a filled output
+// table it handles every request in it once; it replays no hardware status. Event thread only.
+#pragma once
+
+#include "ShoalTunnel/TcamSharing/TcamSharingBaseSm.h"
+#include "ShoalTunnel/TcamSharing/TcamSharingCommon.h"
+
+namespace Hardware::ShoalTunnel {
+
+class TCAM_SHARING_EXPORT TcamSharingInLifSm : public TcamSharingBaseSm {
+ public:
+   TcamSharingInLifSm(Orv::Ptr<Shoal::Status const> shoalStatus,
+                      Orv::Ptr<TcamSharingConfig const> tcamSharingConfig,
+                      Orv::Ptr<TcamSharingStatus> tcamSharingStatus,
+                      Orv::Ptr<TcamSharingHelper> tcamSharingHelper,
+                      Orv::Ptr<VlanTagToVsiMapperConfig> vtagToVsiConfig,
+                      Orv::Ptr<VlanTagToVsiMapperStatus const> vtagToVsiStatus,
+                      Orv::Ptr<TcamSharingInLifCommon> tcamSharingCommon);
+
+   // A request on an arad unit is an invariant failure. Throws Orv::RangeException for an outer tag
+   // above 8192.
+   void handleTcamSharingConfig(TcamSharingRequest const& request) override;
+   // The status of the mapper key was written or removed.
+   void handleVtagToVsiStatus(VlanTagToVsiMapperKey const& key);
+   void orvDoZombieReactors(bool zombie) override;
+
+ private:
+   using OrvVtagToVsiStatus = Orv::ReactorFor<&TcamSharingInLifSm::handleVtagToVsiStatus>;
+
+   void doProgramOnPort(TcamSharingEntry const& entry, Plexus::IntfId port,
+                        Bridging::Dot1qEncap dot1qEncap);
+   void doProgramOnPortChannel(TcamSharingEntry const& entry, Plexus::IntfId portChannel,
+                               Bridging::Dot1qEncap dot1qEncap);
+   // The mapper entry is not there (yet).
+   void doWaitForMapperEntry(TcamSharingEntry const& entry);
+   // The data stand already; `newData` 0 is a removal, which is not answered here.
+   void doAnswerBypassed(TcamSharingEntry const& entry, uint64_t newData);
+   void doDecrementRefCountOnTcamSharingEntry(TcamSharingEntry const& entry);
+   // All answers of the entry are in, the last one being `status`.
+   void doAnswer(TcamSharingEntry const& entry, VlanTagToVsiMapperStatusType const& status);
+
+   Orv::Ptr<VlanTagToVsiMapperConfig> vtagToVsiConfig_;
+   Orv::Ptr<VlanTagToVsiMapperStatus const> vtagToVsiStatus_;
+   Orv::Ptr<TcamSharingInLifCommon> tcamSharingCommon_;
+   OrvVtagToVsiStatus orvVtagToVsiStatus_;
+};
+
+// With the constructor's arguments.
+TCAM_SHARING_EXPORT Orv::Ptr<TcamSharingInLifSm> tcamSharingInLifSmFactory(
+    Orv::Ptr<Shoal::Status const> shoalStatus, Orv::Ptr<TcamSharingConfig const> tcamSharingConfig,
+    Orv::Ptr<TcamSharingStatus> tcamSharingStatus, Orv::Ptr<TcamSharingHelper> tcamSharingHelper,
+    Orv::Ptr<VlanTagToVsiMapperConfig> vtagToVsiConfig,
+    Orv::Ptr<VlanTagToVsiMapperStatus const> vtagToVsiStatus,
+    Orv::Ptr<TcamSharingInLifCommon> tcamSharingCommon);
+
+} // namespace Hardware::ShoalTunnel

@@ -1,0 +1,126 @@
+#include "ShoalTunnel/TcamSharing/TcamSharingTunnelInLifSm.h"
+
+#include "platform/Trace/Trace.h"
+#include "ShoalTunnel/TcamSharing/TcamSharingInLifPolicyId.h"
+
+namespace Hardware::ShoalTunnel {
+
+namespace {
+constexpr char const* statusHandler = "handleTunnelToPolicyStatus";
+} // namespace
+
+TcamSharingTunnelInLifSm::TcamSharingTunnelInLifSm(
+    Orv::Ptr<Shoal::Status const> shoalStatus, Orv::Ptr<TcamSharingConfig const> tcamSharingConfig,
+    Orv::Ptr<TcamSharingStatus> tcamSharingStatus, Orv::Ptr<TcamSharingHelper> tcamSharingHelper,
+    Orv::Ptr<TunnelPolicyMapperConfig> tunnelToPolicyConfig,
+    Orv::Ptr<TunnelPolicyMapperStatus const> tunnelToPolicyStatus,
+    Orv::Ptr<TcamSharingInLifCommon> tcamSharingCommon)
+    : TcamSharingBaseSm(std::move(shoalStatus), std::move(tcamSharingConfig),
+                        std::move(tcamSharingStatus), std::move(tcamSharingHelper)),
+      tunnelToPolicyConfig_(std::move(tunnelToPolicyConfig)),
+      tunnelToPolicyStatus_(std::move(tunnelToPolicyStatus)),
+      tcamSharingCommon_(std::move(tcamSharingCommon)), orvTunnelToPolicyStatus_(this) {
+   doWatch(orvTunnelToPolicyStatus_, tunnelToPolicyStatus_);
+   doHandleAllRequests();
+}
+
+void TcamSharingTunnelInLifSm::orvDoZombieReactors(bool zombie) {
+   TcamSharingBaseSm::orvDoZombieReactors(zombie);
+   if (zombie) {
+      orvTunnelToPolicyStatus_.remove();
+   } else {
+      doWatch(orvTunnelToPolicyStatus_, tunnelToPolicyStatus_);
+   }
+}
+
+uint64_t
+TcamSharingTunnelInLifSm::getInLifAdditionalData(TcamSharingPolicyId const& policyId) const {
+   return TcamSharingInLifPolicyId(policyId).inLifAdditionalData();
+}
+
+void TcamSharingTunnelInLifSm::handleTcamSharingConfig(TcamSharingRequest const& request) {
+   TRACE(8, "TcamSharingTunnelInLifSm::", __func__, " ", request.intfId(), " ", request.fapId());
+   if (tcamSharingCommon_->notARealDelete()) {
+      return;
+   }
+   TcamSharingPolicyId policyId = tcamSharingConfig()->request(request);
+   TunnelPolicyMapperKey key(request.intfId(), request.fapId());
+   TcamSharingEntry entry(request, policyId);
+   if (!policyId.empty()) {
+      TRACE(7, __func__, ": policy create request");
+      tcamSharingCommon_->pendingTunnelLifEntriesIs(key, entry);
+      tunnelToPolicyConfig_->configIs(key, {getInLifAdditionalData(policyId)});
+      return;
+   }
+   TRACE(7, __func__, ": policy delete request");
+   if (tunnelToPolicyConfig_->config(key) != TunnelPolicyMapperResult()) {
+      tcamSharingCommon_->pendingTunnelLifEntriesIs(key, entry);
+      tunnelToPolicyConfig_->configDel(key);
+   } else {
+      TRACE(7, __func__, ": entry not present in hardware");
+      tcamSharingStatus()->responseDel(request);
+   }
+}
+
+void TcamSharingTunnelInLifSm::handleTunnelToPolicyStatus(TunnelPolicyMapperKey const& key) {
+   TRACE(8, "TcamSharingTunnelInLifSm::", __func__, " ", key.intfId(), " ", key.fapId());
+   TunnelPolicyMapperStatusType status = tunnelToPolicyStatus_->status(key);
+   TcamSharingEntry entry = tcamSharingCommon_->pendingTunnelLifEntries(key);
+   if (entry == TcamSharingEntry()) {
+      TRACE(7, __func__, ": entry not in pending list");
+   } else if (status != TunnelPolicyMapperStatusType()) {
+      TRACE(7, __func__, ": response received for a create request");
+      doHandleWriteAnswer(entry, status);
+   } else {
+      TRACE(7, __func__, ": response received for a delete request");
+      doHandleRemovalAnswer(entry, key);
+   }
+}
+
+// The pending entry stays: the key may be answered again.
+void TcamSharingTunnelInLifSm::doHandleWriteAnswer(TcamSharingEntry const& entry,
+                                                   TunnelPolicyMapperStatusType const& status) {
+   if (status.inLifAdditionalData != getInLifAdditionalData(entry.policyId())) {
+      TRACE(7, statusHandler, ": policyId mismatch in response");
+      return;
+   }
+   TcamSharingResponseStatus answer = tcamSharingFailed;
+   switch (status.statusCode) {
+   case TunnelPolicyMapperStatusType::programmed:
+      TRACE(5, statusHandler, ": tunnel lif programming successful");
+      answer = tcamSharingSuccess;
+      break;
+   case TunnelPolicyMapperStatusType::inProgress:
+      TRACE(5, statusHandler, ": tunnel lif programming in progress");
+      answer = tcamSharingInProgress;
+      break;
+   default:
+      TRACE(0, statusHandler, ": tunnel lif programming failed");
+      break;
+   }
+   tcamSharingStatus()->responseIs(entry.request(), TcamSharingResponse{answer, entry.policyId()});
+}
+
+void TcamSharingTunnelInLifSm::doHandleRemovalAnswer(TcamSharingEntry const& entry,
+                                                     TunnelPolicyMapperKey key) {
+   if (!entry.policyId().empty()) {
+      TRACE(7, statusHandler, ": stale delete response");
+      return;
+   }
+   tcamSharingStatus()->responseDel(entry.request());
+   tcamSharingCommon_->pendingTunnelLifEntriesDel(key);
+}
+
+Orv::Ptr<TcamSharingTunnelInLifSm> tcamSharingTunnelInLifSmFactory(
+    Orv::Ptr<Shoal::Status const> shoalStatus, Orv::Ptr<TcamSharingConfig const> tcamSharingConfig,
+    Orv::Ptr<TcamSharingStatus> tcamSharingStatus, Orv::Ptr<TcamSharingHelper> tcamSharingHelper,
+    Orv::Ptr<TunnelPolicyMapperConfig> tunnelToPolicyConfig,
+    Orv::Ptr<TunnelPolicyMapperStatus const> tunnelToPolicyStatus,
+    Orv::Ptr<TcamSharingInLifCommon> tcamSharingCommon) {
+   return Orv::make<TcamSharingTunnelInLifSm>(
+       std::move(shoalStatus), std::move(tcamSharingConfig), std::move(tcamSharingStatus),
+       std::move(tcamSharingHelper), std::move(tunnelToPolicyConfig),
+       std::move(tunnelToPolicyStatus), std::move(tcamSharingCommon));
+}
+
+} // namespace Hardware::ShoalTunnel
