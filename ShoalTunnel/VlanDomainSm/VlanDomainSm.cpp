@@ -1,0 +1,115 @@
+#include "ShoalTunnel/VlanDomainSm/VlanDomainSm.h"
+
+#include "platform/Trace/Trace.h"
+
+namespace Hardware::ShoalTunnel {
+
+using Plexus::IntfId;
+using Shoal::PortMap;
+using Shoal::VlanDomain;
+
+VlanDomainSm::VlanDomainSm(Orv::Ptr<Shoal::Status const> shoalStatus,
+                           Orv::Ptr<Shoal::VlanDomainStatus const> vlanDomainStatus,
+                           Orv::Ptr<IntfToVlanDomainStatus> intfToVlanDomainStatus,
+                           Orv::Ptr<IntfToFapIdStatus> intfToFapIdStatus)
+    : shoalStatus_(std::move(shoalStatus)), vlanDomainStatus_(std::move(vlanDomainStatus)),
+      intfToVlanDomainStatus_(std::move(intfToVlanDomainStatus)),
+      intfToFapIdStatus_(std::move(intfToFapIdStatus)), orvShoalStatus_(this),
+      orvVlanDomainStatus_(this) {
+   if (shoalStatus_) {
+      shoalStatus_->sysPhyPortIdCollection().watch(orvShoalStatus_.sysPhyPortId);
+      shoalStatus_->portMapVersionAttribute().watch(orvShoalStatus_.portMapVersion);
+   }
+   if (vlanDomainStatus_) {
+      vlanDomainStatus_->portTunnelDataCollection().watch(orvVlanDomainStatus_);
+   }
+   handleInitialized();
+}
+
+void VlanDomainSm::handleInitialized() {
+   TRACE(8, "VlanDomainSm::", __func__);
+   handlePortMapVersion();
+}
+
+VlanDomain VlanDomainSm::vlanDomainOf(PortMap const& portMap) const {
+   return vlanDomainStatus_ ? vlanDomainStatus_->portTunnelData(portMap).vlanDomain : VlanDomain();
+}
+
+void VlanDomainSm::handlePortMapVersion() {
+   TRACE(8, "VlanDomainSm::", __func__);
+   if (!shoalStatus_->portMapValid()) {
+      return;
+   }
+   for (auto const& [intf, port] : shoalStatus_->sysPhyPortIdIter()) {
+      PortMap portMap = shoalStatus_->portMap(port);
+      if (portMap.isNull()) {
+         continue;
+      }
+      // A missing domain is left as published: only a single change takes one away.
+      if (VlanDomain vlanDomain = vlanDomainOf(portMap); vlanDomain != VlanDomain()) {
+         intfToVlanDomainStatus_->vlanDomainIs(intf, vlanDomain);
+      }
+      portMapToIntfIs(portMap, intf);
+      intfToPortMapIs(intf, portMap);
+      intfToFapIdStatus_->intfToFapIs(intf, portMap.fapId);
+   }
+   // Interfaces that went lose what was published; what this machine remembers of them stays.
+   for (auto const& [intf, vlanDomain] : intfToVlanDomainStatus_->vlanDomainIter()) {
+      if (!shoalStatus_->sysPhyPortIdHas(intf)) {
+         intfToVlanDomainStatus_->vlanDomainDel(intf);
+      }
+   }
+   for (auto const& [intf, fapId] : intfToFapIdStatus_->intfToFapIter()) {
+      if (!shoalStatus_->sysPhyPortIdHas(intf)) {
+         intfToFapIdStatus_->intfToFapDel(intf);
+      }
+   }
+}
+
+void VlanDomainSm::handleSysPhyPortId(IntfId const& intf) {
+   TRACE(8, "VlanDomainSm::", __func__);
+   PortMap portMap = shoalStatus_->portMap(shoalStatus_->sysPhyPortId(intf));
+   if (portMap.isNull()) {
+      // The port is gone: what was published stays until the port map's next version.
+      return;
+   }
+   VlanDomain vlanDomain = vlanDomainOf(portMap);
+   if (vlanDomain != VlanDomain()) {
+      intfToVlanDomainStatus_->vlanDomainIs(intf, vlanDomain);
+   } else {
+      intfToVlanDomainStatus_->vlanDomainDel(intf);
+   }
+   PortMap previous = intfToPortMap(intf);
+   if (portMap == previous) {
+      return;
+   }
+   // Whoever moved onto the old place meanwhile loses its way back, until the next walk.
+   portMapToIntfDel(previous);
+   portMapToIntfIs(portMap, intf);
+   intfToPortMapIs(intf, portMap);
+   intfToFapIdStatus_->intfToFapIs(intf, portMap.fapId);
+}
+
+void VlanDomainSm::handleVlanDomainStatus(PortMap const& portMap) {
+   TRACE(8, "VlanDomainSm::", __func__);
+   IntfId intf = portMapToIntf(portMap);
+   if (intf == IntfId()) {
+      return;
+   }
+   VlanDomain vlanDomain = vlanDomainOf(portMap);
+   if (vlanDomain == VlanDomain()) {
+      intfToVlanDomainStatus_->vlanDomainDel(intf);
+   } else {
+      intfToVlanDomainStatus_->vlanDomainIs(intf, vlanDomain);
+   }
+}
+
+Orv::Ptr<VlanDomainSm> VlanDomainSmIs(Orv::Ptr<Shoal::Status const> shoalStatus,
+                                      Orv::Ptr<Shoal::VlanDomainStatus const> vlanDomainStatus,
+                                      Orv::Ptr<IntfToVlanDomainStatus> intfToVlanDomainStatus,
+                                      Orv::Ptr<IntfToFapIdStatus> intfToFapIdStatus) {
+   return Orv::make<VlanDomainSm>(std::move(shoalStatus), std::move(vlanDomainStatus),
+                                  std::move(intfToVlanDomainStatus), std::move(intfToFapIdStatus));
+}
+
+} // namespace Hardware::ShoalTunnel
