@@ -172,16 +172,9 @@ TcamSharingHelper::getVlanTagToVsiMapperKeyForSubIntf(IntfId parentIntf, TcamSha
                                                       Dot1qEncap dot1qEncap) const {
    TRACE(8, "TcamSharingHelper::", __func__, " parentIntf: ", parentIntf,
          " TcamSharing request: ", request, " Dot1Q encap is: ", dot1qEncap);
-   static constexpr uint32_t otherTagEncapKind = 4;
    auto status = subIntfStatusDir_->subIntfStatus(request.intfId());
-   VlanTagToVsiMapperKeyFields fields;
-   fields.intfId = parentIntf;
-   fields.outerVlan = Shoal::Vsi(dot1qEncap.outer);
-   fields.innerVlan = dot1qEncap.inner;
-   fields.tagType = status && status->encapKind() == otherTagEncapKind ? VlanTagType::encapKind4
-                                                                       : VlanTagType::dot1q;
-   fields.subIntfId = request.intfId();
-   return VlanTagToVsiMapperKey(fields);
+   return VlanTagToVsiMapperKey::ofSubIntf(parentIntf, request.intfId(), dot1qEncap,
+                                           status ? status->encapKind() : 0);
 }
 
 } // namespace Hardware::ShoalTunnel

@@ -5,32 +5,39 @@ namespace Agent {
 
 namespace {
 
-std::optional<FapId> takeUnit(Host& host, Arguments& arguments) {
-   return arguments.takeWord("unit") ? std::optional(host.world().unit(arguments.take("UNIT")))
-                                     : std::nullopt;
+// [unit UNIT] [table isem|mapper|tunnel], in any order.
+FaultScope takeScope(Host& host, Arguments& arguments) {
+   FaultScope scope;
+   while (arguments.more()) {
+      if (arguments.takeWord("unit")) {
+         scope.unit = host.world().unit(arguments.take("UNIT"));
+      } else if (arguments.takeWord("table")) {
+         scope.table = static_cast<ChipTableKind>(
+             arguments.takeChoice("TABLE", {chipTableNames.begin(), chipTableNames.end()}));
+      } else {
+         arguments.end();
+      }
+   }
+   return scope;
 }
 
 void fault(Host& host, Arguments& arguments, Fault which) {
    if (arguments.takeWord("often")) {
       double probability = arguments.takeReal("PROBABILITY", 0.0, 1.0);
-      auto unit = takeUnit(host, arguments);
-      arguments.end();
-      host.chip().faultOften(which, probability, unit);
+      host.chip().faults().often(which, probability, takeScope(host, arguments));
       return;
    }
    if (!arguments.takeWord("next")) {
       throw CommandError("a fault is 'next N' or 'often PROBABILITY'");
    }
    uint64_t count = arguments.takeNumber("N", 1, 1000000);
-   auto unit = takeUnit(host, arguments);
-   arguments.end();
-   host.chip().faultNext(which, count, unit);
+   host.chip().faults().next(which, count, takeScope(host, arguments));
 }
 
 void chip(Host& host, Arguments& arguments, std::ostream&) {
    std::string what = arguments.take("what the chip does");
    for (std::size_t i = 0; i < kFaults; ++i) {
-      if (what == faultName(static_cast<Fault>(i))) {
+      if (what == faultNames[i]) {
          fault(host, arguments, static_cast<Fault>(i));
          return;
       }
@@ -39,25 +46,24 @@ void chip(Host& host, Arguments& arguments, std::ostream&) {
    if (what == "delay" || what == "slowness") {
       double seconds = arguments.takeReal("SECONDS", 0.0, 3600.0);
       arguments.end();
-      what == "delay" ? chip.delayIs(seconds) : chip.slownessIs(seconds);
+      what == "delay" ? chip.faults().delayIs(seconds) : chip.faults().slownessIs(seconds);
    } else if (what == "seed") {
       uint64_t seed = arguments.takeNumber("SEED", 0, UINT64_MAX);
       arguments.end();
-      chip.seedIs(seed);
+      chip.faults().seedIs(seed);
    } else if (what == "capacity") {
       FapId unit = host.world().unit(arguments.take("UNIT"));
       std::optional<uint64_t> entries;
       if (!arguments.takeWord("none")) {
          entries = arguments.takeNumber("ENTRIES", 0, 1U << 20);
       }
-      arguments.end();
-      chip.capacityIs(unit, entries);
+      chip.capacityIs(takeScope(host, arguments).table, unit, entries);
    } else if (what == "well" || what == "restart" || what == "replay") {
       arguments.end();
       what == "well" ? chip.clearFaults() : what == "restart" ? chip.restart() : chip.replay();
    } else {
-      throw CommandError("the chip knows refuse, lose, duplicate, reorder, slow, delay, slowness, "
-                         "seed, capacity, well, restart and replay, not '" +
+      throw CommandError("the chip knows refuse, lose, duplicate, reorder, slow, defer, delay, "
+                         "slowness, seed, capacity, well, restart and replay, not '" +
                          what + "'");
    }
 }
@@ -66,8 +72,9 @@ void chip(Host& host, Arguments& arguments, std::ostream&) {
 
 void addChipCommands(Registry& registry) {
    registry.add({"chip",
-                 "refuse|lose|duplicate|reorder|slow next N|often P [unit UNIT] | delay S | "
-                 "slowness S | seed N | capacity UNIT N|none | well | restart | replay",
+                 "refuse|lose|duplicate|reorder|slow|defer next N|often P [unit UNIT] "
+                 "[table isem|mapper|tunnel] | delay S | slowness S | seed N | "
+                 "capacity UNIT N|none [table isem|mapper|tunnel] | well | restart | replay",
                  "how the simulated chip answers from now on", true, chip});
 }
 

@@ -14,8 +14,7 @@ using Hardware::ShoalTunnel::AradISemKeyTcamSharing;
 
 void expectStatus(Host& host, Arguments& arguments) {
    bool merged = arguments.takeWord("merged");
-   auto const& status =
-       merged ? host.pipeline().mergedStatus : host.pipeline().status(takeFeature(arguments));
+   auto feature = merged ? Feature::acl : takeFeature(arguments);
    auto requests = takeRequests(host, arguments);
    auto wanted = takeStatus(arguments);
    std::optional<TcamSharingPolicyId> policy;
@@ -24,6 +23,8 @@ void expectStatus(Host& host, Arguments& arguments) {
    }
    arguments.end();
    for (TcamSharingRequest request : requests) {
+      auto const& status =
+          merged ? host.pipelineOf(request).mergedStatus : host.features().status(feature);
       auto response = status->response(request);
       if (response.status != wanted) {
          fail("the status of " + printedRequest(request), std::string(printedStatus(wanted)),
@@ -38,7 +39,6 @@ void expectStatus(Host& host, Arguments& arguments) {
 }
 
 void expectPolicy(Host& host, Arguments& arguments, std::string const& where) {
-   auto const& config = where == "merged" ? host.pipeline().merged : host.pipeline().output;
    auto requests = takeRequests(host, arguments);
    TcamSharingPolicyId wanted;
    if (!arguments.takeWord("none")) {
@@ -46,7 +46,9 @@ void expectPolicy(Host& host, Arguments& arguments, std::string const& where) {
    }
    arguments.end();
    for (TcamSharingRequest request : requests) {
-      if (auto got = config->request(request); got != wanted) {
+      SharingPipeline const& pipeline = host.pipelineOf(request);
+      auto got = where == "merged" ? pipeline.merged->request(request) : pipeline.output(request);
+      if (got != wanted) {
          fail("the " + where + " policy of " + printedRequest(request), printedPolicy(wanted),
               printedPolicy(got));
       }
@@ -72,10 +74,61 @@ void expectIsem(Host& host, Arguments& arguments) {
    std::string wanted = word == "none" ? word : printedPolicy(parsePolicy(word));
    arguments.end();
    AradSemKeyAndFap key(AradISemKeyTcamSharing(vlan, domain).key(), unit);
-   auto payload = host.pipeline().table->configCollection().find(key);
+   auto payload = host.isem().table->configCollection().find(key);
    std::string got = payload ? printedPolicy(policyOfPayload(*payload)) : "none";
    if (got != wanted) {
       fail("the entry " + printedKey(key), wanted, got);
+   }
+}
+
+// What an entry holds: a policy, none (no data), or absent (no entry).
+void expectData(std::string const& what, std::string const& word, std::optional<uint64_t> data) {
+   std::string wanted =
+       word == "none" || word == "absent" ? word : printedPolicy(parsePolicy(word));
+   std::string got = data ? printedData(*data) : "absent";
+   if (got != wanted) {
+      fail(what, wanted, got);
+   }
+}
+
+void expectMapper(Host& host, Arguments& arguments) {
+   World const& world = host.world();
+   IntfId subIntf = world.interface(arguments.take("SUBINTERFACE"));
+   IntfId port = world.interface(arguments.take("PORT"));
+   std::string word = arguments.take("POLICY, none or absent");
+   arguments.end();
+   std::optional<uint64_t> data;
+   for (auto const& [key, result] : host.inLif().mapperConfig->configIter()) {
+      if (key.fields().subIntfId == subIntf && key.fields().intfId == port) {
+         data = result.inLifAdditionalData;
+      }
+   }
+   expectData("the mapper entry of " + subIntf.name() + " on " + port.name(), word, data);
+}
+
+void expectTunnel(Host& host, Arguments& arguments) {
+   IntfId tunnel = host.world().interface(arguments.take("TUNNEL"));
+   TunnelPolicyMapperKey key(tunnel, host.world().unit(arguments.take("UNIT")));
+   std::string word = arguments.take("POLICY, none or absent");
+   arguments.end();
+   auto result = host.inLif().tunnelConfig->configCollection().find(key);
+   expectData("the tunnel entry " + printedKey(key), word,
+              result ? std::optional(result->inLifAdditionalData) : std::nullopt);
+}
+
+void expectPublished(Host& host, Arguments& arguments) {
+   IntfId intf = host.world().interface(arguments.take("PORT"));
+   std::string unit = arguments.take("UNIT or none");
+   std::string domain = arguments.take("DOMAIN or none");
+   arguments.end();
+   auto fap = host.intfToFapIdStatus()->intfToFapCollection().find(intf);
+   auto vlanDomain = host.intfToVlanDomainStatus()->vlanDomainCollection().find(intf);
+   std::string wanted =
+       (unit == "none" ? unit : std::to_string(host.world().unit(unit).value())) + " and " + domain;
+   std::string got = (fap ? std::to_string(fap->value()) : "none") + " and " +
+                     (vlanDomain ? std::to_string(vlanDomain->value()) : "none");
+   if (got != wanted) {
+      fail("the published unit and VLAN domain of " + intf.name(), wanted, got);
    }
 }
 
@@ -95,10 +148,11 @@ void expectListed(Host& host, Arguments& arguments, bool retryList) {
    TcamSharingRequest request = takeRequest(host, arguments);
    bool wanted = arguments.takeChoice("yes or no", {"no", "yes"}) == 1;
    arguments.end();
-   bool got = host.pipeline().codef->backlog(request);
+   SharingPipeline const& pipeline = host.pipelineOf(request);
+   bool got = pipeline.codef->backlog(request);
    if (retryList) {
       got = false;
-      for (auto const& [entry, waiting] : host.pipeline().common->retryListIter()) {
+      for (auto const& [entry, waiting] : pipeline.commonBase->retryListIter()) {
          got = got || (waiting && entry.request() == request);
       }
    }
@@ -118,13 +172,19 @@ void expect(Host& host, Arguments& arguments, std::ostream&) {
       expectCount(host, arguments);
    } else if (what == "isem") {
       expectIsem(host, arguments);
+   } else if (what == "mapper") {
+      expectMapper(host, arguments);
+   } else if (what == "tunnel") {
+      expectTunnel(host, arguments);
+   } else if (what == "published") {
+      expectPublished(host, arguments);
    } else if (what == "in-hardware" || what == "out-of-hardware") {
       expectInHardware(host, arguments, what == "in-hardware");
    } else if (what == "retry" || what == "backlog") {
       expectListed(host, arguments, what == "retry");
    } else {
-      throw CommandError("one can expect status, merged, output, count, isem, in-hardware, "
-                         "out-of-hardware, retry and backlog, not '" +
+      throw CommandError("one can expect status, merged, output, count, isem, mapper, tunnel, "
+                         "published, in-hardware, out-of-hardware, retry and backlog, not '" +
                          what + "'");
    }
 }
@@ -136,6 +196,8 @@ void addExpectCommands(Registry& registry) {
        {"expect",
         "status FEATURE|merged REQUEST STATUS [POLICY] | merged|output REQUEST POLICY|none "
         "| count TABLE N | isem VLAN DOMAIN UNIT POLICY|none | "
+        "mapper SUBINTERFACE PORT POLICY|none|absent | tunnel TUNNEL UNIT POLICY|none|absent | "
+        "published PORT UNIT|none DOMAIN|none | "
         "in-hardware|out-of-hardware REQUEST | retry|backlog REQUEST yes|no",
         "fail unless the condition holds; REQUEST is INTERFACE UNIT [flood VLAN]", false, expect});
 }

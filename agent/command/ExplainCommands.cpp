@@ -47,10 +47,10 @@ void problems(Host& host, Arguments& arguments, std::ostream& out) {
    Table table{"problems", {"request", "merged policy", "status", "why"}, {}};
    for (TcamSharingRequest request : knownRequests(host)) {
       Explanation explanation = explain(host, request);
-      auto status = host.pipeline().mergedStatus->response(request).status;
+      SharingPipeline const& pipeline = host.pipelineOf(request);
+      auto status = pipeline.mergedStatus->response(request).status;
       if (!explanation.inHardware || status != Hardware::ShoalTunnel::tcamSharingSuccess) {
-         table.add({printedRequest(request),
-                    printedPolicy(host.pipeline().merged->request(request)),
+         table.add({printedRequest(request), printedPolicy(pipeline.merged->request(request)),
                     std::string(printedStatus(status)), explanation.verdict});
       }
    }

@@ -92,6 +92,24 @@ std::string printedKey(AradSemKeyAndFap key) {
           std::to_string(key.fapId().value()) + ")";
 }
 
+std::string printedTags(uint32_t outer, uint32_t inner) {
+   return std::to_string(outer) + (inner == 0 ? "" : "," + std::to_string(inner));
+}
+
+std::string printedKey(VlanTagToVsiMapperKey key) {
+   auto const& fields = key.fields();
+   return "(" + fields.subIntfId.name() + " on " + fields.intfId.name() + ", tags " +
+          printedTags(fields.outerVlan.value(), fields.innerVlan) + ")";
+}
+
+std::string printedKey(TunnelPolicyMapperKey key) {
+   return "(" + key.intfId().name() + ", unit " + std::to_string(key.fapId().value()) + ")";
+}
+
+std::string printedData(uint64_t inLifAdditionalData) {
+   return printedPolicy(TcamSharingPolicyId(inLifAdditionalData));
+}
+
 TcamSharingPolicyId policyOfPayload(AradSemPayload payload) {
    return TcamSharingPolicyId((payload.value & 0xffff8) >> 3);
 }
@@ -165,43 +183,97 @@ TcamSharingRequest takeRequest(Host const& host, Arguments& arguments) {
    return requests.front();
 }
 
-Resolution resolveKey(Host const& host, TcamSharingRequest request) {
-   auto const& world = host.world();
-   auto const& helper = host.pipeline().helper;
-   Resolution resolution;
-   std::string unit = std::to_string(request.fapId().value());
-   auto miss = [&](std::string const& what) {
-      resolution.missing += (resolution.missing.empty() ? "" : "; ") + what;
-   };
-   resolution.available = world.shoalStatus->fapAvailable(request.fapId());
-   if (!resolution.available) {
-      miss("unit " + unit + " is not available");
+namespace {
+
+// Adds what programming would need and does not find.
+class Resolver {
+ public:
+   Resolver(Host const& host, TcamSharingRequest request)
+       : host_(host), request_(request), intf_(request.intfId()) {}
+
+   Resolution resolve() {
+      bool isem = &host_.pipelineOf(request_) == &host_.isem();
+      if (!isem && Plexus::TunnelIntfId::isTunnelIntfId(intf_)) {
+         found_.tunnel = TunnelPolicyMapperKey(intf_, request_.fapId());
+         return found_;
+      }
+      resolveFacts();
+      if (found_.missing.empty()) {
+         isem ? resolveIsem() : resolveMapper();
+      }
+      return found_;
    }
-   resolution.domain = helper->getVlanDomainForIntf(request.intfId(), request.fapId());
-   if (!resolution.domain) {
-      miss("no VLAN domain for " + SubIntfId::parentIntfId(request.intfId()).name() + " on unit " +
-           unit);
+
+ private:
+   void miss(std::string const& what) {
+      found_.missing += (found_.missing.empty() ? "" : "; ") + what;
    }
-   auto encap = helper->getDot1qEncapForIntf(request.intfId(), request.l3FloodPortVlanId());
-   if (encap.valid) {
-      resolution.encap = encap.dot1qEncap;
-   } else {
-      miss(SubIntfId::isSubIntfId(request.intfId()) ? "the sub-interface has no encapsulation"
-                                                    : "the interface has no internal VLAN");
+   void never(std::string const& what) {
+      miss(what);
+      found_.never = true;
    }
-   if (!resolution.missing.empty()) {
-      return resolution;
+
+   void resolveFacts() {
+      auto const& helper = host_.helper();
+      std::string unit = std::to_string(request_.fapId().value());
+      if (!host_.world().shoalStatus->fapAvailable(request_.fapId())) {
+         miss("unit " + unit + " is not available");
+      }
+      domain_ = helper->getVlanDomainForIntf(intf_, request_.fapId());
+      if (!domain_) {
+         miss("no VLAN domain for " + SubIntfId::parentIntfId(intf_).name() + " on unit " + unit);
+      }
+      auto encap = helper->getDot1qEncapForIntf(intf_, request_.l3FloodPortVlanId());
+      if (!encap.valid) {
+         miss(SubIntfId::isSubIntfId(intf_) ? "the sub-interface has no encapsulation"
+                                            : "the interface has no internal VLAN");
+      }
+      encap_ = encap.dot1qEncap;
    }
-   if (encap.dot1qEncap.inner != 0) {
-      miss("it has two tags (" + std::to_string(encap.dot1qEncap.outer) + "," +
-           std::to_string(encap.dot1qEncap.inner) +
-           "), which the ISEM does not hold: such requests are neither programmed nor answered");
-      return resolution;
+
+   void resolveIsem() {
+      if (encap_.inner != 0) {
+         never("it has two tags (" + printedTags(encap_.outer, encap_.inner) +
+               "), which the ISEM does not hold: such requests are neither programmed nor "
+               "answered");
+         return;
+      }
+      found_.isem = AradSemKeyAndFap(
+          AradISemKeyTcamSharing(Bridging::VlanId(encap_.outer), *domain_).key(), request_.fapId());
    }
-   resolution.key = AradSemKeyAndFap(
-       AradISemKeyTcamSharing(Bridging::VlanId(encap.dot1qEncap.outer), *resolution.domain).key(),
-       request.fapId());
-   return resolution;
+
+   void resolveMapper() {
+      if (!SubIntfId::isSubIntfId(intf_)) {
+         never("on a unit of this type only sub-interfaces and tunnels carry policies: others are "
+               "neither programmed nor answered");
+         return;
+      }
+      auto status = host_.world().subIntfStatusDir->subIntfStatus(intf_);
+      for (IntfId port : host_.world().portsOf(SubIntfId::parentIntfId(intf_))) {
+         if (host_.world().placeOf(port).fapId != request_.fapId()) {
+            continue;
+         }
+         auto key = VlanTagToVsiMapperKey::ofSubIntf(port, intf_, encap_,
+                                                     status ? status->encapKind() : 0);
+         if (!host_.inLif().mapperConfig->configHas(key)) {
+            miss("the sub-interface is not programmed on " + port.name());
+         }
+         found_.mapper.push_back(key);
+      }
+   }
+
+   Host const& host_;
+   TcamSharingRequest request_;
+   IntfId intf_;
+   std::optional<Hardware::Shoal::VlanDomain> domain_;
+   Bridging::Dot1qEncap encap_;
+   Resolution found_;
+};
+
+} // namespace
+
+Resolution resolve(Host const& host, TcamSharingRequest request) {
+   return Resolver(host, request).resolve();
 }
 
 } // namespace Agent

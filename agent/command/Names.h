@@ -25,6 +25,13 @@ std::string_view printedStatus(TcamSharingResponseStatus status);
 TcamSharingResponseStatus takeStatus(Arguments& arguments);
 // "(vlan 100, domain 5, unit 3)"
 std::string printedKey(AradSemKeyAndFap key);
+// "(lc1/asic0/Ethernet4.10 on lc1/asic0/Ethernet4, tags 100,20)"
+std::string printedKey(VlanTagToVsiMapperKey key);
+// "(lc1/asic0/Tunnel-a, unit 3)"
+std::string printedKey(TunnelPolicyMapperKey key);
+std::string printedTags(uint32_t outer, uint32_t inner);
+// The part of a policy that in-LIF additional data carry.
+std::string printedData(uint64_t inLifAdditionalData);
 // The policy that an entry's payload carries.
 TcamSharingPolicyId policyOfPayload(AradSemPayload payload);
 std::string printedUnitType(Hardware::Shoal::FapType type);
@@ -37,14 +44,14 @@ std::vector<TcamSharingRequest> takeRequests(Host const& host, Arguments& argume
 // The same for one request.
 TcamSharingRequest takeRequest(Host const& host, Arguments& arguments);
 
-// What programming the request would need now.
+// What programming the request would need now, and the hardware keys that it leads to.
 struct Resolution {
-   bool available = false;                            // the unit
-   std::optional<Hardware::Shoal::VlanDomain> domain; // none: not resolved
-   std::optional<Bridging::Dot1qEncap> encap;         // none: not resolved
-   std::optional<AradSemKeyAndFap> key;               // none: cannot be programmed
-   std::string missing;                               // in words; empty with a key
+   std::optional<AradSemKeyAndFap> isem;
+   std::vector<VlanTagToVsiMapperKey> mapper;
+   std::optional<TunnelPolicyMapperKey> tunnel;
+   std::string missing; // in words; empty when it can be programmed
+   bool never = false;  // what is missing does not come: not retried
 };
-Resolution resolveKey(Host const& host, TcamSharingRequest request);
+Resolution resolve(Host const& host, TcamSharingRequest request);
 
 } // namespace Agent

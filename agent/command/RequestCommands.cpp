@@ -30,12 +30,8 @@ void checkPolicy(World const& world, Feature feature, TcamSharingRequest request
 }
 
 void checkUnit(World const& world, FapId unit) {
-   auto type = world.shoalStatus->fapType(unit);
-   if (type != Hardware::Shoal::fapTypeArad) {
-      throw CommandError("unit " + std::to_string(unit.value()) + " is of type " +
-                         printedUnitType(type) + "; only arad units share through the ISEM");
-   }
-   if (unit.value() > AradSemKeyAndFap::maxFapId) {
+   bool arad = world.shoalStatus->fapType(unit) == Hardware::Shoal::fapTypeArad;
+   if (arad && unit.value() > AradSemKeyAndFap::maxFapId) {
       throw CommandError("unit " + std::to_string(unit.value()) + " is above " +
                          std::to_string(AradSemKeyAndFap::maxFapId) +
                          ", the last that an ISEM key can name");
@@ -52,7 +48,7 @@ void request(Host& host, Arguments& arguments, std::ostream&) {
       checkPolicy(host.world(), feature, each, policy);
    }
    for (TcamSharingRequest each : requests) {
-      host.pipeline().config(feature)->requestIs(each, policy);
+      host.features().config(feature)->requestIs(each, policy);
    }
 }
 
@@ -60,7 +56,7 @@ void withdraw(Host& host, Arguments& arguments, std::ostream&) {
    Feature feature = takeFeature(arguments);
    auto requests = takeRequests(host, arguments);
    arguments.end();
-   auto const& config = host.pipeline().config(feature);
+   auto const& config = host.features().config(feature);
    // A pattern names what is there; a single name that asks for nothing is a slip.
    std::erase_if(requests, [&](TcamSharingRequest each) { return !config->requestHas(each); });
    if (requests.empty()) {

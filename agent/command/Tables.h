@@ -17,6 +17,16 @@ std::vector<NamedTable> const& namedTables();
 // Throws CommandError with the known names.
 NamedTable const& namedTable(std::string_view name);
 
+// Each file of tables adds its own.
+void addRequestTables(std::vector<NamedTable>& tables);
+void addHardwareTables(std::vector<NamedTable>& tables);
+void addWorldTables(std::vector<NamedTable>& tables);
+
+// The columns that name a request, and its cells.
+std::vector<std::string> requestColumns(std::vector<std::string> const& more);
+std::vector<Json> requestCells(TcamSharingRequest request);
+std::vector<Json> joined(std::vector<Json> row, std::vector<Json> const& more);
+
 // What each feature asked for and was answered, one row per feature and request.
 Table requestTable(Host const& host);
 // How many requests of each feature have which status.

@@ -20,16 +20,16 @@ void settle(Host& host, Arguments& arguments, std::ostream& out) {
 }
 
 void set(Host& host, Arguments& arguments, std::ostream&) {
-   auto& codef = *host.pipeline().codef;
    std::size_t what =
        arguments.takeChoice("WHAT", {"quantum", "retry-interval", "cost-per-reading"});
    // A retry pass every instant would leave time no room to move.
    double seconds = arguments.takeReal("SECONDS", what == 1 ? 0.001 : 0.0, 3600.0);
    arguments.end();
-   if (what == 0) {
-      codef.backlogQuantumIs(seconds);
-   } else if (what == 1) {
-      codef.retryTimeIntervalIs(seconds);
+   if (what < 2) {
+      for (SharingPipeline* pipeline : host.pipelines()) {
+         what == 0 ? pipeline->codef->backlogQuantumIs(seconds)
+                   : pipeline->codef->retryTimeIntervalIs(seconds);
+      }
    } else if (seconds > 1.0) {
       throw CommandError("a reading of the clock costs 1 s at most");
    } else {

@@ -10,6 +10,7 @@ namespace {
 using Bridging::Dot1qEncap;
 using Bridging::VlanIdOrNone;
 using Hardware::Shoal::PortMap;
+using Hardware::Shoal::SystemPhyPortId;
 using Hardware::Shoal::VlanDomain;
 
 // OUTER[,INNER] or none.
@@ -92,7 +93,7 @@ std::size_t requestsOn(Host const& host, FapId unit, Feature from) {
    std::size_t count = 0;
    for (auto i = static_cast<std::size_t>(from); i < kFeatures; ++i) {
       for (auto const& [request, policy] :
-           host.pipeline().config(static_cast<Feature>(i))->requestIter()) {
+           host.features().config(static_cast<Feature>(i))->requestIter()) {
          count += request.fapId() == unit ? 1 : 0;
       }
    }
@@ -106,13 +107,20 @@ void unit(Host& host, Arguments& arguments, std::ostream&) {
    if (what == "type") {
       bool none = arguments.takeWord("none");
       bool arad = !none && arguments.takeWord("arad");
-      auto type = none ? 0 : arad ? 1 : static_cast<uint32_t>(arguments.takeNumber("TYPE", 1, 255));
+      auto type = none   ? 0
+                  : arad ? Hardware::Shoal::fapTypeArad
+                         : static_cast<uint32_t>(arguments.takeNumber("TYPE", 1, 255));
+      arad = type == Hardware::Shoal::fapTypeArad;
       arguments.end();
-      // A request of the other chip generation must never meet this pipeline.
-      if (std::size_t count = requestsOn(host, fapId, Feature::acl); type > 1 && count > 0) {
-         throw CommandError(
-             "unit " + std::to_string(fapId.value()) + " has " + std::to_string(count) +
-             " requests in the ISEM pipeline; withdraw them before its type changes");
+      // Units of the two generations must never meet in one pipeline.
+      bool otherGeneration =
+          arad != (world.shoalStatus->fapType(fapId) == Hardware::Shoal::fapTypeArad);
+      std::size_t count = requestsOn(host, fapId, Feature::acl);
+      if (otherGeneration && count > 0) {
+         throw CommandError("unit " + std::to_string(fapId.value()) + " has " +
+                            std::to_string(count) +
+                            " requests in the pipeline of its present type; withdraw them before "
+                            "it changes");
       }
       world.fapTypeIs(fapId, type);
    } else if (what == "lookup") {
@@ -148,6 +156,27 @@ void portMap(Host& host, Arguments& arguments, std::ostream&) {
    host.world().portMapIs(intf, place);
 }
 
+void systemPort(Host& host, Arguments& arguments, std::ostream&) {
+   IntfId intf = takeInterface(host, arguments, "PORT");
+   std::optional<SystemPhyPortId> port;
+   if (!arguments.takeWord("none")) {
+      port = SystemPhyPortId(
+          static_cast<uint32_t>(arguments.takeNumber("SYSTEMPORT", 0, SystemPhyPortId::null - 1)));
+   }
+   arguments.end();
+   host.world().systemPortIs(intf, port);
+}
+
+void portMapState(Host& host, Arguments& arguments, std::ostream&) {
+   std::size_t what = arguments.takeChoice("WHAT", {"version", "invalid", "valid"});
+   arguments.end();
+   if (what == 0) {
+      host.world().portMapVersionInc();
+   } else {
+      host.world().portMapValidIs(what == 2);
+   }
+}
+
 void member(Host& host, Arguments& arguments, std::ostream&) {
    IntfId lag = takeInterface(host, arguments, "PORTCHANNEL");
    bool present = arguments.takeChoice("add or remove", {"remove", "add"}) == 1;
@@ -174,8 +203,12 @@ void addWorldCommands(Registry& registry) {
        {"vlan-domain", "PORT|PORTCHANNEL DOMAIN|none", "a VLAN domain changes", true, vlanDomain});
    registry.add({"unit", "UNIT type arad|N|none | lookup lumen|N|none | available | unavailable",
                  "a forwarding unit changes", true, unit});
-   registry.add(
-       {"port-map", "PORT UNIT UNITPORT | PORT none", "a port moves, or goes", true, portMap});
+   registry.add({"port-map", "PORT UNIT UNITPORT | PORT none",
+                 "the place of a port's system port changes, or goes", true, portMap});
+   registry.add({"system-port", "PORT SYSTEMPORT|none", "a port takes another system port, or goes",
+                 true, systemPort});
+   registry.add({"port-map-state", "version|invalid|valid",
+                 "a new version of the port map; or whether it is whole", true, portMapState});
    registry.add({"member", "PORTCHANNEL add|remove PORT", "a port joins or leaves a port-channel",
                  true, member});
 }

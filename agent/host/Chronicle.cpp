@@ -2,33 +2,42 @@
 
 namespace Agent {
 
-Chronicle::Chronicle(IsemPipeline const& pipeline)
-    : pipeline_(pipeline), orvMerged_(this), orvStatus_(this), orvBacklog_(this) {
-   pipeline_.merged->requestCollection().watch(orvMerged_);
-   pipeline_.mergedStatus->responseCollection().watch(orvStatus_);
-   pipeline_.codef->backlogCollection().watch(orvBacklog_);
+struct Chronicle::Watch {
+   Watch(Chronicle* owner, SharingPipeline const& of)
+       : chronicle(owner), pipeline(of), orvMerged(this), orvStatus(this), orvBacklog(this) {
+      pipeline.merged->requestCollection().watch(orvMerged);
+      pipeline.mergedStatus->responseCollection().watch(orvStatus);
+      pipeline.codef->backlogCollection().watch(orvBacklog);
+   }
+   void handleMerged(TcamSharingRequest const& request) {
+      chronicle->note(request, &RequestTimes::asked, pipeline.merged->requestHas(request));
+   }
+   void handleStatus(TcamSharingRequest const& request) {
+      chronicle->note(request, &RequestTimes::status, pipeline.mergedStatus->responseHas(request));
+   }
+   void handleBacklog(TcamSharingRequest const& request) {
+      chronicle->note(request, &RequestTimes::queued, pipeline.codef->backlog(request));
+   }
+
+   Chronicle* chronicle;
+   SharingPipeline const& pipeline;
+   Orv::ReactorFor<&Watch::handleMerged> orvMerged;
+   Orv::ReactorFor<&Watch::handleStatus> orvStatus;
+   Orv::ReactorFor<&Watch::handleBacklog> orvBacklog;
+};
+
+Chronicle::Chronicle(std::vector<SharingPipeline const*> const& pipelines) {
+   for (SharingPipeline const* pipeline : pipelines) {
+      watches_.push_back(std::make_unique<Watch>(this, *pipeline));
+   }
 }
 
 Chronicle::~Chronicle() = default;
 
-void Chronicle::handleMerged(TcamSharingRequest const& request) {
+void Chronicle::note(TcamSharingRequest const& request, std::optional<Seconds> RequestTimes::*time,
+                     bool there) {
    RequestTimes times = times_.get(request);
-   bool there = pipeline_.merged->requestHas(request);
-   times.asked = there ? std::optional(Orv::System::currentTime()) : std::nullopt;
-   times_.set(request, times);
-}
-
-void Chronicle::handleStatus(TcamSharingRequest const& request) {
-   RequestTimes times = times_.get(request);
-   bool there = pipeline_.mergedStatus->responseHas(request);
-   times.status = there ? std::optional(Orv::System::currentTime()) : std::nullopt;
-   times_.set(request, times);
-}
-
-void Chronicle::handleBacklog(TcamSharingRequest const& request) {
-   RequestTimes times = times_.get(request);
-   bool there = pipeline_.codef->backlog(request);
-   times.queued = there ? std::optional(Orv::System::currentTime()) : std::nullopt;
+   times.*time = there ? std::optional(Orv::System::peekTime()) : std::nullopt;
    times_.set(request, times);
 }
 

@@ -1,9 +1,11 @@
 // When what happened to each request, for those who ask why it is where it is.
 #pragma once
 
-#include "agent/host/IsemPipeline.h"
+#include "agent/host/SharingPipeline.h"
 
+#include <memory>
 #include <optional>
+#include <vector>
 
 namespace Agent {
 
@@ -18,20 +20,17 @@ struct RequestTimes {
 
 class Chronicle {
  public:
-   explicit Chronicle(IsemPipeline const& pipeline);
+   explicit Chronicle(std::vector<SharingPipeline const*> const& pipelines);
    ~Chronicle();
    RequestTimes of(TcamSharingRequest request) const { return times_.get(request); }
 
  private:
-   void handleMerged(TcamSharingRequest const& request);
-   void handleStatus(TcamSharingRequest const& request);
-   void handleBacklog(TcamSharingRequest const& request);
+   struct Watch; // one pipeline's
+   void note(TcamSharingRequest const& request, std::optional<Seconds> RequestTimes::*time,
+             bool there);
 
-   IsemPipeline const& pipeline_;
    Orv::KeyedByIndex<TcamSharingRequest, RequestTimes> times_;
-   Orv::ReactorFor<&Chronicle::handleMerged> orvMerged_;
-   Orv::ReactorFor<&Chronicle::handleStatus> orvStatus_;
-   Orv::ReactorFor<&Chronicle::handleBacklog> orvBacklog_;
+   std::vector<std::unique_ptr<Watch>> watches_;
 };
 
 } // namespace Agent

@@ -8,16 +8,39 @@
 
 namespace Agent {
 
-Host::Host(Inventory inventory) : orvStatus_(this) {
+using namespace Hardware::ShoalTunnel;
+
+Host::Host(Inventory inventory) : orvIsemStatus_(this), orvInLifStatus_(this) {
    Orv::System::timeSourceIs(&time_);
    Trace::textSinkIs(&std::cerr);
    world_ = std::make_unique<World>(std::move(inventory));
-   pipeline_ = std::make_unique<IsemPipeline>(*world_, timers_);
+   World& world = *world_;
+   helper_ = Orv::make<TcamSharingHelper>(
+       world.scsd, world.shoalStatus, world.vlanDomainStatus, world.subIntfConfigDir,
+       world.intfVlanIdTable, world.ethIntfStatusDir, world.portMapHelper,
+       world.vlanTagToVsiMapperSm, world.subIntfStatusDir, world.dynSubIntfEncap);
+   isem_ = std::make_unique<IsemPipeline>(world, timers_, helper_);
+   inLif_ = std::make_unique<InLifPipeline>(world, timers_, helper_);
+   pipelines_ = {isem_.get(), inLif_.get()};
+   router_ = std::make_unique<FeatureRouter>(world, *isem_, *inLif_);
    // The driver hears of a write after the machines have recorded it.
-   chip_ = std::make_unique<SimulatedChip>(Orv::make<Orv::Clock>(timers_), pipeline_->table,
-                                           pipeline_->tableStatus);
-   chronicle_ = std::make_unique<Chronicle>(*pipeline_);
-   pipeline_->mergedStatus->responseCollection().watch(orvStatus_);
+   chip_ = std::make_unique<SimulatedChip>(
+       timers_,
+       SimulatedChip::Tables{isem_->table, isem_->tableStatus, inLif_->mapperConfig,
+                             inLif_->mapperStatus, inLif_->tunnelConfig, inLif_->tunnelStatus},
+       [&world](IntfId port) { return world.placeOf(port).fapId; });
+
+   intfToFapIdStatus_ = Orv::make<IntfToFapIdStatus>();
+   intfToVlanDomainStatus_ = Orv::make<IntfToVlanDomainStatus>();
+   world.corestate().mount("vlan/intfToFapIdStatus", intfToFapIdStatus_);
+   world.corestate().mount("vlan/intfToVlanDomainStatus", intfToVlanDomainStatus_);
+   vlanDomainSm_ = VlanDomainSmIs(world.shoalStatus, world.vlanDomainStatus,
+                                  intfToVlanDomainStatus_, intfToFapIdStatus_);
+
+   chronicle_ = std::make_unique<Chronicle>(
+       std::vector<SharingPipeline const*>(pipelines_.begin(), pipelines_.end()));
+   isem_->mergedStatus->responseCollection().watch(orvIsemStatus_);
+   inLif_->mergedStatus->responseCollection().watch(orvInLifStatus_);
 }
 
 Host::~Host() {
@@ -43,7 +66,9 @@ void Host::advance(Seconds seconds) {
 }
 
 bool Host::busy() const {
-   return pipeline_->codef->backlogSize() > 0 || !chip_->unanswered().empty();
+   return chip_->busy() || std::any_of(pipelines_.begin(), pipelines_.end(), [](auto* pipeline) {
+             return pipeline->codef->backlogSize() > 0;
+          });
 }
 
 bool Host::settle(Seconds limit) {
@@ -56,11 +81,17 @@ bool Host::settle(Seconds limit) {
       if (busy()) {
          return false;
       }
-      if (pipeline_->common->retryLists() == 0) {
+      // The next pass of every pipeline that has something to retry.
+      Seconds pass = -1.0;
+      for (SharingPipeline* pipeline : pipelines_) {
+         if (pipeline->commonBase->retryLists() > 0) {
+            pass = std::max(pass, pipeline->codef->nextRetry());
+         }
+      }
+      if (pass < 0.0) {
          return true;
       }
       uint64_t before = statusChanges_;
-      Seconds pass = pipeline_->codef->nextRetry();
       if (pass > end) {
          return false;
       }

@@ -1,5 +1,5 @@
-// The agent itself: the world, the pipeline, the simulated chip and the event loop, on virtual
-// time.
+// The agent itself: the world, the pipelines of both chip generations, the simulated chip and the
+// event loop, on virtual time.
 //
 // Nothing moves by itself: commands change the world and the features' requests, advance() and
 // settle() run the event loop. The same commands give the same result each time.
@@ -7,8 +7,9 @@
 
 #include "agent/chip/SimulatedChip.h"
 #include "agent/host/Chronicle.h"
-#include "agent/host/IsemPipeline.h"
+#include "agent/host/FeatureRouter.h"
 #include "agent/world/World.h"
+#include "ShoalTunnel/VlanDomainSm/VlanDomainSm.h"
 
 #include <fstream>
 #include <memory>
@@ -25,8 +26,22 @@ class Host {
 
    World& world() { return *world_; }
    World const& world() const { return *world_; }
-   IsemPipeline& pipeline() { return *pipeline_; }
-   IsemPipeline const& pipeline() const { return *pipeline_; }
+   // What the features ask for and are answered, on units of both generations.
+   FeatureTables const& features() const { return router_->tables(); }
+   IsemPipeline& isem() const { return *isem_; }
+   InLifPipeline& inLif() const { return *inLif_; }
+   // Both, in the order above.
+   std::vector<SharingPipeline*> const& pipelines() const { return pipelines_; }
+   SharingPipeline& pipelineOf(TcamSharingRequest request) const {
+      return router_->pipelineOf(request.fapId());
+   }
+   Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> const& helper() const { return helper_; }
+   Orv::Ptr<Hardware::ShoalTunnel::IntfToFapIdStatus> const& intfToFapIdStatus() const {
+      return intfToFapIdStatus_;
+   }
+   Orv::Ptr<Hardware::ShoalTunnel::IntfToVlanDomainStatus> const& intfToVlanDomainStatus() const {
+      return intfToVlanDomainStatus_;
+   }
    SimulatedChip& chip() { return *chip_; }
    SimulatedChip const& chip() const { return *chip_; }
    Chronicle const& chronicle() const { return *chronicle_; }
@@ -50,7 +65,14 @@ class Host {
    Orv::VirtualTime time_;
    Orv::Timers timers_;
    std::unique_ptr<World> world_;
-   std::unique_ptr<IsemPipeline> pipeline_;
+   Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> helper_;
+   std::unique_ptr<IsemPipeline> isem_;
+   std::unique_ptr<InLifPipeline> inLif_;
+   std::vector<SharingPipeline*> pipelines_;
+   std::unique_ptr<FeatureRouter> router_;
+   Orv::Ptr<Hardware::ShoalTunnel::IntfToFapIdStatus> intfToFapIdStatus_;
+   Orv::Ptr<Hardware::ShoalTunnel::IntfToVlanDomainStatus> intfToVlanDomainStatus_;
+   Orv::Ptr<Hardware::ShoalTunnel::VlanDomainSm> vlanDomainSm_;
    std::unique_ptr<SimulatedChip> chip_;
    std::unique_ptr<Chronicle> chronicle_;
    std::unique_ptr<std::ofstream> traceFile_;
@@ -58,7 +80,8 @@ class Host {
    // Counts what settle() has to see at rest.
    void handleStatus(TcamSharingRequest const& request);
    uint64_t statusChanges_ = 0;
-   Orv::ReactorFor<&Host::handleStatus> orvStatus_;
+   Orv::ReactorFor<&Host::handleStatus> orvIsemStatus_;
+   Orv::ReactorFor<&Host::handleStatus> orvInLifStatus_;
 };
 
 } // namespace Agent

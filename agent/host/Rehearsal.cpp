@@ -33,7 +33,7 @@ void report(std::string const& text) {
 
 std::string usersOf(Host const& host, AradSemKeyAndFap key, TcamSharingRequest except) {
    std::string text;
-   if (auto mapping = host.pipeline().common->semToRequest(key)) {
+   if (auto mapping = host.isem().common->semToRequest(key)) {
       for (auto const& [user, present] : mapping->requestIter()) {
          if (user != except) {
             text += (text.empty() ? "" : " and ") + printedRequest(user);
@@ -45,16 +45,16 @@ std::string usersOf(Host const& host, AradSemKeyAndFap key, TcamSharingRequest e
 
 // The request that was being withdrawn: answered, out of the output, and without a mapping.
 std::string describeUnmapped(Host const& host) {
-   auto const& pipeline = host.pipeline();
+   auto const& pipeline = host.isem();
    for (auto const& [request, response] : pipeline.mergedStatus->responseIter()) {
-      if (response.status == tcamSharingInProgress || pipeline.output->requestHas(request) ||
+      if (response.status == tcamSharingInProgress || pipeline.outputTable->requestHas(request) ||
           pipeline.common->tcamRequestToIsemKeyMappingHas(request)) {
          continue;
       }
       std::string text = printedRequest(request) + " would be withdrawn, but it was answered " +
                          std::string(printedStatus(response.status)) +
                          " without an entry of its own";
-      auto key = resolveKey(host, request).key;
+      auto key = resolve(host, request).isem;
       std::string users = key ? usersOf(host, *key, request) : "";
       if (users.empty()) {
          return text + "; first have it programmed itself (a single tag, then another policy)";
@@ -68,7 +68,7 @@ std::string describeUnmapped(Host const& host) {
 
 // The request that was being moved: it still maps to a key whose users it has left.
 std::string describeMoved(Host const& host) {
-   auto const& common = host.pipeline().common;
+   auto const& common = host.isem().common;
    for (auto const& [request, key] : common->tcamRequestToIsemKeyMappingIter()) {
       auto mapping = common->semToRequest(key);
       if (mapping && !mapping->requestHas(request)) {
@@ -88,6 +88,10 @@ std::string describe(Host const& host, Orv::Failure const& failure) {
       text = describeUnmapped(host);
    } else if (condition == "tcamSharingCommon()->semToRequest( prevKey ) == NULL") {
       text = describeMoved(host);
+   }
+   if (condition == "shoalStatus()->fapType( request.fapId() ) != Hardware::Shoal::fapTypeArad()") {
+      text =
+          "a withdrawal that is still under way would meet a unit of the other type; settle first";
    }
    if (text.empty()) {
       text = "it would stop the library";

@@ -3,7 +3,6 @@
 #include "agent/command/Registry.h"
 
 #include <algorithm>
-#include <set>
 
 namespace Agent {
 
@@ -16,42 +15,6 @@ using Hardware::Shoal::VlanDomain;
 using Hardware::ShoalTunnel::LagFapKey;
 using Plexus::PortChannelIntfId;
 using Plexus::SubIntfId;
-
-namespace {
-
-constexpr std::string_view floodMark = "-L3Flood";
-
-bool matches(std::string_view pattern, std::string_view name) {
-   // Backtracks to the last '*' only, so the cost is at most pattern times name.
-   std::size_t p = 0;
-   std::size_t n = 0;
-   std::size_t star = std::string_view::npos;
-   std::size_t retry = 0;
-   while (n < name.size()) {
-      if (p < pattern.size() && pattern[p] == '*') {
-         star = p++;
-         retry = n;
-      } else if (p < pattern.size() && (pattern[p] == '?' || pattern[p] == name[n])) {
-         ++p;
-         ++n;
-      } else if (star != std::string_view::npos) {
-         p = star + 1;
-         n = ++retry;
-      } else {
-         return false;
-      }
-   }
-   while (p < pattern.size() && pattern[p] == '*') {
-      ++p;
-   }
-   return p == pattern.size();
-}
-
-bool isPort(IntfId intf) {
-   return intf.fields().kind == Plexus::IntfKind::port && !SubIntfId::isSubIntfId(intf);
-}
-
-} // namespace
 
 World::World(Inventory inventory) : inventory_(std::move(inventory)) {
    scsd = mounted<Hardware::ShoalTunnel::ShoalTunnelCommonSmData>("scsd");
@@ -67,6 +30,7 @@ World::World(Inventory inventory) : inventory_(std::move(inventory)) {
    dynSubIntfEncap = mounted<Interface::SubIntfDynDot1qEncap>("dynSubIntfEncap");
    subIntfDot1qEncapChange =
        mounted<Hardware::ShoalTunnel::SubIntfDot1qEncapChange>("subIntfDot1qEncapChange");
+   vtagToVsiConfig = mounted<Hardware::ShoalTunnel::VlanTagToVsiMapperConfig>("vtagToVsiConfig");
    fill();
 }
 
@@ -102,6 +66,8 @@ void World::fill() {
       if (!encap.isZero()) {
          subIntfDot1qEncapChange->dot1qEncapIs(intf, encap);
       }
+      subIntfsOf_[SubIntfId::parentIntfId(intf)].push_back(intf);
+      subIntfEntries_.refresh(intf);
    }
    for (auto const& svi : inventory_.vlanInterfaces) {
       names_.emplace_back(svi.name);
@@ -123,106 +89,6 @@ void World::fillPortChannel(InventoryPortChannel const& lag) {
       status->memberIs(IntfId(member));
    }
    refreshLagDomains(intf);
-}
-
-IntfId World::interface(std::string_view typed) const {
-   auto mark = typed.rfind(floodMark);
-   bool flood = mark != std::string_view::npos && mark + floodMark.size() == typed.size();
-   auto found = inventory_.find(flood ? typed.substr(0, mark) : typed);
-   if (found.name.empty()) {
-      std::string text = "there is no interface '" + std::string(typed) + "'";
-      for (std::size_t i = 0; i < std::min<std::size_t>(found.candidates.size(), 5); ++i) {
-         text += (i == 0 ? "; did you mean " : ", ") + found.candidates[i];
-      }
-      throw CommandError(text);
-   }
-   if (!flood) {
-      return IntfId(found.name);
-   }
-   if (!isRouted(IntfId(found.name))) {
-      throw CommandError(found.name + " is no routed port, so it has no flood entry");
-   }
-   return IntfId(found.name + std::string(floodMark));
-}
-
-std::vector<IntfId> World::interfaces(std::string_view pattern) const {
-   if (pattern.find_first_of("*?") == std::string_view::npos) {
-      return {interface(pattern)};
-   }
-   auto mark = pattern.rfind(floodMark);
-   bool flood = mark != std::string_view::npos && mark + floodMark.size() == pattern.size();
-   std::vector<IntfId> found;
-   for (IntfId intf : names_) {
-      if (matches(flood ? pattern.substr(0, mark) : pattern, intf.name()) &&
-          (!flood || isRouted(intf))) {
-         found.push_back(flood ? IntfId(intf.name() + std::string(floodMark)) : intf);
-      }
-   }
-   if (found.empty()) {
-      throw CommandError("no interface matches '" + std::string(pattern) + "'");
-   }
-   return found;
-}
-
-FapId World::unit(std::string_view typed) const {
-   for (auto const& unit : inventory_.units) {
-      if (typed == unit.name || typed == unit.key || typed == std::to_string(unit.fapId)) {
-         return FapId(unit.fapId);
-      }
-   }
-   std::string known;
-   for (auto const& unit : inventory_.units) {
-      known += (known.empty() ? "" : ", ") + std::to_string(unit.fapId) + " (" + unit.name + ")";
-   }
-   throw CommandError("the inventory has no unit '" + std::string(typed) + "'; it has " + known);
-}
-
-InventoryUnit const& World::inventoryUnit(FapId unit) const {
-   auto found = std::find_if(
-       inventory_.units.begin(), inventory_.units.end(),
-       [&](InventoryUnit const& candidate) { return candidate.fapId == unit.value(); });
-   return *found;
-}
-
-std::vector<FapId> World::unitsOf(IntfId intf) const {
-   std::string name = intf.name();
-   if (auto mark = name.rfind(floodMark); mark != std::string::npos) {
-      intf = IntfId(name.substr(0, mark));
-   }
-   if (SubIntfId::isSubIntfId(intf)) {
-      intf = SubIntfId::parentIntfId(intf);
-   }
-   std::set<FapId> units;
-   auto addPort = [&](IntfId port) {
-      FapId unit = shoalStatus->portMap(shoalStatus->sysPhyPortId(port)).fapId;
-      if (!unit.isNull()) {
-         units.insert(unit);
-      }
-   };
-   if (PortChannelIntfId::isPortChannelIntfId(intf)) {
-      if (auto status = ethIntfStatusDir->ethLagIntfStatus(intf)) {
-         for (auto const& [member, present] : status->memberIter()) {
-            addPort(member);
-         }
-      }
-   } else if (isPort(intf)) {
-      addPort(intf);
-   }
-   for (auto const& svi : inventory_.vlanInterfaces) {
-      if (svi.name == intf.name()) {
-         units.insert(FapId(svi.fapId));
-      }
-   }
-   for (auto const& tunnel : inventory_.tunnels) {
-      if (tunnel.name == intf.name()) {
-         units.insert(FapId(tunnel.fapId));
-      }
-   }
-   return {units.begin(), units.end()};
-}
-
-bool World::isRouted(IntfId intf) const {
-   return intfVlanIdTable->internalVlanIdHas(intf);
 }
 
 void World::requireSubInterface(IntfId subIntf) const {
@@ -248,6 +114,7 @@ void World::tellEncapsulation(IntfId subIntf) {
    } else {
       subIntfDot1qEncapChange->dot1qEncapIs(subIntf, encap);
    }
+   subIntfEntries_.refresh(subIntf);
 }
 
 Dot1qEncap World::encapsulation(IntfId subIntf) const {
@@ -272,11 +139,14 @@ void World::subInterfaceDel(IntfId subIntf) {
    dynSubIntfEncap->dot1qEncapDel(subIntf);
    subIntfDot1qEncapChange->dot1qEncapDel(subIntf);
    subIntfStatusDir->subIntfStatusDel(subIntf);
+   subIntfEntries_.refresh(subIntf);
 }
 
 void World::programInHwIs(IntfId subIntf, bool on) {
    requireSubInterface(subIntf);
+   // The flag first: a policy is taken out before the entry that carries it goes.
    subIntfStatusDir->subIntfStatusIs(subIntf)->programInHwIs(on);
+   subIntfEntries_.refresh(subIntf);
 }
 
 void World::internalVlanIs(IntfId routedPort, VlanIdOrNone vlan) {
@@ -297,7 +167,7 @@ void World::vlanDomainIs(IntfId intf, std::optional<VlanDomain> domain) {
       refreshLagDomains(intf);
       return;
    }
-   PortMap place = shoalStatus->portMap(shoalStatus->sysPhyPortId(intf));
+   PortMap place = placeOf(intf);
    if (place.isNull()) {
       throw CommandError(intf.name() + " is on no unit");
    }
@@ -313,6 +183,9 @@ void World::fapTypeIs(FapId unit, Hardware::Shoal::FapType type) {
       shoalStatus->fapTypeDel(unit);
    } else {
       shoalStatus->fapTypeIs(unit, type);
+   }
+   for (auto const& [parent, subIntfs] : subIntfsOf_) {
+      refreshAround(parent);
    }
 }
 
@@ -332,10 +205,31 @@ void World::extLkupTypeIs(FapId unit, Hardware::Shoal::ExtLkupType type) {
    }
 }
 
+bool World::isPortOfInventory(IntfId port) const {
+   return std::any_of(inventory_.ports.begin(), inventory_.ports.end(),
+                      [&](InventoryPort const& each) { return each.name == port.name(); });
+}
+
+// The helper's tables first: who resolves in between still finds a unit.
+void World::leavePlace(IntfId port, PortMap place) {
+   if (!place.isNull()) {
+      portMapHelper->changedIntfToFapIs(port, place.fapId);
+      scsd->portMapToIntfDel(place);
+   }
+}
+
+void World::enterPlace(IntfId port, PortMap place) {
+   if (!place.isNull()) {
+      portMapHelper->intfToFapIs(port, place.fapId);
+      scsd->portMapToIntfIs(place, port);
+   }
+}
+
 void World::portMapIs(IntfId port, std::optional<PortMap> place) {
    SystemPhyPortId systemPort = shoalStatus->sysPhyPortId(port);
    if (systemPort.value() == SystemPhyPortId::null) {
-      throw CommandError(port.name() + " is no port of the inventory");
+      throw CommandError(port.name() + (isPortOfInventory(port) ? " has no system port"
+                                                                : " is no port of the inventory"));
    }
    PortMap old = shoalStatus->portMap(systemPort);
    if (place && *place != old && scsd->portMapToIntfHas(*place)) {
@@ -343,28 +237,61 @@ void World::portMapIs(IntfId port, std::optional<PortMap> place) {
                          std::to_string(place->fapId.value()) + " is taken by " +
                          scsd->portMapToIntf(*place).name());
    }
-   // The helper's tables first: who resolves in between still finds a unit.
-   if (!old.isNull()) {
-      portMapHelper->changedIntfToFapIs(port, old.fapId);
-      scsd->portMapToIntfDel(old);
-   }
+   leavePlace(port, old);
    if (place) {
-      portMapHelper->intfToFapIs(port, place->fapId);
-      scsd->portMapToIntfIs(*place, port);
+      enterPlace(port, *place);
       shoalStatus->portMapIs(systemPort, *place);
    } else {
       shoalStatus->portMapDel(systemPort);
    }
+   refreshAround(port);
+}
+
+void World::systemPortIs(IntfId port, std::optional<SystemPhyPortId> systemPort) {
+   if (!isPortOfInventory(port)) {
+      throw CommandError(port.name() + " is no port of the inventory");
+   }
+   for (auto const& [other, taken] : shoalStatus->sysPhyPortIdIter()) {
+      if (systemPort && other != port && taken == *systemPort) {
+         throw CommandError("system port " + std::to_string(taken.value()) + " is taken by " +
+                            other.name());
+      }
+   }
+   leavePlace(port, placeOf(port));
+   if (systemPort) {
+      enterPlace(port, shoalStatus->portMap(*systemPort));
+      shoalStatus->sysPhyPortIdIs(port, *systemPort);
+   } else {
+      shoalStatus->sysPhyPortIdDel(port);
+   }
+   refreshAround(port);
+}
+
+void World::portMapValidIs(bool valid) {
+   shoalStatus->portMapValidIs(valid);
+}
+
+void World::portMapVersionInc() {
+   shoalStatus->portMapVersionIs(shoalStatus->portMapVersion() + 1);
+}
+
+void World::refreshAround(IntfId portOrLag) {
    for (auto const& [lag, status] : ethIntfStatusDir->ethLagIntfStatusIter()) {
-      if (status->memberHas(port)) {
+      if (status->memberHas(portOrLag)) {
          refreshLagDomains(lag);
+         refreshAround(lag);
+      }
+   }
+   if (auto found = subIntfsOf_.find(portOrLag); found != subIntfsOf_.end()) {
+      for (IntfId subIntf : found->second) {
+         subIntfEntries_.refresh(subIntf);
       }
    }
 }
 
 void World::memberIs(IntfId lag, IntfId port, bool present) {
    auto status = ethIntfStatusDir->ethLagIntfStatus(lag);
-   if (!status || !isPort(port)) {
+   if (!status || !isPortOfInventory(port)) {
       throw CommandError(lag.name() + " and " + port.name() + " are no port-channel and port");
    }
    for (auto const& [other, otherStatus] : ethIntfStatusDir->ethLagIntfStatusIter()) {
@@ -379,6 +306,7 @@ void World::memberIs(IntfId lag, IntfId port, bool present) {
       status->memberDel(port);
    }
    refreshLagDomains(lag);
+   refreshAround(lag);
 }
 
 LagFapKey World::lagKey(IntfId lag, FapId unit) const {
@@ -400,7 +328,7 @@ void World::refreshLagDomains(IntfId lag) {
       entry->vlanDomainIs(VlanDomain(domain));
       entry->memberPortDelAll();
       for (auto const& [member, present] : ethIntfStatusDir->ethLagIntfStatus(lag)->memberIter()) {
-         PortMap place = shoalStatus->portMap(shoalStatus->sysPhyPortId(member));
+         PortMap place = placeOf(member);
          if (place.fapId == fapId) {
             entry->memberPortIs(place.fapPortId);
          }

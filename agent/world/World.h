@@ -8,6 +8,7 @@
 #pragma once
 
 #include "agent/inventory/Inventory.h"
+#include "agent/world/SubIntfEntries.h"
 #include "platform/Corestate/Corestate.h"
 #include "platform/Hardware/Shoal/Status.h"
 #include "platform/Hardware/Shoal/VlanDomainStatus.h"
@@ -48,6 +49,13 @@ class World {
    // port-channel, the inventory's for a VLAN interface or tunnel.
    std::vector<FapId> unitsOf(IntfId intf) const;
    bool isRouted(IntfId intf) const;
+   static bool isPort(IntfId intf);
+   // Where a port sits now; (2048, 256): nowhere.
+   Hardware::Shoal::PortMap placeOf(IntfId port) const {
+      return shoalStatus->portMap(shoalStatus->sysPhyPortId(port));
+   }
+   // A port itself, or the members of a port-channel.
+   std::vector<IntfId> portsOf(IntfId portOrLag) const;
    // The tags in force: assigned at run time, else configured; zero: none.
    Bridging::Dot1qEncap encapsulation(IntfId subIntf) const;
 
@@ -62,8 +70,13 @@ class World {
    void fapTypeIs(FapId unit, Hardware::Shoal::FapType type); // 0: none recorded
    void fapAvailableIs(FapId unit, bool available);
    void extLkupTypeIs(FapId unit, Hardware::Shoal::ExtLkupType type); // 0: none recorded
-   // Moves a port to another place; none: the port is gone. CommandError for a place that is taken.
+   // The place of a port's system port; none: it has none. CommandError for a place that is taken.
+   // Who follows the port map's version hears of it with the next one.
    void portMapIs(IntfId port, std::optional<Hardware::Shoal::PortMap> place);
+   // The system port of a port; none: the port is gone. CommandError for one that is taken.
+   void systemPortIs(IntfId port, std::optional<Hardware::Shoal::SystemPhyPortId> systemPort);
+   void portMapValidIs(bool valid);
+   void portMapVersionInc();
    void memberIs(IntfId lag, IntfId port, bool present);
 
    // The entities; each is mounted under its name below "world/".
@@ -78,6 +91,7 @@ class World {
    Orv::Ptr<Interface::SubIntfStatusDir> subIntfStatusDir;
    Orv::Ptr<Interface::SubIntfDynDot1qEncap> dynSubIntfEncap;
    Orv::Ptr<Hardware::ShoalTunnel::SubIntfDot1qEncapChange> subIntfDot1qEncapChange;
+   Orv::Ptr<Hardware::ShoalTunnel::VlanTagToVsiMapperConfig> vtagToVsiConfig;
 
  private:
    template<class T>
@@ -90,13 +104,20 @@ class World {
    void fillPortChannel(InventoryPortChannel const& lag);
    void requireSubInterface(IntfId subIntf) const;
    void tellEncapsulation(IntfId subIntf);
+   bool isPortOfInventory(IntfId port) const;
+   // A port came to or left a place: whatever stands on it follows.
+   void leavePlace(IntfId port, Hardware::Shoal::PortMap place);
+   void enterPlace(IntfId port, Hardware::Shoal::PortMap place);
+   void refreshAround(IntfId portOrLag);
    // Entries of a port-channel follow the units of its members.
    void refreshLagDomains(IntfId lag);
    Hardware::ShoalTunnel::LagFapKey lagKey(IntfId lag, FapId unit) const;
 
    Inventory inventory_;
    Corestate::Corestate corestate_;
-   std::vector<IntfId> names_;                    // every interface, in inventory order
+   std::vector<IntfId> names_; // every interface, in inventory order
+   std::map<IntfId, std::vector<IntfId>> subIntfsOf_;
+   SubIntfEntries subIntfEntries_{*this};
    Orv::KeyedByIndex<IntfId, uint8_t> lagDomain_; // of port-channels, as configured
 };
 

@@ -5,6 +5,7 @@
 // in the status, later.
 #pragma once
 
+#include "platform/Bridging/VlanId.h"
 #include "platform/Hardware/Shoal/Ids.h"
 #include "platform/Orv/Entity.h"
 #include "platform/Orv/Interned.h"
@@ -38,6 +39,20 @@ class VlanTagToVsiMapperKey
  public:
    constexpr VlanTagToVsiMapperKey() = default;
    explicit VlanTagToVsiMapperKey(VlanTagToVsiMapperKeyFields const& fields) : Interned(fields) {}
+   // A sub-interface's entry on one port. `encapKind` as in its status. Throws Orv::RangeException
+   // for an outer tag above 8192.
+   static VlanTagToVsiMapperKey ofSubIntf(Plexus::IntfId port, Plexus::IntfId subIntf,
+                                          Bridging::Dot1qEncap encap, uint32_t encapKind) {
+      static constexpr uint32_t otherTagEncapKind = 4;
+      VlanTagToVsiMapperKeyFields fields;
+      fields.intfId = port;
+      fields.outerVlan = Shoal::Vsi(encap.outer);
+      fields.innerVlan = encap.inner;
+      fields.tagType =
+          encapKind == otherTagEncapKind ? VlanTagType::encapKind4 : VlanTagType::dot1q;
+      fields.subIntfId = subIntf;
+      return VlanTagToVsiMapperKey(fields);
+   }
    static VlanTagToVsiMapperKey fromIndex(uint32_t index) {
       VlanTagToVsiMapperKey key;
       key.index_ = index;

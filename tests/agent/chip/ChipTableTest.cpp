@@ -6,21 +6,22 @@ namespace Agent {
 namespace {
 
 using namespace Hardware::ShoalTunnel;
+using Plexus::IntfId;
 
-class SimulatedChipTest : public testing::Test {
+class ChipTableTest : public testing::Test {
  protected:
-   SimulatedChipTest() { Orv::System::timeSourceIs(&time_); }
-   ~SimulatedChipTest() override { Orv::System::timeSourceIs(nullptr); }
+   ChipTableTest() { Orv::System::timeSourceIs(&time_); }
+   ~ChipTableTest() override { Orv::System::timeSourceIs(nullptr); }
 
    struct Recorder : Orv::Reactor<AradSemKeyAndFap> {
-      explicit Recorder(SimulatedChipTest* test) : test_(test) {}
+      explicit Recorder(ChipTableTest* test) : test_(test) {}
       void handle(AradSemKeyAndFap const& key) override {
          auto status = test_->status_->status(key);
          test_->answers_ += (test_->answers_.empty() ? "" : " ") +
                             std::to_string(AradISemKeyTcamSharing(key.key()).vlanId()) + ":" +
                             std::to_string(status.statusCode);
       }
-      SimulatedChipTest* test_;
+      ChipTableTest* test_;
    };
 
    static AradSemKeyAndFap key(uint32_t vlan, uint32_t unit = 1) {
@@ -46,14 +47,16 @@ class SimulatedChipTest : public testing::Test {
    Orv::Timers timers_;
    Orv::Ptr<SemTableConfig> config_ = Orv::make<SemTableConfig>();
    Orv::Ptr<SemTableStatus> status_ = Orv::make<SemTableStatus>();
-   SimulatedChip chip_{Orv::make<Orv::Clock>(timers_), config_, status_};
+   ChipFaults faults_;
+   ChipTable<IsemTable> chip_{Orv::make<Orv::Clock>(timers_), faults_, config_, status_,
+                              [](AradSemKeyAndFap key) { return key.fapId(); }};
    std::string answers_;
    Recorder recorder_{this};
 
    void SetUp() override { status_->statusCollection().watch(recorder_); }
 };
 
-TEST_F(SimulatedChipTest, AnswersLaterInOrderWithWhatWasWritten) {
+TEST_F(ChipTableTest, AnswersLaterInOrderWithWhatWasWritten) {
    write(1, 5);
    write(2, 6);
    write(1, 7);
@@ -65,42 +68,43 @@ TEST_F(SimulatedChipTest, AnswersLaterInOrderWithWhatWasWritten) {
    EXPECT_FALSE(status_->statusHas(key(2)));
 }
 
-TEST_F(SimulatedChipTest, FaultsHitTheNextAnswersOfTheirUnit) {
-   chip_.faultNext(Fault::refuse, 1, FapId(2));
+TEST_F(ChipTableTest, FaultsHitTheNextAnswersOfTheirUnit) {
+   faults_.next(Fault::refuse, 1, {{}, FapId(2)});
    write(1, 5);
    write(2, 5, 2);
    write(3, 5, 2);
    EXPECT_EQ(after(1), "1:1 2:2 3:1");
    EXPECT_FALSE(chip_.entries().contains(key(2, 2)));
 
-   chip_.faultNext(Fault::lose, 1, std::nullopt);
-   chip_.faultNext(Fault::duplicate, 1, std::nullopt);
+   faults_.next(Fault::lose, 1, {});
+   faults_.next(Fault::duplicate, 1, {});
    write(4, 5);
    write(5, 5);
    EXPECT_EQ(after(1), "5:1 5:1");
    EXPECT_TRUE(chip_.entries().contains(key(4))) << "only the answer was lost";
 
-   chip_.faultNext(Fault::slow, 1, std::nullopt);
+   faults_.next(Fault::slow, 1, {});
    write(6, 5);
    write(7, 5);
    EXPECT_EQ(after(0.5), "7:1");
    EXPECT_EQ(after(0.6), "6:1");
 
-   chip_.faultNext(Fault::reorder, 2, std::nullopt);
+   faults_.next(Fault::reorder, 2, {});
    write(8, 5);
    write(9, 5);
    write(10, 5);
    EXPECT_EQ(after(1), "10:1 9:1 8:1");
 
-   chip_.faultNext(Fault::reorder, 5, std::nullopt);
+   faults_.next(Fault::reorder, 5, {});
    write(11, 5);
    EXPECT_EQ(after(1), "");
-   chip_.clearFaults();
+   faults_.clear();
+   chip_.release();
    EXPECT_EQ(after(1), "11:1") << "what was held back is not lost";
-   EXPECT_TRUE(chip_.faults().empty());
+   EXPECT_TRUE(faults_.settings().empty());
 }
 
-TEST_F(SimulatedChipTest, CapacityRestartAndReplay) {
+TEST_F(ChipTableTest, CapacityRestartAndReplay) {
    chip_.capacityIs(FapId(1), 2);
    write(1, 5);
    write(2, 5);
@@ -125,10 +129,10 @@ TEST_F(SimulatedChipTest, CapacityRestartAndReplay) {
    EXPECT_EQ(chip_.entries().size(), 3U);
 }
 
-TEST_F(SimulatedChipTest, DrawnFaultsAreTheSameForOneSeed) {
+TEST_F(ChipTableTest, DrawnFaultsAreTheSameForOneSeed) {
    auto draw = [&](uint64_t seed) {
-      chip_.seedIs(seed);
-      chip_.faultOften(Fault::refuse, 0.5, std::nullopt);
+      faults_.seedIs(seed);
+      faults_.often(Fault::refuse, 0.5, {});
       for (uint32_t vlan = 1; vlan <= 64; ++vlan) {
          write(vlan, static_cast<uint32_t>(seed * 100 + vlan));
       }
@@ -142,9 +146,59 @@ TEST_F(SimulatedChipTest, DrawnFaultsAreTheSameForOneSeed) {
    EXPECT_EQ(draw(3), first);
    EXPECT_NE(first, other);
    EXPECT_GT(codes(first), 10);
-   chip_.faultOften(Fault::refuse, 0.0, std::nullopt);
+   faults_.often(Fault::refuse, 0.0, {});
    write(1, 9999);
    EXPECT_EQ(after(1), "1:1");
+}
+
+TEST_F(ChipTableTest, FaultsMayBeLimitedToATable) {
+   faults_.next(Fault::refuse, 1, {ChipTableKind::tunnel, {}});
+   faults_.next(Fault::lose, 1, {ChipTableKind::isem, FapId(2)});
+   write(1, 5);
+   write(2, 5, 2);
+   EXPECT_EQ(after(1), "1:1");
+   EXPECT_EQ(faults_.suffered(Fault::refuse), 0U);
+   EXPECT_EQ(faults_.suffered(Fault::lose), 1U);
+}
+
+// The other tables by what their machines read: data and error type, code and data.
+TEST_F(ChipTableTest, TheOtherTablesAnswerInTheirOwnTerms) {
+   IntfId const port("Ethernet0");
+   auto key = VlanTagToVsiMapperKey::ofSubIntf(port, IntfId("Ethernet0.5"), {5, 0}, 0);
+   auto mapperConfig = Orv::make<MapperTable::Config>();
+   auto mapperStatus = Orv::make<MapperTable::Status>();
+   mapperConfig->configIs(key, {1, 0});
+   ChipTable<MapperTable> mapper(Orv::make<Orv::Clock>(timers_), faults_, mapperConfig,
+                                 mapperStatus, [](auto) { return FapId(3); });
+   auto answered = [&] { return mapperStatus->status(key); };
+   EXPECT_EQ(answered(), (VlanTagToVsiMapperStatusType{0, VlanTagToVsiMapperErrorType::success}))
+       << "what was there before the chip was made";
+   faults_.next(Fault::refuse, 1, {{}, FapId(3)});
+   mapperConfig->configIs(key, {1, 9});
+   after(1);
+   EXPECT_EQ(answered(), (VlanTagToVsiMapperStatusType{9, VlanTagToVsiMapperErrorType(2)}));
+   EXPECT_EQ(mapper.held(key)->inLifAdditionalData, 0U);
+   EXPECT_EQ(mapper.entriesOn(FapId(3)), 1U);
+
+   auto tunnelConfig = Orv::make<TunnelTable::Config>();
+   auto tunnelStatus = Orv::make<TunnelTable::Status>();
+   ChipTable<TunnelTable> tunnels(Orv::make<Orv::Clock>(timers_), faults_, tunnelConfig,
+                                  tunnelStatus, [](auto of) { return of.fapId(); });
+   TunnelPolicyMapperKey tunnel(IntfId("Tunnel1"), FapId(3));
+   faults_.next(Fault::defer, 1, {});
+   tunnelConfig->configIs(tunnel, {7});
+   after(0.5);
+   EXPECT_EQ(tunnelStatus->status(tunnel), (TunnelPolicyMapperStatusType{3, 7}));
+   EXPECT_FALSE(tunnels.held(tunnel));
+   after(1);
+   EXPECT_EQ(tunnelStatus->status(tunnel), (TunnelPolicyMapperStatusType{2, 7}));
+   faults_.next(Fault::refuse, 1, {ChipTableKind::tunnel, {}});
+   tunnelConfig->configIs(tunnel, {8});
+   after(1);
+   EXPECT_EQ(tunnelStatus->status(tunnel), (TunnelPolicyMapperStatusType{12, 8}));
+   tunnelConfig->configDel(tunnel);
+   after(1);
+   EXPECT_FALSE(tunnelStatus->statusHas(tunnel));
 }
 
 } // namespace

@@ -1,0 +1,132 @@
+// What features ask for, and how far the pipelines are with it.
+#include "agent/command/Tables.h"
+
+namespace Agent {
+
+using namespace Hardware::ShoalTunnel;
+
+std::vector<Json> requestCells(TcamSharingRequest request) {
+   uint16_t flood = request.l3FloodPortVlanId().value();
+   return {request.intfId().name(), request.fapId().value(), flood == 0 ? Json() : Json(flood)};
+}
+
+std::vector<std::string> requestColumns(std::vector<std::string> const& more) {
+   std::vector<std::string> columns{"interface", "unit", "flood"};
+   columns.insert(columns.end(), more.begin(), more.end());
+   return columns;
+}
+
+std::vector<Json> joined(std::vector<Json> row, std::vector<Json> const& more) {
+   row.insert(row.end(), more.begin(), more.end());
+   return row;
+}
+
+namespace {
+
+Table merged(Host const& host) {
+   Table table{"merged", requestColumns({"pipeline", "policy"}), {}};
+   for (SharingPipeline const* pipeline : host.pipelines()) {
+      for (auto const& [request, policy] : pipeline->merged->requestIter()) {
+         table.add(joined(requestCells(request), {pipeline->name, printedPolicy(policy)}));
+      }
+   }
+   return table;
+}
+
+Table output(Host const& host) {
+   Table table{"output", requestColumns({"table", "policy"}), {}};
+   auto add = [&](char const* name, TcamSharingConfig const& config) {
+      for (auto const& [request, policy] : config.requestIter()) {
+         table.add(joined(requestCells(request), {name, printedPolicy(policy)}));
+      }
+   };
+   add("isem", *host.isem().outputTable);
+   add("tag", *host.inLif().tagOutput);
+   add("tunnel", *host.inLif().tunnelOutput);
+   return table;
+}
+
+Table responses(Host const& host) {
+   Table table{"responses", requestColumns({"pipeline", "status", "policy"}), {}};
+   for (SharingPipeline const* pipeline : host.pipelines()) {
+      for (auto const& [request, response] : pipeline->mergedStatus->responseIter()) {
+         table.add(joined(requestCells(request),
+                          {pipeline->name, std::string(printedStatus(response.status)),
+                           printedPolicy(response.policyId)}));
+      }
+   }
+   return table;
+}
+
+Table backlog(Host const& host) {
+   Table table{"backlog", requestColumns({"pipeline", "since"}), {}};
+   for (SharingPipeline const* pipeline : host.pipelines()) {
+      for (auto const& [request, queued] : pipeline->codef->backlogIter()) {
+         auto since = host.chronicle().of(request).queued;
+         table.add(joined(requestCells(request), {pipeline->name, since ? Json(*since) : Json()}));
+      }
+   }
+   return table;
+}
+
+Table retry(Host const& host) {
+   Table table{"retry", requestColumns({"pipeline", "policy", "next", "missing"}), {}};
+   for (SharingPipeline const* pipeline : host.pipelines()) {
+      for (auto const& [entry, waiting] : pipeline->commonBase->retryListIter()) {
+         table.add(joined(requestCells(entry.request()),
+                          {pipeline->name, printedPolicy(entry.policyId()),
+                           pipeline->codef->nextRetry(), resolve(host, entry.request()).missing}));
+      }
+   }
+   return table;
+}
+
+} // namespace
+
+Table requestTable(Host const& host) {
+   Table table{"requests",
+               {"feature", "interface", "unit", "flood", "policy", "status", "answered policy"},
+               {}};
+   for (std::size_t i = 0; i < kFeatures; ++i) {
+      auto feature = static_cast<Feature>(i);
+      auto const& status = host.features().status(feature);
+      for (auto const& [request, policy] : host.features().config(feature)->requestIter()) {
+         auto response = status->response(request);
+         auto row = joined({std::string(featureNames[i])}, requestCells(request));
+         table.add(joined(row, {printedPolicy(policy), std::string(printedStatus(response.status)),
+                                response.status == tcamSharingNone
+                                    ? Json()
+                                    : Json(printedPolicy(response.policyId))}));
+      }
+   }
+   return table;
+}
+
+// By the merged response: a label that rampart asks for is answered in lumen's status only.
+Table summaryTable(Host const& host) {
+   Table table{"summary", {"feature", "requests", "success", "in-progress", "failed", "none"}, {}};
+   for (std::size_t i = 0; i < kFeatures; ++i) {
+      std::array<std::size_t, 4> counts{};
+      auto const& config = host.features().config(static_cast<Feature>(i));
+      for (auto const& [request, policy] : config->requestIter()) {
+         ++counts[host.pipelineOf(request).mergedStatus->response(request).status];
+      }
+      table.add({std::string(featureNames[i]), config->requests(), counts[tcamSharingSuccess],
+                 counts[tcamSharingInProgress], counts[tcamSharingFailed],
+                 counts[tcamSharingNone]});
+   }
+   return table;
+}
+
+void addRequestTables(std::vector<NamedTable>& tables) {
+   tables.insert(tables.end(),
+                 {{"requests", "what each feature asked for and was answered", requestTable},
+                  {"summary", "requests of each feature by status", summaryTable},
+                  {"merged", "the merged requests", merged},
+                  {"output", "the requests handed to each programming machine", output},
+                  {"responses", "the merged responses", responses},
+                  {"backlog", "requests that wait for a slice", backlog},
+                  {"retry", "the retry lists", retry}});
+}
+
+} // namespace Agent

@@ -1,0 +1,131 @@
+#include "agent/command/Tables.h"
+
+#include <algorithm>
+
+namespace Agent {
+
+namespace {
+
+Table units(Host const& host) {
+   Table table{"units", {"unit", "name", "type", "lookup", "available", "requests", "entries"}, {}};
+   auto const& world = host.world();
+   for (auto const& unit : world.inventory().units) {
+      FapId fapId(unit.fapId);
+      std::size_t requests = 0;
+      for (auto const& [request, policy] :
+           host.pipelineOf(TcamSharingRequest(IntfId(), fapId)).merged->requestIter()) {
+         requests += request.fapId() == fapId ? 1 : 0;
+      }
+      uint64_t entries = host.chip().isem().entriesOn(fapId) +
+                         host.chip().mapper().entriesOn(fapId) +
+                         host.chip().tunnels().entriesOn(fapId);
+      table.add({unit.fapId, unit.name, printedUnitType(world.shoalStatus->fapType(fapId)),
+                 printedLookup(world.shoalStatus->fapExtLkupType(fapId)),
+                 world.shoalStatus->fapAvailable(fapId), requests, entries});
+   }
+   return table;
+}
+
+Table ports(Host const& host) {
+   Table table{
+       "ports", {"port", "system port", "unit", "unit port", "domain", "internal VLAN"}, {}};
+   auto const& world = host.world();
+   for (auto const& [intf, systemPort] : world.shoalStatus->sysPhyPortIdIter()) {
+      auto place = world.shoalStatus->portMap(systemPort);
+      auto domain = world.vlanDomainStatus->portTunnelDataCollection().find(place);
+      auto vlan = world.intfVlanIdTable->internalVlanId(intf).value();
+      table.add(
+          {intf.name(), systemPort.value(), place.isNull() ? Json() : Json(place.fapId.value()),
+           place.isNull() ? Json() : Json(place.fapPortId),
+           domain ? Json(domain->vlanDomain.value()) : Json(), vlan == 0 ? Json() : Json(vlan)});
+   }
+   return table;
+}
+
+Table portChannels(Host const& host) {
+   Table table{"port-channels", {"port-channel", "members", "unit", "domain"}, {}};
+   auto const& world = host.world();
+   for (auto const& [lag, status] : world.ethIntfStatusDir->ethLagIntfStatusIter()) {
+      std::string members;
+      for (auto const& [member, present] : status->memberIter()) {
+         members += (members.empty() ? "" : ",") + member.name();
+      }
+      bool any = false;
+      for (FapId unit : world.unitsOf(lag)) {
+         auto entry = host.helper()->getVlanDomainForLagFap(lag, unit);
+         table.add({lag.name(), members, unit.value(),
+                    entry ? Json(entry->vlanDomain().value()) : Json()});
+         any = true;
+      }
+      if (!any) {
+         table.add({lag.name(), members, Json(), Json()});
+      }
+   }
+   return table;
+}
+
+Table subInterfaces(Host const& host) {
+   Table table{
+       "sub-interfaces",
+       {"sub-interface", "outer", "inner", "dynamic outer", "dynamic inner", "program-in-hw"},
+       {}};
+   auto const& world = host.world();
+   for (auto const& [intf, config] : world.subIntfConfigDir->subIntfConfigIter()) {
+      auto dynamic = world.dynSubIntfEncap->dot1qEncap(intf);
+      auto status = world.subIntfStatusDir->subIntfStatus(intf);
+      auto tag = [](uint16_t value) { return value == 0 ? Json() : Json(value); };
+      table.add({intf.name(), tag(config->dot1qEncap().outer), tag(config->dot1qEncap().inner),
+                 tag(dynamic.outer), tag(dynamic.inner), status && status->programInHw()});
+   }
+   return table;
+}
+
+Table diagnostics(Host const& host) {
+   Table table{"diagnostics", {"file", "table", "key", "text"}, {}};
+   for (auto const& each : host.world().inventory().diagnostics) {
+      table.add({each.file, each.table, each.key, each.text});
+   }
+   return table;
+}
+
+Table corestate(Host const& host) {
+   Table table{"corestate", {"path", "type"}, {}};
+   for (auto const& [path, entity] : host.world().corestate().mounted()) {
+      table.add({path, entity->orvType().name()});
+   }
+   return table;
+}
+
+Table published(Host const& host) {
+   Table table{"published", {"interface", "unit", "domain"}, {}};
+   auto const& domains = *host.intfToVlanDomainStatus();
+   auto const& faps = *host.intfToFapIdStatus();
+   auto add = [&](IntfId intf) {
+      table.add({intf.name(), faps.intfToFapHas(intf) ? Json(faps.intfToFap(intf).value()) : Json(),
+                 domains.vlanDomainHas(intf) ? Json(domains.vlanDomain(intf).value()) : Json()});
+   };
+   for (auto const& [intf, fap] : faps.intfToFapIter()) {
+      add(intf);
+   }
+   for (auto const& [intf, domain] : domains.vlanDomainIter()) {
+      if (!faps.intfToFapHas(intf)) {
+         add(intf);
+      }
+   }
+   return table;
+}
+
+} // namespace
+
+void addWorldTables(std::vector<NamedTable>& tables) {
+   tables.insert(tables.end(),
+                 {{"units", "forwarding units", units},
+                  {"ports", "ports, their places and VLANs", ports},
+                  {"published", "each interface's unit and VLAN domain, as published", published},
+                  {"port-channels", "port-channels and their members", portChannels},
+                  {"sub-interfaces", "sub-interfaces and their tags", subInterfaces},
+                  {"diagnostics", "what is odd in the inventory", diagnostics},
+                  {"corestate", "the mounted entities", corestate}});
+}
+
+} // namespace Agent

@@ -1,0 +1,75 @@
+// What the pipelines of both chip generations have in common: the features' tables of the
+// generation, the merge, the intake, and the entities between them, mounted in Corestate.
+#pragma once
+
+#include "agent/world/World.h"
+#include "ShoalTunnel/TcamSharing/TcamSharingCodef.h"
+#include "ShoalTunnel/TcamSharing/TcamSharingMergeSm.h"
+
+#include <array>
+#include <string_view>
+
+namespace Agent {
+
+using Hardware::ShoalTunnel::TcamSharingConfig;
+using Hardware::ShoalTunnel::TcamSharingEntry;
+using Hardware::ShoalTunnel::TcamSharingPolicyId;
+using Hardware::ShoalTunnel::TcamSharingRequest;
+using Hardware::ShoalTunnel::TcamSharingStatus;
+using Orv::Seconds;
+
+enum class Feature { acl, lumen, rampart };
+inline constexpr std::size_t kFeatures = 3;
+inline constexpr std::array<std::string_view, kFeatures> featureNames{"acl", "lumen", "rampart"};
+
+// One configuration and one status per feature.
+class FeatureTables {
+ public:
+   // Mounted below `folder`.
+   FeatureTables(World& world, std::string const& folder);
+
+   Orv::Ptr<TcamSharingConfig> const& config(Feature feature) const {
+      return config_[static_cast<std::size_t>(feature)];
+   }
+   Orv::Ptr<TcamSharingStatus> const& status(Feature feature) const {
+      return status_[static_cast<std::size_t>(feature)];
+   }
+
+ private:
+   std::array<Orv::Ptr<TcamSharingConfig>, kFeatures> config_;
+   std::array<Orv::Ptr<TcamSharingStatus>, kFeatures> status_;
+};
+
+class SharingPipeline {
+ public:
+   virtual ~SharingPipeline();
+
+   // What the programming machine of the request's kind was handed.
+   TcamSharingPolicyId output(TcamSharingRequest request) const {
+      return selector->getRequest(request);
+   }
+
+   std::string const name; // as its folder in Corestate: "isem", "inlif"
+   FeatureTables features;
+   Orv::Ptr<TcamSharingConfig> merged;
+   Orv::Ptr<TcamSharingStatus> mergedStatus;
+   Orv::Ptr<Hardware::ShoalTunnel::TcamSharingMergeSm> merge;
+   Orv::Ptr<Hardware::ShoalTunnel::TcamSharingSelector> selector;
+   Orv::Ptr<Hardware::ShoalTunnel::TcamSharingCommonBase> commonBase;
+   Orv::Ptr<Hardware::ShoalTunnel::TcamSharingCodef> codef;
+
+ protected:
+   SharingPipeline(World& world, std::string folder);
+   // Builds merge and intake, when selector and bookkeeping are there.
+   void buildIntake(World& world, Orv::Timers& timers,
+                    Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> const& helper);
+
+   template<class T, class... Args>
+   Orv::Ptr<T> mounted(World& world, std::string const& entityName, Args&&... args) const {
+      auto entity = Orv::make<T>(std::forward<Args>(args)...);
+      world.corestate().mount(name + "/" + entityName, entity);
+      return entity;
+   }
+};
+
+} // namespace Agent

@@ -1,0 +1,155 @@
+// What people type, found in the world; and who stands where.
+#include "agent/command/Registry.h"
+#include "agent/world/World.h"
+
+#include <algorithm>
+#include <set>
+
+namespace Agent {
+
+using Plexus::PortChannelIntfId;
+using Plexus::SubIntfId;
+
+namespace {
+
+constexpr std::string_view floodMark = "-L3Flood";
+
+bool matches(std::string_view pattern, std::string_view name) {
+   // Backtracks to the last '*' only, so the cost is at most pattern times name.
+   std::size_t p = 0;
+   std::size_t n = 0;
+   std::size_t star = std::string_view::npos;
+   std::size_t retry = 0;
+   while (n < name.size()) {
+      if (p < pattern.size() && pattern[p] == '*') {
+         star = p++;
+         retry = n;
+      } else if (p < pattern.size() && (pattern[p] == '?' || pattern[p] == name[n])) {
+         ++p;
+         ++n;
+      } else if (star != std::string_view::npos) {
+         p = star + 1;
+         n = ++retry;
+      } else {
+         return false;
+      }
+   }
+   while (p < pattern.size() && pattern[p] == '*') {
+      ++p;
+   }
+   return p == pattern.size();
+}
+
+} // namespace
+
+bool World::isPort(IntfId intf) {
+   return intf.fields().kind == Plexus::IntfKind::port && !SubIntfId::isSubIntfId(intf);
+}
+
+IntfId World::interface(std::string_view typed) const {
+   auto mark = typed.rfind(floodMark);
+   bool flood = mark != std::string_view::npos && mark + floodMark.size() == typed.size();
+   auto found = inventory_.find(flood ? typed.substr(0, mark) : typed);
+   if (found.name.empty()) {
+      std::string text = "there is no interface '" + std::string(typed) + "'";
+      for (std::size_t i = 0; i < std::min<std::size_t>(found.candidates.size(), 5); ++i) {
+         text += (i == 0 ? "; did you mean " : ", ") + found.candidates[i];
+      }
+      throw CommandError(text);
+   }
+   if (!flood) {
+      return IntfId(found.name);
+   }
+   if (!isRouted(IntfId(found.name))) {
+      throw CommandError(found.name + " is no routed port, so it has no flood entry");
+   }
+   return IntfId(found.name + std::string(floodMark));
+}
+
+std::vector<IntfId> World::interfaces(std::string_view pattern) const {
+   if (pattern.find_first_of("*?") == std::string_view::npos) {
+      return {interface(pattern)};
+   }
+   auto mark = pattern.rfind(floodMark);
+   bool flood = mark != std::string_view::npos && mark + floodMark.size() == pattern.size();
+   std::vector<IntfId> found;
+   for (IntfId intf : names_) {
+      if (matches(flood ? pattern.substr(0, mark) : pattern, intf.name()) &&
+          (!flood || isRouted(intf))) {
+         found.push_back(flood ? IntfId(intf.name() + std::string(floodMark)) : intf);
+      }
+   }
+   if (found.empty()) {
+      throw CommandError("no interface matches '" + std::string(pattern) + "'");
+   }
+   return found;
+}
+
+FapId World::unit(std::string_view typed) const {
+   for (auto const& unit : inventory_.units) {
+      if (typed == unit.name || typed == unit.key || typed == std::to_string(unit.fapId)) {
+         return FapId(unit.fapId);
+      }
+   }
+   std::string known;
+   for (auto const& unit : inventory_.units) {
+      known += (known.empty() ? "" : ", ") + std::to_string(unit.fapId) + " (" + unit.name + ")";
+   }
+   throw CommandError("the inventory has no unit '" + std::string(typed) + "'; it has " + known);
+}
+
+InventoryUnit const& World::inventoryUnit(FapId unit) const {
+   auto found = std::find_if(
+       inventory_.units.begin(), inventory_.units.end(),
+       [&](InventoryUnit const& candidate) { return candidate.fapId == unit.value(); });
+   return *found;
+}
+
+std::vector<FapId> World::unitsOf(IntfId intf) const {
+   std::string name = intf.name();
+   if (auto mark = name.rfind(floodMark); mark != std::string::npos) {
+      intf = IntfId(name.substr(0, mark));
+   }
+   if (SubIntfId::isSubIntfId(intf)) {
+      intf = SubIntfId::parentIntfId(intf);
+   }
+   std::set<FapId> units;
+   auto addPort = [&](IntfId port) {
+      FapId unit = placeOf(port).fapId;
+      if (!unit.isNull()) {
+         units.insert(unit);
+      }
+   };
+   for (IntfId port : portsOf(intf)) {
+      addPort(port);
+   }
+   for (auto const& svi : inventory_.vlanInterfaces) {
+      if (svi.name == intf.name()) {
+         units.insert(FapId(svi.fapId));
+      }
+   }
+   for (auto const& tunnel : inventory_.tunnels) {
+      if (tunnel.name == intf.name()) {
+         units.insert(FapId(tunnel.fapId));
+      }
+   }
+   return {units.begin(), units.end()};
+}
+
+bool World::isRouted(IntfId intf) const {
+   return intfVlanIdTable->internalVlanIdHas(intf);
+}
+
+std::vector<IntfId> World::portsOf(IntfId portOrLag) const {
+   std::vector<IntfId> ports;
+   if (isPort(portOrLag)) {
+      ports.push_back(portOrLag);
+   } else if (auto status = ethIntfStatusDir->ethLagIntfStatus(portOrLag)) {
+      for (auto const& [member, present] : status->memberIter()) {
+         ports.push_back(member);
+      }
+   }
+   return ports;
+}
+
+} // namespace Agent
