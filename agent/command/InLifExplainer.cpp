@@ -69,6 +69,11 @@ void InLifExplainer::addTunnel() {
 }
 
 std::string InLifExplainer::refusal() const {
+   if (holds_) {
+      return "Answered failed, although the chip holds the policy: an entry of the sub-interface "
+             "was "
+             "removed or rewritten before its answer came. A change of the policy asks again.";
+   }
    return std::string("Not in hardware: the chip refused the write") +
           (resolution_.mapper.size() > 1 ? " on a port at least" : "") +
           ". It is not retried by itself; a change of the policy writes it again.";
