@@ -344,6 +344,67 @@ TEST(AgentTest, BothGenerationsAreOneTableToAFeature) {
                "expect mapper u/3/Ethernet0.5 u/3/Ethernet0 none");
 }
 
+// Sub-interfaces on ports and on port-channels with members on several units, and tunnels, through
+// refusals, lost, late and reordered answers, and members that come and go meanwhile.
+TEST(AgentTest, APublishedChassisRunsBothGenerations) {
+   auto inventory = fileContent("../shared/inventories/07-chassis-8card-assembled.json");
+   if (!inventory) {
+      GTEST_SKIP() << "the published inventories are not here";
+   }
+   Result result = run(R"(unit 32 type 2
+unit 36 type 2
+unit 28 lookup lumen
+member lc10/ASIC0/PortChannel1 add lc08/ASIC0/Ethernet0
+member lc10/ASIC0/PortChannel2 add lc09/ASIC0/Ethernet0
+member lc10/ASIC0/PortChannel3 add lc09/ASIC0/Ethernet4
+member lc10/ASIC0/PortChannel3 add lc09/ASIC0/Ethernet8
+request acl lc08/ASIC0/Ethernet*.* own qos=5,pbr=1
+request lumen lc08/ASIC0/Ethernet*.* own lumen=4
+request acl lc09/ASIC0/Ethernet*.* own qos=3,acl=7
+request acl lc10/ASIC0/PortChannel*.* own qos=9
+request acl lc10/ASIC0/Tunnel-vtep_v4 own qos=1
+request acl */PortChannel??? own qos=2
+chip refuse often 0.05
+chip lose often 0.05 table mapper
+chip lose next 1 table tunnel
+chip slow often 0.05
+chip duplicate often 0.05
+chip reorder often 0.05
+chip defer next 1
+settle
+request acl lc10/ASIC0/PortChannel*.* own qos=10
+advance 0.004
+member lc10/ASIC0/PortChannel3 remove lc09/ASIC0/Ethernet8
+encapsulation lc09/ASIC0/Ethernet92.10 10,20
+unit 32 unavailable
+request acl lc10/ASIC0/PortChannel*.* own qos=11
+advance 0.004
+member lc10/ASIC0/PortChannel2 remove lc09/ASIC0/Ethernet0
+member lc10/ASIC0/PortChannel2 add lc09/ASIC0/Ethernet12
+unit 32 available
+settle
+chip well
+settle
+request acl lc10/ASIC0/PortChannel*.* own qos=12
+request acl lc09/ASIC0/Ethernet*.* own qos=4
+request acl lc10/ASIC0/Tunnel-vtep_v4 own qos=2
+request acl */PortChannel??? own qos=3
+request acl lc08/ASIC0/Ethernet*.* own qos=6
+settle
+expect status acl lc10/ASIC0/PortChannel*.* own success qos=12
+expect status acl lc09/ASIC0/Ethernet*.* own success qos=4
+expect status acl */PortChannel??? own success qos=3
+expect status lumen lc08/ASIC0/Ethernet*.* own success lumen=4
+expect in-hardware lc10/ASIC0/PortChannel*.* own
+expect in-hardware lc08/ASIC0/Ethernet*.* own
+expect in-hardware lc10/ASIC0/Tunnel-vtep_v4 own
+expect mapper lc10/ASIC0/PortChannel2.1100 lc09/ASIC0/Ethernet12 qos=12
+expect mapper lc10/ASIC0/PortChannel2.1100 lc09/ASIC0/Ethernet0 absent
+)",
+                       {}, *inventory);
+   EXPECT_EQ(result.code, 0) << result.errors;
+}
+
 TEST(AgentTest, UnitsAndDomainsArePublished) {
    expectSound("expect published u/3/Ethernet0 3 1\n"
                "port-map u/3/Ethernet0 1 9\nexpect published u/3/Ethernet0 3 1\n"
