@@ -78,10 +78,19 @@ uint64_t hashOf(T const& value) {
    }
 }
 
+// A scoped enumeration whose enumerators have a text form of their own.
+template<class T>
+concept NamedEnum =
+    std::is_enum_v<T> && !std::is_convertible_v<T, int> && requires(std::ostream & out, T value) {
+   out << value;
+};
+
 // Writes one field of a value; bytes are numbers and flags are 0 or 1.
 template<class T>
 void printField(std::ostream& out, T const& field) {
-   if constexpr (std::is_integral_v<T>) {
+   if constexpr (NamedEnum<T>) {
+      out << field;
+   } else if constexpr (std::is_integral_v<T>) {
       out << +field;
    } else if constexpr (std::is_enum_v<T>) {
       out << +static_cast<std::underlying_type_t<T>>(field);

@@ -41,7 +41,11 @@ class SystemTcamId {
  public:
    constexpr SystemTcamId() = default;
    constexpr explicit SystemTcamId(uint16_t value) : value_(value) {}
+   static SystemTcamId fromIndex(uint32_t index) {
+      return SystemTcamId(static_cast<uint16_t>(index));
+   }
    uint16_t value() const { return value_; }
+   uint32_t index() const { return value_; }
    uint64_t hash() const { return Orv::mixHash(value_); }
    friend auto operator<=>(SystemTcamId, SystemTcamId) = default;
    friend std::ostream& operator<<(std::ostream& out, SystemTcamId id) { return out << id.value_; }

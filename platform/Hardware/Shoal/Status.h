@@ -29,6 +29,10 @@ class ORV_EXPORT Status : public Orv::Entity {
    // Interface -> its port, in interface order. An absent interface reads as the null port.
    ORV_COLLECTION(sysPhyPortId, Plexus::IntfId, SystemPhyPortId, Orv::OrderedCollection)
    ORV_COLLECTION(portMap, SystemPhyPortId, PortMap, Orv::KeyedByIndex)
+   // Physical port -> the TCAM that serves it; an absent port reads as the unset TCAM.
+   ORV_COLLECTION(sysTcamId, Plexus::IntfId, SystemTcamId, Orv::KeyedByIndex)
+   // Says that offsets and masks in TCAM keys (ShoalTcam) have moved.
+   ORV_ATTRIBUTE(tcamKeyVersion, uint32_t, 0)
    // While false, the port map is being rewritten; a new version says that it is whole again.
    ORV_ATTRIBUTE(portMapValid, bool, true)
    ORV_ATTRIBUTE(portMapVersion, uint32_t, 0)

@@ -1,0 +1,121 @@
+// The features that an in-LIF can carry, and what is kept per feature.
+#pragma once
+
+#include "platform/Orv/Collection.h"
+#include "platform/Orv/Exception.h"
+
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <ostream>
+
+namespace Hardware::ShoalTunnel {
+
+// Which features these are is between those who ask for them and the TCAM layouts; none is the mark
+// of an unset type.
+enum class InLifFeatureType : uint8_t {
+   none = 0,
+   feature1 = 1,
+   feature2,
+   feature3,
+   feature4,
+   feature5,
+   feature6,
+   feature7,
+   feature8,
+   feature9,
+   feature10,
+   feature11,
+   feature12,
+};
+
+inline constexpr unsigned kInLifFeatureTypeBound = 13; // exclusive
+
+// All types, ascending.
+inline constexpr auto inLifFeatureTypes = [] {
+   std::array<InLifFeatureType, kInLifFeatureTypeBound - 1> types{};
+   for (unsigned at = 0; at < types.size(); ++at) {
+      types[at] = static_cast<InLifFeatureType>(at + 1);
+   }
+   return types;
+}();
+
+inline std::ostream& operator<<(std::ostream& out, InLifFeatureType type) {
+   return type == InLifFeatureType::none ? out << "none"
+                                         : out << "feature" << static_cast<unsigned>(type);
+}
+
+// Throws Orv::RangeException for anything but the twelve types.
+inline InLifFeatureType checkedInLifFeatureType(InLifFeatureType type) {
+   if (static_cast<unsigned>(type) - 1 >= kInLifFeatureTypeBound - 1) {
+      throw Orv::RangeException("InLifFeatureType < 1 or > 12 not allowed");
+   }
+   return type;
+}
+
+// A collection over the twelve types, in order of type, in place: no allocation, and nobody watches
+// it. A walk goes through a copy, so everything may be changed meanwhile.
+template<class V>
+class InLifFeatureMap {
+ public:
+   using Key = InLifFeatureType;
+   using Value = V;
+   class Walk;
+
+   V get(Key type) const { return has(type) ? values_[slot(type)] : V{}; }
+   bool has(Key type) const {
+      return static_cast<unsigned>(type) < kInLifFeatureTypeBound && (present_ & bit(type)) != 0;
+   }
+   std::size_t size() const { return static_cast<std::size_t>(std::popcount(present_)); }
+   // Throws Orv::RangeException for a type that is none of the twelve.
+   void set(Key type, V value) {
+      values_[slot(checkedInLifFeatureType(type))] = std::move(value);
+      present_ |= bit(type);
+   }
+   void del(Key type) {
+      if (has(type)) {
+         present_ &= static_cast<uint16_t>(~bit(type));
+      }
+   }
+   void delAll() { present_ = 0; }
+   Walk walk() const { return Walk(*this); }
+
+   class Walk {
+    public:
+      explicit Walk(InLifFeatureMap const& map) : map_(map) {}
+      struct End {};
+      class Iterator {
+       public:
+         Iterator(InLifFeatureMap const& map) : map_(&map), left_(map.present_) {}
+         Orv::Member<Key, V> operator*() const {
+            auto type = static_cast<Key>(std::countr_zero(left_));
+            return {type, map_->values_[slot(type)]};
+         }
+         Iterator& operator++() {
+            left_ &= static_cast<uint16_t>(left_ - 1);
+            return *this;
+         }
+         bool operator==(End) const { return left_ == 0; }
+
+       private:
+         InLifFeatureMap const* map_;
+         uint16_t left_; // types still to come
+      };
+      Iterator begin() const { return Iterator(map_); }
+      End end() const { return {}; }
+
+    private:
+      InLifFeatureMap map_;
+   };
+
+ private:
+   static std::size_t slot(Key type) { return static_cast<std::size_t>(type) - 1; }
+   static uint16_t bit(Key type) {
+      return static_cast<uint16_t>(1U << static_cast<unsigned>(type));
+   }
+
+   std::array<V, kInLifFeatureTypeBound - 1> values_{};
+   uint16_t present_ = 0; // bit per type
+};
+
+} // namespace Hardware::ShoalTunnel

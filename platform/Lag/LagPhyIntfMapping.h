@@ -1,0 +1,38 @@
+// Which ports make up which port-channel, seen from both ends.
+//
+// The writer keeps the two in step. A port that joins or leaves has its own entry (phyIntfLag)
+// written before the member list: who follows the list then finds the entry right. A port that
+// moves leaves its old port-channel before it joins the new one.
+#pragma once
+
+#include "platform/Orv/Entity.h"
+#include "platform/Plexus/IntfId.h"
+
+namespace Lag {
+
+// The member list of one port-channel.
+class ORV_EXPORT LagPhyIntfConfig : public Orv::Entity {
+   ORV_ENTITY(LagPhyIntfConfig, "Lag::LagPhyIntfConfig")
+
+   explicit LagPhyIntfConfig(Plexus::IntfId lag) : lag_(lag) {}
+   Plexus::IntfId lag() const { return lag_; }
+   ORV_SET(phyIntf, Plexus::IntfId, Orv::Keyed)
+
+ private:
+   Plexus::IntfId lag_;
+};
+
+class ORV_EXPORT LagPhyIntfMapping : public Orv::Entity {
+   ORV_ENTITY(LagPhyIntfMapping, "Lag::LagPhyIntfMapping")
+   // Port-channel -> its members.
+   ORV_OWNED_COLLECTION(lagPhyIntfConfig, Plexus::IntfId, LagPhyIntfConfig, Orv::KeyedByIndex)
+   // Port -> the port-channel that it belongs to; absent or the empty interface for none.
+   ORV_COLLECTION(phyIntfLag, Plexus::IntfId, Plexus::IntfId, Orv::KeyedByIndex)
+
+   bool isMember(Plexus::IntfId lag, Plexus::IntfId phyIntf) const {
+      auto members = lagPhyIntfConfig(lag);
+      return members && members->phyIntf(phyIntf);
+   }
+};
+
+} // namespace Lag
