@@ -1,0 +1,60 @@
+// The key of requests and responses: one feature of one in-LIF interface.
+#pragma once
+
+#include "platform/Hardware/ShoalTunnel/InLifFeatureType.h"
+#include "ShoalTunnel/InLifIntfFeatureAggSm/InLifIntfKey.h"
+
+namespace Hardware::ShoalTunnel {
+
+// What is asked for a feature.
+using InLifFeatureValue = uint32_t;
+
+// Holds the interface's handle, so that going from a feature to its interface costs nothing.
+struct InLifFeatureKeyFields {
+   InLifIntfKey intfKey;
+   InLifFeatureType featureType = InLifFeatureType::none;
+
+   uint64_t hash() const {
+      return Orv::mixHash(static_cast<uint64_t>(intfKey.index()) << 8 |
+                          static_cast<uint8_t>(featureType));
+   }
+   friend auto operator<=>(InLifFeatureKeyFields const&, InLifFeatureKeyFields const&) = default;
+   TCAM_SHARING_EXPORT friend std::ostream& operator<<(std::ostream& out,
+                                                       InLifFeatureKeyFields const& fields);
+};
+
+TCAM_SHARING_EXPORT extern Orv::Interner<InLifFeatureKeyFields> inLifFeatureKeyInterner;
+
+// Interned, like InLifIntfKey.
+class InLifFeatureKey : public Orv::Interned<InLifFeatureKeyFields, inLifFeatureKeyInterner> {
+ public:
+   constexpr InLifFeatureKey() = default;
+   // Throws Orv::RangeException for anything but the twelve feature types.
+   InLifFeatureKey(InLifIntfKey intfKey, InLifFeatureType featureType)
+       : Interned(InLifFeatureKeyFields{intfKey, checkedInLifFeatureType(featureType)}) {}
+   InLifFeatureKey(Plexus::IntfId intfId, Shoal::SystemTcamId tcamId, InLifFeatureType featureType)
+       : InLifFeatureKey(InLifIntfKey(intfId, tcamId), featureType) {}
+   static InLifFeatureKey fromIndex(uint32_t index) {
+      InLifFeatureKey key;
+      key.index_ = index;
+      return key;
+   }
+   // The key if it was ever made, the default key otherwise: for walks over all types, which must
+   // not fill the process with keys of features that nobody asks for.
+   static InLifFeatureKey existing(InLifIntfKey intfKey, InLifFeatureType featureType) {
+      InLifFeatureKeyFields fields{intfKey, featureType};
+      uint32_t found = inLifFeatureKeyInterner.find(
+          fields.hash(), [&](InLifFeatureKeyFields const& other) { return other == fields; });
+      return found == Orv::kNil ? InLifFeatureKey() : fromIndex(found);
+   }
+
+   InLifIntfKey intfKey() const { return fields().intfKey; }
+   Plexus::IntfId intfId() const { return intfKey().intfId(); }
+   Shoal::SystemTcamId tcamId() const { return intfKey().tcamId(); }
+   InLifFeatureType featureType() const { return fields().featureType; }
+
+   static constexpr char const* blipForm = "<InLifFeatureKey intfId=% tcamId=% featureType=%>";
+   auto blipFields() const { return std::tuple(intfId(), tcamId().value(), featureType()); }
+};
+
+} // namespace Hardware::ShoalTunnel

@@ -1,0 +1,52 @@
+#include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureRequestAggSm.h"
+
+#include "platform/Trace/Trace.h"
+
+namespace Hardware::ShoalTunnel {
+
+InLifFeatureRequestAggSm::InLifFeatureRequestAggSm(
+    Orv::Ptr<InLifFeatureRequestDir const> requestDir, Orv::Ptr<InLifIntfConfig> inLifIntfCfg)
+    : requestDir_(std::move(requestDir)), inLifIntfCfg_(std::move(inLifIntfCfg)),
+      orvRequestDir_(this) {
+   if (requestDir_) {
+      requestDir_->requestCollection().watch(orvRequestDir_);
+   }
+   handleAllRequest();
+}
+
+void InLifFeatureRequestAggSm::handleRequest(InLifFeatureKey const& reqKey) {
+   TRACE(8, *this, __func__);
+   InLifIntfKey intfKey = reqKey.intfKey();
+   InLifFeatureType type = reqKey.featureType();
+   if (auto request = requestDir_->requestCollection().find(reqKey)) {
+      auto aggr = inLifIntfCfg_->requestIs(intfKey);
+      aggr->featureAggIs(type, request->value);
+      TRACE(7, "Added/modified intfCfg: ", intfKey, " feature: ", type);
+      aggr->versionInc(1);
+      return;
+   }
+   auto aggr = inLifIntfCfg_->request(intfKey);
+   if (!aggr) {
+      return;
+   }
+   aggr->featureAggDel(type);
+   if (aggr->featureAggs() != 0) {
+      TRACE(7, "Removed feature for intfCfg: ", intfKey, " feature: ", type);
+      aggr->versionInc(1);
+   } else {
+      // No new version: consumers see the aggregate go.
+      TRACE(7, "Deleting intfCfg for: ", intfKey);
+      inLifIntfCfg_->requestDel(intfKey);
+   }
+}
+
+void InLifFeatureRequestAggSm::handleAllRequest() {
+   TRACE(8, *this, __func__);
+   if (requestDir_) {
+      for (auto const& [reqKey, request] : requestDir_->requestIter()) {
+         handleRequest(reqKey);
+      }
+   }
+}
+
+} // namespace Hardware::ShoalTunnel

@@ -1,0 +1,32 @@
+// What one requesting feature asks for.
+#pragma once
+
+#include "platform/Orv/Entity.h"
+#include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureKey.h"
+
+namespace Hardware::ShoalTunnel {
+
+struct InLifFeatureRequest {
+   InLifFeatureKey key;
+   InLifFeatureValue value = 0;
+
+   ORV_VALUE(InLifFeatureRequest, "Hardware::ShoalTunnel::InLifFeatureRequest", key, value)
+};
+
+// The requests of one feature. Written by the feature; stands in the input directory under its
+// name.
+class TCAM_SHARING_EXPORT InLifFeatureRequestDir : public Orv::Entity {
+   ORV_ENTITY(InLifFeatureRequestDir, "Hardware::ShoalTunnel::InLifFeatureRequestDir")
+
+   explicit InLifFeatureRequestDir(Orv::Name name) : name_(std::move(name)) {}
+   Orv::Name const& name() const { return name_; }
+   // Publishing a request again counts, whatever its value.
+   ORV_EVENTS(request, InLifFeatureKey, InLifFeatureRequest, Orv::PagedStorage)
+   // Under the request's own key.
+   void requestIs(InLifFeatureRequest const& request) { requestIs(request.key, request); }
+
+ private:
+   Orv::Name name_;
+};
+
+} // namespace Hardware::ShoalTunnel

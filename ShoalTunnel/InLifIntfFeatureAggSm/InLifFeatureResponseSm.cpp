@@ -1,0 +1,111 @@
+#include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureResponseSm.h"
+
+#include "platform/Trace/Trace.h"
+
+namespace Hardware::ShoalTunnel {
+
+namespace {
+
+constexpr InLifFeatureValue kMissing = 0xffffffff;
+
+InLifFeatureValue valueOf(InLifIntfFeatureAggr const& aggr, InLifFeatureType type) {
+   return aggr.featureAggHas(type) ? aggr.featureAgg(type) : kMissing;
+}
+
+} // namespace
+
+InLifFeatureResponseSm::InLifFeatureResponseSm(Orv::Ptr<InLifIntfStatus const> inLifIntfStatus,
+                                               Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
+                                               Orv::Ptr<InLifFeatureStatus> statusDir)
+    : inLifIntfStatus_(std::move(inLifIntfStatus)), inLifIntfCfg_(std::move(inLifIntfCfg)),
+      statusDir_(std::move(statusDir)), orvInLifIntfStatus_(this) {
+   inLifIntfStatus_->responseCollection().watch(orvInLifIntfStatus_);
+   for (auto const& [key, response] : inLifIntfStatus_->responseIter()) {
+      lifStatusResponseIs(response);
+   }
+   for (auto const& [key, reactor] : lifStatusResponse_.walk()) {
+      if (!inLifIntfStatus_->responseHas(key)) {
+         lifStatusResponseDel(key);
+      }
+   }
+}
+
+void InLifFeatureResponseSm::handleInLifIntfStatus(InLifIntfKey const& key) {
+   if (auto response = inLifIntfStatus_->response(key)) {
+      lifStatusResponseIs(response);
+   } else {
+      lifStatusResponseDel(key);
+   }
+}
+
+void InLifFeatureResponseSm::lifStatusResponseIs(
+    Orv::Ptr<InLifIntfFeatureAggr const> const& response) {
+   InLifIntfKey key = response ? response->key() : InLifIntfKey();
+   if (auto reactor = lifStatusResponse_.get(key)) {
+      reactor->aggrIs(response);
+      return;
+   }
+   auto reactor = Orv::make<OrvLifStatusResponse>(response, this);
+   lifStatusResponse_.set(key, reactor);
+   reactor->handleInitialized();
+}
+
+void InLifFeatureResponseSm::lifStatusResponseDel(InLifIntfKey const& key) {
+   if (auto reactor = lifStatusResponse_.get(key)) {
+      lifStatusResponse_.del(key);
+      reactor->remove();
+      reactor->handleDelete();
+   }
+}
+
+void InLifFeatureResponseSm::lifStatusResponseDelAll() {
+   for (auto const& [key, reactor] : lifStatusResponse_.walk()) {
+      lifStatusResponseDel(key);
+   }
+}
+
+void InLifFeatureResponseSm::OrvLifStatusResponse::handleVersion() {
+   TRACE(8, *this, __func__);
+   // A response may be read, and the status taken away, from inside the write of another one.
+   Orv::Ptr<OrvLifStatusResponse> self(this);
+   for (InLifFeatureType type : inLifFeatureTypes) {
+      if (sm_->lifStatusResponse(key()) != self) {
+         return;
+      }
+      doUpdateFeature(type);
+   }
+}
+
+void InLifFeatureResponseSm::OrvLifStatusResponse::doUpdateFeature(InLifFeatureType type) {
+   auto handled = sm_->inLifIntfStatus_->response(key());
+   if (!handled || !handled->featureAggHas(type)) {
+      TRACE(7, *this, "Deleting response for ", type);
+      sm_->statusDir_->responseDel(InLifFeatureKey::existing(key(), type));
+      return;
+   }
+   auto requested = sm_->inLifIntfCfg_->request(key());
+   // Any other version, newer ones included: the machine that handles it will write the status
+   // anew.
+   if (!requested || requested->version() != handled->version()) {
+      return;
+   }
+   InLifFeatureValue programmed = valueOf(*handled, type);
+   InLifFeatureResponse response{InLifFeatureKey(key(), type), programmed,
+                                 InLifFeatureResponseStatus::success};
+   if (valueOf(*requested, type) == programmed) {
+      TRACE(7, *this, "Setting response for ", type, " to success ", "value:", programmed);
+   } else {
+      TRACE(7, *this, "Setting response for ", type, " to fail ", "value:", programmed);
+      response.status = InLifFeatureResponseStatus::failure;
+   }
+   sm_->statusDir_->responseIs(response);
+}
+
+void InLifFeatureResponseSm::OrvLifStatusResponse::handleDelete() {
+   TRACE(8, *this, __func__);
+   for (InLifFeatureType type : inLifFeatureTypes) {
+      sm_->statusDir_->responseDel(InLifFeatureKey::existing(key(), type));
+   }
+}
+
+} // namespace Hardware::ShoalTunnel
