@@ -1,0 +1,132 @@
+#include "ShoalTunnel/InLifIntfSm/BaseInLifIntfSm.h"
+
+#include "platform/Orv/Failure.h"
+#include "platform/Trace/Trace.h"
+
+namespace Hardware::ShoalTunnel {
+
+BaseInLifIntfSm::BaseInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
+                                 Orv::Ptr<InLifIntfStatus> inLifIntfStatus,
+                                 Orv::Ptr<Shoal::Status const> shoalStatus)
+    : inLifIntfCfg_(std::move(inLifIntfCfg)), inLifIntfStatus_(std::move(inLifIntfStatus)),
+      shoalStatus_(std::move(shoalStatus)), orvInLifIntfCfg_(this), orvShoalStatus_(this) {
+   inLifIntfCfg_->requestCollection().watch(orvInLifIntfCfg_);
+   shoalStatus_->tcamKeyVersionAttribute().watch(orvShoalStatus_);
+   for (auto const& [key, aggr] : inLifIntfCfg_->requestIter()) {
+      lifIntfCfgIs(aggr);
+   }
+}
+
+BaseInLifIntfSm::~BaseInLifIntfSm() = default;
+
+void BaseInLifIntfSm::handleInitialized() {
+   TRACE(8, "BaseInLifIntfSm::", __func__);
+   for (auto const& [key, aggr] : inLifIntfCfg_->requestIter()) {
+      doHandleRequest(key, true);
+   }
+   initialized_ = true;
+}
+
+void BaseInLifIntfSm::handleTcamKeyVersion() {
+   TRACE(8, "BaseInLifIntfSm::", __func__);
+   if (!initialized_) {
+      return;
+   }
+   // A new layout may have moved every feature, so the versions of aggregates do not matter here.
+   for (auto const& [key, aggr] : inLifIntfCfg_->requestIter()) {
+      doHandleRequest(key, true);
+   }
+}
+
+void BaseInLifIntfSm::handleInLifIntfCfg(InLifIntfKey const& key) {
+   if (auto aggr = inLifIntfCfg_->request(key)) {
+      lifIntfCfgIs(aggr);
+   } else {
+      lifIntfCfgDel(key);
+   }
+}
+
+void BaseInLifIntfSm::doHandleRequest(InLifIntfKey const&, bool) {
+   ORV_ASSERT(false, "false", "To be implemented in inherited class");
+}
+
+void BaseInLifIntfSm::doUpdateResponse(InLifIntfKey const& key) {
+   TRACE(8, "BaseInLifIntfSm::", __func__, " key: ", key);
+   auto aggr = inLifIntfCfg_->request(key);
+   if (!aggr) {
+      TRACE(7, " Deleted local status for lifIntfKey: ", key);
+      inLifIntfStatus_->responseDel(key);
+      return;
+   }
+   auto response = inLifIntfStatus_->responseIs(key);
+   for (auto const& [type, value] : aggr->featureAggIter()) {
+      response->featureAggIs(type, value);
+   }
+   for (auto const& [type, value] : response->featureAggIter()) {
+      if (!aggr->featureAggHas(type)) {
+         response->featureAggDel(type);
+      }
+   }
+   TRACE(7, " Updated local status for lifIntfKey: ", key, ", version: ", aggr->version());
+   // Last, so that nobody compares a new version with old features.
+   response->versionIs(aggr->version());
+}
+
+void BaseInLifIntfSm::lifIntfCfgIs(Orv::Ptr<InLifIntfFeatureAggr const> const& aggr) {
+   if (!aggr) {
+      throw Orv::NullArgumentException("BaseInLifIntfSm::lifIntfCfgIs of a null aggregate");
+   }
+   if (auto reactor = lifIntfCfg_.get(aggr->key())) {
+      reactor->aggrIs(aggr);
+   } else {
+      newLifIntfCfg(aggr);
+   }
+}
+
+Orv::Ptr<BaseInLifIntfSm::OrvLifIntfCfg>
+BaseInLifIntfSm::newLifIntfCfg(Orv::Ptr<InLifIntfFeatureAggr const> const& aggr) {
+   if (!aggr) {
+      throw Orv::NullArgumentException("BaseInLifIntfSm::newLifIntfCfg of a null aggregate");
+   }
+   auto reactor = Orv::make<OrvLifIntfCfg>(aggr, this);
+   lifIntfCfg_.set(aggr->key(), reactor);
+   reactor->handleInitialized();
+   return reactor;
+}
+
+void BaseInLifIntfSm::lifIntfCfgDel(InLifIntfKey const& key) {
+   if (auto reactor = lifIntfCfg_.get(key)) {
+      lifIntfCfg_.del(key);
+      reactor->remove();
+      reactor->handleDelete();
+   }
+}
+
+void BaseInLifIntfSm::lifIntfCfgDelAll() {
+   for (auto const& [key, reactor] : lifIntfCfg_.walk()) {
+      lifIntfCfgDel(key);
+   }
+}
+
+void BaseInLifIntfSm::OrvLifIntfCfg::handleInitialized() {
+   TRACE(8, *this, __func__);
+}
+
+void BaseInLifIntfSm::OrvLifIntfCfg::handleVersion() {
+   TRACE(8, *this, __func__, ", version:", lifIntfCfg() ? lifIntfCfg()->version() : 0);
+   if (sm_->initialized()) {
+      // A copy: the reactor may go with what the machine does.
+      InLifIntfKey lifIntfKey = key();
+      sm_->doHandleRequest(lifIntfKey, true);
+   }
+}
+
+void BaseInLifIntfSm::OrvLifIntfCfg::handleDelete() {
+   TRACE(8, *this, __func__);
+   if (sm_->initialized()) {
+      InLifIntfKey lifIntfKey = key();
+      sm_->doHandleRequest(lifIntfKey, false);
+   }
+}
+
+} // namespace Hardware::ShoalTunnel

@@ -1,0 +1,185 @@
+#include "ShoalTunnel/InLifIntfSm/PortInLifIntfSm.h"
+
+#include "platform/Orv/Failure.h"
+#include "platform/Trace/Trace.h"
+
+#include <string_view>
+
+namespace Hardware::ShoalTunnel {
+
+using Plexus::IntfId;
+
+namespace {
+bool isPortChannel(IntfId intfId) {
+   return Plexus::PortChannelIntfId::isPortChannelIntfId(intfId);
+}
+bool isSubIntfOrVlan(IntfId intfId) {
+   return Plexus::SubIntfId::isSubIntfId(intfId) || Plexus::VlanIntfId::isVlanIntfId(intfId);
+}
+} // namespace
+
+PortInLifIntfSm::PortInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
+                                 Orv::Ptr<InLifIntfStatus> inLifIntfStatus,
+                                 Orv::Ptr<Shoal::Status const> shoalStatus,
+                                 Orv::Ptr<DefaultLifFeatureConfig> defaultPortLifFeatureCfg,
+                                 Orv::Ptr<InLifIntfConfig> inLifIntfCfgLagExp,
+                                 Orv::Ptr<Lag::LagPhyIntfMapping const> lagPhyIntfMapping,
+                                 Orv::Ptr<Lag::Config const> lagConfig,
+                                 Orv::Ptr<Shoal::LocalPortMapStatus const> localPortMapStatus)
+    : BaseInLifIntfSm(std::move(inLifIntfCfg), std::move(inLifIntfStatus), std::move(shoalStatus)),
+      defaultPortLifFeatureCfg_(std::move(defaultPortLifFeatureCfg)),
+      inLifIntfCfgLagExp_(std::move(inLifIntfCfgLagExp)),
+      lagPhyIntfMapping_(std::move(lagPhyIntfMapping)), lagConfig_(std::move(lagConfig)),
+      localPortMapStatus_(std::move(localPortMapStatus)),
+      lagPhyIntfConfig_(lagPhyIntfMapping_, *this), orvPortMapVersion_(this) {
+   this->shoalStatus()->portMapVersionAttribute().watch(orvPortMapVersion_);
+}
+
+bool PortInLifIntfSm::isLagMember(IntfId phyIntf) const {
+   return lagPhyIntfMapping_->phyIntfLag(phyIntf) != IntfId();
+}
+
+template<class Use>
+void PortInLifIntfSm::forEachCovered(InLifIntfKey key, Use&& use) const {
+   if (!isPortChannel(key.intfId())) {
+      if (!isLagMember(key.intfId())) {
+         use(key.intfId());
+      }
+   } else if (auto members = lagPhyIntfMapping_->lagPhyIntfConfig(key.intfId())) {
+      for (auto const& [phyIntf, present] : members->phyIntfIter()) {
+         if (shoalStatus()->sysTcamId(phyIntf) == key.tcamId()) {
+            use(phyIntf);
+         }
+      }
+   }
+}
+
+void PortInLifIntfSm::doHandleRequest(InLifIntfKey const& key, bool isAdd) {
+   TRACE_SPLIT(
+       8, TEXT("PortInLifIntfSm::", __func__, std::string_view(isAdd ? " add " : " del "), key),
+       BLIP("PortInLifIntfSm::", __func__, key));
+   IntfId intfId = key.intfId();
+   if (isSubIntfOrVlan(intfId)) {
+      TRACE(7, "  We don't care about subinterfaces or vlans, only ports");
+      return;
+   }
+   if (isAdd && !shoalStatus()->portMapValid()) {
+      TRACE(0, "PortInLifIntfSm::", " ", "add", " portmap is not valid for ", key);
+      return;
+   }
+   if (isPortChannel(intfId)) {
+      if (!lagPhyIntfMapping_->lagPhyIntfConfigHas(intfId)) {
+         TRACE(7, "  Lag was not found in lag config:", intfId);
+         if (!isAdd) {
+            doUpdateResponse(key);
+         }
+         return;
+      }
+   } else if (isLagMember(intfId)) {
+      // The port-channel's request counts, and the port's own is answered as if it did.
+      TRACE(7, "  ", intfId, " is a lag member, ignoring cfg");
+   }
+   forEachCovered(key, [&](IntfId phyIntf) { doUpdateDefaultLifFeatureCfg(key, phyIntf, isAdd); });
+   doUpdateResponse(key);
+}
+
+void PortInLifIntfSm::doUpdateDefaultLifFeatureCfg(InLifIntfKey const& lifIntfKey, IntfId phyIntf,
+                                                   bool isAdd) {
+   TRACE_SPLIT(8, static_cast<void>(0),
+               BLIP("PortInLifIntfSm::", __func__, std::string_view(isAdd ? " add " : " del "),
+                    lifIntfKey, " ", phyIntf));
+   InLifIntfKey expandedKey(phyIntf, lifIntfKey.tcamId());
+   if (!isAdd) {
+      defaultPortLifFeatureCfg_->lifFeatureAttrDel(phyIntf);
+      inLifIntfCfgLagExp_->requestDel(expandedKey);
+      return;
+   }
+   ORV_ASSERT(inLifIntfCfg()->requestHas(lifIntfKey), "inLifIntfCfg()->requestHas( lifIntfKey )");
+   Orv::Ptr<InLifIntfFeatureAggr const> aggr = inLifIntfCfg()->request(lifIntfKey);
+   defaultPortLifFeatureCfg_->lifFeatureAttrIs(phyIntf, getInLifFeatureAttr(aggr));
+   auto expanded = inLifIntfCfgLagExp_->requestIs(expandedKey);
+   expanded->featureAggDelAll();
+   for (auto const& [type, value] : aggr->featureAggIter()) {
+      expanded->featureAggIs(type, value);
+   }
+   expanded->versionInc(1);
+}
+
+void PortInLifIntfSm::handleLagPhyIntf(IntfId lag, IntfId phyIntf) {
+   TRACE(8, "PortInLifIntfSm::", __func__, " lag intf ", lag, " phy intf ", phyIntf);
+   if (initialized()) {
+      doOnLagMember(lag, phyIntf, lagPhyIntfMapping_->isMember(lag, phyIntf));
+   }
+}
+
+void PortInLifIntfSm::doOnLagMember(IntfId lag, IntfId phyIntf, bool isAdd) {
+   TRACE(8, "PortInLifIntfSm::", __func__, " lag intf ", lag, " phy intf ", phyIntf,
+         std::string_view(isAdd ? " add" : " delete"));
+   if (!shoalStatus()->portMapValid()) {
+      TRACE(0, "PortInLifIntfSm::", " ", std::string_view(isAdd ? "add" : "del"),
+            " portmap is not valid for ", lag, ", ", phyIntf);
+      return;
+   }
+   Shoal::SystemTcamId tcamId = shoalStatus()->sysTcamId(phyIntf);
+   InLifIntfKey lagKey(lag, tcamId);
+   auto portCfg = lifIntfCfg(InLifIntfKey(phyIntf, tcamId));
+   if (inLifIntfCfg()->requestHas(lagKey)) {
+      if (isAdd) {
+         doUpdateDefaultLifFeatureCfg(lagKey, phyIntf, true);
+         doUpdateResponse(lagKey);
+      } else if (!portCfg) {
+         doUpdateDefaultLifFeatureCfg(lagKey, phyIntf, false);
+      }
+   }
+   // A port that joins keeps its word when the port-channel asks for nothing.
+   if (!isAdd && portCfg) {
+      portCfg->handleVersion();
+   }
+}
+
+// Ports that stay covered keep their words through the whole pass: first what nobody asks for any
+// more goes, then every request is applied again, in the order of a fresh start.
+void PortInLifIntfSm::handlePortMapVersion() {
+   TRACE(8, "PortInLifIntfSm::", __func__);
+   if (!initialized()) {
+      return;
+   }
+   ORV_ASSERT(shoalStatus()->portMapValid(), "shoalStatus()->portMapValid()");
+   doRemoveUncovered();
+   for (auto const& [key, aggr] : inLifIntfCfg()->requestIter()) {
+      doHandleRequest(key, true);
+   }
+}
+
+void PortInLifIntfSm::doRemoveUncovered() {
+   Orv::KeyedByIndex<IntfId, bool> coveredPorts;
+   Orv::KeyedByIndex<InLifIntfKey, bool> coveredKeys;
+   for (auto const& [key, aggr] : inLifIntfCfg()->requestIter()) {
+      if (!isSubIntfOrVlan(key.intfId())) {
+         forEachCovered(key, [&, tcamId = key.tcamId()](IntfId phyIntf) {
+            coveredPorts.set(phyIntf, true);
+            coveredKeys.set(InLifIntfKey(phyIntf, tcamId), true);
+         });
+      }
+   }
+   for (auto const& [intfId, attributes] : defaultPortLifFeatureCfg_->lifFeatureAttrIter()) {
+      assertIsPhyIntfId("defaultPortLifFeatureCfg", intfId);
+      Shoal::SystemTcamId sysTcamId = shoalStatus()->sysTcamId(intfId);
+      ORV_ASSERT(sysTcamId != Shoal::SystemTcamId(), "sysTcamId != Hardware::Shoal::SystemTcamId()",
+                 "sysTcamId must be valid for ", intfId);
+      if (!coveredPorts.has(intfId)) {
+         InLifIntfKey key(intfId, sysTcamId);
+         doHandleRequest(key, false);
+         // For a member of a port-channel, whose own key was set aside just now.
+         doUpdateDefaultLifFeatureCfg(key, intfId, false);
+      }
+   }
+   // Under the TCAM that a port had, or that its port-channel's key named.
+   for (auto const& [key, aggr] : inLifIntfCfgLagExp_->requestIter()) {
+      if (!coveredKeys.has(key)) {
+         inLifIntfCfgLagExp_->requestDel(key);
+      }
+   }
+}
+
+} // namespace Hardware::ShoalTunnel
