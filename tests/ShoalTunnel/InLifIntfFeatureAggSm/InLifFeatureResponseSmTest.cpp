@@ -1,0 +1,118 @@
+#include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureResponseSm.h"
+#include "tests/ShoalTunnel/Traced.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace Hardware::ShoalTunnel {
+namespace {
+
+using Type = InLifFeatureType;
+using Plexus::IntfId;
+using testing::HasSubstr;
+
+class ResponseTest : public testing::Test {
+ protected:
+   void request(uint64_t version, std::initializer_list<std::pair<Type, uint32_t>> features) {
+      write(config->requestIs(key), version, features);
+   }
+   void handled(uint64_t version, std::initializer_list<std::pair<Type, uint32_t>> features) {
+      write(status->responseIs(key), version, features);
+   }
+   // The responses of the key: type, value and status each.
+   std::string answers() {
+      std::ostringstream text;
+      for (auto const& [of, response] : responses->responseIter()) {
+         EXPECT_EQ(response.key, of);
+         text << of.featureType() << "=" << response.value << ":"
+              << static_cast<uint32_t>(response.status) << " ";
+      }
+      return text.str();
+   }
+
+   InLifIntfKey key{IntfId("Ethernet1"), Shoal::SystemTcamId(3)};
+   Orv::Ptr<InLifIntfConfig> config = Orv::make<InLifIntfConfig>();
+   Orv::Ptr<InLifIntfStatus> status = Orv::make<InLifIntfStatus>();
+   Orv::Ptr<InLifFeatureStatus> responses = Orv::make<InLifFeatureStatus>();
+   Orv::Ptr<InLifFeatureResponseSm> sm = inLifFeatureResponseSmFactory(status, config, responses);
+
+ private:
+   static void write(Orv::Ptr<InLifIntfFeatureAggr> const& aggr, uint64_t version,
+                     std::initializer_list<std::pair<Type, uint32_t>> features) {
+      aggr->featureAggDelAll();
+      for (auto const& [type, value] : features) {
+         aggr->featureAggIs(type, value);
+      }
+      aggr->versionIs(version);
+   }
+};
+
+TEST_F(ResponseTest, AnswersComparedWithTheConfigurationOfTheSameVersion) {
+   request(6, {{Type::feature1, 10}, {Type::feature2, 20}});
+   handled(5, {{Type::feature1, 10}});
+   EXPECT_EQ(answers(), "") << "an older version";
+   std::string text = Trace::traced([&] {
+      handled(6, {{Type::feature1, 10}, {Type::feature2, 21}, {Type::feature12, 3}});
+   });
+   EXPECT_EQ(answers(), "feature1=10:1 feature2=21:2 feature12=3:2 ");
+   EXPECT_THAT(text, testing::StartsWith("8 LifStatusResponse(Ethernet1, 3)::handleVersion\n"));
+   EXPECT_THAT(text, HasSubstr("7 LifStatusResponse(Ethernet1, 3)::Setting response for feature1 "
+                               "to success value:10\n"));
+   EXPECT_THAT(text, HasSubstr("Setting response for feature2 to fail value:21\n"));
+   EXPECT_THAT(text, HasSubstr("::Deleting response for feature3\n"));
+
+   request(7, {{Type::feature2, 21}});
+   EXPECT_EQ(answers(), "feature1=10:1 feature2=21:2 feature12=3:2 ")
+       << "a request alone answers nothing";
+   handled(8, {{Type::feature1, 99}, {Type::feature2, 21}});
+   EXPECT_EQ(answers(), "feature1=10:1 feature2=21:2 ")
+       << "a newer version postpones too, but what left the status is cleared";
+   handled(7, {{Type::feature2, 21}});
+   EXPECT_EQ(answers(), "feature2=21:1 ");
+   request(8, {});
+   handled(8, {{Type::feature2, 0xffffffff}});
+   EXPECT_EQ(answers(), "feature2=4294967295:1 ") << "an absent value reads as all ones";
+}
+
+TEST_F(ResponseTest, ResponsesStandWhileTheStatusDoes) {
+   request(1, {{Type::feature1, 10}, {Type::feature12, 1}});
+   handled(1, {{Type::feature1, 10}, {Type::feature12, 1}});
+   config->requestDel(key);
+   handled(2, {{Type::feature1, 11}, {Type::feature12, 1}});
+   EXPECT_EQ(answers(), "feature1=10:1 feature12=1:1 ") << "no configuration to compare with";
+   InLifFeatureResponse stray{InLifFeatureKey(key, Type::feature5), 5,
+                              InLifFeatureResponseStatus::failure};
+   responses->responseIs(stray);
+   std::string text = Trace::traced([&] { status->responseDel(key); });
+   EXPECT_EQ(text, "8 LifStatusResponse(Ethernet1, 3)::handleDelete\n");
+   EXPECT_EQ(answers(), "") << "all twelve go";
+   EXPECT_EQ(sm->lifStatusResponses(), 0U);
+
+   // A machine that starts on a filled status answers it, and clears what its predecessor left.
+   sm = nullptr;
+   responses->responseIs(stray);
+   request(1, {{Type::feature1, 10}});
+   handled(1, {{Type::feature1, 10}});
+   sm = inLifFeatureResponseSmFactory(status, config, responses);
+   EXPECT_EQ(answers(), "feature1=10:1 ");
+   sm->lifStatusResponseDelAll();
+   EXPECT_EQ(answers(), "");
+   EXPECT_EQ(InLifFeatureResponseSm::OrvLifStatusResponse(nullptr, nullptr).lifIntfKey(),
+             InLifIntfKey());
+}
+
+// A requester may act on its first answer at once.
+TEST_F(ResponseTest, StatusThatGoesDuringItsOwnAnswersLeavesNone) {
+   struct Requester : Orv::Reactor<InLifFeatureKey> {
+      Orv::Ptr<InLifIntfStatus> status;
+      void handle(InLifFeatureKey const& of) override { status->responseDel(of.intfKey()); }
+   } requester;
+   requester.status = status;
+   responses->responseCollection().watch(requester);
+   request(1, {{Type::feature1, 10}, {Type::feature2, 20}});
+   handled(1, {{Type::feature1, 10}, {Type::feature2, 20}});
+   EXPECT_EQ(answers(), "");
+}
+
+} // namespace
+} // namespace Hardware::ShoalTunnel

@@ -1,0 +1,159 @@
+// Random histories: what the machines keep up to date must be what fresh ones make of the same
+// inputs. The seed and the step of a failure are printed.
+#include "tests/ShoalTunnel/InLifIntfSm/InLifSwitch.h"
+
+#include <map>
+#include <random>
+
+namespace Hardware::ShoalTunnel {
+namespace {
+
+// All that the machines publish, in words. Without the responses of port-channels: one whose
+// members are all on other TCAMs is answered only at a fresh start.
+std::string published(InLifMachines const& of) {
+   std::map<std::string, std::string> lines;
+   auto add = [&](char const* table, auto const& key, auto const& value) {
+      std::ostringstream line;
+      line << table << " " << key;
+      std::ostringstream text;
+      text << value;
+      lines[line.str()] = text.str();
+   };
+   for (auto const& [intf, word] : of.ports->lifFeatureAttrIter()) {
+      add("port", intf, word);
+   }
+   for (auto const& [intf, word] : of.vlans->lifFeatureAttrIter()) {
+      add("vlan", intf, word);
+   }
+   for (auto const& [intf, word] : of.merged->lifFeatureAttrIter()) {
+      add("merged", intf, word);
+   }
+   for (auto const& [key, word] : of.subIntfs->lifFeatureAttrIter()) {
+      add("subIntf", key, word);
+   }
+   for (auto const& [key, features] : of.expanded->requestIter()) {
+      for (auto const& [type, value] : features->featureAggIter()) {
+         add("expanded", InLifFeatureKey(key, type), value);
+      }
+   }
+   for (auto const& [key, response] : of.responses->responseIter()) {
+      if (!Plexus::PortChannelIntfId::isPortChannelIntfId(key.intfId())) {
+         add("response", key, response);
+      }
+   }
+   std::string all;
+   for (auto const& [key, value] : lines) {
+      all += key + " = " + value + "\n";
+   }
+   return all;
+}
+
+class History : public InLifSwitch {
+ public:
+   explicit History(unsigned seed) : random(seed) {}
+
+   // Whether the rules keep the result equal to a fresh start's at every step: ports that join
+   // port-channels have no requests of their own, and ports have theirs on their own TCAM.
+   void orderlyStep() {
+      switch (pick(9)) {
+      case 0:
+         return request("Ethernet" + pickOf({"0", "1"}), 1);
+      case 1:
+         return request("PortChannel" + pickOf({"1", "2"}), 1 + pick(2));
+      case 2:
+         return request("Vlan" + pickOf({"10", "11"}), 1 + pick(2));
+      case 3:
+         return request(pickOf({"Ethernet0.5", "PortChannel1.5"}), 1 + pick(2));
+      case 4:
+      case 5:
+         return move("Ethernet" + std::to_string(2 + pick(4)));
+      case 6:
+         return untag(pickOf({"Ethernet0", "Ethernet3", "PortChannel1", "PortChannel2"}),
+                      pick(3) == 0 ? 0 : 10 + pick(2));
+      case 7:
+         place(static_cast<uint16_t>(1 + pick(2)), 1 + pick(3), static_cast<uint16_t>(4 * pick(12)),
+               0xf);
+         return layoutChanged();
+      default:
+         return dissolve("PortChannel" + pickOf({"1", "2"}));
+      }
+   }
+   // Anything, with a port map that comes and goes.
+   void wildStep() {
+      switch (pick(6)) {
+      case 0:
+         return request("Ethernet" + std::to_string(pick(6)), 1 + pick(2));
+      case 1:
+         return status->portMapValidIs(pick(2) == 0);
+      case 2:
+         return status->sysTcamIdIs(IntfId("Ethernet" + std::to_string(pick(6))),
+                                    SystemTcamId(static_cast<uint16_t>(1 + pick(2))));
+      case 3:
+         return request("lc1/Vlan10", 1 + pick(2));
+      default:
+         return orderlyStep();
+      }
+   }
+
+ private:
+   unsigned pick(unsigned bound) { return static_cast<unsigned>(random() % bound); }
+   std::string pickOf(std::vector<std::string> const& names) {
+      return names[pick(static_cast<unsigned>(names.size()))];
+   }
+   void request(std::string const& intf, unsigned tcam) {
+      unsigned type = 1 + pick(3);
+      if (pick(3) == 0) {
+         withdraw(intf, static_cast<uint16_t>(tcam), type);
+      } else {
+         ask(intf, static_cast<uint16_t>(tcam), type, pick(16));
+      }
+   }
+   void move(std::string const& port) {
+      leave(port);
+      if (pick(3) != 0) {
+         join("PortChannel" + pickOf({"1", "2"}), port);
+      }
+   }
+   void dissolve(std::string const& lag) {
+      if (auto members = mapping->lagPhyIntfConfig(IntfId(lag))) {
+         for (auto const& [port, present] : members->phyIntfIter()) {
+            mapping->phyIntfLagDel(port);
+         }
+         mapping->lagPhyIntfConfigDel(IntfId(lag));
+      }
+   }
+   std::mt19937 random;
+};
+
+TEST(InLifHistoryTest, OrderlyHistoriesEqualAFreshStartAtEveryStep) {
+   for (unsigned seed = 0; seed < 60; ++seed) {
+      History history(seed);
+      InLifMachines machines(history);
+      for (unsigned step = 0; step < 120; ++step) {
+         history.orderlyStep();
+         ASSERT_EQ(published(machines), published(InLifMachines(history)))
+             << "seed " << seed << ", step " << step;
+      }
+   }
+}
+
+TEST(InLifHistoryTest, APortMapChangeBringsWhatAFreshStartWouldGive) {
+   for (unsigned seed = 0; seed < 60; ++seed) {
+      History history(seed);
+      InLifMachines machines(history);
+      for (unsigned round = 0; round < 12; ++round) {
+         for (unsigned step = 0; step < 12; ++step) {
+            history.wildStep();
+         }
+         history.status->portMapValidIs(true);
+         history.portMapChanged();
+         // The same configuration: of two keys that cover a port the last one in it counts.
+         InLifMachines fresh(history, machines.config);
+         fresh.start();
+         ASSERT_EQ(published(machines), published(fresh)) << "seed " << seed << ", round " << round;
+      }
+   }
+}
+
+} // namespace
+} // namespace Hardware::ShoalTunnel

@@ -1,0 +1,122 @@
+#include "tests/ShoalTunnel/InLifIntfSm/InLifSwitch.h"
+
+namespace Hardware::ShoalTunnel {
+namespace {
+
+using testing::HasSubstr;
+
+class VlanInLifTest : public InLifTest {
+ protected:
+   bool vlanHas(std::string const& intf) {
+      return InLifMachines::vlans->lifFeatureAttrHas(IntfId(intf));
+   }
+   uint64_t mergedWord(std::string const& intf) { return word(merged, intf); }
+};
+
+TEST_F(VlanInLifTest, VlanIsLaidOverThePort) {
+   for (char const* port : {"Ethernet0", "Ethernet1", "Ethernet3"}) {
+      untag(port, 10);
+   }
+   untag("Ethernet2", 11);
+   ask("Ethernet0", 1, 1, 1);
+   ask("Ethernet0", 1, 2, 2);
+   ask("Vlan10", 1, 2, 5);
+   ask("Vlan10", 1, 3, 6);
+   EXPECT_EQ(vlanWord("Ethernet0"), 0x651U) << "the VLAN wins per feature type";
+   EXPECT_EQ(vlanWord("Ethernet1"), 0x650U);
+   EXPECT_FALSE(vlanHas("Ethernet2")) << "another VLAN";
+   EXPECT_FALSE(vlanHas("Ethernet3")) << "another TCAM";
+   EXPECT_EQ(mergedWord("Ethernet0"), 0x651U);
+   EXPECT_EQ(answers("Vlan10", 1), "feature2:1 feature3:1 ");
+
+   ask("Ethernet0", 1, 4, 7);
+   EXPECT_EQ(vlanWord("Ethernet0"), 0x7651U) << "follows the port's features";
+   withdraw("Vlan10", 1, 2);
+   EXPECT_EQ(vlanWord("Ethernet0"), 0x7621U) << "the port's own value shows again";
+   for (unsigned type : {1, 2, 4}) {
+      withdraw("Ethernet0", 1, type);
+   }
+   EXPECT_EQ(vlanWord("Ethernet0"), 0x600U);
+   ask("Vlan10", 2, 1, 9);
+   EXPECT_EQ(vlanWord("Ethernet3"), 0x90U);
+   withdraw("Vlan10", 1, 3);
+   EXPECT_FALSE(vlanHas("Ethernet0") || vlanHas("Ethernet1"));
+   EXPECT_TRUE(vlanHas("Ethernet3"));
+   EXPECT_EQ(answers("Vlan10", 1), "");
+
+   std::string text = Trace::traced([&] { vlanSm->doHandleRequest(key("Ethernet0", 1), true); });
+   EXPECT_EQ(text, "8 VlanInLifIntfSm::doHandleRequest add " + keyText("Ethernet0", 1) +
+                       "\n7 VlanInLifIntfSm::  We only care about vlans\n");
+   EXPECT_FALSE(handled->responseHas(key("Ethernet0", 1)));
+}
+
+TEST_F(VlanInLifTest, FollowsVlansAndMembers) {
+   ask("Vlan10", 1, 1, 1);
+   ask("Vlan11", 1, 1, 2);
+   untag("Ethernet0", 10);
+   EXPECT_EQ(vlanWord("Ethernet0"), 1U);
+   untag("Ethernet0", 11);
+   EXPECT_EQ(vlanWord("Ethernet0"), 2U);
+   join("PortChannel1", "Ethernet0");
+   EXPECT_FALSE(vlanHas("Ethernet0")) << "a member's own VLAN does not count";
+   untag("PortChannel1", 10);
+   EXPECT_EQ(vlanWord("Ethernet0"), 1U);
+   join("PortChannel1", "Ethernet1");
+   EXPECT_EQ(vlanWord("Ethernet1"), 1U);
+   ask("PortChannel1", 1, 2, 3);
+   EXPECT_EQ(vlanWord("Ethernet1"), 0x31U) << "over what the port-channel gives its member";
+   leave("Ethernet0");
+   EXPECT_EQ(vlanWord("Ethernet0"), 2U);
+   untag("PortChannel1", 0);
+   EXPECT_FALSE(vlanHas("Ethernet1"));
+   untag("PortChannel1", 11);
+   EXPECT_EQ(vlanWord("Ethernet1"), 0x32U);
+   mapping->phyIntfLagDel(IntfId("Ethernet1"));
+   mapping->lagPhyIntfConfigDel(IntfId("PortChannel1"));
+   EXPECT_FALSE(vlanHas("Ethernet1"));
+}
+
+TEST_F(VlanInLifTest, TheYoungestOfTwoKeysCounts) {
+   untag("Ethernet0", 10);
+   ask("Vlan10", 1, 1, 1);
+   ask("lc1/Vlan10", 1, 2, 2);
+   EXPECT_EQ(vlanWord("Ethernet0"), 0x20U);
+   ask("Vlan10", 1, 1, 3);
+   EXPECT_EQ(vlanWord("Ethernet0"), 0x20U) << "whichever changed last";
+   withdraw("lc1/Vlan10", 1, 2);
+   EXPECT_EQ(vlanWord("Ethernet0"), 3U);
+}
+
+TEST_F(VlanInLifTest, WithoutAPortMapPortsOnlyLeave) {
+   for (char const* port : {"Ethernet0", "Ethernet1", "Ethernet2"}) {
+      untag(port, 10);
+   }
+   ask("Ethernet0", 1, 1, 1);
+   ask("Vlan10", 1, 2, 5);
+   status->portMapValidIs(false);
+   std::string text = Trace::traced([&] { ask("Vlan10", 2, 1, 1); });
+   EXPECT_THAT(text, HasSubstr("0 VlanInLifIntfSm:: add portmap is not valid for " +
+                               keyText("Vlan10", 2) + "\n"));
+   EXPECT_FALSE(handled->responseHas(key("Vlan10", 2)));
+   status->sysTcamIdDel(IntfId("Ethernet2")); // the map is being rewritten
+   untag("Ethernet1", 11);
+   EXPECT_FALSE(vlanHas("Ethernet1"));
+   untag("Ethernet3", 10);
+   EXPECT_FALSE(vlanHas("Ethernet3"));
+   withdraw("Ethernet0", 1, 1);
+   EXPECT_EQ(vlanWord("Ethernet0"), 0x50U) << "the port's feature is gone, the VLAN's stays";
+   EXPECT_EQ(vlanWord("Ethernet2"), 0x50U);
+   status->sysTcamIdIs(IntfId("Ethernet2"), SystemTcamId(2));
+   status->portMapValidIs(true);
+   portMapChanged();
+   EXPECT_EQ(vlanWord("Ethernet0"), 0x50U);
+   EXPECT_EQ(vlanWord("Ethernet2"), 0x10U);
+   EXPECT_EQ(vlanWord("Ethernet3"), 0x10U);
+   EXPECT_EQ(answers("Vlan10", 2), "feature1:1 ");
+   status->portMapValidIs(false);
+   withdraw("Vlan10", 1, 2);
+   EXPECT_FALSE(vlanHas("Ethernet0")) << "a withdrawal is handled whatever the port map says";
+}
+
+} // namespace
+} // namespace Hardware::ShoalTunnel
