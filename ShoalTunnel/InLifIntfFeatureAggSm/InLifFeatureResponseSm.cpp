@@ -66,12 +66,10 @@ void InLifFeatureResponseSm::lifStatusResponseDelAll() {
 
 void InLifFeatureResponseSm::OrvLifStatusResponse::handleVersion() {
    TRACE(8, *this, __func__);
-   // A response may be read, and the status taken away, from inside the write of another one.
+   // The status may go, and this reactor with it, from inside the write of a response. So it is
+   // kept, and every feature looks at what stands at its turn.
    Orv::Ptr<OrvLifStatusResponse> self(this);
    for (InLifFeatureType type : inLifFeatureTypes) {
-      if (sm_->lifStatusResponse(key()) != self) {
-         return;
-      }
       doUpdateFeature(type);
    }
 }

@@ -41,10 +41,6 @@ TEST_F(BaseInLifTest, StatusMirrorsWhatWasHandled) {
    ask("Ethernet1.10", 1, 2, 5);
    EXPECT_FALSE(handled->response(of)->featureAggHas(Type::feature9));
    EXPECT_EQ(handled->response(of)->featureAgg(Type::feature2), 5U);
-   std::string text = Trace::traced([&] { subIntfSm->doUpdateResponse(of); });
-   EXPECT_EQ(text, "8 BaseInLifIntfSm::doUpdateResponse key: " + keyText("Ethernet1.10", 1) +
-                       "\n7  Updated local status for lifIntfKey: " + keyText("Ethernet1.10", 1) +
-                       ", version: 1\n");
    // Version last: whoever hears of it finds the features there.
    struct Reader : Orv::Reactor<> {
       Orv::Ptr<InLifIntfFeatureAggr> status;
@@ -55,10 +51,14 @@ TEST_F(BaseInLifTest, StatusMirrorsWhatWasHandled) {
    reader.status->versionAttribute().watch(reader);
    ask("Ethernet1.10", 1, 3, 5);
    EXPECT_EQ(reader.seen, 2U);
-   text = Trace::traced([&] { acl->requestDelAll(); });
+   std::string text = Trace::traced([&] { acl->requestDelAll(); });
+   std::string of1 = keyText("Ethernet1.10", 1);
    EXPECT_THAT(text, HasSubstr("8 LifIntfCfg(Ethernet1.10, 1)::handleVersion, version:3\n"));
+   EXPECT_THAT(text,
+               HasSubstr("8 BaseInLifIntfSm::doUpdateResponse key: " + of1 +
+                         "\n7  Updated local status for lifIntfKey: " + of1 + ", version: 3\n"));
    EXPECT_THAT(text, HasSubstr("8 LifIntfCfg(Ethernet1.10, 1)::handleDelete\n"));
-   EXPECT_THAT(text, HasSubstr("7  Deleted local status for lifIntfKey: "));
+   EXPECT_THAT(text, HasSubstr("7  Deleted local status for lifIntfKey: " + of1 + "\n"));
    EXPECT_FALSE(handled->responseHas(of));
 }
 
@@ -66,11 +66,8 @@ TEST_F(BaseInLifTest, NothingHappensBeforeTheStart) {
    InLifSwitch& inputs = *this;
    ask("Ethernet1", 1, 1, 1);
    InLifMachines later(inputs, false);
-   EXPECT_EQ(later.portSm->lifIntfCfgs(), 1U);
    std::string text = Trace::traced([&] { ask("Vlan5", 1, 1, 1); });
    EXPECT_THAT(text, HasSubstr("8 LifIntfCfg(Vlan5, 1)::handleInitialized\n"));
-   ask("Ethernet1.10", 1, 1, 1);
-   withdraw("Ethernet1.10", 1, 1);
    untag("Ethernet1", 5);
    join("PortChannel1", "Ethernet2");
    portMapChanged();
@@ -80,7 +77,6 @@ TEST_F(BaseInLifTest, NothingHappensBeforeTheStart) {
    EXPECT_THAT(text, testing::StartsWith("8 BaseInLifIntfSm::handleInitialized\n"
                                          "8 PortInLifIntfSm::doHandleRequest add " +
                                          keyText("Ethernet1", 1) + "\n"));
-   EXPECT_EQ(later.answers(key("Ethernet1", 1)), "feature1:1 ");
    EXPECT_EQ(later.answers(key("Vlan5", 1)), "feature1:1 ");
    EXPECT_EQ(InLifMachines::word(later.vlans, "Ethernet1"), 1U);
 }
@@ -92,22 +88,17 @@ TEST_F(BaseInLifTest, LayoutChangeShowsWithTheKeyVersion) {
    ask("Vlan8", 1, 1, 3);
    place(1, 2, 20, 0xf);
    EXPECT_EQ(portWord("Ethernet1"), 0x50U);
-   uint64_t version = handled->response(key("Ethernet1", 1))->version();
    layoutChanged();
    EXPECT_EQ(portWord("Ethernet1"), 0x500000U);
    EXPECT_EQ(vlanWord("Ethernet1"), 0x500003U);
    EXPECT_EQ(word(subIntfs->lifFeatureAttr(key("Ethernet1.10", 1))), 0x500000U);
-   EXPECT_EQ(handled->response(key("Ethernet1", 1))->version(), version);
 }
 
 TEST_F(BaseInLifTest, SubInterfacesHaveAWordPerTcamAndOthersNone) {
    ask("Ethernet1.10", 1, 2, 5);
    ask("Ethernet1.10", 2, 2, 6);
-   ask("PortChannel1.10", 1, 1, 7);
-   EXPECT_EQ(subIntfs->lifFeatureAttrs(), 3U);
    EXPECT_EQ(word(subIntfs->lifFeatureAttr(key("Ethernet1.10", 1))), 0x50U);
    EXPECT_EQ(word(subIntfs->lifFeatureAttr(key("Ethernet1.10", 2))), 0x600U);
-   EXPECT_EQ(answers("PortChannel1.10", 1), "feature1:1 ");
    ask("Ethernet1.10", 1, 1, 1);
    EXPECT_EQ(word(subIntfs->lifFeatureAttr(key("Ethernet1.10", 1))), 0x51U);
    EXPECT_EQ(answers("Ethernet1.10", 1), "feature1:1 feature2:1 ");
@@ -130,9 +121,8 @@ TEST_F(BaseInLifTest, TheVlanSideWinsInTheMergedTable) {
    both->lifFeatureAttrIs(IntfId("Ethernet9"), one);
    port->lifFeatureAttrIs(intf, one);
    vlan->lifFeatureAttrIs(intf, two);
-   vlan->lifFeatureAttrIs(IntfId("Ethernet2"), two);
    auto sm = DefaultLifFeatureMergeSmIs(port, vlan, both);
-   EXPECT_EQ(both->lifFeatureAttrs(), 2U) << "rebuilt from scratch";
+   EXPECT_EQ(both->lifFeatureAttrs(), 1U) << "rebuilt from scratch";
    EXPECT_EQ(both->lifFeatureAttr(intf), two);
    port->lifFeatureAttrIs(intf, {3, 3, 3});
    EXPECT_EQ(both->lifFeatureAttr(intf), two);
@@ -141,8 +131,6 @@ TEST_F(BaseInLifTest, TheVlanSideWinsInTheMergedTable) {
    std::string text = Trace::traced([&] { port->lifFeatureAttrDel(intf); });
    EXPECT_EQ(text, "8 DefaultLifFeatureMergeSm::handleFeatureCfg: intfId: Ethernet1\n");
    EXPECT_FALSE(both->lifFeatureAttrHas(intf));
-   sm = DefaultLifFeatureMergeSmIs(nullptr, vlan, both);
-   EXPECT_EQ(both->lifFeatureAttrs(), 1U);
 }
 
 using BaseInLifDeathTest = BaseInLifTest;
@@ -175,8 +163,6 @@ TEST_F(BaseInLifDeathTest, BrokenInvariantsStopTheAgent) {
        vlanIdFromVlanIntfId(IntfId("Ethernet1")),
        failed("Plexus::VlanIntfId::isVlanIntfId( intfId )", "Ethernet1 is not a VlanIntfId"));
    EXPECT_DEATH(subIntfSm->doHandleRequest(key("Ethernet1.10", 1), true),
-                failed("inLifIntfCfg()->requestHas( lifIntfKey )", ""));
-   EXPECT_DEATH(portSm->doHandleRequest(key("Ethernet1", 1), true),
                 failed("inLifIntfCfg()->requestHas( lifIntfKey )", ""));
    ask("Ethernet1", 1, 1, 1);
    status->sysTcamIdDel(IntfId("Ethernet1"));

@@ -12,38 +12,29 @@ namespace {
 // members are all on other TCAMs is answered only at a fresh start.
 std::string published(InLifMachines const& of) {
    std::map<std::string, std::string> lines;
-   auto add = [&](char const* table, auto const& key, auto const& value) {
-      std::ostringstream line;
-      line << table << " " << key;
-      std::ostringstream text;
-      text << value;
-      lines[line.str()] = text.str();
+   auto add = [&](std::string const& table, auto&& collection) {
+      for (auto const& [key, value] : collection) {
+         std::ostringstream at;
+         std::ostringstream text;
+         at << table << " " << key;
+         text << value;
+         lines[at.str()] = text.str();
+      }
    };
-   for (auto const& [intf, word] : of.ports->lifFeatureAttrIter()) {
-      add("port", intf, word);
-   }
-   for (auto const& [intf, word] : of.vlans->lifFeatureAttrIter()) {
-      add("vlan", intf, word);
-   }
-   for (auto const& [intf, word] : of.merged->lifFeatureAttrIter()) {
-      add("merged", intf, word);
-   }
-   for (auto const& [key, word] : of.subIntfs->lifFeatureAttrIter()) {
-      add("subIntf", key, word);
-   }
+   add("port", of.ports->lifFeatureAttrIter());
+   add("vlan", of.vlans->lifFeatureAttrIter());
+   add("merged", of.merged->lifFeatureAttrIter());
+   add("subIntf", of.subIntfs->lifFeatureAttrIter());
    for (auto const& [key, features] : of.expanded->requestIter()) {
-      for (auto const& [type, value] : features->featureAggIter()) {
-         add("expanded", InLifFeatureKey(key, type), value);
-      }
+      add("expanded " + key.intfId().name() + " " + std::to_string(key.tcamId().value()),
+          features->featureAggIter());
    }
-   for (auto const& [key, response] : of.responses->responseIter()) {
-      if (!Plexus::PortChannelIntfId::isPortChannelIntfId(key.intfId())) {
-         add("response", key, response);
-      }
-   }
+   add("response", of.responses->responseIter());
    std::string all;
    for (auto const& [key, value] : lines) {
-      all += key + " = " + value + "\n";
+      if (!key.starts_with("response") || key.find(": PortChannel") == std::string::npos) {
+         all += key + " = " + value + "\n";
+      }
    }
    return all;
 }
