@@ -109,7 +109,7 @@ void TcamSharingInLifSm::doProgramOnPortChannel(TcamSharingEntry const& entry, I
    uint64_t newData = additionalData(entry.policyId());
    auto lagEntry = tcamSharingHelper()->getVlanDomainForLagFap(portChannel, entry.fapId());
    if (!lagEntry) {
-      // Not retried: the port-channel's entry comes and goes with news of its own.
+      // Dropped, not retried: resolved a moment ago, it went while this request was worked.
       TRACE(0, configHandler, ": no vlanDomainPerLagFap entry found for lag: ", portChannel,
             ", on fap: ", entry.fapId());
       return;

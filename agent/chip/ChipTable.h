@@ -1,9 +1,10 @@
 // One table of the simulated chip, and the driver that answers for it.
 //
-// Every change of the table's configuration is a write to the chip. The answer comes later, from
-// the event loop: the delay after the write, in order of writing unless a fault reorders it. A
-// write of an entry is answered with what became of it, a removal by the removal of the status.
-// Entries that are configured when the table is made are in the chip already.
+// Every change of the table's configuration is a write to the chip, which works at once and in
+// order. Its answer comes later, from the event loop: the delay after the write, in order of
+// writing unless a fault reorders it. A write of an entry is answered with what became of it, a
+// removal by the removal of the status. Entries that are configured when the table is made are in
+// the chip already.
 #pragma once
 
 #include "agent/chip/ChipFaults.h"
@@ -84,7 +85,7 @@ class ChipTable {
       Key key;
       std::optional<Data> written; // none: a removal
       Seconds since;
-      bool inProgress = false; // the first half of a deferred answer
+      Outcome outcome = Outcome::removed;
    };
    std::deque<Answer> const& unanswered() const { return unanswered_; }
    // What the chip really holds.
@@ -97,6 +98,11 @@ class ChipTable {
    std::optional<Data> held(Key key) const {
       auto found = entries_.find(key);
       return found == entries_.end() ? std::nullopt : std::optional(found->second);
+   }
+   // An answer of the key's is held back to be given out of order.
+   bool isHeldBack(Key key) const {
+      return std::any_of(heldBack_.begin(), heldBack_.end(),
+                         [&](Answer const& answer) { return answer.key == key; });
    }
    struct LastAnswer {
       Seconds at;
@@ -124,14 +130,14 @@ class ChipTable {
       Answer answer{now + faults_.delay(), key, config_->configCollection().find(key), now};
       ++(answer.written ? counters_.writes : counters_.removals);
       FapId unit = unitOf_(key);
+      // The chip works in order and at once; only its answers are late, lost or out of order.
+      answer.outcome = program(answer);
       if (faults_.suffers(Fault::lose, T::kind, unit)) {
-         // The chip did its work; only the answer never arrives.
-         program(answer);
          return;
       }
       if (T::defers && answer.written && faults_.suffers(Fault::defer, T::kind, unit)) {
          Answer first = answer;
-         first.inProgress = true;
+         first.outcome = Outcome::inProgress;
          schedule(first);
          answer.due += faults_.slowness();
       }
@@ -180,9 +186,6 @@ class ChipTable {
    }
 
    Outcome program(Answer const& answer) {
-      if (answer.inProgress) {
-         return Outcome::inProgress;
-      }
       FapId unit = unitOf_(answer.key);
       if (!answer.written) {
          entries_.erase(answer.key);
@@ -202,11 +205,11 @@ class ChipTable {
    }
 
    void deliver(Answer const& answer) {
-      Outcome outcome = program(answer);
       ++counters_.answers;
-      lastAnswers_.insert_or_assign(answer.key, LastAnswer{Orv::System::currentTime(), outcome});
+      lastAnswers_.insert_or_assign(answer.key,
+                                    LastAnswer{Orv::System::currentTime(), answer.outcome});
       if (answer.written) {
-         T::answer(*status_, answer.key, *answer.written, outcome);
+         T::answer(*status_, answer.key, *answer.written, answer.outcome);
       } else {
          status_->statusDel(answer.key);
       }

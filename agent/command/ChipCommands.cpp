@@ -21,17 +21,26 @@ FaultScope takeScope(Host& host, Arguments& arguments) {
    return scope;
 }
 
+FaultScope takeFaultScope(Host& host, Arguments& arguments, Fault which) {
+   FaultScope scope = takeScope(host, arguments);
+   if (which == Fault::defer &&
+       scope.table.value_or(ChipTableKind::tunnel) != ChipTableKind::tunnel) {
+      throw CommandError("only the tunnel table answers \"in progress\"");
+   }
+   return scope;
+}
+
 void fault(Host& host, Arguments& arguments, Fault which) {
    if (arguments.takeWord("often")) {
       double probability = arguments.takeReal("PROBABILITY", 0.0, 1.0);
-      host.chip().faults().often(which, probability, takeScope(host, arguments));
+      host.chip().faults().often(which, probability, takeFaultScope(host, arguments, which));
       return;
    }
    if (!arguments.takeWord("next")) {
       throw CommandError("a fault is 'next N' or 'often PROBABILITY'");
    }
    uint64_t count = arguments.takeNumber("N", 1, 1000000);
-   host.chip().faults().next(which, count, takeScope(host, arguments));
+   host.chip().faults().next(which, count, takeFaultScope(host, arguments, which));
 }
 
 void chip(Host& host, Arguments& arguments, std::ostream&) {

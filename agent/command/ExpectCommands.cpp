@@ -1,5 +1,6 @@
 // Conditions that make a scenario a test.
 #include "agent/command/Explanation.h"
+#include "agent/command/FeatureNames.h"
 #include "agent/command/Tables.h"
 
 namespace Agent {
@@ -132,6 +133,52 @@ void expectPublished(Host& host, Arguments& arguments) {
    }
 }
 
+void expectFeature(Host& host, Arguments& arguments) {
+   auto keys = takeInLifKeys(host, arguments);
+   InLifFeatureType type = takeFeatureType(arguments);
+   std::string wanted = arguments.take("none, success or failure");
+   if (arguments.more()) {
+      wanted += " for " + std::to_string(arguments.takeNumber("VALUE", 0, UINT32_MAX));
+   }
+   arguments.end();
+   for (InLifIntfKey key : keys) {
+      auto response = host.inLifFeatures().featureStatus->response(InLifFeatureKey(key, type));
+      std::string got(printedFeatureStatus(response.status));
+      if (wanted.find(' ') != std::string::npos) {
+         got += " for " + std::to_string(response.value);
+      }
+      if (got != wanted) {
+         fail("the response of " + printedInLifKey(host, key), wanted,
+              got + " (" + explainFeature(host, InLifFeatureKey(key, type)).verdict + ")");
+      }
+   }
+}
+
+// PORT, or SUBINTERFACE UNIT:CORE|own.
+void expectWord(Host& host, Arguments& arguments, bool ofSubInterface) {
+   auto const& pipeline = host.inLifFeatures();
+   std::string of;
+   std::string got = "none";
+   if (ofSubInterface) {
+      InLifIntfKey key = takeInLifKey(host, arguments);
+      of = printedInLifKey(host, key);
+      if (pipeline.subIntfWords->lifFeatureAttrHas(key)) {
+         got = printedWord(pipeline.subIntfWords->lifFeatureAttr(key));
+      }
+   } else {
+      IntfId intf = host.world().interface(arguments.take("PORT"));
+      of = intf.name();
+      if (pipeline.mergedWords->lifFeatureAttrHas(intf)) {
+         got = printedWord(pipeline.mergedWords->lifFeatureAttr(intf));
+      }
+   }
+   std::string wanted = arguments.take("WORD (0x and 16 digits) or none");
+   arguments.end();
+   if (got != wanted) {
+      fail("the word of " + of, wanted, got);
+   }
+}
+
 void expectInHardware(Host& host, Arguments& arguments, bool wanted) {
    auto requests = takeRequests(host, arguments);
    arguments.end();
@@ -178,13 +225,18 @@ void expect(Host& host, Arguments& arguments, std::ostream&) {
       expectTunnel(host, arguments);
    } else if (what == "published") {
       expectPublished(host, arguments);
+   } else if (what == "feature") {
+      expectFeature(host, arguments);
+   } else if (what == "word" || what == "sub-interface-word") {
+      expectWord(host, arguments, what != "word");
    } else if (what == "in-hardware" || what == "out-of-hardware") {
       expectInHardware(host, arguments, what == "in-hardware");
    } else if (what == "retry" || what == "backlog") {
       expectListed(host, arguments, what == "retry");
    } else {
       throw CommandError("one can expect status, merged, output, count, isem, mapper, tunnel, "
-                         "published, in-hardware, out-of-hardware, retry and backlog, not '" +
+                         "published, feature, word, sub-interface-word, in-hardware, "
+                         "out-of-hardware, retry and backlog, not '" +
                          what + "'");
    }
 }
@@ -198,6 +250,8 @@ void addExpectCommands(Registry& registry) {
         "| count TABLE N | isem VLAN DOMAIN UNIT POLICY|none | "
         "mapper SUBINTERFACE PORT POLICY|none|absent | tunnel TUNNEL UNIT POLICY|none|absent | "
         "published PORT UNIT|none DOMAIN|none | "
+        "feature INTERFACE UNIT:CORE|own TYPE none|success|failure [VALUE] | word PORT WORD|none | "
+        "sub-interface-word SUBINTERFACE UNIT:CORE|own WORD|none | "
         "in-hardware|out-of-hardware REQUEST | retry|backlog REQUEST yes|no",
         "fail unless the condition holds; REQUEST is INTERFACE UNIT [flood VLAN]", false, expect});
 }

@@ -5,33 +5,6 @@ namespace Agent {
 
 namespace {
 
-void printExplanation(std::ostream& out, Explanation const& explanation, Format format) {
-   if (format == Format::json) {
-      Json facts = Json::object();
-      for (auto const& [label, text] : explanation.facts) {
-         // A label that comes twice (two answers due) becomes a list.
-         if (!facts.contains(label)) {
-            facts[label] = text;
-         } else if (facts[label].is_array()) {
-            facts[label].push_back(text);
-         } else {
-            facts[label] = Json::array({facts[label], text});
-         }
-      }
-      out << Json{{"request", printedRequest(explanation.request)},
-                  {"inHardware", explanation.inHardware},
-                  {"verdict", explanation.verdict},
-                  {"facts", facts}}
-                 .dump(-1, ' ', false, Json::error_handler_t::replace)
-          << "\n";
-      return;
-   }
-   out << printedRequest(explanation.request) << ": " << explanation.verdict << "\n";
-   for (auto const& [label, text] : explanation.facts) {
-      out << "  " << label << ": " << text << "\n";
-   }
-}
-
 // INTERFACE UNIT [flood VLAN]; UNIT may be own or any, which explains each request there is.
 void explainCommand(Host& host, Arguments& arguments, std::ostream& out) {
    auto requests = takeRequests(host, arguments);
@@ -48,8 +21,9 @@ void problems(Host& host, Arguments& arguments, std::ostream& out) {
    for (TcamSharingRequest request : knownRequests(host)) {
       Explanation explanation = explain(host, request);
       SharingPipeline const& pipeline = host.pipelineOf(request);
-      auto status = pipeline.mergedStatus->response(request).status;
-      if (!explanation.inHardware || status != Hardware::ShoalTunnel::tcamSharingSuccess) {
+      auto [status, policyId] = pipeline.mergedStatus->response(request);
+      if (!explanation.inHardware || status != Hardware::ShoalTunnel::tcamSharingSuccess ||
+          policyId != pipeline.merged->request(request)) {
          table.add({printedRequest(request), printedPolicy(pipeline.merged->request(request)),
                     std::string(printedStatus(status)), explanation.verdict});
       }

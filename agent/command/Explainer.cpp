@@ -17,7 +17,7 @@ Explainer::Explainer(Host const& host, TcamSharingRequest request)
       merged_(pipeline_.merged->request(request)), output_(pipeline_.output(request)),
       response_(pipeline_.mergedStatus->response(request)), times_(host.chronicle().of(request)),
       resolution_(resolve(host, request)) {
-   found_.request = request;
+   found_.subject = printedRequest(request);
 }
 
 Explainer::~Explainer() = default;
@@ -92,7 +92,7 @@ std::string Explainer::verdict() const {
 }
 
 std::string Explainer::hardwareVerdict() const {
-   if (written_) {
+   if (written_ && !heldBack_) {
       return answerDue_ ? "Written, and not answered yet: the chip's answer is due at " +
                               printedSeconds(*answerDue_) + " s."
                         : "Written, but the chip's answer was lost: nothing more comes until the "
@@ -100,6 +100,15 @@ std::string Explainer::hardwareVerdict() const {
    }
    if (response_.status == tcamSharingFailed) {
       return refusal();
+   }
+   if (nothingToCarry_) {
+      return "Nothing to program: the low 10 bits of the policy, which is all that an in-LIF "
+             "carries, "
+             "are 0. A sub-interface is not answered for it.";
+   }
+   if (heldBack_) {
+      return "Written, and answered by the chip, but the answer is held back to be given out of "
+             "order.";
    }
    if (response_.status == tcamSharingSuccess && !holds_) {
       return "Answered success, but the chip does not hold this policy: the entry was refused, "
@@ -109,7 +118,14 @@ std::string Explainer::hardwareVerdict() const {
       return "The chip is at work on it: its answer is due at " + printedSeconds(*answerDue_) +
              " s.";
    }
-   return holds_ ? "In hardware." : "Not in hardware, and nothing is under way for it.";
+   if (!holds_) {
+      return "Not in hardware, and nothing is under way for it.";
+   }
+   return response_.status == tcamSharingSuccess && response_.policyId == merged_
+              ? "In hardware."
+              : "In hardware, but not answered for the present policy: no answer is awaited, or "
+                "more "
+                "than will come. Another policy is answered.";
 }
 
 } // namespace Agent

@@ -35,6 +35,7 @@ class Explainer {
             fact("answer due", "at " + printedSeconds(answer.due) + " s");
          }
       }
+      heldBack_ = heldBack_ || table.isHeldBack(key);
    }
 
    Host const& host_;
@@ -46,8 +47,10 @@ class Explainer {
    RequestTimes times_;
    Resolution resolution_;
 
-   bool holds_ = false;   // the chip holds the merged policy wherever it should
-   bool written_ = false; // a write of the request's waits for its answer
+   bool holds_ = false;          // the chip holds the merged policy wherever it should
+   bool nothingToCarry_ = false; // the policy leaves no trace in hardware
+   bool heldBack_ = false;       // an answer of the keys' is held back
+   bool written_ = false;        // a write of the request's waits for its answer
    std::optional<Outcome> lastOutcome_;
    std::optional<Seconds> answerDue_; // of the keys' last answer on its way
 

@@ -147,9 +147,9 @@ template<class T>
 void addAnswers(Table& table, char const* name, ChipTable<T> const& of) {
    for (auto const& answer : of.unanswered()) {
       table.add({name, printedKey(answer.key),
-                 !answer.written     ? "removal"
-                 : answer.inProgress ? "in progress"
-                                     : "write",
+                 !answer.written                         ? "removal"
+                 : answer.outcome == Outcome::inProgress ? "in progress"
+                                                         : "write",
                  answer.since, answer.due});
    }
 }

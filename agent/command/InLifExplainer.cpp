@@ -17,6 +17,7 @@ void InLifExplainer::addHardware() {
 void InLifExplainer::addMapper() {
    auto const& common = *host_.inLif().common;
    uint64_t wanted = TcamSharingInLifPolicyId(merged_).inLifAdditionalData();
+   nothingToCarry_ = wanted == 0 && !merged_.empty();
    holds_ = !resolution_.mapper.empty();
    for (VlanTagToVsiMapperKey key : resolution_.mapper) {
       auto configured = host_.inLif().mapperConfig->configCollection().find(key);

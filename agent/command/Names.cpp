@@ -232,6 +232,10 @@ class Resolver {
    }
 
    void resolveIsem() {
+      if (request_.fapId().value() > AradSemKeyAndFap::maxFapId) {
+         never("an ISEM key cannot name unit " + std::to_string(request_.fapId().value()));
+         return;
+      }
       if (encap_.inner != 0) {
          never("it has two tags (" + printedTags(encap_.outer, encap_.inner) +
                "), which the ISEM does not hold: such requests are neither programmed nor "
@@ -249,8 +253,10 @@ class Resolver {
          return;
       }
       auto status = host_.world().subIntfStatusDir->subIntfStatus(intf_);
-      for (IntfId port : host_.world().portsOf(SubIntfId::parentIntfId(intf_))) {
-         if (host_.world().placeOf(port).fapId != request_.fapId()) {
+      IntfId parent = SubIntfId::parentIntfId(intf_);
+      for (IntfId port : host_.world().portsOf(parent)) {
+         // A port-channel counts by its members on the unit, a port wherever it is.
+         if (port != parent && host_.world().placeOf(port).fapId != request_.fapId()) {
             continue;
          }
          auto key = VlanTagToVsiMapperKey::ofSubIntf(port, intf_, encap_,

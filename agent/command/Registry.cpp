@@ -112,6 +112,7 @@ Registry const& commandRegistry() {
       Registry made;
       addRequestCommands(made);
       addWorldCommands(made);
+      addFeatureCommands(made);
       addChipCommands(made);
       addTimeCommands(made);
       addShowCommands(made);

@@ -85,6 +85,7 @@ Registry const& commandRegistry();
 // Each file of commands adds its own.
 void addRequestCommands(Registry& registry);
 void addWorldCommands(Registry& registry);
+void addFeatureCommands(Registry& registry);
 void addChipCommands(Registry& registry);
 void addTimeCommands(Registry& registry);
 void addShowCommands(Registry& registry);

@@ -9,6 +9,7 @@ std::vector<NamedTable> const& namedTables() {
       std::vector<NamedTable> all;
       addRequestTables(all);
       addHardwareTables(all);
+      addFeatureTables(all);
       addWorldTables(all);
       return all;
    }();

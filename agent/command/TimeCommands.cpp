@@ -23,7 +23,7 @@ void set(Host& host, Arguments& arguments, std::ostream&) {
    std::size_t what =
        arguments.takeChoice("WHAT", {"quantum", "retry-interval", "cost-per-reading"});
    // A retry pass every instant would leave time no room to move.
-   double seconds = arguments.takeReal("SECONDS", what == 1 ? 0.001 : 0.0, 3600.0);
+   double seconds = arguments.takeReal("SECONDS", what == 1 ? 0.01 : 0.0, 3600.0);
    arguments.end();
    if (what < 2) {
       for (SharingPipeline* pipeline : host.pipelines()) {

@@ -59,6 +59,13 @@ void programInHw(Host& host, Arguments& arguments, std::ostream&) {
    host.world().programInHwIs(intf, on);
 }
 
+void encapKind(Host& host, Arguments& arguments, std::ostream&) {
+   IntfId intf = takeInterface(host, arguments, "SUBINTERFACE");
+   auto kind = static_cast<uint32_t>(arguments.takeNumber("KIND", 0, 255));
+   arguments.end();
+   host.world().encapKindIs(intf, kind);
+}
+
 void internalVlan(Host& host, Arguments& arguments, std::ostream&) {
    IntfId intf = takeInterface(host, arguments, "INTERFACE");
    VlanIdOrNone vlan;
@@ -197,6 +204,9 @@ void addWorldCommands(Registry& registry) {
                  true, deleteSubInterface});
    registry.add({"program-in-hw", "SUBINTERFACE on|off",
                  "whether a sub-interface is to be programmed", true, programInHw});
+   registry.add({"encap-kind", "SUBINTERFACE KIND",
+                 "the kind of its encapsulation (4: the chip matches its tags in another type)",
+                 true, encapKind});
    registry.add({"internal-vlan", "INTERFACE VLAN|none",
                  "the internal VLAN of a routed port changes", true, internalVlan});
    registry.add(

@@ -47,10 +47,9 @@ void FeatureRouter::handleConfig(Feature feature, TcamSharingRequest const& requ
 }
 
 void FeatureRouter::handleStatus(Feature feature, TcamSharingRequest const& request) {
-   TcamSharingResponse response = isem_.features.status(feature)->response(request);
-   if (response == TcamSharingResponse()) {
-      response = inLif_.features.status(feature)->response(request);
-   }
+   // Only the pipeline that serves the unit now speaks for it.
+   TcamSharingResponse response =
+       pipelineOf(request.fapId()).features.status(feature)->response(request);
    if (response == TcamSharingResponse()) {
       tables_.status(feature)->responseDel(request);
    } else {

@@ -23,6 +23,7 @@ Host::Host(Inventory inventory) : orvIsemStatus_(this), orvInLifStatus_(this) {
    inLif_ = std::make_unique<InLifPipeline>(world, timers_, helper_);
    pipelines_ = {isem_.get(), inLif_.get()};
    router_ = std::make_unique<FeatureRouter>(world, *isem_, *inLif_);
+   inLifFeatures_ = std::make_unique<FeaturePipeline>(world);
    // The driver hears of a write after the machines have recorded it.
    chip_ = std::make_unique<SimulatedChip>(
        timers_,
@@ -72,6 +73,9 @@ bool Host::busy() const {
 }
 
 bool Host::settle(Seconds limit) {
+   for (SharingPipeline* pipeline : pipelines_) {
+      limit = std::max(limit, 3.0 * pipeline->codef->retryTimeInterval());
+   }
    Seconds end = time_.peek() + limit;
    for (int quietPasses = 0; quietPasses < 2;) {
       while (busy() && !timers_.idle() && timers_.next() <= end) {

@@ -7,6 +7,7 @@
 
 #include "agent/chip/SimulatedChip.h"
 #include "agent/host/Chronicle.h"
+#include "agent/host/FeaturePipeline.h"
 #include "agent/host/FeatureRouter.h"
 #include "agent/world/World.h"
 #include "ShoalTunnel/VlanDomainSm/VlanDomainSm.h"
@@ -35,6 +36,7 @@ class Host {
    SharingPipeline& pipelineOf(TcamSharingRequest request) const {
       return router_->pipelineOf(request.fapId());
    }
+   FeaturePipeline& inLifFeatures() const { return *inLifFeatures_; }
    Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> const& helper() const { return helper_; }
    Orv::Ptr<Hardware::ShoalTunnel::IntfToFapIdStatus> const& intfToFapIdStatus() const {
       return intfToFapIdStatus_;
@@ -51,8 +53,8 @@ class Host {
    // Runs the event loop for so many seconds.
    void advance(Seconds seconds);
    // Runs it until only retries are left that change nothing: no slice is due, no answer is out,
-   // and two retry passes left every status as it was. At most `limit` seconds; false when the
-   // system was still moving then.
+   // and two retry passes left every status as it was. At most `limit` seconds, but as long as
+   // three retry passes take; false when the system was still moving then.
    bool settle(Seconds limit = 3600.0);
 
    // Text traces go here; null: to standard error.
@@ -73,6 +75,7 @@ class Host {
    Orv::Ptr<Hardware::ShoalTunnel::IntfToFapIdStatus> intfToFapIdStatus_;
    Orv::Ptr<Hardware::ShoalTunnel::IntfToVlanDomainStatus> intfToVlanDomainStatus_;
    Orv::Ptr<Hardware::ShoalTunnel::VlanDomainSm> vlanDomainSm_;
+   std::unique_ptr<FeaturePipeline> inLifFeatures_;
    std::unique_ptr<SimulatedChip> chip_;
    std::unique_ptr<Chronicle> chronicle_;
    std::unique_ptr<std::ofstream> traceFile_;

@@ -17,6 +17,8 @@ using namespace Hardware::ShoalTunnel;
 
 namespace {
 
+constexpr Seconds longestRehearsal = 1e6;
+
 // In the child only: the failing host, and where to report.
 Host* rehearsing = nullptr;
 int reportTo = -1;
@@ -93,6 +95,14 @@ std::string describe(Host const& host, Orv::Failure const& failure) {
       text =
           "a withdrawal that is still under way would meet a unit of the other type; settle first";
    }
+   if (condition == "shoalStatus()->portMapValid()") {
+      text = "a new version while the port map is not valid; say port-map-state valid first";
+   }
+   if (condition == "sysTcamId != Hardware::Shoal::SystemTcamId()") {
+      text = failure.explanation +
+             ", which carries a feature word: give it a place first (port-map), "
+             "or withdraw its features";
+   }
    if (text.empty()) {
       text = "it would stop the library";
    }
@@ -110,7 +120,11 @@ void reportFailure(Orv::Failure const& failure) {
    Orv::failureHookIs(reportFailure);
    try {
       change();
-      host.settle();
+      if (!host.settle(longestRehearsal)) {
+         report("what it brings about cannot be looked ahead: the system would still be moving "
+                "after " +
+                std::to_string(static_cast<int>(longestRehearsal)) + " s");
+      }
    } catch (Orv::RangeException const& error) {
       report(std::string("it would leave a range: ") + error.what());
    } catch (std::exception const&) {

@@ -8,39 +8,39 @@ namespace Agent {
 
 using Hardware::ShoalTunnel::VlanTagToVsiMapperResult;
 
-std::vector<SubIntfEntries::Key> SubIntfEntries::wanted(IntfId subIntf) const {
+std::vector<SubIntfEntries::Entry> SubIntfEntries::wanted(IntfId subIntf) const {
    auto status = world_.subIntfStatusDir->subIntfStatus(subIntf);
    Bridging::Dot1qEncap encap = world_.encapsulation(subIntf);
-   std::vector<Key> keys;
+   std::vector<Entry> found;
    if (!status || !status->programInHw() || encap.isZero()) {
-      return keys;
+      return found;
    }
    for (IntfId port : world_.portsOf(Plexus::SubIntfId::parentIntfId(subIntf))) {
       FapId unit = world_.placeOf(port).fapId;
       if (!unit.isNull() && world_.shoalStatus->fapType(unit) != Hardware::Shoal::fapTypeArad) {
-         keys.push_back(Key::ofSubIntf(port, subIntf, encap, status->encapKind()));
+         found.push_back({Key::ofSubIntf(port, subIntf, encap, status->encapKind()), unit});
       }
    }
-   return keys;
+   return found;
 }
 
 void SubIntfEntries::refresh(IntfId subIntf) {
-   auto keys = wanted(subIntf);
+   auto entries = wanted(subIntf);
    auto& present = entries_[subIntf];
-   auto missesIn = [](std::vector<Key> const& list, Key key) {
-      return std::find(list.begin(), list.end(), key) == list.end();
+   auto missesIn = [](std::vector<Entry> const& list, Entry const& entry) {
+      return std::find(list.begin(), list.end(), entry) == list.end();
    };
-   for (Key key : present) {
-      if (missesIn(keys, key)) {
-         world_.vtagToVsiConfig->configDel(key);
+   for (Entry const& entry : present) {
+      if (missesIn(entries, entry)) {
+         world_.vtagToVsiConfig->configDel(entry.key);
       }
    }
-   for (Key key : keys) {
-      if (missesIn(present, key)) {
-         world_.vtagToVsiConfig->configIs(key, VlanTagToVsiMapperResult{++lastLif_, 0});
+   for (Entry const& entry : entries) {
+      if (missesIn(present, entry)) {
+         world_.vtagToVsiConfig->configIs(entry.key, VlanTagToVsiMapperResult{++lastLif_, 0});
       }
    }
-   present = std::move(keys);
+   present = std::move(entries);
 }
 
 } // namespace Agent

@@ -24,10 +24,15 @@ class SubIntfEntries {
 
  private:
    using Key = Hardware::ShoalTunnel::VlanTagToVsiMapperKey;
-   std::vector<Key> wanted(Plexus::IntfId subIntf) const;
+   struct Entry {
+      Key key;
+      Hardware::Shoal::FapId unit; // the chip that holds it: a port's move makes another entry
+      friend bool operator==(Entry const&, Entry const&) = default;
+   };
+   std::vector<Entry> wanted(Plexus::IntfId subIntf) const;
 
    World const& world_;
-   std::map<Plexus::IntfId, std::vector<Key>> entries_;
+   std::map<Plexus::IntfId, std::vector<Entry>> entries_;
    uint32_t lastLif_ = 0;
 };
 

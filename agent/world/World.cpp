@@ -31,7 +31,12 @@ World::World(Inventory inventory) : inventory_(std::move(inventory)) {
    subIntfDot1qEncapChange =
        mounted<Hardware::ShoalTunnel::SubIntfDot1qEncapChange>("subIntfDot1qEncapChange");
    vtagToVsiConfig = mounted<Hardware::ShoalTunnel::VlanTagToVsiMapperConfig>("vtagToVsiConfig");
+   lagConfig = mounted<Lag::Config>("lagConfig");
+   lagPhyIntfMapping = mounted<Lag::LagPhyIntfMapping>("lagPhyIntfMapping");
+   untaggedVlanDir = mounted<Bridging::UntaggedVlanDir>("untaggedVlanDir");
+   localPortMapStatus = mounted<Hardware::Shoal::LocalPortMapStatus>("localPortMapStatus");
    fill();
+   fillFeatures();
 }
 
 void World::fill() {
@@ -43,6 +48,7 @@ void World::fill() {
    }
    for (auto const& port : inventory_.ports) {
       IntfId intf(port.name);
+      core_.set(intf, port.core % Hardware::Shoal::kCoresPerFap);
       names_.push_back(intf);
       PortMap place{FapId(port.fapId), static_cast<uint16_t>(port.unitPort)};
       if (port.vlanDomain != 0) {
@@ -149,6 +155,12 @@ void World::programInHwIs(IntfId subIntf, bool on) {
    subIntfEntries_.refresh(subIntf);
 }
 
+void World::encapKindIs(IntfId subIntf, uint32_t kind) {
+   requireSubInterface(subIntf);
+   subIntfStatusDir->subIntfStatusIs(subIntf)->encapKindIs(kind);
+   subIntfEntries_.refresh(subIntf);
+}
+
 void World::internalVlanIs(IntfId routedPort, VlanIdOrNone vlan) {
    if (!isRouted(routedPort)) {
       throw CommandError(routedPort.name() + " is no routed port");
@@ -215,6 +227,8 @@ void World::leavePlace(IntfId port, PortMap place) {
    if (!place.isNull()) {
       portMapHelper->changedIntfToFapIs(port, place.fapId);
       scsd->portMapToIntfDel(place);
+      localPortMapStatus->portMapDel(port);
+      shoalStatus->sysTcamIdDel(port);
    }
 }
 
@@ -222,6 +236,9 @@ void World::enterPlace(IntfId port, PortMap place) {
    if (!place.isNull()) {
       portMapHelper->intfToFapIs(port, place.fapId);
       scsd->portMapToIntfIs(place, port);
+      localPortMapStatus->portMapIs(port, place);
+      shoalStatus->sysTcamIdIs(port, Hardware::Shoal::fapLocalCoreIdToSystemTcamId(
+                                         shoalStatus, place.fapId, core_.get(port)));
    }
 }
 
@@ -257,9 +274,14 @@ void World::systemPortIs(IntfId port, std::optional<SystemPhyPortId> systemPort)
                             other.name());
       }
    }
+   PortMap place = systemPort ? shoalStatus->portMap(*systemPort) : PortMap();
+   if (IntfId there = scsd->portMapToIntf(place); there != IntfId() && there != port) {
+      throw CommandError("its place, port " + std::to_string(place.fapPortId) + " of unit " +
+                         std::to_string(place.fapId.value()) + ", is taken by " + there.name());
+   }
    leavePlace(port, placeOf(port));
    if (systemPort) {
-      enterPlace(port, shoalStatus->portMap(*systemPort));
+      enterPlace(port, place);
       shoalStatus->sysPhyPortIdIs(port, *systemPort);
    } else {
       shoalStatus->sysPhyPortIdDel(port);
@@ -300,10 +322,15 @@ void World::memberIs(IntfId lag, IntfId port, bool present) {
                             "; remove it there first");
       }
    }
+   if (present == status->memberHas(port)) {
+      return;
+   }
    if (present) {
       status->memberIs(port);
+      joinLag(lag, port);
    } else {
       status->memberDel(port);
+      leaveLag(lag, port);
    }
    refreshLagDomains(lag);
    refreshAround(lag);

@@ -9,7 +9,9 @@
 
 #include "agent/inventory/Inventory.h"
 #include "agent/world/SubIntfEntries.h"
+#include "platform/Bridging/UntaggedVlanDir.h"
 #include "platform/Corestate/Corestate.h"
+#include "platform/Hardware/Shoal/LocalPortMapStatus.h"
 #include "platform/Hardware/Shoal/Status.h"
 #include "platform/Hardware/Shoal/VlanDomainStatus.h"
 #include "platform/Hardware/ShoalTunnel/PortMapTables.h"
@@ -17,6 +19,9 @@
 #include "platform/Interface/EthLagIntfStatus.h"
 #include "platform/Interface/SubIntf.h"
 #include "platform/IntfVlanId/Table.h"
+#include "platform/Lag/Config.h"
+#include "platform/Lag/LagPhyIntfMapping.h"
+#include "platform/ShoalTcam/TcamDbStatusInterface.h"
 
 #include <optional>
 #include <string>
@@ -56,6 +61,12 @@ class World {
    }
    // A port itself, or the members of a port-channel.
    std::vector<IntfId> portsOf(IntfId portOrLag) const;
+   // Every TCAM of the inventory's units; by UNIT:CORE (CommandError), and back; those that serve
+   // an interface: its ports', or every core's of its unit for a VLAN interface.
+   std::vector<Hardware::Shoal::SystemTcamId> tcams() const;
+   Hardware::Shoal::SystemTcamId tcam(std::string_view typed) const;
+   std::string tcamName(Hardware::Shoal::SystemTcamId tcam) const;
+   std::vector<Hardware::Shoal::SystemTcamId> tcamsOf(IntfId intf) const;
    // The tags in force: assigned at run time, else configured; zero: none.
    Bridging::Dot1qEncap encapsulation(IntfId subIntf) const;
 
@@ -64,6 +75,7 @@ class World {
    void dynamicEncapsulationIs(IntfId subIntf, Bridging::Dot1qEncap encap);
    void subInterfaceDel(IntfId subIntf);
    void programInHwIs(IntfId subIntf, bool on);
+   void encapKindIs(IntfId subIntf, uint32_t kind); // 4: the chip matches its tags in another type
    void internalVlanIs(IntfId routedPort, Bridging::VlanIdOrNone vlan);
    // A port's domain, or a port-channel's on every unit where it has one. None: taken away.
    void vlanDomainIs(IntfId intf, std::optional<Hardware::Shoal::VlanDomain> domain);
@@ -78,6 +90,15 @@ class World {
    void portMapValidIs(bool valid);
    void portMapVersionInc();
    void memberIs(IntfId lag, IntfId port, bool present);
+   // A port-channel goes with its members out of it first, or comes without any.
+   void portChannelIs(IntfId lag, bool present);
+   void untaggedVlanIs(IntfId intf, Bridging::VlanIdOrNone vlan);
+   // A feature's place in the words of a TCAM; none: the TCAM has no place for it. Shows with the
+   // next TCAM key version.
+   void tcamLayoutIs(Hardware::Shoal::SystemTcamId tcam,
+                     Hardware::ShoalTunnel::InLifFeatureType type,
+                     std::optional<ShoalTcam::TcamShareQualInfo> place);
+   void tcamKeyVersionInc();
 
    // The entities; each is mounted under its name below "world/".
    Orv::Ptr<Hardware::ShoalTunnel::ShoalTunnelCommonSmData> scsd;
@@ -92,6 +113,10 @@ class World {
    Orv::Ptr<Interface::SubIntfDynDot1qEncap> dynSubIntfEncap;
    Orv::Ptr<Hardware::ShoalTunnel::SubIntfDot1qEncapChange> subIntfDot1qEncapChange;
    Orv::Ptr<Hardware::ShoalTunnel::VlanTagToVsiMapperConfig> vtagToVsiConfig;
+   Orv::Ptr<Lag::Config> lagConfig;
+   Orv::Ptr<Lag::LagPhyIntfMapping> lagPhyIntfMapping;
+   Orv::Ptr<Bridging::UntaggedVlanDir> untaggedVlanDir;
+   Orv::Ptr<Hardware::Shoal::LocalPortMapStatus> localPortMapStatus;
 
  private:
    template<class T>
@@ -101,6 +126,9 @@ class World {
       return entity;
    }
    void fill();
+   void fillFeatures();
+   void joinLag(IntfId lag, IntfId port);
+   void leaveLag(IntfId lag, IntfId port);
    void fillPortChannel(InventoryPortChannel const& lag);
    void requireSubInterface(IntfId subIntf) const;
    void tellEncapsulation(IntfId subIntf);
@@ -119,6 +147,7 @@ class World {
    std::map<IntfId, std::vector<IntfId>> subIntfsOf_;
    SubIntfEntries subIntfEntries_{*this};
    Orv::KeyedByIndex<IntfId, uint8_t> lagDomain_; // of port-channels, as configured
+   Orv::KeyedByIndex<IntfId, uint32_t> core_;     // of ports, as in the inventory
 };
 
 } // namespace Agent

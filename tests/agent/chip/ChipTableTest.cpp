@@ -189,7 +189,6 @@ TEST_F(ChipTableTest, TheOtherTablesAnswerInTheirOwnTerms) {
    tunnelConfig->configIs(tunnel, {7});
    after(0.5);
    EXPECT_EQ(tunnelStatus->status(tunnel), (TunnelPolicyMapperStatusType{3, 7}));
-   EXPECT_FALSE(tunnels.held(tunnel));
    after(1);
    EXPECT_EQ(tunnelStatus->status(tunnel), (TunnelPolicyMapperStatusType{2, 7}));
    faults_.next(Fault::refuse, 1, {ChipTableKind::tunnel, {}});

@@ -1,0 +1,78 @@
+#include "agent/command/FeatureNames.h"
+
+#include <algorithm>
+
+namespace Agent {
+
+using namespace Hardware::ShoalTunnel;
+
+InLifFeatureType takeFeatureType(Arguments& arguments) {
+   std::string word = arguments.take("TYPE");
+   std::string number = word.starts_with("feature") ? word.substr(7) : word;
+   return static_cast<InLifFeatureType>(parseNumber(number, "TYPE", 1, kInLifFeatureTypeBound - 1));
+}
+
+std::vector<InLifIntfKey> takeInLifKeys(Host const& host, Arguments& arguments) {
+   World const& world = host.world();
+   auto interfaces = world.interfaces(arguments.take("INTERFACE"));
+   std::string word = arguments.take("UNIT:CORE or own");
+   std::vector<InLifIntfKey> keys;
+   for (IntfId intf : interfaces) {
+      auto kind = intf.fields().kind;
+      bool served = !intf.l3Flood() &&
+                    (kind == Plexus::IntfKind::port || kind == Plexus::IntfKind::portChannel ||
+                     kind == Plexus::IntfKind::vlan);
+      if (!served) {
+         throw CommandError(intf.name() +
+                            " is no port, port-channel, sub-interface or VLAN interface: nothing "
+                            "serves in-LIF features there");
+      }
+      if (word != "own") {
+         keys.emplace_back(intf, world.tcam(word));
+         continue;
+      }
+      auto tcams = world.tcamsOf(intf);
+      if (tcams.empty()) {
+         throw CommandError(intf.name() + " is served by no TCAM; name one as UNIT:CORE");
+      }
+      for (auto tcam : tcams) {
+         keys.emplace_back(intf, tcam);
+      }
+   }
+   return keys;
+}
+
+InLifIntfKey takeInLifKey(Host const& host, Arguments& arguments) {
+   auto keys = takeInLifKeys(host, arguments);
+   if (keys.size() != 1) {
+      throw CommandError("that names " + std::to_string(keys.size()) + " keys; one is wanted here");
+   }
+   return keys.front();
+}
+
+std::string printedInLifKey(Host const& host, InLifIntfKey key) {
+   return key.intfId().name() + " on " + host.world().tcamName(key.tcamId());
+}
+
+std::string printedFeatures(InLifIntfFeatureAggr const& aggregate) {
+   std::ostringstream text;
+   char const* separator = "";
+   for (auto const& [type, value] : aggregate.featureAggIter()) {
+      text << separator << type << '=' << value;
+      separator = ",";
+   }
+   return text.str();
+}
+
+std::string printedWord(InLifFeatureAttributes const& word) {
+   char text[24];
+   std::snprintf(text, sizeof text, "0x%08x%04x%04x", word.eei, word.data1, word.data0);
+   return text;
+}
+
+std::string_view printedFeatureStatus(InLifFeatureResponseStatus status) {
+   static constexpr std::string_view names[] = {"none", "success", "failure"};
+   return names[static_cast<std::size_t>(status)];
+}
+
+} // namespace Agent

@@ -1,0 +1,29 @@
+// How in-LIF features are written in commands and in their output.
+#pragma once
+
+#include "agent/command/Names.h"
+
+namespace Agent {
+
+using Hardware::ShoalTunnel::InLifFeatureAttributes;
+using Hardware::ShoalTunnel::InLifFeatureKey;
+using Hardware::ShoalTunnel::InLifFeatureType;
+using Hardware::ShoalTunnel::InLifIntfKey;
+
+// 1 to 12, or "feature1" to "feature12".
+InLifFeatureType takeFeatureType(Arguments& arguments);
+// INTERFACE UNIT:CORE|own; INTERFACE may be a pattern. CommandError for interfaces that no machine
+// serves. Never empty.
+std::vector<InLifIntfKey> takeInLifKeys(Host const& host, Arguments& arguments);
+// The same for one key.
+InLifIntfKey takeInLifKey(Host const& host, Arguments& arguments);
+
+// "lc1/asic0/Ethernet0 on lc1/asic0:0"
+std::string printedInLifKey(Host const& host, InLifIntfKey key);
+// "feature1=3,feature4=7"
+std::string printedFeatures(Hardware::ShoalTunnel::InLifIntfFeatureAggr const& aggregate);
+// The 64-bit word in hexadecimal.
+std::string printedWord(InLifFeatureAttributes const& word);
+std::string_view printedFeatureStatus(Hardware::ShoalTunnel::InLifFeatureResponseStatus status);
+
+} // namespace Agent

@@ -1,0 +1,126 @@
+// The tables of in-LIF features.
+#include "agent/command/FeatureNames.h"
+#include "agent/command/Tables.h"
+
+namespace Agent {
+
+using namespace Hardware::ShoalTunnel;
+
+namespace {
+
+std::vector<Json> keyCells(Host const& host, InLifIntfKey key) {
+   return {key.intfId().name(), host.world().tcamName(key.tcamId())};
+}
+
+std::string typeName(InLifFeatureType type) {
+   std::ostringstream text;
+   text << type;
+   return text.str();
+}
+
+Table features(Host const& host) {
+   Table table{"features",
+               {"directory", "interface", "TCAM", "type", "value", "response", "programmed"},
+               {}};
+   auto const& pipeline = host.inLifFeatures();
+   for (auto const& [name, entry] : pipeline.inputDir->entryIter()) {
+      auto directory = pipeline.directory(name);
+      if (!directory) {
+         continue;
+      }
+      for (auto const& [key, request] : directory->requestIter()) {
+         auto response = pipeline.featureStatus->response(key);
+         bool answered = response.status != InLifFeatureResponseStatus::none;
+         auto row = joined({name}, keyCells(host, key.intfKey()));
+         table.add(joined(row, {typeName(key.featureType()), request.value,
+                                std::string(printedFeatureStatus(response.status)),
+                                answered ? Json(response.value) : Json()}));
+      }
+   }
+   return table;
+}
+
+Table featureResponses(Host const& host) {
+   Table table{"feature-responses", {"interface", "TCAM", "type", "response", "programmed"}, {}};
+   for (auto const& [key, response] : host.inLifFeatures().featureStatus->responseIter()) {
+      table.add(joined(keyCells(host, key.intfKey()),
+                       {typeName(key.featureType()),
+                        std::string(printedFeatureStatus(response.status)), response.value}));
+   }
+   return table;
+}
+
+Table aggregates(Host const& host) {
+   Table table{"aggregates", {"interface", "TCAM", "features", "version", "handled version"}, {}};
+   auto const& pipeline = host.inLifFeatures();
+   for (auto const& [key, aggregate] : pipeline.inLifIntfCfg->requestIter()) {
+      auto handled = pipeline.inLifIntfStatus->response(key);
+      table.add(joined(keyCells(host, key), {printedFeatures(*aggregate), aggregate->version(),
+                                             handled ? Json(handled->version()) : Json()}));
+   }
+   return table;
+}
+
+Table spread(Host const& host) {
+   Table table{"spread", {"port", "TCAM", "features"}, {}};
+   for (auto const& [key, aggregate] : host.inLifFeatures().inLifIntfCfgLagExp->requestIter()) {
+      table.add(joined(keyCells(host, key), {printedFeatures(*aggregate)}));
+   }
+   return table;
+}
+
+Table words(Host const& host) {
+   Table table{"words", {"port", "word", "port side", "VLAN side"}, {}};
+   auto const& pipeline = host.inLifFeatures();
+   auto cell = [](DefaultLifFeatureConfig const& of, IntfId intf) {
+      return of.lifFeatureAttrHas(intf) ? Json(printedWord(of.lifFeatureAttr(intf))) : Json();
+   };
+   for (auto const& [intf, word] : pipeline.mergedWords->lifFeatureAttrIter()) {
+      table.add({intf.name(), printedWord(word), cell(*pipeline.portWords, intf),
+                 cell(*pipeline.vlanWords, intf)});
+   }
+   return table;
+}
+
+Table subIntfWords(Host const& host) {
+   Table table{"sub-interface-words", {"sub-interface", "TCAM", "word"}, {}};
+   for (auto const& [key, word] : host.inLifFeatures().subIntfWords->lifFeatureAttrIter()) {
+      table.add(joined(keyCells(host, key), {printedWord(word)}));
+   }
+   return table;
+}
+
+Table layouts(Host const& host) {
+   Table table{"tcam-layouts", {"TCAM", "type", "offset", "mask"}, {}};
+   auto const& library = ShoalTcam::TcamDbStatusInterface::tcamDbStatusInterface();
+   for (auto const& [tcam, data] : library->inLifDataIter()) {
+      for (auto const& [type, place] : data->tcamShareQualInfoIter()) {
+         table.add({host.world().tcamName(tcam), typeName(type), place.offset(), place.mask()});
+      }
+   }
+   return table;
+}
+
+Table untagged(Host const& host) {
+   Table table{"untagged-vlans", {"interface", "VLAN"}, {}};
+   for (auto const& [intf, vlan] : host.world().untaggedVlanDir->untaggedVlanIter()) {
+      table.add({intf.name(), vlan.value()});
+   }
+   return table;
+}
+
+} // namespace
+
+void addFeatureTables(std::vector<NamedTable>& tables) {
+   tables.insert(tables.end(),
+                 {{"features", "in-LIF features asked for, and their answers", features},
+                  {"feature-responses", "every in-LIF feature response there is", featureResponses},
+                  {"aggregates", "features per interface and TCAM, and versions", aggregates},
+                  {"spread", "features spread over physical ports", spread},
+                  {"words", "the default word of each port, and its two sides", words},
+                  {"sub-interface-words", "the word of each sub-interface", subIntfWords},
+                  {"tcam-layouts", "where each TCAM keeps each feature", layouts},
+                  {"untagged-vlans", "the VLAN of untagged frames", untagged}});
+}
+
+} // namespace Agent

@@ -1,0 +1,166 @@
+// The facts behind in-LIF features: membership of port-channels, untagged VLANs, TCAMs and their
+// layouts.
+#include "agent/command/Registry.h"
+#include "agent/world/World.h"
+#include "platform/ShoalTcam/TcamDbStatusInterface.h"
+
+#include <algorithm>
+
+namespace Agent {
+
+using Bridging::VlanIdOrNone;
+using Hardware::Shoal::kCoresPerFap;
+using Hardware::Shoal::SystemTcamId;
+using Hardware::ShoalTunnel::InLifFeatureType;
+using Plexus::PortChannelIntfId;
+using Plexus::SubIntfId;
+using ShoalTcam::TcamDbStatusInterface;
+using ShoalTcam::TcamShareQualInfo;
+
+namespace {
+
+// Twelve fields of five bits side by side.
+constexpr uint16_t defaultWidth = 5;
+
+} // namespace
+
+void World::fillFeatures() {
+   // The layouts are the process's; a fresh world starts from its own.
+   auto const& layouts = TcamDbStatusInterface::tcamDbStatusInterface();
+   layouts->inLifDataDelAll();
+   for (SystemTcamId tcam : tcams()) {
+      for (InLifFeatureType type : Hardware::ShoalTunnel::inLifFeatureTypes) {
+         auto place = static_cast<uint16_t>((static_cast<unsigned>(type) - 1) * defaultWidth);
+         layouts->inLifDataIs(tcam)->tcamShareQualInfoIs(
+             type, TcamShareQualInfo(place, (1U << defaultWidth) - 1));
+      }
+   }
+   for (auto const& lag : inventory_.portChannels) {
+      portChannelIs(IntfId(lag.name), true);
+      for (auto const& member : lag.members) {
+         joinLag(IntfId(lag.name), IntfId(member));
+      }
+   }
+   for (auto const& vlan : inventory_.vlans) {
+      for (auto const& member : vlan.members) {
+         if (!member.tagged) {
+            untaggedVlanDir->untaggedVlanIs(IntfId(member.interface), VlanIdOrNone(vlan.vlanId));
+         }
+      }
+   }
+}
+
+std::vector<SystemTcamId> World::tcams() const {
+   std::vector<SystemTcamId> found;
+   for (auto const& unit : inventory_.units) {
+      for (uint32_t core = 0; core < kCoresPerFap; ++core) {
+         found.push_back(
+             Hardware::Shoal::fapLocalCoreIdToSystemTcamId(shoalStatus, FapId(unit.fapId), core));
+      }
+   }
+   return found;
+}
+
+SystemTcamId World::tcam(std::string_view typed) const {
+   auto colon = typed.rfind(':');
+   if (colon == std::string_view::npos || typed.substr(colon + 1).size() != 1 ||
+       typed[colon + 1] < '0' || typed[colon + 1] >= static_cast<char>('0' + kCoresPerFap)) {
+      throw CommandError("a TCAM is UNIT:CORE with core 0 or 1, not '" + std::string(typed) + "'");
+   }
+   return Hardware::Shoal::fapLocalCoreIdToSystemTcamId(
+       shoalStatus, unit(typed.substr(0, colon)), static_cast<uint32_t>(typed[colon + 1] - '0'));
+}
+
+std::string World::tcamName(SystemTcamId tcam) const {
+   for (auto const& unit : inventory_.units) {
+      for (uint32_t core = 0; core < kCoresPerFap; ++core) {
+         if (tcam ==
+             Hardware::Shoal::fapLocalCoreIdToSystemTcamId(shoalStatus, FapId(unit.fapId), core)) {
+            return unit.name + ":" + std::to_string(core);
+         }
+      }
+   }
+   return "none";
+}
+
+std::vector<SystemTcamId> World::tcamsOf(IntfId intf) const {
+   std::vector<SystemTcamId> found;
+   auto add = [&](SystemTcamId tcam) {
+      if (tcam != SystemTcamId() && std::find(found.begin(), found.end(), tcam) == found.end()) {
+         found.push_back(tcam);
+      }
+   };
+   if (Plexus::VlanIntfId::isVlanIntfId(intf)) {
+      for (FapId fap : unitsOf(intf)) {
+         for (uint32_t core = 0; core < kCoresPerFap; ++core) {
+            add(Hardware::Shoal::fapLocalCoreIdToSystemTcamId(shoalStatus, fap, core));
+         }
+      }
+   }
+   IntfId base = SubIntfId::isSubIntfId(intf) ? SubIntfId::parentIntfId(intf) : intf;
+   for (IntfId port : portsOf(base)) {
+      add(shoalStatus->sysTcamId(port));
+   }
+   return found;
+}
+
+// A port's own entry before the member list, and out of the old port-channel before into the new:
+// who hears of a list's change and looks at the port finds it where the list says. A list that
+// still named a port that has moved on would give it two port-channels' features.
+void World::joinLag(IntfId lag, IntfId port) {
+   lagPhyIntfMapping->phyIntfLagIs(port, lag);
+   lagPhyIntfMapping->lagPhyIntfConfigIs(lag)->phyIntfIs(port);
+}
+
+void World::leaveLag(IntfId lag, IntfId port) {
+   lagPhyIntfMapping->phyIntfLagDel(port);
+   if (auto members = lagPhyIntfMapping->lagPhyIntfConfig(lag)) {
+      members->phyIntfDel(port);
+   }
+}
+
+void World::portChannelIs(IntfId lag, bool present) {
+   if (!PortChannelIntfId::isPortChannelIntfId(lag) || SubIntfId::isSubIntfId(lag)) {
+      throw CommandError(lag.name() + " is no port-channel");
+   }
+   if (present) {
+      ethIntfStatusDir->ethLagIntfStatusIs(lag);
+      lagConfig->lagIs(lag);
+      lagPhyIntfMapping->lagPhyIntfConfigIs(lag);
+      return;
+   }
+   for (IntfId port : portsOf(lag)) {
+      memberIs(lag, port, false);
+   }
+   lagPhyIntfMapping->lagPhyIntfConfigDel(lag);
+   lagConfig->lagDel(lag);
+   ethIntfStatusDir->ethLagIntfStatusDel(lag);
+}
+
+void World::untaggedVlanIs(IntfId intf, VlanIdOrNone vlan) {
+   if (SubIntfId::isSubIntfId(intf) ||
+       (!isPort(intf) && !PortChannelIntfId::isPortChannelIntfId(intf))) {
+      throw CommandError(intf.name() + " is neither a port nor a port-channel");
+   }
+   if (vlan.value() == 0) {
+      untaggedVlanDir->untaggedVlanDel(intf);
+   } else {
+      untaggedVlanDir->untaggedVlanIs(intf, vlan);
+   }
+}
+
+void World::tcamLayoutIs(SystemTcamId tcam, InLifFeatureType type,
+                         std::optional<TcamShareQualInfo> place) {
+   auto layout = TcamDbStatusInterface::tcamDbStatusInterface()->inLifDataIs(tcam);
+   if (place) {
+      layout->tcamShareQualInfoIs(type, *place);
+   } else {
+      layout->tcamShareQualInfoDel(type);
+   }
+}
+
+void World::tcamKeyVersionInc() {
+   shoalStatus->tcamKeyVersionIs(shoalStatus->tcamKeyVersion() + 1);
+}
+
+} // namespace Agent
