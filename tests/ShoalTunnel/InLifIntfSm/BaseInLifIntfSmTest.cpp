@@ -73,7 +73,9 @@ TEST_F(BaseInLifTest, NothingHappensBeforeTheStart) {
    portMapChanged();
    layoutChanged();
    EXPECT_EQ(later.handled->responses() + later.merged->lifFeatureAttrs(), 0U);
+   later.vlans->lifFeatureAttrIs(IntfId("Ethernet2"), {}); // by an earlier machine
    text = Trace::traced([&] { later.start(); });
+   EXPECT_EQ(later.vlans->lifFeatureAttrs(), 1U);
    EXPECT_THAT(text, testing::StartsWith("8 BaseInLifIntfSm::handleInitialized\n"
                                          "8 PortInLifIntfSm::doHandleRequest add " +
                                          keyText("Ethernet1", 1) + "\n"));
