@@ -1,5 +1,7 @@
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureKey.h"
 
+#include <deque>
+
 namespace Hardware::ShoalTunnel {
 
 Orv::Interner<InLifFeatureKeyFields> inLifFeatureKeyInterner;
@@ -13,7 +15,34 @@ struct PrintedKey {
 
    ORV_VALUE(PrintedKey, "Hardware::ShoalTunnel::InLifFeatureKey", intfId, tcamId, featureType)
 };
+
+uint16_t bitOf(InLifFeatureType type) {
+   return static_cast<uint16_t>(1U << static_cast<unsigned>(type));
+}
+
+// Of each interface, by its index, the types of which a key was made: asking for one that was not
+// is answered without a look into the hash.
+std::deque<uint16_t>& typesMade() {
+   static std::deque<uint16_t> types;
+   return types;
+}
 } // namespace
+
+InLifFeatureKey::InLifFeatureKey(InLifIntfKey intfKey, InLifFeatureType featureType)
+    : Interned(InLifFeatureKeyFields{intfKey, checkedInLifFeatureType(featureType)}) {
+   auto& made = typesMade();
+   if (intfKey.index() >= made.size()) {
+      made.resize(intfKey.index() + 1);
+   }
+   made[intfKey.index()] |= bitOf(featureType);
+}
+
+InLifFeatureKey InLifFeatureKey::existing(InLifIntfKey intfKey, InLifFeatureType featureType) {
+   auto const& made = typesMade();
+   bool known = intfKey.index() < made.size() &&
+                (made[intfKey.index()] & bitOf(checkedInLifFeatureType(featureType))) != 0;
+   return known ? InLifFeatureKey(intfKey, featureType) : InLifFeatureKey();
+}
 
 std::ostream& operator<<(std::ostream& out, InLifFeatureKeyFields const& fields) {
    return out << PrintedKey{fields.intfKey.intfId(), fields.intfKey.tcamId(), fields.featureType};

@@ -30,8 +30,7 @@ class InLifFeatureKey : public Orv::Interned<InLifFeatureKeyFields, inLifFeature
  public:
    constexpr InLifFeatureKey() = default;
    // Throws Orv::RangeException for anything but the twelve feature types.
-   InLifFeatureKey(InLifIntfKey intfKey, InLifFeatureType featureType)
-       : Interned(InLifFeatureKeyFields{intfKey, checkedInLifFeatureType(featureType)}) {}
+   TCAM_SHARING_EXPORT InLifFeatureKey(InLifIntfKey intfKey, InLifFeatureType featureType);
    InLifFeatureKey(Plexus::IntfId intfId, Shoal::SystemTcamId tcamId, InLifFeatureType featureType)
        : InLifFeatureKey(InLifIntfKey(intfId, tcamId), featureType) {}
    static InLifFeatureKey fromIndex(uint32_t index) {
@@ -41,12 +40,8 @@ class InLifFeatureKey : public Orv::Interned<InLifFeatureKeyFields, inLifFeature
    }
    // The key if it was ever made, the default key otherwise: for walks over all types, which must
    // not fill the process with keys of features that nobody asks for.
-   static InLifFeatureKey existing(InLifIntfKey intfKey, InLifFeatureType featureType) {
-      InLifFeatureKeyFields fields{intfKey, featureType};
-      uint32_t found = inLifFeatureKeyInterner.find(
-          fields.hash(), [&](InLifFeatureKeyFields const& other) { return other == fields; });
-      return found == Orv::kNil ? InLifFeatureKey() : fromIndex(found);
-   }
+   TCAM_SHARING_EXPORT static InLifFeatureKey existing(InLifIntfKey intfKey,
+                                                       InLifFeatureType featureType);
 
    InLifIntfKey intfKey() const { return fields().intfKey; }
    Plexus::IntfId intfId() const { return intfKey().intfId(); }
