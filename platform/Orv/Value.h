@@ -88,11 +88,9 @@ concept NamedEnum =
 // Writes one field of a value; bytes are numbers and flags are 0 or 1.
 template<class T>
 void printField(std::ostream& out, T const& field) {
-   if constexpr (NamedEnum<T>) {
-      out << field;
-   } else if constexpr (std::is_integral_v<T>) {
+   if constexpr (std::is_integral_v<T>) {
       out << +field;
-   } else if constexpr (std::is_enum_v<T>) {
+   } else if constexpr (std::is_enum_v<T> && !NamedEnum<T>) {
       out << +static_cast<std::underlying_type_t<T>>(field);
    } else {
       out << field;
