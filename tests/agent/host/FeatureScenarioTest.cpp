@@ -1,0 +1,171 @@
+#include "agent/inventory/FileContent.h"
+#include "tests/agent/host/Scenario.h"
+
+#include <algorithm>
+
+namespace Agent {
+namespace {
+
+using testing::HasSubstr;
+
+std::string const setUp = "feature-directory qos add\nfeature-directory sec add\n";
+
+// What the machines made, before and after a fresh start; rows in order of text, since a fresh
+// start inserts in another order.
+void expectAsFresh(std::string const& scenario, std::string const& inventory = twins) {
+   std::string shows;
+   for (char const* table : {"words", "spread", "sub-interface-words", "feature-responses"}) {
+      shows += std::string("show ") + table + "\n";
+   }
+   Result result =
+       run(scenario + "\n" + shows + "echo fresh\nstart-features-fresh\n" + shows, {}, inventory);
+   ASSERT_EQ(result.code, 0) << result.errors;
+   auto middle = result.out.find("fresh\n");
+   ASSERT_NE(middle, std::string::npos);
+   auto sorted = [](std::string const& text) {
+      std::vector<std::string> lines;
+      std::istringstream in(text);
+      for (std::string line; std::getline(in, line);) {
+         lines.push_back(line);
+      }
+      std::sort(lines.begin(), lines.end());
+      return lines;
+   };
+   EXPECT_GT(middle, 1000U) << "there is something to compare";
+   auto before = sorted(result.out.substr(0, middle));
+   auto after = sorted(result.out.substr(middle + 6));
+   std::vector<std::string> differences;
+   std::set_symmetric_difference(before.begin(), before.end(), after.begin(), after.end(),
+                                 std::back_inserter(differences));
+   EXPECT_THAT(differences, testing::IsEmpty());
+}
+
+TEST(FeatureScenarioTest, FeaturesReachTheWordsAndAreAnswered) {
+   expectSound(setUp + "feature qos u/3/Ethernet0 own 1 3\nfeature sec u/3/Ethernet0 own 2 7\n"
+                       "expect word u/3/Ethernet0 0x00000000000000e3\n"
+                       "expect feature u/3/Ethernet0 own 2 success 7\n"
+                       // the VLAN's value wins, over the port's own
+                       "feature sec u/3/Vlan7 u/3:0 2 1\nexpect word u/3/Ethernet0 "
+                       "0x0000000000000023\nuntagged-vlan u/3/Ethernet0 none\n"
+                       "expect word u/3/Ethernet0 0x00000000000000e3\n"
+                       "feature qos u/3/Ethernet0.5 own 3 1\n"
+                       "expect sub-interface-word u/3/Ethernet0.5 own 0x0000000000000400\n"
+                       // layouts show with the key version
+                       "tcam-layout u/3:0 1 40 8\nexpect word u/3/Ethernet0 0x00000000000000e3\n"
+                       "tcam-key-version\nexpect word u/3/Ethernet0 0x00000300000000e0\n"
+                       "tcam-layout u/3:0 2 none\ntcam-key-version\n"
+                       "expect word u/3/Ethernet0 0x0000030000000000\n"
+                       "withdraw-feature qos u/3/Ethernet0 own 1\n"
+                       "expect feature u/3/Ethernet0 own 1 none\n"
+                       "withdraw-feature sec u/3/Ethernet0 own 2\nexpect word u/3/Ethernet0 none");
+}
+
+TEST(FeatureScenarioTest, MembersCarryThePortChannelsFeatures) {
+   expectSound(setUp + "feature sec u/3/PortChannel3 own 2 9\nfeature qos u/3/Ethernet4 own 1 1\n"
+                       "expect word u/3/Ethernet4 0x0000000000000120\n"
+                       "expect feature u/3/Ethernet4 own 1 success\n"
+                       // out of one port-channel and into another
+                       "member u/3/PortChannel3 remove u/3/Ethernet4\n"
+                       "expect word u/3/Ethernet4 0x0000000000000001\n"
+                       "feature sec u/0/PortChannel1 u/3:0 2 2\n"
+                       "member u/0/PortChannel1 add u/3/Ethernet4\n"
+                       "expect word u/3/Ethernet4 0x0000000000000040\n"
+                       "port-channel u/0/PortChannel1 remove\n"
+                       "expect word u/3/Ethernet4 0x0000000000000001");
+}
+
+TEST(FeatureScenarioTest, WhatWouldStopTheLibraryIsRefused) {
+   std::string word = setUp + "feature qos u/3/Ethernet0 own 1 3\n";
+   EXPECT_THAT(refusal(word + "port-map-state invalid\nport-map-state version"),
+               HasSubstr("say port-map-state valid first"));
+   EXPECT_THAT(refusal(word + "port-map u/3/Ethernet0 none\nport-map-state version"),
+               HasSubstr("u/3/Ethernet0, which carries a feature word: give it a place first"));
+   for (auto const& [line, reason] : {
+            std::pair{"feature qos u/3/Tunnel-t u/3:0 1 1", "nothing serves in-LIF features there"},
+            std::pair{"feature qos u/0/Ethernet8-L3Flood own 1 1", "nothing serves in-LIF"},
+            std::pair{"feature qos u/3/Ethernet0 u/3:2 1 1", "a TCAM is UNIT:CORE"},
+            std::pair{"feature qos u/3/Ethernet0 u/9:0 1 1", "has no unit 'u/9'"},
+            std::pair{"feature qos u/3/Ethernet0 own 13 1", "TYPE is 1 to 12"},
+            std::pair{"feature qos u/3/Ethernet0 own 1 4294967296", "VALUE is 0 to"},
+            std::pair{"feature x u/3/Ethernet0 own 1 1", "there is no request directory 'x'"},
+            std::pair{"withdraw-feature qos u/3/Ethernet0 own 1", "asks for nothing there"},
+            std::pair{"tcam-layout u/3:0 1 60 8", "does not fit into 64 bits"},
+            std::pair{"port-channel u/3/Ethernet0 remove", "is no port-channel"},
+            std::pair{"untagged-vlan u/3/Ethernet0.5 7", "neither a port nor a port-channel"},
+            std::pair{"feature-directory x remove", "there is no directory 'x'"},
+        }) {
+      EXPECT_THAT(refusal(setUp + line), HasSubstr(reason)) << line;
+   }
+}
+
+TEST(FeatureScenarioTest, EachStateIsExplained) {
+   struct Case {
+      char const* scenario;
+      char const* verdict;
+   };
+   for (auto const& [scenario, verdict] : {
+            Case{"explain-feature u/3/Ethernet0 own 1", "No directory asks for this feature here."},
+            Case{"feature qos u/3/Ethernet0 own 1 3\nexplain-feature u/3/Ethernet0 own 1",
+                 "Handled."},
+            Case{"feature qos u/3/Ethernet0 own 1 3\nfeature sec u/3/Ethernet0 own 1 3\n"
+                 "withdraw-feature sec u/3/Ethernet0 own 1\nexplain-feature u/3/Ethernet0 own 1",
+                 "although qos asks: another directory withdrew it"},
+            Case{"port-map-state invalid\nfeature qos u/3/Ethernet0 own 1 3\n"
+                 "explain-feature u/3/Ethernet0 own 1",
+                 "the port map is not valid"},
+            Case{"port-channel u/3/PortChannel3 remove\nfeature qos u/3/PortChannel3 u/3:0 1 3\n"
+                 "explain-feature u/3/PortChannel3 u/3:0 1",
+                 "the port-channel does not exist"},
+            Case{"feature qos u/3/Ethernet4 own 1 3\nexplain-feature u/3/Ethernet4 own 1",
+                 "set aside while the port is a member of u/3/PortChannel3"},
+            Case{"tcam-layout u/3:0 1 none\nfeature qos u/3/Ethernet0 own 1 3\n"
+                 "explain-feature u/3/Ethernet0 own 1",
+                 "the TCAM has no place"},
+        }) {
+      Result result = run(setUp + scenario);
+      EXPECT_EQ(result.code, 0) << scenario << result.errors;
+      EXPECT_THAT(result.out, HasSubstr(verdict)) << scenario;
+   }
+}
+
+TEST(FeatureScenarioTest, AfterChangesOfEveryKindThePublishedChassisIsAsFresh) {
+   auto inventory = fileContent("../shared/inventories/07-chassis-8card-assembled.json");
+   if (!inventory) {
+      GTEST_SKIP() << "the published inventories are not here";
+   }
+   expectAsFresh(R"(feature-directory a add
+feature-directory b add
+feature a lc04/ASIC0/Ethernet* own 1 3
+feature b lc04/ASIC0/PortChannel??? own 2 5
+feature a lc03/ASIC0/PortChannel??? own 3 7
+feature b lc09/ASIC0/Ethernet*.* own 4 9
+feature b lc09/ASIC0/Vlan* own 5 2
+member lc04/ASIC0/PortChannel117 remove lc04/ASIC0/Ethernet0
+member lc04/ASIC0/PortChannel125 add lc04/ASIC0/Ethernet0
+member lc04/ASIC0/PortChannel118 remove lc04/ASIC0/Ethernet8
+untagged-vlan lc09/ASIC0/Ethernet0 100
+tcam-layout lc04/ASIC0:0 1 32 5
+tcam-layout lc04/ASIC0:1 2 none
+withdraw-feature a lc04/ASIC0/Ethernet1* own 1
+feature a lc04/ASIC0/Ethernet12 own 1 4
+tcam-key-version
+port-map lc04/ASIC0/Ethernet8 16 250
+port-map lc03/ASIC0/Ethernet0 none
+port-map lc03/ASIC0/Ethernet0 8 251
+port-map-state invalid
+member lc04/ASIC0/PortChannel119 remove lc04/ASIC0/Ethernet16
+feature a lc03/ASIC0/PortChannel107 own 6 1
+port-map-state valid
+port-map-state version
+withdraw-feature b lc04/ASIC0/PortChannel12? own 2
+feature b lc04/ASIC0/PortChannel121 own 2 6
+feature b lc03/ASIC1/PortChannel??? own 7 7
+member lc04/ASIC0/PortChannel125 remove lc04/ASIC0/Ethernet0
+member lc04/ASIC0/PortChannel117 add lc04/ASIC0/Ethernet0
+port-map-state version
+tcam-key-version)",
+                 *inventory);
+}
+
+} // namespace
+} // namespace Agent
