@@ -112,7 +112,8 @@ std::string Explainer::hardwareVerdict() const {
    }
    if (response_.status == tcamSharingSuccess && !holds_) {
       return "Answered success, but the chip does not hold this policy: the entry was refused, "
-             "removed or rewritten for another request that shares it.";
+             "removed or rewritten for another request that shares it, or a member joined the "
+             "port-channel since and carries it once the request is worked again.";
    }
    if (response_.status == tcamSharingInProgress && answerDue_) {
       return "The chip is at work on it: its answer is due at " + printedSeconds(*answerDue_) +

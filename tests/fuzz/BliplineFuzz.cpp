@@ -1,0 +1,15 @@
+// Any bytes as a Blipline file: words, or an error.
+#include "platform/Trace/BliplineReader.h"
+
+#include <sstream>
+#include <string>
+
+extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
+   try {
+      std::ostringstream words;
+      Trace::printBlipline(std::string(reinterpret_cast<char const*>(data), size), words);
+   } catch (Trace::BliplineError const&) {
+      // As it should be.
+   }
+   return 0;
+}
