@@ -1,172 +1,175 @@
 // What a request costs from the ACL feature's configuration to its status, the chip answering at
-// once: time and heap, beside two floors that do the same table operations and nothing else.
-#include "bench/support/Pipeline.h"
-#include "bench/support/Floor.h"
+// once: time and heap, on three roads (to the ISEM, to the in-LIFs of sub-interfaces and to those
+// of tunnels), each beside two floors that do the same table operations and nothing else.
+#include "bench/support/Alone.h"
+#include "bench/support/InLifFloor.h"
+#include "bench/support/InLifPipeline.h"
+#include "bench/support/IsemFloor.h"
+#include "bench/support/IsemPipeline.h"
 #include "bench/support/Memory.h"
+#include "bench/support/ProcessorTime.h"
+#include "bench/support/Report.h"
 
 #include <benchmark/benchmark.h>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <map>
 
 namespace Bench {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double secondsSince(Clock::time_point start) {
-   return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-struct Figures {
-   double fill = 0;     // ns per request
-   double change = 0;   // ns per request
-   double withdraw = 0; // ns per request
-   double bytes = 0;    // of heap per request, after the fill
-   double mean() const { return (fill + change + withdraw) / 3; }
-};
-
-enum Variant { pipeline, standard, platform };
-constexpr char const* variantNames[] = {"pipeline", "unordered_map", "collections"};
-std::map<std::pair<Variant, std::size_t>, std::vector<Figures>> measured;
-unsigned runs = 0;
+Report report;
+bool anyWrong = false;
 
 std::size_t limit() {
    char const* most = std::getenv("SHOAL_BENCH_MAX");
    return most == nullptr ? 1000000 : std::strtoull(most, nullptr, 10);
 }
 
-// null, or what is wrong with the end of a phase.
-template<class Road>
-char const* checked(Road const& road, std::size_t count, uint64_t policy) {
-   if (policy == 0) {
-      return road.leftOver() == 0 ? nullptr : "something is left behind the withdrawal";
-   }
-   if (road.entries() != count) {
-      return "not every request has its entry";
-   }
+struct Outcome {
+   Figures figures;
+   double seconds = 0;
+   char const* wrong = nullptr; // at the end of a phase
+};
+
+template<class Way>
+char const* checked(Way const& way, std::size_t count, uint64_t policy) {
    for (std::size_t i = 0; i < count; ++i) {
-      if (!road.isAnswered(i, policy)) {
+      if (way.programmed(i) != policy) {
+         return "not every request has its entry";
+      }
+      if (!way.isAnswered(i, policy)) {
          return "not every request is answered with its policy";
       }
+   }
+   if (policy == 0 && way.leftOver() != 0) {
+      return "something is left behind the withdrawal";
    }
    return nullptr;
 }
 
-template<class Road>
-void measure(benchmark::State& state, Variant variant) {
+template<class Way>
+Outcome run(Asking asking, std::size_t count, unsigned number) {
+   World world(asking, count, number);
+   auto inOrder = world.shuffled(1);
+   auto other = world.shuffled(2);
+   Way way(world);
+   Outcome outcome;
+   auto phase = [&](std::vector<std::size_t> const& order, uint64_t policy) {
+      double start = processorTime();
+      for (std::size_t which : order) {
+         way.ask(which, policy);
+      }
+      way.drain();
+      double seconds = processorTime() - start;
+      outcome.seconds += seconds;
+      if (char const* wrong = checked(way, count, policy)) {
+         outcome.wrong = wrong;
+      }
+      return seconds * 1e9 / static_cast<double>(count);
+   };
+   std::size_t before = heapInUse;
+   outcome.figures.fill = phase(inOrder, 5);
+   outcome.figures.bytes = static_cast<double>(heapInUse - before) / static_cast<double>(count);
+   outcome.figures.change = phase(other, 6);
+   outcome.figures.withdraw = phase(inOrder, 0);
+   return outcome;
+}
+
+template<class Way>
+void measure(benchmark::State& state, Road road, Variant variant) {
    auto count = static_cast<std::size_t>(state.range(0));
-   for (auto _ : state) {
-      World world(count, ++runs);
-      auto inOrder = world.shuffled(1);
-      auto other = world.shuffled(2);
-      Road road(world);
-      Figures figures;
-      double total = 0;
-      auto phase = [&](std::vector<std::size_t> const& order, uint64_t policy) {
-         auto start = Clock::now();
-         for (std::size_t which : order) {
-            road.ask(which, policy);
-         }
-         road.drain();
-         double seconds = secondsSince(start);
-         total += seconds;
-         if (char const* wrong = checked(road, count, policy)) {
-            state.SkipWithError(wrong);
-         }
-         return seconds * 1e9 / static_cast<double>(count);
-      };
-      std::size_t before = heapInUse;
-      figures.fill = phase(inOrder, 5);
-      figures.bytes = static_cast<double>(heapInUse - before) / static_cast<double>(count);
-      figures.change = phase(other, 6);
-      figures.withdraw = phase(inOrder, 0);
-      state.SetIterationTime(total);
-      measured[{variant, count}].push_back(figures);
+   auto asking = road == Road::tunnel ? Asking::tunnels : Asking::subInterfaces;
+   Figures last;
+   for (unsigned number = 1; [[maybe_unused]] auto _ : state) {
+      auto outcome = alone([&] { return run<Way>(asking, count, number); });
+      ++number;
+      if (!outcome || outcome->wrong != nullptr) {
+         anyWrong = true;
+         state.SkipWithError(outcome ? outcome->wrong : "the run ended early");
+         return;
+      }
+      state.SetIterationTime(outcome->seconds);
+      last = outcome->figures;
+      report.add(road, variant, count, last);
    }
-   auto const& last = measured[{variant, count}].back();
    state.counters["fill_ns"] = last.fill;
    state.counters["change_ns"] = last.change;
    state.counters["withdraw_ns"] = last.withdraw;
    state.counters["bytes"] = last.bytes;
 }
 
-Figures median(Variant variant, std::size_t count) {
-   auto const& all = measured[{variant, count}];
-   auto of = [&](double Figures::*figure) {
-      std::vector<double> values;
-      for (auto const& each : all) {
-         values.push_back(each.*figure);
-      }
-      std::sort(values.begin(), values.end());
-      return values[values.size() / 2];
-   };
-   return {of(&Figures::fill), of(&Figures::change), of(&Figures::withdraw), of(&Figures::bytes)};
-}
-
-void printRatios(std::vector<std::size_t> const& counts) {
-   std::printf("\nMedians; ns and heap bytes per request\n%-14s %8s %8s %8s %9s %8s %7s\n", "", "N",
-               "fill", "change", "withdraw", "mean", "bytes");
+template<class Pipeline, template<class> class Floor>
+void addRoad(Road road, std::vector<std::size_t> const& counts) {
    for (std::size_t count : counts) {
-      for (Variant variant : {pipeline, standard, platform}) {
-         Figures figures = median(variant, count);
-         std::printf("%-14s %8zu %8.0f %8.0f %9.0f %8.0f %7.0f\n", variantNames[variant], count,
-                     figures.fill, figures.change, figures.withdraw, figures.mean(), figures.bytes);
+      // The small ones are repeated until they weigh as much as a large one.
+      auto repeats = static_cast<int64_t>(std::clamp<std::size_t>(limit() / count / 2, 3, 20));
+      for (Variant variant : variants) {
+         std::string name = std::string(nameOf(road)) + "/" + nameOf(variant);
+         auto run = [=](benchmark::State& state) {
+            switch (variant) {
+            case Variant::pipeline:
+               return measure<Pipeline>(state, road, variant);
+            case Variant::standard:
+               return measure<Floor<Standard>>(state, road, variant);
+            case Variant::platform:
+               return measure<Floor<Platform>>(state, road, variant);
+            }
+         };
+         benchmark::RegisterBenchmark(name.c_str(), run)
+             ->Arg(static_cast<int64_t>(count))
+             ->UseManualTime()
+             ->Unit(benchmark::kMillisecond)
+             ->Iterations(repeats);
       }
-   }
-   std::printf("\nRatio of the pipeline to each floor (below 1: faster, smaller)\n");
-   for (std::size_t count : counts) {
-      for (Variant floor : {standard, platform}) {
-         Figures own = median(pipeline, count);
-         Figures other = median(floor, count);
-         std::printf(
-             "  %7zu to %-14s time %.2f (fill %.2f, change %.2f, withdraw %.2f), bytes %.2f\n",
-             count, variantNames[floor], own.mean() / other.mean(), own.fill / other.fill,
-             own.change / other.change, own.withdraw / other.withdraw, own.bytes / other.bytes);
-      }
-   }
-   std::printf("\nGrowth of the mean time from %zu to %zu\n", counts.front(), counts.back());
-   for (Variant variant : {pipeline, standard, platform}) {
-      std::printf("  %-14s %.2f\n", variantNames[variant],
-                  median(variant, counts.back()).mean() / median(variant, counts.front()).mean());
    }
 }
 
-// The slowest single request while filling, and a slice over the whole backlog. The best of three
-// runs, since the machine may stop a run at any time.
-void printStalls(std::size_t count) {
-   double slowestAsk = 1;
-   double slowestWork = 1;
-   double slice = 1e9;
-   for (int repeat = 0; repeat < 3; ++repeat) {
-      World world(count, ++runs);
-      Pipeline road(world);
-      road.codef().backlogQuantumIs(0.0); // one request to a slice
-      double ask = 0;
-      double work = 0;
-      for (std::size_t i = 0; i < count; ++i) {
-         auto start = Clock::now();
-         road.ask(i, 5);
-         ask = std::max(ask, secondsSince(start));
-         start = Clock::now();
-         road.slice();
-         work = std::max(work, secondsSince(start));
-      }
-      slowestAsk = std::min(slowestAsk, ask);
-      slowestWork = std::min(slowestWork, work);
-      road.codef().backlogQuantumIs(0.1);
-      for (std::size_t i = 0; i < count; ++i) {
-         road.ask(i, 6);
-      }
-      auto start = Clock::now();
+// The slowest single request while filling, in processor time, and a slice over the whole backlog,
+// in time: that is what the slice goes by. The best of three runs.
+struct Stalls {
+   double ask = 0;
+   double work = 0;
+   double slice = 0;
+};
+
+Stalls stalls(std::size_t count, unsigned number) {
+   World world(Asking::subInterfaces, count, number);
+   IsemPipeline road(world);
+   road.codef().backlogQuantumIs(0.0); // one request to a slice
+   Stalls slowest;
+   for (std::size_t i = 0; i < count; ++i) {
+      double start = processorTime();
+      road.ask(i, 5);
+      slowest.ask = std::max(slowest.ask, processorTime() - start);
+      start = processorTime();
       road.slice();
-      slice = std::min(slice, secondsSince(start));
+      slowest.work = std::max(slowest.work, processorTime() - start);
+   }
+   road.codef().backlogQuantumIs(0.1);
+   for (std::size_t i = 0; i < count; ++i) {
+      road.ask(i, 6);
+   }
+   auto start = std::chrono::steady_clock::now();
+   road.slice();
+   slowest.slice = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+   return slowest;
+}
+
+void printStalls(std::size_t count) {
+   Stalls best{1e9, 1e9, 1e9};
+   for (unsigned number = 1; number <= 3; ++number) {
+      if (auto one = alone([&] { return stalls(count, number); })) {
+         best = {std::min(best.ask, one->ask), std::min(best.work, one->work),
+                 std::min(best.slice, one->slice)};
+      }
    }
    std::printf(
-       "\nSlowest single request while filling to %zu: noting it %.3f ms, working it %.3f ms\n",
-       count, slowestAsk * 1e3, slowestWork * 1e3);
-   std::printf("A slice over a backlog of %zu: %.3f ms (quantum 100 ms)\n", count, slice * 1e3);
+       "\nSlowest single request while filling to %zu (isem): noting it %.3f ms, working it "
+       "%.3f ms\n",
+       count, best.ask * 1e3, best.work * 1e3);
+   std::printf("A slice over a backlog of %zu: %.3f ms (quantum 100 ms)\n", count,
+               best.slice * 1e3);
 }
 
 // Runs the same road from a build with trace points and one without, in turn.
@@ -213,32 +216,17 @@ int main(int argc, char** argv) {
          counts.push_back(count);
       }
    }
-   for (std::size_t count : counts) {
-      // The small ones are repeated until they weigh as much as a large one.
-      auto repeats = static_cast<int>(std::max<std::size_t>(3, limit() / count / 5));
-      auto add = [&](char const* name, auto&& run) {
-         benchmark::RegisterBenchmark(name, run)
-             ->Arg(static_cast<int64_t>(count))
-             ->UseManualTime()
-             ->Unit(benchmark::kMillisecond)
-             ->Iterations(std::min(repeats, 20));
-      };
-      add("pipeline", [](benchmark::State& state) { measure<Pipeline>(state, pipeline); });
-      add("unordered_map",
-          [](benchmark::State& state) { measure<Floor<Standard>>(state, standard); });
-      add("collections",
-          [](benchmark::State& state) { measure<Floor<Platform>>(state, platform); });
-   }
+   addRoad<IsemPipeline, IsemFloor>(Road::isem, counts);
+   addRoad<InLifPipeline, InLifFloor>(Road::inLif, counts);
+   addRoad<InLifPipeline, InLifFloor>(Road::tunnel, counts);
    benchmark::Initialize(&argc, argv);
-   benchmark::RunSpecifiedBenchmarks();
-   for (std::size_t count : counts) {
-      for (Variant variant : {pipeline, standard, platform}) {
-         if (measured[{variant, count}].empty()) {
-            return 0; // a filter left some out
-         }
-      }
+   auto ran = benchmark::RunSpecifiedBenchmarks();
+   for (Road road : roads) {
+      report.print(road, counts);
    }
-   printRatios(counts);
+   if (anyWrong || ran < std::size(roads) * std::size(variants) * counts.size()) {
+      return anyWrong ? 1 : 0; // a filter left some out
+   }
    printStalls(counts.back());
    printTraceCost(std::filesystem::path(argv[0]).parent_path(),
                   std::min<std::size_t>(limit(), 100000));

@@ -1,9 +1,9 @@
-// The switch under the benchmarks: ports with 4000 sub-interfaces each, 200 ports to a unit.
+// The switch under the benchmarks, and who asks for a policy there: sub-interfaces, 4000 to a port
+// and 200 ports to a unit, or as many tunnels to a unit.
 #pragma once
 
-#include "platform/Hardware/ShoalTunnel/SemTable.h"
+#include "platform/Hardware/Shoal/Ids.h"
 #include "platform/Plexus/IntfId.h"
-#include "ShoalTunnel/TcamSharing/TcamSharingRequest.h"
 
 #include <algorithm>
 #include <random>
@@ -15,6 +15,8 @@ namespace Bench {
 using Hardware::Shoal::FapId;
 using Plexus::IntfId;
 
+enum class Asking { subInterfaces, tunnels };
+
 struct Port {
    IntfId intf;
    uint16_t unit;
@@ -22,39 +24,46 @@ struct Port {
    uint8_t domain;
 };
 
-struct SubInterface {
+struct Asker {
    IntfId intf;
-   std::size_t port; // in ports
-   uint16_t tag;
+   uint16_t unit;
+   IntfId port;  // of a sub-interface
+   uint16_t tag; // of a sub-interface
 };
 
 struct World {
-   std::vector<Port> ports;
-   std::vector<SubInterface> subInterfaces; // in random order
+   std::vector<Port> ports;   // none where tunnels ask
+   std::vector<Asker> askers; // in random order
 
-   // Each run names interfaces and units of its own: requests and keys are interned for the life of
-   // the process, and a run is to pay for its own.
-   World(std::size_t count, unsigned run) {
-      constexpr std::size_t perPort = 4000;
-      constexpr std::size_t perUnit = 200;
-      std::string prefix = "run" + std::to_string(run) + "/Ethernet";
-      for (std::size_t p = 0; p * perPort < count; ++p) {
-         std::string name = prefix + std::to_string(p);
-         auto unitPort = static_cast<uint16_t>(p % perUnit);
-         ports.push_back({IntfId(name), static_cast<uint16_t>((run * 2 + p / perUnit) % 128),
-                          unitPort, static_cast<uint8_t>(unitPort + 1)});
-         for (std::size_t s = 1; s <= perPort && subInterfaces.size() < count; ++s) {
-            subInterfaces.push_back(
-                {IntfId(name + "." + std::to_string(s)), p, static_cast<uint16_t>(s)});
+   // Runs in one process name interfaces and units of their own: requests and keys are interned for
+   // the life of the process, and a run is to pay for its own.
+   World(Asking asking, std::size_t count, unsigned run) {
+      auto unitAt = [&](std::size_t at) {
+         return static_cast<uint16_t>((run * 2 + at / (perPort * perUnit)) % 128);
+      };
+      std::string prefix = "run" + std::to_string(run) + "/";
+      for (std::size_t i = 0; i < count; ++i) {
+         if (asking == Asking::tunnels) {
+            askers.push_back({IntfId(prefix + "Tunnel" + std::to_string(i)), unitAt(i), {}, 0});
+            continue;
          }
+         if (i % perPort == 0) {
+            auto unitPort = static_cast<uint16_t>(ports.size() % perUnit);
+            ports.push_back({IntfId(prefix + "Ethernet" + std::to_string(ports.size())), unitAt(i),
+                             unitPort, static_cast<uint8_t>(unitPort + 1)});
+         }
+         IntfId port = ports.back().intf;
+         auto tag = static_cast<uint16_t>(i % perPort + 1);
+         askers.push_back(
+             {IntfId(port.name() + "." + std::to_string(tag)), ports.back().unit, port, tag});
       }
       std::mt19937 random(run);
-      std::shuffle(subInterfaces.begin(), subInterfaces.end(), random);
+      std::shuffle(askers.begin(), askers.end(), random);
    }
 
-   // The places of subInterfaces in another random order.
+   // The places of askers in another random order.
    std::vector<std::size_t> shuffled(unsigned seed) const {
-      std::vector<std::size_t> order(subInterfaces.size());
+      std::vector<std::size_t> order(askers.size());
       for (std::size_t i = 0; i < order.size(); ++i) {
          order[i] = i;
       }
@@ -62,6 +71,10 @@ struct World {
       std::shuffle(order.begin(), order.end(), random);
       return order;
    }
+
+ private:
+   static constexpr std::size_t perPort = 4000;
+   static constexpr std::size_t perUnit = 200;
 };
 
 } // namespace Bench

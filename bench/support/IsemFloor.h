@@ -1,0 +1,134 @@
+// The floor under the road to the ISEM table.
+#pragma once
+
+#include "bench/support/FloorFront.h"
+
+#include <vector>
+
+namespace Bench {
+
+template<class T>
+class IsemFloor : public FloorFront<T, IsemFloor<T>> {
+   using Front = FloorFront<T, IsemFloor<T>>;
+   using typename Front::Request, typename Front::Entry;
+   using Key = typename T::SemKey;
+
+ public:
+   explicit IsemFloor(World const& world) : Front(world) {}
+
+   uint64_t programmed(std::size_t which) const {
+      Request request = this->requestOf(which);
+      auto place = this->resolve(request);
+      return table_.get(T::semKey(place.tag, place.domain, T::unitOf(request))) >> 3;
+   }
+   std::size_t leftOver() const {
+      return this->leftInFront() + output_.size() + mapping_.size() + users_.size() +
+             pending_.size() + table_.size() + tableStatus_.size();
+   }
+
+   auto& output(Request const&) { return output_; }
+
+   void program(Request const& request) {
+      uint64_t policy = output_.get(request);
+      if (policy == 0) {
+         remove(request);
+         return;
+      }
+      auto place = this->resolve(request);
+      if (!place.known) {
+         this->retryLater(request, policy);
+         return;
+      }
+      auto payload = static_cast<uint32_t>((policy & 0x1ffff) << 3 | 1);
+      Key key = T::semKey(place.tag, place.domain, T::unitOf(request));
+      if (table_.has(key) && table_.get(key) == payload) {
+         this->answer(request, policy, Front::success);
+         return;
+      }
+      Key previous = mapping_.get(request);
+      if (previous != Key() && previous != key) {
+         dropUser(previous, request);
+         table_.del(previous);
+      }
+      enqueue({key, true}, T::entry(request, policy));
+      auto users = users_.get(key);
+      if (!users) {
+         users = std::make_shared<Users>();
+         users_.set(key, users);
+      }
+      users->add(request);
+      if (mapping_.set(request, key)) {
+         mappingByIntf_.add(request);
+      }
+      table_.set(key, payload);
+      // The chip, and its answer.
+      tableStatus_.set(key, Status{1, table_.get(key)});
+      complete(key);
+   }
+
+ private:
+   using Users = typename T::template Few<Request>;
+   using Queue = std::vector<Entry>;
+   struct Status {
+      uint32_t code = 0;
+      uint32_t payload = 0;
+      friend bool operator==(Status const&, Status const&) = default;
+   };
+
+   void remove(Request const& request) {
+      Key key = mapping_.get(request);
+      if (this->answered(request) == Front::inProgress) {
+         this->answer(request, 0, 0);
+      }
+      if (table_.has(key)) {
+         enqueue({key, false}, T::entry(request, 0));
+         table_.del(key);
+         tableStatus_.del(key);
+         complete(key);
+      }
+      dropUser(key, request);
+      mapping_.del(request);
+      mappingByIntf_.remove(request);
+   }
+
+   void enqueue(typename T::PendingKey const& key, Entry const& entry) {
+      auto queue = pending_.get(key);
+      if (!queue) {
+         queue = std::make_shared<Queue>();
+         pending_.set(key, queue);
+      }
+      queue->push_back(entry);
+   }
+
+   void dropUser(Key const& key, Request const& request) {
+      if (auto users = users_.get(key); users && users->removeLast(request)) {
+         users_.del(key);
+      }
+   }
+
+   void complete(Key const& key) {
+      bool isInsert = tableStatus_.get(key) != Status();
+      auto queue = pending_.get({key, isInsert});
+      if (!queue) {
+         return;
+      }
+      Entry entry = queue->front();
+      queue->erase(queue->begin());
+      if (queue->empty()) {
+         pending_.del({key, isInsert});
+      }
+      this->answer(T::requestOf(entry), T::policyOf(entry), isInsert ? Front::success : 0);
+   }
+
+   template<class K, class V>
+   using Map = typename T::template Map<K, V>;
+   Map<Request, uint64_t> output_;
+   Map<Request, Key> mapping_;
+   typename T::Groups mappingByIntf_;
+   Map<Key, std::shared_ptr<Users>> users_;
+   Map<typename T::PendingKey, std::shared_ptr<Queue>> pending_;
+   Map<Key, uint32_t> table_;
+   Map<Key, Status> tableStatus_;
+};
+
+} // namespace Bench

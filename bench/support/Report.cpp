@@ -1,0 +1,68 @@
+#include "bench/support/Report.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace Bench {
+
+char const* nameOf(Road road) {
+   constexpr char const* names[] = {"isem", "inlif", "tunnel"};
+   return names[static_cast<int>(road)];
+}
+
+char const* nameOf(Variant variant) {
+   constexpr char const* names[] = {"pipeline", "unordered_map", "collections"};
+   return names[static_cast<int>(variant)];
+}
+
+Figures Report::median(Road road, Variant variant, std::size_t count) const {
+   auto const& all = measured_.at({road, variant, count});
+   auto of = [&](double Figures::*figure) {
+      std::vector<double> values;
+      for (auto const& each : all) {
+         values.push_back(each.*figure);
+      }
+      std::sort(values.begin(), values.end());
+      return values[values.size() / 2];
+   };
+   return {of(&Figures::fill), of(&Figures::change), of(&Figures::withdraw), of(&Figures::bytes)};
+}
+
+void Report::print(Road road, std::vector<std::size_t> const& counts) const {
+   for (std::size_t count : counts) {
+      for (Variant variant : variants) {
+         if (!measured_.contains({road, variant, count})) {
+            return; // a filter left some out
+         }
+      }
+   }
+   std::printf("\nRoad %s: medians; ns of processor time and bytes of heap per request\n"
+               "  %-14s %8s %8s %8s %9s %8s %7s\n",
+               nameOf(road), "", "N", "fill", "change", "withdraw", "mean", "bytes");
+   for (std::size_t count : counts) {
+      for (Variant variant : variants) {
+         Figures figures = median(road, variant, count);
+         std::printf("  %-14s %8zu %8.0f %8.0f %9.0f %8.0f %7.0f\n", nameOf(variant), count,
+                     figures.fill, figures.change, figures.withdraw, figures.mean(), figures.bytes);
+      }
+   }
+   std::printf("Ratio of the pipeline to each floor (below 1: faster, smaller)\n");
+   for (std::size_t count : counts) {
+      for (Variant floor : {Variant::standard, Variant::platform}) {
+         Figures own = median(road, Variant::pipeline, count);
+         Figures other = median(road, floor, count);
+         std::printf(
+             "  %7zu to %-14s time %.2f (fill %.2f, change %.2f, withdraw %.2f), bytes %.2f\n",
+             count, nameOf(floor), own.mean() / other.mean(), own.fill / other.fill,
+             own.change / other.change, own.withdraw / other.withdraw, own.bytes / other.bytes);
+      }
+   }
+   std::printf("Growth of the mean time from %zu to %zu\n", counts.front(), counts.back());
+   for (Variant variant : variants) {
+      std::printf("  %-14s %.2f\n", nameOf(variant),
+                  median(road, variant, counts.back()).mean() /
+                      median(road, variant, counts.front()).mean());
+   }
+}
+
+} // namespace Bench
