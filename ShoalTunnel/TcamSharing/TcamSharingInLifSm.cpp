@@ -211,16 +211,4 @@ void TcamSharingInLifSm::doDecrementRefCountOnTcamSharingEntry(TcamSharingEntry 
    }
 }
 
-Orv::Ptr<TcamSharingInLifSm> tcamSharingInLifSmFactory(
-    Orv::Ptr<Shoal::Status const> shoalStatus, Orv::Ptr<TcamSharingConfig const> tcamSharingConfig,
-    Orv::Ptr<TcamSharingStatus> tcamSharingStatus, Orv::Ptr<TcamSharingHelper> tcamSharingHelper,
-    Orv::Ptr<VlanTagToVsiMapperConfig> vtagToVsiConfig,
-    Orv::Ptr<VlanTagToVsiMapperStatus const> vtagToVsiStatus,
-    Orv::Ptr<TcamSharingInLifCommon> tcamSharingCommon) {
-   return Orv::make<TcamSharingInLifSm>(std::move(shoalStatus), std::move(tcamSharingConfig),
-                                        std::move(tcamSharingStatus), std::move(tcamSharingHelper),
-                                        std::move(vtagToVsiConfig), std::move(vtagToVsiStatus),
-                                        std::move(tcamSharingCommon));
-}
-
 } // namespace Hardware::ShoalTunnel

@@ -57,11 +57,9 @@ class TCAM_SHARING_EXPORT TcamSharingInLifSm : public TcamSharingBaseSm {
 };
 
 // With the constructor's arguments.
-TCAM_SHARING_EXPORT Orv::Ptr<TcamSharingInLifSm> tcamSharingInLifSmFactory(
-    Orv::Ptr<Shoal::Status const> shoalStatus, Orv::Ptr<TcamSharingConfig const> tcamSharingConfig,
-    Orv::Ptr<TcamSharingStatus> tcamSharingStatus, Orv::Ptr<TcamSharingHelper> tcamSharingHelper,
-    Orv::Ptr<VlanTagToVsiMapperConfig> vtagToVsiConfig,
-    Orv::Ptr<VlanTagToVsiMapperStatus const> vtagToVsiStatus,
-    Orv::Ptr<TcamSharingInLifCommon> tcamSharingCommon);
+template<class... Args>
+Orv::Ptr<TcamSharingInLifSm> tcamSharingInLifSmFactory(Args&&... args) {
+   return Orv::make<TcamSharingInLifSm>(std::forward<Args>(args)...);
+}
 
 } // namespace Hardware::ShoalTunnel

@@ -111,16 +111,4 @@ void TcamSharingTunnelInLifSm::doHandleRemovalAnswer(TcamSharingEntry const& ent
    tcamSharingCommon_->pendingTunnelLifEntriesDel(key);
 }
 
-Orv::Ptr<TcamSharingTunnelInLifSm> tcamSharingTunnelInLifSmFactory(
-    Orv::Ptr<Shoal::Status const> shoalStatus, Orv::Ptr<TcamSharingConfig const> tcamSharingConfig,
-    Orv::Ptr<TcamSharingStatus> tcamSharingStatus, Orv::Ptr<TcamSharingHelper> tcamSharingHelper,
-    Orv::Ptr<TunnelPolicyMapperConfig> tunnelToPolicyConfig,
-    Orv::Ptr<TunnelPolicyMapperStatus const> tunnelToPolicyStatus,
-    Orv::Ptr<TcamSharingInLifCommon> tcamSharingCommon) {
-   return Orv::make<TcamSharingTunnelInLifSm>(
-       std::move(shoalStatus), std::move(tcamSharingConfig), std::move(tcamSharingStatus),
-       std::move(tcamSharingHelper), std::move(tunnelToPolicyConfig),
-       std::move(tunnelToPolicyStatus), std::move(tcamSharingCommon));
-}
-
 } // namespace Hardware::ShoalTunnel

@@ -53,11 +53,9 @@ class TCAM_SHARING_EXPORT TcamSharingTunnelInLifSm : public TcamSharingBaseSm {
 };
 
 // With the constructor's arguments.
-TCAM_SHARING_EXPORT Orv::Ptr<TcamSharingTunnelInLifSm> tcamSharingTunnelInLifSmFactory(
-    Orv::Ptr<Shoal::Status const> shoalStatus, Orv::Ptr<TcamSharingConfig const> tcamSharingConfig,
-    Orv::Ptr<TcamSharingStatus> tcamSharingStatus, Orv::Ptr<TcamSharingHelper> tcamSharingHelper,
-    Orv::Ptr<TunnelPolicyMapperConfig> tunnelToPolicyConfig,
-    Orv::Ptr<TunnelPolicyMapperStatus const> tunnelToPolicyStatus,
-    Orv::Ptr<TcamSharingInLifCommon> tcamSharingCommon);
+template<class... Args>
+Orv::Ptr<TcamSharingTunnelInLifSm> tcamSharingTunnelInLifSmFactory(Args&&... args) {
+   return Orv::make<TcamSharingTunnelInLifSm>(std::forward<Args>(args)...);
+}
 
 } // namespace Hardware::ShoalTunnel

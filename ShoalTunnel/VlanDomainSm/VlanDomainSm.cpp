@@ -104,12 +104,4 @@ void VlanDomainSm::handleVlanDomainStatus(PortMap const& portMap) {
    }
 }
 
-Orv::Ptr<VlanDomainSm> VlanDomainSmIs(Orv::Ptr<Shoal::Status const> shoalStatus,
-                                      Orv::Ptr<Shoal::VlanDomainStatus const> vlanDomainStatus,
-                                      Orv::Ptr<IntfToVlanDomainStatus> intfToVlanDomainStatus,
-                                      Orv::Ptr<IntfToFapIdStatus> intfToFapIdStatus) {
-   return Orv::make<VlanDomainSm>(std::move(shoalStatus), std::move(vlanDomainStatus),
-                                  std::move(intfToVlanDomainStatus), std::move(intfToFapIdStatus));
-}
-
 } // namespace Hardware::ShoalTunnel

@@ -57,10 +57,9 @@ class TCAM_SHARING_EXPORT VlanDomainSm : public Orv::RefCounted {
 };
 
 // With the constructor's arguments.
-TCAM_SHARING_EXPORT Orv::Ptr<VlanDomainSm>
-VlanDomainSmIs(Orv::Ptr<Shoal::Status const> shoalStatus,
-               Orv::Ptr<Shoal::VlanDomainStatus const> vlanDomainStatus,
-               Orv::Ptr<IntfToVlanDomainStatus> intfToVlanDomainStatus,
-               Orv::Ptr<IntfToFapIdStatus> intfToFapIdStatus);
+template<class... Args>
+Orv::Ptr<VlanDomainSm> VlanDomainSmIs(Args&&... args) {
+   return Orv::make<VlanDomainSm>(std::forward<Args>(args)...);
+}
 
 } // namespace Hardware::ShoalTunnel

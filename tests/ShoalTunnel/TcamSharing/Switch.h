@@ -1,14 +1,13 @@
 // A switch on virtual time, for the tests of the machines.
 #pragma once
 
-#include "platform/Trace/Trace.h"
 #include "ShoalTunnel/TcamSharing/TcamSharingCommon.h"
 #include "ShoalTunnel/TcamSharing/TcamSharingConfig.h"
 #include "ShoalTunnel/TcamSharing/TcamSharingHelper.h"
+#include "tests/ShoalTunnel/Traced.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sstream>
 
 namespace Hardware::ShoalTunnel {
 
@@ -99,20 +98,9 @@ class Switch : public testing::Test {
    // Runs the slices that are due now, not the next retry pass.
    void run() { runTo(time.peek()); }
 
-   // The text traces of `action`, all levels.
    template<class Action>
-   std::string traced(Action&& action) {
-      std::ostringstream text;
-      Trace::textSinkIs(&text);
-      for (unsigned level = 0; level < Trace::kLevels; ++level) {
-         Trace::textLevelIs(level, true);
-      }
-      action();
-      for (unsigned level = 0; level < Trace::kLevels; ++level) {
-         Trace::textLevelIs(level, false);
-      }
-      Trace::textSinkIs(nullptr);
-      return text.str();
+   static std::string traced(Action&& action) {
+      return Trace::traced(std::forward<Action>(action));
    }
 
    Orv::VirtualTime time;
