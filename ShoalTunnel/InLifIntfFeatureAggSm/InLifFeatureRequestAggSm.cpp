@@ -18,7 +18,8 @@ void InLifFeatureRequestAggSm::handleRequest(InLifFeatureKey const& reqKey) {
    TRACE(8, *this, __func__);
    InLifIntfKey intfKey = reqKey.intfKey();
    InLifFeatureType type = reqKey.featureType();
-   if (auto request = requestDir_->requestCollection().find(reqKey)) {
+   auto request = requestDir_ ? requestDir_->requestCollection().find(reqKey) : std::nullopt;
+   if (request) {
       auto aggr = inLifIntfCfg_->requestIs(intfKey);
       aggr->featureAggIs(type, request->value);
       TRACE(7, "Added/modified intfCfg: ", intfKey, " feature: ", type);

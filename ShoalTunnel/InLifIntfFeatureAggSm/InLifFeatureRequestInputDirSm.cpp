@@ -21,7 +21,7 @@ InLifFeatureRequestInputDirSm::InLifFeatureRequestInputDirSm(Orv::Ptr<Orv::Dir c
 
 void InLifFeatureRequestInputDirSm::handleInput(Orv::Name const& name) {
    TRACE(8, "InLifFeatureRequestInputSm::", __func__, "( ", name, " )");
-   auto entry = inputDir_->entry(name);
+   auto entry = inputDir_ ? inputDir_->entry(name) : nullptr;
    if (!entry) {
       TRACE(7, "Deleteing sm for: ", name);
       inLifFeatureRequestAggSmDel(name);

@@ -31,8 +31,8 @@ std::string waitsFor(Host const& host, InLifFeatureKey key) {
       if (!world.lagPhyIntfMapping->lagPhyIntfConfigHas(key.intfId())) {
          return "the port-channel does not exist";
       }
-      return "the port-channel came after the request: it is answered when a member on that TCAM "
-             "joins";
+      return "it was passed over while the port map was not valid, or the port-channel came after "
+             "it: a member's joining on that TCAM, or port-map-state version, answers it";
    }
    return "it was passed over while the port map was not valid: say port-map-state version";
 }
@@ -60,7 +60,9 @@ std::string verdict(Host const& host, InLifFeatureKey key, std::string const& as
       return "Answered, but set aside while the port is a member of " + lag.name() +
              ": the port-channel's features count.";
    }
-   return "Handled.";
+   return askers.empty() ? "Handled, though no directory asks any more: the one that did went "
+                           "without withdrawing it."
+                         : "Handled.";
 }
 
 } // namespace

@@ -100,8 +100,8 @@ std::string describe(Host const& host, Orv::Failure const& failure) {
    }
    if (condition == "sysTcamId != Hardware::Shoal::SystemTcamId()") {
       text = failure.explanation +
-             ", which carries a feature word: give it a place first (port-map), "
-             "or withdraw its features";
+             ", which carries a feature word: give it a place first (port-map), or withdraw its "
+             "features while it has one";
    }
    if (text.empty()) {
       text = "it would stop the library";

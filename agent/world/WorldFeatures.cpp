@@ -138,7 +138,7 @@ void World::portChannelIs(IntfId lag, bool present) {
 }
 
 void World::untaggedVlanIs(IntfId intf, VlanIdOrNone vlan) {
-   if (SubIntfId::isSubIntfId(intf) ||
+   if (intf.l3Flood() || SubIntfId::isSubIntfId(intf) ||
        (!isPort(intf) && !PortChannelIntfId::isPortChannelIntfId(intf))) {
       throw CommandError(intf.name() + " is neither a port nor a port-channel");
    }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <optional>
 
 namespace Plexus {
 
@@ -18,14 +19,16 @@ bool allDigits(std::string_view text) {
           std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
-// The VLAN of "Vlan<1..4094>" without padding; 0 for every other name.
-uint16_t vlanOf(std::string_view base) {
+// The number of "Vlan<number>" without padding; nothing for every other name. Whether it is a VLAN
+// is for those to say who use it as one.
+std::optional<uint16_t> vlanOf(std::string_view base) {
    // A flood entry's name carries its mark behind the number.
    std::string_view digits = base.substr(4, std::min(base.size(), base.find("-L3Flood")) - 4);
-   uint32_t vlan = 0;
+   uint16_t vlan = 0;
    auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), vlan);
-   bool whole = !digits.empty() && error == std::errc() && end == digits.data() + digits.size();
-   return whole && digits.front() != '0' && vlan <= 4094 ? static_cast<uint16_t>(vlan) : 0;
+   bool whole = allDigits(digits) && error == std::errc() && end == digits.data() + digits.size();
+   bool padded = digits.size() > 1 && digits.front() == '0';
+   return whole && !padded ? std::optional(vlan) : std::nullopt;
 }
 
 IntfIdFields classify(std::string_view name) {
@@ -59,9 +62,9 @@ IntfIdFields classify(std::string_view name) {
    }
    if (base.starts_with("PortChannel")) {
       fields.kind = IntfKind::portChannel;
-   } else if (base.starts_with("Vlan") && base.size() > 4 && vlanOf(base) != 0) {
+   } else if (auto vlan = base.starts_with("Vlan") ? vlanOf(base) : std::nullopt) {
       fields.kind = IntfKind::vlan;
-      fields.vlanId = vlanOf(base);
+      fields.vlanId = *vlan;
    } else if (base.starts_with("Ethernet")) {
       fields.kind = IntfKind::port;
    } else {

@@ -4,7 +4,7 @@
 //
 //    Ethernet3, Ethernet-BP4             port
 //    PortChannel0001                     port-channel (zero padding is part of the name)
-//    Vlan100                             VLAN interface of VLAN 100
+//    Vlan100                             VLAN interface of VLAN 100 (any number without padding)
 //    Tunnel-vtep                         tunnel
 //    <port or port-channel>.<1..99999999>  sub-interface; long names only
 //    any name that contains "L3Flood"    flood entry of a routed port, of its kind otherwise

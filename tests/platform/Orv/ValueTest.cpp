@@ -87,7 +87,7 @@ TEST(IntfIdTest, WhatAnInterfaceIsFollowsFromItsName) {
             Case{"PortChannel0001", IntfKind::portChannel, "", 0, false},
             Case{"PortChannel0001.7", IntfKind::portChannel, "PortChannel0001", 0, false},
             Case{"lc.1/Vlan4094", IntfKind::vlan, "", 4094, false},
-            Case{"Vlan4095", IntfKind::other, "", 0, false},
+            Case{"Vlan4095", IntfKind::vlan, "", 4095, false},
             Case{"Vlan07", IntfKind::other, "", 0, false},
             Case{"Vlan", IntfKind::other, "", 0, false},
             Case{"Vlan5.7", IntfKind::other, "", 0, false},
@@ -106,7 +106,7 @@ TEST(IntfIdTest, WhatAnInterfaceIsFollowsFromItsName) {
       EXPECT_EQ(Plexus::SubIntfId::parentIntfId(id), IntfId(each.parent)) << each.name;
       EXPECT_EQ(Plexus::SubIntfId::isSubIntfId(id), each.parent[0] != '\0') << each.name;
       EXPECT_EQ(Plexus::VlanIntfId::vlanId(id), each.vlan) << each.name;
-      EXPECT_EQ(Plexus::VlanIntfId::isVlanIntfId(id), each.vlan != 0) << each.name;
+      EXPECT_EQ(Plexus::VlanIntfId::isVlanIntfId(id), each.kind == IntfKind::vlan) << each.name;
       EXPECT_EQ(Plexus::PortChannelIntfId::isPortChannelIntfId(id),
                 each.kind == IntfKind::portChannel);
       EXPECT_EQ(Plexus::TunnelIntfId::isTunnelIntfId(id), each.kind == IntfKind::tunnel)
