@@ -20,6 +20,7 @@ namespace {
 
 Report report;
 bool anyWrong = false;
+unsigned runs = 0;
 
 std::size_t limit() {
    char const* most = std::getenv("SHOAL_BENCH_MAX");
@@ -81,9 +82,9 @@ void measure(benchmark::State& state, Road road, Variant variant) {
    auto count = static_cast<std::size_t>(state.range(0));
    auto asking = road == Road::tunnel ? Asking::tunnels : Asking::subInterfaces;
    Figures last;
-   for (unsigned number = 1; [[maybe_unused]] auto _ : state) {
-      auto outcome = alone([&] { return run<Way>(asking, count, number); });
-      ++number;
+   for ([[maybe_unused]] auto _ : state) {
+      ++runs;
+      auto outcome = alone([&] { return run<Way>(asking, count, runs); });
       if (!outcome || outcome->wrong != nullptr) {
          anyWrong = true;
          state.SkipWithError(outcome ? outcome->wrong : "the run ended early");
@@ -106,8 +107,7 @@ void addRoad(Road road, std::vector<std::size_t> const& counts) {
          // The small ones are repeated until they weigh as much as a large one. Of the slow floor a
          // single large run has to do: it is far off, and takes longer than all others together.
          std::size_t atLeast = variant == Variant::standard ? 1 : 3;
-         auto repeats =
-             static_cast<int64_t>(std::clamp<std::size_t>(limit() / count / 2, atLeast, 20));
+         auto repeats = static_cast<int>(std::clamp<std::size_t>(limit() / count / 2, atLeast, 20));
          std::string name = std::string(nameOf(road)) + "/" + nameOf(variant);
          auto run = [=](benchmark::State& state) {
             switch (variant) {
@@ -123,7 +123,9 @@ void addRoad(Road road, std::vector<std::size_t> const& counts) {
              ->Arg(static_cast<int64_t>(count))
              ->UseManualTime()
              ->Unit(benchmark::kMillisecond)
-             ->Iterations(repeats);
+             ->Iterations(1)
+             ->Repetitions(repeats)
+             ->ReportAggregatesOnly();
       }
    }
 }
@@ -222,7 +224,13 @@ int main(int argc, char** argv) {
    addRoad<IsemPipeline, IsemFloor>(Road::isem, counts);
    addRoad<InLifPipeline, InLifFloor>(Road::inLif, counts);
    addRoad<InLifPipeline, InLifFloor>(Road::tunnel, counts);
-   benchmark::Initialize(&argc, argv);
+   // In random order: when the machine is busier for a while, that is not one variant's loss.
+   std::string program = argv[0];
+   std::string interleaved = "--benchmark_enable_random_interleaving=true";
+   std::vector<char*> arguments{program.data(), interleaved.data()};
+   arguments.insert(arguments.end(), argv + 1, argv + argc);
+   argc = static_cast<int>(arguments.size());
+   benchmark::Initialize(&argc, arguments.data());
    auto ran = benchmark::RunSpecifiedBenchmarks();
    for (Road road : roads) {
       report.print(road, counts);
