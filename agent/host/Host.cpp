@@ -11,8 +11,7 @@ namespace Agent {
 using namespace Hardware::ShoalTunnel;
 
 Host::Host(Inventory inventory) : orvIsemStatus_(this), orvInLifStatus_(this) {
-   Orv::System::timeSourceIs(&time_);
-   Trace::textSinkIs(&std::cerr);
+   activate();
    world_ = std::make_unique<World>(std::move(inventory));
    World& world = *world_;
    helper_ = Orv::make<TcamSharingHelper>(
@@ -70,6 +69,11 @@ void Host::rebuild(Machine machine) {
    if (machine == Machine::intake) {
       chronicle_->intakesRebuilt();
    }
+}
+
+void Host::activate() {
+   Orv::System::timeSourceIs(&time_);
+   Trace::textSinkIs(traceFile_ ? traceFile_.get() : static_cast<std::ostream*>(&std::cerr));
 }
 
 void Host::handleStatus(TcamSharingRequest const&) {

@@ -64,6 +64,9 @@ class Host {
    void followerIs(std::unique_ptr<Follower> follower) { follower_ = std::move(follower); }
    Follower* follower() const { return follower_.get(); }
 
+   // Makes this agent the one that reads the time and traces; another one that was made since must
+   // be gone.
+   void activate();
    // Text traces go here; null: to standard error.
    void traceFileIs(std::string const& path);
 

@@ -49,10 +49,9 @@ Auditor& Auditor::of(Host const& host) {
 
 Auditor::Auditor(Host& host)
     : host_(host), facts_(host.world()), isemSide_(host.isem(), facts_, probes_),
-      inLifSide_(host.inLif(), facts_, probes_),
-      isem_(host.isem(), facts_, isemSide_.answers, probes_),
-      mapper_(host.inLif(), facts_, inLifSide_.answers, probes_),
-      tunnel_(host.inLif(), inLifSide_.answers, probes_), published_(host, probes_) {
+      inLifSide_(host.inLif(), facts_, probes_), isem_(host, facts_, isemSide_.answers, probes_),
+      mapper_(host, facts_, inLifSide_.answers, probes_),
+      tunnel_(host, inLifSide_.answers, probes_), published_(host, probes_) {
    watchSide(isemSide_);
    watchSide(inLifSide_);
    using Request = TcamSharingRequest;
@@ -197,6 +196,11 @@ Findings Auditor::check(bool settled) const {
    tunnel_.compare(findings);
    published_.compare(findings, settled);
    checkRouter(findings);
+   if (settled) {
+      isem_.checkSettled(findings);
+      mapper_.checkSettled(findings);
+      tunnel_.checkSettled(findings);
+   }
    return findings;
 }
 

@@ -26,6 +26,10 @@ class Auditor : public Follower {
 
    // What is wrong now. `settled`: also what holds only while nothing is queued or unanswered.
    Findings check(bool settled) const;
+   // What differs between this agent's tables and those of one that is started fresh on the same
+   // world and requests, for all to which nothing but plain programming happened. Only while
+   // nothing is queued or unanswered.
+   Findings compareFresh() const;
    Probes const& probes() const { return probes_; }
 
    void handleGone(Machine machine, SharingPipeline* pipeline) override;
@@ -52,6 +56,10 @@ class Auditor : public Follower {
    void watchWorld();
    void watchFlag(IntfId subIntf);
    void checkRouter(Findings& findings) const;
+   void compareMerged(Findings& findings, Side const& side, SharingPipeline const& fresh) const;
+   void compareIsem(Findings& findings, Host const& fresh) const;
+   void compareMapper(Findings& findings, Host const& fresh) const;
+   void comparePublished(Findings& findings, Host const& fresh) const;
 
    Host& host_;
    mutable Probes probes_; // what a check leaves out is counted, too

@@ -176,6 +176,15 @@ std::vector<std::string> History::opening() {
    return commands;
 }
 
+std::vector<std::string> History::closing() const {
+   std::vector<std::string> commands{"chip well"};
+   for (std::string const& unit : units_) {
+      commands.push_back("chip capacity " + unit + " none");
+   }
+   commands.emplace_back("settle");
+   return commands;
+}
+
 std::string History::unitOrOwn() {
    return chance(0.9) ? "own" : any(units_);
 }

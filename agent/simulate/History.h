@@ -18,6 +18,8 @@ class History {
    // What comes first: time constants and a common tag.
    std::vector<std::string> opening();
    std::string next();
+   // What comes last: faults end, everything settles.
+   std::vector<std::string> closing() const;
 
  private:
    struct Kind {

@@ -10,9 +10,9 @@ constexpr uint32_t mapperSuccess = 9;
 
 } // namespace
 
-MapperShadow::MapperShadow(InLifPipeline const& pipeline, Facts const& facts, Answers& answers,
-                           Probes& probes)
-    : pipeline_(pipeline), facts_(facts), answers_(answers), probes_(probes) {
+MapperShadow::MapperShadow(Host const& host, Facts const& facts, Answers& answers, Probes& probes)
+    : pipeline_(host.inLif()), chip_(host.chip().mapper()), facts_(facts), answers_(answers),
+      probes_(probes) {
    for (auto const& [key, result] : pipeline_.mapperConfig->configIter()) {
       data_[key] = result.inLifAdditionalData;
    }
@@ -27,6 +27,7 @@ void MapperShadow::handleGone() {
 void MapperShadow::handleConfig(VlanTagToVsiMapperKey key) {
    if (!pipeline_.mapperConfig->configHas(key)) {
       data_.erase(key);
+      lastWriter_.erase(key);
    } else {
       // What the machine writes is expected already; a fresh entry carries nothing.
       data_.try_emplace(key, 0);
@@ -101,6 +102,8 @@ bool MapperShadow::programMember(TcamSharingEntry const& entry, IntfId port, boo
    }
    probes_.hit(wanted == 0 ? "mapper: cleared" : "mapper: written");
    found->second = wanted;
+   lastWriter_[key] = entry.request();
+   stray_.erase(key);
    pending_[key] = entry;
    awaited_[entry] = countFromZero ? 1 : awaited_[entry] + 1;
    return true;
@@ -117,6 +120,7 @@ void MapperShadow::handleStatus(VlanTagToVsiMapperKey key) {
    auto waiting = pending_.find(key);
    if (waiting == pending_.end()) {
       probes_.hit("mapper: answer for nobody");
+      stray_.insert(key);
       return;
    }
    TcamSharingEntry entry = waiting->second;
@@ -216,10 +220,6 @@ void TunnelShadow::handleOutput(TcamSharingRequest request) {
    TcamSharingEntry entry(request, policy);
    auto configured = config_.find(key);
    bool carries = configured != config_.end() && configured->second.inLifAdditionalData != 0;
-   auto last = pending_.find(key);
-   if (last != pending_.end() && last->second.request() != request) {
-      probes_.hit("tunnel: another request's entry");
-   }
    if (!policy.empty()) {
       probes_.hit(Facts::lowBits(policy) == 0 ? "tunnel: written without data" : "tunnel: written");
       pending_[key] = entry;

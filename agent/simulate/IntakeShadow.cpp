@@ -29,18 +29,26 @@ void IntakeShadow::handleFeature(Feature feature, TcamSharingRequest request) {
    bool lumen = facts_.lumen(request.fapId());
    if (feature != Feature::acl) {
       merged = (merged & ~Facts::labelBits) | (asked & Facts::labelBits);
-      aclsLabel_.erase(request);
+      foreignIs(request, foreign_[request] & ~Facts::labelBits);
+      if (pipeline_.features.config(Feature::lumen)->requestHas(request) &&
+          pipeline_.features.config(Feature::rampart)->requestHas(request)) {
+         twoLabels_.insert(request);
+      }
       probes_.hit("merge: label");
    } else if (lumen) {
       merged = (merged & ~Facts::aclBits()) | (asked & Facts::aclBits());
       probes_.hit("merge: acl beside a label");
    } else {
       merged = asked;
-      put(aclsLabel_, request, true, (asked & Facts::labelBits) != 0);
+      foreignIs(request, asked & ~Facts::aclBits());
       probes_.hit("merge: acl alone");
    }
    put(merged_, request, TcamSharingPolicyId(merged), merged != 0);
    put(mergedAsLumen_, request, lumen, merged != 0);
+}
+
+void IntakeShadow::foreignIs(TcamSharingRequest request, uint64_t bits) {
+   put(foreign_, request, bits, bits != 0);
 }
 
 void IntakeShadow::handleMergeGone() {
@@ -58,7 +66,10 @@ void IntakeShadow::handleMergedStatus(TcamSharingRequest request) {
    if (response.status == tcamSharingNone && response.policyId.empty()) {
       aclStatus_.erase(request);
       lumenStatus_.erase(request);
-   } else if (!facts_.lumen(request.fapId())) {
+      return;
+   }
+   answers_.forgotten.erase(request);
+   if (!facts_.lumen(request.fapId())) {
       aclStatus_[request] = response;
    } else {
       TcamSharingPolicyId acl(response.policyId.value() & Facts::aclBits());
@@ -71,9 +82,10 @@ void IntakeShadow::handleMergedStatus(TcamSharingRequest request) {
 
 void IntakeShadow::handleMerged(TcamSharingRequest request) {
    TcamSharingPolicyId wanted = pipeline_.merged->request(request);
-   if (!wanted.empty()) {
-      leftBehind_.erase(request);
-   } else {
+   if (!wanted.empty() && leftBehind_.erase(request) != 0 && wanted == in(output_, request)) {
+      // Asked for again just as it was left behind: nothing brings its answer up to date.
+      answers_.forgotten.insert(request);
+   } else if (wanted.empty()) {
       takenOut_.erase(request);
    }
    if (wanted == in(output_, request)) {
@@ -188,7 +200,7 @@ void IntakeShadow::handleTags(IntfId subIntf) {
       } else if (!config) {
          takeOut(request, TakenOut::tags);
       } else if (!config->dot1qEncap().isZero()) {
-         probes_.hit("intake: record of tags goes, tags stay");
+         // Only the record of the change went.
       } else if (facts_.domain(subIntf, request.fapId())) {
          probes_.hit("intake: tags go, VLAN domain stays");
       } else {
@@ -199,6 +211,9 @@ void IntakeShadow::handleTags(IntfId subIntf) {
 
 void IntakeShadow::handleIntakeGone() {
    answers_.responses.clear();
+   for (auto const& [request, policy] : output_) {
+      answers_.forgotten.insert(request);
+   }
    for (TcamSharingRequest request : due_) {
       if (!merged_.contains(request) && output_.contains(request)) {
          leftBehind_.insert(request);
@@ -287,6 +302,12 @@ bool IntakeShadow::outHolds(TcamSharingRequest request, TakenOut why) const {
 
 // The fold of the three features as it stands, whatever the order in which they came. A unit whose
 // lookup type changed since acts on a request only with its next change.
+bool IntakeShadow::folds(TcamSharingRequest request) const {
+   auto merged = mergedAsLumen_.find(request);
+   return (merged == mergedAsLumen_.end() || merged->second == facts_.lumen(request.fapId())) &&
+          !foreign_.contains(request) && !twoLabels_.contains(request);
+}
+
 void IntakeShadow::compareFold(Findings& findings) const {
    for (auto const& [request, merged] : merged_) {
       bool lumen = facts_.lumen(request.fapId());
@@ -302,9 +323,12 @@ void IntakeShadow::compareFold(Findings& findings) const {
       }
       uint64_t lumenLabel = pipeline_.features.config(Feature::lumen)->request(request).value();
       uint64_t rampartLabel = pipeline_.features.config(Feature::rampart)->request(request).value();
-      if (lumen && aclsLabel_.contains(request)) {
-         // It came when the unit had another lookup, and only the label features write it now.
-         probes_.hit("rule: a label of the acl feature from before the lumen lookup");
+      auto foreign = foreign_.find(request);
+      if (lumen && foreign != foreign_.end()) {
+         // They came when the unit had another lookup; now nobody owns them, or the label features.
+         probes_.hit("rule: bits of the acl feature from before the lumen lookup");
+      } else if (lumen && (merged.value() & ~owned & ~Facts::labelBits) != 0) {
+         findings.add("merged is the fold", request, " has bits that nobody owns");
       } else if (lumen && label != 0 && label != (lumenLabel & Facts::labelBits) &&
                  label != (rampartLabel & Facts::labelBits)) {
          findings.add("merged is the fold", request, " has a label that nobody asks for");

@@ -32,15 +32,14 @@ class IntakeShadow {
    // `settled`: nothing is queued or unanswered.
    void compare(Findings& findings, bool settled) const;
 
-   // Asked for, and rightly not in the output.
-   std::map<TcamSharingRequest, TakenOut> const& takenOut() const { return takenOut_; }
-   // In the output although nobody asks for it any more.
-   std::set<TcamSharingRequest> const& leftBehind() const { return leftBehind_; }
+   // What the features ask for now gives this merged policy, in whatever order they came.
+   bool folds(TcamSharingRequest request) const;
 
  private:
    using Policies = std::map<TcamSharingRequest, TcamSharingPolicyId>;
    std::vector<TcamSharingRequest> asked(IntfId intf) const;
    void work(TcamSharingRequest request);
+   void foreignIs(TcamSharingRequest request, uint64_t bits);
    void takeOut(TcamSharingRequest request, TakenOut why);
    bool outHolds(TcamSharingRequest request, TakenOut why) const;
    void compareFold(Findings& findings) const;
@@ -54,8 +53,10 @@ class IntakeShadow {
    Policies merged_;
    // The unit's lookup was the lumen one when the request was merged last.
    std::map<TcamSharingRequest, bool> mergedAsLumen_;
-   // Whose label the acl feature wrote, on a unit without the lumen lookup.
-   std::map<TcamSharingRequest, bool> aclsLabel_;
+   // Bits beyond its own that the acl feature asked for on a unit without the lumen lookup.
+   std::map<TcamSharingRequest, uint64_t> foreign_;
+   // Asked for by lumen and rampart at once: the last one that ran wins, also when it withdraws.
+   std::set<TcamSharingRequest> twoLabels_;
    std::map<TcamSharingRequest, TcamSharingResponse> aclStatus_;
    std::map<TcamSharingRequest, TcamSharingResponse> lumenStatus_;
    std::map<TcamSharingRequest, TcamSharingResponse> rampartStatus_; // stays empty

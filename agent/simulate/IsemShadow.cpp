@@ -42,6 +42,13 @@ void IsemShadow::remove(TcamSharingRequest request) {
       return;
    }
    AradSemKeyAndFap key = mapped->second;
+   Story& story = stories_[key];
+   if (pendingFor(request, true) || pendingFor(request, false) || story.writers.size() > 1 ||
+       story.strayRemoval || story.strayAnswer || tangled_.contains(request)) {
+      tangled_.insert(request);
+   }
+   story.writers.insert(request);
+   story.lastWriter = request;
    mapping_.erase(mapped);
    if (config_.erase(key) != 0) {
       pending_[{key, false}].emplace_back(request, TcamSharingPolicyId());
@@ -57,6 +64,8 @@ void IsemShadow::remove(TcamSharingRequest request) {
 
 void IsemShadow::program(TcamSharingRequest request, TcamSharingPolicyId policy) {
    TcamSharingEntry entry(request, policy);
+   robbed_.erase(request);
+   twoTags_.erase(request);
    if (!facts_.resolves(request)) {
       probes_.hit(!facts_.available(request.fapId()) ? "isem: waits for its unit"
                   : !facts_.tags(request)            ? "isem: waits for tags"
@@ -68,6 +77,7 @@ void IsemShadow::program(TcamSharingRequest request, TcamSharingPolicyId policy)
    auto key = facts_.sharedKey(request);
    if (!key) {
       probes_.hit("isem: two tags");
+      twoTags_.insert(request);
       return;
    }
    AradSemPayload payload = Facts::payload(policy);
@@ -77,10 +87,13 @@ void IsemShadow::program(TcamSharingRequest request, TcamSharingPolicyId policy)
       bool own = mapped != mapping_.end() && mapped->second == *key;
       probes_.hit(own ? "isem: stands already" : "isem: stands already, another's");
       answers_.responses[request] = {tcamSharingSuccess, policy};
+      stories_[*key].writers.insert(request);
+      standsOn_[request] = *key;
       return;
    }
    if (mapped != mapping_.end() && mapped->second != *key) {
       probes_.hit("isem: moves to another entry");
+      stories_[mapped->second].strayRemoval = true;
       leave(request, mapped->second);
       config_.erase(mapped->second);
    }
@@ -92,6 +105,9 @@ void IsemShadow::program(TcamSharingRequest request, TcamSharingPolicyId policy)
    if (users_[*key].size() > 1) {
       probes_.hit("isem: shared entry written");
    }
+   stories_[*key].writers.insert(request);
+   stories_[*key].lastWriter = request;
+   standsOn_[request] = *key;
    mapping_[request] = *key;
    config_[*key] = payload;
 }
@@ -102,9 +118,14 @@ void IsemShadow::handleStatus(AradSemKeyAndFap key) {
    auto queue = pending_.find({key, written});
    if (queue == pending_.end()) {
       probes_.hit("isem: answer for nobody");
+      stories_[key].strayAnswer = true;
       return;
    }
    TcamSharingEntry entry = queue->second.front();
+   if (written && status.payload != Facts::payload(entry.policyId())) {
+      probes_.hit("isem: an answer of another write");
+      stories_[key].strayAnswer = true;
+   }
    queue->second.pop_front();
    if (queue->second.empty()) {
       pending_.erase(queue);
@@ -112,6 +133,10 @@ void IsemShadow::handleStatus(AradSemKeyAndFap key) {
    if (!written) {
       probes_.hit("isem: removal answered");
       answers_.responses.erase(entry.request());
+      if (pipeline_.outputTable->requestHas(entry.request())) {
+         robbed_.insert(entry.request());
+         probes_.hit("isem: removal answered when asked for again");
+      }
       return;
    }
    bool success = status.statusCode == 1;
@@ -125,6 +150,17 @@ void IsemShadow::compare(Findings& findings) const {
    findings.compare("entries of requests", mapping_,
                     pipeline_.common->tcamRequestToIsemKeyMappingCollection());
    compareSets(findings);
+}
+
+bool IsemShadow::pendingFor(TcamSharingRequest request, bool written) const {
+   for (auto const& [key, queue] : pending_) {
+      for (TcamSharingEntry const& entry : queue) {
+         if (key.second == written && entry.request() == request) {
+            return true;
+         }
+      }
+   }
+   return false;
 }
 
 void IsemShadow::compareSets(Findings& findings) const {

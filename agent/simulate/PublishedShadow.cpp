@@ -90,12 +90,20 @@ void PublishedShadow::compare(Findings& findings, bool settled) const {
    }
 }
 
+bool PublishedShadow::plain(IntfId port) const {
+   auto place = placeOf_.find(port);
+   if (place == placeOf_.end() || host_.world().placeOf(port) != place->second) {
+      return false;
+   }
+   auto seen = seenAt_.find(place->second);
+   return seen != seenAt_.end() && seen->second == port;
+}
+
 // A port that stands where the machine saw it last, and whom it saw last there, has that place's
 // unit and domain; a domain that the port no longer has stays after a walk, on purpose.
 void PublishedShadow::compareFacts(Findings& findings) const {
    for (auto const& [port, place] : placeOf_) {
-      auto seen = seenAt_.find(place);
-      if (host_.world().placeOf(port) != place || seen == seenAt_.end() || seen->second != port) {
+      if (!plain(port)) {
          probes_.hit("rule: a port moved without news");
          continue;
       }

@@ -19,6 +19,8 @@ class PublishedShadow {
    void handleGone();
    // `settled`: the published tables are compared with the world's facts, too.
    void compare(Findings& findings, bool settled) const;
+   // The port stands where it was seen last, and nobody else was seen there since.
+   bool plain(IntfId port) const;
 
  private:
    using Place = Hardware::Shoal::PortMap;

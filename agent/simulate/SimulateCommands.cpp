@@ -20,12 +20,15 @@ void follow(Host& host, Arguments& arguments, std::ostream&) {
 }
 
 void check(Host& host, Arguments& arguments, std::ostream&) {
-   bool settled = arguments.takeWord("settled");
+   bool fresh = arguments.takeWord("fresh");
+   bool settled = fresh || arguments.takeWord("settled");
    arguments.end();
    if (settled && !host.quiet()) {
       throw CommandError("something is queued or unanswered; settle first");
    }
-   Findings findings = Auditor::of(host).check(settled);
+   Auditor const& auditor = Auditor::of(host);
+   Findings findings = fresh ? auditor.compareFresh() : auditor.check(settled);
+   host.activate();
    if (!findings.empty()) {
       Finding const& first = findings.list().front();
       throw ExpectationFailed(first.check + ": " + first.text);
@@ -42,8 +45,10 @@ void addSimulateCommands(Registry& registry) {
                  "keep an account of what the machines should do, for check; at the "
                  "start, before anything is asked for",
                  false, follow});
-   registry.add(
-       {"check", "[settled]", "fail unless every table is what the account says", false, check});
+   registry.add({"check", "[settled|fresh]",
+                 "fail unless every table is what the account says; settled: also what holds only "
+                 "then; fresh: unless an agent started now would come to the same",
+                 false, check});
 }
 
 } // namespace Agent

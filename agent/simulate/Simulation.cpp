@@ -12,13 +12,25 @@ namespace {
 
 Trial::Source drawn(Inventory const& inventory, uint64_t seed, uint64_t steps) {
    auto history = std::make_shared<History>(inventory, seed);
-   auto opening = std::make_shared<std::vector<std::string>>(history->opening());
-   return [history, opening, steps, at = uint64_t{0}]() mutable -> std::optional<std::string> {
-      uint64_t step = at++;
-      if (step < opening->size()) {
-         return (*opening)[step];
+   auto queue = std::make_shared<std::deque<std::string>>();
+   for (std::string const& command : history->opening()) {
+      queue->push_back(command);
+   }
+   return [history, queue, left = steps]() mutable -> std::optional<std::string> {
+      if (queue->empty() && left > 0) {
+         queue->push_back(history->next());
+         if (--left == 0) {
+            for (std::string const& command : history->closing()) {
+               queue->push_back(command);
+            }
+         }
       }
-      return step < opening->size() + steps ? std::optional(history->next()) : std::nullopt;
+      if (queue->empty()) {
+         return std::nullopt;
+      }
+      std::string command = queue->front();
+      queue->pop_front();
+      return command;
    };
 }
 

@@ -56,13 +56,16 @@ class Child {
          return true;
       }
       report('C', command);
+      settled_ = command == "settle" && host_.quiet() && output_.str().empty();
       auto* auditor = dynamic_cast<Auditor*>(host_.follower());
       if (auditor == nullptr) {
          return true;
       }
-      bool settled = command == "settle" && host_.quiet() && output_.str().empty();
-      return check("check") && (!settled || check("check settled"));
+      return check("check") && (!settled_ || check("check settled"));
    }
+
+   // At the end of a history.
+   bool checkFresh() { return !settled_ || host_.follower() == nullptr || check("check fresh"); }
 
    bool check(std::string const& command) {
       errors_.str("");
@@ -93,6 +96,7 @@ class Child {
    std::ostringstream output_;
    std::ostringstream errors_;
    ScenarioRunner runner_;
+   bool settled_ = false; // by the last command
 };
 
 [[noreturn]] void runChild(Inventory const& inventory, Trial::Source const& source,
@@ -106,6 +110,9 @@ class Child {
             break;
          }
          sound = child.run(*command);
+      }
+      if (sound) {
+         child.checkFresh();
       }
       child.reportProbes();
    }
