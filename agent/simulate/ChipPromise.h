@@ -24,7 +24,7 @@ void checkChip(Findings& findings, Probes& probes, ChipTable<T> const& chip,
       } else if (last->outcome == Outcome::refused || last->outcome == Outcome::full) {
          probes.hit("rule: refused, and not retried");
       } else if (last->outcome == Outcome::removed || !answered(key, value)) {
-         probes.hit("rule: an older write was carried out last");
+         probes.hit("rule: the last write was not answered, or not carried out last");
       } else {
          findings.add("the chip holds what is configured", key, " should carry ", value);
       }

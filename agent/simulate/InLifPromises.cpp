@@ -36,7 +36,8 @@ void MapperShadow::checkSettled(Findings& findings) const {
        findings, probes_, chip_, data_,
        [](VlanTagToVsiMapperResult const& held) { return held.inLifAdditionalData; },
        [this](VlanTagToVsiMapperKey key, uint64_t data) {
-          return pipeline_.mapperStatus->status(key).inLifAdditionalData == data;
+          return pipeline_.mapperStatus->status(key).inLifAdditionalData == data &&
+                 !pending_.contains(key);
        });
    for (auto const& [request, response] : answers_.responses) {
       if (request.intfId().fields().kind == Plexus::IntfKind::tunnel) {
@@ -120,13 +121,15 @@ void MapperShadow::checkWaiting(Findings& findings, TcamSharingRequest request) 
 bool MapperShadow::plain(TcamSharingRequest request) const {
    TcamSharingEntry entry(request, pipeline_.tagOutput->request(request));
    auto keys = entriesOf(request);
-   return !keys.empty() && !answers_.forgotten.contains(request) &&
-          Facts::lowBits(entry.policyId()) != 0 && !awaited_.contains(entry) &&
-          !errors_.contains(entry) && std::all_of(keys.begin(), keys.end(), [&](auto const& key) {
+   auto answer = answers_.responses.find(request);
+   return !keys.empty() && answer != answers_.responses.end() &&
+          answer->second.status == tcamSharingSuccess && Facts::lowBits(entry.policyId()) != 0 &&
+          !awaited_.contains(entry) && !errors_.contains(entry) &&
+          std::all_of(keys.begin(), keys.end(), [&](auto const& key) {
              auto last = chip_.lastAnswer(key);
              auto writer = lastWriter_.find(key);
-             return data_.contains(key) && !pending_.contains(key) && !stray_.contains(key) &&
-                    last && last->outcome == Outcome::accepted && writer != lastWriter_.end() &&
+             return data_.contains(key) && !pending_.contains(key) && last &&
+                    last->outcome == Outcome::accepted && writer != lastWriter_.end() &&
                     writer->second == request;
           });
 }
@@ -135,8 +138,9 @@ void TunnelShadow::checkSettled(Findings& findings) const {
    checkChip(
        findings, probes_, chip_, config_, [](TunnelPolicyMapperResult const& held) { return held; },
        [this](TunnelPolicyMapperKey key, TunnelPolicyMapperResult const& result) {
-          return pipeline_.tunnelStatus->status(key).inLifAdditionalData ==
-                 result.inLifAdditionalData;
+          return answered_.contains(key) &&
+                 pipeline_.tunnelStatus->status(key).inLifAdditionalData ==
+                     result.inLifAdditionalData;
        });
    for (auto const& [request, response] : answers_.responses) {
       if (request.intfId().fields().kind != Plexus::IntfKind::tunnel) {

@@ -103,7 +103,6 @@ bool MapperShadow::programMember(TcamSharingEntry const& entry, IntfId port, boo
    probes_.hit(wanted == 0 ? "mapper: cleared" : "mapper: written");
    found->second = wanted;
    lastWriter_[key] = entry.request();
-   stray_.erase(key);
    pending_[key] = entry;
    awaited_[entry] = countFromZero ? 1 : awaited_[entry] + 1;
    return true;
@@ -120,7 +119,6 @@ void MapperShadow::handleStatus(VlanTagToVsiMapperKey key) {
    auto waiting = pending_.find(key);
    if (waiting == pending_.end()) {
       probes_.hit("mapper: answer for nobody");
-      stray_.insert(key);
       return;
    }
    TcamSharingEntry entry = waiting->second;
@@ -223,6 +221,9 @@ void TunnelShadow::handleOutput(TcamSharingRequest request) {
    if (!policy.empty()) {
       probes_.hit(Facts::lowBits(policy) == 0 ? "tunnel: written without data" : "tunnel: written");
       pending_[key] = entry;
+      if (!carries || configured->second.inLifAdditionalData != Facts::lowBits(policy)) {
+         answered_.erase(key);
+      }
       config_[key] = {Facts::lowBits(policy)};
    } else if (carries) {
       probes_.hit("tunnel: removed");
@@ -252,6 +253,7 @@ void TunnelShadow::handleStatus(TunnelPolicyMapperKey key) {
    } else if (status.inLifAdditionalData != Facts::lowBits(entry.policyId())) {
       probes_.hit("tunnel: older answer");
    } else {
+      answered_.insert(key);
       auto outcome = status.statusCode == 2   ? tcamSharingSuccess
                      : status.statusCode == 3 ? tcamSharingInProgress
                                               : tcamSharingFailed;

@@ -43,8 +43,6 @@ class MapperShadow {
    std::map<VlanTagToVsiMapperKey, uint64_t> data_; // of every entry
    // Who changed an entry's data last; nobody while it is as the world made it.
    std::map<VlanTagToVsiMapperKey, TcamSharingRequest> lastWriter_;
-   // Answered once more since, when nobody waited for it.
-   std::set<VlanTagToVsiMapperKey> stray_;
    std::map<VlanTagToVsiMapperKey, TcamSharingEntry> pending_;
    std::map<TcamSharingEntry, uint32_t> awaited_;
    std::map<TcamSharingEntry, uint32_t> errors_; // 9: success
@@ -73,6 +71,8 @@ class TunnelShadow {
 
    std::map<TunnelPolicyMapperKey, Hardware::ShoalTunnel::TunnelPolicyMapperResult> config_;
    std::map<TunnelPolicyMapperKey, TcamSharingEntry> pending_;
+   // Entries whose present data were answered.
+   std::set<TunnelPolicyMapperKey> answered_;
 };
 
 } // namespace Agent

@@ -11,7 +11,8 @@ void IsemShadow::checkSettled(Findings& findings) const {
    checkChip(
        findings, probes_, chip_, config_, [](AradSemPayload held) { return held; },
        [this](AradSemKeyAndFap key, AradSemPayload payload) {
-          return pipeline_.tableStatus->status(key).payload == payload;
+          return pipeline_.tableStatus->status(key).payload == payload &&
+                 !pending_.contains({key, true});
        });
    for (auto const& [request, response] : answers_.responses) {
       if (response.status == tcamSharingSuccess) {
@@ -113,7 +114,9 @@ bool IsemShadow::plain(TcamSharingRequest request) const {
    Story const& story = stories_.at(stands->second);
    auto key = facts_.sharedKey(request);
    auto last = chip_.lastAnswer(stands->second);
-   if (!last || last->outcome != Outcome::accepted || answers_.forgotten.contains(request)) {
+   auto answer = answers_.responses.find(request);
+   if (!last || last->outcome != Outcome::accepted || answer == answers_.responses.end() ||
+       answer->second.status != tcamSharingSuccess) {
       return false;
    }
    return story.writers == std::set{request} && !story.strayRemoval && !story.strayAnswer && key &&

@@ -118,7 +118,6 @@ void IsemShadow::handleStatus(AradSemKeyAndFap key) {
    auto queue = pending_.find({key, written});
    if (queue == pending_.end()) {
       probes_.hit("isem: answer for nobody");
-      stories_[key].strayAnswer = true;
       return;
    }
    TcamSharingEntry entry = queue->second.front();

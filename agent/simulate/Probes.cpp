@@ -89,7 +89,7 @@ constexpr std::string_view names[] = {
     "published: domain goes",
     "rule: held back by the chip, or lost in its restart",
     "rule: refused, and not retried",
-    "rule: an older write was carried out last",
+    "rule: the last write was not answered, or not carried out last",
     "rule: a refused removal leaves an answer",
     "rule: a withdrawal forgotten when the intake restarted",
     "rule: answered for an older policy",

@@ -225,6 +225,14 @@ void World::enterPlace(IntfId port, PortMap place) {
    }
 }
 
+void World::requireFree(PortMap place, IntfId port) const {
+   IntfId other = scsd->portMapToIntf(place);
+   if (other != IntfId() && other != port) {
+      throw CommandError("port " + std::to_string(place.fapPortId) + " of unit " +
+                         std::to_string(place.fapId.value()) + " is taken by " + other.name());
+   }
+}
+
 void World::portMapIs(IntfId port, std::optional<PortMap> place) {
    SystemPhyPortId systemPort = shoalStatus->sysPhyPortId(port);
    if (systemPort.value() == SystemPhyPortId::null) {
@@ -232,10 +240,8 @@ void World::portMapIs(IntfId port, std::optional<PortMap> place) {
                                                                 : " is no port of the inventory"));
    }
    PortMap old = shoalStatus->portMap(systemPort);
-   if (place && *place != old && scsd->portMapToIntfHas(*place)) {
-      throw CommandError("port " + std::to_string(place->fapPortId) + " of unit " +
-                         std::to_string(place->fapId.value()) + " is taken by " +
-                         scsd->portMapToIntf(*place).name());
+   if (place) {
+      requireFree(*place, port);
    }
    leavePlace(port, old);
    if (place) {
@@ -256,6 +262,9 @@ void World::systemPortIs(IntfId port, std::optional<SystemPhyPortId> systemPort)
          throw CommandError("system port " + std::to_string(taken.value()) + " is taken by " +
                             other.name());
       }
+   }
+   if (systemPort) {
+      requireFree(shoalStatus->portMap(*systemPort), port);
    }
    leavePlace(port, placeOf(port));
    if (systemPort) {
