@@ -3,6 +3,7 @@
 #include "agent/host/ScenarioRunner.h"
 #include "agent/inventory/FileContent.h"
 #include "agent/inventory/InventoryReader.h"
+#include "agent/simulate/Simulation.h"
 #include "platform/Trace/BliplineReader.h"
 
 #include <CLI/CLI.hpp>
@@ -88,6 +89,16 @@ int main(int argc, char** argv) {
    run->add_flag("--quiet", options.quiet, "do not print what is odd in the inventory");
    run->add_flag("--keep-going", options.run.keepGoing, "go on behind an error");
    run->add_flag("--echo", options.run.echo, "print each command before it runs");
+   Agent::SimulateOptions simulation;
+   auto* simulating = app.add_subcommand("simulate", "random histories, checked all along");
+   simulating->add_option("--inventory", options.inventory, "CONFIG_DB JSON file")->required();
+   simulating->add_option("--seed", simulation.seed, "the first history's")->required();
+   simulating->add_option("--steps", simulation.steps, "commands drawn per history")->required();
+   simulating->add_option("--seeds", simulation.seeds, "how many histories; 1 by default");
+   simulating->add_option("--jobs", simulation.jobs, "histories at a time; 1 by default")
+       ->check(CLI::Range(1, 256));
+   simulating->add_option("--write", simulation.write,
+                          "file for a failing history; simulate-SEED.scenario by default");
    std::string blipline;
    auto* decoding = app.add_subcommand("decode", "print a Blipline file in words");
    decoding->add_option("FILE", blipline, "Blipline file")->required();
@@ -98,7 +109,9 @@ int main(int argc, char** argv) {
       return app.exit(error) == 0 ? 0 : usageError;
    }
    try {
-      return run->parsed()        ? runScenario(options)
+      return run->parsed() ? runScenario(options)
+             : simulating->parsed()
+                 ? Agent::simulate(Agent::readInventory(options.inventory), simulation, std::cout)
              : decoding->parsed() ? decode(blipline)
                                   : listCommands();
    } catch (Agent::InventoryError const& error) {

@@ -119,6 +119,7 @@ Registry const& commandRegistry() {
       addExplainCommands(made);
       addExpectCommands(made);
       addTraceCommands(made);
+      addSimulateCommands(made);
       return made;
    }();
    return registry;

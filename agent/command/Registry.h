@@ -92,5 +92,6 @@ void addShowCommands(Registry& registry);
 void addExplainCommands(Registry& registry);
 void addExpectCommands(Registry& registry);
 void addTraceCommands(Registry& registry);
+void addSimulateCommands(Registry& registry);
 
 } // namespace Agent

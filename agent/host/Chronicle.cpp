@@ -34,6 +34,18 @@ Chronicle::Chronicle(std::vector<SharingPipeline const*> const& pipelines) {
 
 Chronicle::~Chronicle() = default;
 
+void Chronicle::intakesRebuilt() {
+   for (auto const& watch : watches_) {
+      auto const& backlog = watch->pipeline.codef->backlogCollection();
+      if (!watch->orvBacklog.registered()) {
+         backlog.watch(watch->orvBacklog);
+      }
+      for (auto const& [request, queued] : backlog.walk()) {
+         watch->handleBacklog(request);
+      }
+   }
+}
+
 void Chronicle::note(TcamSharingRequest const& request, std::optional<Seconds> RequestTimes::*time,
                      bool there) {
    RequestTimes times = times_.get(request);

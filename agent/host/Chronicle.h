@@ -22,6 +22,8 @@ class Chronicle {
  public:
    explicit Chronicle(std::vector<SharingPipeline const*> const& pipelines);
    ~Chronicle();
+   // The pipelines' intakes were built again: follows the new backlogs.
+   void intakesRebuilt();
    RequestTimes of(TcamSharingRequest request) const { return times_.get(request); }
 
  private:

@@ -11,8 +11,7 @@ namespace Agent {
 using namespace Hardware::ShoalTunnel;
 
 Host::Host(Inventory inventory) : orvIsemStatus_(this), orvInLifStatus_(this) {
-   Orv::System::timeSourceIs(&time_);
-   Trace::textSinkIs(&std::cerr);
+   activate();
    world_ = std::make_unique<World>(std::move(inventory));
    World& world = *world_;
    helper_ = Orv::make<TcamSharingHelper>(
@@ -35,8 +34,7 @@ Host::Host(Inventory inventory) : orvIsemStatus_(this), orvInLifStatus_(this) {
    intfToVlanDomainStatus_ = Orv::make<IntfToVlanDomainStatus>();
    world.corestate().mount("vlan/intfToFapIdStatus", intfToFapIdStatus_);
    world.corestate().mount("vlan/intfToVlanDomainStatus", intfToVlanDomainStatus_);
-   vlanDomainSm_ = VlanDomainSmIs(world.shoalStatus, world.vlanDomainStatus,
-                                  intfToVlanDomainStatus_, intfToFapIdStatus_);
+   buildVlanDomainSm();
 
    chronicle_ = std::make_unique<Chronicle>(
        std::vector<SharingPipeline const*>(pipelines_.begin(), pipelines_.end()));
@@ -47,6 +45,36 @@ Host::Host(Inventory inventory) : orvIsemStatus_(this), orvInLifStatus_(this) {
 Host::~Host() {
    Trace::textSinkIs(nullptr);
    Orv::System::timeSourceIs(nullptr);
+}
+
+void Host::buildVlanDomainSm() {
+   vlanDomainSm_ = VlanDomainSmIs(world_->shoalStatus, world_->vlanDomainStatus,
+                                  intfToVlanDomainStatus_, intfToFapIdStatus_);
+}
+
+void Host::rebuild(Machine machine) {
+   if (machine == Machine::vlanDomain) {
+      vlanDomainSm_ = nullptr;
+      if (follower_) {
+         follower_->handleGone(machine, nullptr);
+      }
+      buildVlanDomainSm();
+      if (follower_) {
+         follower_->handleBuilt(machine, nullptr);
+      }
+      return;
+   }
+   for (SharingPipeline* pipeline : pipelines_) {
+      pipeline->rebuild(machine, follower_.get());
+   }
+   if (machine == Machine::intake) {
+      chronicle_->intakesRebuilt();
+   }
+}
+
+void Host::activate() {
+   Orv::System::timeSourceIs(&time_);
+   Trace::textSinkIs(traceFile_ ? traceFile_.get() : static_cast<std::ostream*>(&std::cerr));
 }
 
 void Host::handleStatus(TcamSharingRequest const&) {

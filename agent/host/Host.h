@@ -57,12 +57,25 @@ class Host {
    // three retry passes take; false when the system was still moving then.
    bool settle(Seconds limit = 3600.0);
 
+   // Nothing is queued or unanswered: only retries are left.
+   bool quiet() const { return !busy(); }
+
+   // Destroys a machine (in every pipeline that has it) and builds it again on the same entities.
+   void rebuild(Machine machine);
+   // Hears of machines that are built again; goes with the agent. At most one.
+   void followerIs(std::unique_ptr<Follower> follower) { follower_ = std::move(follower); }
+   Follower* follower() const { return follower_.get(); }
+
+   // Makes this agent the one that reads the time and traces; another one that was made since must
+   // be gone.
+   void activate();
    // Text traces go here; null: to standard error.
    void traceFileIs(std::string const& path);
 
  private:
    void runUntil(Seconds end);
    bool busy() const;
+   void buildVlanDomainSm();
 
    Orv::VirtualTime time_;
    Orv::Timers timers_;
@@ -85,6 +98,7 @@ class Host {
    uint64_t statusChanges_ = 0;
    Orv::ReactorFor<&Host::handleStatus> orvIsemStatus_;
    Orv::ReactorFor<&Host::handleStatus> orvInLifStatus_;
+   std::unique_ptr<Follower> follower_; // goes first: it watches what is above
 };
 
 } // namespace Agent

@@ -6,7 +6,7 @@ using namespace Hardware::ShoalTunnel;
 
 InLifPipeline::InLifPipeline(World& world, Orv::Timers& timers,
                              Orv::Ptr<TcamSharingHelper> const& helper)
-    : SharingPipeline(world, "inlif") {
+    : SharingPipeline(world, timers, helper, "inlif") {
    tagOutput = mounted<TcamSharingConfig>(world, "tcamSharingTagConfigOut");
    tunnelOutput = mounted<TcamSharingConfig>(world, "tcamSharingTunnelConfigOut");
    mapperConfig = world.vtagToVsiConfig;
@@ -16,13 +16,32 @@ InLifPipeline::InLifPipeline(World& world, Orv::Timers& timers,
    common = mounted<TcamSharingInLifCommon>(world, "tcamSharingInLifCommon", name);
    commonBase = common;
    selector = Orv::make<TcamSharingInLifSelector>(tagOutput, tunnelOutput);
-   buildIntake(world, timers, helper);
-   inLifSm = tcamSharingInLifSmFactory(world.shoalStatus, tagOutput, mergedStatus, helper,
-                                       mapperConfig, mapperStatus, common);
-   tunnelSm = tcamSharingTunnelInLifSmFactory(world.shoalStatus, tunnelOutput, mergedStatus, helper,
-                                              tunnelConfig, tunnelStatus, common);
+   buildMerge();
+   buildIntake();
+   buildInLifSm();
+   buildTunnelSm();
    // Everything that the merge reads is mounted now.
    merge->handleInitialized();
+}
+
+void InLifPipeline::buildInLifSm() {
+   inLifSm = tcamSharingInLifSmFactory(world_.shoalStatus, tagOutput, mergedStatus, helper_,
+                                       mapperConfig, mapperStatus, common);
+}
+
+void InLifPipeline::buildTunnelSm() {
+   tunnelSm = tcamSharingTunnelInLifSmFactory(world_.shoalStatus, tunnelOutput, mergedStatus,
+                                              helper_, tunnelConfig, tunnelStatus, common);
+}
+
+void InLifPipeline::rebuild(Machine machine, Follower* follower) {
+   if (machine == Machine::mapper) {
+      rebuildOne(inLifSm, machine, follower, [&] { buildInLifSm(); });
+   } else if (machine == Machine::tunnel) {
+      rebuildOne(tunnelSm, machine, follower, [&] { buildTunnelSm(); });
+   } else {
+      SharingPipeline::rebuild(machine, follower);
+   }
 }
 
 } // namespace Agent

@@ -13,6 +13,8 @@ class InLifPipeline : public SharingPipeline {
    InLifPipeline(World& world, Orv::Timers& timers,
                  Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> const& helper);
 
+   void rebuild(Machine machine, Follower* follower) override;
+
    Orv::Ptr<TcamSharingConfig> tagOutput;
    Orv::Ptr<TcamSharingConfig> tunnelOutput;
    // Both machines' bookkeeping.
@@ -24,6 +26,10 @@ class InLifPipeline : public SharingPipeline {
    Orv::Ptr<Hardware::ShoalTunnel::TunnelPolicyMapperStatus> tunnelStatus;
    Orv::Ptr<Hardware::ShoalTunnel::TcamSharingInLifSm> inLifSm;
    Orv::Ptr<Hardware::ShoalTunnel::TcamSharingTunnelInLifSm> tunnelSm;
+
+ private:
+   void buildInLifSm();
+   void buildTunnelSm();
 };
 
 } // namespace Agent

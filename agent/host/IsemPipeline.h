@@ -12,11 +12,16 @@ class IsemPipeline : public SharingPipeline {
    IsemPipeline(World& world, Orv::Timers& timers,
                 Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> const& helper);
 
+   void rebuild(Machine machine, Follower* follower) override;
+
    Orv::Ptr<TcamSharingConfig> outputTable;
    Orv::Ptr<Hardware::ShoalTunnel::TcamSharingSemCommon> common;
    Orv::Ptr<Hardware::ShoalTunnel::SemTableConfig> table;
    Orv::Ptr<Hardware::ShoalTunnel::SemTableStatus> tableStatus;
    Orv::Ptr<Hardware::ShoalTunnel::TcamSharingSemSm> semSm;
+
+ private:
+   void buildSemSm();
 };
 
 } // namespace Agent

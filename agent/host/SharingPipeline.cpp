@@ -16,25 +16,47 @@ FeatureTables::FeatureTables(World& world, std::string const& folder) {
    }
 }
 
-SharingPipeline::SharingPipeline(World& world, std::string folder)
-    : name(std::move(folder)), features(world, name) {
+SharingPipeline::SharingPipeline(World& world, Orv::Timers& timers,
+                                 Orv::Ptr<TcamSharingHelper> helper, std::string folder)
+    : name(std::move(folder)), features(world, name), world_(world), timers_(timers),
+      helper_(std::move(helper)) {
    merged = mounted<TcamSharingConfig>(world, "tcamSharingMergedConfig");
    mergedStatus = mounted<TcamSharingStatus>(world, "tcamSharingMergedStatus");
 }
 
 SharingPipeline::~SharingPipeline() = default;
 
-void SharingPipeline::buildIntake(World& world, Orv::Timers& timers,
-                                  Orv::Ptr<TcamSharingHelper> const& helper) {
+void SharingPipeline::buildMerge() {
    merge = Orv::make<TcamSharingMergeSm>(
        features.config(Feature::acl), features.config(Feature::lumen),
        features.config(Feature::rampart), merged, features.status(Feature::acl),
        features.status(Feature::lumen), features.status(Feature::rampart), mergedStatus,
-       world.shoalStatus);
+       world_.shoalStatus);
+}
+
+void SharingPipeline::buildIntake() {
    codef = tcamSharingCodefFactory(
-       Orv::make<Orv::Clock>(timers), merged, Orv::make<Orv::Clock>(timers), world.intfVlanIdTable,
-       commonBase, world.subIntfDot1qEncapChange, world.shoalStatus, world.subIntfConfigDir,
-       world.subIntfStatusDir, helper, selector, mergedStatus);
+       Orv::make<Orv::Clock>(timers_), merged, Orv::make<Orv::Clock>(timers_),
+       world_.intfVlanIdTable, commonBase, world_.subIntfDot1qEncapChange, world_.shoalStatus,
+       world_.subIntfConfigDir, world_.subIntfStatusDir, helper_, selector, mergedStatus);
+}
+
+void SharingPipeline::rebuild(Machine machine, Follower* follower) {
+   if (machine == Machine::merge) {
+      rebuildOne(merge, machine, follower, [&] {
+         buildMerge();
+         merge->handleInitialized();
+      });
+   } else if (machine == Machine::intake) {
+      // The agent's settings, which the intake does not keep by itself.
+      Seconds quantum = codef->backlogQuantum();
+      Seconds interval = codef->retryTimeInterval();
+      rebuildOne(codef, machine, follower, [&] {
+         buildIntake();
+         codef->backlogQuantumIs(quantum);
+         codef->retryTimeIntervalIs(interval);
+      });
+   }
 }
 
 } // namespace Agent

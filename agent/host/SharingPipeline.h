@@ -2,6 +2,7 @@
 // generation, the merge, the intake, and the entities between them, mounted in Corestate.
 #pragma once
 
+#include "agent/host/Follower.h"
 #include "agent/world/World.h"
 #include "ShoalTunnel/TcamSharing/TcamSharingCodef.h"
 #include "ShoalTunnel/TcamSharing/TcamSharingMergeSm.h"
@@ -49,6 +50,10 @@ class SharingPipeline {
       return selector->getRequest(request);
    }
 
+   // Destroys the machine and builds it again on the same entities, as after a restart of its
+   // process; does nothing when the pipeline has none of this kind. `follower` may be null.
+   virtual void rebuild(Machine machine, Follower* follower);
+
    std::string const name; // as its folder in Corestate: "isem", "inlif"
    FeatureTables features;
    Orv::Ptr<TcamSharingConfig> merged;
@@ -59,10 +64,23 @@ class SharingPipeline {
    Orv::Ptr<Hardware::ShoalTunnel::TcamSharingCodef> codef;
 
  protected:
-   SharingPipeline(World& world, std::string folder);
-   // Builds merge and intake, when selector and bookkeeping are there.
-   void buildIntake(World& world, Orv::Timers& timers,
-                    Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> const& helper);
+   SharingPipeline(World& world, Orv::Timers& timers,
+                   Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> helper, std::string folder);
+   void buildMerge();
+   // When selector and bookkeeping are there.
+   void buildIntake();
+   // `machine` again, through `build`.
+   template<class T, class Build>
+   void rebuildOne(Orv::Ptr<T>& present, Machine machine, Follower* follower, Build build) {
+      present = nullptr;
+      if (follower != nullptr) {
+         follower->handleGone(machine, this);
+      }
+      build();
+      if (follower != nullptr) {
+         follower->handleBuilt(machine, this);
+      }
+   }
 
    template<class T, class... Args>
    Orv::Ptr<T> mounted(World& world, std::string const& entityName, Args&&... args) const {
@@ -70,6 +88,10 @@ class SharingPipeline {
       world.corestate().mount(name + "/" + entityName, entity);
       return entity;
    }
+
+   World& world_;
+   Orv::Timers& timers_;
+   Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> helper_;
 };
 
 } // namespace Agent

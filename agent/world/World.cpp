@@ -242,6 +242,14 @@ void World::enterPlace(IntfId port, PortMap place) {
    }
 }
 
+void World::requireFree(PortMap place, IntfId port) const {
+   IntfId other = scsd->portMapToIntf(place);
+   if (other != IntfId() && other != port) {
+      throw CommandError("port " + std::to_string(place.fapPortId) + " of unit " +
+                         std::to_string(place.fapId.value()) + " is taken by " + other.name());
+   }
+}
+
 void World::portMapIs(IntfId port, std::optional<PortMap> place) {
    SystemPhyPortId systemPort = shoalStatus->sysPhyPortId(port);
    if (systemPort.value() == SystemPhyPortId::null) {
@@ -249,10 +257,8 @@ void World::portMapIs(IntfId port, std::optional<PortMap> place) {
                                                                 : " is no port of the inventory"));
    }
    PortMap old = shoalStatus->portMap(systemPort);
-   if (place && *place != old && scsd->portMapToIntfHas(*place)) {
-      throw CommandError("port " + std::to_string(place->fapPortId) + " of unit " +
-                         std::to_string(place->fapId.value()) + " is taken by " +
-                         scsd->portMapToIntf(*place).name());
+   if (place) {
+      requireFree(*place, port);
    }
    leavePlace(port, old);
    if (place) {
@@ -275,10 +281,7 @@ void World::systemPortIs(IntfId port, std::optional<SystemPhyPortId> systemPort)
       }
    }
    PortMap place = systemPort ? shoalStatus->portMap(*systemPort) : PortMap();
-   if (IntfId there = scsd->portMapToIntf(place); there != IntfId() && there != port) {
-      throw CommandError("its place, port " + std::to_string(place.fapPortId) + " of unit " +
-                         std::to_string(place.fapId.value()) + ", is taken by " + there.name());
-   }
+   requireFree(place, port);
    leavePlace(port, placeOf(port));
    if (systemPort) {
       enterPlace(port, place);

@@ -85,7 +85,8 @@ class World {
    // The place of a port's system port; none: it has none. CommandError for a place that is taken.
    // Who follows the port map's version hears of it with the next one.
    void portMapIs(IntfId port, std::optional<Hardware::Shoal::PortMap> place);
-   // The system port of a port; none: the port is gone. CommandError for one that is taken.
+   // The system port of a port; none: the port is gone. CommandError for one that is taken, or whose
+   // place is.
    void systemPortIs(IntfId port, std::optional<Hardware::Shoal::SystemPhyPortId> systemPort);
    void portMapValidIs(bool valid);
    void portMapVersionInc();
@@ -133,6 +134,8 @@ class World {
    void requireSubInterface(IntfId subIntf) const;
    void tellEncapsulation(IntfId subIntf);
    bool isPortOfInventory(IntfId port) const;
+   // CommandError when another port sits there.
+   void requireFree(Hardware::Shoal::PortMap place, IntfId port) const;
    // A port came to or left a place: whatever stands on it follows.
    void leavePlace(IntfId port, Hardware::Shoal::PortMap place);
    void enterPlace(IntfId port, Hardware::Shoal::PortMap place);

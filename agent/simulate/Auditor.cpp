@@ -1,0 +1,223 @@
+#include "agent/simulate/Auditor.h"
+
+#include "agent/command/Registry.h"
+
+namespace Agent {
+
+using namespace Hardware::ShoalTunnel;
+
+template<class... Key>
+class Auditor::Watcher : public Orv::Reactor<Key...> {
+ public:
+   explicit Watcher(std::function<void(Key const&...)> handler) : handler_(std::move(handler)) {}
+   void handle(Key const&... key) override { handler_(key...); }
+
+ private:
+   std::function<void(Key const&...)> handler_;
+};
+
+template<class Key, class Collection>
+void Auditor::watch(Collection const& collection, std::function<void(Key const&)> handler) {
+   auto watcher = std::make_unique<Watcher<Key>>(std::move(handler));
+   collection.watch(*watcher);
+   watchers_.push_back(std::move(watcher));
+}
+
+Auditor& Auditor::follow(Host& host) {
+   bool asked = host.follower() != nullptr;
+   for (SharingPipeline* pipeline : host.pipelines()) {
+      asked = asked || pipeline->merged->requests() > 0 || pipeline->mergedStatus->responses() > 0;
+   }
+   if (asked) {
+      throw CommandError("checks follow an agent from its start, before anything is asked for");
+   }
+   auto* auditor = new Auditor(host);
+   host.followerIs(std::unique_ptr<Follower>(auditor));
+   for (std::size_t i = 0; i < machineNames.size(); ++i) {
+      host.rebuild(static_cast<Machine>(i));
+   }
+   return *auditor;
+}
+
+Auditor& Auditor::of(Host const& host) {
+   auto* auditor = dynamic_cast<Auditor*>(host.follower());
+   if (auditor == nullptr) {
+      throw CommandError("nothing is checked here; say follow at the start");
+   }
+   return *auditor;
+}
+
+Auditor::Auditor(Host& host)
+    : host_(host), facts_(host.world()), isemSide_(host.isem(), facts_, probes_),
+      inLifSide_(host.inLif(), facts_, probes_), isem_(host, facts_, isemSide_.answers, probes_),
+      mapper_(host, facts_, inLifSide_.answers, probes_),
+      tunnel_(host, inLifSide_.answers, probes_), published_(host, probes_) {
+   watchSide(isemSide_);
+   watchSide(inLifSide_);
+   using Request = TcamSharingRequest;
+   auto const& isem = host.isem();
+   watch<Request>(isem.outputTable->requestCollection(), [this](Request const& request) {
+      isemSide_.intake.handleOutput(request);
+      isem_.handleOutput(request);
+   });
+   watch<AradSemKeyAndFap>(isem.tableStatus->statusCollection(),
+                           [this](AradSemKeyAndFap const& key) { isem_.handleStatus(key); });
+   auto const& inLif = host.inLif();
+   watch<Request>(inLif.tagOutput->requestCollection(), [this](Request const& request) {
+      inLifSide_.intake.handleOutput(request);
+      mapper_.handleOutput(request);
+   });
+   watch<Request>(inLif.tunnelOutput->requestCollection(), [this](Request const& request) {
+      inLifSide_.intake.handleOutput(request);
+      tunnel_.handleOutput(request);
+   });
+   watch<VlanTagToVsiMapperKey>(
+       inLif.mapperConfig->configCollection(),
+       [this](VlanTagToVsiMapperKey const& key) { mapper_.handleConfig(key); });
+   watch<VlanTagToVsiMapperKey>(
+       inLif.mapperStatus->statusCollection(),
+       [this](VlanTagToVsiMapperKey const& key) { mapper_.handleStatus(key); });
+   watch<TunnelPolicyMapperKey>(
+       inLif.tunnelStatus->statusCollection(),
+       [this](TunnelPolicyMapperKey const& key) { tunnel_.handleStatus(key); });
+   watchWorld();
+}
+
+Auditor::~Auditor() = default;
+
+Auditor::Side& Auditor::sideOf(SharingPipeline* pipeline) {
+   return pipeline == &isemSide_.pipeline ? isemSide_ : inLifSide_;
+}
+
+void Auditor::watchSide(Side& side) {
+   using Request = TcamSharingRequest;
+   auto& pipeline = side.pipeline;
+   for (std::size_t i = 0; i < kFeatures; ++i) {
+      auto feature = static_cast<Feature>(i);
+      watch<Request>(pipeline.features.config(feature)->requestCollection(),
+                     [&side, feature](Request const& request) {
+                        side.intake.handleFeature(feature, request);
+                     });
+   }
+   watch<Request>(pipeline.merged->requestCollection(),
+                  [&side](Request const& request) { side.intake.handleMerged(request); });
+   watch<Request>(pipeline.mergedStatus->responseCollection(),
+                  [&side](Request const& request) { side.intake.handleMergedStatus(request); });
+   watch<TcamSharingEntry>(
+       pipeline.commonBase->retryListCollection(),
+       [&side](TcamSharingEntry const& entry) { side.intake.handleRetryList(entry); });
+   watchBacklog(side);
+}
+
+void Auditor::watchBacklog(Side& side) {
+   auto watcher = std::make_unique<Watcher<TcamSharingRequest>>(
+       [&side](TcamSharingRequest const& request) { side.intake.handleBacklog(request); });
+   side.pipeline.codef->backlogCollection().watch(*watcher);
+   side.backlog = std::move(watcher);
+}
+
+void Auditor::watchWorld() {
+   World const& world = host_.world();
+   auto both = [this](void (IntakeShadow::*handler)(IntfId)) {
+      return [this, handler](IntfId const& intf) {
+         (isemSide_.intake.*handler)(intf);
+         (inLifSide_.intake.*handler)(intf);
+      };
+   };
+   watch<IntfId>(world.intfVlanIdTable->internalVlanIdCollection(),
+                 both(&IntakeShadow::handleInternalVlan));
+   watch<IntfId>(world.subIntfDot1qEncapChange->dot1qEncapCollection(),
+                 both(&IntakeShadow::handleTags));
+   watch<IntfId>(world.subIntfStatusDir->subIntfStatusCollection(),
+                 [this](IntfId const& subIntf) { watchFlag(subIntf); });
+   for (auto const& [subIntf, status] : world.subIntfStatusDir->subIntfStatusIter()) {
+      watchFlag(subIntf);
+   }
+   watch<IntfId>(world.shoalStatus->sysPhyPortIdCollection(),
+                 [this](IntfId const& port) { published_.handleSystemPort(port); });
+   watch<Hardware::Shoal::PortMap>(
+       world.vlanDomainStatus->portTunnelDataCollection(),
+       [this](Hardware::Shoal::PortMap const& place) { published_.handleDomain(place); });
+   auto version = std::make_unique<Watcher<>>([this] { published_.handleVersion(); });
+   world.shoalStatus->portMapVersionAttribute().watch(*version);
+   watchers_.push_back(std::move(version));
+}
+
+void Auditor::watchFlag(IntfId subIntf) {
+   auto status = host_.world().subIntfStatusDir->subIntfStatus(subIntf);
+   if (!status) {
+      flags_.erase(subIntf);
+      return;
+   }
+   auto watcher = std::make_unique<Watcher<>>([this, subIntf] {
+      isemSide_.intake.handleProgramInHw(subIntf);
+      inLifSide_.intake.handleProgramInHw(subIntf);
+   });
+   status->programInHwAttribute().watch(*watcher);
+   flags_[subIntf] = std::move(watcher);
+}
+
+void Auditor::handleGone(Machine machine, SharingPipeline* pipeline) {
+   switch (machine) {
+   case Machine::merge:
+      sideOf(pipeline).intake.handleMergeGone();
+      break;
+   case Machine::intake:
+      sideOf(pipeline).backlog.reset();
+      sideOf(pipeline).intake.handleIntakeGone();
+      break;
+   case Machine::isem:
+      isem_.handleGone();
+      break;
+   case Machine::mapper:
+      mapper_.handleGone();
+      break;
+   case Machine::tunnel:
+      tunnel_.handleGone();
+      break;
+   case Machine::vlanDomain:
+      published_.handleGone();
+      break;
+   }
+}
+
+void Auditor::handleBuilt(Machine machine, SharingPipeline* pipeline) {
+   if (machine == Machine::intake) {
+      watchBacklog(sideOf(pipeline));
+   }
+}
+
+Findings Auditor::check(bool settled) const {
+   Findings findings;
+   isemSide_.intake.compare(findings, settled);
+   isem_.compare(findings);
+   inLifSide_.intake.compare(findings, settled);
+   mapper_.compare(findings);
+   tunnel_.compare(findings);
+   published_.compare(findings, settled);
+   checkRouter(findings);
+   if (settled) {
+      isem_.checkSettled(findings);
+      mapper_.checkSettled(findings);
+      tunnel_.checkSettled(findings);
+   }
+   return findings;
+}
+
+// A feature sees the answers of both generations as one table.
+void Auditor::checkRouter(Findings& findings) const {
+   for (std::size_t i = 0; i < kFeatures; ++i) {
+      auto feature = static_cast<Feature>(i);
+      std::map<TcamSharingRequest, TcamSharingResponse> expected;
+      for (Side const* side : {&inLifSide_, &isemSide_}) {
+         for (auto const& [request, response] :
+              side->pipeline.features.status(feature)->responseIter()) {
+            expected[request] = response;
+         }
+      }
+      findings.compare("answers of both generations", expected,
+                       host_.features().status(feature)->responseCollection());
+   }
+}
+
+} // namespace Agent

@@ -1,0 +1,194 @@
+// Compares an agent with one that is started fresh on the same world and the same requests.
+#include "agent/simulate/Auditor.h"
+
+namespace Agent {
+
+using namespace Hardware::ShoalTunnel;
+
+namespace {
+
+void copySubInterfaces(World const& from, World& to) {
+   for (auto const& [subIntf, config] : to.subIntfConfigDir->subIntfConfigIter()) {
+      if (!from.subIntfConfigDir->subIntfConfigHas(subIntf)) {
+         to.subIntfConfigDir->subIntfConfigDel(subIntf);
+         to.subIntfStatusDir->subIntfStatusDel(subIntf);
+      } else {
+         config->dot1qEncapIs(from.subIntfConfigDir->subIntfConfig(subIntf)->dot1qEncap());
+         to.subIntfStatusDir->subIntfStatus(subIntf)->programInHwIs(
+             from.subIntfStatusDir->subIntfStatus(subIntf)->programInHw());
+      }
+   }
+   for (auto const& [subIntf, tags] : from.dynSubIntfEncap->dot1qEncapIter()) {
+      to.dynSubIntfEncap->dot1qEncapIs(subIntf, tags);
+   }
+   to.subIntfDot1qEncapChange->dot1qEncapDelAll();
+   for (auto const& [subIntf, tags] : from.subIntfDot1qEncapChange->dot1qEncapIter()) {
+      to.subIntfDot1qEncapChange->dot1qEncapIs(subIntf, tags);
+   }
+   to.vtagToVsiConfig->configDelAll();
+   for (auto const& [key, result] : from.vtagToVsiConfig->configIter()) {
+      to.vtagToVsiConfig->configIs(key, {result.lif, 0});
+   }
+}
+
+void copyPortChannels(World const& from, World& to) {
+   auto domains = to.vlanTagToVsiMapperSm->vlanDomainManager();
+   domains->vlanDomainPerLagFapDelAll();
+   for (auto const& [key, entry] :
+        from.vlanTagToVsiMapperSm->vlanDomainManager()->vlanDomainPerLagFapIter()) {
+      auto copy = domains->vlanDomainPerLagFapIs(key);
+      copy->vlanDomainIs(entry->vlanDomain());
+      for (auto const& [port, present] : entry->memberPortIter()) {
+         copy->memberPortIs(port);
+      }
+   }
+   for (auto const& [lag, status] : from.ethIntfStatusDir->ethLagIntfStatusIter()) {
+      auto copy = to.ethIntfStatusDir->ethLagIntfStatusIs(lag);
+      copy->memberDelAll();
+      for (auto const& [member, present] : status->memberIter()) {
+         copy->memberIs(member);
+      }
+   }
+}
+
+void copyPorts(World const& from, World& to) {
+   to.shoalStatus->sysPhyPortIdDelAll();
+   to.shoalStatus->portMapDelAll();
+   to.vlanDomainStatus->portTunnelDataDelAll();
+   to.scsd->portMapToIntfDelAll();
+   for (auto const& [systemPort, place] : from.shoalStatus->portMapIter()) {
+      to.shoalStatus->portMapIs(systemPort, place);
+   }
+   for (auto const& [place, data] : from.vlanDomainStatus->portTunnelDataIter()) {
+      to.vlanDomainStatus->portTunnelDataIs(place, data);
+   }
+   for (auto const& [place, port] : from.scsd->portMapToIntfIter()) {
+      to.scsd->portMapToIntfIs(place, port);
+   }
+   for (auto const& [port, systemPort] : from.shoalStatus->sysPhyPortIdIter()) {
+      to.shoalStatus->sysPhyPortIdIs(port, systemPort);
+   }
+   for (auto const& [port, vlan] : from.intfVlanIdTable->internalVlanIdIter()) {
+      to.intfVlanIdTable->internalVlanIdIs(port, vlan);
+   }
+}
+
+void copyUnits(World const& from, World& to) {
+   for (auto const& unit : from.inventory().units) {
+      FapId fapId(unit.fapId);
+      to.fapAvailableIs(fapId, from.shoalStatus->fapAvailable(fapId));
+      to.extLkupTypeIs(fapId, from.shoalStatus->fapExtLkupType(fapId));
+      to.fapTypeIs(fapId, from.shoalStatus->fapType(fapId));
+   }
+}
+
+} // namespace
+
+Findings Auditor::compareFresh() const {
+   Findings findings;
+   Host fresh(host_.world().inventory());
+   copyUnits(host_.world(), fresh.world());
+   copyPorts(host_.world(), fresh.world());
+   copyPortChannels(host_.world(), fresh.world());
+   copySubInterfaces(host_.world(), fresh.world());
+   fresh.rebuild(Machine::vlanDomain);
+   for (std::size_t i = 0; i < kFeatures; ++i) {
+      auto feature = static_cast<Feature>(i);
+      for (auto const& [request, policy] : host_.features().config(feature)->requestIter()) {
+         Side const& side = &host_.pipelineOf(request) == &host_.isem() ? isemSide_ : inLifSide_;
+         if (side.intake.folds(request)) {
+            fresh.features().config(feature)->requestIs(request, policy);
+         }
+      }
+   }
+   if (!fresh.settle()) {
+      findings.add("a fresh agent settles", "it still moves after an hour");
+   }
+   compareMerged(findings, isemSide_, fresh.isem());
+   compareMerged(findings, inLifSide_, fresh.inLif());
+   compareIsem(findings, fresh);
+   compareMapper(findings, fresh);
+   comparePublished(findings, fresh);
+   return findings;
+}
+
+void Auditor::compareMerged(Findings& findings, Side const& side,
+                            SharingPipeline const& fresh) const {
+   for (auto const& [request, policy] : side.pipeline.merged->requestIter()) {
+      if (!side.intake.folds(request)) {
+         probes_.hit("end: merged policy depends on the order");
+      } else if (fresh.merged->request(request) != policy) {
+         findings.add("as after a fresh start, merged", request, " is ", policy, ", fresh ",
+                      fresh.merged->request(request));
+      }
+   }
+   for (auto const& [request, policy] : fresh.merged->requestIter()) {
+      if (!side.pipeline.merged->requestHas(request)) {
+         findings.add("as after a fresh start, merged", request, " is missing, fresh ", policy);
+      }
+   }
+}
+
+void Auditor::compareIsem(Findings& findings, Host const& fresh) const {
+   auto const& pipeline = host_.isem();
+   for (auto const& [request, key] : pipeline.common->tcamRequestToIsemKeyMappingIter()) {
+      auto freshUsers = fresh.isem().common->semToRequest(key);
+      if (!isem_.plain(request) || !isemSide_.intake.folds(request) ||
+          (freshUsers && freshUsers->requests() > 1)) {
+         probes_.hit("end: a shared entry with a past");
+         continue;
+      }
+      probes_.hit("end: a shared entry compared");
+      auto response = pipeline.mergedStatus->response(request);
+      auto freshResponse = fresh.isem().mergedStatus->response(request);
+      if (response != freshResponse) {
+         findings.add("as after a fresh start, answers", request, " is ", response, ", fresh ",
+                      freshResponse);
+      }
+      if (pipeline.table->config(key) != fresh.isem().table->config(key)) {
+         findings.add("as after a fresh start, entries", key, " of ", request);
+      }
+   }
+}
+
+void Auditor::compareMapper(Findings& findings, Host const& fresh) const {
+   auto const& pipeline = host_.inLif();
+   for (auto const& [request, policy] : pipeline.tagOutput->requestIter()) {
+      if (!mapper_.plain(request) || !inLifSide_.intake.folds(request)) {
+         probes_.hit("end: a mapper request with a past");
+         continue;
+      }
+      probes_.hit("end: a mapper request compared");
+      auto response = pipeline.mergedStatus->response(request);
+      auto freshResponse = fresh.inLif().mergedStatus->response(request);
+      if (response != freshResponse) {
+         findings.add("as after a fresh start, answers", request, " is ", response, ", fresh ",
+                      freshResponse);
+      }
+   }
+}
+
+void Auditor::comparePublished(Findings& findings, Host const& fresh) const {
+   for (auto const& [port, unit] : fresh.intfToFapIdStatus()->intfToFapIter()) {
+      if (!published_.plain(port)) {
+         probes_.hit("end: a port that moved without news");
+         continue;
+      }
+      probes_.hit("end: a port compared");
+      FapId published = host_.intfToFapIdStatus()->intfToFap(port);
+      auto domain = host_.intfToVlanDomainStatus()->vlanDomain(port);
+      auto freshDomain = fresh.intfToVlanDomainStatus()->vlanDomain(port);
+      bool came = host_.intfToFapIdStatus()->intfToFapHas(port);
+      if (came ? published != unit : domain.value() == 0) {
+         findings.add("as after a fresh start, units", port, " is on ", published, ", fresh on ",
+                      unit);
+      }
+      // A domain that went while a walk was due stays published, on purpose.
+      if (freshDomain.value() != 0 && domain != freshDomain) {
+         findings.add("as after a fresh start, domains", port, " has ", domain, ", fresh ",
+                      freshDomain);
+      }
+   }
+}
+
+} // namespace Agent

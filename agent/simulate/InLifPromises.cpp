@@ -1,0 +1,192 @@
+// What the machines of sub-interfaces and tunnels promise once nothing is queued or unanswered,
+// each promise with the rules that break it.
+#include "agent/simulate/ChipPromise.h"
+#include "agent/simulate/InLifShadow.h"
+
+#include <algorithm>
+
+namespace Agent {
+
+using namespace Hardware::ShoalTunnel;
+
+std::vector<VlanTagToVsiMapperKey> MapperShadow::entriesOf(TcamSharingRequest request) const {
+   std::vector<VlanTagToVsiMapperKey> keys;
+   auto const& fields = request.intfId().fields();
+   auto parent = IntfId::fromIndex(fields.parentIndex);
+   if (!fields.subIntf || !facts_.resolves(request)) {
+      return keys;
+   }
+   bool lag = fields.kind == Plexus::IntfKind::portChannel;
+   for (IntfId port : facts_.world().portsOf(parent)) {
+      if (!lag || facts_.world().placeOf(port).fapId == request.fapId()) {
+         keys.push_back(facts_.mapperKey(request, port));
+      }
+   }
+   return keys;
+}
+
+bool MapperShadow::pendingFor(TcamSharingRequest request, bool written) const {
+   return std::any_of(pending_.begin(), pending_.end(), [&](auto const& each) {
+      return each.second.request() == request && each.second.policyId().empty() != written;
+   });
+}
+
+void MapperShadow::checkSettled(Findings& findings) const {
+   checkChip(
+       findings, probes_, chip_, data_,
+       [](VlanTagToVsiMapperResult const& held) { return held.inLifAdditionalData; },
+       [this](VlanTagToVsiMapperKey key, uint64_t data) {
+          return pipeline_.mapperStatus->status(key).inLifAdditionalData == data &&
+                 !pending_.contains(key);
+       });
+   for (auto const& [request, response] : answers_.responses) {
+      if (request.intfId().fields().kind == Plexus::IntfKind::tunnel) {
+         continue;
+      }
+      if (!pipeline_.merged->requestHas(request)) {
+         if (response.status == tcamSharingFailed && response.policyId.empty()) {
+            probes_.hit("rule: a refused removal leaves an answer");
+         } else if (pipeline_.tagOutput->requestHas(request)) {
+            probes_.hit("rule: a withdrawal forgotten when the intake restarted");
+         } else {
+            findings.add("nothing left behind", request, " still has an answer");
+         }
+      } else if (response.status == tcamSharingSuccess) {
+         checkSuccess(findings, request, response.policyId);
+      }
+   }
+   for (auto const& [request, policy] : pipeline_.tagOutput->requestIter()) {
+      checkWaiting(findings, request);
+   }
+   for (auto const& [entry, waits] : answers_.retries) {
+      auto keys = entriesOf(entry.request());
+      bool missing = std::any_of(keys.begin(), keys.end(),
+                                 [&](auto const& key) { return !data_.contains(key); });
+      if ((facts_.resolves(entry.request()) && !missing) ||
+          !pipeline_.merged->requestHas(entry.request())) {
+         findings.add("only what cannot be resolved is retried", entry);
+      }
+   }
+}
+
+void MapperShadow::checkSuccess(Findings& findings, TcamSharingRequest request,
+                                TcamSharingPolicyId policy) const {
+   if (pipeline_.tagOutput->request(request) != policy) {
+      probes_.hit("rule: answered for an older policy");
+      return;
+   }
+   for (VlanTagToVsiMapperKey key : entriesOf(request)) {
+      auto found = data_.find(key);
+      if (found != data_.end() && found->second == Facts::lowBits(policy)) {
+         continue;
+      }
+      auto writer = lastWriter_.find(key);
+      if (found == data_.end()) {
+         probes_.hit("rule: an older success stands without a mapper entry");
+      } else if (writer == lastWriter_.end()) {
+         probes_.hit("rule: a new mapper entry carries nothing yet");
+      } else if (writer->second != request) {
+         probes_.hit("rule: another unit's request wrote the mapper entry");
+      } else {
+         findings.add("success comes from hardware", request, " for ", policy, " on ", key);
+      }
+   }
+}
+
+void MapperShadow::checkWaiting(Findings& findings, TcamSharingRequest request) const {
+   TcamSharingPolicyId policy = pipeline_.tagOutput->request(request);
+   TcamSharingEntry entry(request, policy);
+   auto answer = answers_.responses.find(request);
+   if ((answer != answers_.responses.end() && answer->second.status != tcamSharingInProgress) ||
+       answers_.retries.contains(entry)) {
+      return;
+   }
+   if (!request.intfId().fields().subIntf) {
+      probes_.hit("rule: only sub-interfaces and tunnels are answered");
+   } else if (Facts::lowBits(policy) == 0) {
+      probes_.hit("rule: a policy without low bits is not answered");
+   } else if (pendingFor(request, true)) {
+      probes_.hit("rule: the answer was lost");
+   } else if (awaited_.contains(entry)) {
+      probes_.hit("rule: an older answer only lowered the count");
+   } else if (answers_.forgotten.contains(request)) {
+      probes_.hit("rule: answers are forgotten when the intake restarts");
+   } else if (entriesOf(request).empty()) {
+      probes_.hit("rule: no member on the unit");
+   } else {
+      findings.add("answered or waiting", request, " is neither");
+   }
+}
+
+bool MapperShadow::plain(TcamSharingRequest request) const {
+   TcamSharingEntry entry(request, pipeline_.tagOutput->request(request));
+   auto keys = entriesOf(request);
+   auto answer = answers_.responses.find(request);
+   return !keys.empty() && answer != answers_.responses.end() &&
+          answer->second.status == tcamSharingSuccess && Facts::lowBits(entry.policyId()) != 0 &&
+          !awaited_.contains(entry) && !errors_.contains(entry) &&
+          std::all_of(keys.begin(), keys.end(), [&](auto const& key) {
+             auto last = chip_.lastAnswer(key);
+             auto writer = lastWriter_.find(key);
+             return data_.contains(key) && !pending_.contains(key) && last &&
+                    last->outcome == Outcome::accepted && writer != lastWriter_.end() &&
+                    writer->second == request;
+          });
+}
+
+void TunnelShadow::checkSettled(Findings& findings) const {
+   checkChip(
+       findings, probes_, chip_, config_, [](TunnelPolicyMapperResult const& held) { return held; },
+       [this](TunnelPolicyMapperKey key, TunnelPolicyMapperResult const& result) {
+          return answered_.contains(key) &&
+                 pipeline_.tunnelStatus->status(key).inLifAdditionalData ==
+                     result.inLifAdditionalData;
+       });
+   for (auto const& [request, response] : answers_.responses) {
+      if (request.intfId().fields().kind != Plexus::IntfKind::tunnel) {
+         continue;
+      }
+      auto configured = config_.find({request.intfId(), request.fapId()});
+      bool carries = configured != config_.end() &&
+                     configured->second.inLifAdditionalData == Facts::lowBits(response.policyId);
+      auto last = pending_.find({request.intfId(), request.fapId()});
+      if (pipeline_.merged->requestHas(request)) {
+         if (response.status == tcamSharingSuccess && !carries) {
+            pipeline_.tunnelOutput->request(request) != response.policyId
+                ? probes_.hit("rule: answered for an older policy")
+                : findings.add("success comes from hardware", request, " in its tunnel's entry");
+         }
+      } else if (last != pending_.end() && last->second.policyId().empty()) {
+         probes_.hit("rule: the removal's answer was lost");
+      } else if (configured != config_.end() && configured->second.inLifAdditionalData == 0) {
+         probes_.hit("rule: a tunnel entry without data outlives its withdrawal");
+      } else if (pipeline_.tunnelOutput->requestHas(request)) {
+         probes_.hit("rule: a withdrawal forgotten when the intake restarted");
+      } else {
+         findings.add("nothing left behind", request, " still has an answer");
+      }
+   }
+   for (auto const& [request, policy] : pipeline_.tunnelOutput->requestIter()) {
+      checkWaiting(findings, request);
+   }
+}
+
+void TunnelShadow::checkWaiting(Findings& findings, TcamSharingRequest request) const {
+   TunnelPolicyMapperKey key(request.intfId(), request.fapId());
+   auto answer = answers_.responses.find(request);
+   if (answer != answers_.responses.end() && answer->second.status != tcamSharingInProgress) {
+      return;
+   }
+   auto last = chip_.lastAnswer(key);
+   if (answers_.forgotten.contains(request)) {
+      probes_.hit("rule: answers are forgotten when the intake restarts");
+   } else if (!last || last->outcome == Outcome::inProgress || last->outcome == Outcome::removed ||
+              pipeline_.tunnelStatus->status(key).inLifAdditionalData !=
+                  config_.at(key).inLifAdditionalData) {
+      probes_.hit("rule: the answer was lost");
+   } else {
+      findings.add("answered or waiting", request, " is neither, in its tunnel's entry");
+   }
+}
+
+} // namespace Agent

@@ -1,0 +1,78 @@
+// What the machines of sub-interfaces and of tunnels should have done so far; as IsemShadow.
+#pragma once
+
+#include "agent/simulate/IsemShadow.h"
+
+namespace Agent {
+
+class MapperShadow {
+ public:
+   MapperShadow(Host const& host, Facts const& facts, Answers& answers, Probes& probes);
+
+   void handleOutput(TcamSharingRequest request);
+   void handleStatus(VlanTagToVsiMapperKey key);
+   // The entries are the world's: it makes and removes them; the machine writes their data.
+   void handleConfig(VlanTagToVsiMapperKey key);
+   void handleGone();
+   void compare(Findings& findings) const;
+   // What holds once nothing is queued or unanswered, or the rule by which it does not.
+   void checkSettled(Findings& findings) const;
+   // Nothing but plain programming happened to the request.
+   bool plain(TcamSharingRequest request) const;
+
+ private:
+   void programPortChannel(TcamSharingEntry const& entry, IntfId lag);
+   // False when the sub-interface has no entry on the port.
+   bool programMember(TcamSharingEntry const& entry, IntfId port, bool countFromZero);
+   void countDown(TcamSharingEntry const& entry);
+   void answer(TcamSharingEntry const& entry, uint64_t data);
+
+   // The entries that a request has to carry its policy in, by the world as it is.
+   std::vector<VlanTagToVsiMapperKey> entriesOf(TcamSharingRequest request) const;
+   void checkSuccess(Findings& findings, TcamSharingRequest request,
+                     TcamSharingPolicyId policy) const;
+   void checkWaiting(Findings& findings, TcamSharingRequest request) const;
+   bool pendingFor(TcamSharingRequest request, bool written) const;
+
+   InLifPipeline const& pipeline_;
+   ChipTable<MapperTable> const& chip_;
+   Facts const& facts_;
+   Answers& answers_;
+   Probes& probes_;
+
+   std::map<VlanTagToVsiMapperKey, uint64_t> data_; // of every entry
+   // Who changed an entry's data last; nobody while it is as the world made it.
+   std::map<VlanTagToVsiMapperKey, TcamSharingRequest> lastWriter_;
+   std::map<VlanTagToVsiMapperKey, TcamSharingEntry> pending_;
+   std::map<TcamSharingEntry, uint32_t> awaited_;
+   std::map<TcamSharingEntry, uint32_t> errors_; // 9: success
+   std::map<TcamSharingRequest, std::set<VlanTagToVsiMapperKey>> confirmed_;
+};
+
+class TunnelShadow {
+ public:
+   TunnelShadow(Host const& host, Answers& answers, Probes& probes)
+       : pipeline_(host.inLif()), chip_(host.chip().tunnels()), answers_(answers), probes_(probes) {
+   }
+
+   void handleOutput(TcamSharingRequest request);
+   void handleStatus(TunnelPolicyMapperKey key);
+   void handleGone();
+   void compare(Findings& findings) const;
+   void checkSettled(Findings& findings) const;
+
+ private:
+   void checkWaiting(Findings& findings, TcamSharingRequest request) const;
+
+   InLifPipeline const& pipeline_;
+   ChipTable<TunnelTable> const& chip_;
+   Answers& answers_;
+   Probes& probes_;
+
+   std::map<TunnelPolicyMapperKey, Hardware::ShoalTunnel::TunnelPolicyMapperResult> config_;
+   std::map<TunnelPolicyMapperKey, TcamSharingEntry> pending_;
+   // Entries whose present data were answered.
+   std::set<TunnelPolicyMapperKey> answered_;
+};
+
+} // namespace Agent

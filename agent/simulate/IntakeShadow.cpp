@@ -1,0 +1,339 @@
+#include "agent/simulate/IntakeShadow.h"
+
+namespace Agent {
+
+using namespace Hardware::ShoalTunnel;
+
+namespace {
+
+template<class T>
+void put(std::map<TcamSharingRequest, T>& table, TcamSharingRequest request, T value, bool there) {
+   if (there) {
+      table[request] = value;
+   } else {
+      table.erase(request);
+   }
+}
+
+TcamSharingPolicyId in(std::map<TcamSharingRequest, TcamSharingPolicyId> const& table,
+                       TcamSharingRequest request) {
+   auto found = table.find(request);
+   return found == table.end() ? TcamSharingPolicyId() : found->second;
+}
+
+} // namespace
+
+void IntakeShadow::handleFeature(Feature feature, TcamSharingRequest request) {
+   uint64_t asked = pipeline_.features.config(feature)->request(request).value();
+   uint64_t merged = in(merged_, request).value();
+   bool lumen = facts_.lumen(request.fapId());
+   if (feature != Feature::acl) {
+      merged = (merged & ~Facts::labelBits) | (asked & Facts::labelBits);
+      foreignIs(request, foreign_[request] & ~Facts::labelBits);
+      if (pipeline_.features.config(Feature::lumen)->requestHas(request) &&
+          pipeline_.features.config(Feature::rampart)->requestHas(request)) {
+         twoLabels_.insert(request);
+      }
+      probes_.hit("merge: label");
+   } else if (lumen) {
+      merged = (merged & ~Facts::aclBits()) | (asked & Facts::aclBits());
+      probes_.hit("merge: acl beside a label");
+   } else {
+      merged = asked;
+      foreignIs(request, asked & ~Facts::aclBits());
+      probes_.hit("merge: acl alone");
+   }
+   put(merged_, request, TcamSharingPolicyId(merged), merged != 0);
+   put(mergedAsLumen_, request, lumen, merged != 0);
+}
+
+void IntakeShadow::foreignIs(TcamSharingRequest request, uint64_t bits) {
+   put(foreign_, request, bits, bits != 0);
+}
+
+void IntakeShadow::handleMergeGone() {
+   aclStatus_.clear();
+   lumenStatus_.clear();
+   for (Feature feature : {Feature::acl, Feature::lumen, Feature::rampart}) {
+      for (auto const& [request, policy] : pipeline_.features.config(feature)->requestIter()) {
+         handleFeature(feature, request);
+      }
+   }
+}
+
+void IntakeShadow::handleMergedStatus(TcamSharingRequest request) {
+   TcamSharingResponse response = pipeline_.mergedStatus->response(request);
+   if (response.status == tcamSharingNone && response.policyId.empty()) {
+      aclStatus_.erase(request);
+      lumenStatus_.erase(request);
+      return;
+   }
+   answers_.forgotten.erase(request);
+   if (!facts_.lumen(request.fapId())) {
+      aclStatus_[request] = response;
+   } else {
+      TcamSharingPolicyId acl(response.policyId.value() & Facts::aclBits());
+      TcamSharingPolicyId label(response.policyId.value() & Facts::labelBits);
+      put(aclStatus_, request, {response.status, acl}, !acl.empty());
+      put(lumenStatus_, request, {response.status, label}, !label.empty());
+      probes_.hit("merge: answer in two parts");
+   }
+}
+
+void IntakeShadow::handleMerged(TcamSharingRequest request) {
+   TcamSharingPolicyId wanted = pipeline_.merged->request(request);
+   if (!wanted.empty() && leftBehind_.erase(request) != 0 && wanted == in(output_, request)) {
+      // Asked for again just as it was left behind: nothing brings its answer up to date.
+      answers_.forgotten.insert(request);
+   } else if (wanted.empty()) {
+      takenOut_.erase(request);
+   }
+   if (wanted == in(output_, request)) {
+      probes_.hit("intake: nothing to be done");
+   } else {
+      probes_.hit(due_.insert(request).second ? "intake: queued" : "intake: queued already");
+   }
+}
+
+void IntakeShadow::handleBacklog(TcamSharingRequest request) {
+   if (!pipeline_.codef->backlog(request)) {
+      work(request);
+   }
+}
+
+void IntakeShadow::work(TcamSharingRequest request) {
+   due_.erase(request);
+   TcamSharingPolicyId wanted = in(merged_, request);
+   TcamSharingPolicyId present = in(output_, request);
+   if (wanted.empty() && present.empty()) {
+      probes_.hit("intake: came and went");
+      answers_.responses.erase(request);
+   } else if (wanted == present) {
+      probes_.hit("intake: handed over again");
+      reprogram_.insert(request);
+   } else {
+      probes_.hit(wanted.empty() ? "intake: withdrawn" : "intake: handed over");
+      put(output_, request, wanted, !wanted.empty());
+      takenOut_.erase(request);
+   }
+}
+
+void IntakeShadow::handleOutput(TcamSharingRequest request) {
+   if (!pipeline_.commonBase->notARealDelete()) {
+      reprogram_.erase(request);
+   }
+}
+
+void IntakeShadow::handleRetryList(TcamSharingEntry const& entry) {
+   if (!pipeline_.commonBase->retryList(entry)) {
+      answers_.retries.erase(entry);
+   }
+}
+
+std::vector<TcamSharingRequest> IntakeShadow::asked(IntfId intf) const {
+   std::vector<TcamSharingRequest> found;
+   for (auto const& [request, policy] : merged_) {
+      if (request.intfId() == intf) {
+         found.push_back(request);
+      }
+   }
+   return found;
+}
+
+void IntakeShadow::takeOut(TcamSharingRequest request, TakenOut why) {
+   if (output_.erase(request) != 0 && merged_.contains(request)) {
+      takenOut_[request] = why;
+      probes_.hit(why == TakenOut::flag   ? "intake: taken out by its flag"
+                  : why == TakenOut::tags ? "intake: taken out for want of tags"
+                                          : "intake: taken out for want of a VLAN");
+   }
+}
+
+void IntakeShadow::handleProgramInHw(IntfId subIntf) {
+   auto status = facts_.world().subIntfStatusDir->subIntfStatus(subIntf);
+   for (TcamSharingRequest request : asked(subIntf)) {
+      if (status->programInHw()) {
+         due_.insert(request);
+         probes_.hit("intake: queued by its flag");
+      } else {
+         takeOut(request, TakenOut::flag);
+      }
+   }
+}
+
+void IntakeShadow::handleInternalVlan(IntfId intf) {
+   if (facts_.world().intfVlanIdTable->internalVlanId(intf).value() != 0) {
+      for (TcamSharingRequest request : asked(intf)) {
+         due_.insert(request);
+         probes_.hit("intake: queued by its VLAN");
+      }
+      return;
+   }
+   // Only what has an entry in hardware is taken out.
+   std::vector<TcamSharingRequest> programmed;
+   for (auto const& [request, key] : pipeline_.commonBase->tcamRequestToIsemKeyMappingIter()) {
+      programmed.push_back(request);
+   }
+   for (auto const& [request, keys] :
+        pipeline_.commonBase->tcamRequestToVlanTagToVsiKeyMappingIter()) {
+      programmed.push_back(request);
+   }
+   for (TcamSharingRequest request : programmed) {
+      if (request.intfId() == intf) {
+         takeOut(request, TakenOut::vlan);
+      }
+   }
+}
+
+void IntakeShadow::handleTags(IntfId subIntf) {
+   auto const& world = facts_.world();
+   FapId unit = facts_.parentUnit(subIntf);
+   bool added = !world.subIntfDot1qEncapChange->dot1qEncap(subIntf).isZero();
+   auto config = world.subIntfConfigDir->subIntfConfig(subIntf);
+   for (TcamSharingRequest request : asked(subIntf)) {
+      if (!unit.isNull() && request.fapId() != unit) {
+         probes_.hit("intake: tags change, another unit's request");
+      } else if (added) {
+         due_.insert(request);
+         probes_.hit(unit.isNull() ? "intake: queued by tags, no one unit"
+                                   : "intake: queued by tags");
+      } else if (!config) {
+         takeOut(request, TakenOut::tags);
+      } else if (!config->dot1qEncap().isZero()) {
+         // Only the record of the change went.
+      } else if (facts_.domain(subIntf, request.fapId())) {
+         probes_.hit("intake: tags go, VLAN domain stays");
+      } else {
+         takeOut(request, TakenOut::tags);
+      }
+   }
+}
+
+void IntakeShadow::handleIntakeGone() {
+   answers_.responses.clear();
+   for (auto const& [request, policy] : output_) {
+      answers_.forgotten.insert(request);
+   }
+   for (TcamSharingRequest request : due_) {
+      if (!merged_.contains(request) && output_.contains(request)) {
+         leftBehind_.insert(request);
+         probes_.hit("intake: restart forgets a withdrawal");
+      }
+   }
+   due_.clear();
+   reprogram_.clear();
+   for (auto const& [request, policy] : merged_) {
+      if (in(output_, request) != policy) {
+         due_.insert(request);
+      }
+   }
+}
+
+void IntakeShadow::compare(Findings& findings, bool settled) const {
+   findings.compare("merged policies", merged_, pipeline_.merged->requestCollection());
+   std::map<TcamSharingRequest, TcamSharingResponse> const* statuses[] = {
+       &aclStatus_, &lumenStatus_, &rampartStatus_};
+   for (std::size_t i = 0; i < kFeatures; ++i) {
+      findings.compare("features' answers", *statuses[i],
+                       pipeline_.features.status(static_cast<Feature>(i))->responseCollection());
+   }
+   findings.compare("answers", answers_.responses, pipeline_.mergedStatus->responseCollection());
+   findings.compare("retry list", answers_.retries, pipeline_.commonBase->retryListCollection());
+   for (TcamSharingRequest request : due_) {
+      if (!pipeline_.codef->backlog(request)) {
+         findings.add("backlog", request, " has to be queued, and is not");
+      }
+   }
+   for (TcamSharingRequest request : reprogram_) {
+      findings.add("handed over again", request, " was worked, and not programmed again");
+   }
+   if (pipeline_.commonBase->notARealDelete()) {
+      findings.add("no real delete", "the flag stands outside a slice");
+   }
+   compareOutput(findings, settled);
+   compareFold(findings);
+}
+
+void IntakeShadow::compareOutput(Findings& findings, bool settled) const {
+   std::size_t present = 0;
+   for (auto const& [request, policy] : output_) {
+      if (pipeline_.output(request) != policy) {
+         findings.add("output", request, " is ", pipeline_.output(request), " and should be ",
+                      policy);
+      }
+   }
+   for (auto const& [request, policy] : merged_) {
+      present += pipeline_.output(request).empty() ? 0 : 1;
+      if (!output_.contains(request) && !pipeline_.output(request).empty()) {
+         findings.add("output", request, " is ", pipeline_.output(request),
+                      " and should not be there");
+      }
+      if (!settled || in(output_, request) == policy) {
+         continue;
+      }
+      auto out = takenOut_.find(request);
+      if (out == takenOut_.end() || !outHolds(request, out->second)) {
+         findings.add("output is what is asked for", request, " is ", in(output_, request),
+                      " in the output, asked for is ", policy);
+      }
+   }
+   for (auto const& [request, policy] : output_) {
+      if (settled && !merged_.contains(request) && !leftBehind_.contains(request)) {
+         findings.add("output is what is asked for", request, " is in the output for nobody");
+      }
+   }
+}
+
+// A request that was taken out comes back with what it lacked.
+bool IntakeShadow::outHolds(TcamSharingRequest request, TakenOut why) const {
+   auto const& world = facts_.world();
+   switch (why) {
+   case TakenOut::flag: {
+      auto status = world.subIntfStatusDir->subIntfStatus(request.intfId());
+      return !status || !status->programInHw();
+   }
+   case TakenOut::tags:
+      return world.subIntfDot1qEncapChange->dot1qEncap(request.intfId()).isZero();
+   case TakenOut::vlan:
+      return world.intfVlanIdTable->internalVlanId(request.intfId()).value() == 0;
+   }
+   return false;
+}
+
+// The fold of the three features as it stands, whatever the order in which they came. A unit whose
+// lookup type changed since acts on a request only with its next change.
+bool IntakeShadow::folds(TcamSharingRequest request) const {
+   auto merged = mergedAsLumen_.find(request);
+   return (merged == mergedAsLumen_.end() || merged->second == facts_.lumen(request.fapId())) &&
+          !foreign_.contains(request) && !twoLabels_.contains(request);
+}
+
+void IntakeShadow::compareFold(Findings& findings) const {
+   for (auto const& [request, merged] : merged_) {
+      bool lumen = facts_.lumen(request.fapId());
+      if (mergedAsLumen_.at(request) != lumen) {
+         probes_.hit("rule: the lookup type changed since the merge");
+         continue;
+      }
+      uint64_t acl = pipeline_.features.config(Feature::acl)->request(request).value();
+      uint64_t label = merged.value() & Facts::labelBits;
+      uint64_t owned = lumen ? Facts::aclBits() : ~0ULL;
+      if ((merged.value() & owned) != (acl & owned)) {
+         findings.add("merged is the fold", request, " is ", merged, ", acl asks for ", acl);
+      }
+      uint64_t lumenLabel = pipeline_.features.config(Feature::lumen)->request(request).value();
+      uint64_t rampartLabel = pipeline_.features.config(Feature::rampart)->request(request).value();
+      auto foreign = foreign_.find(request);
+      if (lumen && foreign != foreign_.end()) {
+         // They came when the unit had another lookup; now nobody owns them, or the label features.
+         probes_.hit("rule: bits of the acl feature from before the lumen lookup");
+      } else if (lumen && (merged.value() & ~owned & ~Facts::labelBits) != 0) {
+         findings.add("merged is the fold", request, " has bits that nobody owns");
+      } else if (lumen && label != 0 && label != (lumenLabel & Facts::labelBits) &&
+                 label != (rampartLabel & Facts::labelBits)) {
+         findings.add("merged is the fold", request, " has a label that nobody asks for");
+      }
+   }
+}
+
+} // namespace Agent

@@ -1,0 +1,126 @@
+// What the machine of shared entries promises once nothing is queued or unanswered, each promise
+// with the rules that break it.
+#include "agent/simulate/ChipPromise.h"
+#include "agent/simulate/IsemShadow.h"
+
+namespace Agent {
+
+using namespace Hardware::ShoalTunnel;
+
+void IsemShadow::checkSettled(Findings& findings) const {
+   checkChip(
+       findings, probes_, chip_, config_, [](AradSemPayload held) { return held; },
+       [this](AradSemKeyAndFap key, AradSemPayload payload) {
+          return pipeline_.tableStatus->status(key).payload == payload &&
+                 !pending_.contains({key, true});
+       });
+   for (auto const& [request, response] : answers_.responses) {
+      if (response.status == tcamSharingSuccess) {
+         checkSuccess(findings, request, response.policyId);
+      }
+   }
+   for (auto const& [request, policy] : pipeline_.merged->requestIter()) {
+      checkWaiting(findings, request);
+   }
+   for (auto const& [request, response] : answers_.responses) {
+      if (!pipeline_.merged->requestHas(request)) {
+         checkWithdrawn(findings, request);
+      }
+   }
+   for (auto const& [request, key] : mapping_) {
+      // Any of its users takes the entry with it; the others are programmed when they change.
+      if (!config_.contains(key) && stories_.at(key).lastWriter != request) {
+         probes_.hit("rule: a sharer was withdrawn");
+      } else if (!config_.contains(key)) {
+         findings.add("users have their entry", request, " uses ", key, ", not configured");
+      }
+      if (!pipeline_.outputTable->requestHas(request)) {
+         findings.add("nothing left behind", request, " still uses ", key);
+      }
+   }
+   for (auto const& [entry, waits] : answers_.retries) {
+      if (facts_.resolves(entry.request()) || !pipeline_.merged->requestHas(entry.request())) {
+         findings.add("only what cannot be resolved is retried", entry);
+      }
+   }
+}
+
+void IsemShadow::checkSuccess(Findings& findings, TcamSharingRequest request,
+                              TcamSharingPolicyId policy) const {
+   auto stands = standsOn_.find(request);
+   if (stands == standsOn_.end()) {
+      findings.add("success comes from hardware", request, " was never programmed");
+      return;
+   }
+   auto configured = config_.find(stands->second);
+   if (configured != config_.end() && configured->second == Facts::payload(policy)) {
+      return;
+   }
+   auto story = stories_.find(stands->second);
+   if (pipeline_.outputTable->request(request) != policy) {
+      probes_.hit("rule: answered for an older policy");
+   } else if (twoTags_.contains(request)) {
+      probes_.hit("rule: two tags leave an older answer");
+   } else if (story->second.lastWriter != request) {
+      probes_.hit("rule: a sharer wrote or removed the entry");
+   } else {
+      findings.add("success comes from hardware", request, " for ", policy, " on ", stands->second);
+   }
+}
+
+// An asked-for request is answered, or waits for something.
+void IsemShadow::checkWaiting(Findings& findings, TcamSharingRequest request) const {
+   TcamSharingPolicyId policy = pipeline_.outputTable->request(request);
+   auto answer = answers_.responses.find(request);
+   if (policy.empty()) {
+      return; // taken out: the intake's account has it
+   }
+   if (answer != answers_.responses.end() && answer->second.status != tcamSharingInProgress) {
+      return;
+   }
+   if (answers_.retries.contains({request, policy})) {
+      return;
+   }
+   if (twoTags_.contains(request)) {
+      probes_.hit("rule: two tags are neither programmed nor answered");
+   } else if (pendingFor(request, true) || tangled_.contains(request)) {
+      probes_.hit("rule: the answer was lost");
+   } else if (robbed_.contains(request)) {
+      probes_.hit("rule: an earlier removal's answer took the answer");
+   } else if (answers_.forgotten.contains(request)) {
+      probes_.hit("rule: answers are forgotten when the intake restarts");
+   } else {
+      findings.add("answered or waiting", request, " is neither");
+   }
+}
+
+void IsemShadow::checkWithdrawn(Findings& findings, TcamSharingRequest request) const {
+   if (pendingFor(request, false)) {
+      probes_.hit("rule: the removal's answer was lost");
+   } else if (tangled_.contains(request)) {
+      probes_.hit("rule: another write's answer came after the withdrawal");
+   } else if (pipeline_.outputTable->requestHas(request)) {
+      probes_.hit("rule: a withdrawal forgotten when the intake restarted");
+   } else {
+      findings.add("nothing left behind", request, " still has an answer");
+   }
+}
+
+bool IsemShadow::plain(TcamSharingRequest request) const {
+   auto stands = standsOn_.find(request);
+   if (stands == standsOn_.end() || tangled_.contains(request) || pendingFor(request, true)) {
+      return false;
+   }
+   Story const& story = stories_.at(stands->second);
+   auto key = facts_.sharedKey(request);
+   auto last = chip_.lastAnswer(stands->second);
+   auto answer = answers_.responses.find(request);
+   if (!last || last->outcome != Outcome::accepted || answer == answers_.responses.end() ||
+       answer->second.status != tcamSharingSuccess) {
+      return false;
+   }
+   return story.writers == std::set{request} && !story.strayRemoval && !story.strayAnswer && key &&
+          *key == stands->second && mapping_.contains(request);
+}
+
+} // namespace Agent

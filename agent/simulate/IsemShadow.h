@@ -1,0 +1,83 @@
+// What the machine of shared entries should have done so far, worked out from the changes that it
+// is told of: an account kept beside the machine, which its tables must equal at any time.
+//
+// It hears of each change before the machine does.
+#pragma once
+
+#include "agent/host/Host.h"
+#include "agent/simulate/Facts.h"
+#include "agent/simulate/Findings.h"
+#include "agent/simulate/Probes.h"
+
+#include <deque>
+
+namespace Agent {
+
+// What the machines of one pipeline write in common.
+struct Answers {
+   std::map<TcamSharingRequest, TcamSharingResponse> responses;
+   // Entries that wait for a retry. The machines add, the intake takes out.
+   std::map<TcamSharingEntry, bool> retries;
+   // In the output, but its answer was dropped when the intake restarted.
+   std::set<TcamSharingRequest> forgotten;
+};
+
+class IsemShadow {
+ public:
+   IsemShadow(Host const& host, Facts const& facts, Answers& answers, Probes& probes)
+       : pipeline_(host.isem()), chip_(host.chip().isem()), facts_(facts), answers_(answers),
+         probes_(probes) {}
+
+   void handleOutput(TcamSharingRequest request);
+   void handleStatus(AradSemKeyAndFap key);
+   // The machine starts on what stands in its output.
+   void handleGone();
+   void compare(Findings& findings) const;
+
+   // What holds once nothing is queued or unanswered, or the rule by which it does not.
+   void checkSettled(Findings& findings) const;
+   // Nothing but plain programming ever happened to the request and its entry.
+   bool plain(TcamSharingRequest request) const;
+
+ private:
+   using WriteKey = std::pair<AradSemKeyAndFap, bool>; // true: written, false: removed
+   // What happened on one entry, for the rules that excuse a promise.
+   struct Story {
+      std::set<TcamSharingRequest> writers; // who wrote or removed it, or found it as wanted
+      TcamSharingRequest lastWriter;        // of those, who changed it last
+      bool strayRemoval = false;            // removed by a request that moved on: nobody's answer
+      bool strayAnswer = false;             // an answer was not that of the write it completed
+   };
+   void remove(TcamSharingRequest request);
+   void program(TcamSharingRequest request, TcamSharingPolicyId policy);
+   void leave(TcamSharingRequest request, AradSemKeyAndFap key);
+   void compareSets(Findings& findings) const;
+   void checkSuccess(Findings& findings, TcamSharingRequest request,
+                     TcamSharingPolicyId policy) const;
+   void checkWaiting(Findings& findings, TcamSharingRequest request) const;
+   void checkWithdrawn(Findings& findings, TcamSharingRequest request) const;
+   bool pendingFor(TcamSharingRequest request, bool written) const;
+
+   IsemPipeline const& pipeline_;
+   ChipTable<IsemTable> const& chip_;
+   Facts const& facts_;
+   Answers& answers_;
+   Probes& probes_;
+
+   std::map<AradSemKeyAndFap, AradSemPayload> config_;
+   std::map<TcamSharingRequest, AradSemKeyAndFap> mapping_;
+   std::map<AradSemKeyAndFap, std::set<TcamSharingRequest>> users_;
+   std::map<WriteKey, std::deque<TcamSharingEntry>> pending_;
+
+   std::map<AradSemKeyAndFap, Story> stories_;
+   // The entry that a request was handed over for last.
+   std::map<TcamSharingRequest, AradSemKeyAndFap> standsOn_;
+   // Handed over for the last time with two tags.
+   std::set<TcamSharingRequest> twoTags_;
+   // Withdrawn while answers of others or of older writes could still come to it.
+   std::set<TcamSharingRequest> tangled_;
+   // Asked for again when the answer of an earlier removal came, which took its answer.
+   std::set<TcamSharingRequest> robbed_;
+};
+
+} // namespace Agent

@@ -1,0 +1,128 @@
+#include "agent/simulate/Simulation.h"
+
+#include "agent/simulate/History.h"
+
+#include <deque>
+#include <fstream>
+#include <memory>
+
+namespace Agent {
+
+namespace {
+
+Trial::Source drawn(Inventory const& inventory, uint64_t seed, uint64_t steps) {
+   auto history = std::make_shared<History>(inventory, seed);
+   auto queue = std::make_shared<std::deque<std::string>>();
+   for (std::string const& command : history->opening()) {
+      queue->push_back(command);
+   }
+   return [history, queue, left = steps]() mutable -> std::optional<std::string> {
+      if (queue->empty() && left > 0) {
+         queue->push_back(history->next());
+         if (--left == 0) {
+            for (std::string const& command : history->closing()) {
+               queue->push_back(command);
+            }
+         }
+      }
+      if (queue->empty()) {
+         return std::nullopt;
+      }
+      std::string command = queue->front();
+      queue->pop_front();
+      return command;
+   };
+}
+
+Trial::Source listed(std::vector<std::string> const& commands) {
+   return [commands, at = std::size_t{0}]() mutable {
+      return at < commands.size() ? std::optional(commands[at++]) : std::nullopt;
+   };
+}
+
+void writeScenario(SimulateOptions const& options, uint64_t seed, TrialOutcome const& failing,
+                   std::ostream& out) {
+   std::string path =
+       options.write.empty() ? "simulate-" + std::to_string(seed) + ".scenario" : options.write;
+   std::ofstream file(path);
+   file << "# seed " << seed << ", " << options.steps << " steps: " << failing.failure->check
+        << ": " << failing.failure->text << "\n";
+   for (std::string const& command : failing.carriedOut) {
+      file << command << "\n";
+   }
+   if (!failing.lastCheck.empty()) {
+      file << failing.lastCheck << "\n";
+   }
+   out << (file.flush() ? "written to " : "cannot write ") << path << ", "
+       << failing.carriedOut.size() << " commands\n";
+}
+
+} // namespace
+
+TrialOutcome shrink(Inventory const& inventory, TrialOutcome failing,
+                    Trial::Prepare const& prepare) {
+   constexpr int mostTrials = 2000;
+   int trials = 0;
+   for (std::size_t size = std::max<std::size_t>(1, failing.carriedOut.size() / 2);;) {
+      bool shrunk = false;
+      // From the end: what comes last depends on what came before, not the other way.
+      for (std::size_t end = failing.carriedOut.size(); end > 0 && trials < mostTrials; ++trials) {
+         std::size_t begin = end > size ? end - size : 0;
+         auto fewer = failing.carriedOut;
+         fewer.erase(fewer.begin() + static_cast<std::ptrdiff_t>(begin),
+                     fewer.begin() + static_cast<std::ptrdiff_t>(end));
+         TrialOutcome outcome = Trial(inventory, listed(fewer), prepare).outcome();
+         if (outcome.failure && outcome.failure->check == failing.failure->check &&
+             outcome.carriedOut.size() < failing.carriedOut.size()) {
+            failing = std::move(outcome);
+            shrunk = true;
+         }
+         end = std::min(begin, failing.carriedOut.size());
+      }
+      if (trials >= mostTrials || (size == 1 && !shrunk)) {
+         return failing;
+      }
+      size = std::max<std::size_t>(1, size / 2);
+   }
+}
+
+int simulate(Inventory const& inventory, SimulateOptions const& options, std::ostream& out) {
+   std::deque<Trial> running;
+   uint64_t started = 0;
+   uint64_t carriedOut = 0;
+   uint64_t refused = 0;
+   Probes probes;
+   for (uint64_t i = 0; i < options.seeds; ++i) {
+      while (started < options.seeds && started < i + options.jobs) {
+         running.emplace_back(inventory, drawn(inventory, options.seed + started, options.steps),
+                              options.prepare);
+         ++started;
+      }
+      TrialOutcome outcome = running.front().outcome();
+      running.pop_front();
+      carriedOut += outcome.carriedOut.size();
+      refused += outcome.refused;
+      for (auto const& [name, count] : outcome.probes.counts()) {
+         probes.hit(name, count);
+      }
+      if (outcome.failure) {
+         uint64_t seed = options.seed + i;
+         out << "seed " << seed << " fails: " << outcome.failure->check << ": "
+             << outcome.failure->text << "\n";
+         running.clear();
+         writeScenario(options, seed, shrink(inventory, std::move(outcome), options.prepare), out);
+         return 1;
+      }
+   }
+   out << options.seeds << " seeds from " << options.seed << ", " << options.steps
+       << " steps each: " << carriedOut << " commands carried out, " << refused
+       << " refused, all checks held\n";
+   std::string never;
+   for (auto const& [name, count] : probes.counts()) {
+      never += count == 0 ? "   " + name + "\n" : "";
+   }
+   out << (never.empty() ? "every situation was met\n" : "never met:\n" + never);
+   return 0;
+}
+
+} // namespace Agent

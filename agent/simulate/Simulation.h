@@ -1,0 +1,28 @@
+// Random histories from seeds, each checked all along; a failing one is shrunk and written as a
+// scenario.
+#pragma once
+
+#include "agent/simulate/Trial.h"
+
+#include <ostream>
+
+namespace Agent {
+
+struct SimulateOptions {
+   uint64_t seed = 1;
+   uint64_t seeds = 1;
+   uint64_t steps = 1000;
+   unsigned jobs = 1;      // histories at a time
+   std::string write;      // where a failing history goes; empty: simulate-SEED.scenario
+   Trial::Prepare prepare; // for tests: what goes wrong in each agent
+};
+
+// 0, or 1 when a check failed; stops at the first seed that does. The same options print the same.
+int simulate(Inventory const& inventory, SimulateOptions const& options, std::ostream& out);
+
+// The fewest commands found, by leaving out what is not needed, that fail the same check as
+// `failing`.
+TrialOutcome shrink(Inventory const& inventory, TrialOutcome failing,
+                    Trial::Prepare const& prepare);
+
+} // namespace Agent

@@ -1,0 +1,216 @@
+#include "agent/simulate/Trial.h"
+
+#include "agent/host/ScenarioRunner.h"
+#include "agent/simulate/Auditor.h"
+#include "platform/Orv/Failure.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <iostream>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Agent {
+
+namespace {
+
+// In the child: lines of a letter and a text, written as soon as they are known.
+int reportTo = -1;
+
+void report(char what, std::string const& text) {
+   std::string line = what + text + "\n";
+   for (std::size_t at = 0; at < line.size();) {
+      ssize_t written = ::write(reportTo, line.data() + at, line.size() - at);
+      if (written <= 0 && errno != EINTR) {
+         ::_exit(1);
+      }
+      at += written > 0 ? static_cast<std::size_t>(written) : 0;
+   }
+}
+
+void reportStop(Orv::Failure const& failure) {
+   report('F', std::string("the library stopped\tFailed(") + failure.condition + ") " +
+                   failure.explanation);
+   ::_exit(0);
+}
+
+class Child {
+ public:
+   Child(Inventory const& inventory, Trial::Prepare const& prepare)
+       : host_(inventory), runner_(host_, output_, errors_, {}) {
+      if (prepare) {
+         prepare(host_);
+      }
+   }
+
+   // False when a check failed.
+   bool run(std::string const& command) {
+      output_.str("");
+      errors_.str("");
+      // An invariant that fails outside a rehearsal stops the agent: that is a finding, too.
+      Orv::failureHookIs(reportStop);
+      if (!runner_.runLine(command, "history", 1)) {
+         report('R', errors_.str().substr(0, errors_.str().find('\n')));
+         return true;
+      }
+      report('C', command);
+      settled_ = command == "settle" && host_.quiet() && output_.str().empty();
+      auto* auditor = dynamic_cast<Auditor*>(host_.follower());
+      if (auditor == nullptr) {
+         return true;
+      }
+      return check("check") && (!settled_ || check("check settled"));
+   }
+
+   // At the end of a history.
+   bool checkFresh() { return !settled_ || host_.follower() == nullptr || check("check fresh"); }
+
+   bool check(std::string const& command) {
+      errors_.str("");
+      if (runner_.runLine(command, "history", 1)) {
+         return true;
+      }
+      report('L', command);
+      std::string text = errors_.str();
+      text = text.substr(0, text.find('\n'));
+      text = text.substr(std::min(text.size(), text.find(": failed: ") + 10));
+      auto colon = text.find(": ");
+      report('F', text.substr(0, colon) + "\t" + text.substr(std::min(text.size(), colon + 2)));
+      return false;
+   }
+
+   void reportProbes() {
+      if (auto* auditor = dynamic_cast<Auditor*>(host_.follower())) {
+         for (auto const& [name, count] : auditor->probes().counts()) {
+            if (count != 0) {
+               report('P', name + "\t" + std::to_string(count));
+            }
+         }
+      }
+   }
+
+ private:
+   Host host_;
+   std::ostringstream output_;
+   std::ostringstream errors_;
+   ScenarioRunner runner_;
+   bool settled_ = false; // by the last command
+};
+
+[[noreturn]] void runChild(Inventory const& inventory, Trial::Source const& source,
+                           Trial::Prepare const& prepare) {
+   {
+      Child child(inventory, prepare);
+      bool sound = true;
+      while (sound) {
+         auto command = source();
+         if (!command) {
+            break;
+         }
+         sound = child.run(*command);
+      }
+      if (sound) {
+         child.checkFresh();
+      }
+      child.reportProbes();
+   }
+   report('E', "");
+   ::_exit(0);
+}
+
+void read(TrialOutcome& outcome, bool& ended, std::string const& line) {
+   std::string text = line.substr(1);
+   auto tab = text.find('\t');
+   switch (line.front()) {
+   case 'C':
+      outcome.carriedOut.push_back(text);
+      break;
+   case 'R':
+      ++outcome.refused;
+      outcome.probes.hit(text.find("(invariant ") != std::string::npos
+                             ? "history: refused, would stop the library"
+                             : "history: refused");
+      break;
+   case 'L':
+      outcome.lastCheck = text;
+      break;
+   case 'F':
+      outcome.failure = Finding{text.substr(0, tab), text.substr(tab + 1)};
+      ended = true;
+      break;
+   case 'P':
+      outcome.probes.hit(text.substr(0, tab), std::stoull(text.substr(tab + 1)));
+      break;
+   default:
+      ended = true;
+   }
+}
+
+} // namespace
+
+Trial::Trial(Inventory const& inventory, Source const& source, Prepare const& prepare) {
+   int ends[2];
+   if (::pipe(ends) != 0) {
+      throw std::runtime_error("no pipe for a trial");
+   }
+   std::cout.flush();
+   std::cerr.flush();
+   child_ = ::fork();
+   if (child_ == 0) {
+      ::close(ends[0]);
+      reportTo = ends[1];
+      runChild(inventory, source, prepare);
+   }
+   ::close(ends[1]);
+   results_ = ends[0];
+   // Room for a whole history, so that a trial goes on while another one is waited for.
+   ::fcntl(results_, F_SETPIPE_SZ, 1 << 20);
+   if (child_ < 0) {
+      throw std::runtime_error("no process for a trial");
+   }
+}
+
+Trial::Trial(Trial&& other) noexcept
+    : child_(std::exchange(other.child_, -1)), results_(std::exchange(other.results_, -1)) {}
+
+Trial::~Trial() {
+   if (child_ > 0) {
+      ::kill(child_, SIGKILL);
+      outcome();
+   }
+}
+
+TrialOutcome Trial::outcome() {
+   TrialOutcome outcome;
+   std::string pending;
+   bool ended = false;
+   char buffer[65536];
+   for (ssize_t got = 1; got != 0;) {
+      got = ::read(results_, buffer, sizeof buffer);
+      if (got < 0 && errno != EINTR) {
+         break;
+      }
+      pending.append(buffer, got > 0 ? static_cast<std::size_t>(got) : 0);
+      std::size_t from = 0;
+      for (std::size_t end; (end = pending.find('\n', from)) != std::string::npos; from = end + 1) {
+         read(outcome, ended, pending.substr(from, end - from));
+      }
+      pending.erase(0, from);
+   }
+   ::close(results_);
+   int status = 0;
+   while (::waitpid(child_, &status, 0) < 0 && errno == EINTR) {
+   }
+   child_ = -1;
+   if (!ended) {
+      outcome.failure =
+          Finding{"the agent ended", WIFSIGNALED(status)
+                                         ? "by signal " + std::to_string(WTERMSIG(status))
+                                         : "with code " + std::to_string(WEXITSTATUS(status))};
+   }
+   return outcome;
+}
+
+} // namespace Agent

@@ -1,0 +1,44 @@
+// One history on a fresh agent, in a process of its own: whatever becomes of the agent there, it is
+// told here.
+#pragma once
+
+#include "agent/host/Host.h"
+#include "agent/simulate/Findings.h"
+#include "agent/simulate/Probes.h"
+
+#include <functional>
+#include <optional>
+#include <sys/types.h>
+
+namespace Agent {
+
+struct TrialOutcome {
+   std::vector<std::string> carriedOut; // commands that were accepted, in order
+   uint64_t refused = 0;
+   Probes probes;
+   // The check that failed, or how the agent ended; and the command that shows it in a scenario.
+   std::optional<Finding> failure;
+   std::string lastCheck;
+};
+
+class Trial {
+ public:
+   // The next command; none: the history is over.
+   using Source = std::function<std::optional<std::string>()>;
+   // Called on each new agent, before any command.
+   using Prepare = std::function<void(Host&)>;
+
+   // Starts the process; `source` is asked there.
+   Trial(Inventory const& inventory, Source const& source, Prepare const& prepare);
+   Trial(Trial&& other) noexcept;
+   Trial& operator=(Trial&&) = delete;
+   ~Trial();
+   // Waits for its end. Once.
+   TrialOutcome outcome();
+
+ private:
+   pid_t child_ = -1;
+   int results_ = -1;
+};
+
+} // namespace Agent

@@ -1,0 +1,125 @@
+#include "agent/simulate/Simulation.h"
+
+#include "agent/host/ScenarioRunner.h"
+#include "agent/inventory/FileContent.h"
+#include "agent/inventory/InventoryReader.h"
+#include "agent/simulate/History.h"
+#include "platform/Trace/Trace.h"
+
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace Agent {
+namespace {
+
+using testing::HasSubstr;
+
+Inventory chassis() {
+   return parseInventory(R"({
+  "u|0": {"PORT": {"Ethernet0": {}, "Ethernet4": {}, "Ethernet8": {}, "Ethernet12": {}},
+          "PORTCHANNEL": {"PortChannel1": {}}, "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet12": {}},
+          "VLAN_SUB_INTERFACE": {"PortChannel1.1": {"vlan": 10}, "PortChannel1.2": {"vlan": 10},
+                                 "Ethernet0.5": {"vlan": 5}, "Ethernet0.6": {"vlan": 6}},
+          "INTERFACE": {"Ethernet8": {}}, "VLAN_INTERFACE": {"Vlan9": {}}},
+  "u|1": {"PORT": {"Ethernet0": {}, "Ethernet4": {}, "Ethernet8": {}},
+          "PORTCHANNEL": {"PortChannel3": {}},
+          "PORTCHANNEL_MEMBER": {"PortChannel3|Ethernet4": {}, "PortChannel3|Ethernet8": {}},
+          "VLAN_SUB_INTERFACE": {"Ethernet0.5": {"vlan": 5}, "PortChannel3.1": {"vlan": 10}},
+          "VXLAN_TUNNEL": {"t": {}}, "SHOAL_UNIT": {"u|1": {"fap_type": 2}}}
+})",
+                         "test");
+}
+
+std::string temporary(std::string const& name) {
+   return (std::filesystem::temp_directory_path() / (name + std::to_string(::getpid()))).string();
+}
+
+// All that a history prints and traces.
+std::string played(uint64_t seed) {
+   std::string path = temporary("simulation-trace");
+   std::ostringstream out;
+   {
+      Host host(chassis());
+      ScenarioRunner runner(host, out, out, {true, true});
+      History history(chassis(), seed);
+      auto commands = history.opening();
+      commands.insert(commands.begin(), {"trace file " + path, "trace text all on"});
+      for (int i = 0; i < 150; ++i) {
+         commands.push_back(history.next());
+      }
+      commands.insert(commands.end(), {"show statuses", "show isem"});
+      for (std::string const& command : commands) {
+         runner.runLine(command, "history", 1);
+      }
+      runner.runLine("trace text all off", "history", 1);
+   }
+   std::string text = out.str() + fileContent(path).value();
+   std::filesystem::remove(path);
+   return text;
+}
+
+TEST(SimulationTest, ASeedGivesTheSameBytesTracesIncluded) {
+   std::string first = played(7);
+   EXPECT_THAT(first, HasSubstr("TcamSharingCodef::processBacklog"));
+   EXPECT_EQ(first, played(7));
+   EXPECT_NE(first, played(8));
+}
+
+TEST(SimulationTest, RandomHistoriesHold) {
+   SimulateOptions options;
+   options.seeds = 6;
+   options.steps = 400;
+   std::ostringstream out;
+   EXPECT_EQ(simulate(chassis(), options, out), 0) << out.str();
+   EXPECT_THAT(out.str(), HasSubstr("6 seeds from 1, 400 steps each: "));
+}
+
+// Answers success by hand to whatever asks for a pbr policy, behind the library's back.
+class Liar {
+ public:
+   explicit Liar(Host& host) : host_(&host), orvOutput_(this) {
+      host.isem().outputTable->requestCollection().watch(orvOutput_);
+   }
+   void handleOutput(TcamSharingRequest const& request) {
+      TcamSharingPolicyId policy = host_->isem().outputTable->request(request);
+      if (policy.pbrPolicy() != 0) {
+         host_->isem().mergedStatus->responseIs(
+             request, {Hardware::ShoalTunnel::tcamSharingSuccess, policy});
+      }
+   }
+
+ private:
+   Host* host_;
+   Orv::ReactorFor<&Liar::handleOutput> orvOutput_;
+};
+
+TEST(SimulationTest, APlantedFaultIsFoundShrunkAndReplayed) {
+   std::vector<std::unique_ptr<Liar>> liars;
+   SimulateOptions options;
+   options.seeds = 20;
+   options.steps = 400;
+   options.write = temporary("simulation-scenario");
+   options.prepare = [&](Host& host) { liars.push_back(std::make_unique<Liar>(host)); };
+   std::ostringstream out;
+   ASSERT_EQ(simulate(chassis(), options, out), 1);
+   EXPECT_THAT(out.str(), HasSubstr(" fails: answers: "));
+
+   std::string scenario = fileContent(options.write).value();
+   std::filesystem::remove(options.write);
+   EXPECT_LE(std::count(scenario.begin(), scenario.end(), '\n'), 6) << scenario;
+   for (bool tricked : {false, true}) {
+      Host host(chassis());
+      if (tricked) {
+         options.prepare(host);
+      }
+      std::ostringstream printed;
+      ScenarioRunner replay(host, printed, printed, {});
+      std::istringstream in(scenario);
+      EXPECT_EQ(replay.run(in, "s"), tricked ? 1 : 0);
+      EXPECT_THAT(printed.str(), HasSubstr(tricked ? ": failed: answers: " : ""));
+   }
+}
+
+} // namespace
+} // namespace Agent
