@@ -46,6 +46,8 @@ void MapperShadow::checkSettled(Findings& findings) const {
       if (!pipeline_.merged->requestHas(request)) {
          if (response.status == tcamSharingFailed && response.policyId.empty()) {
             probes_.hit("rule: a refused removal leaves an answer");
+         } else if (late_.contains(request)) {
+            probes_.hit("rule: withdrawn unresolved, answered late");
          } else if (pipeline_.tagOutput->requestHas(request)) {
             probes_.hit("rule: a withdrawal forgotten when the intake restarted");
          } else {
@@ -123,9 +125,9 @@ bool MapperShadow::plain(TcamSharingRequest request) const {
    auto keys = entriesOf(request);
    auto answer = answers_.responses.find(request);
    return !keys.empty() && answer != answers_.responses.end() &&
-          answer->second.status == tcamSharingSuccess && Facts::lowBits(entry.policyId()) != 0 &&
-          !awaited_.contains(entry) && !errors_.contains(entry) &&
-          std::all_of(keys.begin(), keys.end(), [&](auto const& key) {
+          answer->second == TcamSharingResponse{tcamSharingSuccess, entry.policyId()} &&
+          Facts::lowBits(entry.policyId()) != 0 && !awaited_.contains(entry) &&
+          !errors_.contains(entry) && std::all_of(keys.begin(), keys.end(), [&](auto const& key) {
              auto last = chip_.lastAnswer(key);
              auto writer = lastWriter_.find(key);
              return data_.contains(key) && !pending_.contains(key) && last &&

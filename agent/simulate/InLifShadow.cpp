@@ -39,6 +39,7 @@ void MapperShadow::handleOutput(TcamSharingRequest request) {
       return;
    }
    TcamSharingPolicyId policy = pipeline_.tagOutput->request(request);
+   late_.erase(request);
    if (policy.empty()) {
       confirmed_.erase(request);
       answers_.responses.erase(request);
@@ -148,6 +149,10 @@ void MapperShadow::handleStatus(VlanTagToVsiMapperKey key) {
 void MapperShadow::answer(TcamSharingEntry const& entry, uint64_t data) {
    bool success = errors_[entry] == mapperSuccess;
    errors_.erase(entry);
+   if (!entry.policyId().empty() && !pipeline_.tagOutput->requestHas(entry.request())) {
+      probes_.hit("mapper: answered after the withdrawal");
+      late_.insert(entry.request());
+   }
    if (!success || data == 0) {
       confirmed_.erase(entry.request());
    }

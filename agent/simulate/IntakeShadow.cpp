@@ -304,6 +304,12 @@ bool IntakeShadow::outHolds(TcamSharingRequest request, TakenOut why) const {
 // lookup type changed since acts on a request only with its next change.
 bool IntakeShadow::folds(TcamSharingRequest request) const {
    auto merged = mergedAsLumen_.find(request);
+   // A label that the acl feature may no longer ask for here; a merge that starts on it would stop.
+   if (facts_.lumen(request.fapId()) &&
+       (pipeline_.features.config(Feature::acl)->request(request).value() & Facts::labelBits) !=
+           0) {
+      return false;
+   }
    return (merged == mergedAsLumen_.end() || merged->second == facts_.lumen(request.fapId())) &&
           !foreign_.contains(request) && !twoLabels_.contains(request);
 }

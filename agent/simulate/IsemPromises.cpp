@@ -116,7 +116,8 @@ bool IsemShadow::plain(TcamSharingRequest request) const {
    auto last = chip_.lastAnswer(stands->second);
    auto answer = answers_.responses.find(request);
    if (!last || last->outcome != Outcome::accepted || answer == answers_.responses.end() ||
-       answer->second.status != tcamSharingSuccess) {
+       answer->second !=
+           TcamSharingResponse{tcamSharingSuccess, pipeline_.outputTable->request(request)}) {
       return false;
    }
    return story.writers == std::set{request} && !story.strayRemoval && !story.strayAnswer && key &&

@@ -69,10 +69,11 @@ class Child {
 
    bool check(std::string const& command) {
       errors_.str("");
+      report('L', command);
       if (runner_.runLine(command, "history", 1)) {
+         report('L', "");
          return true;
       }
-      report('L', command);
       std::string text = errors_.str();
       text = text.substr(0, text.find('\n'));
       text = text.substr(std::min(text.size(), text.find(": failed: ") + 10));

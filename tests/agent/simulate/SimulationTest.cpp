@@ -48,7 +48,7 @@ std::string played(uint64_t seed) {
       for (int i = 0; i < 150; ++i) {
          commands.push_back(history.next());
       }
-      commands.insert(commands.end(), {"show statuses", "show isem"});
+      commands.insert(commands.end(), {"show requests", "show isem"});
       for (std::string const& command : commands) {
          runner.runLine(command, "history", 1);
       }
