@@ -1,134 +1,18 @@
 // What a request costs from the ACL feature's configuration to its status, the chip answering at
 // once: time and heap, on three roads (to the ISEM, to the in-LIFs of sub-interfaces and to those
 // of tunnels), each beside two floors that do the same table operations and nothing else.
-#include "bench/support/Alone.h"
 #include "bench/support/InLifFloor.h"
 #include "bench/support/InLifPipeline.h"
 #include "bench/support/IsemFloor.h"
 #include "bench/support/IsemPipeline.h"
-#include "bench/support/Memory.h"
-#include "bench/support/ProcessorTime.h"
-#include "bench/support/Report.h"
+#include "bench/support/RoadRuns.h"
 
-#include <benchmark/benchmark.h>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 
 namespace Bench {
 namespace {
-
-Report report;
-bool anyWrong = false;
-unsigned runs = 0;
-
-std::size_t limit() {
-   char const* most = std::getenv("SHOAL_BENCH_MAX");
-   return most == nullptr ? 1000000 : std::strtoull(most, nullptr, 10);
-}
-
-struct Outcome {
-   Figures figures;
-   double seconds = 0;
-   char const* wrong = nullptr; // at the end of a phase
-};
-
-template<class Way>
-char const* checked(Way const& way, std::size_t count, uint64_t policy) {
-   for (std::size_t i = 0; i < count; ++i) {
-      if (way.programmed(i) != policy) {
-         return "not every request has its entry";
-      }
-      if (!way.isAnswered(i, policy)) {
-         return "not every request is answered with its policy";
-      }
-   }
-   if (policy == 0 && way.leftOver() != 0) {
-      return "something is left behind the withdrawal";
-   }
-   return nullptr;
-}
-
-template<class Way>
-Outcome run(Asking asking, std::size_t count, unsigned number) {
-   World world(asking, count, number);
-   auto inOrder = world.shuffled(1);
-   auto other = world.shuffled(2);
-   Way way(world);
-   Outcome outcome;
-   auto phase = [&](std::vector<std::size_t> const& order, uint64_t policy) {
-      double start = processorTime();
-      for (std::size_t which : order) {
-         way.ask(which, policy);
-      }
-      way.drain();
-      double seconds = processorTime() - start;
-      outcome.seconds += seconds;
-      if (char const* wrong = checked(way, count, policy)) {
-         outcome.wrong = wrong;
-      }
-      return seconds * 1e9 / static_cast<double>(count);
-   };
-   std::size_t before = heapInUse;
-   outcome.figures.fill = phase(inOrder, 5);
-   outcome.figures.bytes = static_cast<double>(heapInUse - before) / static_cast<double>(count);
-   outcome.figures.change = phase(other, 6);
-   outcome.figures.withdraw = phase(inOrder, 0);
-   return outcome;
-}
-
-template<class Way>
-void measure(benchmark::State& state, Road road, Variant variant) {
-   auto count = static_cast<std::size_t>(state.range(0));
-   auto asking = road == Road::tunnel ? Asking::tunnels : Asking::subInterfaces;
-   Figures last;
-   for ([[maybe_unused]] auto _ : state) {
-      ++runs;
-      auto outcome = alone([&] { return run<Way>(asking, count, runs); });
-      if (!outcome || outcome->wrong != nullptr) {
-         anyWrong = true;
-         state.SkipWithError(outcome ? outcome->wrong : "the run ended early");
-         return;
-      }
-      state.SetIterationTime(outcome->seconds);
-      last = outcome->figures;
-      report.add(road, variant, count, last);
-   }
-   state.counters["fill_ns"] = last.fill;
-   state.counters["change_ns"] = last.change;
-   state.counters["withdraw_ns"] = last.withdraw;
-   state.counters["bytes"] = last.bytes;
-}
-
-template<class Pipeline, template<class> class Floor>
-void addRoad(Road road, std::vector<std::size_t> const& counts) {
-   for (std::size_t count : counts) {
-      for (Variant variant : variants) {
-         // The small ones are repeated until they weigh as much as a large one. Of the slow floor a
-         // single large run has to do: it is far off, and takes longer than all others together.
-         std::size_t atLeast = variant == Variant::standard ? 1 : 3;
-         auto repeats = static_cast<int>(std::clamp<std::size_t>(limit() / count / 2, atLeast, 20));
-         std::string name = std::string(nameOf(road)) + "/" + nameOf(variant);
-         auto run = [=](benchmark::State& state) {
-            switch (variant) {
-            case Variant::pipeline:
-               return measure<Pipeline>(state, road, variant);
-            case Variant::standard:
-               return measure<Floor<Standard>>(state, road, variant);
-            case Variant::platform:
-               return measure<Floor<Platform>>(state, road, variant);
-            }
-         };
-         benchmark::RegisterBenchmark(name.c_str(), run)
-             ->Arg(static_cast<int64_t>(count))
-             ->UseManualTime()
-             ->Unit(benchmark::kMillisecond)
-             ->Iterations(1)
-             ->Repetitions(repeats)
-             ->ReportAggregatesOnly();
-      }
-   }
-}
 
 // The slowest single request while filling, in processor time, and a slice over the whole backlog,
 // in time: that is what the slice goes by. The best of three runs.
@@ -215,28 +99,13 @@ void printTraceCost(std::filesystem::path const& folder, std::size_t count) {
 
 int main(int argc, char** argv) {
    using namespace Bench;
-   std::vector<std::size_t> counts;
-   for (std::size_t count : {10000UL, 100000UL, 1000000UL}) {
-      if (count <= limit()) {
-         counts.push_back(count);
-      }
-   }
-   addRoad<IsemPipeline, IsemFloor>(Road::isem, counts);
-   addRoad<InLifPipeline, InLifFloor>(Road::inLif, counts);
-   addRoad<InLifPipeline, InLifFloor>(Road::tunnel, counts);
-   // In random order: when the machine is busier for a while, that is not one variant's loss.
-   std::string program = argv[0];
-   std::string interleaved = "--benchmark_enable_random_interleaving=true";
-   std::vector<char*> arguments{program.data(), interleaved.data()};
-   arguments.insert(arguments.end(), argv + 1, argv + argc);
-   argc = static_cast<int>(arguments.size());
-   benchmark::Initialize(&argc, arguments.data());
-   auto ran = benchmark::RunSpecifiedBenchmarks();
-   for (Road road : roads) {
-      report.print(road, counts);
-   }
-   if (anyWrong || ran < std::size(roads) * std::size(variants) * counts.size()) {
-      return anyWrong ? 1 : 0; // a filter left some out
+   auto counts = countsUpTo(limit());
+   RoadRuns runs(counts);
+   runs.add<World, IsemPipeline, IsemFloor>(Road::isem, Asking::subInterfaces);
+   runs.add<World, InLifPipeline, InLifFloor>(Road::inLif, Asking::subInterfaces);
+   runs.add<World, InLifPipeline, InLifFloor>(Road::tunnel, Asking::tunnels);
+   if (!runs.run(argc, argv)) {
+      return runs.anyWrong() ? 1 : 0; // a filter left some out
    }
    printStalls(counts.back());
    printTraceCost(std::filesystem::path(argv[0]).parent_path(),

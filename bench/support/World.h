@@ -1,5 +1,5 @@
 // The switch under the benchmarks, and who asks for a policy there: sub-interfaces, 4000 to a port
-// and 200 ports to a unit, or as many tunnels to a unit.
+// and 200 ports to a unit, or as many tunnels or ports to a unit.
 #pragma once
 
 #include "platform/Hardware/Shoal/Ids.h"
@@ -15,7 +15,18 @@ namespace Bench {
 using Hardware::Shoal::FapId;
 using Plexus::IntfId;
 
-enum class Asking { subInterfaces, tunnels };
+enum class Asking { subInterfaces, tunnels, ports };
+
+// The numbers below `count` in random order.
+inline std::vector<std::size_t> shuffled(std::size_t count, unsigned seed) {
+   std::vector<std::size_t> order(count);
+   for (std::size_t i = 0; i < order.size(); ++i) {
+      order[i] = i;
+   }
+   std::mt19937 random(seed);
+   std::shuffle(order.begin(), order.end(), random);
+   return order;
+}
 
 struct Port {
    IntfId intf;
@@ -32,7 +43,7 @@ struct Asker {
 };
 
 struct World {
-   std::vector<Port> ports;   // none where tunnels ask
+   std::vector<Port> ports;   // that sub-interfaces ask on
    std::vector<Asker> askers; // in random order
 
    // Runs in one process name interfaces and units of their own: requests and keys are interned for
@@ -45,6 +56,10 @@ struct World {
       for (std::size_t i = 0; i < count; ++i) {
          if (asking == Asking::tunnels) {
             askers.push_back({IntfId(prefix + "Tunnel" + std::to_string(i)), unitAt(i), {}, 0});
+            continue;
+         }
+         if (asking == Asking::ports) {
+            askers.push_back({IntfId(prefix + "Ethernet" + std::to_string(i)), unitAt(i), {}, 0});
             continue;
          }
          if (i % perPort == 0) {
@@ -63,13 +78,7 @@ struct World {
 
    // The places of askers in another random order.
    std::vector<std::size_t> shuffled(unsigned seed) const {
-      std::vector<std::size_t> order(askers.size());
-      for (std::size_t i = 0; i < order.size(); ++i) {
-         order[i] = i;
-      }
-      std::mt19937 random(seed);
-      std::shuffle(order.begin(), order.end(), random);
-      return order;
+      return Bench::shuffled(askers.size(), seed);
    }
 
  private:
