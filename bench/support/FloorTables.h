@@ -97,6 +97,12 @@ struct Standard {
       bool empty() const { return map_.empty(); }
       std::size_t size() const { return map_.size(); }
       K first() const { return map_.begin()->first; }
+      template<class Use>
+      void each(Use&& use) const {
+         for (auto const& [key, value] : map_) {
+            use(key, value);
+         }
+      }
 
     private:
       std::unordered_map<K, V, Hash> map_;
@@ -189,6 +195,12 @@ struct Platform {
       K first() const {
          typename Of::Cursor cursor(of_, Of::Cursor::unbounded);
          return *cursor.peekKey();
+      }
+      template<class Use>
+      void each(Use&& use) const {
+         for (auto const& [key, value] : of_.walk()) {
+            use(key, value);
+         }
       }
 
     private:

@@ -6,7 +6,8 @@
 namespace Bench {
 
 char const* nameOf(Road road) {
-   constexpr char const* names[] = {"isem", "inlif", "tunnel"};
+   constexpr char const* names[] = {"isem",          "inlif",       "tunnel", "subintf-features",
+                                    "port-features", "all-features"};
    return names[static_cast<int>(road)];
 }
 

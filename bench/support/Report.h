@@ -8,8 +8,7 @@
 
 namespace Bench {
 
-enum class Road { isem, inLif, tunnel };
-inline constexpr Road roads[] = {Road::isem, Road::inLif, Road::tunnel};
+enum class Road { isem, inLif, tunnel, subIntfFeatures, portFeatures, allFeatures };
 char const* nameOf(Road road);
 
 enum class Variant { pipeline, standard, platform };

@@ -1,0 +1,48 @@
+// Who asks for in-LIF features: requests of twelve types, each from the request directory of its
+// type.
+#pragma once
+
+#include "bench/support/World.h"
+#include "platform/Hardware/ShoalTunnel/InLifFeatureType.h"
+
+namespace Bench {
+
+// One request per sub-interface or port, or all twelve types on every sub-interface.
+enum class FeatureAsking { subInterfaces, ports, allTypes };
+
+struct FeatureWorld {
+   // A few requesters, each with types of its own.
+   static constexpr std::size_t directories = 4;
+   static constexpr unsigned types = Hardware::ShoalTunnel::inLifFeatureTypes.size();
+   // A feature's field in the word.
+   static constexpr uint16_t width = 5;
+   static constexpr uint32_t mask = (1U << width) - 1;
+   static uint16_t offsetOf(unsigned type) { return static_cast<uint16_t>((type - 1) * width); }
+
+   struct Request {
+      IntfId intf;
+      uint16_t tcam;
+      uint8_t type; // from 1
+      std::size_t directory() const { return type % directories; }
+   };
+   std::vector<Request> requests; // in random order
+
+   FeatureWorld(FeatureAsking asking, std::size_t count, unsigned run) {
+      unsigned perKey = asking == FeatureAsking::allTypes ? types : 1;
+      World world(asking == FeatureAsking::ports ? Asking::ports : Asking::subInterfaces,
+                  (count + perKey - 1) / perKey, run);
+      for (std::size_t at : Bench::shuffled(count, run)) {
+         requests.push_back({world.askers[at / perKey].intf, tcamAt(at / perKey),
+                             static_cast<uint8_t>(at % types + 1)});
+      }
+   }
+   std::vector<std::size_t> shuffled(unsigned seed) const {
+      return Bench::shuffled(requests.size(), seed);
+   }
+   static constexpr uint16_t tcams = 16;
+
+ private:
+   static uint16_t tcamAt(std::size_t at) { return static_cast<uint16_t>(at % tcams); }
+};
+
+} // namespace Bench
