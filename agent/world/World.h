@@ -85,8 +85,8 @@ class World {
    // The place of a port's system port; none: it has none. CommandError for a place that is taken.
    // Who follows the port map's version hears of it with the next one.
    void portMapIs(IntfId port, std::optional<Hardware::Shoal::PortMap> place);
-   // The system port of a port; none: the port is gone. CommandError for one that is taken, or whose
-   // place is.
+   // The system port of a port; none: the port is gone. CommandError for one that is taken, or
+   // whose place is.
    void systemPortIs(IntfId port, std::optional<Hardware::Shoal::SystemPhyPortId> systemPort);
    void portMapValidIs(bool valid);
    void portMapVersionInc();
