@@ -197,11 +197,9 @@ void IntakeShadow::handleTags(IntfId subIntf) {
          due_.insert(request);
          probes_.hit(unit.isNull() ? "intake: queued by tags, no one unit"
                                    : "intake: queued by tags");
-      } else if (!config) {
-         takeOut(request, TakenOut::tags);
-      } else if (!config->dot1qEncap().isZero()) {
+      } else if (config && !config->dot1qEncap().isZero()) {
          // Only the record of the change went.
-      } else if (facts_.domain(subIntf, request.fapId())) {
+      } else if (config && facts_.domain(subIntf, request.fapId())) {
          probes_.hit("intake: tags go, VLAN domain stays");
       } else {
          takeOut(request, TakenOut::tags);
@@ -255,7 +253,6 @@ void IntakeShadow::compare(Findings& findings, bool settled) const {
 }
 
 void IntakeShadow::compareOutput(Findings& findings, bool settled) const {
-   std::size_t present = 0;
    for (auto const& [request, policy] : output_) {
       if (pipeline_.output(request) != policy) {
          findings.add("output", request, " is ", pipeline_.output(request), " and should be ",
@@ -263,7 +260,6 @@ void IntakeShadow::compareOutput(Findings& findings, bool settled) const {
       }
    }
    for (auto const& [request, policy] : merged_) {
-      present += pipeline_.output(request).empty() ? 0 : 1;
       if (!output_.contains(request) && !pipeline_.output(request).empty()) {
          findings.add("output", request, " is ", pipeline_.output(request),
                       " and should not be there");

@@ -7,7 +7,6 @@
 
 namespace Agent {
 
-using Plexus::PortChannelIntfId;
 using Plexus::SubIntfId;
 
 namespace {
