@@ -182,6 +182,9 @@ void TunnelShadow::checkWaiting(Findings& findings, TcamSharingRequest request) 
    auto last = chip_.lastAnswer(key);
    if (answers_.forgotten.contains(request)) {
       probes_.hit("rule: answers are forgotten when the intake restarts");
+   } else if (answer == answers_.responses.end() &&
+              Facts::lowBits(pipeline_.tunnelOutput->request(request)) == 0) {
+      probes_.hit("rule: a tunnel entry without data stays, and is not written again");
    } else if (!last || last->outcome == Outcome::inProgress || last->outcome == Outcome::removed ||
               pipeline_.tunnelStatus->status(key).inLifAdditionalData !=
                   config_.at(key).inLifAdditionalData) {

@@ -106,6 +106,7 @@ constexpr std::string_view names[] = {
     "rule: no member on the unit",
     "rule: the removal's answer was lost",
     "rule: a tunnel entry without data outlives its withdrawal",
+    "rule: a tunnel entry without data stays, and is not written again",
     "rule: the lookup type changed since the merge",
     "rule: bits of the acl feature from before the lumen lookup",
     "rule: a sharer was withdrawn",
