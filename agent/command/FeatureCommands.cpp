@@ -104,7 +104,7 @@ void untaggedVlan(Host& host, Arguments& arguments, std::ostream&) {
 
 void freshStart(Host& host, Arguments& arguments, std::ostream&) {
    arguments.end();
-   host.inLifFeatures().startFresh();
+   host.startFeaturesFresh();
 }
 
 void explainCommand(Host& host, Arguments& arguments, std::ostream& out) {

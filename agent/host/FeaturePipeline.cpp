@@ -18,23 +18,53 @@ FeaturePipeline::FeaturePipeline(World& world) : world_(world) {
 }
 
 void FeaturePipeline::build() {
-   inputDirSm_ = inLifFeatureRequestInputDirSmFactory(inputDir, inLifIntfCfg);
-   responseSm_ = inLifFeatureResponseSmFactory(inLifIntfStatus, inLifIntfCfg, featureStatus);
-   mergeSm_ = Orv::make<DefaultLifFeatureMergeSm>(portWords, vlanWords, mergedWords);
-   portSm_ = portInLifIntfSmFactory(inLifIntfCfg, inLifIntfStatus, world_.shoalStatus, portWords,
-                                    inLifIntfCfgLagExp, world_.lagPhyIntfMapping, world_.lagConfig,
-                                    world_.localPortMapStatus);
-   subIntfSm_ =
-       subIntfInLifIntfSmFactory(inLifIntfCfg, inLifIntfStatus, world_.shoalStatus, subIntfWords);
-   // Behind the port machine, whose spread configuration it reads: at a port map version it then
-   // finds that one done.
-   vlanSm_ =
-       vlanInLifIntfSmFactory(inLifIntfCfg, inLifIntfStatus, world_.shoalStatus, vlanWords,
-                              inLifIntfCfgLagExp, world_.lagPhyIntfMapping, world_.untaggedVlanDir);
-   // Everything that they read is mounted now.
-   portSm_->handleInitialized();
-   subIntfSm_->handleInitialized();
-   vlanSm_->handleInitialized();
+   // The ports' machine before that of VLANs, which reads the spread configuration: at a port map
+   // version it then finds that one done.
+   for (Machine machine :
+        {Machine::featureRequests, Machine::featureResponses, Machine::mergedWords,
+         Machine::portWords, Machine::subInterfaceWords, Machine::vlanWords}) {
+      rebuild(machine);
+   }
+}
+
+void FeaturePipeline::rebuild(Machine machine) {
+   switch (machine) {
+   case Machine::featureRequests:
+      inputDirSm_ = nullptr;
+      inputDirSm_ = inLifFeatureRequestInputDirSmFactory(inputDir, inLifIntfCfg);
+      break;
+   case Machine::featureResponses:
+      responseSm_ = nullptr;
+      responseSm_ = inLifFeatureResponseSmFactory(inLifIntfStatus, inLifIntfCfg, featureStatus);
+      break;
+   case Machine::portWords:
+      portSm_ = nullptr;
+      portSm_ = portInLifIntfSmFactory(inLifIntfCfg, inLifIntfStatus, world_.shoalStatus, portWords,
+                                       inLifIntfCfgLagExp, world_.lagPhyIntfMapping,
+                                       world_.lagConfig, world_.localPortMapStatus);
+      // Everything that it reads is mounted.
+      portSm_->handleInitialized();
+      break;
+   case Machine::vlanWords:
+      vlanSm_ = nullptr;
+      vlanSm_ = vlanInLifIntfSmFactory(inLifIntfCfg, inLifIntfStatus, world_.shoalStatus, vlanWords,
+                                       inLifIntfCfgLagExp, world_.lagPhyIntfMapping,
+                                       world_.untaggedVlanDir);
+      vlanSm_->handleInitialized();
+      break;
+   case Machine::mergedWords:
+      mergeSm_ = nullptr;
+      mergeSm_ = Orv::make<DefaultLifFeatureMergeSm>(portWords, vlanWords, mergedWords);
+      break;
+   case Machine::subInterfaceWords:
+      subIntfSm_ = nullptr;
+      subIntfSm_ = subIntfInLifIntfSmFactory(inLifIntfCfg, inLifIntfStatus, world_.shoalStatus,
+                                             subIntfWords);
+      subIntfSm_->handleInitialized();
+      break;
+   default: // the other pipelines'
+      break;
+   }
 }
 
 void FeaturePipeline::startFresh() {

@@ -2,6 +2,7 @@
 // responses. Beside the sharing pipelines; they have nothing in common but the world.
 #pragma once
 
+#include "agent/host/Follower.h"
 #include "agent/world/World.h"
 #include "platform/Orv/Dir.h"
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureRequestInputDirSm.h"
@@ -20,6 +21,8 @@ class FeaturePipeline {
    // Empties every table that the machines write and builds the machines anew, as in an agent that
    // starts on the present facts and requests.
    void startFresh();
+   // Destroys the machine and builds it again on the same entities; none of the other pipelines.
+   void rebuild(Machine machine);
 
    // null for a name that has no request directory.
    Orv::Ptr<Hardware::ShoalTunnel::InLifFeatureRequestDir> directory(std::string const& name) const;

@@ -22,10 +22,11 @@ struct FeatureRouter::Road {
 };
 
 FeatureRouter::FeatureRouter(World& world, IsemPipeline& isem, InLifPipeline& inLif)
-    : world_(world), isem_(isem), inLif_(inLif), tables_(world, "features") {
+    : world_(world), isem_(isem), inLif_(inLif), tables_(world, "features"), orvFapType_(this) {
    for (std::size_t i = 0; i < kFeatures; ++i) {
       roads_.push_back(std::make_unique<Road>(this, static_cast<Feature>(i)));
    }
+   world_.shoalStatus->fapTypeCollection().watch(orvFapType_);
 }
 
 FeatureRouter::~FeatureRouter() = default;
@@ -54,6 +55,21 @@ void FeatureRouter::handleStatus(Feature feature, TcamSharingRequest const& requ
       tables_.status(feature)->responseDel(request);
    } else {
       tables_.status(feature)->responseIs(request, response);
+   }
+}
+
+void FeatureRouter::handleFapType(FapId const& unit) {
+   for (SharingPipeline* pipeline :
+        {static_cast<SharingPipeline*>(&isem_), static_cast<SharingPipeline*>(&inLif_)}) {
+      for (std::size_t i = 0; i < kFeatures; ++i) {
+         auto feature = static_cast<Feature>(i);
+         for (auto const& [request, response] :
+              pipeline->features.status(feature)->responseIter()) {
+            if (request.fapId() == unit) {
+               handleStatus(feature, request);
+            }
+         }
+      }
    }
 }
 

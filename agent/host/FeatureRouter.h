@@ -2,7 +2,8 @@
 // pipeline of its unit's type, and the statuses of both come back into one.
 //
 // A unit changes its type only while no feature asks for anything there (the commands see to it),
-// so a request never has to move between pipelines.
+// so a request never has to move between pipelines. What withdrawn requests left in the pipeline
+// that served the unit before is shown no more.
 #pragma once
 
 #include "agent/host/InLifPipeline.h"
@@ -26,12 +27,14 @@ class FeatureRouter {
    struct Road; // one feature's
    void handleConfig(Feature feature, TcamSharingRequest const& request);
    void handleStatus(Feature feature, TcamSharingRequest const& request);
+   void handleFapType(FapId const& unit);
 
    World& world_;
    IsemPipeline& isem_;
    InLifPipeline& inLif_;
    FeatureTables tables_;
    std::vector<std::unique_ptr<Road>> roads_;
+   Orv::ReactorFor<&FeatureRouter::handleFapType> orvFapType_;
 };
 
 } // namespace Agent

@@ -8,9 +8,32 @@ namespace Agent {
 
 class SharingPipeline;
 
-enum class Machine { merge, intake, isem, mapper, tunnel, vlanDomain };
-inline constexpr std::array<std::string_view, 6> machineNames{"merge",  "intake", "isem",
-                                                              "mapper", "tunnel", "vlan-domain"};
+enum class Machine {
+   merge,
+   intake,
+   isem,
+   mapper,
+   tunnel,
+   vlanDomain,
+   featureRequests, // from here on: of in-LIF features
+   featureResponses,
+   portWords,
+   vlanWords,
+   mergedWords,
+   subInterfaceWords,
+};
+inline constexpr std::array<std::string_view, 12> machineNames{"merge",
+                                                               "intake",
+                                                               "isem",
+                                                               "mapper",
+                                                               "tunnel",
+                                                               "vlan-domain",
+                                                               "feature-requests",
+                                                               "feature-responses",
+                                                               "port-words",
+                                                               "vlan-words",
+                                                               "merged-words",
+                                                               "sub-interface-words"};
 
 // Follows an agent's machines from the outside.
 class Follower {
@@ -21,6 +44,8 @@ class Follower {
    virtual void handleGone(Machine machine, SharingPipeline* pipeline) = 0;
    // It stands again.
    virtual void handleBuilt(Machine machine, SharingPipeline* pipeline) = 0;
+   // All machines of in-LIF features stand again, on empty tables.
+   virtual void handleFeaturesFresh() = 0;
 };
 
 } // namespace Agent

@@ -53,22 +53,35 @@ void Host::buildVlanDomainSm() {
 }
 
 void Host::rebuild(Machine machine) {
-   if (machine == Machine::vlanDomain) {
-      vlanDomainSm_ = nullptr;
-      if (follower_) {
-         follower_->handleGone(machine, nullptr);
+   if (machine < Machine::vlanDomain) {
+      for (SharingPipeline* pipeline : pipelines_) {
+         pipeline->rebuild(machine, follower_.get());
       }
-      buildVlanDomainSm();
-      if (follower_) {
-         follower_->handleBuilt(machine, nullptr);
+      if (machine == Machine::intake) {
+         chronicle_->intakesRebuilt();
       }
       return;
    }
-   for (SharingPipeline* pipeline : pipelines_) {
-      pipeline->rebuild(machine, follower_.get());
+   if (machine == Machine::vlanDomain) {
+      vlanDomainSm_ = nullptr;
    }
-   if (machine == Machine::intake) {
-      chronicle_->intakesRebuilt();
+   if (follower_) {
+      follower_->handleGone(machine, nullptr);
+   }
+   if (machine == Machine::vlanDomain) {
+      buildVlanDomainSm();
+   } else {
+      inLifFeatures_->rebuild(machine);
+   }
+   if (follower_) {
+      follower_->handleBuilt(machine, nullptr);
+   }
+}
+
+void Host::startFeaturesFresh() {
+   inLifFeatures_->startFresh();
+   if (follower_) {
+      follower_->handleFeaturesFresh();
    }
 }
 

@@ -62,6 +62,8 @@ class Host {
 
    // Destroys a machine (in every pipeline that has it) and builds it again on the same entities.
    void rebuild(Machine machine);
+   // All machines of in-LIF features anew, on empty tables, as in an agent that starts now.
+   void startFeaturesFresh();
    // Hears of machines that are built again; goes with the agent. At most one.
    void followerIs(std::unique_ptr<Follower> follower) { follower_ = std::move(follower); }
    Follower* follower() const { return follower_.get(); }

@@ -26,7 +26,8 @@ void Auditor::watch(Collection const& collection, std::function<void(Key const&)
 Auditor& Auditor::follow(Host& host) {
    bool asked = host.follower() != nullptr;
    for (SharingPipeline* pipeline : host.pipelines()) {
-      asked = asked || pipeline->merged->requests() > 0 || pipeline->mergedStatus->responses() > 0;
+      asked = asked || host.inLifFeatures().inputDir->entrys() > 0 ||
+              pipeline->merged->requests() > 0 || pipeline->mergedStatus->responses() > 0;
    }
    if (asked) {
       throw CommandError("checks follow an agent from its start, before anything is asked for");
@@ -51,7 +52,8 @@ Auditor::Auditor(Host& host)
     : host_(host), facts_(host.world()), isemSide_(host.isem(), facts_, probes_),
       inLifSide_(host.inLif(), facts_, probes_), isem_(host, facts_, isemSide_.answers, probes_),
       mapper_(host, facts_, inLifSide_.answers, probes_),
-      tunnel_(host, inLifSide_.answers, probes_), published_(host, probes_) {
+      tunnel_(host, inLifSide_.answers, probes_), published_(host, probes_),
+      features_(host, probes_) {
    watchSide(isemSide_);
    watchSide(inLifSide_);
    using Request = TcamSharingRequest;
@@ -81,6 +83,7 @@ Auditor::Auditor(Host& host)
        inLif.tunnelStatus->statusCollection(),
        [this](TunnelPolicyMapperKey const& key) { tunnel_.handleStatus(key); });
    watchWorld();
+   watchFeatures();
 }
 
 Auditor::~Auditor() = default;
@@ -138,7 +141,10 @@ void Auditor::watchWorld() {
    watch<Hardware::Shoal::PortMap>(
        world.vlanDomainStatus->portTunnelDataCollection(),
        [this](Hardware::Shoal::PortMap const& place) { published_.handleDomain(place); });
-   auto version = std::make_unique<Watcher<>>([this] { published_.handleVersion(); });
+   auto version = std::make_unique<Watcher<>>([this] {
+      published_.handleVersion();
+      features_.defaultLifs().handlePortMapVersion();
+   });
    world.shoalStatus->portMapVersionAttribute().watch(*version);
    watchers_.push_back(std::move(version));
 }
@@ -155,6 +161,52 @@ void Auditor::watchFlag(IntfId subIntf) {
    });
    status->programInHwAttribute().watch(*watcher);
    flags_[subIntf] = std::move(watcher);
+}
+
+void Auditor::watchFeatures() {
+   World const& world = host_.world();
+   auto const& input = *host_.inLifFeatures().inputDir;
+   watch<Orv::Name>(input.entryCollection(), [this](Orv::Name const& name) {
+      watchDirectory(name);
+      features_.handleDirectory(name);
+   });
+   auto& lifs = features_.defaultLifs();
+   watch<IntfId>(world.lagPhyIntfMapping->phyIntfLagCollection(),
+                 [&lifs](IntfId const& port) { lifs.handlePortLag(port); });
+   watch<IntfId>(world.lagPhyIntfMapping->lagPhyIntfConfigCollection(), [&](IntfId const& lag) {
+      watchMembers(lag);
+      features_.defaultLifs().handleLag(lag);
+   });
+   for (auto const& [lag, members] : world.lagPhyIntfMapping->lagPhyIntfConfigIter()) {
+      watchMembers(lag);
+   }
+   watch<IntfId>(world.untaggedVlanDir->untaggedVlanCollection(),
+                 [&lifs](IntfId const& intf) { lifs.handleUntaggedVlan(intf); });
+   watch<IntfId>(world.shoalStatus->sysTcamIdCollection(),
+                 [&lifs](IntfId const& port) { lifs.handleTcam(port); });
+   auto keyVersion = std::make_unique<Watcher<>>([this] { features_.handleKeyVersion(); });
+   world.shoalStatus->tcamKeyVersionAttribute().watch(*keyVersion);
+   watchers_.push_back(std::move(keyVersion));
+}
+
+void Auditor::watchDirectory(Orv::Name const& name) {
+   directories_.erase(name);
+   if (auto directory = host_.inLifFeatures().directory(name)) {
+      auto watcher = std::make_unique<Watcher<InLifFeatureKey>>(
+          [this, name](InLifFeatureKey const& key) { features_.handleRequest(name, key); });
+      directory->requestCollection().watch(*watcher);
+      directories_[name] = std::move(watcher);
+   }
+}
+
+void Auditor::watchMembers(IntfId lag) {
+   members_.erase(lag);
+   if (auto list = host_.world().lagPhyIntfMapping->lagPhyIntfConfig(lag)) {
+      auto watcher = std::make_unique<Watcher<IntfId>>(
+          [this, lag](IntfId const& port) { features_.defaultLifs().handleMember(lag, port); });
+      list->phyIntfCollection().watch(*watcher);
+      members_[lag] = std::move(watcher);
+   }
 }
 
 void Auditor::handleGone(Machine machine, SharingPipeline* pipeline) {
@@ -178,12 +230,16 @@ void Auditor::handleGone(Machine machine, SharingPipeline* pipeline) {
    case Machine::vlanDomain:
       published_.handleGone();
       break;
+   default: // in-LIF features: what they find when they stand again
+      break;
    }
 }
 
 void Auditor::handleBuilt(Machine machine, SharingPipeline* pipeline) {
    if (machine == Machine::intake) {
       watchBacklog(sideOf(pipeline));
+   } else if (machine >= Machine::featureRequests) {
+      features_.handleBuilt(machine);
    }
 }
 
@@ -195,6 +251,7 @@ Findings Auditor::check(bool settled) const {
    mapper_.compare(findings);
    tunnel_.compare(findings);
    published_.compare(findings, settled);
+   features_.compare(findings);
    checkRouter(findings);
    if (settled) {
       isem_.checkSettled(findings);
@@ -204,15 +261,18 @@ Findings Auditor::check(bool settled) const {
    return findings;
 }
 
-// A feature sees the answers of both generations as one table.
+// A feature sees the answers of both generations as one table: of each unit, those of its own.
 void Auditor::checkRouter(Findings& findings) const {
    for (std::size_t i = 0; i < kFeatures; ++i) {
       auto feature = static_cast<Feature>(i);
       std::map<TcamSharingRequest, TcamSharingResponse> expected;
       for (Side const* side : {&inLifSide_, &isemSide_}) {
+         bool arad = side == &isemSide_;
          for (auto const& [request, response] :
               side->pipeline.features.status(feature)->responseIter()) {
-            expected[request] = response;
+            if (arad == (host_.world().shoalStatus->fapType(request.fapId()) == 1)) {
+               expected[request] = response;
+            }
          }
       }
       findings.compare("answers of both generations", expected,

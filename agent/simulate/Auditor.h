@@ -7,6 +7,7 @@
 #pragma once
 
 #include "agent/host/Host.h"
+#include "agent/simulate/DefaultLifShadow.h"
 #include "agent/simulate/InLifShadow.h"
 #include "agent/simulate/IntakeShadow.h"
 #include "agent/simulate/PublishedShadow.h"
@@ -34,6 +35,7 @@ class Auditor : public Follower {
 
    void handleGone(Machine machine, SharingPipeline* pipeline) override;
    void handleBuilt(Machine machine, SharingPipeline* pipeline) override;
+   void handleFeaturesFresh() override { features_.handleFreshStart(); }
 
  private:
    explicit Auditor(Host& host);
@@ -55,6 +57,9 @@ class Auditor : public Follower {
    void watchBacklog(Side& side);
    void watchWorld();
    void watchFlag(IntfId subIntf);
+   void watchFeatures();
+   void watchDirectory(Orv::Name const& name);
+   void watchMembers(IntfId lag);
    void checkRouter(Findings& findings) const;
    void compareMerged(Findings& findings, Side const& side, SharingPipeline const& fresh) const;
    void compareIsem(Findings& findings, Host const& fresh) const;
@@ -70,7 +75,10 @@ class Auditor : public Follower {
    MapperShadow mapper_;
    TunnelShadow tunnel_;
    PublishedShadow published_;
+   FeatureShadow features_;
    std::map<IntfId, std::unique_ptr<Orv::ReactorBase>> flags_;
+   std::map<IntfId, std::unique_ptr<Orv::ReactorBase>> members_;
+   std::map<Orv::Name, std::unique_ptr<Orv::ReactorBase>> directories_;
    std::vector<std::unique_ptr<Orv::ReactorBase>> watchers_;
 };
 

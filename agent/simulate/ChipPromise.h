@@ -19,7 +19,7 @@ void checkChip(Findings& findings, Probes& probes, ChipTable<T> const& chip,
       if (held && data(*held) == value) {
          continue;
       }
-      if (!last || last->outcome == Outcome::inProgress) {
+      if (!last || last->outcome == Outcome::inProgress || chip.isHeldBack(key)) {
          probes.hit("rule: held back by the chip, or lost in its restart");
       } else if (last->outcome == Outcome::refused || last->outcome == Outcome::full) {
          probes.hit("rule: refused, and not retried");

@@ -1,5 +1,6 @@
 // Compares an agent with one that is started fresh on the same world and the same requests.
 #include "agent/simulate/Auditor.h"
+#include "platform/ShoalTcam/TcamDbStatusInterface.h"
 
 namespace Agent {
 
@@ -51,6 +52,74 @@ void copyPortChannels(World const& from, World& to) {
    }
 }
 
+// What in-LIF features are laid over, and who asks for them.
+void copyFeatures(Host const& from, Host& to) {
+   auto& mapping = *to.world().lagPhyIntfMapping;
+   mapping.lagPhyIntfConfigDelAll();
+   mapping.phyIntfLagDelAll();
+   for (auto const& [port, lag] : from.world().lagPhyIntfMapping->phyIntfLagIter()) {
+      mapping.phyIntfLagIs(port, lag);
+   }
+   for (auto const& [lag, members] : from.world().lagPhyIntfMapping->lagPhyIntfConfigIter()) {
+      auto copy = mapping.lagPhyIntfConfigIs(lag);
+      for (auto const& [port, present] : members->phyIntfIter()) {
+         copy->phyIntfIs(port);
+      }
+   }
+   auto& vlans = *to.world().untaggedVlanDir;
+   vlans.untaggedVlanDelAll();
+   for (auto const& [intf, vlan] : from.world().untaggedVlanDir->untaggedVlanIter()) {
+      vlans.untaggedVlanIs(intf, vlan);
+   }
+   auto& status = *to.world().shoalStatus;
+   status.sysTcamIdDelAll();
+   for (auto const& [port, tcam] : from.world().shoalStatus->sysTcamIdIter()) {
+      status.sysTcamIdIs(port, tcam);
+   }
+   status.portMapValidIs(from.world().shoalStatus->portMapValid());
+   for (auto const& [name, entry] : from.inLifFeatures().inputDir->entryIter()) {
+      if (auto directory = from.inLifFeatures().directory(name)) {
+         auto copy = Orv::make<InLifFeatureRequestDir>(name);
+         for (auto const& [key, request] : directory->requestIter()) {
+            copy->requestIs(request);
+         }
+         to.inLifFeatures().inputDir->entryIs(name, copy);
+      }
+   }
+   to.startFeaturesFresh();
+}
+
+// TCAM layouts are the process's, and an agent that is made starts with its own.
+class KeptLayouts {
+ public:
+   KeptLayouts() {
+      for (auto const& [tcam, data] : layouts_.inLifDataIter()) {
+         kept_[tcam] = Word::layoutOf(tcam);
+      }
+   }
+   ~KeptLayouts() {
+      layouts_.inLifDataDelAll();
+      for (auto const& [tcam, layout] : kept_) {
+         auto data = layouts_.inLifDataIs(tcam);
+         for (auto const& [type, place] : layout) {
+            data->tcamShareQualInfoIs(type, place);
+         }
+      }
+   }
+   KeptLayouts(KeptLayouts const&) = delete;
+   KeptLayouts& operator=(KeptLayouts const&) = delete;
+
+ private:
+   ShoalTcam::TcamDbStatusInterface& layouts_ =
+       *ShoalTcam::TcamDbStatusInterface::tcamDbStatusInterface();
+   std::map<SystemTcamId, Word::Layout> kept_;
+};
+
+Host freshHost(Inventory const& inventory) {
+   KeptLayouts layouts;
+   return Host(inventory);
+}
+
 void copyPorts(World const& from, World& to) {
    to.shoalStatus->sysPhyPortIdDelAll();
    to.shoalStatus->portMapDelAll();
@@ -86,12 +155,13 @@ void copyUnits(World const& from, World& to) {
 
 Findings Auditor::compareFresh() const {
    Findings findings;
-   Host fresh(host_.world().inventory());
+   Host fresh = freshHost(host_.world().inventory());
    copyUnits(host_.world(), fresh.world());
    copyPorts(host_.world(), fresh.world());
    copyPortChannels(host_.world(), fresh.world());
    copySubInterfaces(host_.world(), fresh.world());
    fresh.rebuild(Machine::vlanDomain);
+   copyFeatures(host_, fresh);
    for (std::size_t i = 0; i < kFeatures; ++i) {
       auto feature = static_cast<Feature>(i);
       for (auto const& [request, policy] : host_.features().config(feature)->requestIter()) {
@@ -109,6 +179,7 @@ Findings Auditor::compareFresh() const {
    compareIsem(findings, fresh);
    compareMapper(findings, fresh);
    comparePublished(findings, fresh);
+   features_.compareFresh(findings, fresh.inLifFeatures());
    return findings;
 }
 

@@ -78,7 +78,16 @@ void History::chooseInterfaces(Inventory const& inventory) {
       }
       auto routed = some(inventory.routedPorts, 1, draw, here);
       add(routed_, routed);
-      add(askers_, some(inventory.vlanInterfaces, 1, draw, here));
+      auto vlanInterfaces = some(inventory.vlanInterfaces, 2, draw, here);
+      add(bearers_, vlanInterfaces);
+      for (auto const& each : inventory.vlanInterfaces) {
+         if (std::find(vlanInterfaces.begin(), vlanInterfaces.end(), each.name) !=
+             vlanInterfaces.end()) {
+            vlans_.push_back(std::to_string(each.vlanId));
+         }
+      }
+      vlanInterfaces.resize(std::min<std::size_t>(vlanInterfaces.size(), 1));
+      add(askers_, vlanInterfaces);
       add(askers_, some(inventory.tunnels, 1, draw, here));
       for (auto const& lag : inventory.portChannels) {
          if (!lags.empty() && lag.name == lags.front()) {
@@ -89,6 +98,9 @@ void History::chooseInterfaces(Inventory const& inventory) {
    }
    std::sort(ports_.begin(), ports_.end());
    ports_.erase(std::unique(ports_.begin(), ports_.end()), ports_.end());
+   for (auto const* list : {&ports_, &portChannels_, &subInterfaces_}) {
+      bearers_.insert(bearers_.end(), list->begin(), list->end());
+   }
    for (std::string const& port : routed_) {
       askers_.push_back(port);
       askers_.push_back(port + "-L3Flood");
@@ -106,7 +118,8 @@ void History::chooseInterfaces(Inventory const& inventory) {
    systemPorts_.push_back("16000");
    outerTags_ = {"10", std::to_string(11 + below(3))};
    // What the inventory does not have is drawn all the same, and refused.
-   for (auto* list : {&ports_, &portChannels_, &subInterfaces_, &routed_, &askers_, &domains_}) {
+   for (auto* list : {&ports_, &portChannels_, &subInterfaces_, &routed_, &askers_, &bearers_,
+                      &vlans_, &domains_}) {
       if (list->empty()) {
          list->emplace_back("none");
       }
@@ -132,7 +145,16 @@ void History::chooseWeights() {
              {20, &History::advance},
              {9, &History::settle},
              {0.7, &History::set},
-             {1.2, &History::rebuild}};
+             {1.2, &History::rebuild},
+             {1, &History::encapKind},
+             {1, &History::featureDirectory},
+             {12, &History::feature},
+             {6, &History::withdrawFeature},
+             {0.7, &History::tcamLayout},
+             {0.7, &History::tcamKeyVersion},
+             {0.4, &History::portChannel},
+             {3, &History::untaggedVlan},
+             {0.1, &History::startFeaturesFresh}};
    // Each history has its own temper: some things often, some hardly, some not at all.
    for (Kind& kind : kinds_) {
       static constexpr double factors[] = {0.1, 0.5, 1.0, 1.0, 2.0};
@@ -168,6 +190,9 @@ std::vector<std::string> History::opening() {
        "chip seed " + std::to_string(below(1000000)),
        "chip delay " + duration({0.0, 0.001, 0.01, 0.01, 0.3}),
        "chip slowness " + duration({0.02, 0.5, 1.0, 3.0})};
+   for (char const* name : {"red", "blue"}) {
+      commands.push_back(words({"feature-directory", name, "add"}));
+   }
    for (std::string const& subIntf : subInterfaces_) {
       if (chance(0.7)) {
          commands.push_back("encapsulation " + subIntf + " " + any(outerTags_));
@@ -176,10 +201,15 @@ std::vector<std::string> History::opening() {
    return commands;
 }
 
-std::vector<std::string> History::closing() const {
+std::vector<std::string> History::closing() {
    std::vector<std::string> commands{"chip well"};
    for (std::string const& unit : units_) {
       commands.push_back("chip capacity " + unit + " none");
+   }
+   // Words that wait for a version are to be compared in some histories, to differ in others.
+   if (chance(0.7)) {
+      commands.insert(commands.end(),
+                      {"port-map-state valid", "tcam-key-version", "port-map-state version"});
    }
    commands.emplace_back("settle");
    return commands;
@@ -336,6 +366,56 @@ std::string History::set() {
 std::string History::rebuild() {
    return words({"rebuild", std::string(any(std::vector<std::string_view>(machineNames.begin(),
                                                                           machineNames.end())))});
+}
+
+std::string History::featureDirectory() {
+   return words({"feature-directory", any<std::string>({"red", "blue", "green"}),
+                 any<std::string>({"add", "add", "remove", "foreign"})});
+}
+
+// A directory, and an interface on a TCAM.
+std::string History::featureKey() {
+   std::string directory = any<std::string>({"red", "blue", "green"});
+   std::string tcam = chance(0.85) ? "own" : any(units_) + ":" + std::to_string(below(2));
+   return words({directory, any(bearers_), tcam, std::to_string(any<int>({1, 2, 3, 12}))});
+}
+
+std::string History::feature() {
+   // Most values fit their field.
+   uint64_t value = chance(0.9) ? below(32) : below(uint64_t{1} << 32);
+   return words({"feature", featureKey(), std::to_string(value)});
+}
+
+std::string History::withdrawFeature() {
+   return words({"withdraw-feature", featureKey()});
+}
+
+std::string History::tcamLayout() {
+   std::string text = words({"tcam-layout", any(units_) + ":" + std::to_string(below(2)),
+                             std::to_string(any<int>({1, 2, 3, 12}))});
+   return chance(0.2) ? words({text, "none"})
+                      : words({text, std::to_string(below(64)), std::to_string(1 + below(16))});
+}
+
+std::string History::tcamKeyVersion() {
+   return "tcam-key-version";
+}
+
+std::string History::portChannel() {
+   return words({"port-channel", any(portChannels_), chance(0.6) ? "add" : "remove"});
+}
+
+std::string History::untaggedVlan() {
+   return words({"untagged-vlan", chance(0.5) ? any(ports_) : any(portChannels_),
+                 chance(0.25) ? "none" : any(vlans_)});
+}
+
+std::string History::encapKind() {
+   return words({"encap-kind", any(subInterfaces_), any<std::string>({"0", "4"})});
+}
+
+std::string History::startFeaturesFresh() {
+   return "start-features-fresh";
 }
 
 } // namespace Agent

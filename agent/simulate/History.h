@@ -19,7 +19,7 @@ class History {
    std::vector<std::string> opening();
    std::string next();
    // What comes last: faults end, everything settles.
-   std::vector<std::string> closing() const;
+   std::vector<std::string> closing();
 
  private:
    struct Kind {
@@ -63,6 +63,17 @@ class History {
    std::string set();
    std::string rebuild();
 
+   std::string featureKey();
+   std::string featureDirectory();
+   std::string feature();
+   std::string withdrawFeature();
+   std::string tcamLayout();
+   std::string tcamKeyVersion();
+   std::string portChannel();
+   std::string untaggedVlan();
+   std::string encapKind();
+   std::string startFeaturesFresh();
+
    std::mt19937_64 random_;
    std::vector<Kind> kinds_;
    double weights_ = 0.0;
@@ -73,7 +84,9 @@ class History {
    std::vector<std::string> portChannels_;
    std::vector<std::string> subInterfaces_;
    std::vector<std::string> routed_;
-   std::vector<std::string> askers_; // whatever a feature may ask for
+   std::vector<std::string> askers_;  // whatever a feature may ask for
+   std::vector<std::string> bearers_; // whatever carries in-LIF features
+   std::vector<std::string> vlans_;
    std::vector<std::string> outerTags_;
    std::vector<std::string> domains_;
    std::vector<std::string> systemPorts_;
