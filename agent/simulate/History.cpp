@@ -377,7 +377,10 @@ std::string History::featureDirectory() {
 std::string History::featureKey() {
    std::string directory = any<std::string>({"red", "blue", "green"});
    std::string tcam = chance(0.85) ? "own" : any(units_) + ":" + std::to_string(below(2));
-   return words({directory, any(bearers_), tcam, std::to_string(any<int>({1, 2, 3, 12}))});
+   std::string type = std::to_string(any<int>({1, 2, 3, 12}));
+   // One of them often, so that directories meet.
+   return chance(0.2) ? words({directory, bearers_.front(), "own", "1"})
+                      : words({directory, any(bearers_), tcam, type});
 }
 
 std::string History::feature() {

@@ -38,9 +38,13 @@ void check(Host& host, Arguments& arguments, std::ostream&) {
 } // namespace
 
 void addSimulateCommands(Registry& registry) {
-   registry.add({"rebuild", "merge|intake|isem|mapper|tunnel|vlan-domain",
-                 "a machine of the library goes and is built again on the same tables", true,
-                 rebuild});
+   std::string machines;
+   for (std::string_view name : machineNames) {
+      machines += (machines.empty() ? "" : ", ") + std::string(name);
+   }
+   registry.add({"rebuild", "MACHINE",
+                 "a machine of the library goes and is built again on the same tables: " + machines,
+                 true, rebuild});
    registry.add({"follow", "",
                  "keep an account of what the machines should do, for check; at the "
                  "start, before anything is asked for",
