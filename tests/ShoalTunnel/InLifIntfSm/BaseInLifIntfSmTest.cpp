@@ -211,6 +211,8 @@ TEST_F(BaseInLifDeathTest, BrokenInvariantsStopTheAgent) {
        failed("Plexus::VlanIntfId::isVlanIntfId( intfId )", "Ethernet1 is not a VlanIntfId"));
    EXPECT_DEATH(subIntfSm->doHandleRequest(key("Ethernet1.10", 1), true),
                 failed("inLifIntfCfg()->requestHas( lifIntfKey )", ""));
+   EXPECT_DEATH(portSm->doHandleRequest(key("Ethernet1", 1), true),
+                failed("inLifIntfCfg()->requestHas( lifIntfKey )", ""));
    ask("Ethernet1", 1, 1, 1);
    status->sysTcamIdDel(IntfId("Ethernet1"));
    EXPECT_DEATH(portMapChanged(), failed("sysTcamId != Hardware::Shoal::SystemTcamId()",
