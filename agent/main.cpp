@@ -97,6 +97,9 @@ int main(int argc, char** argv) {
    simulating->add_option("--seeds", simulation.seeds, "how many histories; 1 by default");
    simulating->add_option("--jobs", simulation.jobs, "histories at a time; 1 by default")
        ->check(CLI::Range(1, 256));
+   simulating
+       ->add_option("--first", simulation.first, "a command ahead of every history; repeatable")
+       ->allow_extra_args(false);
    simulating->add_option("--write", simulation.write,
                           "file for a failing history; simulate-SEED.scenario by default");
    std::string blipline;

@@ -23,11 +23,6 @@ InLifFeatureResponseSm::InLifFeatureResponseSm(Orv::Ptr<InLifIntfStatus const> i
    for (auto const& [key, response] : inLifIntfStatus_->responseIter()) {
       lifStatusResponseIs(response);
    }
-   for (auto const& [key, reactor] : lifStatusResponse_.walk()) {
-      if (!inLifIntfStatus_->responseHas(key)) {
-         lifStatusResponseDel(key);
-      }
-   }
 }
 
 void InLifFeatureResponseSm::handleInLifIntfStatus(InLifIntfKey const& key) {

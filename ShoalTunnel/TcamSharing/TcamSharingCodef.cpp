@@ -59,9 +59,6 @@ void TcamSharingCodef::handleInitialized() {
 
 void TcamSharingCodef::handleTcamSharingConfigIn(TcamSharingRequest const& request) {
    TRACE(8, "TcamSharingCodef::", __func__, ": request:", request);
-   if (!initialized_) {
-      return;
-   }
    Seconds start = Orv::System::currentTime();
    updatesSeenInc(1);
    TcamSharingPolicyId inStatus = tcamSharingConfigIn_->request(request);
@@ -90,9 +87,6 @@ void TcamSharingCodef::handleTcamSharingConfigIn(TcamSharingRequest const& reque
 
 uint32_t TcamSharingCodef::processBacklog(Seconds const& start) {
    TRACE(8, "TcamSharingCodef::processBacklog");
-   if (!initialized_) {
-      return 0;
-   }
    Seconds stop = start + backlogQuantum();
    uint32_t processed = 0;
    using Cursor = std::remove_cvref_t<decltype(backlogCollection())>::Cursor;

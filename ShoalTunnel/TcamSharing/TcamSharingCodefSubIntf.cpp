@@ -29,9 +29,6 @@ void TcamSharingCodef::handleSubIntfStatusDir(IntfId const& intfId) {
 }
 
 void TcamSharingCodef::subIntfStatusIs(Orv::Ptr<Interface::SubIntfStatus const> const& status) {
-   if (!initialized_) {
-      return;
-   }
    // A status that appears is watched from then on; its flag acts when it changes.
    subIntfStatus_.set(status->intfId(), Orv::make<OrvSubIntfStatus>(this, status));
 }
@@ -75,9 +72,6 @@ void TcamSharingCodef::handleInternalVlanChange(IntfId const& intfId) {
    bool add = intfVlanIdTable_->internalVlanId(intfId).value() != 0;
    // The class word of this line differs from the class's name, as operators know it.
    TRACE(8, "TcamSharingSm::", __func__, ": intfId: ", intfId, ", add:", add);
-   if (!initialized_) {
-      return;
-   }
    if (add) {
       for (TcamSharingRequest request : requestsOf(intfId)) {
          if (tcamSharingConfigIn_->requestHas(request)) {
@@ -130,9 +124,6 @@ void TcamSharingCodef::handleInternalVlanChange(IntfId const& intfId) {
 void TcamSharingCodef::handleDot1qEncapChange(IntfId const& subIntfId) {
    ORV_ASSERT(subIntfId != IntfId(), "subIntfId != Plexus::IntfId()");
    TRACE(8, "TcamSharingCodef::", __func__, ": intfId: ", subIntfId);
-   if (!initialized_) {
-      return;
-   }
    // A record without tags says what its absence says: the encapsulation is disabled.
    Dot1qEncap dot1qEncap = subIntfDot1qEncapChange_->dot1qEncap(subIntfId);
    bool add = !dot1qEncap.isZero();

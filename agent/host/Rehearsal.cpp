@@ -2,6 +2,7 @@
 
 #include "agent/command/Names.h"
 #include "agent/command/Registry.h"
+#include "agent/host/EndCopy.h"
 #include "platform/Orv/Exception.h"
 #include "platform/Orv/Failure.h"
 #include "platform/Trace/Trace.h"
@@ -111,7 +112,7 @@ std::string describe(Host const& host, Orv::Failure const& failure) {
 
 void reportFailure(Orv::Failure const& failure) {
    report(describe(*rehearsing, failure));
-   ::_exit(0);
+   endCopy();
 }
 
 [[noreturn]] void runChild(Host& host, std::function<void()> const& change) {
@@ -130,7 +131,7 @@ void reportFailure(Orv::Failure const& failure) {
    } catch (std::exception const&) {
       // The caller meets the same error.
    }
-   // Without flushing: what the parent has buffered is the parent's to write.
+   // Not endCopy: what went well runs again in the caller, and counts there.
    ::_exit(0);
 }
 

@@ -10,13 +10,14 @@ namespace Agent {
 
 namespace {
 
-Trial::Source drawn(Inventory const& inventory, uint64_t seed, uint64_t steps) {
+Trial::Source drawn(Inventory const& inventory, SimulateOptions const& options, uint64_t seed) {
    auto history = std::make_shared<History>(inventory, seed);
-   auto queue = std::make_shared<std::deque<std::string>>();
+   auto queue =
+       std::make_shared<std::deque<std::string>>(options.first.begin(), options.first.end());
    for (std::string const& command : history->opening()) {
       queue->push_back(command);
    }
-   return [history, queue, left = steps]() mutable -> std::optional<std::string> {
+   return [history, queue, left = options.steps]() mutable -> std::optional<std::string> {
       if (queue->empty() && left > 0) {
          queue->push_back(history->next());
          if (--left == 0) {
@@ -94,7 +95,7 @@ int simulate(Inventory const& inventory, SimulateOptions const& options, std::os
    Probes probes;
    for (uint64_t i = 0; i < options.seeds; ++i) {
       while (started < options.seeds && started < i + options.jobs) {
-         running.emplace_back(inventory, drawn(inventory, options.seed + started, options.steps),
+         running.emplace_back(inventory, drawn(inventory, options, options.seed + started),
                               options.prepare);
          ++started;
       }

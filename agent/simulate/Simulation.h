@@ -12,9 +12,10 @@ struct SimulateOptions {
    uint64_t seed = 1;
    uint64_t seeds = 1;
    uint64_t steps = 1000;
-   unsigned jobs = 1;      // histories at a time
-   std::string write;      // where a failing history goes; empty: simulate-SEED.scenario
-   Trial::Prepare prepare; // for tests: what goes wrong in each agent
+   unsigned jobs = 1;              // histories at a time
+   std::vector<std::string> first; // commands at the head of every history
+   std::string write;              // where a failing history goes; empty: simulate-SEED.scenario
+   Trial::Prepare prepare;         // for tests: what goes wrong in each agent
 };
 
 // 0, or 1 when a check failed; stops at the first seed that does. The same options print the same.

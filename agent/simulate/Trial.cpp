@@ -1,5 +1,6 @@
 #include "agent/simulate/Trial.h"
 
+#include "agent/host/EndCopy.h"
 #include "agent/host/ScenarioRunner.h"
 #include "agent/simulate/Auditor.h"
 #include "platform/Orv/Failure.h"
@@ -33,7 +34,7 @@ void report(char what, std::string const& text) {
 void reportStop(Orv::Failure const& failure) {
    report('F', std::string("the library stopped\tFailed(") + failure.condition + ") " +
                    failure.explanation);
-   ::_exit(0);
+   endCopy();
 }
 
 class Child {
@@ -118,7 +119,7 @@ class Child {
       child.reportProbes();
    }
    report('E', "");
-   ::_exit(0);
+   endCopy();
 }
 
 void read(TrialOutcome& outcome, bool& ended, std::string const& line) {

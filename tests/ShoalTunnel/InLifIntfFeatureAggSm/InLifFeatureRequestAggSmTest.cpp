@@ -142,5 +142,17 @@ TEST_F(AggregationTest, DirectoriesComeGoAndAreReplaced) {
    EXPECT_EQ(later->requests(), 2U);
 }
 
+TEST_F(AggregationTest, WithoutADirectoryNothingIsAskedFor) {
+   config->requestIs(port)->featureAggIs(Type::feature1, 1);
+   auto empty = inLifFeatureRequestAggSmFactory(nullptr, config);
+   EXPECT_EQ(empty->name(), "");
+   empty->handleRequest(InLifFeatureKey(port, Type::feature1));
+   EXPECT_FALSE(config->requestHas(port));
+   auto none = inLifFeatureRequestInputDirSmFactory(nullptr, config);
+   none->inLifFeatureRequestAggSmIs("acl", empty);
+   none->handleInput("acl");
+   EXPECT_EQ(none->inLifFeatureRequestAggSms(), 0U);
+}
+
 } // namespace
 } // namespace Hardware::ShoalTunnel

@@ -97,5 +97,23 @@ TEST_F(ResponseTest, ResponsesStandWhileTheStatusDoes) {
              InLifIntfKey());
 }
 
+TEST_F(ResponseTest, AMemberIsFollowedOnceAndUntilItIsGivenUp) {
+   request(1, {{Type::feature1, 10}});
+   handled(1, {{Type::feature1, 10}});
+   EXPECT_EQ(status->response(key)->orvType().name(),
+             "Hardware::ShoalTunnel::InLifIntfFeatureAggr");
+   auto reactor = sm->lifStatusResponse(key);
+   sm->lifStatusResponseIs(status->response(key));
+   EXPECT_EQ(sm->lifStatusResponse(key), reactor);
+   sm->lifStatusResponseIs(nullptr);
+   EXPECT_TRUE(sm->lifStatusResponseHas(InLifIntfKey())) << "it follows nothing";
+   EXPECT_EQ(sm->lifStatusResponses(), 2U);
+   sm->lifStatusResponseDelAll();
+   sm->lifStatusResponseDel(key);
+   EXPECT_EQ(sm->lifStatusResponses(), 0U);
+   handled(1, {{Type::feature1, 11}});
+   EXPECT_EQ(answers(), "");
+}
+
 } // namespace
 } // namespace Hardware::ShoalTunnel

@@ -72,6 +72,11 @@ TEST_F(BaseInLifTest, NothingHappensBeforeTheStart) {
    join("PortChannel1", "Ethernet2");
    portMapChanged();
    layoutChanged();
+   ask("Vlan6", 1, 1, 1);
+   later.handled->responseIs(key("Vlan6", 1));
+   withdraw("Vlan6", 1, 1);
+   EXPECT_TRUE(later.handled->responseHas(key("Vlan6", 1)));
+   later.handled->responseDelAll();
    EXPECT_EQ(later.handled->responses() + later.merged->lifFeatureAttrs(), 0U);
    later.vlans->lifFeatureAttrIs(IntfId("Ethernet2"), {}); // by an earlier machine
    text = Trace::traced([&] { later.start(); });
@@ -81,6 +86,46 @@ TEST_F(BaseInLifTest, NothingHappensBeforeTheStart) {
                                          keyText("Ethernet1", 1) + "\n"));
    EXPECT_EQ(later.answers(key("Vlan5", 1)), "feature1:1 ");
    EXPECT_EQ(InLifMachines::word(later.vlans, "Ethernet1"), 1U);
+}
+
+TEST_F(BaseInLifTest, AnAggregateIsFollowedOnceAndUntilItIsGivenUp) {
+   ask("Ethernet1.10", 1, 2, 5);
+   InLifIntfKey of = key("Ethernet1.10", 1);
+   auto reactor = subIntfSm->lifIntfCfg(of);
+   subIntfSm->lifIntfCfgIs(config->request(of));
+   EXPECT_EQ(subIntfSm->lifIntfCfg(of), reactor);
+   EXPECT_THROW(subIntfSm->newLifIntfCfg(nullptr), Orv::NullArgumentException);
+   EXPECT_TRUE(subIntfs->lifFeatureAttrHas(of));
+   subIntfSm->lifIntfCfgDelAll();
+   subIntfSm->lifIntfCfgDel(of);
+   EXPECT_EQ(subIntfSm->lifIntfCfgs(), 0U);
+   ask("Ethernet1.10", 1, 2, 6);
+   EXPECT_FALSE(subIntfs->lifFeatureAttrHas(of));
+}
+
+TEST_F(BaseInLifTest, TheMergeNeedsNeitherSideAndHearsNothingBeforeItsStart) {
+   // Writes another port's word when the start clears what an earlier machine merged.
+   struct Meddler : Orv::Reactor<IntfId> {
+      explicit Meddler(DefaultLifFeatureConfig& side) : side_(side) {}
+      void handle(IntfId const&) override {
+         side_.lifFeatureAttrIs(IntfId("Ethernet2"), {2, 0, 0});
+      }
+      DefaultLifFeatureConfig& side_;
+   };
+   for (bool onPorts : {true, false}) {
+      auto side = Orv::make<DefaultLifFeatureConfig>();
+      auto both = Orv::make<DefaultLifFeatureConfig>();
+      both->lifFeatureAttrIs(IntfId("Ethernet1"), {1, 0, 0});
+      Meddler meddler(*side);
+      both->lifFeatureAttrCollection().watch(meddler);
+      Orv::Ptr<DefaultLifFeatureMergeSm> sm;
+      std::string text = Trace::traced([&] {
+         sm = DefaultLifFeatureMergeSmIs(onPorts ? side : nullptr, onPorts ? nullptr : side, both);
+      });
+      EXPECT_THAT(text, HasSubstr(": intfId: Ethernet2, not initialized yet\n"));
+      EXPECT_EQ(both->lifFeatureAttrs(), 1U);
+      EXPECT_EQ(word(both, "Ethernet2"), 2U);
+   }
 }
 
 TEST_F(BaseInLifTest, LayoutChangeShowsWithTheKeyVersion) {
@@ -165,6 +210,8 @@ TEST_F(BaseInLifDeathTest, BrokenInvariantsStopTheAgent) {
        vlanIdFromVlanIntfId(IntfId("Ethernet1")),
        failed("Plexus::VlanIntfId::isVlanIntfId( intfId )", "Ethernet1 is not a VlanIntfId"));
    EXPECT_DEATH(subIntfSm->doHandleRequest(key("Ethernet1.10", 1), true),
+                failed("inLifIntfCfg()->requestHas( lifIntfKey )", ""));
+   EXPECT_DEATH(portSm->doHandleRequest(key("Ethernet1", 1), true),
                 failed("inLifIntfCfg()->requestHas( lifIntfKey )", ""));
    ask("Ethernet1", 1, 1, 1);
    status->sysTcamIdDel(IntfId("Ethernet1"));

@@ -108,5 +108,33 @@ TEST_F(VlanInLifTest, WithoutAPortMapPortsOnlyLeave) {
    EXPECT_FALSE(vlanHas("Ethernet0")) << "a withdrawal is handled whatever the port map says";
 }
 
+TEST_F(VlanInLifTest, WithoutAMembershipPortsStandAlone) {
+   untag("Ethernet0", 10);
+   untag("PortChannel1", 10);
+   join("PortChannel1", "Ethernet1");
+   ask("Ethernet0", 1, 1, 1);
+   ask("Vlan10", 1, 2, 5);
+   auto words = Orv::make<DefaultLifFeatureConfig>();
+   auto own = Orv::make<InLifIntfStatus>();
+   auto alone =
+       vlanInLifIntfSmFactory(config, own, status, words, expanded, nullptr, InLifSwitch::vlans);
+   alone->handleInitialized();
+   EXPECT_EQ(word(words, "Ethernet0"), 0x51U);
+   EXPECT_EQ(words->lifFeatureAttrs(), 1U);
+   ask("Ethernet0", 1, 1, 2);
+   EXPECT_EQ(word(words, "Ethernet0"), 0x52U) << "what was spread at the start is followed";
+   // What an earlier machine wrote stays until the port map is whole.
+   status->portMapValidIs(false);
+   std::string text = Trace::traced([&] { alone->handlePortMapVersion(); });
+   EXPECT_THAT(text, HasSubstr("0 VlanInLifIntfSm:: portmap is not valid\n"));
+   alone = vlanInLifIntfSmFactory(config, own, status, words, expanded, nullptr, nullptr);
+   alone->handleInitialized();
+   EXPECT_EQ(word(words, "Ethernet0"), 0x52U);
+   alone->handleUntaggedVlan(IntfId("Ethernet0"));
+   status->portMapValidIs(true);
+   alone->handleInitialized();
+   EXPECT_EQ(words->lifFeatureAttrs(), 0U) << "without default VLANs no port is covered";
+}
+
 } // namespace
 } // namespace Hardware::ShoalTunnel

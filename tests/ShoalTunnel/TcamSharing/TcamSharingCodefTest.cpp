@@ -272,6 +272,67 @@ TEST_F(CodefTest, AnInterfaceCostsWhatItHasNotWhatOthersHave) {
    EXPECT_EQ(codef->backlogSize(), 3U);
 }
 
+// Takes the second request away as soon as anything becomes of the first.
+struct Companion : Orv::Reactor<TcamSharingRequest> {
+   Companion(Pipeline& of, TcamSharingRequest first, TcamSharingRequest second)
+       : of_(of), first_(first), second_(second) {}
+   void handle(TcamSharingRequest const& request) override {
+      if (request == first_) {
+         of_.output->requestDel(second_);
+         of_.common->tcamRequestToVlanTagToVsiKeyMappingDel(second_);
+         of_.merged->requestDel(second_);
+      }
+   }
+   Pipeline& of_;
+   TcamSharingRequest first_;
+   TcamSharingRequest second_;
+};
+
+TEST_F(CodefTest, WhatGoesWhileItsInterfaceIsWalkedIsPassedOver) {
+   uint64_t value = 0;
+   auto walk = [&](std::string const& intf, std::string const& step, auto&& change) {
+      TcamSharingRequest first = request(intf, 1);
+      TcamSharingRequest second = request(intf, 2);
+      merged->requestIs(first, policy(++value));
+      merged->requestIs(second, policy(value));
+      run();
+      Companion queued(*this, first, second);
+      Companion written(*this, first, second);
+      codef->backlogCollection().watch(queued);
+      output->requestCollection().watch(written);
+      std::string text = traced(change);
+      EXPECT_NE(text.find(step), std::string::npos) << step;
+      EXPECT_EQ(text.find(step), text.rfind(step)) << text;
+      EXPECT_FALSE(codef->backlog(second)) << step;
+   };
+   std::string const queues = "7 doProcessRetryEntry: processing retryEntry: ";
+   auto flag = statusDir->subIntfStatus(IntfId("Ethernet1.10"));
+   walk("Ethernet1.10", "del mapping for: ", [&] { flag->programInHwIs(false); });
+   walk("Ethernet1.10", queues, [&] { flag->programInHwIs(true); });
+   IntfId port("Ethernet1");
+   walk("Ethernet1", queues, [&] { vlans->internalVlanIdIs(port, VlanIdOrNone(300)); });
+   walk("Ethernet1", "deleting key: ", [&] { vlans->internalVlanIdDel(port); });
+   vlans->internalVlanIdIs(port, VlanIdOrNone(300));
+   walk("Ethernet1", "deleting key: ", [&] {
+      common->tcamRequestToIsemKeyMappingDelAll();
+      for (uint32_t unit : {1U, 2U}) {
+         common->tcamRequestToVlanTagToVsiKeyMappingIs(request("Ethernet1", unit));
+      }
+      vlans->internalVlanIdDel(port);
+   });
+   IntfId homeless("Ethernet9.10");
+   addSubIntf("Ethernet9.10", 10);
+   walk("Ethernet9.10", queues, [&] { encapChange->dot1qEncapIs(homeless, {30, 0}); });
+   walk("Ethernet9.10", "d-removing intf: ", [&] {
+      configDir->subIntfConfig(homeless)->dot1qEncapIs({});
+      encapChange->dot1qEncapDel(homeless);
+   });
+   walk("Ethernet9.10", "t-removing intf: ", [&] {
+      configDir->subIntfConfigDel(homeless);
+      encapChange->dot1qEncapIs(homeless, {});
+   });
+}
+
 TEST_F(CodefTest, StartQueuesWhatIsThereAndDropsOldStatuses) {
    stop();
    merged->requestIs(request("Ethernet1.10"), policy(5));
@@ -357,6 +418,7 @@ TEST(SelectorTest, EachSelectorWritesItsTables) {
    EXPECT_EQ(selector.getRequest(onPort), policy(0));
    EXPECT_EQ(tag->requests() + tunnel->requests(), 1U);
    EXPECT_EQ(TcamSharingSemSelector(nullptr).getRequest(onPort), policy(0));
+   EXPECT_EQ(TcamSharingInLifSelector(nullptr, tunnel).getRequest(onPort), policy(0));
 
    TcamSharingSelector plain;
    auto thrown = [](auto&& action) -> std::string {

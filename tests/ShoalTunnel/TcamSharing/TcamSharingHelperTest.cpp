@@ -23,6 +23,7 @@ class HelperTest : public Pipeline {
 };
 
 TEST_F(HelperTest, UnitsFallBackFromLiveToHelperToChanged) {
+   EXPECT_EQ(helper->orvType().name(), "Hardware::ShoalTunnel::TcamSharingHelper");
    IntfId gone("Ethernet9");
    EXPECT_EQ(helper->getFapIdForIntf(IntfId("Ethernet3")), FapId(2));
    EXPECT_EQ(helper->getFapIdForIntf(gone), FapId());
@@ -121,6 +122,9 @@ TEST_F(HelperTest, MapperKeys) {
    statusDir->subIntfStatus(IntfId("Ethernet1.10"))->encapKindIs(4);
    key = helper->getVlanTagToVsiMapperKeyForSubIntf(parent, request("Ethernet1.10"), {10, 0});
    EXPECT_EQ(static_cast<int>(key.fields().tagType), 3);
+   statusDir->subIntfStatusDel(IntfId("Ethernet1.10"));
+   key = helper->getVlanTagToVsiMapperKeyForSubIntf(parent, request("Ethernet1.10"), {10, 0});
+   EXPECT_EQ(key.fields().tagType, VlanTagType::dot1q) << "without a status as without a kind";
    try {
       helper->getVlanTagToVsiMapperKeyForSubIntf(parent, request("Ethernet1.10"), {8193, 0});
       ADD_FAILURE();

@@ -259,6 +259,7 @@ TEST_F(InLifTest, ARemovalThatIsNotRealIsNotSeenAndAMachineIsBuiltAgain) {
    answers(port(10));
    EXPECT_EQ(answer(port10), response(tcamSharingSuccess, 5));
    inLif->orvDoZombieReactors(false);
+   inLif->orvDoZombieReactors(false);
    answers(port(10));
    EXPECT_EQ(answer(port10), response(tcamSharingSuccess, 6));
 }

@@ -115,6 +115,22 @@ TEST_F(MergeTest, StartReplaysTheFeaturesAndClearsTheirStatuses) {
    EXPECT_EQ(rampartStatus->responses() + lumenStatus->responses() + aclStatus->responses(), 0U);
 }
 
+TEST_F(MergeTest, AFeatureThatIsNotThereAsksForNothing) {
+   merge = Orv::make<TcamSharingMergeSm>(nullptr, nullptr, nullptr, merged, aclStatus, lumenStatus,
+                                         rampartStatus, nullptr, status);
+   merged->requestIs(onLumen, policy(qos5 | label1));
+   merge->handleTcamSharingShoalRampartConfig(onLumen);
+   EXPECT_EQ(mergedValue(onLumen), qos5 | label1) << "nothing before the start";
+   merge->handleInitialized();
+   aclStatus->responseIs(onLumen, response(tcamSharingSuccess, qos5));
+   merge->handleTcamSharingStatus(onLumen);
+   EXPECT_EQ(aclStatus->responses(), 0U) << "no merged status, no answer";
+   merge->handleTcamSharingShoalAclConfig(onLumen);
+   EXPECT_EQ(mergedValue(onLumen), label1);
+   merge->handleTcamSharingShoalLumenConfig(onLumen);
+   EXPECT_FALSE(merged->requestHas(onLumen));
+}
+
 using MergeDeathTest = MergeTest;
 
 TEST_F(MergeDeathTest, FeaturesThatAskForFieldsOfOthersStopTheAgent) {
@@ -148,7 +164,7 @@ void withTheToggleOff(MergeTest&, std::function<bool()> const& check) {
    std::ofstream(directory + "/ShoalTcamLib.json") << "{\"DynamicISemData\": true}";
    sound = sound && !toggleDynamicISemDataEnabled();
    std::filesystem::remove_all(directory);
-   std::_Exit(sound ? 0 : 1);
+   std::exit(sound ? 0 : 1);
 }
 
 TEST_F(MergeDeathTest, WithTheToggleOffTheAclLabelIsNobodys) {

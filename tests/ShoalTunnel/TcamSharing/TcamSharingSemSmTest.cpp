@@ -248,7 +248,9 @@ TEST_F(SemTest, BookkeepingOutlivesTheMachine) {
    sem->orvDoZombieReactors(true);
    ok(shared);
    EXPECT_EQ(pendingOf(shared, true), 1U) << "torn down: no handler is called";
-   sem->orvDoZombieReactors(false);
+   for (int times = 0; times < 2; ++times) {
+      sem->orvDoZombieReactors(false);
+   }
    sem = nullptr;
    sem = Orv::make<TcamSharingSemSm>(status, output, mergedStatus, helper, table, tableStatus,
                                      common);
@@ -260,6 +262,13 @@ TEST_F(SemTest, BookkeepingOutlivesTheMachine) {
    run();
    gone(shared);
    EXPECT_EQ(mergedStatus->responses(), 0U);
+   // Without tables to follow.
+   sem = Orv::make<TcamSharingSemSm>(status, nullptr, mergedStatus, helper, table, nullptr, common);
+   sem->orvDoZombieReactors(true);
+   sem->orvDoZombieReactors(false);
+   ask("Ethernet1.10", 6);
+   run();
+   EXPECT_EQ(table->configs() + mergedStatus->responses(), 0U);
 }
 
 TEST_F(SemTest, RangesOfTheKey) {
@@ -357,6 +366,13 @@ TEST(TypesTest, RequestsEntriesAndPolicies) {
    auto mapping = common->tcamRequestToVlanTagToVsiKeyMappingIs(low);
    EXPECT_EQ(common->tcamRequestToVlanTagToVsiKeyMappingIs(low), mapping);
    EXPECT_EQ(mapping->request(), low);
+   auto type = [](auto const& entity) { return entity->orvType().name(); };
+   std::string space = "Hardware::ShoalTunnel::";
+   EXPECT_EQ(type(mapping), space + "TcamRequestToVlanTagToVsiKeyMapping");
+   EXPECT_EQ(type(Orv::make<TcamSharingCommonBase>("")), space + "TcamSharingCommonBase");
+   auto sem = Orv::make<TcamSharingSemCommon>("sem");
+   EXPECT_EQ(type(sem->semToRequestIs({})), space + "SemToRequestMapping");
+   EXPECT_EQ(type(sem->pendingSemWriteIs({})), space + "TcamSharingPendingSemWrite");
    std::ostringstream text;
    text << five << PendingSemWriteKey{AradSemKeyAndFap(), true};
    EXPECT_EQ(
