@@ -50,6 +50,8 @@ class DefaultLifShadow {
    InLifIntfKey laidOver(IntfId port) const;
    void followPort(IntfId port);
    void updateVlanWord(IntfId port);
+   // The key's features are in the port's words, or would be after a fresh start.
+   bool leadsTo(InLifIntfKey key, IntfId port) const;
    bool comparable(IntfId port) const;
    void compareWords(Findings& findings, char const* check, std::map<IntfId, Word> const& words,
                      Orv::Ptr<Hardware::ShoalTunnel::DefaultLifFeatureConfig> const& fresh) const;

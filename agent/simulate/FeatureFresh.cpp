@@ -8,7 +8,7 @@ namespace Agent {
 using namespace Hardware::ShoalTunnel;
 
 bool FeatureShadow::unanswered(InLifIntfKey key) const {
-   if (mixed(key)) {
+   if (isMixed(key)) {
       return true;
    }
    return !Plexus::SubIntfId::isSubIntfId(key.intfId()) &&
@@ -19,7 +19,7 @@ void FeatureShadow::compareFresh(Findings& findings, FeaturePipeline const& fres
    compareAsked(findings, fresh);
    compareAnswers(findings, fresh);
    for (auto const& [key, word] : subIntfWords_) {
-      if (mixed(key) || word.stale()) {
+      if (isMixed(key) || word.stale()) {
          probes_.hit("end: a sub-interface's word with a past");
          continue;
       }
@@ -30,7 +30,7 @@ void FeatureShadow::compareFresh(Findings& findings, FeaturePipeline const& fres
       }
    }
    for (auto const& [key, word] : fresh.subIntfWords->lifFeatureAttrIter()) {
-      if (!mixed(key) && !subIntfWords_.contains(key)) {
+      if (!isMixed(key) && !subIntfWords_.contains(key)) {
          findings.add("as after a fresh start, words", key, " has none, fresh ", word);
       }
    }
@@ -91,36 +91,34 @@ void FeatureShadow::compareAnswers(Findings& findings, FeaturePipeline const& fr
    }
 }
 
+bool DefaultLifShadow::leadsTo(InLifIntfKey key, IntfId port) const {
+   if (Plexus::SubIntfId::isSubIntfId(key.intfId())) {
+      return false;
+   }
+   if (Plexus::VlanIntfId::isVlanIntfId(key.intfId())) {
+      return key.intfId().fields().vlanId == vlanNow(port).value() &&
+             key.tcamId() == world().shoalStatus->sysTcamId(port);
+   }
+   auto ports = covered(key);
+   return std::find(ports.begin(), ports.end(), port) != ports.end();
+}
+
 // One request and one VLAN at most lead to the port's words, both handled and from one directory.
 bool DefaultLifShadow::comparable(IntfId port) const {
    if (marked_.contains(port) || !portMapValid()) {
       return false;
    }
-   int ways = 0;
-   int vlans = 0;
-   Vlan vlan = vlanNow(port);
+   int ways[] = {0, 0};
    for (auto const& [key, asked] : features_.asked()) {
-      if (Plexus::SubIntfId::isSubIntfId(key.intfId())) {
-         continue;
-      }
-      if (Plexus::VlanIntfId::isVlanIntfId(key.intfId())) {
-         if (key.intfId().fields().vlanId != vlan.value() ||
-             key.tcamId() != world().shoalStatus->sysTcamId(port)) {
-            continue;
+      if (leadsTo(key, port)) {
+         if (unanswered_.contains(key) ||
+             ++ways[Plexus::VlanIntfId::isVlanIntfId(key.intfId())] > 1) {
+            return false;
          }
-         ++vlans;
-      } else {
-         auto ports = covered(key);
-         if (std::find(ports.begin(), ports.end(), port) == ports.end()) {
-            continue;
-         }
-         ++ways;
-      }
-      if (features_.mixed(key) || unanswered_.contains(key)) {
-         return false;
       }
    }
-   return ways <= 1 && vlans <= 1;
+   return std::none_of(features_.mixed().begin(), features_.mixed().end(),
+                       [&](InLifFeatureKey key) { return leadsTo(key.intfKey(), port); });
 }
 
 void DefaultLifShadow::compareWords(Findings& findings, char const* check,

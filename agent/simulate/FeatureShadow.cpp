@@ -232,7 +232,7 @@ void FeatureShadow::handleFreshStart() {
    }
 }
 
-bool FeatureShadow::mixed(InLifIntfKey key) const {
+bool FeatureShadow::isMixed(InLifIntfKey key) const {
    return std::any_of(mixed_.begin(), mixed_.end(),
                       [&](InLifFeatureKey each) { return each.intfKey() == key; });
 }

@@ -81,8 +81,9 @@ class FeatureShadow {
    std::vector<InLifIntfKey> const& order() const { return order_; }
    // A key was handled: its status follows what is asked, and so do its answers.
    void respond(InLifIntfKey key);
-   // The key's features depend on more than the directories that stand.
-   bool mixed(InLifIntfKey key) const;
+   // Features that depend on more than the directories that stand: asked for by two at some time,
+   // or left by one that went.
+   std::set<InLifFeatureKey> const& mixed() const { return mixed_; }
 
  private:
    struct Answer {
@@ -96,6 +97,7 @@ class FeatureShadow {
    bool askedElsewhere(Orv::Name const& name, InLifFeatureKey key) const;
    void compareAsked(Findings& findings, FeaturePipeline const& fresh) const;
    void compareAnswers(Findings& findings, FeaturePipeline const& fresh) const;
+   bool isMixed(InLifIntfKey key) const;
    // What was handled of the key may differ from a fresh start.
    bool unanswered(InLifIntfKey key) const;
 
@@ -107,7 +109,6 @@ class FeatureShadow {
    std::map<InLifIntfKey, Asked> handled_;
    std::map<InLifFeatureKey, Answer> answers_;
    std::map<InLifIntfKey, Word> subIntfWords_;
-   // Asked for by two directories at some time, or left by one that went.
    std::set<InLifFeatureKey> mixed_;
    bool gathering_ = false; // nobody handles keys yet
    std::unique_ptr<DefaultLifShadow> defaultLifs_;

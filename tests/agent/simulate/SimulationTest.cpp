@@ -97,8 +97,8 @@ class Liar {
 TEST(SimulationTest, APlantedFaultIsFoundShrunkAndReplayed) {
    std::vector<std::unique_ptr<Liar>> liars;
    SimulateOptions options;
-   options.seeds = 20;
-   options.steps = 400;
+   options.seeds = 50;
+   options.steps = 60;
    options.write = temporary("simulation-scenario");
    options.prepare = [&](Host& host) { liars.push_back(std::make_unique<Liar>(host)); };
    std::ostringstream out;
