@@ -94,6 +94,12 @@ class Liar {
    Orv::ReactorFor<&Liar::handleOutput> orvOutput_;
 };
 
+TEST(SimulationTest, AnInventoryWithoutUnitsIsAnError) {
+   std::ostringstream out;
+   EXPECT_EQ(simulate(parseInventory("{}", "test"), {}, out), 1);
+   EXPECT_EQ(out.str(), "the inventory has no unit: nothing can happen there\n");
+}
+
 TEST(SimulationTest, APlantedFaultIsFoundShrunkAndReplayed) {
    std::vector<std::unique_ptr<Liar>> liars;
    SimulateOptions options;
