@@ -120,5 +120,8 @@ int main(int argc, char** argv) {
    } catch (Agent::InventoryError const& error) {
       std::cerr << error.what() << "\n";
       return usageError;
+   } catch (std::exception const& error) {
+      std::cerr << "shoal-agent: error: " << error.what() << "\n";
+      return 1;
    }
 }

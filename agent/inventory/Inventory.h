@@ -28,7 +28,7 @@ struct InventoryPort {
    uint32_t core;
    uint32_t corePort;
    uint32_t unitPort;   // 0 to 255, unique on the unit
-   uint32_t systemPort; // 0 to 16383
+   uint32_t systemPort; // 0 to 16383, unique; 16384: none left
    uint32_t vlanDomain; // 1 to 254, unique on the unit; 0: none left
    std::string alias;
    uint64_t speed; // Mb/s, 0 when unknown

@@ -13,6 +13,7 @@ constexpr uint32_t mostUnit = 2047;
 constexpr uint32_t mostSystemPort = 16383;
 constexpr uint32_t mostDomain = 254;
 constexpr uint32_t mostVlan = 4094;
+constexpr std::size_t longestName = 255;
 
 std::string withSlashes(std::string key) {
    std::replace(key.begin(), key.end(), '|', '/');
@@ -36,7 +37,7 @@ void InventoryBuilder::build() {
    }
    vlans_ = configuredVlans();
    for (std::size_t i = 0; i < inventory_.units.size(); ++i) {
-      buildUnit({&inventory_.units[i], file_.units()[i].tables, {}, {}, {}, {}});
+      buildUnit({&inventory_.units[i], unitTables_[i], {}, {}, {}, {}});
    }
    numberSystemPorts();
    inventory_.indexNames();
@@ -62,17 +63,22 @@ void InventoryBuilder::buildUnits() {
       ids.push_back(id);
    }
    uint32_t next = 0;
+   std::set<std::string> unitNames;
    for (std::size_t i = 0; i < ids.size(); ++i) {
       while (!ids[i] && !taken.insert(next).second) {
          ++next;
       }
       uint32_t id = ids[i].value_or(next);
-      std::string const& key = file_.units()[i].key;
+      auto const& [key, tables] = file_.units()[i];
+      std::string name = key.empty() ? "unit0" : withSlashes(key);
       if (id > mostUnit) {
-         file_.report("-", key, "no unit id is left");
-         id = mostUnit;
+         file_.report("-", key, "no unit id is left for it, left out");
+      } else if (!unitNames.insert(name).second) {
+         file_.report("-", key, name + " is the name of another unit, left out");
+      } else {
+         inventory_.units.push_back({id, key, name});
+         unitTables_.push_back(tables);
       }
-      inventory_.units.push_back({id, key, key.empty() ? "unit0" : withSlashes(key)});
    }
 }
 
@@ -178,7 +184,8 @@ bool InventoryBuilder::usable(std::string const& table, std::string const& name)
       file_.report(table, name, "L3Flood is reserved for flood entries, left out");
       return false;
    }
-   if (name.empty() || name.find_first_of("/ \t\"#*?") != std::string::npos) {
+   if (name.empty() || name.size() > longestName ||
+       name.find_first_of("/ \t\"#*?") != std::string::npos) {
       file_.report(table, name, "is no name of an interface, left out");
       return false;
    }
@@ -193,6 +200,10 @@ void InventoryBuilder::buildPorts(UnitNames& names) {
       }
       if (longName(row.key) != row.key) {
          file_.report("PORT", row.key, "is a short name, left out");
+         continue;
+      }
+      if (!row.key.starts_with("Ethernet")) {
+         file_.report("PORT", row.key, "is no name of a port, left out");
          continue;
       }
       InventoryPort port{uniqueName(names, row.key),
@@ -260,7 +271,7 @@ void InventoryBuilder::buildPortChannels(UnitNames& names) {
       if (!usable("PORTCHANNEL", row.key)) {
          continue;
       }
-      if (!row.key.starts_with("PortChannel")) {
+      if (!row.key.starts_with("PortChannel") || parseSubInterface(row.key)) {
          file_.report("PORTCHANNEL", row.key, "is no name of a port-channel, left out");
          continue;
       }
@@ -334,7 +345,7 @@ void InventoryBuilder::numberSystemPorts() {
       if (next > mostSystemPort) {
          file_.report("PORT", port.name, "no system port is left for it");
       }
-      port.systemPort = std::min(next, mostSystemPort);
+      port.systemPort = std::min(next, mostSystemPort + 1);
    }
 }
 

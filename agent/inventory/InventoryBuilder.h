@@ -59,6 +59,7 @@ class InventoryBuilder {
 
    ConfigFile& file_;
    Inventory& inventory_;
+   std::vector<ConfigJson const*> unitTables_;               // of the inventory's units
    std::unordered_map<std::string, SystemPort> systemPorts_; // by "unit key|port"
    std::set<uint32_t> systemPortIds_;
    std::vector<std::size_t> unnumbered_; // ports without a system port of their own

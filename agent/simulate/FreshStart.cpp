@@ -1,12 +1,27 @@
 // Compares an agent with one that is started fresh on the same world and the same requests.
 #include "agent/simulate/Auditor.h"
 #include "platform/ShoalTcam/TcamDbStatusInterface.h"
+#include "platform/Trace/Trace.h"
+
+#include <utility>
 
 namespace Agent {
 
 using namespace Hardware::ShoalTunnel;
 
 namespace {
+
+// The trace is that of the agent that is checked.
+class Untraced {
+ public:
+   Untraced() = default;
+   Untraced(Untraced const&) = delete;
+   Untraced& operator=(Untraced const&) = delete;
+   ~Untraced() { Trace::enabledLevels = levels_; }
+
+ private:
+   uint32_t levels_ = std::exchange(Trace::enabledLevels, 0);
+};
 
 void copySubInterfaces(World const& from, World& to) {
    for (auto const& [subIntf, config] : to.subIntfConfigDir->subIntfConfigIter()) {
@@ -15,8 +30,10 @@ void copySubInterfaces(World const& from, World& to) {
          to.subIntfStatusDir->subIntfStatusDel(subIntf);
       } else {
          config->dot1qEncapIs(from.subIntfConfigDir->subIntfConfig(subIntf)->dot1qEncap());
-         to.subIntfStatusDir->subIntfStatus(subIntf)->programInHwIs(
-             from.subIntfStatusDir->subIntfStatus(subIntf)->programInHw());
+         auto status = from.subIntfStatusDir->subIntfStatus(subIntf);
+         auto copy = to.subIntfStatusDir->subIntfStatus(subIntf);
+         copy->programInHwIs(status->programInHw());
+         copy->encapKindIs(status->encapKind());
       }
    }
    for (auto const& [subIntf, tags] : from.dynSubIntfEncap->dot1qEncapIter()) {
@@ -155,6 +172,7 @@ void copyUnits(World const& from, World& to) {
 
 Findings Auditor::compareFresh() const {
    Findings findings;
+   Untraced untraced;
    Host fresh = freshHost(host_.world().inventory());
    copyUnits(host_.world(), fresh.world());
    copyPorts(host_.world(), fresh.world());

@@ -88,6 +88,10 @@ TrialOutcome shrink(Inventory const& inventory, TrialOutcome failing,
 }
 
 int simulate(Inventory const& inventory, SimulateOptions const& options, std::ostream& out) {
+   if (inventory.units.empty()) {
+      out << "the inventory has no unit: nothing can happen there\n";
+      return 1;
+   }
    std::deque<Trial> running;
    uint64_t started = 0;
    uint64_t carriedOut = 0;

@@ -55,8 +55,10 @@ void World::fill() {
          vlanDomainStatus->portTunnelDataIs(
              place, PortTunnelData{VlanDomain(static_cast<uint8_t>(port.vlanDomain))});
       }
-      shoalStatus->sysPhyPortIdIs(intf, SystemPhyPortId(port.systemPort));
-      portMapIs(intf, place);
+      if (port.systemPort != SystemPhyPortId::null) {
+         shoalStatus->sysPhyPortIdIs(intf, SystemPhyPortId(port.systemPort));
+         portMapIs(intf, place);
+      }
    }
    for (auto const& lag : inventory_.portChannels) {
       fillPortChannel(lag);

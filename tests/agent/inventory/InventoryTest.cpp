@@ -1,9 +1,12 @@
 #include "agent/inventory/InterfaceName.h"
+
+#include "agent/host/Host.h"
 #include "agent/inventory/InventoryReader.h"
 
 #include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <map>
 #include <set>
 
 namespace Agent {
@@ -137,8 +140,8 @@ TEST(InventoryTest, WhatIsMissingOrContradictoryIsReportedAndTheRestLoads) {
    Inventory inventory = parseInventory(R"({
      "DEVICE_METADATA": {"localhost": {"switch_id": 3000}},
      "PORT": {"Ethernet0": {}, "Ethernet4": {"speed": "fast"}, "Ethernet8": {}, "Ethernet8-L3Flood": {}, "Eth12": {},
-              "Ethernet0": {}},
-     "PORTCHANNEL": {"PortChannel1": {}, "PortChannel0001": {}, "Lag": {}},
+              "Ethernet0": {}, "PortChannel1": {}, "Vlan10": {}},
+     "PORTCHANNEL": {"PortChannel1": {}, "PortChannel0001": {}, "PortChannel1.5": {}, "Lag": {}},
      "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}, "PortChannel0001|Ethernet0": {},
                             "PortChannel1|Ethernet99": {}, "PortChannel7|Ethernet4": {}, "x": {}},
      "VLAN": {"Vlan10": {"vlanid": "11"}, "Vlan4094": {}, "Vlan5000": {}, "Vlan4092": {}},
@@ -156,8 +159,11 @@ TEST(InventoryTest, WhatIsMissingOrContradictoryIsReportedAndTheRestLoads) {
        "DEVICE_METADATA localhost: switch_id 3000 is above 2047, left out",
        "PORT Eth12: is a short name, left out",
        "PORT Ethernet4: speed is no number, left out",
+       "PORT PortChannel1: is no name of a port, left out",
+       "PORT Vlan10: is no name of a port, left out",
        "PORT Ethernet8-L3Flood: L3Flood is reserved for flood entries, left out",
        "PORTCHANNEL Lag: is no name of a port-channel, left out",
+       "PORTCHANNEL PortChannel1.5: is no name of a port-channel, left out",
        "PORTCHANNEL_MEMBER PortChannel1|Ethernet0: Ethernet0 is a member of PortChannel0001",
        "PORTCHANNEL_MEMBER PortChannel1|Ethernet99: there is no port Ethernet99",
        "PORTCHANNEL_MEMBER PortChannel7|Ethernet4: there is no port-channel PortChannel7",
@@ -214,6 +220,30 @@ TEST(InventoryTest, PlacesAreUniqueAlsoWhereTheFileRepeatsThem) {
    EXPECT_EQ(places.size(), 256U);
    EXPECT_EQ(domains.size(), 254U);
    EXPECT_EQ(inventory.diagnostics.size(), 300U - 256 + 256 - 254);
+}
+
+TEST(InventoryTest, WhatFindsNoRoomInTheChassisIsLeftOutAndTheSwitchIsBuilt) {
+   // 2051 units for 2048 ids, "u|0" named like "u/0", 63 * 256 + 1983 ports for 16384 system ports.
+   std::string units = R"("u/0": {"PORT": {}})";
+   for (int i = 0; i < 2050; ++i) {
+      std::string ports = "\"Ethernet" + std::string(400, '.') + "\": {}";
+      for (int j = 0; j < (i < 64 ? 256 : 1); ++j) {
+         ports += ",\"Ethernet" + std::to_string(j) + "\": {}";
+      }
+      units += ",\"u|" + std::to_string(i) + "\": {\"PORT\": {" + ports + "}}";
+   }
+   Inventory inventory = parseInventory("{" + units + "}", "f");
+   EXPECT_EQ(inventory.units.size(), 2047U);
+   std::map<std::string, int> reports;
+   for (auto const& each : inventory.diagnostics) {
+      ++reports[each.text];
+   }
+   EXPECT_EQ(reports["no unit id is left for it, left out"], 3);
+   EXPECT_EQ(reports["u/0 is the name of another unit, left out"], 1);
+   EXPECT_EQ(reports["no system port is left for it"], 63 * 256 + 1983 - 16384);
+   EXPECT_EQ(reports["is no name of an interface, left out"], 2046);
+   Host host(std::move(inventory));
+   EXPECT_EQ(host.world().shoalStatus->sysPhyPortIds(), 16384U);
 }
 
 TEST(InventoryTest, TheExampleIsClean) {

@@ -94,6 +94,23 @@ class Liar {
    Orv::ReactorFor<&Liar::handleOutput> orvOutput_;
 };
 
+TEST(SimulationTest, AnInventoryWithoutUnitsIsAnError) {
+   std::ostringstream out;
+   EXPECT_EQ(simulate(parseInventory("{}", "test"), {}, out), 1);
+   EXPECT_EQ(out.str(), "the inventory has no unit: nothing can happen there\n");
+}
+
+TEST(SimulationTest, AFreshAgentStartsOnTheSameWorldAndStaysOutOfTheTrace) {
+   Host host(chassis());
+   std::ostringstream printed;
+   std::istringstream scenario("follow\nrequest acl u/1/PortChannel3.1 own 9\n"
+                               "encap-kind u/1/PortChannel3.1 4\nsettle\ntrace text all on\n"
+                               "check fresh\ntrace text all off\n");
+   testing::internal::CaptureStderr();
+   EXPECT_EQ(ScenarioRunner(host, printed, printed, {}).run(scenario, "s"), 0) << printed.str();
+   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 TEST(SimulationTest, APlantedFaultIsFoundShrunkAndReplayed) {
    std::vector<std::unique_ptr<Liar>> liars;
    SimulateOptions options;
