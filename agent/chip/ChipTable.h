@@ -14,6 +14,7 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <set>
 
 namespace Agent {
 
@@ -71,6 +72,7 @@ class ChipTable {
       heldBack_.clear();
       entries_.clear();
       lastAnswers_.clear();
+      lost_.clear();
       askForNext();
       status_->statusDelAll();
    }
@@ -104,6 +106,8 @@ class ChipTable {
       return std::any_of(heldBack_.begin(), heldBack_.end(),
                          [&](Answer const& answer) { return answer.key == key; });
    }
+   // The answer to the key's last write was lost.
+   bool isLost(Key key) const { return lost_.contains(key); }
    struct LastAnswer {
       Seconds at;
       Outcome outcome;
@@ -133,8 +137,10 @@ class ChipTable {
       // The chip works in order and at once; only its answers are late, lost or out of order.
       answer.outcome = program(answer);
       if (faults_.suffers(Fault::lose, T::kind, unit)) {
+         lost_.insert(key);
          return;
       }
+      lost_.erase(key);
       if (T::defers && answer.written && faults_.suffers(Fault::defer, T::kind, unit)) {
          Answer first = answer;
          first.outcome = Outcome::inProgress;
@@ -224,6 +230,7 @@ class ChipTable {
    std::vector<Answer> heldBack_;  // answered in reverse when the run of reordered ones ends
    std::map<Key, Data> entries_;
    std::map<Key, LastAnswer> lastAnswers_;
+   std::set<Key> lost_;
    ChipCounters counters_;
 
    Timer timer_;

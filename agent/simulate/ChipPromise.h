@@ -23,7 +23,7 @@ void checkChip(Findings& findings, Probes& probes, ChipTable<T> const& chip,
          probes.hit("rule: held back by the chip, or lost in its restart");
       } else if (last->outcome == Outcome::refused || last->outcome == Outcome::full) {
          probes.hit("rule: refused, and not retried");
-      } else if (last->outcome == Outcome::removed || !answered(key, value)) {
+      } else if (last->outcome == Outcome::removed || chip.isLost(key) || !answered(key, value)) {
          probes.hit("rule: the last write was not answered, or not carried out last");
       } else {
          findings.add("the chip holds what is configured", key, " should carry ", value);
