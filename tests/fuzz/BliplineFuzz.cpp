@@ -1,13 +1,13 @@
 // Any bytes as a Blipline file: words, or an error.
 #include "platform/Trace/BliplineReader.h"
 
-#include <sstream>
+#include <ostream>
 #include <string>
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
    try {
-      std::ostringstream words;
-      Trace::printBlipline(std::string(reinterpret_cast<char const*>(data), size), words);
+      std::ostream nowhere(nullptr);
+      Trace::printBlipline(std::string(reinterpret_cast<char const*>(data), size), nowhere);
    } catch (Trace::BliplineError const&) {
       // As it should be.
    }
