@@ -102,6 +102,11 @@ int main(int argc, char** argv) {
        ->allow_extra_args(false);
    simulating->add_option("--write", simulation.write,
                           "file for a failing history; simulate-SEED.scenario by default");
+   simulating->add_option("--write-refused", simulation.writeRefused,
+                          "file for the numbers of the commands that were refused");
+   simulating->add_option("--refused", simulation.refused,
+                          "such a file of the same histories: they are left out, and the rest is "
+                          "not rehearsed (faster under sanitizers)");
    std::string blipline;
    auto* decoding = app.add_subcommand("decode", "print a Blipline file in words");
    decoding->add_option("FILE", blipline, "Blipline file")->required();

@@ -50,7 +50,7 @@ void ScenarioRunner::runCommand(std::vector<std::string> words) {
       Arguments arguments(words);
       command->run(host_, arguments, out);
    };
-   if (command->changes) {
+   if (command->changes && options_.rehearse) {
       rehearse(host_, [&] {
          std::ostringstream dropped;
          carryOut(dropped);

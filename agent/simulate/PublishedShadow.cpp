@@ -12,6 +12,7 @@ std::optional<VlanDomain> PublishedShadow::domainAt(Place place) const {
 void PublishedShadow::handleGone() {
    seenAt_.clear();
    placeOf_.clear();
+   elsewhere_.clear();
    handleVersion();
 }
 
@@ -29,6 +30,7 @@ void PublishedShadow::handleVersion() {
       }
       if (auto domain = domainAt(place)) {
          domains_[port] = *domain;
+         elsewhere_.erase(port);
       }
       seenAt_[place] = port;
       placeOf_[port] = place;
@@ -49,6 +51,7 @@ void PublishedShadow::handleSystemPort(IntfId port) {
       probes_.hit("published: port loses its place");
       return;
    }
+   elsewhere_.erase(port);
    if (auto domain = domainAt(place)) {
       domains_[port] = *domain;
    } else {
@@ -72,12 +75,21 @@ void PublishedShadow::handleDomain(Place place) {
    auto port = seenAt_.find(place);
    if (port == seenAt_.end()) {
       probes_.hit("published: domain of nobody's place");
-   } else if (auto domain = domainAt(place)) {
+      return;
+   }
+   if (auto domain = domainAt(place)) {
       domains_[port->second] = *domain;
       probes_.hit("published: domain changes");
    } else {
       domains_.erase(port->second);
       probes_.hit("published: domain goes");
+   }
+   // A walk does not take leave of the place that a port had before.
+   if (placeOf_[port->second] == place) {
+      elsewhere_.erase(port->second);
+   } else {
+      probes_.hit("rule: a domain of the place that a port had before a walk");
+      elsewhere_.insert(port->second);
    }
 }
 
@@ -92,7 +104,8 @@ void PublishedShadow::compare(Findings& findings, bool settled) const {
 
 bool PublishedShadow::plain(IntfId port) const {
    auto place = placeOf_.find(port);
-   if (place == placeOf_.end() || host_.world().placeOf(port) != place->second) {
+   if (place == placeOf_.end() || elsewhere_.contains(port) ||
+       host_.world().placeOf(port) != place->second) {
       return false;
    }
    auto seen = seenAt_.find(place->second);

@@ -35,6 +35,8 @@ class PublishedShadow {
    // What the machine remembers: who was seen last on a place, and where each port was seen last.
    std::map<Place, IntfId> seenAt_;
    std::map<IntfId, Place> placeOf_;
+   // Ports whose domain was set last by the news of another place than theirs.
+   std::set<IntfId> elsewhere_;
 };
 
 } // namespace Agent

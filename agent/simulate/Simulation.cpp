@@ -1,6 +1,7 @@
 #include "agent/simulate/Simulation.h"
 
 #include "agent/simulate/History.h"
+#include "agent/simulate/Refusals.h"
 
 #include <deque>
 #include <fstream>
@@ -31,6 +32,18 @@ Trial::Source drawn(Inventory const& inventory, SimulateOptions const& options, 
       }
       std::string command = queue->front();
       queue->pop_front();
+      return command;
+   };
+}
+
+// The same without the commands of these numbers.
+Trial::Source without(std::set<uint64_t> const& left, Trial::Source source) {
+   return [left, source = std::move(source), number = uint64_t{0}]() mutable {
+      auto command = source();
+      for (; command && left.contains(number); ++number) {
+         command = source();
+      }
+      ++number;
       return command;
    };
 }
@@ -96,17 +109,26 @@ int simulate(Inventory const& inventory, SimulateOptions const& options, std::os
    uint64_t started = 0;
    uint64_t carriedOut = 0;
    uint64_t refused = 0;
+   std::optional<Refusals> known;
+   if (!options.refused.empty()) {
+      known = Refusals::read(options.refused);
+   }
+   Refusals refusals;
    Probes probes;
    for (uint64_t i = 0; i < options.seeds; ++i) {
       while (started < options.seeds && started < i + options.jobs) {
-         running.emplace_back(inventory, drawn(inventory, options, options.seed + started),
-                              options.prepare);
-         ++started;
+         uint64_t seed = options.seed + started++;
+         auto source = drawn(inventory, options, seed);
+         running.emplace_back(
+             inventory,
+             known ? without(known->history(seed, options.steps), std::move(source)) : source,
+             options.prepare, !known);
       }
       TrialOutcome outcome = running.front().outcome();
       running.pop_front();
       carriedOut += outcome.carriedOut.size();
-      refused += outcome.refused;
+      refused += outcome.refused.size();
+      refusals.historyIs(options.seed + i, options.steps, outcome.refused);
       for (auto const& [name, count] : outcome.probes.counts()) {
          probes.hit(name, count);
       }
@@ -118,6 +140,9 @@ int simulate(Inventory const& inventory, SimulateOptions const& options, std::os
          writeScenario(options, seed, shrink(inventory, std::move(outcome), options.prepare), out);
          return 1;
       }
+   }
+   if (!options.writeRefused.empty()) {
+      refusals.write(options.writeRefused);
    }
    out << options.seeds << " seeds from " << options.seed << ", " << options.steps
        << " steps each: " << carriedOut << " commands carried out, " << refused

@@ -39,8 +39,9 @@ void reportStop(Orv::Failure const& failure) {
 
 class Child {
  public:
-   Child(Inventory const& inventory, Trial::Prepare const& prepare)
-       : host_(inventory), runner_(host_, output_, errors_, {}) {
+   Child(Inventory const& inventory, Trial::Prepare const& prepare, bool rehearse)
+       : host_(inventory), runner_(host_, output_, errors_, {.rehearse = rehearse}),
+         rehearses_(rehearse) {
       if (prepare) {
          prepare(host_);
       }
@@ -53,8 +54,10 @@ class Child {
       // An invariant that fails outside a rehearsal stops the agent: that is a finding, too.
       Orv::failureHookIs(reportStop);
       if (!runner_.runLine(command, "history", 1)) {
-         report('R', errors_.str().substr(0, errors_.str().find('\n')));
-         return true;
+         std::string error = errors_.str().substr(0, errors_.str().find('\n'));
+         report(rehearses_ ? 'R' : 'F',
+                (rehearses_ ? "" : "another history than the known one\t") + error);
+         return rehearses_;
       }
       report('C', command);
       settled_ = command == "settle" && host_.quiet() && output_.str().empty();
@@ -98,13 +101,14 @@ class Child {
    std::ostringstream output_;
    std::ostringstream errors_;
    ScenarioRunner runner_;
+   bool rehearses_;
    bool settled_ = false; // by the last command
 };
 
 [[noreturn]] void runChild(Inventory const& inventory, Trial::Source const& source,
-                           Trial::Prepare const& prepare) {
+                           Trial::Prepare const& prepare, bool rehearse) {
    {
-      Child child(inventory, prepare);
+      Child child(inventory, prepare, rehearse);
       bool sound = true;
       while (sound) {
          auto command = source();
@@ -130,7 +134,7 @@ void read(TrialOutcome& outcome, bool& ended, std::string const& line) {
       outcome.carriedOut.push_back(text);
       break;
    case 'R':
-      ++outcome.refused;
+      outcome.refused.insert(outcome.carriedOut.size() + outcome.refused.size());
       outcome.probes.hit(text.find("(invariant ") != std::string::npos
                              ? "history: refused, would stop the library"
                              : "history: refused");
@@ -152,7 +156,8 @@ void read(TrialOutcome& outcome, bool& ended, std::string const& line) {
 
 } // namespace
 
-Trial::Trial(Inventory const& inventory, Source const& source, Prepare const& prepare) {
+Trial::Trial(Inventory const& inventory, Source const& source, Prepare const& prepare,
+             bool rehearse) {
    int ends[2];
    if (::pipe(ends) != 0) {
       throw std::runtime_error("no pipe for a trial");
@@ -163,7 +168,7 @@ Trial::Trial(Inventory const& inventory, Source const& source, Prepare const& pr
    if (child_ == 0) {
       ::close(ends[0]);
       reportTo = ends[1];
-      runChild(inventory, source, prepare);
+      runChild(inventory, source, prepare, rehearse);
    }
    ::close(ends[1]);
    results_ = ends[0];

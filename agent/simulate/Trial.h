@@ -8,13 +8,14 @@
 
 #include <functional>
 #include <optional>
+#include <set>
 #include <sys/types.h>
 
 namespace Agent {
 
 struct TrialOutcome {
    std::vector<std::string> carriedOut; // commands that were accepted, in order
-   uint64_t refused = 0;
+   std::set<uint64_t> refused;          // the others, by their number among all
    Probes probes;
    // The check that failed, or how the agent ended; and the command that shows it in a scenario.
    std::optional<Finding> failure;
@@ -28,8 +29,10 @@ class Trial {
    // Called on each new agent, before any command.
    using Prepare = std::function<void(Host&)>;
 
-   // Starts the process; `source` is asked there.
-   Trial(Inventory const& inventory, Source const& source, Prepare const& prepare);
+   // Starts the process; `source` is asked there. Unrehearsed: the commands were all accepted
+   // before, in this order.
+   Trial(Inventory const& inventory, Source const& source, Prepare const& prepare,
+         bool rehearse = true);
    Trial(Trial&& other) noexcept;
    Trial& operator=(Trial&&) = delete;
    ~Trial();
