@@ -115,6 +115,8 @@ void MapperShadow::checkWaiting(Findings& findings, TcamSharingRequest request) 
       probes_.hit("rule: answers are forgotten when the intake restarts");
    } else if (entriesOf(request).empty()) {
       probes_.hit("rule: no member on the unit");
+   } else if (robbed_.contains(request)) {
+      probes_.hit("rule: an older clearing's answer took the answer");
    } else {
       findings.add("answered or waiting", request, " is neither");
    }
@@ -186,6 +188,7 @@ void TunnelShadow::checkWaiting(Findings& findings, TcamSharingRequest request) 
               Facts::lowBits(pipeline_.tunnelOutput->request(request)) == 0) {
       probes_.hit("rule: a tunnel entry without data stays, and is not written again");
    } else if (!last || last->outcome == Outcome::inProgress || last->outcome == Outcome::removed ||
+              chip_.isLost(key) || chip_.isHeldBack(key) ||
               pipeline_.tunnelStatus->status(key).inLifAdditionalData !=
                   config_.at(key).inLifAdditionalData) {
       probes_.hit("rule: the answer was lost");

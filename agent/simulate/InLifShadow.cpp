@@ -40,6 +40,7 @@ void MapperShadow::handleOutput(TcamSharingRequest request) {
    }
    TcamSharingPolicyId policy = pipeline_.tagOutput->request(request);
    late_.erase(request);
+   robbed_.erase(request);
    if (policy.empty()) {
       confirmed_.erase(request);
       answers_.responses.erase(request);
@@ -158,6 +159,10 @@ void MapperShadow::answer(TcamSharingEntry const& entry, uint64_t data) {
    }
    if (success && data == 0) {
       probes_.hit("mapper: clearing answered");
+      if (!entry.policyId().empty()) {
+         // Of an entry that is gone since: an older one's, out of order.
+         robbed_.insert(entry.request());
+      }
       answers_.responses.erase(entry.request());
       return;
    }

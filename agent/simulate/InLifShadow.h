@@ -43,6 +43,8 @@ class MapperShadow {
    std::map<VlanTagToVsiMapperKey, uint64_t> data_; // of every entry
    // A write of theirs was answered after they were withdrawn.
    std::set<TcamSharingRequest> late_;
+   // An older clearing's answer took theirs.
+   std::set<TcamSharingRequest> robbed_;
    // Who changed an entry's data last; nobody while it is as the world made it.
    std::map<VlanTagToVsiMapperKey, TcamSharingRequest> lastWriter_;
    std::map<VlanTagToVsiMapperKey, TcamSharingEntry> pending_;

@@ -126,6 +126,7 @@ constexpr std::string_view names[] = {
     "rule: an older answer only lowered the count",
     "rule: answers are forgotten when the intake restarts",
     "rule: no member on the unit",
+    "rule: an older clearing's answer took the answer",
     "rule: the removal's answer was lost",
     "rule: a tunnel entry without data outlives its withdrawal",
     "rule: a tunnel entry without data stays, and is not written again",
