@@ -267,8 +267,11 @@ void Auditor::comparePublished(Findings& findings, Host const& fresh) const {
       FapId published = host_.intfToFapIdStatus()->intfToFap(port);
       auto domain = host_.intfToVlanDomainStatus()->vlanDomain(port);
       auto freshDomain = fresh.intfToVlanDomainStatus()->vlanDomain(port);
-      bool came = host_.intfToFapIdStatus()->intfToFapHas(port);
-      if (came ? published != unit : domain.value() == 0) {
+      // One that was gone at a walk and came back to its place has its domain, if there is one, and
+      // gets its unit with the next walk.
+      if (!host_.intfToFapIdStatus()->intfToFapHas(port)) {
+         probes_.hit("rule: a port that came back has no unit before the next walk");
+      } else if (published != unit) {
          findings.add("as after a fresh start, units", port, " is on ", published, ", fresh on ",
                       unit);
       }

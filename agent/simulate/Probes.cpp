@@ -139,6 +139,7 @@ constexpr std::string_view names[] = {
     "rule: an earlier removal's answer took the answer",
     "rule: another write's answer came after the withdrawal",
     "rule: a port moved without news",
+    "rule: a port that came back has no unit before the next walk",
     "rule: a domain of the place that a port had before a walk",
     "rule: a directory that went leaves its features",
     "rule: two directories ask for one feature",

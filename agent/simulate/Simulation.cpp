@@ -77,6 +77,12 @@ TrialOutcome shrink(Inventory const& inventory, TrialOutcome failing,
                     Trial::Prepare const& prepare) {
    constexpr int mostTrials = 2000;
    int trials = 0;
+   auto fails = [&](TrialOutcome const& outcome) {
+      return outcome.failure && outcome.failure->check == failing.failure->check;
+   };
+   if (!fails(Trial(inventory, listed(failing.carriedOut), prepare).outcome())) {
+      return failing; // not by its commands alone
+   }
    for (std::size_t size = std::max<std::size_t>(1, failing.carriedOut.size() / 2);;) {
       bool shrunk = false;
       // From the end: what comes last depends on what came before, not the other way.
@@ -86,8 +92,7 @@ TrialOutcome shrink(Inventory const& inventory, TrialOutcome failing,
          fewer.erase(fewer.begin() + static_cast<std::ptrdiff_t>(begin),
                      fewer.begin() + static_cast<std::ptrdiff_t>(end));
          TrialOutcome outcome = Trial(inventory, listed(fewer), prepare).outcome();
-         if (outcome.failure && outcome.failure->check == failing.failure->check &&
-             outcome.carriedOut.size() < failing.carriedOut.size()) {
+         if (fails(outcome) && outcome.carriedOut.size() < failing.carriedOut.size()) {
             failing = std::move(outcome);
             shrunk = true;
          }

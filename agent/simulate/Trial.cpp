@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 namespace Agent {
 
@@ -53,13 +54,14 @@ class Child {
       errors_.str("");
       // An invariant that fails outside a rehearsal stops the agent: that is a finding, too.
       Orv::failureHookIs(reportStop);
+      report('T', command);
       if (!runner_.runLine(command, "history", 1)) {
          std::string error = errors_.str().substr(0, errors_.str().find('\n'));
          report(rehearses_ ? 'R' : 'F',
                 (rehearses_ ? "" : "another history than the known one\t") + error);
          return rehearses_;
       }
-      report('C', command);
+      report('C', "");
       settled_ = command == "settle" && host_.quiet() && output_.str().empty();
       auto* auditor = dynamic_cast<Auditor*>(host_.follower());
       if (auditor == nullptr) {
@@ -126,14 +128,19 @@ class Child {
    endCopy();
 }
 
-void read(TrialOutcome& outcome, bool& ended, std::string const& line) {
+// `trying`: the command that has neither ended well nor been refused yet.
+void read(TrialOutcome& outcome, std::string& trying, bool& ended, std::string const& line) {
    std::string text = line.substr(1);
    auto tab = text.find('\t');
    switch (line.front()) {
+   case 'T':
+      trying = text;
+      break;
    case 'C':
-      outcome.carriedOut.push_back(text);
+      outcome.carriedOut.push_back(std::exchange(trying, ""));
       break;
    case 'R':
+      trying.clear();
       outcome.refused.insert(outcome.carriedOut.size() + outcome.refused.size());
       outcome.probes.hit(text.find("(invariant ") != std::string::npos
                              ? "history: refused, would stop the library"
@@ -192,6 +199,7 @@ Trial::~Trial() {
 TrialOutcome Trial::outcome() {
    TrialOutcome outcome;
    std::string pending;
+   std::string trying;
    bool ended = false;
    char buffer[65536];
    for (ssize_t got = 1; got != 0;) {
@@ -202,7 +210,7 @@ TrialOutcome Trial::outcome() {
       pending.append(buffer, got > 0 ? static_cast<std::size_t>(got) : 0);
       std::size_t from = 0;
       for (std::size_t end; (end = pending.find('\n', from)) != std::string::npos; from = end + 1) {
-         read(outcome, ended, pending.substr(from, end - from));
+         read(outcome, trying, ended, pending.substr(from, end - from));
       }
       pending.erase(0, from);
    }
@@ -216,6 +224,9 @@ TrialOutcome Trial::outcome() {
           Finding{"the agent ended", WIFSIGNALED(status)
                                          ? "by signal " + std::to_string(WTERMSIG(status))
                                          : "with code " + std::to_string(WEXITSTATUS(status))};
+   }
+   if (!trying.empty()) {
+      outcome.carriedOut.push_back(trying); // the one that it failed in
    }
    return outcome;
 }
