@@ -53,11 +53,14 @@ void VlanInLifIntfSm::handleInitialized() {
    }
    BaseInLifIntfSm::handleInitialized();
    if (shoalStatus()->portMapValid()) {
-      // What an earlier machine wrote and this one does not ask for.
-      for (auto const& [phyIntf, word] : defaultVlanLifFeatureCfg_->lifFeatureAttrIter()) {
-         if (!wordKey_.has(phyIntf)) {
-            defaultVlanLifFeatureCfg_->lifFeatureAttrDel(phyIntf);
-         }
+      doRemoveLeftWords();
+   }
+}
+
+void VlanInLifIntfSm::doRemoveLeftWords() {
+   for (auto const& [phyIntf, word] : defaultVlanLifFeatureCfg_->lifFeatureAttrIter()) {
+      if (!wordKey_.has(phyIntf)) {
+         defaultVlanLifFeatureCfg_->lifFeatureAttrDel(phyIntf);
       }
    }
 }
@@ -164,6 +167,7 @@ void VlanInLifIntfSm::handlePortMapVersion() {
    for (auto const& [phyIntf, vlan] : vlan_.walk()) {
       doUpdateWord(phyIntf);
    }
+   doRemoveLeftWords();
    for (InLifIntfKey key : vlanKeys) {
       doUpdateResponse(key);
    }

@@ -76,6 +76,8 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm,
    void doFollowVlan(Plexus::IntfId phyIntf);
    void doUpdatePort(Plexus::IntfId phyIntf);
    void doUpdateWord(Plexus::IntfId phyIntf);
+   // What an earlier machine wrote and this one does not ask for.
+   void doRemoveLeftWords();
    void doHandlePortFeatures(InLifIntfKey const& key);
 
    Orv::Ptr<DefaultLifFeatureConfig> defaultVlanLifFeatureCfg_;

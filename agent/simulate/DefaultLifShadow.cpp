@@ -213,6 +213,7 @@ void DefaultLifShadow::handlePortMapVersion() {
    for (auto const& [port, vlan] : std::map(vlan_)) {
       updateVlanWord(port);
    }
+   std::erase_if(vlanWords_, [&](auto const& each) { return !vlanKey_.contains(each.first); });
 }
 
 void DefaultLifShadow::handleFreshStart() {
