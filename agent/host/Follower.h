@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <string>
 #include <string_view>
 
 namespace Agent {
@@ -46,6 +47,10 @@ class Follower {
    virtual void handleBuilt(Machine machine, SharingPipeline* pipeline) = 0;
    // All machines of in-LIF features stand again, on empty tables.
    virtual void handleFeaturesFresh() = 0;
+   // The library stops by this invariant just now, and has to.
+   virtual bool stopsBy(std::string_view condition) const = 0;
+   // The rehearsal of a change ended in a way that had no reason; the change was refused.
+   virtual void handleUnexplained(std::string const& reason) = 0;
 };
 
 } // namespace Agent

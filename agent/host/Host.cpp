@@ -118,14 +118,17 @@ bool Host::settle(Seconds limit) {
       limit = std::max(limit, 3.0 * pipeline->codef->retryTimeInterval());
    }
    Seconds end = time_.peek() + limit;
-   for (int quietPasses = 0; quietPasses < 2;) {
+   auto moves = [&] {
       while (busy() && !timers_.idle() && timers_.next() <= end) {
          time_.advanceTo(timers_.next());
          timers_.runDue();
       }
-      if (busy()) {
-         return false;
-      }
+      return busy();
+   };
+   if (moves()) {
+      return false;
+   }
+   for (int quietPasses = 0; quietPasses < 2;) {
       // The next pass of every pipeline that has something to retry.
       Seconds pass = -1.0;
       for (SharingPipeline* pipeline : pipelines_) {
@@ -141,6 +144,9 @@ bool Host::settle(Seconds limit) {
          return false;
       }
       runUntil(pass);
+      if (moves()) {
+         return false;
+      }
       quietPasses = before == statusChanges_ ? quietPasses + 1 : 0;
    }
    return true;

@@ -8,7 +8,9 @@
 #include "platform/Trace/Trace.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,6 +21,7 @@ using namespace Hardware::ShoalTunnel;
 namespace {
 
 constexpr Seconds longestRehearsal = 1e6;
+constexpr rlim_t mostProcessorTime = 60; // seconds
 
 // In the child only: the failing host, and where to report.
 Host* rehearsing = nullptr;
@@ -110,24 +113,34 @@ std::string describe(Host const& host, Orv::Failure const& failure) {
    return text + " (invariant " + condition + ")";
 }
 
+// What a report begins with: whether somebody who follows the agent would have expected it.
+constexpr char explained = '+';
+constexpr char unexplained = '-';
+
 void reportFailure(Orv::Failure const& failure) {
-   report(describe(*rehearsing, failure));
+   Follower const* follower = rehearsing->follower();
+   bool due = follower == nullptr || follower->stopsBy(failure.condition);
+   report((due ? explained : unexplained) + describe(*rehearsing, failure));
    endCopy();
 }
 
 [[noreturn]] void runChild(Host& host, std::function<void()> const& change) {
    Trace::enabledLevels = 0;
    rehearsing = &host;
+   // Its own time: a child's begins at 0.
+   rlimit const limit{mostProcessorTime, mostProcessorTime + 1};
+   ::setrlimit(RLIMIT_CPU, &limit);
    Orv::failureHookIs(reportFailure);
    try {
       change();
       if (!host.settle(longestRehearsal)) {
-         report("what it brings about cannot be looked ahead: the system would still be moving "
-                "after " +
+         report(unexplained +
+                std::string("what it brings about cannot be looked ahead: the system would still be moving "
+                            "after ") +
                 std::to_string(static_cast<int>(longestRehearsal)) + " s");
       }
    } catch (Orv::RangeException const& error) {
-      report(std::string("it would leave a range: ") + error.what());
+      report(unexplained + std::string("it would leave a range: ") + error.what());
    } catch (std::exception const&) {
       // The caller meets the same error.
    }
@@ -165,12 +178,21 @@ void rehearse(Host& host, std::function<void()> const& change) {
    if (child < 0) {
       throw CommandError(std::string("cannot rehearse the command: ") + std::strerror(errno));
    }
-   if (reason.empty() && (!WIFEXITED(status) || WEXITSTATUS(status) != 0)) {
-      reason = "the rehearsal of this command ended abnormally";
+   if (WIFSIGNALED(status) && WTERMSIG(status) == SIGXCPU) {
+      reason = unexplained + std::string("what it brings about cannot be looked ahead: that takes "
+                                         "more than ") +
+               std::to_string(mostProcessorTime) + " s of processor time";
+   } else if (reason.empty() && (!WIFEXITED(status) || WEXITSTATUS(status) != 0)) {
+      reason = unexplained + std::string("the rehearsal of this command ended abnormally");
    }
-   if (!reason.empty()) {
-      throw CommandError(reason);
+   if (reason.empty()) {
+      return;
    }
+   std::string text = reason.substr(1);
+   if (reason.front() == unexplained && host.follower() != nullptr) {
+      host.follower()->handleUnexplained(text);
+   }
+   throw CommandError(text);
 }
 
 } // namespace Agent

@@ -245,6 +245,12 @@ void Auditor::handleBuilt(Machine machine, SharingPipeline* pipeline) {
 
 Findings Auditor::check(bool settled) const {
    Findings findings;
+   if (!unexplained_.empty()) {
+      findings.add("a change is refused for a reason", unexplained_);
+   }
+   for (std::string const& condition : probes_.stopsDue()) {
+      findings.add("the library stops where it has to", "it went on against ", condition);
+   }
    isemSide_.intake.compare(findings, settled);
    isem_.compare(findings);
    inLifSide_.intake.compare(findings, settled);

@@ -36,6 +36,12 @@ class Auditor : public Follower {
    void handleGone(Machine machine, SharingPipeline* pipeline) override;
    void handleBuilt(Machine machine, SharingPipeline* pipeline) override;
    void handleFeaturesFresh() override { features_.handleFreshStart(); }
+   bool stopsBy(std::string_view condition) const override {
+      return probes_.stopsDue().contains(condition);
+   }
+   void handleUnexplained(std::string const& reason) override { unexplained_ = reason; }
+   // How a rehearsal ended without a reason; empty: none did.
+   std::string const& unexplained() const { return unexplained_; }
 
  private:
    explicit Auditor(Host& host);
@@ -67,6 +73,7 @@ class Auditor : public Follower {
    void comparePublished(Findings& findings, Host const& fresh) const;
 
    Host& host_;
+   std::string unexplained_;
    mutable Probes probes_; // what a check leaves out is counted, too
    Facts facts_;
    Side isemSide_;

@@ -179,9 +179,15 @@ void DefaultLifShadow::handleTcam(IntfId port) {
 
 void DefaultLifShadow::handlePortMapVersion() {
    if (!portMapValid()) {
+      probes_.stopIsDue("shoalStatus()->portMapValid()");
       return;
    }
    probes_.hit("features: a new port map");
+   for (auto const& [port, word] : portWords_) {
+      if (world().shoalStatus->sysTcamId(port) == SystemTcamId()) {
+         probes_.stopIsDue("sysTcamId != Hardware::Shoal::SystemTcamId()");
+      }
+   }
    marked_.clear();
    std::set<IntfId> ports;
    std::set<InLifIntfKey> keys;

@@ -38,6 +38,10 @@ void MapperShadow::handleOutput(TcamSharingRequest request) {
    if (pipeline_.common->notARealDelete()) {
       return;
    }
+   if (facts_.world().shoalStatus->fapType(request.fapId()) == Hardware::Shoal::fapTypeArad) {
+      probes_.stopIsDue(
+          "shoalStatus()->fapType( request.fapId() ) != Hardware::Shoal::fapTypeArad()");
+   }
    TcamSharingPolicyId policy = pipeline_.tagOutput->request(request);
    late_.erase(request);
    robbed_.erase(request);

@@ -36,6 +36,9 @@ void IntakeShadow::handleFeature(Feature feature, TcamSharingRequest request) {
       }
       probes_.hit("merge: label");
    } else if (lumen) {
+      if ((asked & Facts::labelBits) != 0) {
+         probes_.stopIsDue("policyId.lumenAclLabel() == 0");
+      }
       merged = (merged & ~Facts::aclBits()) | (asked & Facts::aclBits());
       probes_.hit("merge: acl beside a label");
    } else {

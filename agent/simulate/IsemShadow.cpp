@@ -28,15 +28,17 @@ void IsemShadow::leave(TcamSharingRequest request, AradSemKeyAndFap key) {
 }
 
 void IsemShadow::remove(TcamSharingRequest request) {
+   auto mapped = mapping_.find(request);
    auto answer = answers_.responses.find(request);
    if (answer != answers_.responses.end() && answer->second.status == tcamSharingInProgress) {
       answers_.responses.erase(answer);
       probes_.hit("isem: withdrawn while in progress");
+   } else if (answer != answers_.responses.end() && mapped == mapping_.end()) {
+      probes_.stopIsDue("keyToDel != AradSemKeyAndFap()");
    } else if (answer != answers_.responses.end()) {
       probes_.hit(answer->second.status == tcamSharingFailed ? "isem: withdrawn after a refusal"
                                                              : "isem: withdrawn after success");
    }
-   auto mapped = mapping_.find(request);
    if (mapped == mapping_.end()) {
       probes_.hit("isem: withdrawn without an entry");
       return;
@@ -95,6 +97,9 @@ void IsemShadow::program(TcamSharingRequest request, TcamSharingPolicyId policy)
       probes_.hit("isem: moves to another entry");
       stories_[mapped->second].strayRemoval = true;
       leave(request, mapped->second);
+      if (users_.contains(mapped->second)) {
+         probes_.stopIsDue("tcamSharingCommon()->semToRequest( prevKey ) == NULL");
+      }
       config_.erase(mapped->second);
    }
    pending_[{*key, true}].push_back(entry);

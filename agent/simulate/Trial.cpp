@@ -32,9 +32,15 @@ void report(char what, std::string const& text) {
    }
 }
 
+// In the child: whose stop it is.
+Host const* tried = nullptr;
+
 void reportStop(Orv::Failure const& failure) {
-   report('F', std::string("the library stopped\tFailed(") + failure.condition + ") " +
-                   failure.explanation);
+   Follower const* follower = tried->follower();
+   bool due = follower != nullptr && follower->stopsBy(failure.condition);
+   report('F', std::string(due ? "the library stopped, as it has to\tFailed("
+                               : "the library stopped\tFailed(") +
+                   failure.condition + ") " + failure.explanation);
    endCopy();
 }
 
@@ -43,6 +49,7 @@ class Child {
    Child(Inventory const& inventory, Trial::Prepare const& prepare, bool rehearse)
        : host_(inventory), runner_(host_, output_, errors_, {.rehearse = rehearse}),
          rehearses_(rehearse) {
+      tried = &host_;
       if (prepare) {
          prepare(host_);
       }
@@ -57,12 +64,22 @@ class Child {
       report('T', command);
       if (!runner_.runLine(command, "history", 1)) {
          std::string error = errors_.str().substr(0, errors_.str().find('\n'));
+         auto* auditor = dynamic_cast<Auditor*>(host_.follower());
+         if (auditor != nullptr && !auditor->unexplained().empty()) {
+            return check("check");
+         }
          report(rehearses_ ? 'R' : 'F',
                 (rehearses_ ? "" : "another history than the known one\t") + error);
          return rehearses_;
       }
       report('C', "");
-      settled_ = command == "settle" && host_.quiet() && output_.str().empty();
+      settled_ = command == "settle";
+      if (settled_ && !(host_.quiet() && output_.str().empty())) {
+         report('F', "everything comes to rest\tit still moves, with " +
+                         std::to_string(host_.isem().codef->backlogSize()) + " and " +
+                         std::to_string(host_.inLif().codef->backlogSize()) + " requests queued");
+         return false;
+      }
       auto* auditor = dynamic_cast<Auditor*>(host_.follower());
       if (auditor == nullptr) {
          return true;
@@ -70,7 +87,7 @@ class Child {
       return check("check") && (!settled_ || check("check settled"));
    }
 
-   // At the end of a history.
+   // At the end of a history that ends in a settle.
    bool checkFresh() { return !settled_ || host_.follower() == nullptr || check("check fresh"); }
 
    bool check(std::string const& command) {
