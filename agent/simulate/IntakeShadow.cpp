@@ -1,10 +1,14 @@
 #include "agent/simulate/IntakeShadow.h"
 
+#include <algorithm>
+
 namespace Agent {
 
 using namespace Hardware::ShoalTunnel;
 
 namespace {
+
+constexpr Feature kinds[] = {Feature::acl, Feature::lumen, Feature::rampart};
 
 template<class T>
 void put(std::map<TcamSharingRequest, T>& table, TcamSharingRequest request, T value, bool there) {
@@ -29,10 +33,13 @@ void IntakeShadow::handleFeature(Feature feature, TcamSharingRequest request) {
    bool lumen = facts_.lumen(request.fapId());
    if (feature != Feature::acl) {
       merged = (merged & ~Facts::labelBits) | (asked & Facts::labelBits);
-      foreignIs(request, foreign_[request] & ~Facts::labelBits);
-      if (pipeline_.features.config(Feature::lumen)->requestHas(request) &&
-          pipeline_.features.config(Feature::rampart)->requestHas(request)) {
+      auto foreign = foreign_.find(request);
+      foreignIs(request, foreign == foreign_.end() ? 0 : foreign->second & ~Facts::labelBits);
+      auto other = feature == Feature::lumen ? Feature::rampart : Feature::lumen;
+      if (pipeline_.features.config(other)->requestHas(request)) {
          twoLabels_.insert(request);
+      } else {
+         twoLabels_.erase(request);
       }
       probes_.hit("merge: label");
    } else if (lumen) {
@@ -47,7 +54,7 @@ void IntakeShadow::handleFeature(Feature feature, TcamSharingRequest request) {
       probes_.hit("merge: acl alone");
    }
    put(merged_, request, TcamSharingPolicyId(merged), merged != 0);
-   put(mergedAsLumen_, request, lumen, merged != 0);
+   put(mergedAsLumen_, request, lumen, merged != 0 || isAsked(request));
 }
 
 void IntakeShadow::foreignIs(TcamSharingRequest request, uint64_t bits) {
@@ -57,7 +64,7 @@ void IntakeShadow::foreignIs(TcamSharingRequest request, uint64_t bits) {
 void IntakeShadow::handleMergeGone() {
    aclStatus_.clear();
    lumenStatus_.clear();
-   for (Feature feature : {Feature::acl, Feature::lumen, Feature::rampart}) {
+   for (Feature feature : kinds) {
       for (auto const& [request, policy] : pipeline_.features.config(feature)->requestIter()) {
          handleFeature(feature, request);
       }
@@ -108,6 +115,7 @@ void IntakeShadow::work(TcamSharingRequest request) {
    due_.erase(request);
    TcamSharingPolicyId wanted = in(merged_, request);
    TcamSharingPolicyId present = in(output_, request);
+   answers_.retries.erase({request, present});
    if (wanted.empty() && present.empty()) {
       probes_.hit("intake: came and went");
       answers_.responses.erase(request);
@@ -128,8 +136,14 @@ void IntakeShadow::handleOutput(TcamSharingRequest request) {
 }
 
 void IntakeShadow::handleRetryList(TcamSharingEntry const& entry) {
-   if (!pipeline_.commonBase->retryList(entry)) {
-      answers_.retries.erase(entry);
+   if (!pipeline_.commonBase->retryList(entry) && answers_.retries.erase(entry) != 0) {
+      // A retry pass, which queues what it takes out; what nobody asks for any more, it forgets.
+      if (merged_.contains(entry.request())) {
+         probes_.hit("intake: retried");
+         due_.insert(entry.request());
+      } else {
+         probes_.hit("intake: withdrawn before its retry");
+      }
    }
 }
 
@@ -313,30 +327,58 @@ bool IntakeShadow::folds(TcamSharingRequest request) const {
           !foreign_.contains(request) && !twoLabels_.contains(request);
 }
 
+bool IntakeShadow::isAsked(TcamSharingRequest request) const {
+   return std::any_of(std::begin(kinds), std::end(kinds), [&](Feature feature) {
+      return pipeline_.features.config(feature)->requestHas(request);
+   });
+}
+
 void IntakeShadow::compareFold(Findings& findings) const {
-   for (auto const& [request, merged] : merged_) {
+   std::set<TcamSharingRequest> requests;
+   for (Feature feature : kinds) {
+      for (auto const& [request, policy] : pipeline_.features.config(feature)->requestIter()) {
+         requests.insert(request);
+      }
+   }
+   for (auto const& [request, policy] : merged_) {
+      requests.insert(request);
+   }
+   for (TcamSharingRequest request : requests) {
+      TcamSharingPolicyId merged = in(merged_, request);
       bool lumen = facts_.lumen(request.fapId());
       if (mergedAsLumen_.at(request) != lumen) {
          probes_.hit("rule: the lookup type changed since the merge");
          continue;
       }
-      uint64_t acl = pipeline_.features.config(Feature::acl)->request(request).value();
-      uint64_t label = merged.value() & Facts::labelBits;
-      uint64_t owned = lumen ? Facts::aclBits() : ~0ULL;
-      if ((merged.value() & owned) != (acl & owned)) {
-         findings.add("merged is the fold", request, " is ", merged, ", acl asks for ", acl);
+      auto askedFor = [&](Feature feature) {
+         return pipeline_.features.config(feature)->request(request).value();
+      };
+      uint64_t acl = askedFor(Feature::acl);
+      if (!lumen) {
+         if (merged.value() != acl) {
+            findings.add("merged is the fold", request, " is ", merged, ", acl asks for ", acl);
+         }
+         continue;
       }
-      uint64_t lumenLabel = pipeline_.features.config(Feature::lumen)->request(request).value();
-      uint64_t rampartLabel = pipeline_.features.config(Feature::rampart)->request(request).value();
-      auto foreign = foreign_.find(request);
-      if (lumen && foreign != foreign_.end()) {
-         // They came when the unit had another lookup; now nobody owns them, or the label features.
+      // What came when the unit had another lookup: nobody owns it now, or the label features.
+      uint64_t foreign = foreign_.contains(request) ? foreign_.at(request) : 0;
+      if (foreign != 0) {
          probes_.hit("rule: bits of the acl feature from before the lumen lookup");
-      } else if (lumen && (merged.value() & ~owned & ~Facts::labelBits) != 0) {
-         findings.add("merged is the fold", request, " has bits that nobody owns");
-      } else if (lumen && label != 0 && label != (lumenLabel & Facts::labelBits) &&
-                 label != (rampartLabel & Facts::labelBits)) {
-         findings.add("merged is the fold", request, " has a label that nobody asks for");
+      }
+      uint64_t lumenLabel = askedFor(Feature::lumen) & Facts::labelBits;
+      uint64_t rampartLabel = askedFor(Feature::rampart) & Facts::labelBits;
+      std::set<uint64_t> labels{(foreign & Facts::labelBits) | lumenLabel | rampartLabel};
+      if (twoLabels_.contains(request)) {
+         // The last one that ran wins, also with a withdrawal.
+         bool both = lumenLabel != 0 && rampartLabel != 0;
+         labels = both ? std::set{lumenLabel, rampartLabel} : std::set<uint64_t>{0};
+         probes_.hit(both ? "merge: two labels" : "rule: a withdrawal takes the other's label");
+      }
+      uint64_t rest = (acl & Facts::aclBits()) | (foreign & ~Facts::labelBits);
+      if ((merged.value() & ~Facts::labelBits) != rest ||
+          !labels.contains(merged.value() & Facts::labelBits)) {
+         findings.add("merged is the fold", request, " is ", merged, ", acl asks for ", acl,
+                      ", lumen for ", lumenLabel, ", rampart for ", rampartLabel);
       }
    }
 }

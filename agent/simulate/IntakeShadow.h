@@ -38,6 +38,7 @@ class IntakeShadow {
  private:
    using Policies = std::map<TcamSharingRequest, TcamSharingPolicyId>;
    std::vector<TcamSharingRequest> asked(IntfId intf) const;
+   bool isAsked(TcamSharingRequest request) const;
    void work(TcamSharingRequest request);
    void foreignIs(TcamSharingRequest request, uint64_t bits);
    void takeOut(TcamSharingRequest request, TakenOut why);

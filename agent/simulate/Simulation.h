@@ -23,9 +23,9 @@ struct SimulateOptions {
 // 0, or 1 when a check failed; stops at the first seed that does. The same options print the same.
 int simulate(Inventory const& inventory, SimulateOptions const& options, std::ostream& out);
 
-// The fewest commands found, by leaving out what is not needed, that fail the same check as
-// `failing`.
-TrialOutcome shrink(Inventory const& inventory, TrialOutcome failing,
-                    Trial::Prepare const& prepare);
+// The fewest commands found, by leaving out what is not needed, that fail as `failing` does when
+// they are carried out like a scenario; none: they do not fail then.
+std::optional<TrialOutcome> shrink(Inventory const& inventory, TrialOutcome failing,
+                                   Trial::Prepare const& prepare);
 
 } // namespace Agent
