@@ -68,6 +68,14 @@ class ChipTable {
    // What the chip held and had not answered yet is gone, and so is the status. The configuration
    // stays; replay() writes it to the chip again.
    void restart() {
+      for (auto const* answers : {&unanswered_, &heldBack_}) {
+         for (Answer const& answer : *answers) {
+            disturbed_.insert(answer.key);
+         }
+      }
+      for (auto const& [key, last] : lastAnswers_) {
+         disturbed_.insert(key);
+      }
       unanswered_.clear();
       heldBack_.clear();
       entries_.clear();
@@ -108,6 +116,9 @@ class ChipTable {
    }
    // The answer to the key's last write was lost.
    bool isLost(Key key) const { return lost_.contains(key); }
+   // Of the key's writes, some answer was lost or came out of order, or its status went with a
+   // restart; at any time.
+   bool isDisturbed(Key key) const { return disturbed_.contains(key); }
    struct LastAnswer {
       Seconds at;
       Outcome outcome;
@@ -138,6 +149,7 @@ class ChipTable {
       answer.outcome = program(answer);
       if (faults_.suffers(Fault::lose, T::kind, unit)) {
          lost_.insert(key);
+         disturbed_.insert(key);
          return;
       }
       lost_.erase(key);
@@ -148,6 +160,7 @@ class ChipTable {
          answer.due += faults_.slowness();
       }
       if (faults_.suffers(Fault::slow, T::kind, unit)) {
+         disturbed_.insert(key);
          answer.due += faults_.slowness();
       }
       if (faults_.suffers(Fault::duplicate, T::kind, unit)) {
@@ -155,6 +168,7 @@ class ChipTable {
       }
       if (faults_.suffers(Fault::reorder, T::kind, unit)) {
          heldBack_.push_back(answer);
+         disturbed_.insert(key);
          return;
       }
       schedule(answer);
@@ -227,10 +241,11 @@ class ChipTable {
    UnitOf unitOf_;
    std::map<FapId, uint64_t> capacity_;
    std::deque<Answer> unanswered_; // in order of due time, then of writing
-   std::vector<Answer> heldBack_;  // answered in reverse when the run of reordered ones ends
+   std::deque<Answer> heldBack_;   // answered in reverse when the run of reordered ones ends
    std::map<Key, Data> entries_;
    std::map<Key, LastAnswer> lastAnswers_;
    std::set<Key> lost_;
+   std::set<Key> disturbed_;
    ChipCounters counters_;
 
    Timer timer_;

@@ -13,6 +13,11 @@ namespace Agent {
 template<class T, class V, class Data, class Answered>
 void checkChip(Findings& findings, Probes& probes, ChipTable<T> const& chip,
                std::map<typename T::Key, V> const& config, Data data, Answered answered) {
+   for (auto const& [key, held] : chip.entries()) {
+      if (!config.contains(key)) {
+         findings.add("the chip holds what is configured", key, " is not configured");
+      }
+   }
    for (auto const& [key, value] : config) {
       auto held = chip.held(key);
       auto last = chip.lastAnswer(key);

@@ -116,6 +116,7 @@ void IntakeShadow::work(TcamSharingRequest request) {
    TcamSharingPolicyId wanted = in(merged_, request);
    TcamSharingPolicyId present = in(output_, request);
    answers_.retries.erase({request, present});
+   answers_.unqueued.erase(request);
    if (wanted.empty() && present.empty()) {
       probes_.hit("intake: came and went");
       answers_.responses.erase(request);
@@ -230,6 +231,7 @@ void IntakeShadow::handleIntakeGone() {
       answers_.forgotten.insert(request);
    }
    for (TcamSharingRequest request : due_) {
+      answers_.unqueued.insert(request);
       if (!merged_.contains(request) && output_.contains(request)) {
          leftBehind_.insert(request);
          probes_.hit("intake: restart forgets a withdrawal");

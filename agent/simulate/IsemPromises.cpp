@@ -23,7 +23,7 @@ void IsemShadow::checkSettled(Findings& findings) const {
       checkWaiting(findings, request);
    }
    for (auto const& [request, response] : answers_.responses) {
-      if (!pipeline_.merged->requestHas(request)) {
+      if (!pipeline_.outputTable->requestHas(request)) {
          checkWithdrawn(findings, request);
       }
    }
@@ -38,6 +38,27 @@ void IsemShadow::checkSettled(Findings& findings) const {
          findings.add("nothing left behind", request, " still uses ", key);
       }
    }
+   for (auto const& [request, policy] : pipeline_.outputTable->requestIter()) {
+      if (!pipeline_.merged->requestHas(request)) {
+         probes_.hit("rule: a withdrawal forgotten when the intake restarted");
+      }
+   }
+   for (auto const& [key, payload] : config_) {
+      if (!users_.contains(key)) {
+         findings.add("a configured entry has users", key, " is nobody's");
+      }
+   }
+   for (TcamSharingRequest request : waiting_) {
+      if (answers_.retries.contains({request, pipeline_.outputTable->request(request)}) ||
+          !pipeline_.merged->requestHas(request)) {
+         continue;
+      }
+      if (answers_.unqueued.contains(request)) {
+         probes_.hit("rule: a retry forgotten when the intake restarted");
+      } else {
+         findings.add("what cannot be resolved is retried", request, " is not");
+      }
+   }
    for (auto const& [entry, waits] : answers_.retries) {
       if (facts_.resolves(entry.request()) || !pipeline_.merged->requestHas(entry.request())) {
          findings.add("only what cannot be resolved is retried", entry);
@@ -47,7 +68,15 @@ void IsemShadow::checkSettled(Findings& findings) const {
 
 void IsemShadow::checkSuccess(Findings& findings, TcamSharingRequest request,
                               TcamSharingPolicyId policy) const {
+   TcamSharingPolicyId wanted = pipeline_.outputTable->request(request);
+   if (wanted.empty()) {
+      return; // withdrawn or taken out: how it keeps its answer is checked elsewhere
+   }
    auto stands = standsOn_.find(request);
+   if (stands == standsOn_.end() && twoTags_.contains(request)) {
+      probes_.hit("rule: two tags leave an older answer");
+      return;
+   }
    if (stands == standsOn_.end()) {
       findings.add("success comes from hardware", request, " was never programmed");
       return;
@@ -57,11 +86,14 @@ void IsemShadow::checkSuccess(Findings& findings, TcamSharingRequest request,
       return;
    }
    auto story = stories_.find(stands->second);
-   if (pipeline_.outputTable->request(request) != policy) {
-      probes_.hit("rule: answered for an older policy");
+   bool disturbed = chip_.isDisturbed(stands->second);
+   if (wanted != policy && Facts::payload(wanted) == Facts::payload(policy)) {
+      probes_.hit("rule: answered for an older policy of the same payload");
+   } else if (wanted != policy && disturbed) {
+      probes_.hit("rule: answered for an older policy, behind a disturbed answer");
    } else if (twoTags_.contains(request)) {
       probes_.hit("rule: two tags leave an older answer");
-   } else if (story->second.lastWriter != request) {
+   } else if (story != stories_.end() && story->second.lastWriter != request) {
       probes_.hit("rule: a sharer wrote or removed the entry");
    } else {
       findings.add("success comes from hardware", request, " for ", policy, " on ", stands->second);
@@ -83,7 +115,7 @@ void IsemShadow::checkWaiting(Findings& findings, TcamSharingRequest request) co
    }
    if (twoTags_.contains(request)) {
       probes_.hit("rule: two tags are neither programmed nor answered");
-   } else if (pendingFor(request, true) || tangled_.contains(request)) {
+   } else if (auto key = pendingFor(request, true); key && chip_.isDisturbed(*key)) {
       probes_.hit("rule: the answer was lost");
    } else if (robbed_.contains(request)) {
       probes_.hit("rule: an earlier removal's answer took the answer");
@@ -95,12 +127,11 @@ void IsemShadow::checkWaiting(Findings& findings, TcamSharingRequest request) co
 }
 
 void IsemShadow::checkWithdrawn(Findings& findings, TcamSharingRequest request) const {
-   if (pendingFor(request, false)) {
+   auto key = pendingFor(request, false);
+   if (key && chip_.isDisturbed(*key)) {
       probes_.hit("rule: the removal's answer was lost");
-   } else if (tangled_.contains(request)) {
+   } else if (late_.contains(request)) {
       probes_.hit("rule: another write's answer came after the withdrawal");
-   } else if (pipeline_.outputTable->requestHas(request)) {
-      probes_.hit("rule: a withdrawal forgotten when the intake restarted");
    } else {
       findings.add("nothing left behind", request, " still has an answer");
    }
@@ -108,7 +139,8 @@ void IsemShadow::checkWithdrawn(Findings& findings, TcamSharingRequest request) 
 
 bool IsemShadow::plain(TcamSharingRequest request) const {
    auto stands = standsOn_.find(request);
-   if (stands == standsOn_.end() || tangled_.contains(request) || pendingFor(request, true)) {
+   if (stands == standsOn_.end() || pendingFor(request, true) ||
+       !stories_.contains(stands->second)) {
       return false;
    }
    Story const& story = stories_.at(stands->second);

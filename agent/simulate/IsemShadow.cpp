@@ -1,5 +1,7 @@
 #include "agent/simulate/IsemShadow.h"
 
+#include <algorithm>
+
 namespace Agent {
 
 using namespace Hardware::ShoalTunnel;
@@ -16,6 +18,8 @@ void IsemShadow::handleOutput(TcamSharingRequest request) {
       return;
    }
    TcamSharingPolicyId policy = pipeline_.outputTable->request(request);
+   late_.erase(request);
+   waiting_.erase(request);
    policy.empty() ? remove(request) : program(request, policy);
 }
 
@@ -27,7 +31,17 @@ void IsemShadow::leave(TcamSharingRequest request, AradSemKeyAndFap key) {
    }
 }
 
+void IsemShadow::maybeForget(AradSemKeyAndFap key) {
+   auto on = [key](auto const& each) { return each.second == key; };
+   if (!users_.contains(key) && !pending_.contains({key, true}) &&
+       !pending_.contains({key, false}) && !chip_.isDisturbed(key) &&
+       std::none_of(standsOn_.begin(), standsOn_.end(), on)) {
+      stories_.erase(key);
+   }
+}
+
 void IsemShadow::remove(TcamSharingRequest request) {
+   standsOn_.erase(request);
    auto mapped = mapping_.find(request);
    auto answer = answers_.responses.find(request);
    if (answer != answers_.responses.end() && answer->second.status == tcamSharingInProgress) {
@@ -45,10 +59,6 @@ void IsemShadow::remove(TcamSharingRequest request) {
    }
    AradSemKeyAndFap key = mapped->second;
    Story& story = stories_[key];
-   if (pendingFor(request, true) || pendingFor(request, false) || story.writers.size() > 1 ||
-       story.strayRemoval || story.strayAnswer || tangled_.contains(request)) {
-      tangled_.insert(request);
-   }
    story.writers.insert(request);
    story.lastWriter = request;
    mapping_.erase(mapped);
@@ -72,6 +82,7 @@ void IsemShadow::program(TcamSharingRequest request, TcamSharingPolicyId policy)
       probes_.hit(!facts_.available(request.fapId()) ? "isem: waits for its unit"
                   : !facts_.tags(request)            ? "isem: waits for tags"
                                                      : "isem: waits for a VLAN domain");
+      waiting_.insert(request);
       answers_.retries[entry] = true;
       answers_.responses[request] = {tcamSharingInProgress, policy};
       return;
@@ -141,9 +152,14 @@ void IsemShadow::handleStatus(AradSemKeyAndFap key) {
          robbed_.insert(entry.request());
          probes_.hit("isem: removal answered when asked for again");
       }
+      maybeForget(key);
       return;
    }
    bool success = status.statusCode == 1;
+   if (!pipeline_.outputTable->requestHas(entry.request())) {
+      probes_.hit("isem: answered after the withdrawal");
+      late_.insert(entry.request());
+   }
    probes_.hit(success ? "isem: write answered" : "isem: write refused");
    answers_.responses[entry.request()] = {success ? tcamSharingSuccess : tcamSharingFailed,
                                           entry.policyId()};
@@ -156,15 +172,16 @@ void IsemShadow::compare(Findings& findings) const {
    compareSets(findings);
 }
 
-bool IsemShadow::pendingFor(TcamSharingRequest request, bool written) const {
+std::optional<AradSemKeyAndFap> IsemShadow::pendingFor(TcamSharingRequest request,
+                                                       bool written) const {
    for (auto const& [key, queue] : pending_) {
       for (TcamSharingEntry const& entry : queue) {
          if (key.second == written && entry.request() == request) {
-            return true;
+            return key.first;
          }
       }
    }
-   return false;
+   return std::nullopt;
 }
 
 void IsemShadow::compareSets(Findings& findings) const {

@@ -20,6 +20,8 @@ struct Answers {
    std::map<TcamSharingEntry, bool> retries;
    // In the output, but its answer was dropped when the intake restarted.
    std::set<TcamSharingRequest> forgotten;
+   // Queued to be handed over again when the intake restarted: not any more.
+   std::set<TcamSharingRequest> unqueued;
 };
 
 class IsemShadow {
@@ -56,7 +58,10 @@ class IsemShadow {
                      TcamSharingPolicyId policy) const;
    void checkWaiting(Findings& findings, TcamSharingRequest request) const;
    void checkWithdrawn(Findings& findings, TcamSharingRequest request) const;
-   bool pendingFor(TcamSharingRequest request, bool written) const;
+   // The entry of an unanswered write of the request.
+   std::optional<AradSemKeyAndFap> pendingFor(TcamSharingRequest request, bool written) const;
+   // Nobody uses the entry any more, and no answer is out: what happened on it is over.
+   void maybeForget(AradSemKeyAndFap key);
 
    IsemPipeline const& pipeline_;
    ChipTable<IsemTable> const& chip_;
@@ -74,8 +79,10 @@ class IsemShadow {
    std::map<TcamSharingRequest, AradSemKeyAndFap> standsOn_;
    // Handed over for the last time with two tags.
    std::set<TcamSharingRequest> twoTags_;
-   // Withdrawn while answers of others or of older writes could still come to it.
-   std::set<TcamSharingRequest> tangled_;
+   // A write of theirs was answered after they were withdrawn.
+   std::set<TcamSharingRequest> late_;
+   // Handed over last when something was missing.
+   std::set<TcamSharingRequest> waiting_;
    // Asked for again when the answer of an earlier removal came, which took its answer.
    std::set<TcamSharingRequest> robbed_;
 };
