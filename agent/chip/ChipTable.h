@@ -44,6 +44,7 @@ class ChipTable {
          unitOf_(std::move(unitOf)), timer_(this, std::move(clock)), orvConfig_(this) {
       for (auto const& [key, data] : config_->configIter()) {
          entries_.emplace(key, data);
+         lastOutcomes_[key] = Outcome::accepted;
          T::answer(*status_, key, data, Outcome::accepted);
       }
       config_->configCollection().watch(orvConfig_);
@@ -80,6 +81,7 @@ class ChipTable {
       heldBack_.clear();
       entries_.clear();
       lastAnswers_.clear();
+      lastOutcomes_.clear();
       lost_.clear();
       askForNext();
       status_->statusDelAll();
@@ -119,6 +121,11 @@ class ChipTable {
    // Of the key's writes, some answer was lost or came out of order, or its status went with a
    // restart; at any time.
    bool isDisturbed(Key key) const { return disturbed_.contains(key); }
+   // What became of the key's last write, answered or not; none: it had none since a restart.
+   std::optional<Outcome> lastOutcome(Key key) const {
+      auto found = lastOutcomes_.find(key);
+      return found == lastOutcomes_.end() ? std::nullopt : std::optional(found->second);
+   }
    struct LastAnswer {
       Seconds at;
       Outcome outcome;
@@ -147,6 +154,7 @@ class ChipTable {
       FapId unit = unitOf_(key);
       // The chip works in order and at once; only its answers are late, lost or out of order.
       answer.outcome = program(answer);
+      lastOutcomes_[key] = answer.outcome;
       if (faults_.suffers(Fault::lose, T::kind, unit)) {
          lost_.insert(key);
          disturbed_.insert(key);
@@ -244,6 +252,7 @@ class ChipTable {
    std::deque<Answer> heldBack_;   // answered in reverse when the run of reordered ones ends
    std::map<Key, Data> entries_;
    std::map<Key, LastAnswer> lastAnswers_;
+   std::map<Key, Outcome> lastOutcomes_;
    std::set<Key> lost_;
    std::set<Key> disturbed_;
    ChipCounters counters_;

@@ -157,7 +157,7 @@ void History::chooseWeights() {
              {0.1, &History::startFeaturesFresh}};
    // Each history has its own temper: some things often, some hardly, some not at all.
    for (Kind& kind : kinds_) {
-      static constexpr double factors[] = {0.1, 0.5, 1.0, 1.0, 2.0};
+      static constexpr double factors[] = {0.0, 0.1, 0.5, 1.0, 1.0, 1.0, 2.0};
       kind.weight *= factors[below(std::size(factors))];
       weights_ += kind.weight;
    }
@@ -190,6 +190,12 @@ std::vector<std::string> History::opening() {
        "chip seed " + std::to_string(below(1000000)),
        "chip delay " + duration({0.0, 0.001, 0.01, 0.01, 0.3}),
        "chip slowness " + duration({0.02, 0.5, 1.0, 3.0})};
+   // The inventory's units are mostly of one generation.
+   for (std::string const& unit : units_) {
+      if (chance(0.45)) {
+         commands.push_back(words({"unit", unit, "type", any<std::string>({"2", "2", "none"})}));
+      }
+   }
    for (char const* name : {"red", "blue"}) {
       commands.push_back(words({"feature-directory", name, "add"}));
    }
@@ -232,22 +238,23 @@ std::string History::asker(std::string const& verb) {
 
 std::string History::policy(std::string const& feature) {
    std::string text;
-   auto field = [&](char const* name, uint64_t values, double often) {
+   // Few values, so that policies meet; now and then the most that the field holds.
+   auto field = [&](char const* name, uint64_t values, uint64_t most, double often) {
       if (chance(often)) {
          text += (text.empty() ? "" : ",") + std::string(name) + "=";
-         text += std::to_string(1 + below(values));
+         text += std::to_string(chance(0.04) ? most : 1 + below(values));
       }
    };
    if (feature != "acl") {
-      field("lumen", 2, 1.0);
-      field("other", 1, 0.1);
+      field("lumen", 2, 127, 1.0);
+      field("other", 1, 1, 0.1);
       return text;
    }
-   field("qos", 2, 0.85);
-   field("pbr", 2, 0.2);
-   field("acl", 2, text.empty() ? 1.0 : 0.2);
-   field("lumen", 1, 0.1);
-   field("other", 2, 0.15);
+   field("qos", 2, 31, 0.85);
+   field("pbr", 2, 31, 0.2);
+   field("acl", 2, 127, text.empty() ? 1.0 : 0.2);
+   field("lumen", 1, 127, 0.1);
+   field("other", 2, 2, 0.15);
    return text;
 }
 

@@ -32,13 +32,8 @@ bool MapperShadow::pendingFor(TcamSharingRequest request, bool written) const {
 }
 
 void MapperShadow::checkSettled(Findings& findings) const {
-   checkChip(
-       findings, probes_, chip_, data_,
-       [](VlanTagToVsiMapperResult const& held) { return held.inLifAdditionalData; },
-       [this](VlanTagToVsiMapperKey key, uint64_t data) {
-          return pipeline_.mapperStatus->status(key).inLifAdditionalData == data &&
-                 !pending_.contains(key);
-       });
+   checkChip(findings, probes_, chip_, data_,
+             [](VlanTagToVsiMapperResult const& held) { return held.inLifAdditionalData; });
    for (auto const& [request, response] : answers_.responses) {
       if (request.intfId().fields().kind == Plexus::IntfKind::tunnel) {
          continue;
@@ -139,13 +134,8 @@ bool MapperShadow::plain(TcamSharingRequest request) const {
 }
 
 void TunnelShadow::checkSettled(Findings& findings) const {
-   checkChip(
-       findings, probes_, chip_, config_, [](TunnelPolicyMapperResult const& held) { return held; },
-       [this](TunnelPolicyMapperKey key, TunnelPolicyMapperResult const& result) {
-          return answered_.contains(key) &&
-                 pipeline_.tunnelStatus->status(key).inLifAdditionalData ==
-                     result.inLifAdditionalData;
-       });
+   checkChip(findings, probes_, chip_, config_,
+             [](TunnelPolicyMapperResult const& held) { return held; });
    for (auto const& [request, response] : answers_.responses) {
       if (request.intfId().fields().kind != Plexus::IntfKind::tunnel) {
          continue;

@@ -8,12 +8,7 @@ namespace Agent {
 using namespace Hardware::ShoalTunnel;
 
 void IsemShadow::checkSettled(Findings& findings) const {
-   checkChip(
-       findings, probes_, chip_, config_, [](AradSemPayload held) { return held; },
-       [this](AradSemKeyAndFap key, AradSemPayload payload) {
-          return pipeline_.tableStatus->status(key).payload == payload &&
-                 !pending_.contains({key, true});
-       });
+   checkChip(findings, probes_, chip_, config_, [](AradSemPayload held) { return held; });
    for (auto const& [request, response] : answers_.responses) {
       if (response.status == tcamSharingSuccess) {
          checkSuccess(findings, request, response.policyId);
