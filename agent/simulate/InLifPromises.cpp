@@ -25,10 +25,11 @@ std::vector<VlanTagToVsiMapperKey> MapperShadow::entriesOf(TcamSharingRequest re
    return keys;
 }
 
-bool MapperShadow::pendingFor(TcamSharingRequest request, bool written) const {
-   return std::any_of(pending_.begin(), pending_.end(), [&](auto const& each) {
-      return each.second.request() == request && each.second.policyId().empty() != written;
+std::optional<VlanTagToVsiMapperKey> MapperShadow::pendingFor(TcamSharingRequest request) const {
+   auto found = std::find_if(pending_.begin(), pending_.end(), [&](auto const& each) {
+      return each.second.request() == request && !each.second.policyId().empty();
    });
+   return found == pending_.end() ? std::nullopt : std::optional(found->first);
 }
 
 void MapperShadow::checkSettled(Findings& findings) const {
@@ -68,8 +69,28 @@ void MapperShadow::checkSettled(Findings& findings) const {
 
 void MapperShadow::checkSuccess(Findings& findings, TcamSharingRequest request,
                                 TcamSharingPolicyId policy) const {
-   if (pipeline_.tagOutput->request(request) != policy) {
-      probes_.hit("rule: answered for an older policy");
+   TcamSharingPolicyId wanted = pipeline_.tagOutput->request(request);
+   if (wanted.empty()) {
+      return; // withdrawn or taken out
+   }
+   if (wanted != policy) {
+      // Nothing is written, so nothing is answered: neither with an entry missing, nor without
+      // data; or the answer was lost.
+      auto keys = entriesOf(request);
+      auto missing = std::any_of(keys.begin(), keys.end(),
+                                 [&](auto const& key) { return !data_.contains(key); });
+      auto pending = pendingFor(request);
+      if (missing) {
+         probes_.hit("rule: an older success stands without a mapper entry");
+      } else if (Facts::lowBits(wanted) == Facts::lowBits(policy)) {
+         probes_.hit("rule: answered for an older policy of the same payload");
+      } else if (Facts::lowBits(wanted) == 0) {
+         probes_.hit("rule: a policy without low bits is not answered");
+      } else if (pending && chip_.isDisturbed(*pending)) {
+         probes_.hit("rule: answered for an older policy, behind a disturbed answer");
+      } else {
+         findings.add("success comes from hardware", request, " for the older ", policy);
+      }
       return;
    }
    for (VlanTagToVsiMapperKey key : entriesOf(request)) {
@@ -82,7 +103,7 @@ void MapperShadow::checkSuccess(Findings& findings, TcamSharingRequest request,
          probes_.hit("rule: an older success stands without a mapper entry");
       } else if (writer == lastWriter_.end()) {
          probes_.hit("rule: a new mapper entry carries nothing yet");
-      } else if (writer->second != request) {
+      } else if (writer->second != request && writer->second.intfId() == request.intfId()) {
          probes_.hit("rule: another unit's request wrote the mapper entry");
       } else {
          findings.add("success comes from hardware", request, " for ", policy, " on ", key);
@@ -102,10 +123,13 @@ void MapperShadow::checkWaiting(Findings& findings, TcamSharingRequest request) 
       probes_.hit("rule: only sub-interfaces and tunnels are answered");
    } else if (Facts::lowBits(policy) == 0) {
       probes_.hit("rule: a policy without low bits is not answered");
-   } else if (pendingFor(request, true)) {
+   } else if (auto key = pendingFor(request); key && chip_.isDisturbed(*key)) {
       probes_.hit("rule: the answer was lost");
-   } else if (awaited_.contains(entry)) {
+   } else if (awaited_.contains(entry) &&
+              request.intfId().fields().kind == Plexus::IntfKind::portChannel) {
       probes_.hit("rule: an older answer only lowered the count");
+   } else if (displaced_.contains(request)) {
+      probes_.hit("rule: another unit's request wrote the mapper entry");
    } else if (answers_.forgotten.contains(request)) {
       probes_.hit("rule: answers are forgotten when the intake restarts");
    } else if (entriesOf(request).empty()) {
@@ -117,11 +141,21 @@ void MapperShadow::checkWaiting(Findings& findings, TcamSharingRequest request) 
    }
 }
 
+// Requests of several units for one sub-interface write the same entries.
+bool MapperShadow::sharedByUnits(TcamSharingRequest request) const {
+   for (auto const& [other, policy] : pipeline_.tagOutput->requestIter()) {
+      if (other.intfId() == request.intfId() && other != request) {
+         return true;
+      }
+   }
+   return false;
+}
+
 bool MapperShadow::plain(TcamSharingRequest request) const {
    TcamSharingEntry entry(request, pipeline_.tagOutput->request(request));
    auto keys = entriesOf(request);
    auto answer = answers_.responses.find(request);
-   return !keys.empty() && answer != answers_.responses.end() &&
+   return !keys.empty() && !sharedByUnits(request) && answer != answers_.responses.end() &&
           answer->second == TcamSharingResponse{tcamSharingSuccess, entry.policyId()} &&
           Facts::lowBits(entry.policyId()) != 0 && !awaited_.contains(entry) &&
           !errors_.contains(entry) && std::all_of(keys.begin(), keys.end(), [&](auto const& key) {

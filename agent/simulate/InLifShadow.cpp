@@ -44,6 +44,7 @@ void MapperShadow::handleOutput(TcamSharingRequest request) {
    }
    TcamSharingPolicyId policy = pipeline_.tagOutput->request(request);
    late_.erase(request);
+   displaced_.erase(request);
    robbed_.erase(request);
    if (policy.empty()) {
       confirmed_.erase(request);
@@ -103,8 +104,11 @@ bool MapperShadow::programMember(TcamSharingEntry const& entry, IntfId port, boo
       }
       return true;
    }
-   if (pending_.contains(key)) {
+   if (auto before = pending_.find(key); before != pending_.end()) {
       probes_.hit("mapper: written again before its answer");
+      if (before->second.request() != entry.request()) {
+         displaced_.insert(before->second.request());
+      }
    }
    probes_.hit(wanted == 0 ? "mapper: cleared" : "mapper: written");
    found->second = wanted;

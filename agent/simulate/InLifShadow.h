@@ -32,7 +32,9 @@ class MapperShadow {
    void checkSuccess(Findings& findings, TcamSharingRequest request,
                      TcamSharingPolicyId policy) const;
    void checkWaiting(Findings& findings, TcamSharingRequest request) const;
-   bool pendingFor(TcamSharingRequest request, bool written) const;
+   bool sharedByUnits(TcamSharingRequest request) const;
+   // The entry of an unanswered write of the request's policy.
+   std::optional<VlanTagToVsiMapperKey> pendingFor(TcamSharingRequest request) const;
 
    InLifPipeline const& pipeline_;
    ChipTable<MapperTable> const& chip_;
@@ -43,6 +45,8 @@ class MapperShadow {
    std::map<VlanTagToVsiMapperKey, uint64_t> data_; // of every entry
    // A write of theirs was answered after they were withdrawn.
    std::set<TcamSharingRequest> late_;
+   // Another request wrote their entry before it was answered.
+   std::set<TcamSharingRequest> displaced_;
    // An older clearing's answer took theirs.
    std::set<TcamSharingRequest> robbed_;
    // Who changed an entry's data last; nobody while it is as the world made it.
