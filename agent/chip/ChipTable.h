@@ -82,7 +82,6 @@ class ChipTable {
       entries_.clear();
       lastAnswers_.clear();
       lastOutcomes_.clear();
-      lost_.clear();
       askForNext();
       status_->statusDelAll();
    }
@@ -116,8 +115,6 @@ class ChipTable {
       return std::any_of(heldBack_.begin(), heldBack_.end(),
                          [&](Answer const& answer) { return answer.key == key; });
    }
-   // The answer to the key's last write was lost.
-   bool isLost(Key key) const { return lost_.contains(key); }
    // Of the key's writes, some answer was lost or came out of order, or its status went with a
    // restart; at any time.
    bool isDisturbed(Key key) const { return disturbed_.contains(key); }
@@ -156,11 +153,9 @@ class ChipTable {
       answer.outcome = program(answer);
       lastOutcomes_[key] = answer.outcome;
       if (faults_.suffers(Fault::lose, T::kind, unit)) {
-         lost_.insert(key);
          disturbed_.insert(key);
          return;
       }
-      lost_.erase(key);
       if (T::defers && answer.written && faults_.suffers(Fault::defer, T::kind, unit)) {
          Answer first = answer;
          first.outcome = Outcome::inProgress;
@@ -253,7 +248,6 @@ class ChipTable {
    std::map<Key, Data> entries_;
    std::map<Key, LastAnswer> lastAnswers_;
    std::map<Key, Outcome> lastOutcomes_;
-   std::set<Key> lost_;
    std::set<Key> disturbed_;
    ChipCounters counters_;
 

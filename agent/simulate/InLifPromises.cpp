@@ -39,13 +39,11 @@ void MapperShadow::checkSettled(Findings& findings) const {
       if (request.intfId().fields().kind == Plexus::IntfKind::tunnel) {
          continue;
       }
-      if (!pipeline_.merged->requestHas(request)) {
+      if (!pipeline_.tagOutput->requestHas(request)) {
          if (response.status == tcamSharingFailed && response.policyId.empty()) {
             probes_.hit("rule: a refused removal leaves an answer");
          } else if (late_.contains(request)) {
             probes_.hit("rule: withdrawn unresolved, answered late");
-         } else if (pipeline_.tagOutput->requestHas(request)) {
-            probes_.hit("rule: a withdrawal forgotten when the intake restarted");
          } else {
             findings.add("nothing left behind", request, " still has an answer");
          }
@@ -54,7 +52,22 @@ void MapperShadow::checkSettled(Findings& findings) const {
       }
    }
    for (auto const& [request, policy] : pipeline_.tagOutput->requestIter()) {
+      if (!pipeline_.merged->requestHas(request)) {
+         probes_.hit("rule: a withdrawal forgotten when the intake restarted");
+      }
       checkWaiting(findings, request);
+   }
+   checkLeft(findings);
+   for (TcamSharingRequest request : waiting_) {
+      if (answers_.retries.contains({request, pipeline_.tagOutput->request(request)}) ||
+          !pipeline_.merged->requestHas(request)) {
+         continue;
+      }
+      if (answers_.unqueued.contains(request)) {
+         probes_.hit("rule: a retry forgotten when the intake restarted");
+      } else {
+         findings.add("what cannot be resolved is retried", request, " is not");
+      }
    }
    for (auto const& [entry, waits] : answers_.retries) {
       auto keys = entriesOf(entry.request());
@@ -63,6 +76,30 @@ void MapperShadow::checkSettled(Findings& findings) const {
       if ((facts_.resolves(entry.request()) && !missing) ||
           !pipeline_.merged->requestHas(entry.request())) {
          findings.add("only what cannot be resolved is retried", entry);
+      }
+   }
+}
+
+// Data that nobody asks for, and entries in the name of a request that is not there.
+void MapperShadow::checkLeft(Findings& findings) const {
+   for (auto const& [key, data] : data_) {
+      if (data == 0) {
+         continue;
+      }
+      auto writer = lastWriter_.find(key);
+      if (writer == lastWriter_.end()) {
+         findings.add("nothing left behind", key, " carries ", data, ", which nobody wrote");
+      } else if (Facts::lowBits(pipeline_.tagOutput->request(writer->second)) == data) {
+         continue;
+      } else if (left_.contains(key)) {
+         probes_.hit("rule: withdrawn or moved, its data stay in the entry");
+      } else {
+         findings.add("nothing left behind", key, " carries ", data, " of ", writer->second);
+      }
+   }
+   for (auto const& [request, keys] : confirmed_) {
+      if (!pipeline_.tagOutput->requestHas(request) && !late_.contains(request)) {
+         findings.add("nothing left behind", request, " has ", keys.size(), " confirmed entries");
       }
    }
 }
@@ -100,6 +137,11 @@ void MapperShadow::checkSuccess(Findings& findings, TcamSharingRequest request,
       }
       auto writer = lastWriter_.find(key);
       if (found == data_.end()) {
+         auto handed = handedOver_.find(request);
+         bool then = handed != handedOver_.end() && handed->second.contains(key);
+         if (then && !handed->second.at(key) && !waiting_.contains(request)) {
+            findings.add("success comes from hardware", request, " without ", key);
+         }
          probes_.hit("rule: an older success stands without a mapper entry");
       } else if (writer == lastWriter_.end()) {
          probes_.hit("rule: a new mapper entry carries nothing yet");
@@ -174,28 +216,50 @@ void TunnelShadow::checkSettled(Findings& findings) const {
       if (request.intfId().fields().kind != Plexus::IntfKind::tunnel) {
          continue;
       }
-      auto configured = config_.find({request.intfId(), request.fapId()});
-      bool carries = configured != config_.end() &&
-                     configured->second.inLifAdditionalData == Facts::lowBits(response.policyId);
-      auto last = pending_.find({request.intfId(), request.fapId()});
-      if (pipeline_.merged->requestHas(request)) {
-         if (response.status == tcamSharingSuccess && !carries) {
-            pipeline_.tunnelOutput->request(request) != response.policyId
-                ? probes_.hit("rule: answered for an older policy")
-                : findings.add("success comes from hardware", request, " in its tunnel's entry");
+      if (pipeline_.tunnelOutput->requestHas(request)) {
+         if (response.status == tcamSharingSuccess) {
+            checkSuccess(findings, request, response.policyId);
          }
-      } else if (last != pending_.end() && last->second.policyId().empty()) {
+         continue;
+      }
+      TunnelPolicyMapperKey key(request.intfId(), request.fapId());
+      auto last = pending_.find(key);
+      if (last != pending_.end() && last->second.policyId().empty() && chip_.isDisturbed(key)) {
          probes_.hit("rule: the removal's answer was lost");
-      } else if (configured != config_.end() && configured->second.inLifAdditionalData == 0) {
+      } else if (config_.contains(key) && config_.at(key).inLifAdditionalData == 0) {
          probes_.hit("rule: a tunnel entry without data outlives its withdrawal");
-      } else if (pipeline_.tunnelOutput->requestHas(request)) {
-         probes_.hit("rule: a withdrawal forgotten when the intake restarted");
       } else {
          findings.add("nothing left behind", request, " still has an answer");
       }
    }
+   for (auto const& [key, result] : config_) {
+      bool asked = false;
+      for (auto const& [request, policy] : pipeline_.tunnelOutput->requestIter()) {
+         asked = asked || TunnelPolicyMapperKey(request.intfId(), request.fapId()) == key;
+      }
+      if (!asked && result.inLifAdditionalData != 0) {
+         findings.add("nothing left behind", key, " carries ", result);
+      }
+   }
    for (auto const& [request, policy] : pipeline_.tunnelOutput->requestIter()) {
       checkWaiting(findings, request);
+   }
+}
+
+void TunnelShadow::checkSuccess(Findings& findings, TcamSharingRequest request,
+                                TcamSharingPolicyId policy) const {
+   TunnelPolicyMapperKey key(request.intfId(), request.fapId());
+   TcamSharingPolicyId wanted = pipeline_.tunnelOutput->request(request);
+   auto configured = config_.find(key);
+   if (configured != config_.end() &&
+       configured->second.inLifAdditionalData == Facts::lowBits(policy)) {
+      return;
+   }
+   auto pending = pending_.find(key);
+   if (wanted != policy && pending != pending_.end() && chip_.isDisturbed(key)) {
+      probes_.hit("rule: answered for an older policy, behind a disturbed answer");
+   } else {
+      findings.add("success comes from hardware", request, " in its tunnel's entry");
    }
 }
 
@@ -205,16 +269,12 @@ void TunnelShadow::checkWaiting(Findings& findings, TcamSharingRequest request) 
    if (answer != answers_.responses.end() && answer->second.status != tcamSharingInProgress) {
       return;
    }
-   auto last = chip_.lastAnswer(key);
    if (answers_.forgotten.contains(request)) {
       probes_.hit("rule: answers are forgotten when the intake restarts");
    } else if (answer == answers_.responses.end() &&
               Facts::lowBits(pipeline_.tunnelOutput->request(request)) == 0) {
       probes_.hit("rule: a tunnel entry without data stays, and is not written again");
-   } else if (!last || last->outcome == Outcome::inProgress || last->outcome == Outcome::removed ||
-              chip_.isLost(key) || chip_.isHeldBack(key) ||
-              pipeline_.tunnelStatus->status(key).inLifAdditionalData !=
-                  config_.at(key).inLifAdditionalData) {
+   } else if (chip_.isDisturbed(key)) {
       probes_.hit("rule: the answer was lost");
    } else {
       findings.add("answered or waiting", request, " is neither, in its tunnel's entry");

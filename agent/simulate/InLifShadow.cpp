@@ -28,6 +28,7 @@ void MapperShadow::handleConfig(VlanTagToVsiMapperKey key) {
    if (!pipeline_.mapperConfig->configHas(key)) {
       data_.erase(key);
       lastWriter_.erase(key);
+      left_.erase(key);
    } else {
       // What the machine writes is expected already; a fresh entry carries nothing.
       data_.try_emplace(key, 0);
@@ -51,12 +52,28 @@ void MapperShadow::handleOutput(TcamSharingRequest request) {
       answers_.responses.erase(request);
    }
    TcamSharingEntry entry(request, policy);
+   waiting_.erase(request);
+   handedOver_.erase(request);
+   for (VlanTagToVsiMapperKey key : entriesOf(request)) {
+      handedOver_[request][key] = data_.contains(key);
+   }
+   // What it wrote elsewhere, or cannot find any more, nobody clears.
+   for (auto const& [key, writer] : lastWriter_) {
+      if (writer == request && data_.at(key) != 0 &&
+          (!handedOver_.contains(request) || !handedOver_.at(request).contains(key))) {
+         left_.insert(key);
+      }
+   }
+   if (policy.empty()) {
+      handedOver_.erase(request);
+   }
    if (!facts_.resolves(request)) {
       if (policy.empty()) {
          probes_.hit("mapper: withdrawn while it does not resolve");
          return;
       }
       probes_.hit("mapper: waits");
+      waiting_.insert(request);
       answers_.retries[entry] = true;
       answers_.responses[request] = {tcamSharingInProgress, policy};
       return;
@@ -89,6 +106,7 @@ bool MapperShadow::programMember(TcamSharingEntry const& entry, IntfId port, boo
    auto found = data_.find(key);
    if (found == data_.end()) {
       if (!entry.policyId().empty()) {
+         waiting_.insert(entry.request());
          answers_.retries[entry] = true;
       }
       awaited_.erase(entry);
@@ -113,6 +131,7 @@ bool MapperShadow::programMember(TcamSharingEntry const& entry, IntfId port, boo
    probes_.hit(wanted == 0 ? "mapper: cleared" : "mapper: written");
    found->second = wanted;
    lastWriter_[key] = entry.request();
+   left_.erase(key);
    pending_[key] = entry;
    awaited_[entry] = countFromZero ? 1 : awaited_[entry] + 1;
    return true;
@@ -146,6 +165,10 @@ void MapperShadow::handleStatus(VlanTagToVsiMapperKey key) {
       merged = error;
    }
    confirmed_[entry.request()].insert(key);
+   if (!pipeline_.tagOutput->requestHas(entry.request())) {
+      probes_.hit("mapper: confirmed after the withdrawal");
+      late_.insert(entry.request());
+   }
    countDown(entry);
    if (!awaited_.contains(entry)) {
       answer(entry, status.inLifAdditionalData);
@@ -158,10 +181,6 @@ void MapperShadow::handleStatus(VlanTagToVsiMapperKey key) {
 void MapperShadow::answer(TcamSharingEntry const& entry, uint64_t data) {
    bool success = errors_[entry] == mapperSuccess;
    errors_.erase(entry);
-   if (!entry.policyId().empty() && !pipeline_.tagOutput->requestHas(entry.request())) {
-      probes_.hit("mapper: answered after the withdrawal");
-      late_.insert(entry.request());
-   }
    if (!success || data == 0) {
       confirmed_.erase(entry.request());
    }
@@ -239,9 +258,6 @@ void TunnelShadow::handleOutput(TcamSharingRequest request) {
    if (!policy.empty()) {
       probes_.hit(Facts::lowBits(policy) == 0 ? "tunnel: written without data" : "tunnel: written");
       pending_[key] = entry;
-      if (!carries || configured->second.inLifAdditionalData != Facts::lowBits(policy)) {
-         answered_.erase(key);
-      }
       config_[key] = {Facts::lowBits(policy)};
    } else if (carries) {
       probes_.hit("tunnel: removed");
@@ -271,7 +287,6 @@ void TunnelShadow::handleStatus(TunnelPolicyMapperKey key) {
    } else if (status.inLifAdditionalData != Facts::lowBits(entry.policyId())) {
       probes_.hit("tunnel: older answer");
    } else {
-      answered_.insert(key);
       auto outcome = status.statusCode == 2   ? tcamSharingSuccess
                      : status.statusCode == 3 ? tcamSharingInProgress
                                               : tcamSharingFailed;

@@ -32,6 +32,7 @@ class MapperShadow {
    void checkSuccess(Findings& findings, TcamSharingRequest request,
                      TcamSharingPolicyId policy) const;
    void checkWaiting(Findings& findings, TcamSharingRequest request) const;
+   void checkLeft(Findings& findings) const;
    bool sharedByUnits(TcamSharingRequest request) const;
    // The entry of an unanswered write of the request's policy.
    std::optional<VlanTagToVsiMapperKey> pendingFor(TcamSharingRequest request) const;
@@ -45,6 +46,12 @@ class MapperShadow {
    std::map<VlanTagToVsiMapperKey, uint64_t> data_; // of every entry
    // A write of theirs was answered after they were withdrawn.
    std::set<TcamSharingRequest> late_;
+   // Handed over last when something was missing.
+   std::set<TcamSharingRequest> waiting_;
+   // The entries that a request was handed over to last, and whether they were there.
+   std::map<TcamSharingRequest, std::map<VlanTagToVsiMapperKey, bool>> handedOver_;
+   // Entries whose data stay, since their writer went elsewhere or could not find them.
+   std::set<VlanTagToVsiMapperKey> left_;
    // Another request wrote their entry before it was answered.
    std::set<TcamSharingRequest> displaced_;
    // An older clearing's answer took theirs.
@@ -70,6 +77,8 @@ class TunnelShadow {
    void checkSettled(Findings& findings) const;
 
  private:
+   void checkSuccess(Findings& findings, TcamSharingRequest request,
+                     TcamSharingPolicyId policy) const;
    void checkWaiting(Findings& findings, TcamSharingRequest request) const;
 
    InLifPipeline const& pipeline_;
@@ -79,8 +88,6 @@ class TunnelShadow {
 
    std::map<TunnelPolicyMapperKey, Hardware::ShoalTunnel::TunnelPolicyMapperResult> config_;
    std::map<TunnelPolicyMapperKey, TcamSharingEntry> pending_;
-   // Entries whose present data were answered.
-   std::set<TunnelPolicyMapperKey> answered_;
 };
 
 } // namespace Agent
