@@ -68,6 +68,9 @@ class Auditor : public Follower {
    void watchMembers(IntfId lag);
    void checkRouter(Findings& findings) const;
    void compareMerged(Findings& findings, Side const& side, SharingPipeline const& fresh) const;
+   bool comparable(Side const& side, TcamSharingRequest request) const;
+   static void compareAnswer(Findings& findings, SharingPipeline const& here,
+                             SharingPipeline const& fresh, TcamSharingRequest request);
    void compareIsem(Findings& findings, Host const& fresh) const;
    void compareMapper(Findings& findings, Host const& fresh) const;
    void comparePublished(Findings& findings, Host const& fresh) const;

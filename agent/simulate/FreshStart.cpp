@@ -218,41 +218,65 @@ void Auditor::compareMerged(Findings& findings, Side const& side,
    }
 }
 
+// A request that was taken out, or whose answer belongs to what was before, is no matter here.
+bool Auditor::comparable(Side const& side, TcamSharingRequest request) const {
+   return side.intake.folds(request) && !side.intake.isTakenOut(request) &&
+          side.pipeline.merged->requestHas(request);
+}
+
+void Auditor::compareAnswer(Findings& findings, SharingPipeline const& here,
+                            SharingPipeline const& fresh, TcamSharingRequest request) {
+   auto response = here.mergedStatus->response(request);
+   auto freshResponse = fresh.mergedStatus->response(request);
+   if (response != freshResponse) {
+      findings.add("as after a fresh start, answers", request, " is ", response, ", fresh ",
+                   freshResponse);
+   }
+}
+
 void Auditor::compareIsem(Findings& findings, Host const& fresh) const {
    auto const& pipeline = host_.isem();
-   for (auto const& [request, key] : pipeline.common->tcamRequestToIsemKeyMappingIter()) {
-      auto freshUsers = fresh.isem().common->semToRequest(key);
-      if (!isem_.plain(request) || !isemSide_.intake.folds(request) ||
+   for (auto const& [request, policy] : fresh.isem().merged->requestIter()) {
+      auto key = facts_.sharedKey(request);
+      auto freshUsers = key ? fresh.isem().common->semToRequest(*key) : nullptr;
+      if (!comparable(isemSide_, request) || !isem_.plain(request) ||
           (freshUsers && freshUsers->requests() > 1)) {
          probes_.hit("end: a shared entry with a past");
          continue;
       }
       probes_.hit("end: a shared entry compared");
-      auto response = pipeline.mergedStatus->response(request);
-      auto freshResponse = fresh.isem().mergedStatus->response(request);
-      if (response != freshResponse) {
-         findings.add("as after a fresh start, answers", request, " is ", response, ", fresh ",
-                      freshResponse);
+      compareAnswer(findings, pipeline, fresh.isem(), request);
+      if (pipeline.table->config(*key) != fresh.isem().table->config(*key)) {
+         findings.add("as after a fresh start, entries", *key, " of ", request);
       }
-      if (pipeline.table->config(key) != fresh.isem().table->config(key)) {
-         findings.add("as after a fresh start, entries", key, " of ", request);
+   }
+   for (auto const& [key, payload] : pipeline.table->configIter()) {
+      auto user = isem_.plainUser(key);
+      if (user && comparable(isemSide_, *user) && !fresh.isem().table->configHas(key)) {
+         findings.add("as after a fresh start, entries", key, " has none, here ", payload);
       }
    }
 }
 
 void Auditor::compareMapper(Findings& findings, Host const& fresh) const {
    auto const& pipeline = host_.inLif();
-   for (auto const& [request, policy] : pipeline.tagOutput->requestIter()) {
-      if (!mapper_.plain(request) || !inLifSide_.intake.folds(request)) {
-         probes_.hit("end: a mapper request with a past");
+   for (auto const& [request, policy] : fresh.inLif().merged->requestIter()) {
+      bool tunnel = request.intfId().fields().kind == Plexus::IntfKind::tunnel;
+      if (!comparable(inLifSide_, request) ||
+          !(tunnel ? tunnel_.plain(request) : mapper_.plain(request))) {
+         probes_.hit(tunnel ? "end: a tunnel with a past" : "end: a mapper request with a past");
          continue;
       }
-      probes_.hit("end: a mapper request compared");
-      auto response = pipeline.mergedStatus->response(request);
-      auto freshResponse = fresh.inLif().mergedStatus->response(request);
-      if (response != freshResponse) {
-         findings.add("as after a fresh start, answers", request, " is ", response, ", fresh ",
-                      freshResponse);
+      probes_.hit(tunnel ? "end: a tunnel compared" : "end: a mapper request compared");
+      compareAnswer(findings, pipeline, fresh.inLif(), request);
+      for (VlanTagToVsiMapperKey key : mapper_.entriesOf(request)) {
+         if (pipeline.mapperConfig->config(key) != fresh.inLif().mapperConfig->config(key)) {
+            findings.add("as after a fresh start, entries", key, " of ", request);
+         }
+      }
+      TunnelPolicyMapperKey key(request.intfId(), request.fapId());
+      if (tunnel && pipeline.tunnelConfig->config(key) != fresh.inLif().tunnelConfig->config(key)) {
+         findings.add("as after a fresh start, entries", key, " of ", request);
       }
    }
 }

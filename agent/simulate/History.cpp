@@ -218,6 +218,20 @@ std::vector<std::string> History::closing() {
                       {"port-map-state valid", "tcam-key-version", "port-map-state version"});
    }
    commands.emplace_back("settle");
+   // Where all is withdrawn, pasts end, and what is asked for then is as in an agent that starts.
+   if (chance(0.5)) {
+      std::set<std::string> askers(askers_.begin(), askers_.end());
+      for (char const* feature : {"rampart", "lumen", "acl"}) {
+         for (std::string const& intf : askers) {
+            commands.push_back(words({"withdraw", feature, intf, "own"}));
+         }
+      }
+      commands.emplace_back("settle");
+      for (int i = 0; i < 8; ++i) {
+         commands.push_back(request());
+      }
+      commands.emplace_back("settle");
+   }
    return commands;
 }
 

@@ -196,17 +196,23 @@ bool MapperShadow::sharedByUnits(TcamSharingRequest request) const {
 bool MapperShadow::plain(TcamSharingRequest request) const {
    TcamSharingEntry entry(request, pipeline_.tagOutput->request(request));
    auto keys = entriesOf(request);
-   auto answer = answers_.responses.find(request);
-   return !keys.empty() && !sharedByUnits(request) && answer != answers_.responses.end() &&
-          answer->second == TcamSharingResponse{tcamSharingSuccess, entry.policyId()} &&
-          Facts::lowBits(entry.policyId()) != 0 && !awaited_.contains(entry) &&
-          !errors_.contains(entry) && std::all_of(keys.begin(), keys.end(), [&](auto const& key) {
-             auto last = chip_.lastAnswer(key);
+   return !keys.empty() && !sharedByUnits(request) && !answers_.forgotten.contains(request) &&
+          !answers_.unqueued.contains(request) && !late_.contains(request) &&
+          !robbed_.contains(request) && Facts::lowBits(entry.policyId()) != 0 &&
+          !awaited_.contains(entry) && !errors_.contains(entry) &&
+          std::all_of(keys.begin(), keys.end(), [&](auto const& key) {
              auto writer = lastWriter_.find(key);
-             return data_.contains(key) && !pending_.contains(key) && last &&
-                    last->outcome == Outcome::accepted && writer != lastWriter_.end() &&
+             return data_.contains(key) && !chip_.isDisturbed(key) &&
+                    chip_.lastOutcome(key) == Outcome::accepted && writer != lastWriter_.end() &&
                     writer->second == request;
           });
+}
+
+bool TunnelShadow::plain(TcamSharingRequest request) const {
+   TunnelPolicyMapperKey key(request.intfId(), request.fapId());
+   return !answers_.forgotten.contains(request) && !answers_.unqueued.contains(request) &&
+          !chip_.isDisturbed(key) && chip_.lastOutcome(key) == Outcome::accepted &&
+          Facts::lowBits(pipeline_.tunnelOutput->request(request)) != 0;
 }
 
 void TunnelShadow::checkSettled(Findings& findings) const {

@@ -19,6 +19,8 @@ class MapperShadow {
    void checkSettled(Findings& findings) const;
    // Nothing but plain programming happened to the request.
    bool plain(TcamSharingRequest request) const;
+   // The entries that a request has to carry its policy in, by the world as it is.
+   std::vector<VlanTagToVsiMapperKey> entriesOf(TcamSharingRequest request) const;
 
  private:
    void programPortChannel(TcamSharingEntry const& entry, IntfId lag);
@@ -27,8 +29,6 @@ class MapperShadow {
    void countDown(TcamSharingEntry const& entry);
    void answer(TcamSharingEntry const& entry, uint64_t data);
 
-   // The entries that a request has to carry its policy in, by the world as it is.
-   std::vector<VlanTagToVsiMapperKey> entriesOf(TcamSharingRequest request) const;
    void checkSuccess(Findings& findings, TcamSharingRequest request,
                      TcamSharingPolicyId policy) const;
    void checkWaiting(Findings& findings, TcamSharingRequest request) const;
@@ -75,6 +75,7 @@ class TunnelShadow {
    void handleGone();
    void compare(Findings& findings) const;
    void checkSettled(Findings& findings) const;
+   bool plain(TcamSharingRequest request) const;
 
  private:
    void checkSuccess(Findings& findings, TcamSharingRequest request,

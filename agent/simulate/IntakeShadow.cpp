@@ -326,7 +326,7 @@ bool IntakeShadow::folds(TcamSharingRequest request) const {
       return false;
    }
    return (merged == mergedAsLumen_.end() || merged->second == facts_.lumen(request.fapId())) &&
-          !foreign_.contains(request) && !twoLabels_.contains(request);
+          !(facts_.lumen(request.fapId()) && foreign_.contains(request)) && !twoLabels_.contains(request);
 }
 
 bool IntakeShadow::isAsked(TcamSharingRequest request) const {

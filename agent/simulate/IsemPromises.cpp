@@ -132,23 +132,30 @@ void IsemShadow::checkWithdrawn(Findings& findings, TcamSharingRequest request) 
    }
 }
 
+std::optional<TcamSharingRequest> IsemShadow::plainUser(AradSemKeyAndFap key) const {
+   auto users = users_.find(key);
+   if (users == users_.end() || users->second.size() != 1) {
+      return std::nullopt;
+   }
+   TcamSharingRequest user = *users->second.begin();
+   return plain(user) && facts_.sharedKey(user) == key ? std::optional(user) : std::nullopt;
+}
+
 bool IsemShadow::plain(TcamSharingRequest request) const {
-   auto stands = standsOn_.find(request);
-   if (stands == standsOn_.end() || pendingFor(request, true) ||
-       !stories_.contains(stands->second)) {
-      return false;
-   }
-   Story const& story = stories_.at(stands->second);
    auto key = facts_.sharedKey(request);
-   auto last = chip_.lastAnswer(stands->second);
-   auto answer = answers_.responses.find(request);
-   if (!last || last->outcome != Outcome::accepted || answer == answers_.responses.end() ||
-       answer->second !=
-           TcamSharingResponse{tcamSharingSuccess, pipeline_.outputTable->request(request)}) {
+   if (!key || chip_.isDisturbed(*key) || chip_.lastOutcome(*key) != Outcome::accepted ||
+       answers_.forgotten.contains(request) || answers_.unqueued.contains(request) ||
+       robbed_.contains(request) || late_.contains(request)) {
       return false;
    }
-   return story.writers == std::set{request} && !story.strayRemoval && !story.strayAnswer && key &&
-          *key == stands->second && mapping_.contains(request);
+   auto mapped = mapping_.find(request);
+   if (mapped != mapping_.end() && mapped->second != *key) {
+      return false; // nothing told the library yet
+   }
+   auto story = stories_.find(*key);
+   return story == stories_.end() ||
+          (story->second.writers == std::set{request} && !story->second.strayRemoval &&
+           !story->second.strayAnswer);
 }
 
 } // namespace Agent

@@ -38,8 +38,10 @@ class IsemShadow {
 
    // What holds once nothing is queued or unanswered, or the rule by which it does not.
    void checkSettled(Findings& findings) const;
-   // Nothing but plain programming ever happened to the request and its entry.
+   // Nothing but plain programming happened to the request and to the entry that it leads to.
    bool plain(TcamSharingRequest request) const;
+   // The entry's only user, when it is plain and still leads there.
+   std::optional<TcamSharingRequest> plainUser(AradSemKeyAndFap key) const;
 
  private:
    using WriteKey = std::pair<AradSemKeyAndFap, bool>; // true: written, false: removed

@@ -165,6 +165,8 @@ constexpr std::string_view names[] = {
     "end: merged policy depends on the order",
     "end: a shared entry with a past",
     "end: a shared entry compared",
+    "end: a tunnel with a past",
+    "end: a tunnel compared",
     "end: a mapper request with a past",
     "end: a mapper request compared",
     "end: a port that moved without news",
