@@ -102,6 +102,9 @@ int main(int argc, char** argv) {
        ->allow_extra_args(false);
    simulating->add_option("--write", simulation.write,
                           "file for a failing history; simulate-SEED.scenario by default");
+   simulating->add_flag("--counts", simulation.counts, "print how often each situation was met");
+   simulating->add_flag("--all-met", simulation.allMet,
+                        "an error when one was never met, rules that excuse a check left aside");
    simulating->add_option("--write-refused", simulation.writeRefused,
                           "file for the numbers of the commands that were refused");
    simulating->add_option("--refused", simulation.refused,

@@ -5,6 +5,7 @@
 
 #include <deque>
 #include <fstream>
+#include <iomanip>
 #include <memory>
 
 namespace Agent {
@@ -161,11 +162,16 @@ int simulate(Inventory const& inventory, SimulateOptions const& options, std::os
        << " steps each: " << carriedOut << " commands carried out, " << refused
        << " refused, all checks held\n";
    std::string never;
+   bool allMet = true;
    for (auto const& [name, count] : probes.counts()) {
+      allMet = allMet && (count != 0 || name.starts_with("rule: "));
       never += count == 0 ? "   " + name + "\n" : "";
+      if (options.counts) {
+         out << std::setw(10) << count << "  " << name << "\n";
+      }
    }
    out << (never.empty() ? "every situation was met\n" : "never met:\n" + never);
-   return 0;
+   return options.allMet && !allMet ? 1 : 0;
 }
 
 } // namespace Agent

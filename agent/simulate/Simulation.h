@@ -17,10 +17,13 @@ struct SimulateOptions {
    std::string write;              // where a failing history goes; empty: simulate-SEED.scenario
    std::string writeRefused;       // where the refused commands go; empty: nowhere
    std::string refused;            // such a file: they are left out, and nothing is rehearsed
+   bool counts = false;            // print how often each situation was met
+   bool allMet = false;            // a situation, not a rule, that was never met is an error
    Trial::Prepare prepare;         // for tests: what goes wrong in each agent
 };
 
-// 0, or 1 when a check failed; stops at the first seed that does. The same options print the same.
+// 0, or 1 when a check failed (stops at the first seed that does) or a situation was not met that
+// had to be. The same options print the same.
 int simulate(Inventory const& inventory, SimulateOptions const& options, std::ostream& out);
 
 // The fewest commands found, by leaving out what is not needed, that fail as `failing` does when
