@@ -71,11 +71,11 @@ class ChipTable {
    void restart() {
       for (auto const* answers : {&unanswered_, &heldBack_}) {
          for (Answer const& answer : *answers) {
-            disturbed_.insert(answer.key);
+            ++disturbances_[answer.key];
          }
       }
       for (auto const& [key, last] : lastAnswers_) {
-         disturbed_.insert(key);
+         ++disturbances_[key];
       }
       unanswered_.clear();
       heldBack_.clear();
@@ -115,9 +115,18 @@ class ChipTable {
       return std::any_of(heldBack_.begin(), heldBack_.end(),
                          [&](Answer const& answer) { return answer.key == key; });
    }
-   // Of the key's writes, some answer was lost or came out of order, or its status went with a
-   // restart; at any time.
-   bool isDisturbed(Key key) const { return disturbed_.contains(key); }
+   // How often an answer of the key's was lost or came out of order, or its status went with a
+   // restart.
+   uint64_t disturbances(Key key) const {
+      auto found = disturbances_.find(key);
+      return found == disturbances_.end() ? 0 : found->second;
+   }
+   // An answer of the key's is still to come.
+   bool isUnanswered(Key key) const {
+      return isHeldBack(key) ||
+             std::any_of(unanswered_.begin(), unanswered_.end(),
+                         [&](Answer const& answer) { return answer.key == key; });
+   }
    // What became of the key's last write, answered or not; none: it had none since a restart.
    std::optional<Outcome> lastOutcome(Key key) const {
       auto found = lastOutcomes_.find(key);
@@ -153,7 +162,7 @@ class ChipTable {
       answer.outcome = program(answer);
       lastOutcomes_[key] = answer.outcome;
       if (faults_.suffers(Fault::lose, T::kind, unit)) {
-         disturbed_.insert(key);
+         ++disturbances_[key];
          return;
       }
       if (T::defers && answer.written && faults_.suffers(Fault::defer, T::kind, unit)) {
@@ -163,7 +172,7 @@ class ChipTable {
          answer.due += faults_.slowness();
       }
       if (faults_.suffers(Fault::slow, T::kind, unit)) {
-         disturbed_.insert(key);
+         ++disturbances_[key];
          answer.due += faults_.slowness();
       }
       if (faults_.suffers(Fault::duplicate, T::kind, unit)) {
@@ -171,7 +180,7 @@ class ChipTable {
       }
       if (faults_.suffers(Fault::reorder, T::kind, unit)) {
          heldBack_.push_back(answer);
-         disturbed_.insert(key);
+         ++disturbances_[key];
          return;
       }
       schedule(answer);
@@ -248,7 +257,7 @@ class ChipTable {
    std::map<Key, Data> entries_;
    std::map<Key, LastAnswer> lastAnswers_;
    std::map<Key, Outcome> lastOutcomes_;
-   std::set<Key> disturbed_;
+   std::map<Key, uint64_t> disturbances_;
    ChipCounters counters_;
 
    Timer timer_;

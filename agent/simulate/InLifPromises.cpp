@@ -123,7 +123,7 @@ void MapperShadow::checkSuccess(Findings& findings, TcamSharingRequest request,
          probes_.hit("rule: answered for an older policy of the same payload");
       } else if (Facts::lowBits(wanted) == 0) {
          probes_.hit("rule: a policy without low bits is not answered");
-      } else if (pending && chip_.isDisturbed(*pending)) {
+      } else if (pending && isDisturbed(*pending)) {
          probes_.hit("rule: answered for an older policy, behind a disturbed answer");
       } else {
          findings.add("success comes from hardware", request, " for the older ", policy);
@@ -165,7 +165,7 @@ void MapperShadow::checkWaiting(Findings& findings, TcamSharingRequest request) 
       probes_.hit("rule: only sub-interfaces and tunnels are answered");
    } else if (Facts::lowBits(policy) == 0) {
       probes_.hit("rule: a policy without low bits is not answered");
-   } else if (auto key = pendingFor(request); key && chip_.isDisturbed(*key)) {
+   } else if (auto key = pendingFor(request); key && isDisturbed(*key)) {
       probes_.hit("rule: the answer was lost");
    } else if (awaited_.contains(entry) &&
               request.intfId().fields().kind == Plexus::IntfKind::portChannel) {
@@ -181,6 +181,16 @@ void MapperShadow::checkWaiting(Findings& findings, TcamSharingRequest request) 
    } else {
       findings.add("answered or waiting", request, " is neither");
    }
+}
+
+bool MapperShadow::isDisturbed(VlanTagToVsiMapperKey key) const {
+   auto calm = calmSince_.find(key);
+   return chip_.disturbances(key) > (calm == calmSince_.end() ? 0 : calm->second);
+}
+
+bool TunnelShadow::isDisturbed(TunnelPolicyMapperKey key) const {
+   auto calm = calmSince_.find(key);
+   return chip_.disturbances(key) > (calm == calmSince_.end() ? 0 : calm->second);
 }
 
 // Requests of several units for one sub-interface write the same entries.
@@ -202,7 +212,7 @@ bool MapperShadow::plain(TcamSharingRequest request) const {
           !awaited_.contains(entry) && !errors_.contains(entry) &&
           std::all_of(keys.begin(), keys.end(), [&](auto const& key) {
              auto writer = lastWriter_.find(key);
-             return data_.contains(key) && !chip_.isDisturbed(key) &&
+             return data_.contains(key) && !isDisturbed(key) &&
                     chip_.lastOutcome(key) == Outcome::accepted && writer != lastWriter_.end() &&
                     writer->second == request;
           });
@@ -211,7 +221,7 @@ bool MapperShadow::plain(TcamSharingRequest request) const {
 bool TunnelShadow::plain(TcamSharingRequest request) const {
    TunnelPolicyMapperKey key(request.intfId(), request.fapId());
    return !answers_.forgotten.contains(request) && !answers_.unqueued.contains(request) &&
-          !chip_.isDisturbed(key) && chip_.lastOutcome(key) == Outcome::accepted &&
+          !isDisturbed(key) && chip_.lastOutcome(key) == Outcome::accepted &&
           Facts::lowBits(pipeline_.tunnelOutput->request(request)) != 0;
 }
 
@@ -230,7 +240,7 @@ void TunnelShadow::checkSettled(Findings& findings) const {
       }
       TunnelPolicyMapperKey key(request.intfId(), request.fapId());
       auto last = pending_.find(key);
-      if (last != pending_.end() && last->second.policyId().empty() && chip_.isDisturbed(key)) {
+      if (last != pending_.end() && last->second.policyId().empty() && isDisturbed(key)) {
          probes_.hit("rule: the removal's answer was lost");
       } else if (config_.contains(key) && config_.at(key).inLifAdditionalData == 0) {
          probes_.hit("rule: a tunnel entry without data outlives its withdrawal");
@@ -262,7 +272,7 @@ void TunnelShadow::checkSuccess(Findings& findings, TcamSharingRequest request,
       return;
    }
    auto pending = pending_.find(key);
-   if (wanted != policy && pending != pending_.end() && chip_.isDisturbed(key)) {
+   if (wanted != policy && pending != pending_.end() && isDisturbed(key)) {
       probes_.hit("rule: answered for an older policy, behind a disturbed answer");
    } else {
       findings.add("success comes from hardware", request, " in its tunnel's entry");
@@ -280,7 +290,7 @@ void TunnelShadow::checkWaiting(Findings& findings, TcamSharingRequest request) 
    } else if (answer == answers_.responses.end() &&
               Facts::lowBits(pipeline_.tunnelOutput->request(request)) == 0) {
       probes_.hit("rule: a tunnel entry without data stays, and is not written again");
-   } else if (chip_.isDisturbed(key)) {
+   } else if (isDisturbed(key)) {
       probes_.hit("rule: the answer was lost");
    } else {
       findings.add("answered or waiting", request, " is neither, in its tunnel's entry");

@@ -122,6 +122,9 @@ bool MapperShadow::programMember(TcamSharingEntry const& entry, IntfId port, boo
       }
       return true;
    }
+   if (found->second == 0 && !pending_.contains(key) && !chip_.isUnanswered(key)) {
+      calmSince_[key] = chip_.disturbances(key);
+   }
    if (auto before = pending_.find(key); before != pending_.end()) {
       probes_.hit("mapper: written again before its answer");
       if (before->second.request() != entry.request()) {
@@ -255,6 +258,10 @@ void TunnelShadow::handleOutput(TcamSharingRequest request) {
    TcamSharingEntry entry(request, policy);
    auto configured = config_.find(key);
    bool carries = configured != config_.end() && configured->second.inLifAdditionalData != 0;
+   if (!config_.contains(key) && !pending_.contains(key) && !chip_.isUnanswered(key) &&
+       !pipeline_.tunnelStatus->statusHas(key)) {
+      calmSince_[key] = chip_.disturbances(key);
+   }
    if (!policy.empty()) {
       probes_.hit(Facts::lowBits(policy) == 0 ? "tunnel: written without data" : "tunnel: written");
       pending_[key] = entry;

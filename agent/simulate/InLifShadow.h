@@ -43,7 +43,11 @@ class MapperShadow {
    Answers& answers_;
    Probes& probes_;
 
+   bool isDisturbed(VlanTagToVsiMapperKey key) const;
+
    std::map<VlanTagToVsiMapperKey, uint64_t> data_; // of every entry
+   // The chip's count of disturbances when the entry was at rest and empty last.
+   std::map<VlanTagToVsiMapperKey, uint64_t> calmSince_;
    // A write of theirs was answered after they were withdrawn.
    std::set<TcamSharingRequest> late_;
    // Handed over last when something was missing.
@@ -87,6 +91,9 @@ class TunnelShadow {
    Answers& answers_;
    Probes& probes_;
 
+   bool isDisturbed(TunnelPolicyMapperKey key) const;
+
+   std::map<TunnelPolicyMapperKey, uint64_t> calmSince_;
    std::map<TunnelPolicyMapperKey, Hardware::ShoalTunnel::TunnelPolicyMapperResult> config_;
    std::map<TunnelPolicyMapperKey, TcamSharingEntry> pending_;
 };

@@ -126,6 +126,7 @@ void IntakeShadow::work(TcamSharingRequest request) {
    } else {
       probes_.hit(wanted.empty() ? "intake: withdrawn" : "intake: handed over");
       put(output_, request, wanted, !wanted.empty());
+      answers_.forgotten.erase(request);
       takenOut_.erase(request);
    }
 }

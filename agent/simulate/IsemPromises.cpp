@@ -81,7 +81,7 @@ void IsemShadow::checkSuccess(Findings& findings, TcamSharingRequest request,
       return;
    }
    auto story = stories_.find(stands->second);
-   bool disturbed = chip_.isDisturbed(stands->second);
+   bool disturbed = isDisturbed(stands->second);
    if (wanted != policy && Facts::payload(wanted) == Facts::payload(policy)) {
       probes_.hit("rule: answered for an older policy of the same payload");
    } else if (wanted != policy && disturbed) {
@@ -110,7 +110,7 @@ void IsemShadow::checkWaiting(Findings& findings, TcamSharingRequest request) co
    }
    if (twoTags_.contains(request)) {
       probes_.hit("rule: two tags are neither programmed nor answered");
-   } else if (auto key = pendingFor(request, true); key && chip_.isDisturbed(*key)) {
+   } else if (auto key = pendingFor(request, true); key && isDisturbed(*key)) {
       probes_.hit("rule: the answer was lost");
    } else if (robbed_.contains(request)) {
       probes_.hit("rule: an earlier removal's answer took the answer");
@@ -123,7 +123,7 @@ void IsemShadow::checkWaiting(Findings& findings, TcamSharingRequest request) co
 
 void IsemShadow::checkWithdrawn(Findings& findings, TcamSharingRequest request) const {
    auto key = pendingFor(request, false);
-   if (key && chip_.isDisturbed(*key)) {
+   if (key && isDisturbed(*key)) {
       probes_.hit("rule: the removal's answer was lost");
    } else if (late_.contains(request)) {
       probes_.hit("rule: another write's answer came after the withdrawal");
@@ -143,7 +143,7 @@ std::optional<TcamSharingRequest> IsemShadow::plainUser(AradSemKeyAndFap key) co
 
 bool IsemShadow::plain(TcamSharingRequest request) const {
    auto key = facts_.sharedKey(request);
-   if (!key || chip_.isDisturbed(*key) || chip_.lastOutcome(*key) != Outcome::accepted ||
+   if (!key || isDisturbed(*key) || chip_.lastOutcome(*key) != Outcome::accepted ||
        answers_.forgotten.contains(request) || answers_.unqueued.contains(request) ||
        robbed_.contains(request) || late_.contains(request)) {
       return false;

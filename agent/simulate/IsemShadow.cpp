@@ -34,10 +34,17 @@ void IsemShadow::leave(TcamSharingRequest request, AradSemKeyAndFap key) {
 void IsemShadow::maybeForget(AradSemKeyAndFap key) {
    auto on = [key](auto const& each) { return each.second == key; };
    if (!users_.contains(key) && !pending_.contains({key, true}) &&
-       !pending_.contains({key, false}) && !chip_.isDisturbed(key) &&
+       !pending_.contains({key, false}) && !chip_.isUnanswered(key) &&
+       !pipeline_.tableStatus->statusHas(key) &&
        std::none_of(standsOn_.begin(), standsOn_.end(), on)) {
       stories_.erase(key);
+      calmSince_[key] = chip_.disturbances(key);
    }
+}
+
+bool IsemShadow::isDisturbed(AradSemKeyAndFap key) const {
+   auto calm = calmSince_.find(key);
+   return chip_.disturbances(key) > (calm == calmSince_.end() ? 0 : calm->second);
 }
 
 void IsemShadow::remove(TcamSharingRequest request) {
@@ -93,6 +100,7 @@ void IsemShadow::program(TcamSharingRequest request, TcamSharingPolicyId policy)
       twoTags_.insert(request);
       return;
    }
+   maybeForget(*key);
    AradSemPayload payload = Facts::payload(policy);
    auto mapped = mapping_.find(request);
    auto configured = config_.find(*key);
