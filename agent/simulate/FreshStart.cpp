@@ -180,11 +180,14 @@ Findings Auditor::compareFresh() const {
    copySubInterfaces(host_.world(), fresh.world());
    fresh.rebuild(Machine::vlanDomain);
    copyFeatures(host_, fresh);
-   for (std::size_t i = 0; i < kFeatures; ++i) {
-      auto feature = static_cast<Feature>(i);
+   // Of two labels the last one wins, so the one that stands comes last.
+   for (auto [feature, winners] :
+        {std::pair{Feature::acl, false}, std::pair{Feature::lumen, false},
+         std::pair{Feature::rampart, false}, std::pair{Feature::lumen, true}}) {
       for (auto const& [request, policy] : host_.features().config(feature)->requestIter()) {
          Side const& side = &host_.pipelineOf(request) == &host_.isem() ? isemSide_ : inLifSide_;
-         if (side.intake.folds(request)) {
+         bool wins = feature == Feature::lumen && side.intake.labelWinner(request) == feature;
+         if (side.intake.folds(request) && wins == winners) {
             fresh.features().config(feature)->requestIs(request, policy);
          }
       }

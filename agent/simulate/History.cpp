@@ -227,7 +227,23 @@ std::vector<std::string> History::closing() {
          }
       }
       commands.emplace_back("settle");
-      for (int i = 0; i < 8; ++i) {
+      // What requests need to be resolved.
+      for (std::string const& unit : units_) {
+         commands.push_back(words({"unit", unit, "available"}));
+      }
+      for (auto const* bearers : {&ports_, &portChannels_}) {
+         for (std::string const& bearer : *bearers) {
+            commands.push_back(words({"vlan-domain", bearer, any(domains_)}));
+         }
+      }
+      for (std::string const& port : routed_) {
+         commands.push_back(words({"internal-vlan", port, "4000"}));
+      }
+      for (std::string const& subIntf : subInterfaces_) {
+         commands.push_back(words({"encapsulation", subIntf, std::to_string(20 + below(20))}));
+         commands.push_back(words({"program-in-hw", subIntf, "on"}));
+      }
+      for (int i = 0; i < 10; ++i) {
          commands.push_back(request());
       }
       commands.emplace_back("settle");

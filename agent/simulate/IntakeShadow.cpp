@@ -327,8 +327,22 @@ bool IntakeShadow::folds(TcamSharingRequest request) const {
       return false;
    }
    return (merged == mergedAsLumen_.end() || merged->second == facts_.lumen(request.fapId())) &&
-          !(facts_.lumen(request.fapId()) && foreign_.contains(request)) && !twoLabels_.contains(request);
+          !(facts_.lumen(request.fapId()) && foreign_.contains(request)) &&
+          (!twoLabels_.contains(request) || labelWinner(request));
 }
+
+// Of two askers the one whose label stands; none: a withdrawal took it.
+std::optional<Feature> IntakeShadow::labelWinner(TcamSharingRequest request) const {
+   uint64_t label = in(merged_, request).value() & Facts::labelBits;
+   for (Feature feature : {Feature::lumen, Feature::rampart}) {
+      if (label != 0 &&
+          label == (pipeline_.features.config(feature)->request(request).value() & Facts::labelBits)) {
+         return feature;
+      }
+   }
+   return std::nullopt;
+}
+
 
 bool IntakeShadow::isAsked(TcamSharingRequest request) const {
    return std::any_of(std::begin(kinds), std::end(kinds), [&](Feature feature) {

@@ -32,6 +32,7 @@ class IntakeShadow {
    // `settled`: nothing is queued or unanswered.
    void compare(Findings& findings, bool settled) const;
 
+   std::optional<Feature> labelWinner(TcamSharingRequest request) const;
    // In spite of being asked for, it is not in the output.
    bool isTakenOut(TcamSharingRequest request) const { return takenOut_.contains(request); }
    // What the features ask for now gives this merged policy, in whatever order they came.
