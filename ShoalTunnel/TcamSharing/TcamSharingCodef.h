@@ -76,6 +76,11 @@ class TCAM_SHARING_EXPORT TcamSharingCodef : public Keel::CodefBase {
    void doMaybeUpdateMappingsForIntf(Plexus::IntfId intfId);
    void doMaybeDeleteMappingsForIntf(Plexus::IntfId intfId);
    void doRecordLatency(Seconds const& start);
+   // Whether the indices by interface equal walks of what they index. For checks.
+   bool indicesEqualWalks() const {
+      return configByIntf_.equalsWalk() && isemMappingByIntf_.equalsWalk() &&
+             vsiMappingByIntf_.equalsWalk();
+   }
 
  private:
    class OrvRetryClock;

@@ -265,6 +265,9 @@ void IntakeShadow::compare(Findings& findings, bool settled) const {
    for (TcamSharingRequest request : reprogram_) {
       findings.add("handed over again", request, " was worked, and not programmed again");
    }
+   if (!pipeline_.codef->indicesEqualWalks()) {
+      findings.add("indices by interface", "one differs from a walk of what it indexes");
+   }
    if (pipeline_.commonBase->notARealDelete()) {
       findings.add("no real delete", "the flag stands outside a slice");
    }

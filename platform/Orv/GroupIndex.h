@@ -7,6 +7,7 @@
 
 #include "platform/Orv/Collection.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace Orv {
@@ -40,6 +41,19 @@ class GroupIndex : public Observer<K> {
       return keys;
    }
 
+   // Whether it holds just the collection's members, each in its group: a walk of both, for checks.
+   bool equalsWalk() const {
+      std::size_t walked = 0;
+      for (auto const& member : collection_.walk()) {
+         auto group = members((member.key.*part)());
+         if (std::count(group.begin(), group.end(), member.key) != 1) {
+            return false;
+         }
+         ++walked;
+      }
+      return walked == size_;
+   }
+
    void inserted(K const& key) override {
       Group group = (key.*part)();
       uint32_t at = groups_.find(group);
@@ -48,6 +62,7 @@ class GroupIndex : public Observer<K> {
       }
       Ends& ends = groups_.at(at).value;
       uint32_t slot = members_.acquire(key);
+      ++size_;
       members_.at(slot).links = Links{kNil, ends.last};
       (ends.last != kNil ? members_.at(ends.last).links.next : ends.first) = slot;
       ends.last = slot;
@@ -60,6 +75,7 @@ class GroupIndex : public Observer<K> {
       (links.previous != kNil ? members_.at(links.previous).links.next : ends.first) = links.next;
       (links.next != kNil ? members_.at(links.next).links.previous : ends.last) = links.previous;
       members_.release(slot);
+      --size_;
       if (ends.first == kNil) {
          groups_.release(at);
       }
@@ -72,6 +88,7 @@ class GroupIndex : public Observer<K> {
       uint32_t last = kNil;
    };
    OfCollection const& collection_;
+   std::size_t size_ = 0;
    PagedStorage<K, None> members_; // linked inside their group
    PagedStorage<Group, Ends> groups_;
 };
