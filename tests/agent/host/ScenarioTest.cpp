@@ -70,6 +70,7 @@ TEST(ScenarioTest, BadInputNamesThePlaceAndTheReason) {
             Case{"expect something", "not 'something'"},
             Case{"trace text 10 on", "LEVEL is 0 to 9"},
             Case{"trace ring /nonexistent/x", "/nonexistent/x: "},
+            Case{"trace ring /dev/null", "is no file"},
             Case{"echo \"open", "a quote is not closed"},
         }) {
       EXPECT_THAT(refusal(line), HasSubstr(reason)) << line;
@@ -94,6 +95,15 @@ TEST(ScenarioTest, AnErrorStopsTheRunUnlessItKeepsGoingAndChangesNothing) {
    EXPECT_EQ(goesOn.errors,
              "s:3: error: '6' is one word too many\n"
              "s:6: failed: expected the number of rows of merged to be 2, but it is 1\n");
+}
+
+TEST(ScenarioTest, TheTextTraceAndTheRingTakeTwoFiles) {
+   std::string path = testing::TempDir() + "both-" + std::to_string(::getpid());
+   EXPECT_THAT(refusal("trace ring " + path + " 4\ntrace file " + path), HasSubstr("of the ring"));
+   EXPECT_THAT(refusal("trace file " + path + "t\ntrace ring " + path + "t"),
+               HasSubstr("of the text"));
+   std::filesystem::remove(path);
+   std::filesystem::remove(path + "t");
 }
 
 constexpr char const* a = "u/0/PortChannel1.1 own";
