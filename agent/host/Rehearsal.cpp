@@ -21,7 +21,7 @@ using namespace Hardware::ShoalTunnel;
 namespace {
 
 constexpr Seconds longestRehearsal = 1e6;
-constexpr rlim_t mostProcessorTime = 60; // seconds
+constexpr rlim_t mostProcessorTime = 20; // seconds
 
 // In the child only: the failing host, and where to report.
 Host* rehearsing = nullptr;
@@ -175,8 +175,10 @@ void rehearse(Host& host, std::function<void()> const& change) {
    int status = 0;
    while (child > 0 && ::waitpid(child, &status, 0) < 0 && errno == EINTR) {
    }
+   pid_t self = ::getpid();
    if (child < 0) {
       throw CommandError(std::string("cannot rehearse the command: ") + std::strerror(errno));
+      endWithParent(self);
    }
    if (WIFSIGNALED(status) && WTERMSIG(status) == SIGXCPU) {
       reason = unexplained + std::string("what it brings about cannot be looked ahead: that takes "

@@ -196,8 +196,10 @@ Trial::Trial(Inventory const& inventory, Source const& source, Prepare const& pr
    }
    ::close(ends[1]);
    results_ = ends[0];
+   pid_t self = ::getpid();
    // Room for a whole history, so that a trial goes on while another one is waited for.
    ::fcntl(results_, F_SETPIPE_SZ, 1 << 20);
+      endWithParent(self);
    if (child_ < 0) {
       throw std::runtime_error("no process for a trial");
    }
