@@ -127,6 +127,15 @@ TEST(RehearsalTest, WithdrawingAnEqualSharerIsRefusedAndTheWayOutWorks) {
                "\nsettle\nexpect count responses 0\nexpect count isem 0");
 }
 
+TEST(RehearsalTest, AMergeThatWouldFindALabelOfTheAclFeatureIsRefusedAndTheWayOutWorks) {
+   std::string labelled =
+       "request acl u/0/Ethernet0.5 own qos=1,lumen=3\nunit u/0 lookup lumen\nsettle\n";
+   EXPECT_THAT(refusal(labelled + "rebuild merge"),
+               HasSubstr("with lumen= for u/0/Ethernet0.5 unit 0, and a unit with the lumen lookup "
+                         "leaves that field to others; ask again without lumen= first (invariant"));
+   expectSound(labelled + "request acl u/0/Ethernet0.5 own qos=1\nrebuild merge");
+}
+
 TEST(RehearsalTest, MovingOneOfTwoSharersIsRefusedAndTheWayOutWorks) {
    std::string both = std::string("request acl ") + a + " 5\nrequest acl " + b + " 6\nsettle\n";
    for (char const* move :
