@@ -71,6 +71,7 @@ TEST(ScenarioTest, BadInputNamesThePlaceAndTheReason) {
             Case{"trace text 10 on", "LEVEL is 0 to 9"},
             Case{"trace ring /nonexistent/x", "/nonexistent/x: "},
             Case{"trace ring /dev/null", "is no file"},
+            Case{"expect word u/0/Ethernet0 zz", "WORD is a number, not 'zz'"},
             Case{"echo \"open", "a quote is not closed"},
         }) {
       EXPECT_THAT(refusal(line), HasSubstr(reason)) << line;
@@ -104,6 +105,11 @@ TEST(ScenarioTest, TheTextTraceAndTheRingTakeTwoFiles) {
                HasSubstr("of the text"));
    std::filesystem::remove(path);
    std::filesystem::remove(path + "t");
+}
+
+TEST(ScenarioTest, AByteOrderMarkIsNoPartOfTheFirstCommand) {
+   EXPECT_EQ(run("\xef\xbb\xbf# one\necho two").out, "two\n");
+   EXPECT_EQ(run("# one\n\xef\xbb\xbf# two").code, 1);
 }
 
 constexpr char const* a = "u/0/PortChannel1.1 own";

@@ -96,6 +96,9 @@ TEST(SimulationTest, KnownRefusalsAreLeftOutAndTheRestIsNotRehearsed) {
    std::ofstream(options.refused) << "1 200: 5\n1 200 7\n";
    EXPECT_THAT([&] { simulate(chassis(), options, out); },
                testing::ThrowsMessage<std::runtime_error>(HasSubstr(":2: not SEED STEPS")));
+   std::ofstream(options.refused) << "1 200: 5 18446744073709551616\n";
+   EXPECT_THAT([&] { simulate(chassis(), options, out); },
+               testing::ThrowsMessage<std::runtime_error>(HasSubstr(":1: not SEED STEPS")));
    // A refused command that is not left out is a finding.
    std::ofstream(options.refused) << "2 200:\n3 200:\n";
    options.write = temporary("simulation-scenario");
