@@ -2,10 +2,12 @@
 #include "agent/command/Registry.h"
 #include "agent/host/ScenarioRunner.h"
 #include "agent/inventory/FileContent.h"
+#include "agent/inventory/InterfaceName.h"
 #include "agent/inventory/InventoryReader.h"
 #include "agent/simulate/Simulation.h"
 #include "platform/Trace/BliplineReader.h"
 
+#include <algorithm>
 #include <CLI/CLI.hpp>
 #include <iostream>
 #include <sstream>
@@ -74,6 +76,25 @@ int listCommands() {
    return 0;
 }
 
+// Numbers as in commands, instead of whatever the conversion makes of them.
+CLI::Validator number(uint64_t least, uint64_t most) {
+   return {[=](std::string& text) {
+              try {
+                 text = std::to_string(Agent::parseNumber(text, "it", least, most));
+                 return std::string();
+              } catch (Agent::CommandError const& error) {
+                 return std::string(error.what());
+              }
+           },
+           "", "number"};
+}
+
+std::string checkCommand(std::string const& text) {
+   return std::any_of(text.begin(), text.end(), Agent::isControl)
+              ? "a command is one line without control characters"
+              : "";
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -92,13 +113,20 @@ int main(int argc, char** argv) {
    Agent::SimulateOptions simulation;
    auto* simulating = app.add_subcommand("simulate", "random histories, checked all along");
    simulating->add_option("--inventory", options.inventory, "CONFIG_DB JSON file")->required();
-   simulating->add_option("--seed", simulation.seed, "the first history's")->required();
-   simulating->add_option("--steps", simulation.steps, "commands drawn per history")->required();
-   simulating->add_option("--seeds", simulation.seeds, "how many histories; 1 by default");
+   constexpr uint64_t most = 1'000'000'000;
+   simulating->add_option("--seed", simulation.seed, "the first history's")
+       ->required()
+       ->transform(number(0, UINT64_MAX));
+   simulating->add_option("--steps", simulation.steps, "commands drawn per history")
+       ->required()
+       ->transform(number(1, most));
+   simulating->add_option("--seeds", simulation.seeds, "how many histories; 1 by default")
+       ->transform(number(1, most));
    simulating->add_option("--jobs", simulation.jobs, "histories at a time; 1 by default")
-       ->check(CLI::Range(1, 256));
+       ->transform(number(1, 256));
    simulating
        ->add_option("--first", simulation.first, "a command ahead of every history; repeatable")
+       ->check(checkCommand)
        ->allow_extra_args(false);
    simulating->add_option("--write", simulation.write,
                           "file for a failing history; simulate-SEED.scenario by default");
@@ -126,6 +154,9 @@ int main(int argc, char** argv) {
              : decoding->parsed() ? decode(blipline)
                                   : listCommands();
    } catch (Agent::InventoryError const& error) {
+      std::cerr << error.what() << "\n";
+      return usageError;
+   } catch (Agent::SimulateError const& error) {
       std::cerr << error.what() << "\n";
       return usageError;
    } catch (std::exception const& error) {

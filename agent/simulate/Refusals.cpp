@@ -41,6 +41,12 @@ Refusals Refusals::read(std::string const& path) {
    return refusals;
 }
 
+void Refusals::checkWritable(std::string const& path) {
+   if (!std::ofstream(path, std::ios::app)) {
+      throw std::runtime_error("cannot write " + path);
+   }
+}
+
 void Refusals::write(std::string const& path) const {
    std::ofstream file(path);
    for (auto const& [history, commands] : histories_) {

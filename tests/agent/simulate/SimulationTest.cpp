@@ -134,6 +134,19 @@ TEST(SimulationTest, AnInventoryWithoutUnitsIsAnError) {
    EXPECT_EQ(out.str(), "the inventory has no unit: nothing can happen there\n");
 }
 
+TEST(SimulationTest, WhatCannotBeDoneIsSaidBeforeTheFirstHistory) {
+   SimulateOptions options;
+   options.steps = options.seeds = 1'000'000'000; // would not end
+   options.first = {"trace text 0 on", "request acl nothing own 5"};
+   std::ostringstream out;
+   EXPECT_THAT([&] { simulate(chassis(), options, out); },
+               testing::ThrowsMessage<SimulateError>(
+                   HasSubstr("--first:2: error: there is no interface 'nothing'")));
+   options.writeRefused = "/nonexistent/x";
+   EXPECT_THAT([&] { simulate(chassis(), options, out); },
+               testing::ThrowsMessage<std::runtime_error>("cannot write /nonexistent/x"));
+}
+
 TEST(SimulationTest, AFreshAgentStartsOnTheSameWorldAndStaysOutOfTheTrace) {
    Host host(chassis());
    std::ostringstream printed;
