@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <CLI/CLI.hpp>
 #include <iostream>
+#include <optional>
 #include <sstream>
 
 namespace {
@@ -25,14 +26,8 @@ struct Options {
    Agent::RunOptions run;
 };
 
-int runScenario(Options const& options) {
-   bool standardInput = options.scenario == "-";
-   auto scenario =
-       standardInput ? std::optional<std::string>("") : Agent::fileContent(options.scenario);
-   if (!scenario) {
-      std::cerr << options.scenario << ": error: cannot be read\n";
-      return usageError;
-   }
+// With what is odd in it printed; none when that is an error.
+std::optional<Agent::Inventory> takeInventory(Options const& options) {
    Agent::Inventory inventory = Agent::readInventory(options.inventory);
    if (!options.quiet || options.strict) {
       for (auto const& each : inventory.diagnostics) {
@@ -41,9 +36,24 @@ int runScenario(Options const& options) {
       }
    }
    if (options.strict && !inventory.diagnostics.empty()) {
+      return std::nullopt;
+   }
+   return inventory;
+}
+
+int runScenario(Options const& options) {
+   bool standardInput = options.scenario == "-";
+   auto scenario =
+       standardInput ? std::optional<std::string>("") : Agent::fileContent(options.scenario);
+   if (!scenario) {
+      std::cerr << options.scenario << ": error: cannot be read\n";
       return usageError;
    }
-   Agent::Host host(std::move(inventory));
+   auto inventory = takeInventory(options);
+   if (!inventory) {
+      return usageError;
+   }
+   Agent::Host host(std::move(*inventory));
    Agent::ScenarioRunner runner(host, std::cout, std::cerr, options.run);
    std::istringstream commands(*scenario);
    int result = standardInput ? runner.run(std::cin, "standard input")
@@ -52,6 +62,11 @@ int runScenario(Options const& options) {
       result = runner.runLine(options.then[i], "--then", i + 1) ? result : 1;
    }
    return result;
+}
+
+int simulate(Options const& options, Agent::SimulateOptions const& simulation) {
+   auto inventory = takeInventory(options);
+   return inventory ? Agent::simulate(*inventory, simulation, std::cout) : usageError;
 }
 
 int decode(std::string const& path) {
@@ -113,6 +128,8 @@ int main(int argc, char** argv) {
    Agent::SimulateOptions simulation;
    auto* simulating = app.add_subcommand("simulate", "random histories, checked all along");
    simulating->add_option("--inventory", options.inventory, "CONFIG_DB JSON file")->required();
+   simulating->add_flag("--strict", options.strict, "what is odd in the inventory is an error");
+   simulating->add_flag("--quiet", options.quiet, "do not print what is odd in the inventory");
    constexpr uint64_t most = 1'000'000'000;
    simulating->add_option("--seed", simulation.seed, "the first history's")
        ->required()
@@ -148,11 +165,10 @@ int main(int argc, char** argv) {
       return app.exit(error) == 0 ? 0 : usageError;
    }
    try {
-      return run->parsed() ? runScenario(options)
-             : simulating->parsed()
-                 ? Agent::simulate(Agent::readInventory(options.inventory), simulation, std::cout)
-             : decoding->parsed() ? decode(blipline)
-                                  : listCommands();
+      return run->parsed()          ? runScenario(options)
+             : simulating->parsed() ? simulate(options, simulation)
+             : decoding->parsed()   ? decode(blipline)
+                                    : listCommands();
    } catch (Agent::InventoryError const& error) {
       std::cerr << error.what() << "\n";
       return usageError;
