@@ -12,6 +12,7 @@
 #include <iostream>
 #include <optional>
 #include <sstream>
+#include <unistd.h>
 
 namespace {
 
@@ -19,7 +20,7 @@ constexpr int usageError = 2;
 
 struct Options {
    std::string inventory;
-   std::string scenario = "-";
+   std::optional<std::string> scenario; // "-": standard input
    std::vector<std::string> then;
    bool strict = false;
    bool quiet = false;
@@ -42,22 +43,28 @@ std::optional<Agent::Inventory> takeInventory(Options const& options) {
 }
 
 int runScenario(Options const& options) {
-   bool standardInput = options.scenario == "-";
-   auto scenario =
-       standardInput ? std::optional<std::string>("") : Agent::fileContent(options.scenario);
+   // Who gives commands has given what is to run.
+   std::string path = options.scenario.value_or(options.then.empty() ? "-" : "");
+   bool standardInput = path == "-";
+   std::optional<std::string> scenario = "";
+   if (options.scenario && !standardInput) {
+      scenario = Agent::fileContent(path);
+   }
    if (!scenario) {
-      std::cerr << options.scenario << ": error: cannot be read\n";
+      std::cerr << path << ": error: cannot be read\n";
       return usageError;
    }
    auto inventory = takeInventory(options);
    if (!inventory) {
       return usageError;
    }
+   if (standardInput && ::isatty(STDIN_FILENO) == 1) {
+      std::cerr << "shoal-agent: reads commands from here: help lists them\n";
+   }
    Agent::Host host(std::move(*inventory));
    Agent::ScenarioRunner runner(host, std::cout, std::cerr, options.run);
    std::istringstream commands(*scenario);
-   int result = standardInput ? runner.run(std::cin, "standard input")
-                              : runner.run(commands, options.scenario);
+   int result = standardInput ? runner.run(std::cin, "standard input") : runner.run(commands, path);
    for (std::size_t i = 0; i < options.then.size(); ++i) {
       result = runner.runLine(options.then[i], "--then", i + 1) ? result : 1;
    }
@@ -118,7 +125,8 @@ int main(int argc, char** argv) {
    Options options;
    auto* run = app.add_subcommand("run", "run a scenario on an inventory, on virtual time");
    run->add_option("--inventory", options.inventory, "CONFIG_DB JSON file")->required();
-   run->add_option("--scenario", options.scenario, "file of commands; - is standard input");
+   run->add_option("--scenario", options.scenario,
+                   "file of commands; - is standard input, the default without --then");
    run->add_option("--then", options.then, "a command to run behind the scenario; repeatable")
        ->allow_extra_args(false);
    run->add_flag("--strict", options.strict, "what is odd in the inventory is an error");
