@@ -68,6 +68,7 @@ int runScenario(Options const& options) {
    for (std::size_t i = 0; i < options.then.size(); ++i) {
       result = runner.runLine(options.then[i], "--then", i + 1) ? result : 1;
    }
+   host.checkTraceFile();
    return result;
 }
 
@@ -117,9 +118,7 @@ std::string checkCommand(std::string const& text) {
               : "";
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+int runProgram(int argc, char** argv) {
    CLI::App app("shoal-agent: hosts the TcamSharing library over a simulated chip");
    app.require_subcommand(1);
    Options options;
@@ -187,4 +186,15 @@ int main(int argc, char** argv) {
       std::cerr << "shoal-agent: error: " << error.what() << "\n";
       return 1;
    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+   int result = runProgram(argc, argv);
+   if (!std::cout.flush()) {
+      std::cerr << "shoal-agent: error: cannot write all of the output\n";
+      return result == 0 ? 1 : result;
+   }
+   return result;
 }

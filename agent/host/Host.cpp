@@ -172,4 +172,10 @@ bool Host::traceFileIsOpen(std::string const& path) const {
    return traceFile_ != nullptr && std::filesystem::equivalent(path, traceFilePath_, none);
 }
 
+void Host::checkTraceFile() {
+   if (traceFile_ && !traceFile_->flush()) {
+      throw CommandError("cannot write all of " + traceFilePath_);
+   }
+}
+
 } // namespace Agent
