@@ -2,13 +2,17 @@
 #include "agent/command/Registry.h"
 #include "agent/host/ScenarioRunner.h"
 #include "agent/inventory/FileContent.h"
+#include "agent/inventory/InterfaceName.h"
 #include "agent/inventory/InventoryReader.h"
 #include "agent/simulate/Simulation.h"
 #include "platform/Trace/BliplineReader.h"
 
+#include <algorithm>
 #include <CLI/CLI.hpp>
 #include <iostream>
+#include <optional>
 #include <sstream>
+#include <unistd.h>
 
 namespace {
 
@@ -16,21 +20,15 @@ constexpr int usageError = 2;
 
 struct Options {
    std::string inventory;
-   std::string scenario = "-";
+   std::optional<std::string> scenario; // "-": standard input
    std::vector<std::string> then;
    bool strict = false;
    bool quiet = false;
    Agent::RunOptions run;
 };
 
-int runScenario(Options const& options) {
-   bool standardInput = options.scenario == "-";
-   auto scenario =
-       standardInput ? std::optional<std::string>("") : Agent::fileContent(options.scenario);
-   if (!scenario) {
-      std::cerr << options.scenario << ": error: cannot be read\n";
-      return usageError;
-   }
+// With what is odd in it printed; none when that is an error.
+std::optional<Agent::Inventory> takeInventory(Options const& options) {
    Agent::Inventory inventory = Agent::readInventory(options.inventory);
    if (!options.quiet || options.strict) {
       for (auto const& each : inventory.diagnostics) {
@@ -39,17 +37,44 @@ int runScenario(Options const& options) {
       }
    }
    if (options.strict && !inventory.diagnostics.empty()) {
+      return std::nullopt;
+   }
+   return inventory;
+}
+
+int runScenario(Options const& options) {
+   // Who gives commands has given what is to run.
+   std::string path = options.scenario.value_or(options.then.empty() ? "-" : "");
+   bool standardInput = path == "-";
+   std::optional<std::string> scenario = "";
+   if (options.scenario && !standardInput) {
+      scenario = Agent::fileContent(path);
+   }
+   if (!scenario) {
+      std::cerr << path << ": error: cannot be read\n";
       return usageError;
    }
-   Agent::Host host(std::move(inventory));
+   auto inventory = takeInventory(options);
+   if (!inventory) {
+      return usageError;
+   }
+   if (standardInput && ::isatty(STDIN_FILENO) == 1) {
+      std::cerr << "shoal-agent: reads commands from here: help lists them\n";
+   }
+   Agent::Host host(std::move(*inventory));
    Agent::ScenarioRunner runner(host, std::cout, std::cerr, options.run);
    std::istringstream commands(*scenario);
-   int result = standardInput ? runner.run(std::cin, "standard input")
-                              : runner.run(commands, options.scenario);
+   int result = standardInput ? runner.run(std::cin, "standard input") : runner.run(commands, path);
    for (std::size_t i = 0; i < options.then.size(); ++i) {
       result = runner.runLine(options.then[i], "--then", i + 1) ? result : 1;
    }
+   host.checkTraceFile();
    return result;
+}
+
+int simulate(Options const& options, Agent::SimulateOptions const& simulation) {
+   auto inventory = takeInventory(options);
+   return inventory ? Agent::simulate(*inventory, simulation, std::cout) : usageError;
 }
 
 int decode(std::string const& path) {
@@ -74,15 +99,33 @@ int listCommands() {
    return 0;
 }
 
-} // namespace
+// Numbers as in commands, instead of whatever the conversion makes of them.
+CLI::Validator number(uint64_t least, uint64_t most) {
+   return {[=](std::string& text) {
+              try {
+                 text = std::to_string(Agent::parseNumber(text, "it", least, most));
+                 return std::string();
+              } catch (Agent::CommandError const& error) {
+                 return std::string(error.what());
+              }
+           },
+           "", "number"};
+}
 
-int main(int argc, char** argv) {
+std::string checkCommand(std::string const& text) {
+   return std::any_of(text.begin(), text.end(), Agent::isControl)
+              ? "a command is one line without control characters"
+              : "";
+}
+
+int runProgram(int argc, char** argv) {
    CLI::App app("shoal-agent: hosts the TcamSharing library over a simulated chip");
    app.require_subcommand(1);
    Options options;
    auto* run = app.add_subcommand("run", "run a scenario on an inventory, on virtual time");
    run->add_option("--inventory", options.inventory, "CONFIG_DB JSON file")->required();
-   run->add_option("--scenario", options.scenario, "file of commands; - is standard input");
+   run->add_option("--scenario", options.scenario,
+                   "file of commands; - is standard input, the default without --then");
    run->add_option("--then", options.then, "a command to run behind the scenario; repeatable")
        ->allow_extra_args(false);
    run->add_flag("--strict", options.strict, "what is odd in the inventory is an error");
@@ -92,13 +135,22 @@ int main(int argc, char** argv) {
    Agent::SimulateOptions simulation;
    auto* simulating = app.add_subcommand("simulate", "random histories, checked all along");
    simulating->add_option("--inventory", options.inventory, "CONFIG_DB JSON file")->required();
-   simulating->add_option("--seed", simulation.seed, "the first history's")->required();
-   simulating->add_option("--steps", simulation.steps, "commands drawn per history")->required();
-   simulating->add_option("--seeds", simulation.seeds, "how many histories; 1 by default");
+   simulating->add_flag("--strict", options.strict, "what is odd in the inventory is an error");
+   simulating->add_flag("--quiet", options.quiet, "do not print what is odd in the inventory");
+   constexpr uint64_t most = 1'000'000'000;
+   simulating->add_option("--seed", simulation.seed, "the first history's")
+       ->required()
+       ->transform(number(0, UINT64_MAX));
+   simulating->add_option("--steps", simulation.steps, "commands drawn per history")
+       ->required()
+       ->transform(number(1, most));
+   simulating->add_option("--seeds", simulation.seeds, "how many histories; 1 by default")
+       ->transform(number(1, most));
    simulating->add_option("--jobs", simulation.jobs, "histories at a time; 1 by default")
-       ->check(CLI::Range(1, 256));
+       ->transform(number(1, 256));
    simulating
        ->add_option("--first", simulation.first, "a command ahead of every history; repeatable")
+       ->check(checkCommand)
        ->allow_extra_args(false);
    simulating->add_option("--write", simulation.write,
                           "file for a failing history; simulate-SEED.scenario by default");
@@ -120,16 +172,29 @@ int main(int argc, char** argv) {
       return app.exit(error) == 0 ? 0 : usageError;
    }
    try {
-      return run->parsed() ? runScenario(options)
-             : simulating->parsed()
-                 ? Agent::simulate(Agent::readInventory(options.inventory), simulation, std::cout)
-             : decoding->parsed() ? decode(blipline)
-                                  : listCommands();
+      return run->parsed()          ? runScenario(options)
+             : simulating->parsed() ? simulate(options, simulation)
+             : decoding->parsed()   ? decode(blipline)
+                                    : listCommands();
    } catch (Agent::InventoryError const& error) {
+      std::cerr << error.what() << "\n";
+      return usageError;
+   } catch (Agent::SimulateError const& error) {
       std::cerr << error.what() << "\n";
       return usageError;
    } catch (std::exception const& error) {
       std::cerr << "shoal-agent: error: " << error.what() << "\n";
       return 1;
    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+   int result = runProgram(argc, argv);
+   if (!std::cout.flush()) {
+      std::cerr << "shoal-agent: error: cannot write all of the output\n";
+      return result == 0 ? 1 : result;
+   }
+   return result;
 }

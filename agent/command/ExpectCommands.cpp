@@ -3,6 +3,9 @@
 #include "agent/command/FeatureNames.h"
 #include "agent/command/Tables.h"
 
+#include <cinttypes>
+#include <cstdio>
+
 namespace Agent {
 
 namespace {
@@ -173,6 +176,11 @@ void expectWord(Host& host, Arguments& arguments, bool ofSubInterface) {
       }
    }
    std::string wanted = arguments.take("WORD (0x and 16 digits) or none");
+   if (wanted != "none") {
+      char text[24];
+      std::snprintf(text, sizeof text, "0x%016" PRIx64, parseNumber(wanted, "WORD", 0, UINT64_MAX));
+      wanted = text;
+   }
    arguments.end();
    if (got != wanted) {
       fail("the word of " + of, wanted, got);

@@ -5,7 +5,7 @@ namespace Agent {
 
 namespace {
 
-// INTERFACE UNIT [flood VLAN]; UNIT may be own or any, which explains each request there is.
+// INTERFACE UNIT [flood VLAN]; a pattern or own explains each request that it names.
 void explainCommand(Host& host, Arguments& arguments, std::ostream& out) {
    auto requests = takeRequests(host, arguments);
    arguments.end();

@@ -17,6 +17,9 @@ void trace(Host& host, Arguments& arguments, std::ostream&) {
       std::string path = arguments.take("PATH");
       uint64_t records = arguments.more() ? arguments.takeNumber("RECORDS", 1, 1U << 24) : 65536;
       arguments.end();
+      if (host.traceFileIsOpen(path)) {
+         throw CommandError(path + " is the file of the text trace; give the ring another one");
+      }
       try {
          Trace::Blipline::open(path, records);
       } catch (std::runtime_error const& error) {

@@ -1,12 +1,22 @@
 #include "agent/host/EndCopy.h"
 
+#include <csignal>
 #ifdef SHOAL_COVERAGE
 #include <cstdlib>
 #include <fcntl.h>
 #endif
+#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace Agent {
+
+void endWithParent(pid_t parent) {
+   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+   // It may have ended before that.
+   if (::getppid() != parent) {
+      ::_exit(1);
+   }
+}
 
 void endCopy() {
 #ifdef SHOAL_COVERAGE

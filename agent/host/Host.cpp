@@ -1,9 +1,11 @@
 #include "agent/host/Host.h"
 
 #include "agent/command/Registry.h"
+#include "platform/Trace/Blipline.h"
 #include "platform/Trace/Trace.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 
 namespace Agent {
@@ -153,12 +155,27 @@ bool Host::settle(Seconds limit) {
 }
 
 void Host::traceFileIs(std::string const& path) {
+   if (Trace::Blipline::writes(path)) {
+      throw CommandError(path + " is the file of the ring; give the text trace another one");
+   }
    auto file = std::make_unique<std::ofstream>(path);
    if (!*file) {
       throw CommandError("cannot write " + path);
    }
    traceFile_ = std::move(file);
+   traceFilePath_ = path;
    Trace::textSinkIs(traceFile_.get());
+}
+
+bool Host::traceFileIsOpen(std::string const& path) const {
+   std::error_code none;
+   return traceFile_ != nullptr && std::filesystem::equivalent(path, traceFilePath_, none);
+}
+
+void Host::checkTraceFile() {
+   if (traceFile_ && !traceFile_->flush()) {
+      throw CommandError("cannot write all of " + traceFilePath_);
+   }
 }
 
 } // namespace Agent

@@ -71,8 +71,12 @@ class Host {
    // Makes this agent the one that reads the time and traces; another one that was made since must
    // be gone.
    void activate();
-   // Text traces go here; null: to standard error.
+   // Text traces go here instead of to standard error.
    void traceFileIs(std::string const& path);
+   // Whether this file, by whatever name, is where they go.
+   bool traceFileIsOpen(std::string const& path) const;
+   // Throws CommandError when text traces were lost, as on a full disk.
+   void checkTraceFile();
 
  private:
    void runUntil(Seconds end);
@@ -94,6 +98,7 @@ class Host {
    std::unique_ptr<SimulatedChip> chip_;
    std::unique_ptr<Chronicle> chronicle_;
    std::unique_ptr<std::ofstream> traceFile_;
+   std::string traceFilePath_;
 
    // Counts what settle() has to see at rest.
    void handleStatus(TcamSharingRequest const& request);

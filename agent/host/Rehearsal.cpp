@@ -21,7 +21,7 @@ using namespace Hardware::ShoalTunnel;
 namespace {
 
 constexpr Seconds longestRehearsal = 1e6;
-constexpr rlim_t mostProcessorTime = 60; // seconds
+constexpr rlim_t mostProcessorTime = 20; // seconds
 
 // In the child only: the failing host, and where to report.
 Host* rehearsing = nullptr;
@@ -87,6 +87,22 @@ std::string describeMoved(Host const& host) {
    return "";
 }
 
+// Requests from before the unit had the lookup: whoever reads them anew finds the label.
+std::string describeLabels(Host const& host) {
+   std::string labelled;
+   for (auto const& [request, policy] : host.features().config(Feature::acl)->requestIter()) {
+      if (policy.lumenAclLabel() != 0 &&
+          host.world().shoalStatus->fapExtLkupType(request.fapId()) ==
+              Hardware::Shoal::extLkupTypeLumen_) {
+         labelled += (labelled.empty() ? "" : " and ") + printedRequest(request);
+      }
+   }
+   return labelled.empty() ? ""
+                           : "the acl feature asks with lumen= for " + labelled +
+                                 ", and a unit with the lumen lookup leaves that field to others; "
+                                 "ask again without lumen= first";
+}
+
 std::string describe(Host const& host, Orv::Failure const& failure) {
    std::string condition = failure.condition;
    std::string text;
@@ -98,6 +114,9 @@ std::string describe(Host const& host, Orv::Failure const& failure) {
    if (condition == "shoalStatus()->fapType( request.fapId() ) != Hardware::Shoal::fapTypeArad()") {
       text =
           "a withdrawal that is still under way would meet a unit of the other type; settle first";
+   }
+   if (condition == "policyId.lumenAclLabel() == 0") {
+      text = describeLabels(host);
    }
    if (condition == "shoalStatus()->portMapValid()") {
       text = "a new version while the port map is not valid; say port-map-state valid first";
@@ -135,8 +154,9 @@ void reportFailure(Orv::Failure const& failure) {
       change();
       if (!host.settle(longestRehearsal)) {
          report(unexplained +
-                std::string("what it brings about cannot be looked ahead: the system would still be moving "
-                            "after ") +
+                std::string(
+                    "what it brings about cannot be looked ahead: the system would still be moving "
+                    "after ") +
                 std::to_string(static_cast<int>(longestRehearsal)) + " s");
       }
    } catch (Orv::RangeException const& error) {
@@ -155,8 +175,10 @@ void rehearse(Host& host, std::function<void()> const& change) {
    if (::pipe(ends) != 0) {
       throw CommandError(std::string("cannot rehearse the command: ") + std::strerror(errno));
    }
+   pid_t self = ::getpid();
    pid_t child = ::fork();
    if (child == 0) {
+      endWithParent(self);
       ::close(ends[0]);
       reportTo = ends[1];
       runChild(host, change);
@@ -179,8 +201,9 @@ void rehearse(Host& host, std::function<void()> const& change) {
       throw CommandError(std::string("cannot rehearse the command: ") + std::strerror(errno));
    }
    if (WIFSIGNALED(status) && WTERMSIG(status) == SIGXCPU) {
-      reason = unexplained + std::string("what it brings about cannot be looked ahead: that takes "
-                                         "more than ") +
+      reason = unexplained +
+               std::string("what it brings about cannot be looked ahead: that takes "
+                           "more than ") +
                std::to_string(mostProcessorTime) + " s of processor time";
    } else if (reason.empty() && (!WIFEXITED(status) || WEXITSTATUS(status) != 0)) {
       reason = unexplained + std::string("the rehearsal of this command ended abnormally");

@@ -4,6 +4,7 @@
 #include "agent/host/Rehearsal.h"
 
 #include <sstream>
+#include <string_view>
 
 namespace Agent {
 
@@ -83,6 +84,9 @@ int ScenarioRunner::run(std::istream& in, std::string const& name) {
    bool sound = true;
    std::string line;
    for (std::size_t number = 1; std::getline(in, line); ++number) {
+      if (constexpr std::string_view mark = "\xef\xbb\xbf"; number == 1 && line.starts_with(mark)) {
+         line.erase(0, mark.size()); // some editors begin a file so
+      }
       sound = runLine(line, name, number) && sound;
       if (!sound && !options_.keepGoing) {
          break;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdio>
 #include <set>
 
 namespace Agent {
@@ -16,6 +17,15 @@ constexpr std::string_view unitTables[] = {
     "VLAN",           "VLAN_MEMBER",        "VLAN_INTERFACE",     "VLAN_SUB_INTERFACE",
     "INTERFACE",      "LOOPBACK_INTERFACE", "VXLAN_TUNNEL",       "TUNNEL",
     "DEVICE_METADATA"};
+
+// Others that make an object one of tables.
+constexpr std::string_view moreTables[] = {"ACL_TABLE", "SHOAL_UNIT", "SHOAL_PORT", "SYSTEM_PORT"};
+
+// Commands name units, and numbers and these words mean something else there.
+bool canBeTyped(std::string const& unit) {
+   bool number = std::all_of(unit.begin(), unit.end(), [](char c) { return c >= '0' && c <= '9'; });
+   return !number && unit != "own" && unit != "none" && plainName(unit);
+}
 
 // Notes keys that come twice in one object: the later value stands.
 class DuplicateWatch {
@@ -47,6 +57,21 @@ class DuplicateWatch {
    std::vector<std::set<std::string>> seen_;
    std::vector<std::string> path_;
 };
+
+// Keys are the file's: what would break the line is written as an escape.
+std::string onOneLine(std::string const& text) {
+   std::string line;
+   for (char c : text) {
+      if (isControl(c)) {
+         char escape[8];
+         std::snprintf(escape, sizeof escape, "\\x%02x", static_cast<unsigned char>(c));
+         line += escape;
+      } else {
+         line += c;
+      }
+   }
+   return line;
+}
 
 std::string place(std::string const& content, std::size_t offset) {
    offset = std::min(offset, content.size());
@@ -104,6 +129,12 @@ void ConfigFile::findUnits() {
          report("-", key, "is no object of tables, left out");
       } else if (key == "localhost") {
          shared_.push_back(&tables);
+      } else if (!canBeTyped(key)) {
+         report("-", key, "is no name of a unit, left out");
+      } else if (auto known = [&](std::string_view table) { return tables.contains(table); };
+                 std::none_of(std::begin(unitTables), std::end(unitTables), known) &&
+                 std::none_of(std::begin(moreTables), std::end(moreTables), known)) {
+         report("-", key, "has no table of a unit, left out");
       } else {
          units_.push_back({key, &tables});
       }
@@ -172,13 +203,22 @@ std::optional<uint64_t> ConfigFile::number(std::string const& table, Row const& 
    return value;
 }
 
+void ConfigFile::checkFields(std::string const& table, Row const& row,
+                             std::initializer_list<std::string_view> known) {
+   for (auto const& [field, value] : row.fields->items()) {
+      if (std::find(known.begin(), known.end(), field) == known.end()) {
+         report(table, row.key, field + " is no field of this table, left out");
+      }
+   }
+}
+
 std::string ConfigFile::text(Row const& row, char const* field) {
    auto at = row.fields->find(field);
    return at != row.fields->end() && at->is_string() ? at->get<std::string>() : "";
 }
 
 void ConfigFile::report(std::string const& table, std::string const& key, std::string const& text) {
-   inventory_.diagnostics.push_back({file_, table, key, text});
+   inventory_.diagnostics.push_back({file_, table, onOneLine(key), onOneLine(text)});
 }
 
 } // namespace Agent

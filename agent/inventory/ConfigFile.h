@@ -3,6 +3,7 @@
 
 #include "agent/inventory/Inventory.h"
 
+#include <initializer_list>
 #include <nlohmann/json.hpp>
 #include <optional>
 
@@ -36,6 +37,9 @@ class ConfigFile {
    // A number, also written as text. None when absent; reported when it is none or above `most`.
    std::optional<uint64_t> number(std::string const& table, Row const& row, char const* field,
                                   uint64_t most);
+   // Reports fields that are none of these: for tables that are ours alone.
+   void checkFields(std::string const& table, Row const& row,
+                    std::initializer_list<std::string_view> known);
    static std::string text(Row const& row, char const* field);
 
    void report(std::string const& table, std::string const& key, std::string const& text);

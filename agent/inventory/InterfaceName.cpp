@@ -30,6 +30,11 @@ std::string_view digitsAt(std::string_view text, std::size_t at) {
 
 } // namespace
 
+bool plainName(std::string_view name) {
+   return !name.empty() && name.find_first_of(" \"#*?") == std::string_view::npos &&
+          std::none_of(name.begin(), name.end(), isControl);
+}
+
 std::string_view bareName(std::string_view name) {
    auto slash = name.rfind('/');
    return slash == std::string_view::npos ? name : name.substr(slash + 1);

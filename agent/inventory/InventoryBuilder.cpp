@@ -1,6 +1,7 @@
 #include "agent/inventory/InventoryBuilder.h"
 
 #include "agent/inventory/InterfaceName.h"
+#include "platform/Hardware/Shoal/Status.h"
 
 #include <algorithm>
 #include <functional>
@@ -24,12 +25,19 @@ std::string withSlashes(std::string key) {
 
 void InventoryBuilder::build() {
    buildUnits();
+   if (inventory_.units.empty()) {
+      file_.report("-", "-", "the file has no unit");
+   }
    for (ConfigJson const* tables : file_.shared()) {
       readSystemPorts(*tables);
       applyUnitFacts(*tables);
+      // A single-unit file is its own shared part.
+      bool several = file_.units().empty() || !file_.units().front().key.empty();
+      if (several && tables->contains("SHOAL_PORT")) {
+         file_.report("SHOAL_PORT", "-", "names ports of no unit: it belongs into one, left out");
+      }
    }
    for (auto const& section : file_.units()) {
-      // A single-unit file is its own shared part.
       if (!section.key.empty()) {
          readSystemPorts(*section.tables);
          applyUnitFacts(*section.tables);
@@ -93,6 +101,7 @@ void InventoryBuilder::applyUnitFacts(ConfigJson const& tables) {
          file_.report("SHOAL_UNIT", row.key, "names no unit of this file");
          continue;
       }
+      file_.checkFields("SHOAL_UNIT", row, {"fap_type", "ext_lkup_type"});
       if (auto type = file_.number("SHOAL_UNIT", row, "fap_type", 255)) {
          unit->fapType = static_cast<uint32_t>(*type);
       }
@@ -184,8 +193,7 @@ bool InventoryBuilder::usable(std::string const& table, std::string const& name)
       file_.report(table, name, "L3Flood is reserved for flood entries, left out");
       return false;
    }
-   if (name.empty() || name.size() > longestName ||
-       name.find_first_of("/ \t\"#*?") != std::string::npos) {
+   if (!plainName(name) || name.size() > longestName || name.find('/') != std::string::npos) {
       file_.report(table, name, "is no name of an interface, left out");
       return false;
    }
@@ -229,6 +237,12 @@ void InventoryBuilder::buildPorts(UnitNames& names) {
          port.systemPort = system->second.id;
       } else {
          unnumbered_.push_back(inventory_.ports.size());
+      }
+      if (uint32_t cores = Hardware::Shoal::kCoresPerFap; port.core >= cores) {
+         file_.report("PORT", row.key,
+                      "a unit has cores 0 to " + std::to_string(cores - 1) + ": core " +
+                          std::to_string(port.core) + " is taken as " +
+                          std::to_string(port.core % cores));
       }
       names.ports.emplace(row.key, inventory_.ports.size());
       inventory_.ports.push_back(std::move(port));
@@ -302,6 +316,7 @@ void InventoryBuilder::numberDomains(std::size_t firstPort, std::size_t firstLag
    std::map<std::string, uint32_t> given;
    std::set<uint32_t> taken;
    for (auto const& row : file_.rows(tables, "SHOAL_PORT")) {
+      file_.checkFields("SHOAL_PORT", row, {"vlan_domain"});
       if (auto domain = file_.number("SHOAL_PORT", row, "vlan_domain", mostDomain)) {
          given.emplace(row.key, static_cast<uint32_t>(*domain));
          taken.insert(static_cast<uint32_t>(*domain));

@@ -1,5 +1,7 @@
 #include "agent/simulate/Refusals.h"
 
+#include "agent/command/Registry.h"
+
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -15,21 +17,34 @@ Refusals Refusals::read(std::string const& path) {
    std::string line;
    for (std::size_t number = 1; std::getline(file, line); ++number) {
       std::istringstream words(line);
-      uint64_t seed = 0;
-      uint64_t steps = 0;
-      char colon = 0;
-      bool sound = words >> seed >> steps >> colon && colon == ':';
-      std::set<uint64_t> commands;
-      for (uint64_t command; sound && words >> command;) {
-         commands.insert(command);
-      }
-      if (!sound || !words.eof()) {
+      std::string seed;
+      std::string steps;
+      std::string command;
+      try {
+         if (!(words >> seed >> steps) || steps.back() != ':') {
+            throw CommandError("");
+         }
+         steps.pop_back();
+         std::set<uint64_t> commands;
+         while (words >> command) {
+            commands.insert(parseNumber(command, "NUMBER", 0, UINT64_MAX));
+         }
+         refusals.historyIs(parseNumber(seed, "SEED", 0, UINT64_MAX),
+                            parseNumber(steps, "STEPS", 0, UINT64_MAX), std::move(commands));
+      } catch (CommandError const& error) {
+         std::string reason = error.what();
          throw std::runtime_error(path + ":" + std::to_string(number) +
-                                  ": not SEED STEPS: NUMBER...");
+                                  ": not SEED STEPS: NUMBER..." +
+                                  (reason.empty() ? "" : ": " + reason));
       }
-      refusals.historyIs(seed, steps, std::move(commands));
    }
    return refusals;
+}
+
+void Refusals::checkWritable(std::string const& path) {
+   if (!std::ofstream(path, std::ios::app)) {
+      throw std::runtime_error("cannot write " + path);
+   }
 }
 
 void Refusals::write(std::string const& path) const {

@@ -16,6 +16,8 @@ class Refusals {
  public:
    // The file's. Throws std::runtime_error, naming the place, when it cannot be read.
    static Refusals read(std::string const& path);
+   // Throws std::runtime_error when write() would have to. The file keeps what it holds.
+   static void checkWritable(std::string const& path);
    // Throws std::runtime_error.
    void write(std::string const& path) const;
 

@@ -72,6 +72,15 @@ void writeScenario(SimulateOptions const& options, uint64_t seed, TrialOutcome c
        << failing.carriedOut.size() << " commands\n";
 }
 
+// They are the same in every history, and nothing comes before them: once is enough.
+void checkFirst(Inventory const& inventory, SimulateOptions const& options) {
+   TrialOutcome outcome = Trial(inventory, listed(options.first), options.prepare).outcome();
+   if (!outcome.refused.empty()) {
+      throw SimulateError("--first:" + std::to_string(*outcome.refused.begin() + 1) + ": " +
+                          outcome.firstRefusal);
+   }
+}
+
 } // namespace
 
 std::optional<TrialOutcome> shrink(Inventory const& inventory, TrialOutcome failing,
@@ -122,6 +131,12 @@ int simulate(Inventory const& inventory, SimulateOptions const& options, std::os
    std::optional<Refusals> known;
    if (!options.refused.empty()) {
       known = Refusals::read(options.refused);
+   }
+   if (!options.writeRefused.empty()) {
+      Refusals::checkWritable(options.writeRefused);
+   }
+   if (!options.first.empty()) {
+      checkFirst(inventory, options);
    }
    Refusals refusals;
    Probes probes;

@@ -5,6 +5,7 @@
 #include "agent/simulate/Trial.h"
 
 #include <ostream>
+#include <stdexcept>
 
 namespace Agent {
 
@@ -22,8 +23,15 @@ struct SimulateOptions {
    Trial::Prepare prepare;         // for tests: what goes wrong in each agent
 };
 
+// Options that cannot be followed; nothing was simulated.
+class SimulateError : public std::runtime_error {
+ public:
+   using std::runtime_error::runtime_error;
+};
+
 // 0, or 1 when a check failed (stops at the first seed that does) or a situation was not met that
-// had to be. The same options print the same.
+// had to be. The same options print the same. Throws SimulateError, "--first:N: error: reason", for
+// a command of `first` that is refused.
 int simulate(Inventory const& inventory, SimulateOptions const& options, std::ostream& out);
 
 // The fewest commands found, by leaving out what is not needed, that fail as `failing` does when

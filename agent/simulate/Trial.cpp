@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <fcntl.h>
 #include <iostream>
 #include <stdexcept>
@@ -64,6 +65,7 @@ class Child {
       report('T', command);
       if (!runner_.runLine(command, "history", 1)) {
          std::string error = errors_.str().substr(0, errors_.str().find('\n'));
+         error = error.substr(std::min(error.size(), std::strlen("history:1: ")));
          auto* auditor = dynamic_cast<Auditor*>(host_.follower());
          if (auditor != nullptr && !auditor->unexplained().empty()) {
             return check("check");
@@ -147,6 +149,9 @@ class Child {
 
 // `trying`: the command that has neither ended well nor been refused yet.
 void read(TrialOutcome& outcome, std::string& trying, bool& ended, std::string const& line) {
+   if (line.empty()) {
+      return; // of a text that has several lines
+   }
    std::string text = line.substr(1);
    auto tab = text.find('\t');
    switch (line.front()) {
@@ -158,6 +163,9 @@ void read(TrialOutcome& outcome, std::string& trying, bool& ended, std::string c
       break;
    case 'R':
       trying.clear();
+      if (outcome.refused.empty()) {
+         outcome.firstRefusal = text;
+      }
       outcome.refused.insert(outcome.carriedOut.size() + outcome.refused.size());
       outcome.probes.hit(text.find("(invariant ") != std::string::npos
                              ? "history: refused, would stop the library"
@@ -188,8 +196,10 @@ Trial::Trial(Inventory const& inventory, Source const& source, Prepare const& pr
    }
    std::cout.flush();
    std::cerr.flush();
+   pid_t self = ::getpid();
    child_ = ::fork();
    if (child_ == 0) {
+      endWithParent(self);
       ::close(ends[0]);
       reportTo = ends[1];
       runChild(inventory, source, prepare, rehearse);

@@ -16,6 +16,7 @@ namespace Agent {
 struct TrialOutcome {
    std::vector<std::string> carriedOut; // commands that were accepted, in order
    std::set<uint64_t> refused;          // the others, by their number among all
+   std::string firstRefusal;            // what was said to the first of them
    Probes probes;
    // The check that failed, or how the agent ended; and the command that shows it in a scenario.
    std::optional<Finding> failure;

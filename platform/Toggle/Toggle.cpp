@@ -157,7 +157,9 @@ bool getToggleState(std::string const& name, std::string const& file, bool defau
    try {
       return findToggle(content.str(), name).value_or(defaultValue);
    } catch (std::runtime_error const& error) {
-      std::cerr << file << ":" << error.what() << "; " << name << " is taken as "
+      std::string text = error.what();
+      text.insert(text.find(": "), ": warning");
+      std::cerr << pathOf(file) << ":" << text << "; " << name << " is taken as "
                 << (defaultValue ? "true" : "false") << "\n";
       return defaultValue;
    }

@@ -8,9 +8,11 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <map>
 #include <stdexcept>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -41,6 +43,11 @@ struct Ring {
    char* dictionary = nullptr;
    FileRecord* records = nullptr;
    std::size_t size = 0;
+   // The file says these too, but others can write there: what bounds our own writes is kept here.
+   uint64_t capacity = 0;
+   uint64_t dictionaryUsed = 0;
+   dev_t device = 0;
+   ino_t inode = 0;
    std::vector<KnownPoint> points;
    std::map<std::string, uint64_t, std::less<>> names;
 
@@ -50,15 +57,16 @@ struct Ring {
       entry.fileLength = static_cast<uint16_t>(file.size());
       entry.textLength = static_cast<uint16_t>(text.size());
       std::size_t need = sizeof entry + file.size() + text.size();
-      if (need > header->dictionarySize - header->dictionaryUsed) {
+      if (need > kDictionarySize - dictionaryUsed) {
          ++header->dictionaryLost;
          return;
       }
-      char* at = dictionary + header->dictionaryUsed;
+      char* at = dictionary + dictionaryUsed;
       std::memcpy(at, &entry, sizeof entry);
       std::copy(file.begin(), file.end(), at + sizeof entry);
       std::copy(text.begin(), text.end(), at + sizeof entry + file.size());
-      header->dictionaryUsed += need; // last: a reader never sees half an entry
+      dictionaryUsed += need;
+      header->dictionaryUsed = dictionaryUsed; // last: a reader never sees half an entry
    }
    void addPoint(uint32_t id) {
       KnownPoint const& point = points[id - 1];
@@ -129,7 +137,7 @@ void writeBlip(Point& point, BlipParts const& parts) {
    if (to.header == nullptr) {
       return;
    }
-   FileRecord& record = to.records[to.header->written % to.header->capacity];
+   FileRecord& record = to.records[to.header->written % to.capacity];
    record = FileRecord{};
    record.time = Orv::System::peekTime();
    record.point = point.id;
@@ -141,26 +149,69 @@ void writeBlip(Point& point, BlipParts const& parts) {
 
 namespace Blipline {
 
+namespace {
+
+[[noreturn]] void fail(std::string const& path, int error) {
+   throw std::runtime_error(path + ": " + std::strerror(error));
+}
+
+// The file that a link leads to is replaced, not the link; what is no file is left alone.
+std::string fileOf(std::string const& path) {
+   std::error_code error;
+   if (!std::filesystem::exists(path, error)) {
+      return path;
+   }
+   if (!std::filesystem::is_regular_file(path, error)) {
+      throw std::runtime_error(path + ": is no file, and a Blipline file does not replace it");
+   }
+   auto file = std::filesystem::canonical(path, error);
+   return error ? path : file.string();
+}
+
+} // namespace
+
 void open(std::string const& path, uint64_t records) {
    if (records < 1 || records > (1U << 24)) {
       throw std::runtime_error(path + ": a Blipline file holds 1 to 16777216 records");
    }
    std::size_t size = sizeof(FileHeader) + kDictionarySize + records * sizeof(FileRecord);
-   int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+   // Made beside its place and moved there when it is whole: a file that somebody has mapped, this
+   // process included, is never cut. Its blocks are reserved, since a full disk would otherwise
+   // show itself as a signal at some trace point.
+   std::string target = fileOf(path);
+   std::string temporary = target + "." + std::to_string(::getpid()) + ".new";
+   ::unlink(temporary.c_str()); // of a process with our number that was killed
+   int file = ::open(temporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+   if (file < 0) {
+      fail(path, errno);
+   }
+   int error = ::posix_fallocate(file, 0, static_cast<off_t>(size));
    void* memory = MAP_FAILED;
-   if (file >= 0 && ::ftruncate(file, static_cast<off_t>(size)) == 0) {
+   struct stat status {};
+   if (error == 0) {
       memory = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+      if (memory == MAP_FAILED || ::fstat(file, &status) != 0) {
+         error = errno;
+      }
    }
-   int error = errno;
-   if (file >= 0) {
-      ::close(file);
+   ::close(file);
+   if (error == 0 && std::rename(temporary.c_str(), target.c_str()) != 0) {
+      error = errno;
    }
-   if (memory == MAP_FAILED) {
-      throw std::runtime_error(path + ": " + std::strerror(error));
+   if (error != 0) {
+      ::unlink(temporary.c_str());
+      if (memory != MAP_FAILED) {
+         ::munmap(memory, size);
+      }
+      fail(path, error);
    }
    close();
    Ring& to = ring();
    to.size = size;
+   to.capacity = records;
+   to.dictionaryUsed = 0;
+   to.device = status.st_dev;
+   to.inode = status.st_ino;
    to.header = static_cast<FileHeader*>(memory);
    to.dictionary = static_cast<char*>(memory) + sizeof(FileHeader);
    to.records = reinterpret_cast<FileRecord*>(to.dictionary + kDictionarySize);
@@ -184,6 +235,13 @@ void close() {
       to.header = nullptr;
    }
    to.names.clear();
+}
+
+bool writes(std::string const& path) {
+   Ring const& to = ring();
+   struct stat status {};
+   return to.header != nullptr && ::stat(path.c_str(), &status) == 0 &&
+          status.st_dev == to.device && status.st_ino == to.inode;
 }
 
 } // namespace Blipline

@@ -70,6 +70,8 @@ TEST(ScenarioTest, BadInputNamesThePlaceAndTheReason) {
             Case{"expect something", "not 'something'"},
             Case{"trace text 10 on", "LEVEL is 0 to 9"},
             Case{"trace ring /nonexistent/x", "/nonexistent/x: "},
+            Case{"trace ring /dev/null", "is no file"},
+            Case{"expect word u/0/Ethernet0 zz", "WORD is a number, not 'zz'"},
             Case{"echo \"open", "a quote is not closed"},
         }) {
       EXPECT_THAT(refusal(line), HasSubstr(reason)) << line;
@@ -96,6 +98,20 @@ TEST(ScenarioTest, AnErrorStopsTheRunUnlessItKeepsGoingAndChangesNothing) {
              "s:6: failed: expected the number of rows of merged to be 2, but it is 1\n");
 }
 
+TEST(ScenarioTest, TheTextTraceAndTheRingTakeTwoFiles) {
+   std::string path = testing::TempDir() + "both-" + std::to_string(::getpid());
+   EXPECT_THAT(refusal("trace ring " + path + " 4\ntrace file " + path), HasSubstr("of the ring"));
+   EXPECT_THAT(refusal("trace file " + path + "t\ntrace ring " + path + "t"),
+               HasSubstr("of the text"));
+   std::filesystem::remove(path);
+   std::filesystem::remove(path + "t");
+}
+
+TEST(ScenarioTest, AByteOrderMarkIsNoPartOfTheFirstCommand) {
+   EXPECT_EQ(run("\xef\xbb\xbf# one\necho two").out, "two\n");
+   EXPECT_EQ(run("# one\n\xef\xbb\xbf# two").code, 1);
+}
+
 constexpr char const* a = "u/0/PortChannel1.1 own";
 constexpr char const* b = "u/0/PortChannel1.2 own";
 
@@ -115,6 +131,15 @@ TEST(RehearsalTest, WithdrawingAnEqualSharerIsRefusedAndTheWayOutWorks) {
    expectSound(both + "withdraw acl " + a + "\nsettle\nrequest acl " + b +
                " 6\nsettle\nwithdraw acl " + b +
                "\nsettle\nexpect count responses 0\nexpect count isem 0");
+}
+
+TEST(RehearsalTest, AMergeThatWouldFindALabelOfTheAclFeatureIsRefusedAndTheWayOutWorks) {
+   std::string labelled =
+       "request acl u/0/Ethernet0.5 own qos=1,lumen=3\nunit u/0 lookup lumen\nsettle\n";
+   EXPECT_THAT(refusal(labelled + "rebuild merge"),
+               HasSubstr("with lumen= for u/0/Ethernet0.5 unit 0, and a unit with the lumen lookup "
+                         "leaves that field to others; ask again without lumen= first (invariant"));
+   expectSound(labelled + "request acl u/0/Ethernet0.5 own qos=1\nrebuild merge");
 }
 
 TEST(RehearsalTest, MovingOneOfTwoSharersIsRefusedAndTheWayOutWorks) {

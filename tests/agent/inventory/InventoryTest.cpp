@@ -202,6 +202,37 @@ TEST(InventoryTest, WhatIsMissingOrContradictoryIsReportedAndTheRestLoads) {
    EXPECT_EQ(named(inventory.tunnels, "Tunnel-mux").fapId, 0U);
 }
 
+TEST(InventoryTest, WhatNoCommandCouldNameOrNoTableHasIsReported) {
+   Inventory inventory = parseInventory(R"({
+     "PORTS": {"Ethernet0": {}}, "own": {"PORT": {}}, "17": {"PORT": {}}, "a b": {"PORT": {}},
+     "a#b": {"PORT": {}}, "": {"PORT": {}}, "a\nb": {"PORT": {}},
+     "localhost": {"SHOAL_PORT": {"Ethernet0": {"vlan_domain": 7}}},
+     "u|0": {"SHOAL_UNIT": {"u|0": {"fap_typ": 2, "ext_lkup_type": 4}},
+             "SHOAL_PORT": {"Ethernet0": {"domain": 7}}, "NTP": {"x": {"y": "z"}},
+             "PORT": {"Ethernet0": {"core_id": "3", "speed": "100000", "mtu": "9100"},
+                      "Ethernet1\u001b[2J": {}, "Ethernet4": {"core_id": "1"}}}})",
+                                        "f");
+   auto got = texts(inventory);
+   std::sort(got.begin(), got.end());
+   EXPECT_EQ(got, (std::vector<std::string>{
+                      "- 17: is no name of a unit, left out",
+                      "- : is no name of a unit, left out",
+                      "- PORTS: has no table of a unit, left out",
+                      "- a b: is no name of a unit, left out",
+                      "- a#b: is no name of a unit, left out",
+                      "- a\\x0ab: is no name of a unit, left out",
+                      "- own: is no name of a unit, left out",
+                      "PORT Ethernet0: a unit has cores 0 to 1: core 3 is taken as 1",
+                      "PORT Ethernet1\\x1b[2J: is no name of an interface, left out",
+                      "SHOAL_PORT -: names ports of no unit: it belongs into one, left out",
+                      "SHOAL_PORT Ethernet0: domain is no field of this table, left out",
+                      "SHOAL_UNIT u|0: fap_typ is no field of this table, left out",
+                  }));
+   EXPECT_EQ(inventory.units.size(), 1U);
+   EXPECT_EQ(texts(parseInventory("{}", "f")),
+             std::vector<std::string>{"- -: the file has no unit"});
+}
+
 TEST(InventoryTest, PlacesAreUniqueAlsoWhereTheFileRepeatsThem) {
    std::string ports;
    for (int i = 0; i < 300; ++i) {

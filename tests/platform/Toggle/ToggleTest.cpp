@@ -59,7 +59,7 @@ TEST(ToggleTest, AMissingOrMalformedFileGivesTheDefault) {
    testing::internal::CaptureStderr();
    EXPECT_TRUE(Toggle::getToggleState("A", "T.json", true));
    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-             "T.json:1:7: a toggle is true or false; A is taken as true\n");
+             directory + "/T.json:1:7: warning: a toggle is true or false; A is taken as true\n");
    std::filesystem::remove_all(directory);
 }
 

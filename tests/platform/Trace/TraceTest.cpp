@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <sstream>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -134,6 +135,39 @@ TEST_F(TraceTest, TheFileSurvivesItsWriter) {
    ::waitpid(child, &status, 0);
    EXPECT_TRUE(WIFSIGNALED(status));
    EXPECT_EQ(decoded(), "0.000000 7 last words 42\n");
+}
+
+TEST_F(TraceTest, AFileIsNeverCutUnderSomebody) {
+   Trace::Blipline::open(path_, 8);
+   Trace::blipLevelIs(7, true);
+   pid_t child = ::fork(); // another process takes the path, with a shorter ring
+   if (child == 0) {
+      Trace::Blipline::open(path_, 1);
+      ::_exit(0);
+   }
+   int status = 0;
+   ::waitpid(child, &status, 0);
+   EXPECT_FALSE(Trace::Blipline::writes(path_));
+   for (int i = 0; i < 8; ++i) {
+      TRACE(7, "into what was there ", i);
+   }
+   EXPECT_EQ(decoded(), "");
+   Trace::Blipline::open(path_, 8);
+   EXPECT_TRUE(Trace::Blipline::writes(path_));
+   // Neither a full disk nor what is no file costs the ring that is there.
+   rlimit before{};
+   ::getrlimit(RLIMIT_FSIZE, &before);
+   rlimit const small{1000, before.rlim_max};
+   auto old = std::signal(SIGXFSZ, SIG_IGN);
+   ::setrlimit(RLIMIT_FSIZE, &small);
+   EXPECT_THROW(Trace::Blipline::open(path_, 8), std::runtime_error);
+   ::setrlimit(RLIMIT_FSIZE, &before);
+   std::signal(SIGXFSZ, old);
+   EXPECT_THROW(Trace::Blipline::open("/dev/null", 8), std::runtime_error);
+   TRACE(7, "still there");
+   EXPECT_EQ(decoded(), "0.000000 7 still there\n");
+   std::ofstream(path_, std::ios::in) << std::string(64, '\0'); // a header of zeros, capacity 0
+   TRACE(7, "no harm");
 }
 
 TEST_F(TraceTest, DamagedFilesGiveAnErrorNeverACrash) {
