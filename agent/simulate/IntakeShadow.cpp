@@ -338,14 +338,13 @@ bool IntakeShadow::folds(TcamSharingRequest request) const {
 std::optional<Feature> IntakeShadow::labelWinner(TcamSharingRequest request) const {
    uint64_t label = in(merged_, request).value() & Facts::labelBits;
    for (Feature feature : {Feature::lumen, Feature::rampart}) {
-      if (label != 0 &&
-          label == (pipeline_.features.config(feature)->request(request).value() & Facts::labelBits)) {
+      if (label != 0 && label == (pipeline_.features.config(feature)->request(request).value() &
+                                  Facts::labelBits)) {
          return feature;
       }
    }
    return std::nullopt;
 }
-
 
 bool IntakeShadow::isAsked(TcamSharingRequest request) const {
    return std::any_of(std::begin(kinds), std::end(kinds), [&](Feature feature) {

@@ -84,7 +84,7 @@ void IsemShadow::checkSuccess(Findings& findings, TcamSharingRequest request,
    bool disturbed = isDisturbed(stands->second);
    if (wanted != policy && Facts::payload(wanted) == Facts::payload(policy)) {
       probes_.hit("rule: answered for an older policy of the same payload");
-   } else if (wanted != policy && disturbed) {
+   } else if (wanted != policy && (disturbed || strayed_.contains(request))) {
       probes_.hit("rule: answered for an older policy, behind a disturbed answer");
    } else if (twoTags_.contains(request)) {
       probes_.hit("rule: two tags leave an older answer");
@@ -145,7 +145,7 @@ bool IsemShadow::plain(TcamSharingRequest request) const {
    auto key = facts_.sharedKey(request);
    if (!key || isDisturbed(*key) || chip_.lastOutcome(*key) != Outcome::accepted ||
        answers_.forgotten.contains(request) || answers_.unqueued.contains(request) ||
-       robbed_.contains(request) || late_.contains(request)) {
+       robbed_.contains(request) || late_.contains(request) || strayed_.contains(request)) {
       return false;
    }
    auto mapped = mapping_.find(request);
@@ -153,9 +153,8 @@ bool IsemShadow::plain(TcamSharingRequest request) const {
       return false; // nothing told the library yet
    }
    auto story = stories_.find(*key);
-   return story == stories_.end() ||
-          (story->second.writers == std::set{request} && !story->second.strayRemoval &&
-           !story->second.strayAnswer);
+   return story == stories_.end() || (story->second.writers == std::set{request} &&
+                                      !story->second.strayRemoval && !story->second.strayAnswer);
 }
 
 } // namespace Agent

@@ -20,6 +20,7 @@ void IsemShadow::handleOutput(TcamSharingRequest request) {
    TcamSharingPolicyId policy = pipeline_.outputTable->request(request);
    late_.erase(request);
    waiting_.erase(request);
+   strayed_.erase(request);
    policy.empty() ? remove(request) : program(request, policy);
 }
 
@@ -167,6 +168,10 @@ void IsemShadow::handleStatus(AradSemKeyAndFap key) {
    if (!pipeline_.outputTable->requestHas(entry.request())) {
       probes_.hit("isem: answered after the withdrawal");
       late_.insert(entry.request());
+   }
+   auto stands = standsOn_.find(entry.request());
+   if (stands != standsOn_.end() && stands->second != key) {
+      strayed_.insert(entry.request());
    }
    probes_.hit(success ? "isem: write answered" : "isem: write refused");
    answers_.responses[entry.request()] = {success ? tcamSharingSuccess : tcamSharingFailed,

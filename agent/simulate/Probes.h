@@ -1,5 +1,5 @@
-// What the accounts note beside their tables. Counters by name for what a history met: situations of
-// the machines, rules that excuse a check, commands; a name that is never counted says what the
+// What the accounts note beside their tables. Counters by name for what a history met: situations
+// of the machines, rules that excuse a check, commands; a name that is never counted says what the
 // histories do not reach. And the invariants by which the library has to stop.
 #pragma once
 

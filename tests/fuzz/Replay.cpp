@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, std::size_t size);
 int main(int, char** arguments) {
    std::size_t files = 0;
    for (auto const& entry : std::filesystem::directory_iterator(arguments[1])) {
-      std::cout << entry.path().filename() << std::endl; // the last one printed is the one that ends it
+      std::cout << entry.path().filename() << std::endl; // before it runs: it may end here
       std::ifstream file(entry.path(), std::ios::binary);
       std::string bytes{std::istreambuf_iterator<char>(file), {}};
       LLVMFuzzerTestOneInput(reinterpret_cast<uint8_t const*>(bytes.data()), bytes.size());
