@@ -111,23 +111,13 @@ void MapperShadow::checkSuccess(Findings& findings, TcamSharingRequest request,
       return; // withdrawn or taken out
    }
    if (wanted != policy) {
-      // Nothing is written, so nothing is answered: neither with an entry missing, nor without
-      // data; or the answer was lost.
-      auto keys = entriesOf(request);
-      auto missing = std::any_of(keys.begin(), keys.end(),
-                                 [&](auto const& key) { return !data_.contains(key); });
-      auto pending = pendingFor(request);
-      if (missing) {
-         probes_.hit("rule: an older success stands without a mapper entry");
-      } else if (Facts::lowBits(wanted) == Facts::lowBits(policy)) {
-         probes_.hit("rule: answered for an older policy of the same payload");
-      } else if (Facts::lowBits(wanted) == 0) {
-         probes_.hit("rule: a policy without low bits is not answered");
-      } else if (pending && isDisturbed(*pending)) {
-         probes_.hit("rule: answered for an older policy, behind a disturbed answer");
-      } else {
-         findings.add("success comes from hardware", request, " for the older ", policy);
-      }
+      // A late answer to an older write, or the present policy is not answered.
+      char const* rule = Facts::lowBits(wanted) == Facts::lowBits(policy)
+                             ? "rule: answered for an older policy of the same payload"
+                             : whyUnanswered(request);
+      rule != nullptr
+          ? probes_.hit(rule)
+          : findings.add("success comes from hardware", request, " for the older ", policy);
       return;
    }
    for (VlanTagToVsiMapperKey key : entriesOf(request)) {
@@ -153,6 +143,43 @@ void MapperShadow::checkSuccess(Findings& findings, TcamSharingRequest request,
    }
 }
 
+// The rule by which a request that is in the output has no answer to its present policy.
+char const* MapperShadow::whyUnanswered(TcamSharingRequest request) const {
+   TcamSharingPolicyId policy = pipeline_.tagOutput->request(request);
+   auto keys = entriesOf(request);
+   auto fields = request.intfId().fields();
+   auto pending = pendingFor(request);
+   if (!fields.subIntf) {
+      return "rule: only sub-interfaces and tunnels are answered";
+   }
+   if (std::any_of(keys.begin(), keys.end(),
+                   [&](auto const& key) { return !data_.contains(key); })) {
+      return "rule: an older success stands without a mapper entry";
+   }
+   if (Facts::lowBits(policy) == 0) {
+      return "rule: a policy without low bits is not answered";
+   }
+   if (pending && isDisturbed(*pending)) {
+      return "rule: the answer was lost";
+   }
+   if (fields.kind == Plexus::IntfKind::portChannel && awaited_.contains({request, policy})) {
+      return "rule: an older answer only lowered the count";
+   }
+   if (displaced_.contains(request)) {
+      return "rule: another unit's request wrote the mapper entry";
+   }
+   if (answers_.forgotten.contains(request)) {
+      return "rule: answers are forgotten when the intake restarts";
+   }
+   if (keys.empty()) {
+      return "rule: no member on the unit";
+   }
+   if (robbed_.contains(request)) {
+      return "rule: an older clearing's answer took the answer";
+   }
+   return nullptr;
+}
+
 void MapperShadow::checkWaiting(Findings& findings, TcamSharingRequest request) const {
    TcamSharingPolicyId policy = pipeline_.tagOutput->request(request);
    TcamSharingEntry entry(request, policy);
@@ -161,26 +188,9 @@ void MapperShadow::checkWaiting(Findings& findings, TcamSharingRequest request) 
        answers_.retries.contains(entry)) {
       return;
    }
-   if (!request.intfId().fields().subIntf) {
-      probes_.hit("rule: only sub-interfaces and tunnels are answered");
-   } else if (Facts::lowBits(policy) == 0) {
-      probes_.hit("rule: a policy without low bits is not answered");
-   } else if (auto key = pendingFor(request); key && isDisturbed(*key)) {
-      probes_.hit("rule: the answer was lost");
-   } else if (awaited_.contains(entry) &&
-              request.intfId().fields().kind == Plexus::IntfKind::portChannel) {
-      probes_.hit("rule: an older answer only lowered the count");
-   } else if (displaced_.contains(request)) {
-      probes_.hit("rule: another unit's request wrote the mapper entry");
-   } else if (answers_.forgotten.contains(request)) {
-      probes_.hit("rule: answers are forgotten when the intake restarts");
-   } else if (entriesOf(request).empty()) {
-      probes_.hit("rule: no member on the unit");
-   } else if (robbed_.contains(request)) {
-      probes_.hit("rule: an older clearing's answer took the answer");
-   } else {
-      findings.add("answered or waiting", request, " is neither");
-   }
+   char const* rule = whyUnanswered(request);
+   rule != nullptr ? probes_.hit(rule)
+                   : findings.add("answered or waiting", request, " is neither");
 }
 
 bool MapperShadow::isDisturbed(VlanTagToVsiMapperKey key) const {
@@ -206,11 +216,10 @@ bool MapperShadow::sharedByUnits(TcamSharingRequest request) const {
 bool MapperShadow::plain(TcamSharingRequest request) const {
    TcamSharingEntry entry(request, pipeline_.tagOutput->request(request));
    auto keys = entriesOf(request);
-   return !keys.empty() && !sharedByUnits(request) && !answers_.forgotten.contains(request) &&
-          !answers_.unqueued.contains(request) && !late_.contains(request) &&
-          !robbed_.contains(request) && Facts::lowBits(entry.policyId()) != 0 &&
-          !awaited_.contains(entry) && !errors_.contains(entry) &&
-          std::all_of(keys.begin(), keys.end(), [&](auto const& key) {
+   return !keys.empty() && !sharedByUnits(request) && answers_.isPlain(request) &&
+          !late_.contains(request) && !robbed_.contains(request) &&
+          Facts::lowBits(entry.policyId()) != 0 && !awaited_.contains(entry) &&
+          !errors_.contains(entry) && std::all_of(keys.begin(), keys.end(), [&](auto const& key) {
              auto writer = lastWriter_.find(key);
              return data_.contains(key) && !isDisturbed(key) &&
                     chip_.lastOutcome(key) == Outcome::accepted && writer != lastWriter_.end() &&
@@ -220,8 +229,8 @@ bool MapperShadow::plain(TcamSharingRequest request) const {
 
 bool TunnelShadow::plain(TcamSharingRequest request) const {
    TunnelPolicyMapperKey key(request.intfId(), request.fapId());
-   return !answers_.forgotten.contains(request) && !answers_.unqueued.contains(request) &&
-          !isDisturbed(key) && chip_.lastOutcome(key) == Outcome::accepted &&
+   return answers_.isPlain(request) && !isDisturbed(key) &&
+          chip_.lastOutcome(key) == Outcome::accepted &&
           Facts::lowBits(pipeline_.tunnelOutput->request(request)) != 0;
 }
 

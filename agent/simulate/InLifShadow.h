@@ -32,6 +32,7 @@ class MapperShadow {
    void checkSuccess(Findings& findings, TcamSharingRequest request,
                      TcamSharingPolicyId policy) const;
    void checkWaiting(Findings& findings, TcamSharingRequest request) const;
+   char const* whyUnanswered(TcamSharingRequest request) const;
    void checkLeft(Findings& findings) const;
    bool sharedByUnits(TcamSharingRequest request) const;
    // The entry of an unanswered write of the request's policy.

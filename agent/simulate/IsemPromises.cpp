@@ -144,8 +144,8 @@ std::optional<TcamSharingRequest> IsemShadow::plainUser(AradSemKeyAndFap key) co
 bool IsemShadow::plain(TcamSharingRequest request) const {
    auto key = facts_.sharedKey(request);
    if (!key || isDisturbed(*key) || chip_.lastOutcome(*key) != Outcome::accepted ||
-       answers_.forgotten.contains(request) || answers_.unqueued.contains(request) ||
-       robbed_.contains(request) || late_.contains(request) || strayed_.contains(request)) {
+       !answers_.isPlain(request) || robbed_.contains(request) || late_.contains(request) ||
+       strayed_.contains(request)) {
       return false;
    }
    auto mapped = mapping_.find(request);

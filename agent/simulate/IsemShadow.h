@@ -22,6 +22,15 @@ struct Answers {
    std::set<TcamSharingRequest> forgotten;
    // Queued to be handed over again when the intake restarted: not any more.
    std::set<TcamSharingRequest> unqueued;
+
+   // Nothing came between the request and the answer that it has: no restart of the intake, no
+   // refusal (which stands when a replay brings the entry in all the same).
+   bool isPlain(TcamSharingRequest request) const {
+      auto response = responses.find(request);
+      return !forgotten.contains(request) && !unqueued.contains(request) &&
+             (response == responses.end() ||
+              response->second.status != Hardware::ShoalTunnel::tcamSharingFailed);
+   }
 };
 
 class IsemShadow {
