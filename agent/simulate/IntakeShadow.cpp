@@ -212,6 +212,10 @@ void IntakeShadow::handleTags(IntfId subIntf) {
    for (TcamSharingRequest request : asked(subIntf)) {
       if (!unit.isNull() && request.fapId() != unit) {
          probes_.hit("intake: tags change, another unit's request");
+         auto out = takenOut_.find(request);
+         if (added && out != takenOut_.end() && out->second == TakenOut::tags) {
+            out->second = TakenOut::tagsElsewhere;
+         }
       } else if (added) {
          due_.insert(request);
          probes_.hit(unit.isNull() ? "intake: queued by tags, no one unit"
@@ -315,6 +319,9 @@ bool IntakeShadow::outHolds(TcamSharingRequest request, TakenOut why) const {
       return world.subIntfDot1qEncapChange->dot1qEncap(request.intfId()).isZero();
    case TakenOut::vlan:
       return world.intfVlanIdTable->internalVlanId(request.intfId()).value() == 0;
+   case TakenOut::tagsElsewhere:
+      probes_.hit("rule: tags came back on another unit");
+      return true;
    }
    return false;
 }

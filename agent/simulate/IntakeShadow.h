@@ -9,8 +9,9 @@
 
 namespace Agent {
 
-// Why a request that is asked for is not in the output.
-enum class TakenOut { flag, tags, vlan };
+// Why a request that is asked for is not in the output. The last: its tags came back when its
+// sub-interface was on another unit, where nobody looks for it.
+enum class TakenOut { flag, tags, vlan, tagsElsewhere };
 
 class IntakeShadow {
  public:

@@ -115,6 +115,7 @@ constexpr std::string_view names[] = {
     "features: a port leaves a VLAN's features",
     "features: a VLAN's word over a port's",
     "features: a VLAN's word",
+    "rule: tags came back on another unit",
     "rule: lost in the chip's restart",
     "rule: refused, and not retried",
     "rule: a refused removal leaves an answer",
