@@ -126,7 +126,10 @@ void IntakeShadow::work(TcamSharingRequest request) {
    } else {
       probes_.hit(wanted.empty() ? "intake: withdrawn" : "intake: handed over");
       put(output_, request, wanted, !wanted.empty());
-      answers_.forgotten.erase(request);
+      // The same data again are not written to a tunnel's entry, so they are not answered either.
+      if (Facts::lowBits(wanted) != Facts::lowBits(present)) {
+         answers_.forgotten.erase(request);
+      }
       takenOut_.erase(request);
    }
 }
