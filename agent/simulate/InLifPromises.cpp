@@ -229,7 +229,7 @@ bool MapperShadow::plain(TcamSharingRequest request) const {
 
 bool TunnelShadow::plain(TcamSharingRequest request) const {
    TunnelPolicyMapperKey key(request.intfId(), request.fapId());
-   return answers_.isPlain(request) && !isDisturbed(key) &&
+   return answers_.isPlain(request) && !unwritten_.contains(request) && !isDisturbed(key) &&
           chip_.lastOutcome(key) == Outcome::accepted &&
           Facts::lowBits(pipeline_.tunnelOutput->request(request)) != 0;
 }

@@ -265,6 +265,13 @@ void TunnelShadow::handleOutput(TcamSharingRequest request) {
    if (!policy.empty()) {
       probes_.hit(Facts::lowBits(policy) == 0 ? "tunnel: written without data" : "tunnel: written");
       pending_[key] = entry;
+      if (configured != config_.end() &&
+          configured->second.inLifAdditionalData == Facts::lowBits(policy)) {
+         probes_.hit("tunnel: the same data, not written again");
+         unwritten_.insert(request);
+      } else {
+         unwritten_.erase(request);
+      }
       config_[key] = {Facts::lowBits(policy)};
    } else if (carries) {
       probes_.hit("tunnel: removed");

@@ -95,6 +95,8 @@ class TunnelShadow {
    bool isDisturbed(TunnelPolicyMapperKey key) const;
 
    std::map<TunnelPolicyMapperKey, uint64_t> calmSince_;
+   // Handed over last with the data that stood: nothing was written, so the older answer stays.
+   std::set<TcamSharingRequest> unwritten_;
    std::map<TunnelPolicyMapperKey, Hardware::ShoalTunnel::TunnelPolicyMapperResult> config_;
    std::map<TunnelPolicyMapperKey, TcamSharingEntry> pending_;
 };

@@ -75,6 +75,7 @@ constexpr std::string_view names[] = {
     "mapper: refused",
     "tunnel: written without data",
     "tunnel: written",
+    "tunnel: the same data, not written again",
     "tunnel: removed",
     "tunnel: removed without an entry",
     "tunnel: answer for nobody",
