@@ -131,7 +131,7 @@ void ConfigFile::findUnits() {
          shared_.push_back(&tables);
       } else if (!canBeTyped(key)) {
          report("-", key, "is no name of a unit, left out");
-      } else if (auto known = [&](std::string_view table) { return tables.contains(table); };
+      } else if (auto known = [&in = tables](std::string_view table) { return in.contains(table); };
                  std::none_of(std::begin(unitTables), std::end(unitTables), known) &&
                  std::none_of(std::begin(moreTables), std::end(moreTables), known)) {
          report("-", key, "has no table of a unit, left out");
