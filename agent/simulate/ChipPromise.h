@@ -1,9 +1,9 @@
-// The promise that the chip holds what is configured, with the rules that break it.
+// What the machines of shared, mapper and tunnel entries promise alike, with the rules that break
+// it: the chip holds what is configured, and what cannot be resolved is retried.
 #pragma once
 
 #include "agent/chip/ChipTable.h"
-#include "agent/simulate/Findings.h"
-#include "agent/simulate/Probes.h"
+#include "agent/simulate/IsemShadow.h"
 
 namespace Agent {
 
@@ -28,6 +28,22 @@ void checkChip(Findings& findings, Probes& probes, ChipTable<T> const& chip,
          probes.hit("rule: refused, and not retried");
       } else {
          findings.add("the chip holds what is configured", key, " should carry ", value);
+      }
+   }
+}
+
+// `waiting`: requests that were handed over last when something was missing.
+inline void checkRetried(Findings& findings, Probes& probes, SharingPipeline const& pipeline,
+                         Answers const& answers, std::set<TcamSharingRequest> const& waiting) {
+   for (TcamSharingRequest request : waiting) {
+      if (answers.retries.contains({request, pipeline.output(request)}) ||
+          !pipeline.merged->requestHas(request)) {
+         continue;
+      }
+      if (answers.unqueued.contains(request)) {
+         probes.hit("rule: a retry forgotten when the intake restarted");
+      } else {
+         findings.add("what cannot be resolved is retried", request, " is not");
       }
    }
 }

@@ -58,17 +58,7 @@ void MapperShadow::checkSettled(Findings& findings) const {
       checkWaiting(findings, request);
    }
    checkLeft(findings);
-   for (TcamSharingRequest request : waiting_) {
-      if (answers_.retries.contains({request, pipeline_.tagOutput->request(request)}) ||
-          !pipeline_.merged->requestHas(request)) {
-         continue;
-      }
-      if (answers_.unqueued.contains(request)) {
-         probes_.hit("rule: a retry forgotten when the intake restarted");
-      } else {
-         findings.add("what cannot be resolved is retried", request, " is not");
-      }
-   }
+   checkRetried(findings, probes_, pipeline_, answers_, waiting_);
    for (auto const& [entry, waits] : answers_.retries) {
       auto keys = entriesOf(entry.request());
       bool missing = std::any_of(keys.begin(), keys.end(),
@@ -112,9 +102,13 @@ void MapperShadow::checkSuccess(Findings& findings, TcamSharingRequest request,
    }
    if (wanted != policy) {
       // A late answer to an older write, or the present policy is not answered.
+      auto keys = entriesOf(request);
+      bool missing = std::any_of(keys.begin(), keys.end(),
+                                 [&](auto const& key) { return !data_.contains(key); });
       char const* rule = Facts::lowBits(wanted) == Facts::lowBits(policy)
                              ? "rule: answered for an older policy of the same payload"
-                             : whyUnanswered(request);
+                         : missing ? "rule: an older success stands without a mapper entry"
+                                   : whyUnanswered(request);
       rule != nullptr
           ? probes_.hit(rule)
           : findings.add("success comes from hardware", request, " for the older ", policy);
@@ -152,14 +146,10 @@ char const* MapperShadow::whyUnanswered(TcamSharingRequest request) const {
    if (!fields.subIntf) {
       return "rule: only sub-interfaces and tunnels are answered";
    }
-   if (std::any_of(keys.begin(), keys.end(),
-                   [&](auto const& key) { return !data_.contains(key); })) {
-      return "rule: an older success stands without a mapper entry";
-   }
    if (Facts::lowBits(policy) == 0) {
       return "rule: a policy without low bits is not answered";
    }
-   if (pending && isDisturbed(*pending)) {
+   if (pending && calm_.isDisturbed(*pending)) {
       return "rule: the answer was lost";
    }
    if (fields.kind == Plexus::IntfKind::portChannel && awaited_.contains({request, policy})) {
@@ -193,16 +183,6 @@ void MapperShadow::checkWaiting(Findings& findings, TcamSharingRequest request) 
                    : findings.add("answered or waiting", request, " is neither");
 }
 
-bool MapperShadow::isDisturbed(VlanTagToVsiMapperKey key) const {
-   auto calm = calmSince_.find(key);
-   return chip_.disturbances(key) > (calm == calmSince_.end() ? 0 : calm->second);
-}
-
-bool TunnelShadow::isDisturbed(TunnelPolicyMapperKey key) const {
-   auto calm = calmSince_.find(key);
-   return chip_.disturbances(key) > (calm == calmSince_.end() ? 0 : calm->second);
-}
-
 // Requests of several units for one sub-interface write the same entries.
 bool MapperShadow::sharedByUnits(TcamSharingRequest request) const {
    for (auto const& [other, policy] : pipeline_.tagOutput->requestIter()) {
@@ -221,7 +201,7 @@ bool MapperShadow::plain(TcamSharingRequest request) const {
           Facts::lowBits(entry.policyId()) != 0 && !awaited_.contains(entry) &&
           !errors_.contains(entry) && std::all_of(keys.begin(), keys.end(), [&](auto const& key) {
              auto writer = lastWriter_.find(key);
-             return data_.contains(key) && !isDisturbed(key) &&
+             return data_.contains(key) && !calm_.isDisturbed(key) &&
                     chip_.lastOutcome(key) == Outcome::accepted && writer != lastWriter_.end() &&
                     writer->second == request;
           });
@@ -229,7 +209,7 @@ bool MapperShadow::plain(TcamSharingRequest request) const {
 
 bool TunnelShadow::plain(TcamSharingRequest request) const {
    TunnelPolicyMapperKey key(request.intfId(), request.fapId());
-   return answers_.isPlain(request) && !unwritten_.contains(request) && !isDisturbed(key) &&
+   return answers_.isPlain(request) && !unwritten_.contains(request) && !calm_.isDisturbed(key) &&
           chip_.lastOutcome(key) == Outcome::accepted &&
           Facts::lowBits(pipeline_.tunnelOutput->request(request)) != 0;
 }
@@ -249,7 +229,7 @@ void TunnelShadow::checkSettled(Findings& findings) const {
       }
       TunnelPolicyMapperKey key(request.intfId(), request.fapId());
       auto last = pending_.find(key);
-      if (last != pending_.end() && last->second.policyId().empty() && isDisturbed(key)) {
+      if (last != pending_.end() && last->second.policyId().empty() && calm_.isDisturbed(key)) {
          probes_.hit("rule: the removal's answer was lost");
       } else if (config_.contains(key) && config_.at(key).inLifAdditionalData == 0) {
          probes_.hit("rule: a tunnel entry without data outlives its withdrawal");
@@ -281,7 +261,7 @@ void TunnelShadow::checkSuccess(Findings& findings, TcamSharingRequest request,
       return;
    }
    auto pending = pending_.find(key);
-   if (wanted != policy && pending != pending_.end() && isDisturbed(key)) {
+   if (wanted != policy && pending != pending_.end() && calm_.isDisturbed(key)) {
       probes_.hit("rule: answered for an older policy, behind a disturbed answer");
    } else {
       findings.add("success comes from hardware", request, " in its tunnel's entry");
@@ -299,7 +279,7 @@ void TunnelShadow::checkWaiting(Findings& findings, TcamSharingRequest request) 
    } else if (answer == answers_.responses.end() &&
               Facts::lowBits(pipeline_.tunnelOutput->request(request)) == 0) {
       probes_.hit("rule: a tunnel entry without data stays, and is not written again");
-   } else if (isDisturbed(key)) {
+   } else if (calm_.isDisturbed(key)) {
       probes_.hit("rule: the answer was lost");
    } else {
       findings.add("answered or waiting", request, " is neither, in its tunnel's entry");

@@ -123,7 +123,7 @@ bool MapperShadow::programMember(TcamSharingEntry const& entry, IntfId port, boo
       return true;
    }
    if (found->second == 0 && !pending_.contains(key) && !chip_.isUnanswered(key)) {
-      calmSince_[key] = chip_.disturbances(key);
+      calm_.is(key);
    }
    if (auto before = pending_.find(key); before != pending_.end()) {
       probes_.hit("mapper: written again before its answer");
@@ -260,7 +260,7 @@ void TunnelShadow::handleOutput(TcamSharingRequest request) {
    bool carries = configured != config_.end() && configured->second.inLifAdditionalData != 0;
    if (!config_.contains(key) && !pending_.contains(key) && !chip_.isUnanswered(key) &&
        !pipeline_.tunnelStatus->statusHas(key)) {
-      calmSince_[key] = chip_.disturbances(key);
+      calm_.is(key);
    }
    if (!policy.empty()) {
       probes_.hit(Facts::lowBits(policy) == 0 ? "tunnel: written without data" : "tunnel: written");

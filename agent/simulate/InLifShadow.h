@@ -44,11 +44,8 @@ class MapperShadow {
    Answers& answers_;
    Probes& probes_;
 
-   bool isDisturbed(VlanTagToVsiMapperKey key) const;
-
    std::map<VlanTagToVsiMapperKey, uint64_t> data_; // of every entry
-   // The chip's count of disturbances when the entry was at rest and empty last.
-   std::map<VlanTagToVsiMapperKey, uint64_t> calmSince_;
+   Calm<MapperTable> calm_{chip_};
    // A write of theirs was answered after they were withdrawn.
    std::set<TcamSharingRequest> late_;
    // Handed over last when something was missing.
@@ -92,9 +89,7 @@ class TunnelShadow {
    Answers& answers_;
    Probes& probes_;
 
-   bool isDisturbed(TunnelPolicyMapperKey key) const;
-
-   std::map<TunnelPolicyMapperKey, uint64_t> calmSince_;
+   Calm<TunnelTable> calm_{chip_};
    // Handed over last with the data that stood: nothing was written, so the older answer stays.
    std::set<TcamSharingRequest> unwritten_;
    std::map<TunnelPolicyMapperKey, Hardware::ShoalTunnel::TunnelPolicyMapperResult> config_;

@@ -43,17 +43,7 @@ void IsemShadow::checkSettled(Findings& findings) const {
          findings.add("a configured entry has users", key, " is nobody's");
       }
    }
-   for (TcamSharingRequest request : waiting_) {
-      if (answers_.retries.contains({request, pipeline_.outputTable->request(request)}) ||
-          !pipeline_.merged->requestHas(request)) {
-         continue;
-      }
-      if (answers_.unqueued.contains(request)) {
-         probes_.hit("rule: a retry forgotten when the intake restarted");
-      } else {
-         findings.add("what cannot be resolved is retried", request, " is not");
-      }
-   }
+   checkRetried(findings, probes_, pipeline_, answers_, waiting_);
    for (auto const& [entry, waits] : answers_.retries) {
       if (facts_.resolves(entry.request()) || !pipeline_.merged->requestHas(entry.request())) {
          findings.add("only what cannot be resolved is retried", entry);
@@ -81,7 +71,7 @@ void IsemShadow::checkSuccess(Findings& findings, TcamSharingRequest request,
       return;
    }
    auto story = stories_.find(stands->second);
-   bool disturbed = isDisturbed(stands->second);
+   bool disturbed = calm_.isDisturbed(stands->second);
    if (wanted != policy && Facts::payload(wanted) == Facts::payload(policy)) {
       probes_.hit("rule: answered for an older policy of the same payload");
    } else if (wanted != policy && (disturbed || strayed_.contains(request))) {
@@ -110,7 +100,7 @@ void IsemShadow::checkWaiting(Findings& findings, TcamSharingRequest request) co
    }
    if (twoTags_.contains(request)) {
       probes_.hit("rule: two tags are neither programmed nor answered");
-   } else if (auto key = pendingFor(request, true); key && isDisturbed(*key)) {
+   } else if (auto key = pendingFor(request, true); key && calm_.isDisturbed(*key)) {
       probes_.hit("rule: the answer was lost");
    } else if (robbed_.contains(request)) {
       probes_.hit("rule: an earlier removal's answer took the answer");
@@ -123,7 +113,7 @@ void IsemShadow::checkWaiting(Findings& findings, TcamSharingRequest request) co
 
 void IsemShadow::checkWithdrawn(Findings& findings, TcamSharingRequest request) const {
    auto key = pendingFor(request, false);
-   if (key && isDisturbed(*key)) {
+   if (key && calm_.isDisturbed(*key)) {
       probes_.hit("rule: the removal's answer was lost");
    } else if (late_.contains(request)) {
       probes_.hit("rule: another write's answer came after the withdrawal");
@@ -143,7 +133,7 @@ std::optional<TcamSharingRequest> IsemShadow::plainUser(AradSemKeyAndFap key) co
 
 bool IsemShadow::plain(TcamSharingRequest request) const {
    auto key = facts_.sharedKey(request);
-   if (!key || isDisturbed(*key) || chip_.lastOutcome(*key) != Outcome::accepted ||
+   if (!key || calm_.isDisturbed(*key) || chip_.lastOutcome(*key) != Outcome::accepted ||
        !answers_.isPlain(request) || robbed_.contains(request) || late_.contains(request) ||
        strayed_.contains(request)) {
       return false;

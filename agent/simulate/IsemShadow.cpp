@@ -39,13 +39,8 @@ void IsemShadow::maybeForget(AradSemKeyAndFap key) {
        !pipeline_.tableStatus->statusHas(key) &&
        std::none_of(standsOn_.begin(), standsOn_.end(), on)) {
       stories_.erase(key);
-      calmSince_[key] = chip_.disturbances(key);
+      calm_.is(key);
    }
-}
-
-bool IsemShadow::isDisturbed(AradSemKeyAndFap key) const {
-   auto calm = calmSince_.find(key);
-   return chip_.disturbances(key) > (calm == calmSince_.end() ? 0 : calm->second);
 }
 
 void IsemShadow::remove(TcamSharingRequest request) {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "agent/host/Host.h"
+#include "agent/simulate/Calm.h"
 #include "agent/simulate/Facts.h"
 #include "agent/simulate/Findings.h"
 #include "agent/simulate/Probes.h"
@@ -73,8 +74,6 @@ class IsemShadow {
    std::optional<AradSemKeyAndFap> pendingFor(TcamSharingRequest request, bool written) const;
    // Nobody uses the entry any more, and no answer is out: what happened on it is over.
    void maybeForget(AradSemKeyAndFap key);
-   // Some answer of the entry's was lost or out of order since.
-   bool isDisturbed(AradSemKeyAndFap key) const;
 
    IsemPipeline const& pipeline_;
    ChipTable<IsemTable> const& chip_;
@@ -88,8 +87,7 @@ class IsemShadow {
    std::map<WriteKey, std::deque<TcamSharingEntry>> pending_;
 
    std::map<AradSemKeyAndFap, Story> stories_;
-   // The chip's count of disturbances when the entry was forgotten last.
-   std::map<AradSemKeyAndFap, uint64_t> calmSince_;
+   Calm<IsemTable> calm_{chip_};
    // The entry that a request was handed over for last.
    std::map<TcamSharingRequest, AradSemKeyAndFap> standsOn_;
    // Handed over for the last time with two tags.
