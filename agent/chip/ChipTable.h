@@ -5,6 +5,8 @@
 // writing unless a fault reorders it. A write of an entry is answered with what became of it, a
 // removal by the removal of the status. Entries that are configured when the table is made are in
 // the chip already.
+//
+// What happened to each entry is remembered, also over a restart, for those who explain it.
 #pragma once
 
 #include "agent/chip/ChipFaults.h"
@@ -20,6 +22,20 @@ namespace Agent {
 
 enum class Outcome { removed, accepted, refused, full, inProgress };
 std::string_view outcomeName(Outcome outcome);
+
+// What the chip did with one entry.
+struct EntryMemory {
+   struct Event {
+      Seconds at = 0.0;
+      Outcome outcome = Outcome::removed;
+      friend bool operator==(Event const&, Event const&) = default;
+   };
+   std::optional<Event> lastWrite;   // or removal, answered or not
+   std::optional<Event> lastAnswer;  // given
+   std::optional<Seconds> lost;      // when an answer was last lost
+   std::optional<Seconds> restarted; // the chip restarted since the last write
+   std::optional<Seconds> dropped;   // when a restart last dropped an answer that was on its way
+};
 
 struct ChipCounters {
    uint64_t writes = 0;
@@ -43,8 +59,8 @@ class ChipTable {
        : faults_(faults), config_(std::move(config)), status_(std::move(status)),
          unitOf_(std::move(unitOf)), timer_(this, std::move(clock)), orvConfig_(this) {
       for (auto const& [key, data] : config_->configIter()) {
-         entries_.emplace(key, data);
-         lastOutcomes_[key] = Outcome::accepted;
+         hold(key, data);
+         memories_[key].lastWrite = {Orv::System::peekTime(), Outcome::accepted};
          T::answer(*status_, key, data, Outcome::accepted);
       }
       config_->configCollection().watch(orvConfig_);
@@ -59,7 +75,7 @@ class ChipTable {
       }
    }
    // What is held back for reordering is answered.
-   void release() {
+   void releaseHeldBack() {
       for (Answer& answer : heldBack_) {
          answer.due = Orv::System::currentTime() + faults_.delay();
          schedule(answer);
@@ -69,21 +85,28 @@ class ChipTable {
    // What the chip held and had not answered yet is gone, and so is the status. The configuration
    // stays; replay() writes it to the chip again.
    void restart() {
+      Seconds now = Orv::System::peekTime();
       for (auto const* answers : {&unanswered_, &heldBack_}) {
          for (Answer const& answer : *answers) {
             ++disturbances_[answer.key];
+            memories_[answer.key].dropped = now;
          }
       }
-      for (auto const& [key, last] : lastAnswers_) {
-         ++disturbances_[key];
+      for (auto& [key, memory] : memories_) {
+         if (memory.lastAnswer && !memory.restarted) {
+            ++disturbances_[key];
+         }
+         memory.restarted = now;
       }
       unanswered_.clear();
       heldBack_.clear();
       entries_.clear();
-      lastAnswers_.clear();
-      lastOutcomes_.clear();
+      units_.clear();
+      entriesOn_.clear();
       askForNext();
+      restarting_ = true;
       status_->statusDelAll();
+      restarting_ = false;
    }
    void replay() {
       for (auto const& [key, data] : config_->configIter()) {
@@ -102,14 +125,15 @@ class ChipTable {
    // What the chip really holds.
    std::map<Key, Data> const& entries() const { return entries_; }
    uint64_t entriesOn(FapId unit) const {
-      return static_cast<uint64_t>(
-          std::count_if(entries_.begin(), entries_.end(),
-                        [&](auto const& entry) { return unitOf_(entry.first) == unit; }));
+      auto found = entriesOn_.find(unit);
+      return found == entriesOn_.end() ? 0 : found->second;
    }
    std::optional<Data> held(Key key) const {
       auto found = entries_.find(key);
       return found == entries_.end() ? std::nullopt : std::optional(found->second);
    }
+   // What it should hold.
+   std::optional<Data> configured(Key key) const { return config_->configCollection().find(key); }
    // An answer of the key's is held back to be given out of order.
    bool isHeldBack(Key key) const {
       return std::any_of(heldBack_.begin(), heldBack_.end(),
@@ -129,17 +153,18 @@ class ChipTable {
    }
    // What became of the key's last write, answered or not; none: it had none since a restart.
    std::optional<Outcome> lastOutcome(Key key) const {
-      auto found = lastOutcomes_.find(key);
-      return found == lastOutcomes_.end() ? std::nullopt : std::optional(found->second);
+      EntryMemory memory = this->memory(key);
+      return memory.lastWrite && !memory.restarted ? std::optional(memory.lastWrite->outcome)
+                                                   : std::nullopt;
    }
-   struct LastAnswer {
-      Seconds at;
-      Outcome outcome;
-   };
-   std::optional<LastAnswer> lastAnswer(Key key) const {
-      auto found = lastAnswers_.find(key);
-      return found == lastAnswers_.end() ? std::nullopt : std::optional(found->second);
+   EntryMemory memory(Key key) const {
+      auto found = memories_.find(key);
+      return found == memories_.end() ? EntryMemory() : found->second;
    }
+   // The key whose answer is being given just now: whoever is called meanwhile hears of that one.
+   std::optional<Key> answering() const { return answering_; }
+   // The statuses go with a restart just now.
+   bool restarting() const { return restarting_; }
    ChipCounters const& counters() const { return counters_; }
 
  private:
@@ -160,9 +185,12 @@ class ChipTable {
       FapId unit = unitOf_(key);
       // The chip works in order and at once; only its answers are late, lost or out of order.
       answer.outcome = program(answer);
-      lastOutcomes_[key] = answer.outcome;
+      EntryMemory& memory = memories_[key];
+      memory.lastWrite = {Orv::System::peekTime(), answer.outcome};
+      memory.restarted.reset();
       if (faults_.suffers(Fault::lose, T::kind, unit)) {
          ++disturbances_[key];
+         memory.lost = Orv::System::peekTime();
          return;
       }
       if (T::defers && answer.written && faults_.suffers(Fault::defer, T::kind, unit)) {
@@ -220,7 +248,7 @@ class ChipTable {
    Outcome program(Answer const& answer) {
       FapId unit = unitOf_(answer.key);
       if (!answer.written) {
-         entries_.erase(answer.key);
+         release(answer.key);
          return Outcome::removed;
       }
       if (faults_.suffers(Fault::refuse, T::kind, unit)) {
@@ -232,19 +260,36 @@ class ChipTable {
          ++counters_.full;
          return Outcome::full;
       }
-      entries_.insert_or_assign(answer.key, *answer.written);
+      hold(answer.key, *answer.written);
       return Outcome::accepted;
+   }
+
+   // An entry counts on the unit that its port had when it was written.
+   void hold(Key key, Data const& data) {
+      release(key);
+      entries_.emplace(key, data);
+      FapId unit = unitOf_(key);
+      units_.emplace(key, unit);
+      ++entriesOn_[unit];
+   }
+   void release(Key key) {
+      if (entries_.erase(key) > 0) {
+         auto unit = units_.find(key);
+         --entriesOn_[unit->second];
+         units_.erase(unit);
+      }
    }
 
    void deliver(Answer const& answer) {
       ++counters_.answers;
-      lastAnswers_.insert_or_assign(answer.key,
-                                    LastAnswer{Orv::System::currentTime(), answer.outcome});
+      memories_[answer.key].lastAnswer = {Orv::System::peekTime(), answer.outcome};
+      answering_ = answer.key;
       if (answer.written) {
          T::answer(*status_, answer.key, *answer.written, answer.outcome);
       } else {
          status_->statusDel(answer.key);
       }
+      answering_.reset();
    }
 
    ChipFaults& faults_;
@@ -255,9 +300,12 @@ class ChipTable {
    std::deque<Answer> unanswered_; // in order of due time, then of writing
    std::deque<Answer> heldBack_;   // answered in reverse when the run of reordered ones ends
    std::map<Key, Data> entries_;
-   std::map<Key, LastAnswer> lastAnswers_;
-   std::map<Key, Outcome> lastOutcomes_;
+   std::map<Key, FapId> units_;          // of the entries
+   std::map<FapId, uint64_t> entriesOn_; // how many of them
+   std::map<Key, EntryMemory> memories_;
    std::map<Key, uint64_t> disturbances_;
+   std::optional<Key> answering_;
+   bool restarting_ = false;
    ChipCounters counters_;
 
    Timer timer_;

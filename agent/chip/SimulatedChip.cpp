@@ -55,9 +55,9 @@ void SimulatedChip::capacityIs(std::optional<ChipTableKind> table, FapId unit,
 
 void SimulatedChip::clearFaults() {
    faults_.clear();
-   isem_.release();
-   mapper_.release();
-   tunnels_.release();
+   isem_.releaseHeldBack();
+   mapper_.releaseHeldBack();
+   tunnels_.releaseHeldBack();
 }
 
 void SimulatedChip::restart() {

@@ -1,6 +1,6 @@
 // Conditions that make a scenario a test.
 #include "agent/command/Explanation.h"
-#include "agent/command/FeatureNames.h"
+#include "agent/command/FeatureSituation.h"
 #include "agent/command/Tables.h"
 
 #include <cinttypes>
@@ -70,21 +70,6 @@ void expectCount(Host& host, Arguments& arguments) {
    }
 }
 
-void expectIsem(Host& host, Arguments& arguments) {
-   Bridging::VlanId vlan(static_cast<uint32_t>(arguments.takeNumber("VLAN", 1, 4094)));
-   Hardware::Shoal::VlanDomain domain(static_cast<uint8_t>(arguments.takeNumber("DOMAIN", 0, 255)));
-   FapId unit = host.world().unit(arguments.take("UNIT"));
-   std::string word = arguments.take("POLICY or none");
-   std::string wanted = word == "none" ? word : printedPolicy(parsePolicy(word));
-   arguments.end();
-   AradSemKeyAndFap key(AradISemKeyTcamSharing(vlan, domain).key(), unit);
-   auto payload = host.isem().table->configCollection().find(key);
-   std::string got = payload ? printedPolicy(policyOfPayload(*payload)) : "none";
-   if (got != wanted) {
-      fail("the entry " + printedKey(key), wanted, got);
-   }
-}
-
 // What an entry holds: a policy, none (no data), or absent (no entry).
 void expectData(std::string const& what, std::string const& word, std::optional<uint64_t> data) {
    std::string wanted =
@@ -93,6 +78,18 @@ void expectData(std::string const& what, std::string const& word, std::optional<
    if (got != wanted) {
       fail(what, wanted, got);
    }
+}
+
+void expectIsem(Host& host, Arguments& arguments) {
+   Bridging::VlanId vlan(static_cast<uint32_t>(arguments.takeNumber("VLAN", 1, 4094)));
+   Hardware::Shoal::VlanDomain domain(static_cast<uint8_t>(arguments.takeNumber("DOMAIN", 0, 255)));
+   FapId unit = host.world().unit(arguments.take("UNIT"));
+   std::string word = arguments.take("POLICY, none or absent");
+   arguments.end();
+   AradSemKeyAndFap key(AradISemKeyTcamSharing(vlan, domain).key(), unit);
+   auto payload = host.isem().table->configCollection().find(key);
+   expectData("the entry " + printedKey(key), word,
+              payload ? std::optional(policyOfPayload(*payload).value()) : std::nullopt);
 }
 
 void expectMapper(Host& host, Arguments& arguments) {
@@ -190,11 +187,13 @@ void expectWord(Host& host, Arguments& arguments, bool ofSubInterface) {
 void expectInHardware(Host& host, Arguments& arguments, bool wanted) {
    auto requests = takeRequests(host, arguments);
    arguments.end();
+   Situations situations(host);
    for (TcamSharingRequest request : requests) {
-      Explanation explanation = explain(host, request);
-      if (explanation.inHardware != wanted) {
-         fail("the policy of " + printedRequest(request),
-              wanted ? "in hardware" : "out of hardware", explanation.verdict);
+      Situation situation = situations.of(request);
+      if (situation.inHardware != wanted) {
+         throw ExpectationFailed("expected the policy of " + printedRequest(request) + " to be " +
+                                 (wanted ? "in" : "out of") +
+                                 " hardware, but: " + explain(situation, host).verdict);
       }
    }
 }
@@ -255,7 +254,7 @@ void addExpectCommands(Registry& registry) {
    registry.add(
        {"expect",
         "status FEATURE|merged REQUEST STATUS [POLICY] | merged|output REQUEST POLICY|none "
-        "| count TABLE N | isem VLAN DOMAIN UNIT POLICY|none | "
+        "| count TABLE N | isem VLAN DOMAIN UNIT POLICY|none|absent | "
         "mapper SUBINTERFACE PORT POLICY|none|absent | tunnel TUNNEL UNIT POLICY|none|absent | "
         "published PORT UNIT|none DOMAIN|none | "
         "feature INTERFACE UNIT:CORE|own TYPE none|success|failure [VALUE] | word PORT WORD|none | "

@@ -9,23 +9,23 @@ namespace {
 void explainCommand(Host& host, Arguments& arguments, std::ostream& out) {
    auto requests = takeRequests(host, arguments);
    arguments.end();
+   Situations situations(host);
    for (TcamSharingRequest request : requests) {
-      printExplanation(out, explain(host, request), arguments.format());
+      printExplanation(out, explain(situations.of(request), host), arguments.format());
    }
 }
 
-// Each request that is not in hardware, with the sentence that says why.
+// Each request of which something is to be said, with the sentences that say it.
 void problems(Host& host, Arguments& arguments, std::ostream& out) {
    arguments.end();
    Table table{"problems", {"request", "merged policy", "status", "why"}, {}};
+   Situations situations(host);
    for (TcamSharingRequest request : knownRequests(host)) {
-      Explanation explanation = explain(host, request);
-      SharingPipeline const& pipeline = host.pipelineOf(request);
-      auto [status, policyId] = pipeline.mergedStatus->response(request);
-      if (!explanation.inHardware || status != Hardware::ShoalTunnel::tcamSharingSuccess ||
-          policyId != pipeline.merged->request(request)) {
-         table.add({printedRequest(request), printedPolicy(pipeline.merged->request(request)),
-                    std::string(printedStatus(status)), explanation.verdict});
+      Situation situation = situations.of(request);
+      if (!situation.sound()) {
+         table.add({printedRequest(request), printedPolicy(situation.merged),
+                    std::string(printedStatus(situation.response.status)),
+                    explain(situation, host).verdict});
       }
    }
    print(out, table, arguments.format());
@@ -39,8 +39,9 @@ void addExplainCommands(Registry& registry) {
         "why a request is where it is: what it waits for, since when, who shares its entry", false,
         explainCommand});
    registry.add({"problems", "[--format json]",
-                 "every request that is not in hardware or not successful, and why", false,
-                 problems});
+                 "every request that is not in hardware, not successful, or has left an entry "
+                 "behind, and why",
+                 false, problems});
 }
 
 } // namespace Agent

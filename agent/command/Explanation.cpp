@@ -1,14 +1,160 @@
-#include "agent/command/Explainer.h"
+#include "agent/command/Explanation.h"
+
+#include "agent/command/Verdict.h"
 
 #include <set>
 
 namespace Agent {
 
-Explanation explain(Host const& host, TcamSharingRequest request) {
-   if (&host.pipelineOf(request) == &host.isem()) {
-      return IsemExplainer(host, request).explain();
+using namespace Hardware::ShoalTunnel;
+
+namespace {
+
+using Role = EntrySituation::Role;
+
+std::string since(std::optional<Seconds> time) {
+   return time ? " since " + printedSeconds(*time) + " s" : "";
+}
+
+std::string listed(std::vector<TcamSharingRequest> const& requests, char const* separator) {
+   std::string text;
+   for (TcamSharingRequest request : requests) {
+      text += (text.empty() ? "" : separator) + printedRequest(request);
    }
-   return InLifExplainer(host, request).explain();
+   return text;
+}
+
+class FactList {
+ public:
+   FactList(Situation const& situation, Host const& host, Explanation& found)
+       : is_(situation), host_(host), found_(found) {}
+
+   void add() {
+      addAsked();
+      addProgress();
+      for (EntrySituation const& entry : is_.entries) {
+         addEntry(entry);
+      }
+      if (is_.answersAwaited != 0) {
+         fact("answers awaited", std::to_string(is_.answersAwaited));
+      }
+   }
+
+ private:
+   void fact(std::string label, std::string text) {
+      found_.facts.emplace_back(std::move(label), std::move(text));
+   }
+
+   void addAsked() {
+      for (std::size_t i = 0; i < kFeatures; ++i) {
+         auto feature = static_cast<Feature>(i);
+         auto const& config = host_.features().config(feature);
+         auto answer = host_.features().status(feature)->response(is_.request);
+         if (config->requestHas(is_.request) || answer.status != tcamSharingNone) {
+            std::string text = printedPolicy(config->request(is_.request)) + ", status " +
+                               std::string(printedStatus(answer.status));
+            if (answer.status != tcamSharingNone) {
+               text += " for " + printedPolicy(answer.policyId);
+            }
+            fact(std::string(featureNames[i]) + " asks", text);
+         }
+      }
+      fact("merged policy", printedPolicy(is_.merged) + since(is_.times.asked));
+   }
+
+   void addProgress() {
+      fact("output policy", printedPolicy(is_.output));
+      if (is_.queued) {
+         fact(
+             "queued",
+             "in the backlog" + since(is_.times.queued) +
+                 (is_.nextSlice ? ", next slice at " + printedSeconds(*is_.nextSlice) + " s" : ""));
+      }
+      for (TcamSharingPolicyId policy : is_.retried) {
+         fact("retry list", "for " + printedPolicy(policy) + ", next tried at " +
+                                printedSeconds(is_.pipeline->codef->nextRetry()) + " s");
+      }
+      std::string text(printedStatus(is_.response.status));
+      if (is_.response.status != tcamSharingNone) {
+         text += " for " + printedPolicy(is_.response.policyId) + since(is_.times.status) +
+                 printedCause(is_.times.cause);
+      }
+      fact("response", text);
+      if (!is_.resolution.missing.empty()) {
+         fact("missing", is_.resolution.missing);
+      }
+   }
+
+   static std::string printedCause(ResponseCause const& cause) {
+      switch (cause.kind) {
+      case ResponseCause::Kind::worked:
+         return ", when it was worked";
+      case ResponseCause::Kind::answered:
+         return ", by the chip's answer for " + printedKey(*cause.key) + " (" +
+                std::string(outcomeName(cause.answer.outcome)) + ")";
+      case ResponseCause::Kind::restarted:
+         return ", when the chip restarted";
+      }
+      return "";
+   }
+
+   void addEntry(EntrySituation const& entry) {
+      fact(entry.role == Role::current ? "entry" : "earlier entry",
+           entry.name + ": table holds " + entry.configured.value_or("no entry") + ", chip holds " +
+               entry.held.value_or("no entry"));
+      if (entry.change) {
+         fact("last change", printedChange(*entry.change));
+      }
+      if (auto const& write = entry.chip.lastWrite) {
+         fact("last write", std::string(outcomeName(write->outcome)) + " " + at(write->at));
+      }
+      if (auto const& answer = entry.chip.lastAnswer) {
+         fact("last answer", std::string(outcomeName(answer->outcome)) + " " + at(answer->at));
+      }
+      if (entry.chip.lost) {
+         fact("answer lost", at(*entry.chip.lost));
+      }
+      if (entry.chip.restarted) {
+         fact("chip restarted", at(*entry.chip.restarted));
+      }
+      if (entry.awaited && entry.awaited->due) {
+         fact("answer due", at(*entry.awaited->due));
+      }
+      if (!entry.writes.empty()) {
+         fact("unanswered writes", listed(entry.writes, ", then "));
+      }
+      if (!entry.removals.empty()) {
+         fact("unanswered removals", listed(entry.removals, ", then "));
+      }
+      if (!entry.shared.empty()) {
+         fact("shared with", listed(entry.shared, ", "));
+      }
+   }
+
+   static std::string printedChange(EntryChange const& change) {
+      static constexpr char const* kinds[] = {"written", "made by its owner", "removed", "left"};
+      return kinds[static_cast<std::size_t>(change.kind)] + std::string(" ") + at(change.at) +
+             (change.by ? " for " + printedRequest(*change.by) : "");
+   }
+
+   Situation const& is_;
+   Host const& host_;
+   Explanation& found_;
+};
+
+} // namespace
+
+Explanation explain(Situation const& situation, Host const& host) {
+   Explanation found;
+   found.subject = printedRequest(situation.request);
+   found.inHardware = situation.inHardware;
+   found.verdict = Verdict(situation, host).text();
+   FactList(situation, host, found).add();
+   return found;
+}
+
+Explanation explain(Host const& host, TcamSharingRequest request) {
+   return explain(Situations(host).of(request), host);
 }
 
 void printExplanation(std::ostream& out, Explanation const& explanation, Format format) {

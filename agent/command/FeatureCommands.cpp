@@ -1,6 +1,6 @@
 // In-LIF features: who asks for them, and what they are laid over.
 #include "agent/command/Explanation.h"
-#include "agent/command/FeatureNames.h"
+#include "agent/command/FeatureSituation.h"
 
 namespace Agent {
 
@@ -37,7 +37,18 @@ void featureDirectory(Host& host, Arguments& arguments, std::ostream&) {
    }
 }
 
-void feature(Host& host, Arguments& arguments, std::ostream&) {
+// By the rules a value is written as it is; who asks has to know what fits.
+void warnOfWidth(Host const& host, InLifIntfKey key, InLifFeatureType type, InLifFeatureValue value,
+                 std::ostream& out) {
+   auto field = featureField(key.tcamId(), type);
+   if (field && (value & ~field->mask()) != 0) {
+      out << "warning: the field of " << type << " on " << host.world().tcamName(key.tcamId())
+          << " has " << printedWidth(field->mask()) << ": the value " << value
+          << " is wider and runs into the next field\n";
+   }
+}
+
+void feature(Host& host, Arguments& arguments, std::ostream& out) {
    auto directory = takeDirectory(host, arguments);
    auto keys = takeInLifKeys(host, arguments);
    InLifFeatureType type = takeFeatureType(arguments);
@@ -45,6 +56,7 @@ void feature(Host& host, Arguments& arguments, std::ostream&) {
    arguments.end();
    for (InLifIntfKey key : keys) {
       directory->requestIs(InLifFeatureRequest{InLifFeatureKey(key, type), value});
+      warnOfWidth(host, key, type, value, out);
    }
 }
 

@@ -1,6 +1,6 @@
-// Why an in-LIF feature is answered as it is.
+// Why an in-LIF feature is answered as it is, and in which words it is, in words.
 #include "agent/command/Explanation.h"
-#include "agent/command/FeatureNames.h"
+#include "agent/command/FeatureSituation.h"
 
 namespace Agent {
 
@@ -8,15 +8,11 @@ using namespace Hardware::ShoalTunnel;
 
 namespace {
 
-std::string printedValue(Orv::Ptr<InLifIntfFeatureAggr> const& aggregate, InLifFeatureType type) {
+std::string printedValue(Orv::Ptr<InLifIntfFeatureAggr const> const& aggregate,
+                         InLifFeatureType type) {
    return !aggregate                        ? "nothing there"
           : !aggregate->featureAggHas(type) ? "not there"
                                             : std::to_string(aggregate->featureAgg(type));
-}
-
-// The port-channel that a port belongs to, when it sets the port's own key aside.
-IntfId asideFor(World const& world, IntfId intf) {
-   return World::isPort(intf) ? world.lagPhyIntfMapping->phyIntfLag(intf) : IntfId();
 }
 
 std::string waitsFor(Host const& host, InLifFeatureKey key) {
@@ -32,43 +28,70 @@ std::string waitsFor(Host const& host, InLifFeatureKey key) {
          return "the port-channel does not exist";
       }
       return "it was passed over while the port map was not valid, or the port-channel came after "
-             "it: a member's joining on that TCAM, or port-map-state version, answers it";
+             "it: a member that joins on that TCAM, or port-map-state version, answers it";
    }
    return "it was passed over while the port map was not valid: say port-map-state version";
 }
 
-std::string verdict(Host const& host, InLifFeatureKey key, std::string const& askers) {
-   auto const& pipeline = host.inLifFeatures();
-   auto requested = pipeline.inLifIntfCfg->request(key.intfKey());
-   auto handled = pipeline.inLifIntfStatus->response(key.intfKey());
-   InLifFeatureType type = key.featureType();
-   if (!requested || !requested->featureAggHas(type)) {
+std::string listed(std::vector<IntfId> const& interfaces) {
+   static constexpr std::size_t shown = 3;
+   std::string text;
+   for (std::size_t i = 0; i < std::min(shown, interfaces.size()); ++i) {
+      text += (i == 0 ? "" : ", ") + interfaces[i].name();
+   }
+   return interfaces.size() <= shown
+              ? text
+              : text + " and " + std::to_string(interfaces.size() - shown) + " more";
+}
+
+std::string whereItIs(FeatureSituation const& is) {
+   if (!is.unreached.empty()) {
+      return "In no word: " + is.unreached + ".";
+   }
+   if (is.inWords()) {
+      return (is.reached.size() == 1 ? "In the word of " : "In the words of ") +
+             listed(is.reached) + ".";
+   }
+   auto const& first = is.absent.front();
+   std::string text = "Not in the word of " + first.intf.name() + ": " + first.why + ".";
+   if (is.reached.size() > 1) {
+      text += " " + std::to_string(is.reached.size() - is.absent.size()) + " of " +
+              std::to_string(is.reached.size()) + " words carry it.";
+   }
+   return text;
+}
+
+std::string verdict(Host const& host, FeatureSituation const& is) {
+   std::string askers;
+   for (auto const& [name, value] : is.askedBy) {
+      askers += (askers.empty() ? "" : ", ") + name;
+   }
+   if (!is.wanted) {
       return askers.empty() ? "No directory asks for this feature here."
                             : "Not in the aggregate, although " + askers +
-                                  " asks: another directory withdrew it. Asking again brings it "
-                                  "back.";
+                                  (is.askedBy.size() == 1 ? " asks" : " ask") +
+                                  ": another directory withdrew it. Asking again brings it back.";
    }
-   if (!handled || handled->version() != requested->version()) {
-      return "No answer to the present request: " + waitsFor(host, key) + ".";
+   std::string text = whereItIs(is);
+   if (!is.answered()) {
+      text += " No answer to the present request: " + waitsFor(host, is.key) + ".";
+   } else if (!is.inWords()) {
+      text += " It was answered " + std::string(printedFeatureStatus(is.response.status)) + ".";
    }
-   auto layout =
-       ShoalTcam::TcamDbStatusInterface::tcamDbStatusInterface()->getInLifData(key.tcamId());
-   if (!layout || !layout->tcamShareQualInfoNoCheck(type)) {
-      return "Answered, but in no word: the TCAM has no place for this feature.";
+   if (is.spills()) {
+      text += " The value " + std::to_string(is.value) + " is wider than its field of " +
+              printedWidth(is.field->mask()) + " and runs into the next one.";
    }
-   if (IntfId lag = asideFor(host.world(), key.intfId()); lag != IntfId()) {
-      return "Answered, but set aside while the port is a member of " + lag.name() +
-             ": the port-channel's features count.";
+   if (askers.empty()) {
+      text += " No directory asks for it any more: the one that did went without withdrawing it.";
    }
-   return askers.empty() ? "Handled, though no directory asks any more: the one that did went "
-                           "without withdrawing it."
-                         : "Handled.";
+   return text;
 }
 
 } // namespace
 
 Explanation explainFeature(Host const& host, InLifFeatureKey key) {
-   auto const& pipeline = host.inLifFeatures();
+   FeatureSituation is = featureSituation(host, key);
    Explanation found;
    auto fact = [&](std::string label, std::string text) {
       found.facts.emplace_back(std::move(label), std::move(text));
@@ -76,35 +99,33 @@ Explanation explainFeature(Host const& host, InLifFeatureKey key) {
    std::ostringstream subject;
    subject << printedInLifKey(host, key.intfKey()) << " " << key.featureType();
    found.subject = subject.str();
-   std::string askers;
-   for (auto const& [name, entry] : pipeline.inputDir->entryIter()) {
-      auto directory = pipeline.directory(name);
-      if (directory && directory->requestHas(key)) {
-         fact("asked by", name + ": " + std::to_string(directory->request(key).value));
-         askers += (askers.empty() ? "" : ", ") + name;
-      }
+   for (auto const& [name, value] : is.askedBy) {
+      fact("asked by", name + ": " + std::to_string(value));
    }
-   auto requested = pipeline.inLifIntfCfg->request(key.intfKey());
-   auto handled = pipeline.inLifIntfStatus->response(key.intfKey());
    auto version = [](auto const& aggregate) {
       return aggregate ? ", version " + std::to_string(aggregate->version()) : "";
    };
-   fact("requested", printedValue(requested, key.featureType()) + version(requested));
-   fact("programmed", printedValue(handled, key.featureType()) + version(handled));
-   auto response = pipeline.featureStatus->response(key);
-   bool success = response.status == InLifFeatureResponseStatus::success;
-   fact("response", std::string(printedFeatureStatus(response.status)) +
-                        (response.status == InLifFeatureResponseStatus::none
+   fact("requested", printedValue(is.requested, key.featureType()) + version(is.requested));
+   fact("programmed", printedValue(is.handled, key.featureType()) + version(is.handled));
+   fact("response", std::string(printedFeatureStatus(is.response.status)) +
+                        (is.response.status == InLifFeatureResponseStatus::none
                              ? ""
-                             : " for " + std::to_string(response.value)));
-   if (World::isPort(key.intfId()) && pipeline.mergedWords->lifFeatureAttrHas(key.intfId())) {
-      fact("word of the port", printedWord(pipeline.mergedWords->lifFeatureAttr(key.intfId())));
+                             : " for " + std::to_string(is.response.value)));
+   if (is.field) {
+      fact("field",
+           printedWidth(is.field->mask()) + " at bit " + std::to_string(is.field->offset()));
+   }
+   auto const& pipeline = host.inLifFeatures();
+   for (IntfId intf : is.reached) {
+      if (pipeline.mergedWords->lifFeatureAttrHas(intf)) {
+         fact("word of " + intf.name(), printedWord(pipeline.mergedWords->lifFeatureAttr(intf)));
+      }
    }
    if (pipeline.subIntfWords->lifFeatureAttrHas(key.intfKey())) {
       fact("word", printedWord(pipeline.subIntfWords->lifFeatureAttr(key.intfKey())));
    }
-   found.inHardware = success;
-   found.verdict = verdict(host, key, askers);
+   found.inHardware = is.inWords();
+   found.verdict = verdict(host, is);
    return found;
 }
 

@@ -1,6 +1,7 @@
 #include "agent/command/FeatureNames.h"
 
 #include <algorithm>
+#include <bit>
 
 namespace Agent {
 
@@ -68,6 +69,11 @@ std::string printedWord(InLifFeatureAttributes const& word) {
    char text[24];
    std::snprintf(text, sizeof text, "0x%08x%04x%04x", word.eei, word.data1, word.data0);
    return text;
+}
+
+std::string printedWidth(uint32_t mask) {
+   int width = std::popcount(mask);
+   return std::to_string(width) + (width == 1 ? " bit" : " bits");
 }
 
 std::string_view printedFeatureStatus(InLifFeatureResponseStatus status) {

@@ -24,6 +24,8 @@ std::string printedInLifKey(Host const& host, InLifIntfKey key);
 std::string printedFeatures(Hardware::ShoalTunnel::InLifIntfFeatureAggr const& aggregate);
 // The 64-bit word in hexadecimal.
 std::string printedWord(InLifFeatureAttributes const& word);
+// "5 bits": of the mask of a field.
+std::string printedWidth(uint32_t mask);
 std::string_view printedFeatureStatus(Hardware::ShoalTunnel::InLifFeatureResponseStatus status);
 
 } // namespace Agent

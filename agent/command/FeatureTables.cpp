@@ -1,5 +1,5 @@
 // The tables of in-LIF features.
-#include "agent/command/FeatureNames.h"
+#include "agent/command/FeatureSituation.h"
 #include "agent/command/Tables.h"
 
 namespace Agent {
@@ -19,9 +19,10 @@ std::string typeName(InLifFeatureType type) {
 }
 
 Table features(Host const& host) {
-   Table table{"features",
-               {"directory", "interface", "TCAM", "type", "value", "response", "programmed"},
-               {}};
+   Table table{
+       "features",
+       {"directory", "interface", "TCAM", "type", "value", "response", "programmed", "in words"},
+       {}};
    auto const& pipeline = host.inLifFeatures();
    for (auto const& [name, entry] : pipeline.inputDir->entryIter()) {
       auto directory = pipeline.directory(name);
@@ -34,7 +35,8 @@ Table features(Host const& host) {
          auto row = joined({name}, keyCells(host, key.intfKey()));
          table.add(joined(row, {typeName(key.featureType()), request.value,
                                 std::string(printedFeatureStatus(response.status)),
-                                answered ? Json(response.value) : Json()}));
+                                answered ? Json(response.value) : Json(),
+                                featureSituation(host, key).inWords()}));
       }
    }
    return table;

@@ -99,7 +99,8 @@ std::string printedTags(uint32_t outer, uint32_t inner) {
 std::string printedKey(VlanTagToVsiMapperKey key) {
    auto const& fields = key.fields();
    return "(" + fields.subIntfId.name() + " on " + fields.intfId.name() + ", tags " +
-          printedTags(fields.outerVlan.value(), fields.innerVlan) + ")";
+          printedTags(fields.outerVlan.value(), fields.innerVlan) +
+          (fields.tagType == Hardware::ShoalTunnel::VlanTagType::dot1q ? ")" : ", other tag type)");
 }
 
 std::string printedKey(TunnelPolicyMapperKey key) {
@@ -181,105 +182,6 @@ TcamSharingRequest takeRequest(Host const& host, Arguments& arguments) {
                          " requests; one is wanted here");
    }
    return requests.front();
-}
-
-namespace {
-
-// Adds what programming would need and does not find.
-class Resolver {
- public:
-   Resolver(Host const& host, TcamSharingRequest request)
-       : host_(host), request_(request), intf_(request.intfId()) {}
-
-   Resolution resolve() {
-      bool isem = &host_.pipelineOf(request_) == &host_.isem();
-      if (!isem && Plexus::TunnelIntfId::isTunnelIntfId(intf_)) {
-         found_.tunnel = TunnelPolicyMapperKey(intf_, request_.fapId());
-         return found_;
-      }
-      resolveFacts();
-      if (found_.missing.empty()) {
-         isem ? resolveIsem() : resolveMapper();
-      }
-      return found_;
-   }
-
- private:
-   void miss(std::string const& what) {
-      found_.missing += (found_.missing.empty() ? "" : "; ") + what;
-   }
-   void never(std::string const& what) {
-      miss(what);
-      found_.never = true;
-   }
-
-   void resolveFacts() {
-      auto const& helper = host_.helper();
-      std::string unit = std::to_string(request_.fapId().value());
-      if (!host_.world().shoalStatus->fapAvailable(request_.fapId())) {
-         miss("unit " + unit + " is not available");
-      }
-      domain_ = helper->getVlanDomainForIntf(intf_, request_.fapId());
-      if (!domain_) {
-         miss("no VLAN domain for " + SubIntfId::parentIntfId(intf_).name() + " on unit " + unit);
-      }
-      auto encap = helper->getDot1qEncapForIntf(intf_, request_.l3FloodPortVlanId());
-      if (!encap.valid) {
-         miss(SubIntfId::isSubIntfId(intf_) ? "the sub-interface has no encapsulation"
-                                            : "the interface has no internal VLAN");
-      }
-      encap_ = encap.dot1qEncap;
-   }
-
-   void resolveIsem() {
-      if (request_.fapId().value() > AradSemKeyAndFap::maxFapId) {
-         never("an ISEM key cannot name unit " + std::to_string(request_.fapId().value()));
-         return;
-      }
-      if (encap_.inner != 0) {
-         never("it has two tags (" + printedTags(encap_.outer, encap_.inner) +
-               "), which the ISEM does not hold: such requests are neither programmed nor "
-               "answered");
-         return;
-      }
-      found_.isem = AradSemKeyAndFap(
-          AradISemKeyTcamSharing(Bridging::VlanId(encap_.outer), *domain_).key(), request_.fapId());
-   }
-
-   void resolveMapper() {
-      if (!SubIntfId::isSubIntfId(intf_)) {
-         never("on a unit of this type only sub-interfaces and tunnels carry policies: others are "
-               "neither programmed nor answered");
-         return;
-      }
-      auto status = host_.world().subIntfStatusDir->subIntfStatus(intf_);
-      IntfId parent = SubIntfId::parentIntfId(intf_);
-      for (IntfId port : host_.world().portsOf(parent)) {
-         // A port-channel counts by its members on the unit, a port wherever it is.
-         if (port != parent && host_.world().placeOf(port).fapId != request_.fapId()) {
-            continue;
-         }
-         auto key = VlanTagToVsiMapperKey::ofSubIntf(port, intf_, encap_,
-                                                     status ? status->encapKind() : 0);
-         if (!host_.inLif().mapperConfig->configHas(key)) {
-            miss("the sub-interface is not programmed on " + port.name());
-         }
-         found_.mapper.push_back(key);
-      }
-   }
-
-   Host const& host_;
-   TcamSharingRequest request_;
-   IntfId intf_;
-   std::optional<Hardware::Shoal::VlanDomain> domain_;
-   Bridging::Dot1qEncap encap_;
-   Resolution found_;
-};
-
-} // namespace
-
-Resolution resolve(Host const& host, TcamSharingRequest request) {
-   return Resolver(host, request).resolve();
 }
 
 } // namespace Agent

@@ -1,5 +1,4 @@
-// How requests, policies, keys and statuses are written in commands and in their output, and where
-// a request leads in the present state of the world.
+// How requests, policies, keys and statuses are written in commands and in their output.
 #pragma once
 
 #include "agent/command/Registry.h"
@@ -25,7 +24,8 @@ std::string_view printedStatus(TcamSharingResponseStatus status);
 TcamSharingResponseStatus takeStatus(Arguments& arguments);
 // "(vlan 100, domain 5, unit 3)"
 std::string printedKey(AradSemKeyAndFap key);
-// "(lc1/asic0/Ethernet4.10 on lc1/asic0/Ethernet4, tags 100,20)"
+// "(lc1/asic0/Ethernet4.10 on lc1/asic0/Ethernet4, tags 100,20)", with ", other tag type" where the
+// chip does not match the tags as 802.1Q.
 std::string printedKey(VlanTagToVsiMapperKey key);
 // "(lc1/asic0/Tunnel-a, unit 3)"
 std::string printedKey(TunnelPolicyMapperKey key);
@@ -43,15 +43,5 @@ Feature takeFeature(Arguments& arguments);
 std::vector<TcamSharingRequest> takeRequests(Host const& host, Arguments& arguments);
 // The same for one request.
 TcamSharingRequest takeRequest(Host const& host, Arguments& arguments);
-
-// What programming the request would need now, and the hardware keys that it leads to.
-struct Resolution {
-   std::optional<AradSemKeyAndFap> isem;
-   std::vector<VlanTagToVsiMapperKey> mapper;
-   std::optional<TunnelPolicyMapperKey> tunnel;
-   std::string missing; // in words; empty when it can be programmed
-   bool never = false;  // what is missing does not come: not retried
-};
-Resolution resolve(Host const& host, TcamSharingRequest request);
 
 } // namespace Agent

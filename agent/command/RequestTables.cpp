@@ -1,4 +1,5 @@
 // What features ask for, and how far the pipelines are with it.
+#include "agent/command/Situation.h"
 #include "agent/command/Tables.h"
 
 namespace Agent {
@@ -83,37 +84,62 @@ Table retry(Host const& host) {
 
 } // namespace
 
+namespace {
+
+// What a feature is told of a request: rampart's label is answered in lumen's status, for both.
+TcamSharingResponse answerTo(Host const& host, Feature feature, TcamSharingRequest request) {
+   return host.features()
+       .status(feature == Feature::rampart ? Feature::lumen : feature)
+       ->response(request);
+}
+
+} // namespace
+
 Table requestTable(Host const& host) {
    Table table{"requests",
-               {"feature", "interface", "unit", "flood", "policy", "status", "answered policy"},
+               {"feature", "interface", "unit", "flood", "policy", "status", "answered policy",
+                "in hardware"},
                {}};
+   Situations situations(host);
    for (std::size_t i = 0; i < kFeatures; ++i) {
       auto feature = static_cast<Feature>(i);
-      auto const& status = host.features().status(feature);
       for (auto const& [request, policy] : host.features().config(feature)->requestIter()) {
-         auto response = status->response(request);
+         auto response = answerTo(host, feature, request);
          auto row = joined({std::string(featureNames[i])}, requestCells(request));
-         table.add(joined(row, {printedPolicy(policy), std::string(printedStatus(response.status)),
-                                response.status == tcamSharingNone
-                                    ? Json()
-                                    : Json(printedPolicy(response.policyId))}));
+         table.add(joined(
+             row,
+             {printedPolicy(policy), std::string(printedStatus(response.status)),
+              response.status == tcamSharingNone ? Json() : Json(printedPolicy(response.policyId)),
+              situations.of(request).inHardware}));
       }
    }
    return table;
 }
 
-// By the merged response: a label that rampart asks for is answered in lumen's status only.
 Table summaryTable(Host const& host) {
-   Table table{"summary", {"feature", "requests", "success", "in-progress", "failed", "none"}, {}};
+   Table table{"summary",
+               {"feature", "requests", "in hardware", "success", "success for older", "in-progress",
+                "failed", "none"},
+               {}};
+   Situations situations(host);
    for (std::size_t i = 0; i < kFeatures; ++i) {
       std::array<std::size_t, 4> counts{};
-      auto const& config = host.features().config(static_cast<Feature>(i));
+      std::size_t inHardware = 0;
+      std::size_t older = 0;
+      auto feature = static_cast<Feature>(i);
+      auto const& config = host.features().config(feature);
       for (auto const& [request, policy] : config->requestIter()) {
-         ++counts[host.pipelineOf(request).mergedStatus->response(request).status];
+         Situation situation = situations.of(request);
+         auto status = answerTo(host, feature, request).status;
+         bool past =
+             status == tcamSharingSuccess && situation.response.policyId != situation.merged;
+         inHardware += situation.inHardware ? 1 : 0;
+         older += past ? 1 : 0;
+         counts[status] += past ? 0 : 1;
       }
-      table.add({std::string(featureNames[i]), config->requests(), counts[tcamSharingSuccess],
-                 counts[tcamSharingInProgress], counts[tcamSharingFailed],
-                 counts[tcamSharingNone]});
+      table.add({std::string(featureNames[i]), config->requests(), inHardware,
+                 counts[tcamSharingSuccess], older, counts[tcamSharingInProgress],
+                 counts[tcamSharingFailed], counts[tcamSharingNone]});
    }
    return table;
 }
@@ -121,7 +147,7 @@ Table summaryTable(Host const& host) {
 void addRequestTables(std::vector<NamedTable>& tables) {
    tables.insert(tables.end(),
                  {{"requests", "what each feature asked for and was answered", requestTable},
-                  {"summary", "requests of each feature by status", summaryTable},
+                  {"summary", "requests of each feature by place and status", summaryTable},
                   {"merged", "the merged requests", merged},
                   {"output", "the requests handed to each programming machine", output},
                   {"responses", "the merged responses", responses},

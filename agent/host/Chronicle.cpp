@@ -2,6 +2,8 @@
 
 namespace Agent {
 
+using namespace Hardware::ShoalTunnel;
+
 struct Chronicle::Watch {
    Watch(Chronicle* owner, SharingPipeline const& of)
        : chronicle(owner), pipeline(of), orvMerged(this), orvStatus(this), orvBacklog(this) {
@@ -26,10 +28,20 @@ struct Chronicle::Watch {
    Orv::ReactorFor<&Watch::handleBacklog> orvBacklog;
 };
 
-Chronicle::Chronicle(std::vector<SharingPipeline const*> const& pipelines) {
-   for (SharingPipeline const* pipeline : pipelines) {
+Chronicle::Chronicle(IsemPipeline const& isem, InLifPipeline const& inLif,
+                     SimulatedChip const& chip)
+    : isem_(isem), inLif_(inLif), chip_(chip), orvIsemConfig_(this), orvMapperConfig_(this),
+      orvTunnelConfig_(this) {
+   for (SharingPipeline const* pipeline :
+        {static_cast<SharingPipeline const*>(&isem), static_cast<SharingPipeline const*>(&inLif)}) {
       watches_.push_back(std::make_unique<Watch>(this, *pipeline));
    }
+   for (auto const& [key, result] : inLif.mapperConfig->configIter()) {
+      handleMapperConfig(key);
+   }
+   isem.table->configCollection().watch(orvIsemConfig_);
+   inLif.mapperConfig->configCollection().watch(orvMapperConfig_);
+   inLif.tunnelConfig->configCollection().watch(orvTunnelConfig_);
 }
 
 Chronicle::~Chronicle() = default;
@@ -46,11 +58,101 @@ void Chronicle::intakesRebuilt() {
    }
 }
 
+std::optional<EntryChange> Chronicle::lastChange(EntryKey const& key) const {
+   auto found = changes_.find(key);
+   return found == changes_.end() ? std::nullopt : std::optional(found->second);
+}
+
 void Chronicle::note(TcamSharingRequest const& request, std::optional<Seconds> RequestTimes::*time,
                      bool there) {
    RequestTimes times = times_.get(request);
    times.*time = there ? std::optional(Orv::System::peekTime()) : std::nullopt;
+   if (time == &RequestTimes::status) {
+      times.cause = there ? causeNow(request) : ResponseCause();
+   }
    times_.set(request, times);
+}
+
+ResponseCause Chronicle::causeNow(TcamSharingRequest request) const {
+   using Kind = ResponseCause::Kind;
+   auto answered = [&](auto const& table, auto key) {
+      return ResponseCause{Kind::answered, key,
+                           table.memory(key).lastAnswer.value_or(EntryMemory::Event{})};
+   };
+   if (auto key = chip_.isem().answering()) {
+      return answered(chip_.isem(), *key);
+   }
+   if (auto key = chip_.tunnels().answering()) {
+      return answered(chip_.tunnels(), *key);
+   }
+   if (auto key = chip_.mapper().answering()) {
+      // The members' answers count together; the machine still knows whose they were.
+      if (auto confirmed = inLif_.common->tcamRequestToVlanTagToVsiKeyMapping(request)) {
+         for (auto const& [member, present] : confirmed->vtagToVsiMapperKeyIter()) {
+            auto last = chip_.mapper().memory(member).lastAnswer;
+            if (last && last->outcome != Outcome::accepted) {
+               return answered(chip_.mapper(), member);
+            }
+         }
+      }
+      return answered(chip_.mapper(), *key);
+   }
+   bool restarting =
+       chip_.isem().restarting() || chip_.mapper().restarting() || chip_.tunnels().restarting();
+   return ResponseCause{restarting ? Kind::restarted : Kind::worked, std::nullopt, {}};
+}
+
+void Chronicle::change(EntryKey const& key, EntryChange::Kind kind,
+                       std::optional<TcamSharingRequest> by) {
+   changes_.insert_or_assign(key, EntryChange{kind, Orv::System::peekTime(), by});
+}
+
+void Chronicle::handleIsemConfig(AradSemKeyAndFap const& key) {
+   using Kind = EntryChange::Kind;
+   // The machine queues the pending write before it writes; the newest is at the end.
+   auto newest = [&](bool isInsert) -> std::optional<TcamSharingRequest> {
+      auto pending = isem_.common->pendingSemWrite(PendingSemWriteKey{key, isInsert});
+      if (!pending || pending->pendingSharingEntrys() == 0) {
+         return std::nullopt;
+      }
+      return pending->pendingSharingEntryQueue()[pending->pendingSharingEntrys() - 1].request();
+   };
+   if (isem_.table->configHas(key)) {
+      change(key, Kind::written, newest(true));
+      return;
+   }
+   // Who is withdrawn is still among the users; who moves has left already, and had written last.
+   auto users = isem_.common->semToRequest(key);
+   auto withdrawn = newest(false);
+   if (users && withdrawn && users->requestHas(*withdrawn)) {
+      change(key, Kind::removed, withdrawn);
+   } else {
+      auto last = lastChange(key);
+      change(key, Kind::left, last ? last->by : std::nullopt);
+   }
+}
+
+void Chronicle::handleMapperConfig(VlanTagToVsiMapperKey const& key) {
+   using Kind = EntryChange::Kind;
+   auto result = inLif_.mapperConfig->configCollection().find(key);
+   if (!result) {
+      lifs_.erase(key);
+      change(key, Kind::removed, std::nullopt);
+      return;
+   }
+   uint32_t& lif = lifs_[key];
+   if (lif != result->lif) {
+      lif = result->lif;
+      change(key, Kind::made, std::nullopt);
+   } else {
+      change(key, Kind::written, inLif_.common->pendingLifEntries(key).request());
+   }
+}
+
+void Chronicle::handleTunnelConfig(TunnelPolicyMapperKey const& key) {
+   using Kind = EntryChange::Kind;
+   change(key, inLif_.tunnelConfig->configHas(key) ? Kind::written : Kind::removed,
+          inLif_.common->pendingTunnelLifEntries(key).request());
 }
 
 } // namespace Agent

@@ -1,38 +1,87 @@
-// When what happened to each request, for those who ask why it is where it is.
+// When what happened to each request and to each hardware entry, for those who ask why a request is
+// where it is. Only listens: nothing here changes what happens.
 #pragma once
 
-#include "agent/host/SharingPipeline.h"
+#include "agent/chip/SimulatedChip.h"
+#include "agent/host/InLifPipeline.h"
+#include "agent/host/IsemPipeline.h"
 
+#include <map>
 #include <memory>
 #include <optional>
+#include <variant>
 #include <vector>
 
 namespace Agent {
+
+// A key of any of the chip's tables.
+using EntryKey = std::variant<AradSemKeyAndFap, VlanTagToVsiMapperKey, TunnelPolicyMapperKey>;
+
+// What gave a request its present response.
+struct ResponseCause {
+   enum class Kind { worked, answered, restarted };
+   Kind kind = Kind::worked; // in a slice; by an answer of the chip; when the chip restarted
+   // The answer. Of several that count together, the first that was no success, else the last.
+   std::optional<EntryKey> key;
+   EntryMemory::Event answer{};
+
+   friend bool operator==(ResponseCause const&, ResponseCause const&) = default;
+};
 
 // Seconds of virtual time; none: not (or no longer) so.
 struct RequestTimes {
    std::optional<Seconds> asked;  // the merged policy took its present value
    std::optional<Seconds> queued; // in the backlog since
    std::optional<Seconds> status; // the merged response took its present value
+   ResponseCause cause;           // of that response
 
    friend bool operator==(RequestTimes const&, RequestTimes const&) = default;
 };
 
+// The last change of an entry's configuration.
+struct EntryChange {
+   enum class Kind {
+      written, // with a request's policy, or without data for one that was withdrawn
+      made,    // by the owner of sub-interfaces' entries, without data
+      removed, // for a request that was withdrawn or taken out of the output; or by the owner
+      left     // for a request that moved to another entry
+   };
+   Kind kind;
+   Seconds at;
+   std::optional<TcamSharingRequest> by; // none: the owner
+};
+
 class Chronicle {
  public:
-   explicit Chronicle(std::vector<SharingPipeline const*> const& pipelines);
+   Chronicle(IsemPipeline const& isem, InLifPipeline const& inLif, SimulatedChip const& chip);
    ~Chronicle();
    // The pipelines' intakes were built again: follows the new backlogs.
    void intakesRebuilt();
    RequestTimes of(TcamSharingRequest request) const { return times_.get(request); }
+   // None: never configured.
+   std::optional<EntryChange> lastChange(EntryKey const& key) const;
 
  private:
    struct Watch; // one pipeline's
    void note(TcamSharingRequest const& request, std::optional<Seconds> RequestTimes::*time,
              bool there);
+   ResponseCause causeNow(TcamSharingRequest request) const;
+   void change(EntryKey const& key, EntryChange::Kind kind, std::optional<TcamSharingRequest> by);
 
+   void handleIsemConfig(AradSemKeyAndFap const& key);
+   void handleMapperConfig(VlanTagToVsiMapperKey const& key);
+   void handleTunnelConfig(TunnelPolicyMapperKey const& key);
+
+   IsemPipeline const& isem_;
+   InLifPipeline const& inLif_;
+   SimulatedChip const& chip_;
    Orv::KeyedByIndex<TcamSharingRequest, RequestTimes> times_;
+   std::map<EntryKey, EntryChange> changes_;
+   std::map<VlanTagToVsiMapperKey, uint32_t> lifs_; // which one the owner made last
    std::vector<std::unique_ptr<Watch>> watches_;
+   Orv::ReactorFor<&Chronicle::handleIsemConfig> orvIsemConfig_;
+   Orv::ReactorFor<&Chronicle::handleMapperConfig> orvMapperConfig_;
+   Orv::ReactorFor<&Chronicle::handleTunnelConfig> orvTunnelConfig_;
 };
 
 } // namespace Agent

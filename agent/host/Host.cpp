@@ -38,8 +38,7 @@ Host::Host(Inventory inventory) : orvIsemStatus_(this), orvInLifStatus_(this) {
    world.corestate().mount("vlan/intfToVlanDomainStatus", intfToVlanDomainStatus_);
    buildVlanDomainSm();
 
-   chronicle_ = std::make_unique<Chronicle>(
-       std::vector<SharingPipeline const*>(pipelines_.begin(), pipelines_.end()));
+   chronicle_ = std::make_unique<Chronicle>(*isem_, *inLif_, *chip_);
    isem_->mergedStatus->responseCollection().watch(orvIsemStatus_);
    inLif_->mergedStatus->responseCollection().watch(orvInLifStatus_);
 }

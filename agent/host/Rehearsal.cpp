@@ -2,6 +2,7 @@
 
 #include "agent/command/Names.h"
 #include "agent/command/Registry.h"
+#include "agent/command/Resolution.h"
 #include "agent/host/EndCopy.h"
 #include "platform/Orv/Exception.h"
 #include "platform/Orv/Failure.h"
@@ -60,12 +61,13 @@ std::string describeUnmapped(Host const& host) {
       std::string text = printedRequest(request) + " would be withdrawn, but it was answered " +
                          std::string(printedStatus(response.status)) +
                          " without an entry of its own";
-      auto key = resolve(host, request).isem;
-      std::string users = key ? usersOf(host, *key, request) : "";
+      auto keys = resolve(host, request).keys;
+      auto key = keys.empty() ? AradSemKeyAndFap() : std::get<AradSemKeyAndFap>(keys.front());
+      std::string users = keys.empty() ? "" : usersOf(host, key, request);
       if (users.empty()) {
          return text + "; first have it programmed itself (a single tag, then another policy)";
       }
-      return text + ": the entry " + printedKey(*key) + " belongs to " + users +
+      return text + ": the entry " + printedKey(key) + " belongs to " + users +
              "; first withdraw " + users + ", then give " + request.intfId().name() +
              " another policy, so that it is programmed itself";
    }

@@ -99,7 +99,7 @@ TEST_F(ChipTableTest, FaultsHitTheNextAnswersOfTheirUnit) {
    write(11, 5);
    EXPECT_EQ(after(1), "");
    faults_.clear();
-   chip_.release();
+   chip_.releaseHeldBack();
    EXPECT_EQ(after(1), "11:1") << "what was held back is not lost";
    EXPECT_TRUE(faults_.settings().empty());
 }

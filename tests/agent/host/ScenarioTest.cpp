@@ -156,7 +156,7 @@ TEST(RehearsalTest, MovingOneOfTwoSharersIsRefusedAndTheWayOutWorks) {
    }
    expectSound(both + "withdraw acl " + b +
                "\nsettle\nencapsulation u/0/PortChannel1.1 11\nsettle\n" +
-               "expect isem 11 5 0 qos=5\nexpect isem 10 5 0 none");
+               "expect isem 11 5 0 qos=5\nexpect isem 10 5 0 absent");
    // A change that shows its effect only with the next one is refused at that one.
    EXPECT_THAT(refusal(both + "vlan-domain u/0/PortChannel1 77\nsettle\nrequest acl " + a + " 7"),
                HasSubstr("would move off the entry"));
@@ -191,101 +191,6 @@ TEST(RehearsalTest, UnitsWithRequestsKeepTheirTypeAndLookup) {
                "settle\nexpect count mapper 4\nunit 3 type arad\nsettle\nexpect count mapper 0\n"
                "request acl u/3/Ethernet0.5 own 5\nsettle\nexpect count isem 1\n"
                "expect in-hardware u/3/Ethernet0.5 own");
-}
-
-TEST(AgentTest, EachStateIsExplained) {
-   struct Case {
-      char const* scenario;
-      char const* verdict;
-   };
-   for (auto const& [scenario, verdict] : {
-            Case{"", "No feature asks for a policy here."},
-            Case{"request acl X own 5", "Not worked yet: it waits in the backlog"},
-            Case{"request acl X own 5\nadvance 0.005",
-                 "Written, and not answered yet: the chip's answer is due at 0.01 s."},
-            Case{"request acl X own 5\nsettle", "In hardware."},
-            Case{"chip refuse next 1\nrequest acl X own 5\nsettle",
-                 "the chip refused the write. It"},
-            Case{"chip capacity 0 0\nrequest acl X own 5\nsettle", "since the unit is full"},
-            Case{"chip lose next 1\nrequest acl X own 5\nsettle", "the chip's answer was lost"},
-            Case{"unit 0 unavailable\nrequest acl X own 5\nsettle",
-                 "unit 0 is not available; it is retried."},
-            Case{"vlan-domain u/0/Ethernet0 none\nrequest acl X own 5\nsettle",
-                 "no VLAN domain for u/0/Ethernet0 on unit 0"},
-            Case{"encapsulation X none\nrequest acl X own 5\nsettle",
-                 "the sub-interface has no encapsulation"},
-            Case{"encapsulation X 5,6\nrequest acl X own 5\nsettle", "it has two tags (5,6)"},
-            Case{"request acl X own 5\nsettle\nprogram-in-hw X off\nsettle",
-                 "the request was taken out of the output"},
-            Case{"chip refuse next 1\nrequest acl X own 5\nsettle\nrequest acl X own "
-                 "qos=5,other=1\nsettle",
-                 "Answered success, but the chip does not hold this policy"},
-            Case{"request acl X own 5\nsettle\nchip restart",
-                 "Answered success, but the chip does not hold"},
-            Case{"request acl X own 5\nsettle\nchip restart\nchip replay\nsettle", "In hardware."},
-        }) {
-      std::string text = std::string(scenario) + "\nexplain X own";
-      for (std::size_t at = 0; (at = text.find('X', at)) != std::string::npos;) {
-         text.replace(at, 1, "u/0/Ethernet0.5");
-      }
-      Result result = run(text);
-      EXPECT_EQ(result.code, 0) << text << result.errors;
-      EXPECT_THAT(result.out, HasSubstr(verdict)) << text;
-   }
-   Result shared =
-       run(std::string("request acl ") + a + " 5\nrequest acl " + b + " 6\nsettle\nexplain " + a);
-   EXPECT_THAT(shared.out, HasSubstr("shared with: u/0/PortChannel1.2 unit 0"));
-   Result waiting = run("unit 0 unavailable\nrequest acl u/0/Ethernet0.5 own 5\nadvance 3\nexplain "
-                        "u/0/Ethernet0.5 own");
-   EXPECT_THAT(waiting.out, HasSubstr("retry list: for qos=5, next tried at 4 s"));
-   EXPECT_THAT(waiting.out, HasSubstr("response: in-progress for qos=5 since 0 s"));
-}
-
-TEST(AgentTest, EachStateOnAnInLifUnitIsExplained) {
-   struct Case {
-      char const* scenario;
-      char const* verdict;
-   };
-   for (auto const& [scenario, verdict] : {
-            Case{"request acl P own 5\nadvance 0.005\nexplain P own",
-                 "Written, and not answered yet: the chip's answer is due at 0.01 s."},
-            Case{"request acl P own 5\nsettle\nexplain P own", "In hardware."},
-            Case{"request acl u/3/Ethernet0 own 5\nsettle\nexplain u/3/Ethernet0 own",
-                 "the interface has no internal VLAN; it is retried."},
-            Case{"request acl u/1/Vlan9 3 5\nsettle\nexplain u/1/Vlan9 3",
-                 "only sub-interfaces and tunnels carry policies"},
-            Case{"program-in-hw P off\nrequest acl P own 5\nsettle\nexplain P own",
-                 "the sub-interface is not programmed on u/3/Ethernet0; it is retried."},
-            Case{"chip lose next 1\nrequest acl P own 5\nsettle\nexplain P own",
-                 "the chip's answer was lost"},
-            Case{"chip refuse next 1\nrequest acl L own 5\nsettle\nexplain L own",
-                 "the chip refused the write on a port at least"},
-            Case{"chip slow next 1\nrequest acl L own 5\nadvance 0.5\nexplain L own",
-                 "answers awaited: 1"},
-            Case{"request acl L own 5\nsettle\nchip restart\nexplain L own",
-                 "Answered success, but the chip does not hold"},
-            Case{"chip defer next 1\nrequest acl T own 5\nadvance 0.5\nexplain T own",
-                 "The chip is at work on it: its answer is due at 1.01 s."},
-            Case{"request acl T own 5\nsettle\nrequest acl T own 6\nadvance 0.001\nexplain T own",
-                 "Written, and not answered yet"},
-            Case{"chip capacity 3 0\nrequest acl T own 5\nsettle\nexplain T own",
-                 "last answer: refused: the unit is full"},
-            Case{"request acl P own 5\nsettle\nchip refuse next 1\nwithdraw acl P own\nsettle\n"
-                 "explain P own",
-                 "its removal was refused or not answered"},
-        }) {
-      std::string text;
-      for (char const* c = scenario; *c != '\0'; ++c) {
-         bool word = c != scenario && c[-1] == ' ' && c[1] == ' ';
-         text += word && *c == 'P'   ? "u/3/Ethernet0.5"
-                 : word && *c == 'L' ? "u/3/PortChannel3.1"
-                 : word && *c == 'T' ? "u/3/Tunnel-t"
-                                     : std::string(1, *c);
-      }
-      Result result = run(text);
-      EXPECT_EQ(result.code, 0) << text << result.errors;
-      EXPECT_THAT(result.out, HasSubstr(verdict)) << text;
-   }
 }
 
 TEST(AgentTest, BothGenerationsAreOneTableToAFeature) {
@@ -401,7 +306,7 @@ TEST(AgentTest, TheWorldReachesTheHardware) {
        "request acl u/0/Ethernet8 own 3\nrequest acl u/0/Ethernet8-L3Flood own 4\n"
        "request acl u/0/Ethernet8-L3Flood own flood 77 5\nsettle\n"
        "expect isem 4094 0 0 qos=3\nexpect isem 4094 255 0 qos=4\nexpect isem 77 255 0 qos=5\n"
-       "internal-vlan u/0/Ethernet8 none\nsettle\nexpect isem 4094 0 0 none\n"
+       "internal-vlan u/0/Ethernet8 none\nsettle\nexpect isem 4094 0 0 absent\n"
        "internal-vlan u/0/Ethernet8 300\nsettle\nexpect isem 300 0 0 qos=3");
    expectSound("request acl u/0/Ethernet0.5 own 3\nsettle\nexpect isem 5 1 0 qos=3\n"
                "dynamic-encapsulation u/0/Ethernet0.5 50\nsettle\nexpect isem 50 1 0 qos=3\n"

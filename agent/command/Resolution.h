@@ -1,0 +1,20 @@
+// Where a request leads in the present state of the world: the hardware entries that programming it
+// needs, and what it lacks.
+#pragma once
+
+#include "agent/host/Host.h"
+
+#include <string>
+
+namespace Agent {
+
+struct Resolution {
+   // The entries that the request leads to as far as its tags and VLAN domain are known, whether or
+   // not its unit is available. At most one kind: ISEM, mapper (one per port) or tunnel.
+   std::vector<EntryKey> keys;
+   std::string missing; // in words; empty: it can be programmed
+   bool never = false;  // what is missing does not come while the interface is what it is
+};
+Resolution resolve(Host const& host, TcamSharingRequest request);
+
+} // namespace Agent

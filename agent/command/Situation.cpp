@@ -1,0 +1,267 @@
+#include "agent/command/Situation.h"
+
+#include "agent/command/Names.h"
+#include "ShoalTunnel/TcamSharing/TcamSharingInLifPolicyId.h"
+#include "ShoalTunnel/TcamSharing/TcamSharingIsemPolicyId.h"
+
+#include <algorithm>
+#include <tuple>
+
+namespace Agent {
+
+using namespace Hardware::ShoalTunnel;
+
+namespace {
+
+std::string printedPayload(AradSemPayload payload) {
+   TcamSharingPolicyId policy = policyOfPayload(payload);
+   return policy.empty() ? "an entry without a policy" : printedPolicy(policy);
+}
+
+std::string printedEntryData(uint64_t data) {
+   return data == 0 ? "no policy" : printedData(data);
+}
+
+AradSemPayload payloadOf(Host const& host, TcamSharingRequest request, TcamSharingPolicyId policy) {
+   return AradSemPayload::basic(TcamSharingIsemPolicyId(policy).makeISemPayloadValue(
+       host.world().shoalStatus, request.fapId()));
+}
+
+uint64_t dataOf(TcamSharingPolicyId policy) {
+   return TcamSharingInLifPolicyId(policy).inLifAdditionalData();
+}
+
+// The answer that completes the write or removal behind `earlier` others of its key and kind.
+template<class T>
+Awaited awaitedAnswer(ChipTable<T> const& table, typename T::Key key, bool removal,
+                      std::size_t earlier) {
+   Awaited awaited{removal, false, std::nullopt};
+   for (auto const& answer : table.unanswered()) {
+      if (answer.key == key && answer.written.has_value() != removal) {
+         if (earlier == 0) {
+            awaited.due = answer.due;
+            return awaited;
+         }
+         --earlier;
+      }
+   }
+   awaited.heldBack = table.isHeldBack(key);
+   return awaited;
+}
+
+// The facts of one request, gathered table by table.
+class Gathering {
+ public:
+   Gathering(Host const& host, Situation& situation) : host_(host), found_(situation) {}
+
+   void gather() {
+      for (EntryKey const& key : found_.resolution.keys) {
+         add(key, Role::current);
+      }
+      addLeftBehind();
+      found_.inHardware =
+          !found_.merged.empty() && !found_.resolution.keys.empty() && carriesSomething() &&
+          std::all_of(found_.entries.begin(), found_.entries.end(), [](auto const& entry) {
+             return entry.carries || entry.role != Role::current;
+          });
+      found_.leftBehind =
+          std::any_of(found_.entries.begin(), found_.entries.end(), [](auto const& entry) {
+             return entry.role == Role::leftBehind && entry.held;
+          });
+      TcamSharingEntry entry(found_.request, found_.merged);
+      found_.answersAwaited = host_.inLif().common->tcamSharingEntryRefCount(entry);
+   }
+
+ private:
+   using Role = EntrySituation::Role;
+
+   // An in-LIF without data is not told from one that nobody asks for; an ISEM entry is.
+   bool carriesSomething() const {
+      return found_.pipeline == &host_.isem() || dataOf(found_.merged) != 0;
+   }
+
+   void add(EntryKey const& key, Role role) {
+      EntrySituation entry;
+      entry.key = key;
+      entry.role = role;
+      entry.change = host_.chronicle().lastChange(key);
+      std::visit([&](auto const& each) { fill(entry, each); }, key);
+      found_.entries.push_back(std::move(entry));
+   }
+
+   void addLeftBehind() {
+      auto addOnce = [&](EntryKey const& key, Role role) {
+         if (std::none_of(found_.entries.begin(), found_.entries.end(),
+                          [&](auto const& entry) { return entry.key == key; })) {
+            add(key, role);
+         }
+      };
+      if (found_.pipeline == &host_.isem()) {
+         auto mapping = host_.isem().common->tcamRequestToIsemKeyMapping(found_.request);
+         if (mapping != AradSemKeyAndFap()) {
+            addOnce(mapping, Role::leftBehind);
+         }
+      } else if (auto confirmed =
+                     host_.inLif().common->tcamRequestToVlanTagToVsiKeyMapping(found_.request)) {
+         for (auto const& [key, present] : confirmed->vtagToVsiMapperKeyIter()) {
+            auto held = host_.chip().mapper().held(key);
+            if (held && held->inLifAdditionalData != 0) {
+               addOnce(key, Role::leftBehind);
+            }
+         }
+      }
+      // Nothing is asked for any more: what the last answer was given for tells the rest.
+      if (found_.merged.empty() && found_.times.cause.key) {
+         addOnce(*found_.times.cause.key, Role::answered);
+      }
+   }
+
+   void fill(EntrySituation& entry, AradSemKeyAndFap key) {
+      auto const& common = *host_.isem().common;
+      entry.name = printedKey(key);
+      AradSemPayload wanted = payloadOf(host_, found_.request, found_.merged);
+      if (auto configured = host_.isem().table->configCollection().find(key)) {
+         entry.configured = printedPayload(*configured);
+         entry.configuredRight = *configured == wanted;
+      }
+      if (auto held = host_.chip().isem().held(key)) {
+         entry.held = printedPayload(*held);
+         entry.carries = *held == wanted;
+      }
+      entry.chip = host_.chip().isem().memory(key);
+      for (bool isInsert : {true, false}) {
+         auto pending = common.pendingSemWrite(PendingSemWriteKey{key, isInsert});
+         for (std::size_t i = 0; pending && i < pending->pendingSharingEntrys(); ++i) {
+            TcamSharingEntry const& each = pending->pendingSharingEntryQueue()[i];
+            (isInsert ? entry.writes : entry.removals).push_back(each.request());
+            if (each == TcamSharingEntry(found_.request, found_.merged)) {
+               entry.awaited = awaitedAnswer(host_.chip().isem(), key, !isInsert, i);
+            }
+         }
+      }
+      if (auto users = common.semToRequest(key)) {
+         for (auto const& [user, present] : users->requestIter()) {
+            if (present && user != found_.request) {
+               entry.shared.push_back(user);
+            }
+         }
+      }
+   }
+
+   void fill(EntrySituation& entry, VlanTagToVsiMapperKey key) {
+      entry.name = printedKey(key);
+      uint64_t wanted = dataOf(found_.merged);
+      if (auto configured = host_.inLif().mapperConfig->configCollection().find(key)) {
+         entry.configured = printedEntryData(configured->inLifAdditionalData);
+         entry.configuredRight = configured->inLifAdditionalData == wanted;
+      }
+      if (auto held = host_.chip().mapper().held(key)) {
+         entry.held = printedEntryData(held->inLifAdditionalData);
+         entry.carries = held->inLifAdditionalData == wanted;
+      }
+      entry.chip = host_.chip().mapper().memory(key);
+      TcamSharingEntry pending = host_.inLif().common->pendingLifEntries(key);
+      if (pending != TcamSharingEntry()) {
+         entry.writes.push_back(pending.request());
+         if (pending == TcamSharingEntry(found_.request, found_.merged)) {
+            entry.awaited = answerTo(host_.chip().mapper(), key);
+         }
+      }
+   }
+
+   void fill(EntrySituation& entry, TunnelPolicyMapperKey key) {
+      entry.name = printedKey(key);
+      uint64_t wanted = dataOf(found_.merged);
+      if (auto configured = host_.inLif().tunnelConfig->configCollection().find(key)) {
+         entry.configured = printedEntryData(configured->inLifAdditionalData);
+         entry.configuredRight = configured->inLifAdditionalData == wanted;
+      }
+      if (auto held = host_.chip().tunnels().held(key)) {
+         entry.held = printedEntryData(held->inLifAdditionalData);
+         entry.carries = held->inLifAdditionalData == wanted;
+      }
+      entry.chip = host_.chip().tunnels().memory(key);
+      TcamSharingEntry pending = host_.inLif().common->pendingTunnelLifEntries(key);
+      if (pending == TcamSharingEntry()) {
+         return;
+      }
+      Awaited awaited = answerTo(host_.chip().tunnels(), key);
+      auto const& [write, answer] = std::tie(entry.chip.lastWrite, entry.chip.lastAnswer);
+      // A policy that leaves the data alone is not written, so nothing answers it.
+      bool unanswered = write && (!answer || answer->at < write->at);
+      bool coming = awaited.due || awaited.heldBack;
+      // The entry stays pending behind its answer; only one for the present policy counts.
+      bool answered =
+          found_.response.policyId == found_.merged && found_.response.status != tcamSharingNone;
+      bool removal = pending.policyId().empty();
+      if (coming ||
+          (unanswered && (removal ? found_.response.status != tcamSharingNone : !answered))) {
+         (removal ? entry.removals : entry.writes).push_back(pending.request());
+         if (pending == TcamSharingEntry(found_.request, found_.merged)) {
+            entry.awaited = awaited;
+         }
+      }
+   }
+
+   // The answer to what the table holds now; the last one, since one may say "in progress" first.
+   template<class T>
+   Awaited answerTo(ChipTable<T> const& table, typename T::Key key) const {
+      Awaited awaited{found_.merged.empty(), table.isHeldBack(key), std::nullopt};
+      for (auto const& answer : table.unanswered()) {
+         if (answer.key == key && answer.written == table.configured(key)) {
+            awaited.due = answer.due;
+         }
+      }
+      return awaited;
+   }
+
+   Host const& host_;
+   Situation& found_;
+};
+
+} // namespace
+
+uint64_t carriedBits(EntryKey const& key) {
+   if (std::holds_alternative<AradSemKeyAndFap>(key)) {
+      return policyOfPayload(
+                 AradSemPayload::basic(TcamSharingIsemPolicyId(TcamSharingPolicyId(UINT64_MAX))
+                                           .makeISemPayloadValue(nullptr, {})))
+          .value();
+   }
+   return TcamSharingInLifPolicyId::inLifAdditionalDataMask;
+}
+
+Situations::Situations(Host const& host) : host_(host) {
+   for (SharingPipeline const* pipeline : host.pipelines()) {
+      for (auto const& [entry, waiting] : pipeline->commonBase->retryListIter()) {
+         if (waiting) {
+            retried_[entry.request().index()].push_back(entry.policyId());
+         }
+      }
+   }
+}
+
+Situation Situations::of(TcamSharingRequest request) const {
+   Situation found;
+   SharingPipeline const& pipeline = host_.pipelineOf(request);
+   found.request = request;
+   found.pipeline = &pipeline;
+   found.merged = pipeline.merged->request(request);
+   found.output = pipeline.output(request);
+   found.response = pipeline.mergedStatus->response(request);
+   found.times = host_.chronicle().of(request);
+   found.queued = pipeline.codef->backlog(request);
+   if (auto const& clock = pipeline.codef->clockNotifiee(); found.queued && clock.waiting()) {
+      found.nextSlice = clock.timeMin();
+   }
+   if (auto retried = retried_.find(request.index()); retried != retried_.end()) {
+      found.retried = retried->second;
+   }
+   found.resolution = resolve(host_, request);
+   found.carried =
+       found.resolution.keys.empty() ? UINT64_MAX : carriedBits(found.resolution.keys.front());
+   Gathering(host_, found).gather();
+   return found;
+}
+
+} // namespace Agent

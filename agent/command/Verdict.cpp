@@ -1,0 +1,284 @@
+#include "agent/command/Verdict.h"
+
+#include "agent/command/Names.h"
+
+#include <algorithm>
+
+namespace Agent {
+
+using namespace Hardware::ShoalTunnel;
+using Plexus::SubIntfId;
+
+namespace {
+
+using Role = EntrySituation::Role;
+
+constexpr char const* anotherPolicy = "Asking for another policy writes it again.";
+constexpr char const* replay = "chip replay writes it again.";
+
+} // namespace
+
+std::string at(Seconds time) {
+   return "at " + printedSeconds(time) + " s";
+}
+
+std::string whyRefused(Outcome outcome) {
+   return outcome == Outcome::full ? ", since the unit was full" : "";
+}
+
+std::string printedKey(EntryKey const& key) {
+   return std::visit([](auto const& each) { return printedKey(each); }, key);
+}
+
+std::string Verdict::text() {
+   if (is_.merged.empty()) {
+      sayNotWanted();
+   } else {
+      is_.inHardware ? sayInHardware() : sayWhere();
+      sayWaiting();
+      sayAnswer();
+   }
+   sayLeftBehind();
+   if (!remedy_.empty()) {
+      say(remedy_);
+   }
+   return text_;
+}
+
+void Verdict::sayNotWanted() {
+   bool asked = false;
+   for (std::size_t i = 0; i < kFeatures; ++i) {
+      asked = asked || host_.features().config(static_cast<Feature>(i))->requestHas(is_.request);
+   }
+   if (asked) {
+      // A label of 0, say, beside bits that are not its feature's.
+      say("What the features ask for here leaves no policy.");
+   } else if (is_.response.status == tcamSharingNone) {
+      say("No feature asks for a policy here.");
+   } else {
+      say("No feature asks for a policy here any more, but the response of the last one still "
+          "stands.");
+   }
+   sayWaiting();
+   ResponseCause const& cause = is_.times.cause;
+   if (is_.response.status == tcamSharingFailed && is_.response.policyId.empty() &&
+       cause.kind == ResponseCause::Kind::answered &&
+       (cause.answer.outcome == Outcome::refused || cause.answer.outcome == Outcome::full)) {
+      say("The chip refused to clear the entry " + printedKey(*cause.key) + " " +
+          at(cause.answer.at) + ".");
+   }
+}
+
+void Verdict::sayInHardware() {
+   uint64_t carried = is_.merged.value() & is_.carried;
+   uint64_t above = is_.merged.value() & ~is_.carried;
+   std::string left = printedPolicy(TcamSharingPolicyId(above));
+   if (above == 0) {
+      say("In hardware.");
+   } else if (carried == 0) {
+      say("Its entry is in hardware, but carries nothing of the policy: " + left +
+          " is beyond the bits of an entry.");
+   } else {
+      say("In hardware, as far as an entry carries it: " + left +
+          " is beyond the bits of an entry.");
+   }
+}
+
+void Verdict::sayWhere() {
+   say("Not in hardware: " + reason() + ".");
+}
+
+std::string Verdict::reason() {
+   if (is_.queued) {
+      return "it is not worked yet";
+   }
+   if (is_.output.empty()) {
+      return takenOut();
+   }
+   if (!is_.resolution.missing.empty()) {
+      return is_.resolution.missing;
+   }
+   if (is_.pipeline != &host_.isem() && (is_.merged.value() & is_.carried) == 0) {
+      return "the low 10 bits of the policy, which is all that an in-LIF carries, are 0";
+   }
+   if (EntrySituation const* entry = awaiting(); entry != nullptr && entry->awaited->due) {
+      return "it is written, and not answered yet";
+   }
+   auto wrong = std::find_if(is_.entries.begin(), is_.entries.end(), [](auto const& entry) {
+      return entry.role == Role::current && !entry.carries;
+   });
+   return reasonOf(*wrong);
+}
+
+// What is so now, and would take it out again.
+std::string Verdict::takenOut() {
+   World const& world = host_.world();
+   IntfId intf = is_.request.intfId();
+   auto status = world.subIntfStatusDir->subIntfStatus(intf);
+   if (status && !status->programInHw()) {
+      remedy_ = "program-in-hw on brings it back.";
+      return "it was taken out, since program-in-hw is off";
+   }
+   std::string why = "it was taken out of the output";
+   if (!is_.resolution.missing.empty()) {
+      why += "; " + is_.resolution.missing;
+   }
+   if (world.isRouted(intf)) {
+      remedy_ = "An internal VLAN or another policy brings it back.";
+   } else if (!SubIntfId::isSubIntfId(intf) || world.subIntfConfigDir->subIntfConfigHas(intf)) {
+      remedy_ = "Another policy brings it back.";
+   }
+   return why;
+}
+
+std::string Verdict::reasonOf(EntrySituation const& entry) {
+   using Kind = EntryChange::Kind;
+   auto const& change = entry.change;
+   std::string by =
+       change && change->by && *change->by != is_.request ? printedRequest(*change->by) : "";
+   if (entry.configuredRight) {
+      remedy_ = replay;
+      auto const& write = entry.chip.lastWrite;
+      bool bad = write && (write->outcome == Outcome::refused || write->outcome == Outcome::full);
+      std::string refused = bad ? "the chip refused the write of " + entry.name + " " +
+                                      at(write->at) + whyRefused(write->outcome)
+                                : "";
+      if (entry.chip.restarted) {
+         return (bad ? refused + ", and" : std::string("the chip")) + " restarted " +
+                at(*entry.chip.restarted) + ", and nothing wrote " + entry.name + " since";
+      }
+      remedy_ = anotherPolicy;
+      return bad ? refused : "the chip does not hold " + entry.name;
+   }
+   remedy_ = anotherPolicy;
+   if (!entry.configured) {
+      std::string removed = change && change->kind == Kind::left ? " moved off " : " took out ";
+      if (!change || change->kind == Kind::written || change->kind == Kind::made) {
+         return "nothing wrote " + entry.name + ", to which it leads now";
+      }
+      return (by.empty() ? "it" : by) + removed + entry.name + " " + at(change->at);
+   }
+   if (change && change->kind == Kind::made) {
+      return entry.name + " was made anew " + at(change->at) +
+             ", and carries nothing until the request is worked again";
+   }
+   return entry.name + " carries " + *entry.configured +
+          (by.empty() ? "" : " for " + by + ", written " + at(change->at));
+}
+
+EntrySituation const* Verdict::awaiting() const {
+   auto found = std::find_if(is_.entries.begin(), is_.entries.end(), [](auto const& entry) {
+      return entry.awaited && (entry.role == Role::current || entry.awaited->removal);
+   });
+   // Of several members the last answer decides.
+   for (auto it = found; it != is_.entries.end(); ++it) {
+      if (it->awaited && it->role == Role::current && it->awaited->due &&
+          (!found->awaited->due || *it->awaited->due > *found->awaited->due)) {
+         found = it;
+      }
+   }
+   return found == is_.entries.end() ? nullptr : &*found;
+}
+
+void Verdict::sayWaiting() {
+   if (is_.queued) {
+      say("It waits in the backlog" +
+          (is_.nextSlice ? " for the slice " + at(*is_.nextSlice) : std::string()) + ".");
+   }
+   if (!is_.retried.empty()) {
+      say("It is retried " + at(is_.pipeline->codef->nextRetry()) +
+          (is_.resolution.never ? ", to no avail." : "."));
+   } else if (!is_.queued && !is_.inHardware && !is_.resolution.missing.empty() &&
+              !is_.resolution.never && !is_.merged.empty() && !is_.output.empty()) {
+      say("Nothing retries it.");
+   }
+   EntrySituation const* entry = awaiting();
+   if (entry == nullptr) {
+      return;
+   }
+   Awaited const& awaited = *entry->awaited;
+   std::string what = awaited.removal ? "The removal of " : "The write of ";
+   if (awaited.due) {
+      say("The chip's answer is due " + at(*awaited.due) + ".");
+   } else if (awaited.heldBack) {
+      say("The chip's answer is held back, to be given out of order.");
+   } else {
+      std::string why;
+      if (entry->chip.lost) {
+         why = "an answer for the entry was lost " + at(*entry->chip.lost);
+      }
+      if (entry->chip.dropped) {
+         why += (why.empty() ? "" : "; ") + std::string("the chip restarted ") +
+                at(*entry->chip.dropped) + " before it answered";
+      }
+      say(what + entry->name + " is not answered, and no answer is on its way" +
+          (why.empty() ? "." : ": " + why + "."));
+   }
+}
+
+void Verdict::sayAnswer() {
+   TcamSharingResponse const& response = is_.response;
+   if (is_.answeredSuccess()) {
+      if (!is_.inHardware) {
+         say("It was answered success " + at(is_.times.status.value_or(0.0)) + ".");
+      }
+      return;
+   }
+   std::string policy =
+       response.policyId == is_.merged
+           ? ""
+           : " for " + printedPolicy(response.policyId) + ", not for the present policy";
+   ResponseCause const& cause = is_.times.cause;
+   switch (response.status) {
+   case tcamSharingNone:
+      if (!is_.queued && awaiting() == nullptr) {
+         say("It is not answered.");
+      }
+      break;
+   case tcamSharingSuccess:
+      say("It was answered success" + policy + ".");
+      break;
+   case tcamSharingInProgress:
+      if (is_.retried.empty() && !is_.queued && awaiting() == nullptr) {
+         say("It was answered in progress" + policy + ", and waits for nothing.");
+      }
+      break;
+   case tcamSharingFailed: {
+      std::string why;
+      if (cause.kind == ResponseCause::Kind::restarted) {
+         why = " when the chip restarted";
+      } else if (cause.key && cause.answer.outcome == Outcome::removed) {
+         why = ": " + printedKey(*cause.key) + " was removed before it was answered";
+      } else if (cause.key && cause.answer.outcome == Outcome::accepted) {
+         why = ": an earlier answer had failed";
+      } else if (cause.key) {
+         why = ": the chip refused the write of " + printedKey(*cause.key) +
+               whyRefused(cause.answer.outcome);
+      }
+      say("It was answered failed " + at(is_.times.status.value_or(0.0)) + policy + why + ".");
+      if (!is_.queued && !is_.output.empty() && is_.resolution.missing.empty()) {
+         remedy_ = remedy_.empty() ? anotherPolicy : remedy_;
+      }
+      break;
+   }
+   }
+}
+
+void Verdict::sayLeftBehind() {
+   std::size_t told = 0;
+   std::size_t left = 0;
+   for (EntrySituation const& entry : is_.entries) {
+      if (entry.role == Role::leftBehind && entry.held) {
+         ++left;
+         if (told < 3) {
+            ++told;
+            say("Its earlier entry " + entry.name + " is still in hardware.");
+         }
+      }
+   }
+   if (left > told) {
+      say("So are " + std::to_string(left - told) + " more.");
+   }
+}
+
+} // namespace Agent

@@ -1,0 +1,40 @@
+// The verdict on one request: sentences that say where it is, what it waits for, how it was
+// answered, and what can be done.
+#pragma once
+
+#include "agent/command/Situation.h"
+
+namespace Agent {
+
+class Verdict {
+ public:
+   Verdict(Situation const& situation, Host const& host) : is_(situation), host_(host) {}
+   std::string text();
+
+ private:
+   void sayWhere();
+   void sayNotWanted();
+   void sayInHardware();
+   void sayWaiting();
+   void sayAnswer();
+   void sayLeftBehind();
+   std::string takenOut();
+   std::string reason();
+   std::string reasonOf(EntrySituation const& entry);
+   EntrySituation const* awaiting() const;
+
+   void say(std::string const& sentence) { text_ += (text_.empty() ? "" : " ") + sentence; }
+
+   Situation const& is_;
+   Host const& host_;
+   std::string text_;
+   std::string remedy_;
+};
+
+// "7 s"
+std::string at(Seconds time);
+// ", since the unit was full", or nothing.
+std::string whyRefused(Outcome outcome);
+std::string printedKey(EntryKey const& key);
+
+} // namespace Agent

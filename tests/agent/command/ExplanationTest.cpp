@@ -1,0 +1,313 @@
+// What the agent says of a request, in each state that it can be in.
+#include "tests/agent/host/Scenario.h"
+
+namespace Agent {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+// X, Y: sub-interfaces of one port on an arad unit; A, B: of one port-channel there, with one tag.
+// P, L, T: a sub-interface of a port and of a port-channel, and a tunnel, on an in-LIF unit.
+std::string named(std::string const& text) {
+   std::string out;
+   for (std::size_t i = 0; i < text.size(); ++i) {
+      bool word = (i == 0 || text[i - 1] == ' ') &&
+                  (i + 1 == text.size() || text[i + 1] == ' ' || text[i + 1] == '\n');
+      switch (word ? text[i] : '\0') {
+      case 'X':
+         out += "u/0/Ethernet0.5";
+         break;
+      case 'Y':
+         out += "u/0/Ethernet0.6";
+         break;
+      case 'A':
+         out += "u/0/PortChannel1.1";
+         break;
+      case 'B':
+         out += "u/0/PortChannel1.2";
+         break;
+      case 'P':
+         out += "u/3/Ethernet0.5";
+         break;
+      case 'L':
+         out += "u/3/PortChannel3.1";
+         break;
+      case 'T':
+         out += "u/3/Tunnel-t";
+         break;
+      default:
+         out += text[i];
+      }
+   }
+   return out;
+}
+
+struct Case {
+   char const* scenario;
+   char const* request;
+   char const* verdict; // the whole of it
+   bool problem;        // a row of problems
+};
+
+void expectVerdicts(std::initializer_list<Case> cases) {
+   for (auto const& [scenario, request, verdict, problem] : cases) {
+      std::string text =
+          named(std::string(scenario) + "\nexplain " + request + " \necho problems\nproblems");
+      Result result = run(text);
+      EXPECT_EQ(result.code, 0) << text << result.errors;
+      auto line = result.out.substr(0, result.out.find('\n'));
+      EXPECT_EQ(line.substr(line.find(": ") + 2), named(verdict)) << text;
+      auto listed = result.out.substr(result.out.find("\nproblems\n"));
+      EXPECT_EQ(listed.find(named(request).substr(0, named(request).find(' ')) + " unit") !=
+                    std::string::npos,
+                problem)
+          << text << listed;
+   }
+}
+
+TEST(ExplanationTest, EachStateOnAnAradUnitIsTold) {
+   expectVerdicts({
+       {"", "X own", "No feature asks for a policy here.", false},
+       {"request acl X own 5", "X own",
+        "Not in hardware: it is not worked yet. It waits in the backlog for the slice at 0 s.",
+        true},
+       {"request acl X own 5\nadvance 0.005", "X own",
+        "In hardware. The chip's answer is due at 0.01 s.", true},
+       {"request acl X own 5\nsettle", "X own", "In hardware.", false},
+       {"chip refuse next 1\nrequest acl X own 5\nsettle", "X own",
+        "Not in hardware: the chip refused the write of (vlan 5, domain 1, unit 0) at 0 s. It was "
+        "answered failed at 0.01 s: the chip refused the write of (vlan 5, domain 1, unit 0). "
+        "Asking for another policy writes it again.",
+        true},
+       {"chip capacity 0 0\nrequest acl X own 5\nsettle\nchip restart", "X own",
+        "Not in hardware: the chip refused the write of (vlan 5, domain 1, unit 0) at 0 s, since "
+        "the unit was full, and restarted at 0.01 s, and nothing wrote (vlan 5, domain 1, unit 0) "
+        "since. It was answered failed at 0.01 s: the chip refused the write of (vlan 5, domain 1, "
+        "unit 0), since the unit was full. chip replay writes it again.",
+        true},
+       {"chip lose next 1\nrequest acl X own 5\nsettle", "X own",
+        "In hardware. The write of (vlan 5, domain 1, unit 0) is not answered, and no answer is on "
+        "its way: an answer for the entry was lost at 0 s.",
+        true},
+       {"chip reorder next 1\nrequest acl X own 5\nadvance 1", "X own",
+        "In hardware. The chip's answer is held back, to be given out of order.", true},
+       {"request acl X own 5\nadvance 0.005\nchip restart", "X own",
+        "Not in hardware: the chip restarted at 0.005 s, and nothing wrote (vlan 5, domain 1, unit "
+        "0) since. The write of (vlan 5, domain 1, unit 0) is not answered, and no answer is on "
+        "its "
+        "way: the chip restarted at 0.005 s before it answered. chip replay writes it again.",
+        true},
+       {"request acl X own 5\nsettle\nchip restart", "X own",
+        "Not in hardware: the chip restarted at 0.01 s, and nothing wrote (vlan 5, domain 1, unit "
+        "0) since. It was answered success at 0.01 s. chip replay writes it again.",
+        true},
+       {"request acl X own 5\nsettle\nchip restart\nchip replay\nsettle", "X own", "In hardware.",
+        false},
+       {"chip refuse next 1\nrequest acl X own 5\nsettle\nrequest acl X own qos=5,other=1\nsettle",
+        "X own",
+        "Not in hardware: the chip refused the write of (vlan 5, domain 1, unit 0) at 0 s. It was "
+        "answered success at 0.01 s. Asking for another policy writes it again.",
+        true},
+       {"unit 0 unavailable\nrequest acl X own 5\nsettle", "X own",
+        "Not in hardware: unit 0 is not available. It is retried at 6 s.", true},
+       {"unit 0 unavailable\nrequest acl X own 5\nadvance 1\nunit 0 available", "X own",
+        "Not in hardware: nothing wrote (vlan 5, domain 1, unit 0), to which it leads now. It is "
+        "retried at 2 s. Asking for another policy writes it again.",
+        true},
+       {"vlan-domain u/0/Ethernet0 none\nrequest acl X own 5\nsettle", "X own",
+        "Not in hardware: no VLAN domain for u/0/Ethernet0 on unit 0. It is retried at 6 s.", true},
+       {"encapsulation X 5,6\nrequest acl X own 5\nsettle", "X own",
+        "Not in hardware: it has two tags (5,6), which the ISEM does not hold: such requests are "
+        "neither programmed nor answered. It is not answered.",
+        true},
+       {"request acl X own 5\nsettle\nprogram-in-hw X off\nsettle", "X own",
+        "Not in hardware: it was taken out, since program-in-hw is off. It is not answered. "
+        "program-in-hw on brings it back.",
+        true},
+   });
+}
+
+// The keys that a request was programmed for are not those that it leads to now.
+TEST(ExplanationTest, WhatMovedIsJudgedWhereItLeadsNow) {
+   expectVerdicts({
+       {"request acl X own 5\nsettle\nvlan-domain u/0/Ethernet0 200\nsettle", "X own",
+        "Not in hardware: nothing wrote (vlan 5, domain 200, unit 0), to which it leads now. It "
+        "was "
+        "answered success at 0.01 s. Its earlier entry (vlan 5, domain 1, unit 0) is still in "
+        "hardware. Asking for another policy writes it again.",
+        true},
+       {"request acl X own 5\nrequest acl Y own 5\nsettle\nencapsulation X 6\nsettle", "X own",
+        "In hardware. Its earlier entry (vlan 5, domain 1, unit 0) is still in hardware.", true},
+       {"request acl X own 5\nrequest acl Y own 5\nsettle\nencapsulation X 6\nsettle\n"
+        "withdraw acl Y own\nsettle",
+        "X own",
+        "Not in hardware: u/0/Ethernet0.6 unit 0 took out (vlan 6, domain 1, unit 0) at 0.01 s. It "
+        "was answered success at 0.01 s. Its earlier entry (vlan 5, domain 1, unit 0) is still in "
+        "hardware. Asking for another policy writes it again.",
+        true},
+       {"request acl A own 5\nrequest acl B own 6\nsettle\nwithdraw acl B own\nsettle", "A own",
+        "Not in hardware: u/0/PortChannel1.2 unit 0 took out (vlan 10, domain 5, unit 0) at 0.01 "
+        "s. "
+        "It was answered success at 0.01 s. Asking for another policy writes it again.",
+        true},
+       {"request acl A own 5\nrequest acl B own 6\nsettle", "A own",
+        "Not in hardware: (vlan 10, domain 5, unit 0) carries qos=6 for u/0/PortChannel1.2 unit 0, "
+        "written at 0 s. It was answered success at 0.01 s. Asking for another policy writes it "
+        "again.",
+        true},
+       {"request acl X own 5\nsettle\nunit 0 unavailable\nsettle", "X own", "In hardware.", false},
+       {"request acl X own 5\nsettle\nencapsulation X none\nsettle", "X own",
+        "Not in hardware: the sub-interface has no encapsulation. Nothing retries it. It was "
+        "answered success at 0.01 s. Its earlier entry (vlan 5, domain 1, unit 0) is still in "
+        "hardware.",
+        true},
+       {"request acl A own 5\nsettle\nmember u/0/PortChannel1 remove u/0/Ethernet12\n"
+        "member u/0/PortChannel1 add u/1/Ethernet0\nsettle",
+        "A 0",
+        "Not in hardware: u/0/PortChannel1 has no member on unit 0. Nothing retries it. It was "
+        "answered success at 0.01 s. Its earlier entry (vlan 10, domain 5, unit 0) is still in "
+        "hardware.",
+        true},
+   });
+}
+
+TEST(ExplanationTest, WhatCanNeverBeIsSaid) {
+   expectVerdicts({
+       {"request acl u/0/Ethernet0 own 5\nsettle", "u/0/Ethernet0 own",
+        "Not in hardware: u/0/Ethernet0 is not a routed port and has no internal VLAN, which its "
+        "entry would need. It is retried at 6 s, to no avail.",
+        true},
+       {"request acl u/0/Ethernet12 own 5\nsettle", "u/0/Ethernet12 own",
+        "Not in hardware: u/0/Ethernet12 is a member of u/0/PortChannel1 and has no internal VLAN, "
+        "which its entry would need. It is retried at 6 s, to no avail.",
+        true},
+       {"request acl u/0/Tunnel-t own 5\nsettle", "u/0/Tunnel-t own",
+        "Not in hardware: u/0/Tunnel-t is a tunnel and has no internal VLAN, which its entry would "
+        "need. It is retried at 6 s, to no avail.",
+        true},
+       {"internal-vlan u/0/Ethernet8 none\nrequest acl u/0/Ethernet8 own 5\nsettle",
+        "u/0/Ethernet8 own",
+        "Not in hardware: the interface has no internal VLAN. It is retried at 6 s.", true},
+       {"request acl u/3/Ethernet0 own 5\nsettle", "u/3/Ethernet0 own",
+        "Not in hardware: on a unit of this type only sub-interfaces and tunnels carry policies. "
+        "It "
+        "is retried at 6 s, to no avail.",
+        true},
+   });
+   // What an entry carries of a policy, and what it cannot.
+   expectVerdicts({
+       {"request rampart u/1/Vlan9 own lumen=9\nsettle", "u/1/Vlan9 own",
+        "Its entry is in hardware, but carries nothing of the policy: lumen=9 is beyond the bits "
+        "of "
+        "an entry.",
+        false},
+       {"request acl X own qos=1,other=2\nsettle", "X own",
+        "In hardware, as far as an entry carries it: other=2 is beyond the bits of an entry.",
+        false},
+       {"request acl P own acl=3\nsettle", "P own",
+        "Not in hardware: the low 10 bits of the policy, which is all that an in-LIF carries, are "
+        "0. It is not answered.",
+        true},
+   });
+   Result result = run("request rampart u/1/Vlan9 own lumen=9\nsettle\nexplain u/1/Vlan9 own");
+   EXPECT_THAT(result.out, HasSubstr("table holds an entry without a policy"));
+   expectSound("request rampart u/1/Vlan9 own lumen=9\nsettle\nexpect isem 9 0 1 none\n"
+               "expect isem 8 0 1 absent");
+   EXPECT_THAT(
+       run("request rampart u/1/Vlan9 own lumen=9\nsettle\nexpect isem 9 0 1 absent").errors,
+       HasSubstr("to be absent, but it is none"));
+}
+
+TEST(ExplanationTest, EachStateOnAnInLifUnitIsTold) {
+   expectVerdicts({
+       {"request acl P own 5\nadvance 0.005", "P own",
+        "In hardware. The chip's answer is due at 0.01 s.", true},
+       {"request acl L own 5\nsettle", "L own", "In hardware.", false},
+       {"program-in-hw P off\nrequest acl P own 5\nsettle", "P own",
+        "Not in hardware: the sub-interface is not programmed on u/3/Ethernet0. It is retried at 6 "
+        "s. It is not answered.",
+        true},
+       {"chip capacity 3 0\nrequest acl T own 5\nsettle", "T own",
+        "Not in hardware: the chip refused the write of (u/3/Tunnel-t, unit 3) at 0 s, since the "
+        "unit was full. It was answered failed at 0.01 s: the chip refused the write of "
+        "(u/3/Tunnel-t, unit 3), since the unit was full. Asking for another policy writes it "
+        "again.",
+        true},
+       {"chip refuse next 1\nrequest acl L own 5\nsettle", "L own",
+        "Not in hardware: the chip refused the write of (u/3/PortChannel3.1 on u/3/Ethernet4, tags "
+        "10) at 0 s. It was answered failed at 0.01 s: the chip refused the write of "
+        "(u/3/PortChannel3.1 on u/3/Ethernet4, tags 10). Asking for another policy writes it "
+        "again.",
+        true},
+       {"request acl L own 5\nadvance 0.005\nmember u/3/PortChannel3 remove u/3/Ethernet8\nsettle",
+        "L own",
+        "In hardware. It was answered failed at 0.015 s: (u/3/PortChannel3.1 on u/3/Ethernet8, "
+        "tags 10) was removed before it was answered. Asking for another policy writes it again.",
+        true},
+       {"request acl L own 5\nsettle\nchip restart", "L own",
+        "Not in hardware: the chip restarted at 0.01 s, and nothing wrote (u/3/PortChannel3.1 on "
+        "u/3/Ethernet4, tags 10) since. It was answered success at 0.01 s. chip replay writes it "
+        "again.",
+        true},
+       {"request acl L own 5\nsettle\nmember u/3/PortChannel3 remove u/3/Ethernet8\nsettle\n"
+        "member u/3/PortChannel3 add u/3/Ethernet8\nsettle",
+        "L own",
+        "Not in hardware: (u/3/PortChannel3.1 on u/3/Ethernet8, tags 10) was made anew at 0.02 s, "
+        "and carries nothing until the request is worked again. It was answered success at 0.01 s. "
+        "Asking for another policy writes it again.",
+        true},
+       {"chip defer next 1\nrequest acl T own 5\nadvance 0.5", "T own",
+        "In hardware. The chip's answer is due at 1.01 s.", true},
+       {"request acl T own qos=5\nsettle\nrequest acl T own qos=5,acl=1\nsettle", "T own",
+        "In hardware, as far as an entry carries it: acl=1 is beyond the bits of an entry. It was "
+        "answered success for qos=5, not for the present policy.",
+        true},
+       {"request acl P own 5\nsettle\nchip refuse next 1\nwithdraw acl P own\nsettle", "P own",
+        "No feature asks for a policy here any more, but the response of the last one still "
+        "stands. The chip refused to clear the entry (u/3/Ethernet0.5 on u/3/Ethernet0, tags 5) "
+        "at 0.02 s.",
+        true},
+   });
+}
+
+TEST(ExplanationTest, TheFactsNameWhoAndWhen) {
+   Result shared = run(named("request acl A own 5\nrequest acl B own 6\nsettle\nexplain A own"));
+   EXPECT_THAT(shared.out, HasSubstr("shared with: u/0/PortChannel1.2 unit 0"));
+   Result waiting = run(named("unit 0 unavailable\nrequest acl X own 5\nadvance 3\nexplain X own"));
+   EXPECT_THAT(waiting.out, AllOf(HasSubstr("retry list: for qos=5, next tried at 4 s"),
+                                  HasSubstr("response: in-progress for qos=5 since 0 s, when it "
+                                            "was worked")));
+   Result slow = run(named("chip slow next 1\nrequest acl L own 5\nadvance 0.5\nexplain L own"));
+   EXPECT_THAT(slow.out,
+               AllOf(HasSubstr("answers awaited: 1"), HasSubstr("answer due: at 1.01 s")));
+   Result bypassed = run(named("request acl A own 5\nsettle\nrequest acl B own 5\nsettle\n"
+                               "explain A own\nexplain B own"));
+   EXPECT_THAT(bypassed.out,
+               AllOf(HasSubstr("by the chip's answer for (vlan 10, domain 5, unit 0) (accepted)"),
+                     HasSubstr("success for qos=5 since 0.01 s, when it was worked")));
+}
+
+// One judgement behind all views.
+TEST(ExplanationTest, ViewsAgree) {
+   Result lost =
+       run(named("request acl X own 5\nsettle\nchip restart\nshow summary\nshow requests"));
+   EXPECT_THAT(lost.out, testing::ContainsRegex("acl +1 +0 +1 +0 +0 +0 +0\n"));
+   EXPECT_THAT(lost.out, testing::ContainsRegex("success +qos=5 +no"));
+   Result older =
+       run(named("request acl T own qos=5\nsettle\nrequest acl T own qos=5,acl=1\nsettle\n"
+                 "show summary"));
+   EXPECT_THAT(older.out, testing::ContainsRegex("acl +1 +1 +0 +1 +0 +0 +0\n"));
+   Result rampart =
+       run("request rampart u/1/Vlan9 own lumen=9\nsettle\nshow summary\nshow requests");
+   EXPECT_THAT(rampart.out, testing::ContainsRegex("rampart +1 +1 +1 +0 +0 +0 +0\n"));
+   EXPECT_THAT(rampart.out, testing::ContainsRegex("rampart .* success +lumen=9 +yes"));
+   EXPECT_THAT(run(named("request acl X own 5\nsettle\nexpect out-of-hardware X own")).errors,
+               AllOf(HasSubstr("expected the policy of u/0/Ethernet0.5 unit 0 to be out of "
+                               "hardware, but: In hardware."),
+                     Not(HasSubstr("it is"))));
+}
+
+} // namespace
+} // namespace Agent
