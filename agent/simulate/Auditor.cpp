@@ -6,23 +6,6 @@ namespace Agent {
 
 using namespace Hardware::ShoalTunnel;
 
-template<class... Key>
-class Auditor::Watcher : public Orv::Reactor<Key...> {
- public:
-   explicit Watcher(std::function<void(Key const&...)> handler) : handler_(std::move(handler)) {}
-   void handle(Key const&... key) override { handler_(key...); }
-
- private:
-   std::function<void(Key const&...)> handler_;
-};
-
-template<class Key, class Collection>
-void Auditor::watch(Collection const& collection, std::function<void(Key const&)> handler) {
-   auto watcher = std::make_unique<Watcher<Key>>(std::move(handler));
-   collection.watch(*watcher);
-   watchers_.push_back(std::move(watcher));
-}
-
 Auditor& Auditor::follow(Host& host) {
    bool asked = host.follower() != nullptr;
    for (SharingPipeline* pipeline : host.pipelines()) {
@@ -53,33 +36,35 @@ Auditor::Auditor(Host& host)
       inLifSide_(host.inLif(), facts_, probes_), isem_(host, facts_, isemSide_.answers, probes_),
       mapper_(host, facts_, inLifSide_.answers, probes_),
       tunnel_(host, inLifSide_.answers, probes_), published_(host, probes_),
-      features_(host, probes_) {
+      features_(host, probes_), explanations_(host) {
    watchSide(isemSide_);
    watchSide(inLifSide_);
    using Request = TcamSharingRequest;
    auto const& isem = host.isem();
-   watch<Request>(isem.outputTable->requestCollection(), [this](Request const& request) {
+   watchers_.watch<Request>(isem.outputTable->requestCollection(), [this](Request const& request) {
       isemSide_.intake.handleOutput(request);
       isem_.handleOutput(request);
    });
-   watch<AradSemKeyAndFap>(isem.tableStatus->statusCollection(),
-                           [this](AradSemKeyAndFap const& key) { isem_.handleStatus(key); });
+   watchers_.watch<AradSemKeyAndFap>(
+       isem.tableStatus->statusCollection(),
+       [this](AradSemKeyAndFap const& key) { isem_.handleStatus(key); });
    auto const& inLif = host.inLif();
-   watch<Request>(inLif.tagOutput->requestCollection(), [this](Request const& request) {
+   watchers_.watch<Request>(inLif.tagOutput->requestCollection(), [this](Request const& request) {
       inLifSide_.intake.handleOutput(request);
       mapper_.handleOutput(request);
    });
-   watch<Request>(inLif.tunnelOutput->requestCollection(), [this](Request const& request) {
-      inLifSide_.intake.handleOutput(request);
-      tunnel_.handleOutput(request);
-   });
-   watch<VlanTagToVsiMapperKey>(
+   watchers_.watch<Request>(inLif.tunnelOutput->requestCollection(),
+                            [this](Request const& request) {
+                               inLifSide_.intake.handleOutput(request);
+                               tunnel_.handleOutput(request);
+                            });
+   watchers_.watch<VlanTagToVsiMapperKey>(
        inLif.mapperConfig->configCollection(),
        [this](VlanTagToVsiMapperKey const& key) { mapper_.handleConfig(key); });
-   watch<VlanTagToVsiMapperKey>(
+   watchers_.watch<VlanTagToVsiMapperKey>(
        inLif.mapperStatus->statusCollection(),
        [this](VlanTagToVsiMapperKey const& key) { mapper_.handleStatus(key); });
-   watch<TunnelPolicyMapperKey>(
+   watchers_.watch<TunnelPolicyMapperKey>(
        inLif.tunnelStatus->statusCollection(),
        [this](TunnelPolicyMapperKey const& key) { tunnel_.handleStatus(key); });
    watchWorld();
@@ -97,16 +82,17 @@ void Auditor::watchSide(Side& side) {
    auto& pipeline = side.pipeline;
    for (std::size_t i = 0; i < kFeatures; ++i) {
       auto feature = static_cast<Feature>(i);
-      watch<Request>(pipeline.features.config(feature)->requestCollection(),
-                     [&side, feature](Request const& request) {
-                        side.intake.handleFeature(feature, request);
-                     });
+      watchers_.watch<Request>(pipeline.features.config(feature)->requestCollection(),
+                               [&side, feature](Request const& request) {
+                                  side.intake.handleFeature(feature, request);
+                               });
    }
-   watch<Request>(pipeline.merged->requestCollection(),
-                  [&side](Request const& request) { side.intake.handleMerged(request); });
-   watch<Request>(pipeline.mergedStatus->responseCollection(),
-                  [&side](Request const& request) { side.intake.handleMergedStatus(request); });
-   watch<TcamSharingEntry>(
+   watchers_.watch<Request>(pipeline.merged->requestCollection(),
+                            [&side](Request const& request) { side.intake.handleMerged(request); });
+   watchers_.watch<Request>(
+       pipeline.mergedStatus->responseCollection(),
+       [&side](Request const& request) { side.intake.handleMergedStatus(request); });
+   watchers_.watch<TcamSharingEntry>(
        pipeline.commonBase->retryListCollection(),
        [&side](TcamSharingEntry const& entry) { side.intake.handleRetryList(entry); });
    watchBacklog(side);
@@ -127,18 +113,18 @@ void Auditor::watchWorld() {
          (inLifSide_.intake.*handler)(intf);
       };
    };
-   watch<IntfId>(world.intfVlanIdTable->internalVlanIdCollection(),
-                 both(&IntakeShadow::handleInternalVlan));
-   watch<IntfId>(world.subIntfDot1qEncapChange->dot1qEncapCollection(),
-                 both(&IntakeShadow::handleTags));
-   watch<IntfId>(world.subIntfStatusDir->subIntfStatusCollection(),
-                 [this](IntfId const& subIntf) { watchFlag(subIntf); });
+   watchers_.watch<IntfId>(world.intfVlanIdTable->internalVlanIdCollection(),
+                           both(&IntakeShadow::handleInternalVlan));
+   watchers_.watch<IntfId>(world.subIntfDot1qEncapChange->dot1qEncapCollection(),
+                           both(&IntakeShadow::handleTags));
+   watchers_.watch<IntfId>(world.subIntfStatusDir->subIntfStatusCollection(),
+                           [this](IntfId const& subIntf) { watchFlag(subIntf); });
    for (auto const& [subIntf, status] : world.subIntfStatusDir->subIntfStatusIter()) {
       watchFlag(subIntf);
    }
-   watch<IntfId>(world.shoalStatus->sysPhyPortIdCollection(),
-                 [this](IntfId const& port) { published_.handleSystemPort(port); });
-   watch<Hardware::Shoal::PortMap>(
+   watchers_.watch<IntfId>(world.shoalStatus->sysPhyPortIdCollection(),
+                           [this](IntfId const& port) { published_.handleSystemPort(port); });
+   watchers_.watch<Hardware::Shoal::PortMap>(
        world.vlanDomainStatus->portTunnelDataCollection(),
        [this](Hardware::Shoal::PortMap const& place) { published_.handleDomain(place); });
    auto version = std::make_unique<Watcher<>>([this] {
@@ -146,7 +132,7 @@ void Auditor::watchWorld() {
       features_.defaultLifs().handlePortMapVersion();
    });
    world.shoalStatus->portMapVersionAttribute().watch(*version);
-   watchers_.push_back(std::move(version));
+   watchers_.add(std::move(version));
 }
 
 void Auditor::watchFlag(IntfId subIntf) {
@@ -166,27 +152,28 @@ void Auditor::watchFlag(IntfId subIntf) {
 void Auditor::watchFeatures() {
    World const& world = host_.world();
    auto const& input = *host_.inLifFeatures().inputDir;
-   watch<Orv::Name>(input.entryCollection(), [this](Orv::Name const& name) {
+   watchers_.watch<Orv::Name>(input.entryCollection(), [this](Orv::Name const& name) {
       watchDirectory(name);
       features_.handleDirectory(name);
    });
    auto& lifs = features_.defaultLifs();
-   watch<IntfId>(world.lagPhyIntfMapping->phyIntfLagCollection(),
-                 [&lifs](IntfId const& port) { lifs.handlePortLag(port); });
-   watch<IntfId>(world.lagPhyIntfMapping->lagPhyIntfConfigCollection(), [&](IntfId const& lag) {
-      watchMembers(lag);
-      features_.defaultLifs().handleLag(lag);
-   });
+   watchers_.watch<IntfId>(world.lagPhyIntfMapping->phyIntfLagCollection(),
+                           [&lifs](IntfId const& port) { lifs.handlePortLag(port); });
+   watchers_.watch<IntfId>(world.lagPhyIntfMapping->lagPhyIntfConfigCollection(),
+                           [&](IntfId const& lag) {
+                              watchMembers(lag);
+                              features_.defaultLifs().handleLag(lag);
+                           });
    for (auto const& [lag, members] : world.lagPhyIntfMapping->lagPhyIntfConfigIter()) {
       watchMembers(lag);
    }
-   watch<IntfId>(world.untaggedVlanDir->untaggedVlanCollection(),
-                 [&lifs](IntfId const& intf) { lifs.handleUntaggedVlan(intf); });
-   watch<IntfId>(world.shoalStatus->sysTcamIdCollection(),
-                 [&lifs](IntfId const& port) { lifs.handleTcam(port); });
+   watchers_.watch<IntfId>(world.untaggedVlanDir->untaggedVlanCollection(),
+                           [&lifs](IntfId const& intf) { lifs.handleUntaggedVlan(intf); });
+   watchers_.watch<IntfId>(world.shoalStatus->sysTcamIdCollection(),
+                           [&lifs](IntfId const& port) { lifs.handleTcam(port); });
    auto keyVersion = std::make_unique<Watcher<>>([this] { features_.handleKeyVersion(); });
    world.shoalStatus->tcamKeyVersionAttribute().watch(*keyVersion);
-   watchers_.push_back(std::move(keyVersion));
+   watchers_.add(std::move(keyVersion));
 }
 
 void Auditor::watchDirectory(Orv::Name const& name) {
@@ -259,6 +246,7 @@ Findings Auditor::check(bool settled) const {
    published_.compare(findings, settled);
    features_.compare(findings);
    checkRouter(findings);
+   explanations_.check(findings);
    if (settled) {
       isem_.checkSettled(findings);
       mapper_.checkSettled(findings);

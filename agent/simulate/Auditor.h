@@ -8,9 +8,11 @@
 
 #include "agent/host/Host.h"
 #include "agent/simulate/DefaultLifShadow.h"
+#include "agent/simulate/ExplanationCheck.h"
 #include "agent/simulate/InLifShadow.h"
 #include "agent/simulate/IntakeShadow.h"
 #include "agent/simulate/PublishedShadow.h"
+#include "agent/simulate/Watcher.h"
 
 #include <functional>
 #include <memory>
@@ -45,10 +47,6 @@ class Auditor : public Follower {
 
  private:
    explicit Auditor(Host& host);
-   template<class... Key>
-   class Watcher;
-   template<class Key, class Collection>
-   void watch(Collection const& collection, std::function<void(Key const&)> handler);
    // One pipeline's account of merge, intake and answers.
    struct Side {
       Side(SharingPipeline& of, Facts const& facts, Probes& probes)
@@ -89,7 +87,8 @@ class Auditor : public Follower {
    std::map<IntfId, std::unique_ptr<Orv::ReactorBase>> flags_;
    std::map<IntfId, std::unique_ptr<Orv::ReactorBase>> members_;
    std::map<Orv::Name, std::unique_ptr<Orv::ReactorBase>> directories_;
-   std::vector<std::unique_ptr<Orv::ReactorBase>> watchers_;
+   Watchers watchers_;
+   ExplanationCheck explanations_;
 };
 
 } // namespace Agent

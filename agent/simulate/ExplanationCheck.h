@@ -1,0 +1,26 @@
+// Holds what the agent says of requests and in-LIF features against the tables and the chip: every
+// sentence of every explanation, each row of problems, by code that shares nothing with theirs. A
+// sentence that is not known here is a finding, too.
+#pragma once
+
+#include "agent/simulate/Facts.h"
+#include "agent/simulate/Findings.h"
+#include "agent/simulate/Witness.h"
+
+namespace Agent {
+
+class ExplanationCheck {
+ public:
+   // From the start of an agent.
+   explicit ExplanationCheck(Host& host) : host_(host), facts_(host.world()), witness_(host) {}
+   void check(Findings& findings) const;
+
+ private:
+   void checkFeatures(Findings& findings) const;
+
+   Host& host_;
+   Facts facts_;
+   mutable Witness witness_;
+};
+
+} // namespace Agent

@@ -1,0 +1,612 @@
+#include "agent/simulate/RequestTruth.h"
+
+#include <algorithm>
+#include <functional>
+
+namespace Agent {
+
+using namespace Hardware::ShoalTunnel;
+
+namespace {
+
+std::optional<uint64_t> plain(std::optional<AradSemPayload> data) {
+   return data ? std::optional<uint64_t>(data->value) : std::nullopt;
+}
+std::optional<uint64_t> plain(std::optional<VlanTagToVsiMapperResult> data) {
+   return data ? std::optional(data->inLifAdditionalData) : std::nullopt;
+}
+std::optional<uint64_t> plain(std::optional<TunnelPolicyMapperResult> data) {
+   return data ? std::optional(data->inLifAdditionalData) : std::nullopt;
+}
+
+bool isUnit(std::string const& text, FapId unit) {
+   return text == std::to_string(unit.value());
+}
+
+std::string inWords(uint64_t policy) {
+   return printedPolicy(TcamSharingPolicyId(policy));
+}
+
+} // namespace
+
+RequestTruth::RequestTruth(Host const& host, Facts const& facts, Witness const& witness,
+                           TcamSharingRequest request)
+    : host_(host), facts_(facts), witness_(witness), request_(request),
+      pipeline_(host.pipelineOf(request)), isem_(&pipeline_ == &host.isem()),
+      policy_(pipeline_.merged->request(request).value()),
+      response_(pipeline_.mergedStatus->response(request)),
+      queued_(pipeline_.codef->backlog(request)) {
+   for (auto const& [entry, waits] : pipeline_.commonBase->retryListIter()) {
+      if (waits && entry.request() == request) {
+         retried_.push_back(entry);
+      }
+   }
+   findEntries();
+}
+
+template<class T>
+RequestTruth::Entry RequestTruth::entry(ChipTable<T> const& chip, typename T::Config const& config,
+                                        typename T::Key key, uint64_t wanted) const {
+   Entry entry{
+       printedKey(key),     plain(config.configCollection().find(key)), std::nullopt, wanted, {},
+       chip.isHeldBack(key)};
+   if (auto held = chip.entries().find(key); held != chip.entries().end()) {
+      entry.held = plain(std::optional(held->second));
+   }
+   for (auto const& answer : chip.unanswered()) {
+      if (answer.key == key) {
+         entry.due.push_back(answer.due);
+      }
+   }
+   return entry;
+}
+
+RequestTruth::Entry RequestTruth::isemEntry(AradSemKeyAndFap key) const {
+   return entry(host_.chip().isem(), *host_.isem().table, key,
+                Facts::payload(TcamSharingPolicyId(policy_)).value);
+}
+
+RequestTruth::Entry RequestTruth::mapperEntry(VlanTagToVsiMapperKey key) const {
+   return entry(host_.chip().mapper(), *host_.inLif().mapperConfig, key, policy_ % 1024);
+}
+
+void RequestTruth::findEntries() {
+   IntfId intf = request_.intfId();
+   auto const& fields = intf.fields();
+   auto add = [](std::vector<Entry>& list, Entry entry) {
+      if (std::none_of(list.begin(), list.end(),
+                       [&](Entry const& other) { return other.key == entry.key; })) {
+         list.push_back(std::move(entry));
+      }
+   };
+   if (!isem_ && fields.kind == Plexus::IntfKind::tunnel) {
+      add(wanted_, entry(host_.chip().tunnels(), *host_.inLif().tunnelConfig,
+                         TunnelPolicyMapperKey(intf, request_.fapId()), policy_ % 1024));
+      return;
+   }
+   auto domain = facts_.domain(intf, request_.fapId());
+   auto tags = facts_.tags(request_);
+   if (isem_ && domain && tags && tags->inner == 0 && request_.fapId().value() <= 128) {
+      add(wanted_,
+          isemEntry(AradSemKeyAndFap(
+              {AradSemKeyType::isemTcamSharing_, tags->outer * 256U + *domain}, request_.fapId())));
+   }
+   if (!isem_ && domain && tags && fields.subIntf) {
+      auto parent = IntfId::fromIndex(fields.parentIndex);
+      if (auto members = facts_.world().lagPhyIntfMapping->lagPhyIntfConfig(parent)) {
+         for (auto const& [port, present] : members->phyIntfIter()) {
+            if (present && facts_.world().placeOf(port).fapId == request_.fapId()) {
+               add(wanted_, mapperEntry(facts_.mapperKey(request_, port)));
+            }
+         }
+      } else if (fields.kind == Plexus::IntfKind::port) {
+         add(wanted_, mapperEntry(facts_.mapperKey(request_, parent)));
+      }
+   }
+   auto leave = [&](Entry const& entry) {
+      if (byKey(entry.key) == nullptr) {
+         add(left_, entry);
+      }
+   };
+   if (isem_ && host_.isem().common->tcamRequestToIsemKeyMappingHas(request_)) {
+      leave(isemEntry(host_.isem().common->tcamRequestToIsemKeyMapping(request_)));
+   }
+   auto confirmed = host_.inLif().common->tcamRequestToVlanTagToVsiKeyMapping(request_);
+   for (auto const& [key, data] : host_.chip().mapper().entries()) {
+      if (!isem_ && confirmed && confirmed->vtagToVsiMapperKeyHas(key) &&
+          data.inLifAdditionalData != 0) {
+         leave(mapperEntry(key));
+      }
+   }
+}
+
+RequestTruth::Entry const* RequestTruth::byKey(std::string const& key) const {
+   for (auto const* list : {&wanted_, &left_}) {
+      for (Entry const& entry : *list) {
+         if (entry.key == key) {
+            return &entry;
+         }
+      }
+   }
+   return nullptr;
+}
+
+uint64_t RequestTruth::beyond() const {
+   return wanted_.empty() ? 0 : policy_ & ~(isem_ ? Facts::aclBits() : 1023);
+}
+
+bool RequestTruth::inHardware() const {
+   return policy_ != 0 && !wanted_.empty() && (isem_ || policy_ % 1024 != 0) &&
+          std::all_of(wanted_.begin(), wanted_.end(),
+                      [](Entry const& entry) { return entry.held == entry.wanted; });
+}
+
+bool RequestTruth::lacks() const {
+   if (!isem_ && request_.intfId().fields().kind == Plexus::IntfKind::tunnel) {
+      return false;
+   }
+   return wanted_.empty() || !facts_.available(request_.fapId()) ||
+          (!isem_ && std::any_of(wanted_.begin(), wanted_.end(),
+                                 [](Entry const& entry) { return !entry.configured; }));
+}
+
+bool RequestTruth::sound() const {
+   return inHardware() && response_.status == 1 && response_.policyId.value() == policy_ &&
+          std::none_of(left_.begin(), left_.end(), [](Entry const& entry) { return entry.held; });
+}
+
+std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) const {
+   std::vector<std::string> found;
+   auto require = [&](bool holds, std::string const& what) {
+      if (!holds) {
+         found.push_back(what);
+      }
+   };
+   std::string text = explanation.verdict;
+   require(text.ends_with("."), "no full stop");
+   text.pop_back();
+   for (std::string const& sentence : split(text, ". ")) {
+      require(isSentence(sentence), "untrue: " + sentence);
+   }
+   for (auto const& [label, line] : explanation.facts) {
+      require(isFact(label, line), "untrue: " + label + ": " + line);
+   }
+   auto says = [&](char const* words) { return text.find(words) != std::string::npos; };
+   require(explanation.inHardware == inHardware(), "wrong on hardware");
+   require(queued_ == says("waits in the backlog"), "wrong on the backlog");
+   require(retried_.empty() != says("is retried"), "wrong on retries");
+   bool leaves =
+       std::any_of(left_.begin(), left_.end(), [](Entry const& entry) { return entry.held; });
+   require(leaves == says("still in hardware"), "wrong on what was left behind");
+   require(policy_ == 0 || response_.status != 1 || response_.policyId.value() == policy_ ||
+               says("not for the present policy"),
+           "silent on an older answer");
+   require(policy_ == 0 || response_.status != 3 || says("answered failed"), "silent on a failure");
+   return found;
+}
+
+bool RequestTruth::isSentence(std::string const& sentence) const {
+   return isWhere(sentence) || isWaiting(sentence) || isAnswer(sentence) || isRemedy(sentence);
+}
+
+bool RequestTruth::isWhere(std::string const& sentence) const {
+   bool asked = false;
+   for (std::size_t i = 0; i < kFeatures; ++i) {
+      asked = asked || host_.features().config(static_cast<Feature>(i))->requestHas(request_);
+   }
+   if (sentence == "No feature asks for a policy here") {
+      return !asked && policy_ == 0 && response_.status == 0;
+   }
+   if (sentence == "No feature asks for a policy here any more, but the response of the last one "
+                   "still stands") {
+      return !asked && policy_ == 0 && response_.status != 0;
+   }
+   if (sentence == "What the features ask for here leaves no policy") {
+      return asked && policy_ == 0;
+   }
+   if (sentence == "In hardware") {
+      return inHardware() && beyond() == 0;
+   }
+   if (auto parts = fit(sentence, "In hardware, as far as an entry carries it: % is beyond the "
+                                  "bits of an entry")) {
+      return inHardware() && beyond() != 0 && beyond() != policy_ &&
+             (*parts)[0] == inWords(beyond());
+   }
+   if (auto parts = fit(sentence, "Its entry is in hardware, but carries nothing of the policy: % "
+                                  "is beyond the bits of an entry")) {
+      return inHardware() && beyond() == policy_ && (*parts)[0] == inWords(policy_);
+   }
+   if (auto parts = fit(sentence, "Not in hardware: %")) {
+      return !inHardware() && isReason((*parts)[0]);
+   }
+   if (auto parts = fit(sentence, "Its earlier entry % is still in hardware")) {
+      return std::any_of(left_.begin(), left_.end(), [&](Entry const& entry) {
+         return entry.key == (*parts)[0] && entry.held;
+      });
+   }
+   if (auto parts = fit(sentence, "So are % more")) {
+      return std::to_string(
+                 std::count_if(left_.begin(), left_.end(),
+                               [](Entry const& entry) { return entry.held.has_value(); }) -
+                 3) == (*parts)[0];
+   }
+   return false;
+}
+
+bool RequestTruth::isReason(std::string const& reason) const {
+   using Event = Witness::Event;
+   auto lacking = [&](std::string const& key, auto const& holds) {
+      Entry const* entry = byKey(key);
+      return entry != nullptr && entry->held != entry->wanted && holds(*entry);
+   };
+   auto unwritten = [](Entry const& entry) { return entry.configured == entry.wanted; };
+   auto absent = [](Entry const& entry) { return !entry.configured; };
+   auto other = [](Entry const& entry) {
+      return entry.configured && *entry.configured != entry.wanted;
+   };
+   auto const& flags = facts_.world().subIntfStatusDir;
+   bool out = pipeline_.output(request_).empty();
+   if (reason == "it is not worked yet") {
+      return queued_;
+   }
+   if (reason == "it was taken out, since program-in-hw is off") {
+      auto status = flags->subIntfStatus(request_.intfId());
+      return out && status && !status->programInHw();
+   }
+   if (reason == "the low 10 bits of the policy, which is all that an in-LIF carries, are 0") {
+      return !isem_ && policy_ % 1024 == 0;
+   }
+   if (reason == "it is written, and not answered yet") {
+      return std::any_of(wanted_.begin(), wanted_.end(),
+                         [](Entry const& entry) { return !entry.due.empty(); });
+   }
+   auto refused = [&](std::string const& text) {
+      auto full = fit(text, "the chip refused the write of % at % s, since the unit was full");
+      auto parts = full ? full : fit(text, "the chip refused the write of % at % s");
+      // The answer comes later, or not at all.
+      return parts && lacking((*parts)[0], unwritten) &&
+             (witness_.saw(Event::written, (*parts)[0], (*parts)[1]) ||
+              witness_.saw(Event::made, (*parts)[0], (*parts)[1]) ||
+              witness_.sawReplay((*parts)[1]));
+   };
+   if (auto parts = fit(reason, "%, and restarted at % s, and nothing wrote % since")) {
+      return refused((*parts)[0]) && witness_.sawRestart((*parts)[1]);
+   }
+   if (auto parts = fit(reason, "the chip restarted at % s, and nothing wrote % since")) {
+      return lacking((*parts)[1], unwritten) && witness_.sawRestart((*parts)[0]);
+   }
+   if (refused(reason)) {
+      return true;
+   }
+   if (auto parts = fit(reason, "nothing wrote %, to which it leads now")) {
+      return lacking((*parts)[0], absent) && !witness_.saw(Event::removed, (*parts)[0]);
+   }
+   if (auto parts = fit(reason, "% took out % at % s")) {
+      std::string who = (*parts)[0] == "it" ? printedRequest(request_) : (*parts)[0];
+      return lacking((*parts)[1], absent) &&
+             witness_.saw(Event::removed, (*parts)[1], (*parts)[2]) &&
+             (!isem_ || witness_.sawLeave(who, (*parts)[1], (*parts)[2]));
+   }
+   if (auto parts = fit(reason, "% moved off % at % s")) {
+      std::string who = (*parts)[0] == "it" ? printedRequest(request_) : (*parts)[0];
+      return lacking((*parts)[1], absent) &&
+             witness_.saw(Event::removed, (*parts)[1], (*parts)[2]) &&
+             witness_.sawLeave(who, (*parts)[1], (*parts)[2]);
+   }
+   if (auto parts = fit(reason, "% was made anew at % s, and carries nothing until the request is "
+                                "worked again")) {
+      return lacking((*parts)[0], other) && byKey((*parts)[0])->configured == 0 &&
+             witness_.saw(Event::made, (*parts)[0], (*parts)[1]);
+   }
+   auto carries = [&](std::string const& key, std::string const& what) {
+      return lacking(key, [&](Entry const& entry) {
+         uint64_t policy = isem_ ? *entry.configured >> 3 : *entry.configured;
+         std::string words = policy != 0 ? inWords(policy)
+                             : isem_     ? "an entry without a policy"
+                                         : "no policy";
+         return other(entry) && what == words;
+      });
+   };
+   if (auto parts = fit(reason, "% carries % for %, written at % s")) {
+      return carries((*parts)[0], (*parts)[1]) &&
+             witness_.saw(Event::written, (*parts)[0], (*parts)[3]);
+   }
+   if (auto parts = fit(reason, "% carries %"); parts && byKey((*parts)[0]) != nullptr) {
+      return carries((*parts)[0], (*parts)[1]);
+   }
+   // What is missing, behind a word on the output or alone.
+   std::string lacked = reason;
+   if (auto parts = fit(reason, "it was taken out of the output; %")) {
+      lacked = (*parts)[0];
+   } else if (reason == "it was taken out of the output") {
+      return out && !lacks();
+   } else if (out) {
+      return false;
+   }
+   auto pieces = split(lacked, "; ");
+   return lacks() &&
+          std::all_of(pieces.begin(), pieces.end(), [&](auto const& each) { return isLack(each); });
+}
+
+bool RequestTruth::isLack(std::string const& lack) const {
+   World const& world = facts_.world();
+   IntfId intf = request_.intfId();
+   auto const& fields = intf.fields();
+   auto parent = fields.subIntf ? IntfId::fromIndex(fields.parentIndex) : intf;
+   auto members = world.lagPhyIntfMapping->lagPhyIntfConfig(parent);
+   bool noDomain = !facts_.domain(intf, request_.fapId());
+   auto vlan = world.intfVlanIdTable->internalVlanIdHas(intf);
+   if (auto parts = fit(lack, "unit % is not available")) {
+      return isUnit((*parts)[0], request_.fapId()) && !facts_.available(request_.fapId());
+   }
+   if (auto parts = fit(lack, "% has no member on unit %")) {
+      bool any = false;
+      for (auto const& [port, place] : world.lagPhyIntfMapping->phyIntfLagIter()) {
+         any = any || (place == parent && world.placeOf(port).fapId == request_.fapId());
+      }
+      return (*parts)[0] == parent.name() && isUnit((*parts)[1], request_.fapId()) && !any;
+   }
+   if (auto parts = fit(lack, "no VLAN domain for % on unit %")) {
+      return (*parts)[0] == parent.name() && noDomain;
+   }
+   if (auto parts = fit(lack, "% is on no unit")) {
+      return (*parts)[0] == parent.name() && world.placeOf(parent).isNull();
+   }
+   if (auto parts = fit(lack, "% does not exist")) {
+      return (*parts)[0] == parent.name() && !members;
+   }
+   if (auto parts = fit(lack, "unit % is of a type that keeps no VLAN domain for port-channels")) {
+      auto type = world.shoalStatus->fapType(request_.fapId());
+      return members && type != 1 && type != 2;
+   }
+   if (lack == "the sub-interface has no encapsulation") {
+      return fields.subIntf && world.subIntfConfigDir->subIntfConfigHas(intf) &&
+             !facts_.tags(request_);
+   }
+   if (lack == "the sub-interface was deleted") {
+      return fields.subIntf && !world.subIntfConfigDir->subIntfConfigHas(intf);
+   }
+   if (lack == "the interface has no internal VLAN") {
+      return !fields.subIntf && vlan && !facts_.tags(request_);
+   }
+   static constexpr char const* never = " and has no internal VLAN, which its entry would need";
+   if (lack.ends_with(never)) {
+      std::string what = lack.substr(0, lack.size() - std::string_view(never).size());
+      IntfId lag = world.lagPhyIntfMapping->phyIntfLag(intf);
+      bool tunnel = fields.kind == Plexus::IntfKind::tunnel;
+      return isem_ && !vlan &&
+             (what == intf.name() + " is a tunnel" ? tunnel
+              : lag != IntfId() ? what == intf.name() + " is a member of " + lag.name()
+                                : what == intf.name() + " is not a routed port");
+   }
+   if (auto parts = fit(lack, "an ISEM key cannot name unit %")) {
+      return isem_ && request_.fapId().value() > 128;
+   }
+   if (auto parts = fit(lack, "it has two tags (%,%), which the ISEM does not hold: such requests "
+                              "are neither programmed nor answered")) {
+      auto tags = facts_.tags(request_);
+      return isem_ && tags && (*parts)[0] == std::to_string(tags->outer) && tags->inner != 0 &&
+             (*parts)[1] == std::to_string(tags->inner);
+   }
+   if (auto parts = fit(lack, "the sub-interface is not programmed on %")) {
+      return !isem_ && std::any_of(wanted_.begin(), wanted_.end(), [&](Entry const& entry) {
+         return !entry.configured &&
+                entry.key.find(" on " + (*parts)[0] + ",") != std::string::npos;
+      });
+   }
+   return lack == "on a unit of this type only sub-interfaces and tunnels carry policies" &&
+          !isem_ && !fields.subIntf && fields.kind != Plexus::IntfKind::tunnel;
+}
+
+bool RequestTruth::isWaiting(std::string const& sentence) const {
+   using Event = Witness::Event;
+   auto const& clock = pipeline_.codef->clockNotifiee();
+   auto anyEntry = [&](auto const& holds) {
+      return std::any_of(wanted_.begin(), wanted_.end(), holds) ||
+             (policy_ == 0 && std::any_of(left_.begin(), left_.end(), holds));
+   };
+   if (auto parts = fit(sentence, "It waits in the backlog for the slice at % s")) {
+      return queued_ && clock.waiting() && (*parts)[0] == printedSeconds(clock.timeMin());
+   }
+   auto retry = fit(sentence, "It is retried at % s");
+   auto vain = fit(sentence, "It is retried at % s, to no avail");
+   if (auto parts = vain ? vain : retry) {
+      auto tags = facts_.tags(request_);
+      bool never = request_.fapId().value() > 128 || (tags && tags->inner != 0) ||
+                   !request_.intfId().fields().subIntf;
+      return !retried_.empty() && (*parts)[0] == printedSeconds(pipeline_.codef->nextRetry()) &&
+             (!vain || (never && lacks()));
+   }
+   if (sentence == "Nothing retries it") {
+      return retried_.empty() && !queued_ && lacks();
+   }
+   if (auto parts = fit(sentence, "The chip's answer is due at % s")) {
+      return policy_ == 0 || anyEntry([&](Entry const& entry) {
+                return std::any_of(entry.due.begin(), entry.due.end(),
+                                   [&](Seconds due) { return printedSeconds(due) == (*parts)[0]; });
+             });
+   }
+   if (sentence == "The chip's answer is held back, to be given out of order") {
+      return policy_ == 0 || anyEntry([](Entry const& entry) { return entry.heldBack; });
+   }
+   for (char const* kind : {"write", "removal"}) {
+      std::string head =
+          std::string("The ") + kind + " of % is not answered, and no answer is on its way";
+      auto why = fit(sentence, head + ": %");
+      auto parts = why ? why : fit(sentence, head);
+      if (!parts) {
+         continue;
+      }
+      Entry const* entry = byKey((*parts)[0]);
+      if (policy_ != 0 && (entry == nullptr || entry->heldBack)) {
+         return false;
+      }
+      for (std::string const& each : why ? split((*parts)[1], "; ") : Parts{}) {
+         auto lost = fit(each, "an answer for the entry was lost at % s");
+         auto dropped = fit(each, "the chip restarted at % s before it answered");
+         if (!(lost && (witness_.saw(Event::answerLost, (*parts)[0], (*lost)[0]) ||
+                        witness_.sawReplay((*lost)[0]))) &&
+             !(dropped && witness_.sawRestart((*dropped)[0]))) {
+            return false;
+         }
+      }
+      return true;
+   }
+   return false;
+}
+
+bool RequestTruth::isAnswer(std::string const& sentence) const {
+   using Event = Witness::Event;
+   std::string name = printedRequest(request_);
+   std::string older = " for " + printedPolicy(response_.policyId) + ", not for the present policy";
+   bool past = response_.policyId.value() != policy_;
+   if (auto parts = fit(sentence, "It was answered success at % s")) {
+      return response_.status == 1 && !past && witness_.sawResponse(name, (*parts)[0]);
+   }
+   if (sentence == "It was answered success" + older) {
+      return response_.status == 1 && past;
+   }
+   if (sentence ==
+       "It was answered in progress" + (past ? older : "") + ", and waits for nothing") {
+      return response_.status == 2 && !queued_ && retried_.empty();
+   }
+   if (auto parts = fit(sentence, "It was answered failed at % s%")) {
+      std::string why = (*parts)[1];
+      if (past && why.starts_with(older)) {
+         why.erase(0, older.size());
+      } else if (past) {
+         return false;
+      }
+      return response_.status == 3 && witness_.sawResponse(name, (*parts)[0]) && isFailure(why);
+   }
+   if (auto parts = fit(sentence, "The chip refused to clear the entry % at % s")) {
+      return policy_ == 0 && (witness_.saw(Event::refused, (*parts)[0], (*parts)[1]) ||
+                              witness_.saw(Event::full, (*parts)[0], (*parts)[1]));
+   }
+   return sentence == "It is not answered" && response_.status == 0;
+}
+
+bool RequestTruth::isFailure(std::string const& why) const {
+   using Event = Witness::Event;
+   if (auto parts = fit(why, ": the chip refused the write of %, since the unit was full")) {
+      return witness_.saw(Event::full, (*parts)[0]);
+   }
+   if (auto parts = fit(why, ": the chip refused the write of %")) {
+      return witness_.saw(Event::refused, (*parts)[0]);
+   }
+   if (auto parts = fit(why, ": % was removed before it was answered")) {
+      return witness_.saw(Event::removed, (*parts)[0]);
+   }
+   return why == ": an earlier answer had failed" || why == " when the chip restarted";
+}
+
+bool RequestTruth::isRemedy(std::string const& sentence) const {
+   bool out = pipeline_.output(request_).empty();
+   if (sentence == "Asking for another policy writes it again") {
+      return !lacks() && !out && !queued_;
+   }
+   if (sentence == "chip replay writes it again") {
+      return std::any_of(wanted_.begin(), wanted_.end(), [](Entry const& entry) {
+         return entry.configured == entry.wanted && entry.held != entry.wanted;
+      });
+   }
+   if (sentence == "program-in-hw on brings it back") {
+      auto status = facts_.world().subIntfStatusDir->subIntfStatus(request_.intfId());
+      return out && status && !status->programInHw();
+   }
+   if (sentence == "An internal VLAN or another policy brings it back") {
+      return out && facts_.world().intfVlanIdTable->internalVlanIdHas(request_.intfId());
+   }
+   return sentence == "Another policy brings it back" && out;
+}
+
+bool RequestTruth::isFact(std::string const& label, std::string const& text) const {
+   using Event = Witness::Event;
+   if (label == "entry" || label == "earlier entry") {
+      return isEntryFact(text);
+   }
+   if (label == "queued") {
+      return queued_;
+   }
+   if (label == "retry list") {
+      return std::any_of(retried_.begin(), retried_.end(), [&](TcamSharingEntry const& entry) {
+         return text.starts_with("for " + printedPolicy(entry.policyId()) + ", ");
+      });
+   }
+   if (label == "response") {
+      static constexpr char const* names[] = {"none", "success", "in-progress", "failed"};
+      std::string head = names[response_.status];
+      if (response_.status == 0) {
+         return text == head;
+      }
+      auto parts = fit(text, head + " for " + printedPolicy(response_.policyId) + " since % s, %");
+      return parts && witness_.sawResponse(printedRequest(request_), (*parts)[0]) &&
+             isCause((*parts)[1]);
+   }
+   if (label == "answer lost") {
+      auto parts = fit(text, "at % s");
+      return parts &&
+             (witness_.sawReplay((*parts)[0]) ||
+              std::any_of(wanted_.begin(), wanted_.end(),
+                          [&](Entry const& entry) {
+                             return witness_.saw(Event::answerLost, entry.key, (*parts)[0]);
+                          }) ||
+              wanted_.empty() || !left_.empty() || policy_ == 0);
+   }
+   if (label == "chip restarted") {
+      auto parts = fit(text, "at % s");
+      return parts && witness_.sawRestart((*parts)[0]);
+   }
+   if (label == "output policy") {
+      return text == printedPolicy(pipeline_.output(request_));
+   }
+   if (label == "merged policy") {
+      return text.starts_with(inWords(policy_));
+   }
+   if (label == "missing") {
+      auto pieces = split(text, "; ");
+      return std::all_of(pieces.begin(), pieces.end(),
+                         [&](auto const& each) { return isLack(each); });
+   }
+   return true; // the others are of the tables as they stand, in their words
+}
+
+bool RequestTruth::isEntryFact(std::string const& text) const {
+   auto parts = fit(text, "%: table holds %, chip holds %");
+   Entry const* entry = parts ? byKey((*parts)[0]) : nullptr;
+   if (entry == nullptr) {
+      return parts && policy_ == 0;
+   }
+   auto words = [&](std::optional<uint64_t> data) {
+      uint64_t policy = data.value_or(0) >> (isem_ ? 3 : 0);
+      return !data         ? "no entry"
+             : policy != 0 ? inWords(policy)
+             : isem_       ? "an entry without a policy"
+                           : "no policy";
+   };
+   return (*parts)[1] == words(entry->configured) && (*parts)[2] == words(entry->held);
+}
+
+// By whose doing the response is what it is.
+bool RequestTruth::isCause(std::string const& why) const {
+   using Event = Witness::Event;
+   static std::pair<char const*, Event> const outcomes[] = {
+       {"accepted", Event::accepted},
+       {"refused", Event::refused},
+       {"refused: the unit is full", Event::full},
+       {"in progress", Event::inProgress},
+       {"removed", Event::gone}};
+   if (auto parts = fit(why, "by the chip's answer for % (%)");
+       parts && why.find(") (") != std::string::npos) {
+      auto cut = why.rfind(" (");
+      std::string head = "by the chip's answer for ";
+      std::string key = why.substr(head.size(), cut - head.size());
+      std::string outcome = why.substr(cut + 2, why.size() - cut - 3);
+      return std::any_of(std::begin(outcomes), std::end(outcomes), [&](auto const& each) {
+         return outcome == each.first && witness_.saw(each.second, key);
+      });
+   }
+   return why == "when it was worked" || why == "when the chip restarted";
+}
+
+} // namespace Agent
