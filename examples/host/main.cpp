@@ -1,4 +1,4 @@
-// A host that knows nothing but the installed headers and libraries.
+// The smallest host: knows nothing but the installed headers and libraries.
 #include "ShoalTunnel/TcamSharing/TcamSharingConfig.h"
 
 using namespace Hardware::ShoalTunnel;
