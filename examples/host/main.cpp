@@ -1,5 +1,8 @@
-// A host that knows nothing but the installed headers and libraries.
+// The smallest host: knows nothing but the installed headers and libraries.
 #include "ShoalTunnel/TcamSharing/TcamSharingConfig.h"
+#include "ShoalTunnel/Version.h"
+
+#include <iostream>
 
 using namespace Hardware::ShoalTunnel;
 
@@ -7,6 +10,7 @@ int main() {
    auto config = Orv::make<TcamSharingConfig>();
    TcamSharingRequest const request(Plexus::IntfId("Ethernet1"), Hardware::Shoal::FapId(0));
    config->requestIs(request, TcamSharingPolicyId(5));
+   std::cout << "TcamSharing " TCAM_SHARING_VERSION "\n";
 
    // Made by the library, the type must be the one that this program sees.
    bool const sameType = &config->orvType() == Orv::Type::find(TcamSharingConfig::orvFullName);
