@@ -197,6 +197,7 @@ void Auditor::watchMembers(IntfId lag) {
 }
 
 void Auditor::handleGone(Machine machine, SharingPipeline* pipeline) {
+   explanations_.handleRebuild();
    switch (machine) {
    case Machine::merge:
       sideOf(pipeline).intake.handleMergeGone();

@@ -14,6 +14,8 @@ class ExplanationCheck {
    // From the start of an agent.
    explicit ExplanationCheck(Host& host) : host_(host), facts_(host.world()), witness_(host) {}
    void check(Findings& findings) const;
+   // A machine of the library goes, and is built again.
+   void handleRebuild() { witness_.noteRebuild(); }
 
  private:
    void checkFeatures(Findings& findings) const;

@@ -168,8 +168,13 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
    for (std::string const& sentence : split(text, ". ")) {
       require(isSentence(sentence), "untrue: " + sentence);
    }
+   std::string key;
    for (auto const& [label, line] : explanation.facts) {
-      require(isFact(label, line), "untrue: " + label + ": " + line);
+      if (label.ends_with("entry")) {
+         key = line.substr(0, line.find(": "));
+      }
+      require(isFact(label, line) && isEntryEvent(label, line, key),
+              "untrue: " + label + ": " + line);
    }
    auto says = [&](char const* words) { return text.find(words) != std::string::npos; };
    require(explanation.inHardware == inHardware(), "wrong on hardware");
@@ -521,7 +526,6 @@ bool RequestTruth::isRemedy(std::string const& sentence) const {
 }
 
 bool RequestTruth::isFact(std::string const& label, std::string const& text) const {
-   using Event = Witness::Event;
    if (label == "entry" || label == "earlier entry") {
       return isEntryFact(text);
    }
@@ -541,21 +545,7 @@ bool RequestTruth::isFact(std::string const& label, std::string const& text) con
       }
       auto parts = fit(text, head + " for " + printedPolicy(response_.policyId) + " since % s, %");
       return parts && witness_.sawResponse(printedRequest(request_), (*parts)[0]) &&
-             isCause((*parts)[1]);
-   }
-   if (label == "answer lost") {
-      auto parts = fit(text, "at % s");
-      return parts &&
-             (witness_.sawReplay((*parts)[0]) ||
-              std::any_of(wanted_.begin(), wanted_.end(),
-                          [&](Entry const& entry) {
-                             return witness_.saw(Event::answerLost, entry.key, (*parts)[0]);
-                          }) ||
-              wanted_.empty() || !left_.empty() || policy_ == 0);
-   }
-   if (label == "chip restarted") {
-      auto parts = fit(text, "at % s");
-      return parts && witness_.sawRestart((*parts)[0]);
+             isCause((*parts)[1], (*parts)[0]);
    }
    if (label == "output policy") {
       return text == printedPolicy(pipeline_.output(request_));
@@ -568,7 +558,54 @@ bool RequestTruth::isFact(std::string const& label, std::string const& text) con
       return std::all_of(pieces.begin(), pieces.end(),
                          [&](auto const& each) { return isLack(each); });
    }
-   return true; // the others are of the tables as they stand, in their words
+   return true; // of an entry, or as the features' tables stand
+}
+
+bool RequestTruth::isEntryEvent(std::string const& label, std::string const& text,
+                                std::string const& key) const {
+   using Event = Witness::Event;
+   auto saw = [&](std::initializer_list<Event> events, std::string const& time) {
+      return std::any_of(events.begin(), events.end(),
+                         [&](Event event) { return witness_.saw(event, key, time); });
+   };
+   std::string what = text.substr(0, text.rfind(" at "));
+   auto parts = fit(text, what + " at % s");
+   if (label == "last change") {
+      auto cut = text.find(" at ");
+      what = text.substr(0, cut);
+      std::string time = text.substr(cut + 4, text.find(" s", cut) - cut - 4);
+      return what == "written"             ? saw({Event::written}, time)
+             : what == "made by its owner" ? saw({Event::made}, time)
+                                           : saw({Event::removed}, time);
+   }
+   if (label == "last write") {
+      return parts && (what == "removed" ? saw({Event::removed}, (*parts)[0])
+                                         : saw({Event::written, Event::made}, (*parts)[0]) ||
+                                               witness_.sawReplay((*parts)[0]));
+   }
+   if (label == "last answer") {
+      // The removal of a status that was not there is silent.
+      return parts && (what == "removed" || saw({what == "accepted"      ? Event::accepted
+                                                 : what == "in progress" ? Event::inProgress
+                                                 : what == "refused"     ? Event::refused
+                                                                         : Event::full},
+                                                (*parts)[0]));
+   }
+   auto time = fit(text, "at % s");
+   if (label == "answer lost") {
+      return time && (saw({Event::answerLost}, (*time)[0]) || witness_.sawReplay((*time)[0]));
+   }
+   if (label == "chip restarted") {
+      return time && witness_.sawRestart((*time)[0]);
+   }
+   if (label == "answer due") {
+      Entry const* entry = byKey(key);
+      return policy_ == 0 || (time && entry != nullptr &&
+                              std::any_of(entry->due.begin(), entry->due.end(), [&](Seconds due) {
+                                 return printedSeconds(due) == (*time)[0];
+                              }));
+   }
+   return true;
 }
 
 bool RequestTruth::isEntryFact(std::string const& text) const {
@@ -588,7 +625,7 @@ bool RequestTruth::isEntryFact(std::string const& text) const {
 }
 
 // By whose doing the response is what it is.
-bool RequestTruth::isCause(std::string const& why) const {
+bool RequestTruth::isCause(std::string const& why, std::string const& time) const {
    using Event = Witness::Event;
    static std::pair<char const*, Event> const outcomes[] = {
        {"accepted", Event::accepted},
@@ -606,7 +643,9 @@ bool RequestTruth::isCause(std::string const& why) const {
          return outcome == each.first && witness_.saw(each.second, key);
       });
    }
-   return why == "when it was worked" || why == "when the chip restarted";
+   return why == "when it was worked"
+              ? witness_.sawWorked(printedRequest(request_), time)
+              : why == "when the chip restarted" && witness_.sawRestart(time);
 }
 
 } // namespace Agent

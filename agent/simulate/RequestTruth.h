@@ -45,7 +45,10 @@ class RequestTruth {
    bool isRemedy(std::string const& sentence) const;
    bool isFact(std::string const& label, std::string const& text) const;
    bool isEntryFact(std::string const& text) const;
-   bool isCause(std::string const& why) const;
+   // What is told behind an entry, of that entry.
+   bool isEntryEvent(std::string const& label, std::string const& text,
+                     std::string const& key) const;
+   bool isCause(std::string const& why, std::string const& time) const;
    bool inHardware() const;
    bool lacks() const;
    Entry const* byKey(std::string const& key) const;

@@ -54,6 +54,12 @@ Witness::Witness(Host& host) : host_(host) {
                                              responses_[printedRequest(request)].push_back(now());
                                           });
    }
+   for (auto const& output : {isem.outputTable, inLif.tagOutput, inLif.tunnelOutput}) {
+      watchers_.watch<TcamSharingRequest>(output->requestCollection(),
+                                          [this](TcamSharingRequest const& request) {
+                                             worked_[printedRequest(request)].push_back(now());
+                                          });
+   }
    watchers_.watch<TcamSharingRequest>(
        isem.common->tcamRequestToIsemKeyMappingCollection(),
        [this](TcamSharingRequest const& request) {
@@ -120,6 +126,10 @@ void Witness::noteQuietEvents() {
       writes_ = chipWrites();
       replays_[""].push_back(now());
    }
+}
+
+void Witness::noteRebuild() {
+   rebuilds_[""].push_back(now());
 }
 
 void Witness::noteRestarts() {

@@ -41,6 +41,10 @@ class Witness {
    bool sawResponse(std::string const& request, std::string const& time) const {
       return at(responses_, request, time);
    }
+   // A machine took the request up then, from its output or when it was built.
+   bool sawWorked(std::string const& request, std::string const& time) const {
+      return at(worked_, request, time) || at(rebuilds_, std::string(), time);
+   }
    bool sawRestart(std::string const& time) const { return at(restarts_, std::string(), time); }
    // The chip was written anew, or an answer to that was lost: of no entry in particular.
    bool sawReplay(std::string const& time) const {
@@ -48,6 +52,8 @@ class Witness {
    }
    // What shows in no table: restarts of an empty chip, and its being written anew. Right after it.
    void noteQuietEvents();
+   // A machine is built again.
+   void noteRebuild();
 
  private:
    // Within one notification the clock is read a few times, which may take time.
@@ -74,6 +80,8 @@ class Witness {
    Times<std::pair<Event, std::string>> events_;
    Times<std::string> leaves_;
    Times<std::string> responses_;
+   Times<std::string> worked_;
+   Times<std::string> rebuilds_; // of no key
    Times<std::string> restarts_; // of no key
    std::map<TcamSharingRequest, AradSemKeyAndFap> mapping_;
    std::map<VlanTagToVsiMapperKey, uint32_t> lifs_;
