@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
-#include <set>
 
 namespace Agent {
 
@@ -27,37 +26,6 @@ bool canBeTyped(std::string const& unit) {
    return !number && unit != "own" && unit != "none" && plainName(unit);
 }
 
-// Notes keys that come twice in one object: the later value stands.
-class DuplicateWatch {
- public:
-   using Event = ConfigJson::parse_event_t;
-   bool operator()(Event event, ConfigJson const& parsed) {
-      if (event == Event::object_start) {
-         seen_.emplace_back();
-         path_.emplace_back();
-      } else if (event == Event::object_end) {
-         seen_.pop_back();
-         path_.pop_back();
-      } else if (event == Event::key) {
-         std::string key = parsed.get<std::string>();
-         path_.back() = key;
-         if (!seen_.back().insert(key).second) {
-            std::string place;
-            for (std::size_t i = 0; i + 1 < path_.size(); ++i) {
-               place += (i == 0 ? "" : "/") + path_[i];
-            }
-            found.emplace_back(place, key);
-         }
-      }
-      return true;
-   }
-   std::vector<std::pair<std::string, std::string>> found;
-
- private:
-   std::vector<std::set<std::string>> seen_;
-   std::vector<std::string> path_;
-};
-
 // Keys are the file's: what would break the line is written as an escape.
 std::string onOneLine(std::string const& text) {
    std::string line;
@@ -73,44 +41,16 @@ std::string onOneLine(std::string const& text) {
    return line;
 }
 
-std::string place(std::string const& content, std::size_t offset) {
-   offset = std::min(offset, content.size());
-   std::string_view before(content.data(), offset);
-   auto line = std::count(before.begin(), before.end(), '\n') + 1;
-   auto column = offset - (before.rfind('\n') + 1) + 1;
-   return std::to_string(line) + ":" + std::to_string(column);
-}
-
 } // namespace
 
 ConfigFile::ConfigFile(std::string const& content, std::string file, Inventory& inventory)
     : file_(std::move(file)), inventory_(inventory) {
-   parse(content);
+   ParsedConfig parsed = parseConfig(content, file_);
+   root_ = std::move(parsed.root);
+   for (auto const& [place, key] : parsed.duplicates) {
+      report(place.empty() ? "-" : place, key, "comes twice; the later one stands");
+   }
    findUnits();
-}
-
-void ConfigFile::parse(std::string const& content) {
-   DuplicateWatch watch;
-   try {
-      root_ = ConfigJson::parse(content, [&](int, ConfigJson::parse_event_t event,
-                                             ConfigJson& parsed) { return watch(event, parsed); });
-   } catch (ConfigJson::parse_error const& error) {
-      std::string reason = error.what();
-      // The library's own place and number are said again in front, in our form.
-      if (auto colon = reason.find(": "); colon != std::string::npos) {
-         reason = reason.substr(colon + 2);
-      }
-      std::size_t offset = error.byte > 0 ? error.byte - 1 : 0;
-      throw InventoryError(file_ + ":" + place(content, offset) + ": error: " + reason);
-   } catch (ConfigJson::exception const& error) {
-      throw InventoryError(file_ + ":1:1: error: " + error.what());
-   }
-   if (!root_.is_object()) {
-      throw InventoryError(file_ + ":1:1: error: the file is no JSON object of tables");
-   }
-   for (auto const& [where, key] : watch.found) {
-      report(where.empty() ? "-" : where, key, "comes twice; the later one stands");
-   }
 }
 
 void ConfigFile::findUnits() {

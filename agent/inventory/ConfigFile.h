@@ -1,15 +1,13 @@
 // A CONFIG_DB file: its JSON, its units, and access to rows that reports what is malformed.
 #pragma once
 
+#include "agent/inventory/ConfigJson.h"
 #include "agent/inventory/Inventory.h"
 
 #include <initializer_list>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 namespace Agent {
-
-using ConfigJson = nlohmann::json;
 
 class ConfigFile {
  public:
@@ -45,7 +43,6 @@ class ConfigFile {
    void report(std::string const& table, std::string const& key, std::string const& text);
 
  private:
-   void parse(std::string const& content);
    void findUnits();
 
    std::string file_;
