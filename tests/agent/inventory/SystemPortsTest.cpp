@@ -185,5 +185,16 @@ TEST(SystemPortsTest, PortsWithoutRoomTakeNobodysSystemPort) {
    EXPECT_EQ(inventory.ports[257].systemPort, 5000U);
 }
 
+TEST(SystemPortsTest, ShowPortsHasTheCoreWithThePlace) {
+   Result result =
+       run("show ports\nport-map Ethernet0 none\nshow ports\n", {},
+           R"({"PORT": {"Ethernet0": {"core_id": 1, "core_port_id": 3}, "Ethernet4": {}}})");
+   EXPECT_EQ(result.code, 0) << result.errors;
+   EXPECT_THAT(result.out, testing::ContainsRegex("port +system port +unit +unit port +core"));
+   EXPECT_THAT(result.out, testing::ContainsRegex("Ethernet0 +0 +0 +3 +1 "));
+   EXPECT_THAT(result.out, testing::ContainsRegex("Ethernet4 +1 +0 +1 +0 "));
+   EXPECT_THAT(result.out, testing::ContainsRegex("Ethernet0 +0 +- +- +- "));
+}
+
 } // namespace
 } // namespace Agent
