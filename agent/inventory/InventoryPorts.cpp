@@ -190,7 +190,7 @@ void InventoryBuilder::checkMemberList(ConfigFile::Row const& lag,
    std::set<std::string> named;
    for (auto const& item : list) {
       if (!item.is_string()) {
-         file_.report("PORTCHANNEL", lag.key, "members is no list of ports, left out");
+         file_.report("PORTCHANNEL", lag.key, "members is not a list of ports, left out");
          return;
       }
       // One text may hold several: "Ethernet0,Ethernet4".
@@ -204,13 +204,15 @@ void InventoryBuilder::checkMemberList(ConfigFile::Row const& lag,
    for (std::string const& port : named) {
       if (!members.contains(port)) {
          file_.report("PORTCHANNEL", lag.key,
-                      "members has " + port + ", PORTCHANNEL_MEMBER has not: it is no member");
+                      "members has " + port +
+                          ", which has no row in PORTCHANNEL_MEMBER: it is not a member");
       }
    }
    for (std::string const& port : members) {
       if (!named.contains(port)) {
          file_.report("PORTCHANNEL", lag.key,
-                      "members lacks " + port + ", PORTCHANNEL_MEMBER has it, which stands");
+                      "members lacks " + port +
+                          ", which has a row in PORTCHANNEL_MEMBER: the row stands");
       }
    }
 }
