@@ -47,11 +47,12 @@ int runScenario(Options const& options) {
    std::string path = options.scenario.value_or(options.then.empty() ? "-" : "");
    bool standardInput = path == "-";
    std::optional<std::string> scenario = "";
+   std::string reason;
    if (options.scenario && !standardInput) {
-      scenario = Agent::fileContent(path);
+      scenario = Agent::fileContent(path, &reason);
    }
    if (!scenario) {
-      std::cerr << path << ": error: cannot be read\n";
+      std::cerr << path << ": error: cannot be read: " << reason << "\n";
       return usageError;
    }
    auto inventory = takeInventory(options);
@@ -78,9 +79,10 @@ int simulate(Options const& options, Agent::SimulateOptions const& simulation) {
 }
 
 int decode(std::string const& path) {
-   auto content = Agent::fileContent(path);
+   std::string reason;
+   auto content = Agent::fileContent(path, &reason);
    if (!content) {
-      std::cerr << path << ": error: cannot be read\n";
+      std::cerr << path << ": error: cannot be read: " << reason << "\n";
       return usageError;
    }
    try {

@@ -26,9 +26,22 @@ Table units(Host const& host) {
    return table;
 }
 
+// The core whose TCAM serves a port; none where the port is on no unit.
+Json coreOf(World const& world, IntfId port) {
+   auto tcam = world.shoalStatus->sysTcamId(port);
+   FapId unit = world.placeOf(port).fapId;
+   for (uint32_t core = 0; !unit.isNull() && core < Hardware::Shoal::kCoresPerFap; ++core) {
+      if (tcam == Hardware::Shoal::fapLocalCoreIdToSystemTcamId(world.shoalStatus, unit, core)) {
+         return core;
+      }
+   }
+   return {};
+}
+
 Table ports(Host const& host) {
-   Table table{
-       "ports", {"port", "system port", "unit", "unit port", "domain", "internal VLAN"}, {}};
+   Table table{"ports",
+               {"port", "system port", "unit", "unit port", "core", "domain", "internal VLAN"},
+               {}};
    auto const& world = host.world();
    for (auto const& [intf, systemPort] : world.shoalStatus->sysPhyPortIdIter()) {
       auto place = world.shoalStatus->portMap(systemPort);
@@ -36,7 +49,7 @@ Table ports(Host const& host) {
       auto vlan = world.intfVlanIdTable->internalVlanId(intf).value();
       table.add(
           {intf.name(), systemPort.value(), place.isNull() ? Json() : Json(place.fapId.value()),
-           place.isNull() ? Json() : Json(place.fapPortId),
+           place.isNull() ? Json() : Json(place.fapPortId), coreOf(world, intf),
            domain ? Json(domain->vlanDomain.value()) : Json(), vlan == 0 ? Json() : Json(vlan)});
    }
    return table;

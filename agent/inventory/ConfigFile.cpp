@@ -5,58 +5,86 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
-#include <set>
 
 namespace Agent {
 
 namespace {
 
-// Tables that only single-unit files have at the top.
-constexpr std::string_view unitTables[] = {
-    "PORT",           "PORTCHANNEL",        "PORTCHANNEL_MEMBER", "PORTCHANNEL_INTERFACE",
-    "VLAN",           "VLAN_MEMBER",        "VLAN_INTERFACE",     "VLAN_SUB_INTERFACE",
-    "INTERFACE",      "LOOPBACK_INTERFACE", "VXLAN_TUNNEL",       "TUNNEL",
-    "DEVICE_METADATA"};
+struct KnownTable {
+   std::string_view name;
+   bool ofUnit; // at the top, it makes the file one of a single unit
+};
+constexpr KnownTable knownTables[] = {
+    {"PORT", true},
+    {"PORTCHANNEL", true},
+    {"PORTCHANNEL_MEMBER", true},
+    {"PORTCHANNEL_INTERFACE", true},
+    {"VLAN", true},
+    {"VLAN_MEMBER", true},
+    {"VLAN_INTERFACE", true},
+    {"VLAN_SUB_INTERFACE", true},
+    {"INTERFACE", true},
+    {"LOOPBACK_INTERFACE", true},
+    {"VXLAN_TUNNEL", true},
+    {"TUNNEL", true},
+    {"DEVICE_METADATA", true},
+    {"VXLAN_TUNNEL_MAP", false},
+    {"ACL_TABLE", false},
+    {"SYSTEM_PORT", false},
+    {"SHOAL_UNIT", false},
+    {"SHOAL_PORT", false},
+};
 
-// Others that make an object one of tables.
-constexpr std::string_view moreTables[] = {"ACL_TABLE", "SHOAL_UNIT", "SHOAL_PORT", "SYSTEM_PORT"};
+bool isTable(std::string_view name) {
+   return std::any_of(std::begin(knownTables), std::end(knownTables),
+                      [&](KnownTable const& table) { return table.name == name; });
+}
+
+// Only letters and digits, in capitals: what remains when separators are mistaken.
+std::string letters(std::string_view name) {
+   std::string found;
+   for (char c : name) {
+      if (c >= 'a' && c <= 'z') {
+         found += static_cast<char>(c - 'a' + 'A');
+      } else if ((c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9')) {
+         found += c;
+      }
+   }
+   return found;
+}
+
+// The table that a name which is none may mean; empty: none.
+std::string_view meantTable(std::string_view name) {
+   std::string typed = letters(name);
+   for (auto const& [table, ofUnit] : knownTables) {
+      if (alike(typed, letters(table))) {
+         return table;
+      }
+   }
+   return {};
+}
+
+// Whether an object beside the tables of a single-unit file is a unit: it has a table with rows.
+// Some tables of the schema have rows named like tables, whose fields are no objects.
+bool holdsTables(std::string const& key, ConfigJson const& object) {
+   if (!object.is_object() || isTable(key)) {
+      return false;
+   }
+   return key == "localhost" ||
+          std::any_of(object.items().begin(), object.items().end(), [&](auto const& member) {
+             ConfigJson const& table = member.value();
+             return isTable(member.key()) && table.is_object() &&
+                    (key.find('|') != std::string::npos ||
+                     std::any_of(table.begin(), table.end(),
+                                 [](ConfigJson const& row) { return row.is_object(); }));
+          });
+}
 
 // Commands name units, and numbers and these words mean something else there.
 bool canBeTyped(std::string const& unit) {
    bool number = std::all_of(unit.begin(), unit.end(), [](char c) { return c >= '0' && c <= '9'; });
    return !number && unit != "own" && unit != "none" && plainName(unit);
 }
-
-// Notes keys that come twice in one object: the later value stands.
-class DuplicateWatch {
- public:
-   using Event = ConfigJson::parse_event_t;
-   bool operator()(Event event, ConfigJson const& parsed) {
-      if (event == Event::object_start) {
-         seen_.emplace_back();
-         path_.emplace_back();
-      } else if (event == Event::object_end) {
-         seen_.pop_back();
-         path_.pop_back();
-      } else if (event == Event::key) {
-         std::string key = parsed.get<std::string>();
-         path_.back() = key;
-         if (!seen_.back().insert(key).second) {
-            std::string place;
-            for (std::size_t i = 0; i + 1 < path_.size(); ++i) {
-               place += (i == 0 ? "" : "/") + path_[i];
-            }
-            found.emplace_back(place, key);
-         }
-      }
-      return true;
-   }
-   std::vector<std::pair<std::string, std::string>> found;
-
- private:
-   std::vector<std::set<std::string>> seen_;
-   std::vector<std::string> path_;
-};
 
 // Keys are the file's: what would break the line is written as an escape.
 std::string onOneLine(std::string const& text) {
@@ -73,52 +101,32 @@ std::string onOneLine(std::string const& text) {
    return line;
 }
 
-std::string place(std::string const& content, std::size_t offset) {
-   offset = std::min(offset, content.size());
-   std::string_view before(content.data(), offset);
-   auto line = std::count(before.begin(), before.end(), '\n') + 1;
-   auto column = offset - (before.rfind('\n') + 1) + 1;
-   return std::to_string(line) + ":" + std::to_string(column);
-}
-
 } // namespace
 
 ConfigFile::ConfigFile(std::string const& content, std::string file, Inventory& inventory)
     : file_(std::move(file)), inventory_(inventory) {
-   parse(content);
+   ParsedConfig parsed = parseConfig(content, file_);
+   root_ = std::move(parsed.root);
+   for (auto const& [place, key] : parsed.duplicates) {
+      report(place.empty() ? "-" : place, key, "comes twice; the later one stands");
+   }
    findUnits();
-}
-
-void ConfigFile::parse(std::string const& content) {
-   DuplicateWatch watch;
-   try {
-      root_ = ConfigJson::parse(content, [&](int, ConfigJson::parse_event_t event,
-                                             ConfigJson& parsed) { return watch(event, parsed); });
-   } catch (ConfigJson::parse_error const& error) {
-      std::string reason = error.what();
-      // The library's own place and number are said again in front, in our form.
-      if (auto colon = reason.find(": "); colon != std::string::npos) {
-         reason = reason.substr(colon + 2);
-      }
-      std::size_t offset = error.byte > 0 ? error.byte - 1 : 0;
-      throw InventoryError(file_ + ":" + place(content, offset) + ": error: " + reason);
-   } catch (ConfigJson::exception const& error) {
-      throw InventoryError(file_ + ":1:1: error: " + error.what());
-   }
-   if (!root_.is_object()) {
-      throw InventoryError(file_ + ":1:1: error: the file is no JSON object of tables");
-   }
-   for (auto const& [where, key] : watch.found) {
-      report(where.empty() ? "-" : where, key, "comes twice; the later one stands");
-   }
 }
 
 void ConfigFile::findUnits() {
    shared_.push_back(&root_);
-   bool single = std::any_of(std::begin(unitTables), std::end(unitTables),
-                             [&](std::string_view table) { return root_.contains(table); });
+   bool single =
+       std::any_of(std::begin(knownTables), std::end(knownTables), [&](KnownTable const& table) {
+          return table.ofUnit && root_.contains(table.name);
+       });
    if (single) {
       units_.push_back({"", &root_});
+      checkTables(root_);
+      for (auto const& [key, tables] : root_.items()) {
+         if (holdsTables(key, tables)) {
+            report("-", key, "stands beside the tables of a file of one unit, left out");
+         }
+      }
       return;
    }
    for (auto const& [key, tables] : root_.items()) {
@@ -129,18 +137,40 @@ void ConfigFile::findUnits() {
          report("-", key, "is no object of tables, left out");
       } else if (key == "localhost") {
          shared_.push_back(&tables);
+         checkTables(tables);
+         for (char const* table :
+              {"PORT", "PORTCHANNEL", "VLAN", "VLAN_SUB_INTERFACE", "TUNNEL", "VXLAN_TUNNEL"}) {
+            if (tables.contains(table)) {
+               report(table, "-", "describes interfaces of no unit: it belongs into one, left out");
+            }
+         }
       } else if (!canBeTyped(key)) {
          report("-", key, "is no name of a unit, left out");
-      } else if (auto known = [&in = tables](std::string_view table) { return in.contains(table); };
-                 std::none_of(std::begin(unitTables), std::end(unitTables), known) &&
-                 std::none_of(std::begin(moreTables), std::end(moreTables), known)) {
+      } else if (std::none_of(
+                     std::begin(knownTables), std::end(knownTables),
+                     [&in = tables](KnownTable const& table) { return in.contains(table.name); })) {
          report("-", key, "has no table of a unit, left out");
       } else {
          units_.push_back({key, &tables});
+         checkTables(tables);
       }
    }
    std::sort(units_.begin(), units_.end(),
              [](Section const& a, Section const& b) { return naturalLess(a.key, b.key); });
+}
+
+void ConfigFile::checkTables(ConfigJson const& tables) {
+   for (auto const& [table, rows] : tables.items()) {
+      if (isTable(table)) {
+         continue;
+      }
+      if (std::string_view meant = meantTable(table); !meant.empty()) {
+         report(table, "-",
+                "is not a known table, left out; did you mean " + std::string(meant) + "?");
+      } else if (letters(table).starts_with("SHOAL")) {
+         report(table, "-", "is not a known table, left out; there are SHOAL_UNIT and SHOAL_PORT");
+      }
+   }
 }
 
 std::vector<ConfigFile::Row> ConfigFile::rows(ConfigJson const& tables, std::string const& table) {
@@ -181,26 +211,37 @@ std::optional<uint64_t> ConfigFile::number(std::string const& table, Row const& 
    if (at == row.fields->end()) {
       return std::nullopt;
    }
-   std::optional<uint64_t> value;
-   if (at->is_number_unsigned()) {
-      value = at->get<uint64_t>();
-   } else if (at->is_string()) {
-      auto const& digits = at->get_ref<std::string const&>();
-      uint64_t parsed = 0;
-      auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), parsed);
-      if (error == std::errc() && end == digits.data() + digits.size()) {
-         value = parsed;
-      }
+   auto value = wholeNumber(*at);
+   if (value > most) {
+      report(table, row.key,
+             std::string(field) + " " + printed(*at) + " is above " + std::to_string(most) +
+                 ", left out");
+      return std::nullopt;
    }
    if (!value) {
       report(table, row.key, std::string(field) + " is no number, left out");
-   } else if (*value > most) {
-      report(table, row.key,
-             std::string(field) + " " + std::to_string(*value) + " is above " +
-                 std::to_string(most) + ", left out");
-      value.reset();
    }
    return value;
+}
+
+std::optional<uint64_t> ConfigFile::wholeNumber(ConfigJson const& value) {
+   if (value.is_number_unsigned()) {
+      return value.get<uint64_t>();
+   }
+   // The JSON library keeps whole numbers of more than 64 bits as fractions.
+   if (value.is_number_float() && value.get<double>() >= static_cast<double>(UINT64_MAX)) {
+      return UINT64_MAX;
+   }
+   if (!value.is_string()) {
+      return std::nullopt;
+   }
+   auto const& digits = value.get_ref<std::string const&>();
+   uint64_t parsed = 0;
+   auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), parsed);
+   if (error == std::errc::invalid_argument || end != digits.data() + digits.size()) {
+      return std::nullopt;
+   }
+   return error == std::errc::result_out_of_range ? UINT64_MAX : parsed;
 }
 
 void ConfigFile::checkFields(std::string const& table, Row const& row,
@@ -210,6 +251,19 @@ void ConfigFile::checkFields(std::string const& table, Row const& row,
          report(table, row.key, field + " is no field of this table, left out");
       }
    }
+}
+
+std::string ConfigFile::printed(ConfigJson const& value) {
+   constexpr std::size_t longest = 40;
+   std::string text = value.is_string() ? value.get<std::string>() : value.dump();
+   if (text.size() <= longest) {
+      return text;
+   }
+   std::size_t end = longest;
+   while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80) {
+      --end; // not within a character
+   }
+   return text.substr(0, end) + "...";
 }
 
 std::string ConfigFile::text(Row const& row, char const* field) {

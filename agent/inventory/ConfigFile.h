@@ -1,15 +1,13 @@
 // A CONFIG_DB file: its JSON, its units, and access to rows that reports what is malformed.
 #pragma once
 
+#include "agent/inventory/ConfigJson.h"
 #include "agent/inventory/Inventory.h"
 
 #include <initializer_list>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 namespace Agent {
-
-using ConfigJson = nlohmann::json;
 
 class ConfigFile {
  public:
@@ -37,16 +35,22 @@ class ConfigFile {
    // A number, also written as text. None when absent; reported when it is none or above `most`.
    std::optional<uint64_t> number(std::string const& table, Row const& row, char const* field,
                                   uint64_t most);
+   // A number, also written as text; those above 64 bits count as UINT64_MAX.
+   static std::optional<uint64_t> wholeNumber(ConfigJson const& value);
    // Reports fields that are none of these: for tables that are ours alone.
    void checkFields(std::string const& table, Row const& row,
                     std::initializer_list<std::string_view> known);
+   // A field that is text; empty for others and where it is absent.
    static std::string text(Row const& row, char const* field);
+   // Any value, in a report: text as it is, the rest as JSON, cut where it is long.
+   static std::string printed(ConfigJson const& value);
 
    void report(std::string const& table, std::string const& key, std::string const& text);
 
  private:
-   void parse(std::string const& content);
    void findUnits();
+   // Reports names that are misspelt names of tables. Other tables of the schema stay unmentioned.
+   void checkTables(ConfigJson const& tables);
 
    std::string file_;
    Inventory& inventory_;

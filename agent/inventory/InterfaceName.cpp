@@ -75,6 +75,20 @@ std::optional<uint64_t> parseVlanName(std::string_view name) {
    return wholeNumber(name.substr(4));
 }
 
+bool alike(std::string_view a, std::string_view b) {
+   if (a.size() > b.size()) {
+      std::swap(a, b);
+   }
+   if (b.size() - a.size() > 1) {
+      return false;
+   }
+   auto [left, right] = std::mismatch(a.begin(), a.end(), b.begin());
+   if (left == a.end()) {
+      return true;
+   }
+   return std::equal(a.size() == b.size() ? left + 1 : left, a.end(), right + 1, b.end());
+}
+
 bool naturalLess(std::string_view a, std::string_view b) {
    std::size_t i = 0;
    std::size_t j = 0;

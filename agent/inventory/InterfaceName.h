@@ -33,6 +33,9 @@ std::optional<SubInterfaceName> parseSubInterface(std::string_view name);
 // The N of "VlanN", unpadded; none for other names. May be out of range.
 std::optional<uint64_t> parseVlanName(std::string_view name);
 
+// Whether one slip of the finger (a letter too much, too few, or another) parts the two.
+bool alike(std::string_view a, std::string_view b);
+
 // By digits where both have digits, so Ethernet4 stands before Ethernet12.
 bool naturalLess(std::string_view a, std::string_view b);
 

@@ -6,25 +6,6 @@
 
 namespace Agent {
 
-namespace {
-
-// Whether one slip of the finger (a letter too much, too few, or another) parts the two.
-bool alike(std::string_view a, std::string_view b) {
-   if (a.size() > b.size()) {
-      std::swap(a, b);
-   }
-   if (b.size() - a.size() > 1) {
-      return false;
-   }
-   auto [left, right] = std::mismatch(a.begin(), a.end(), b.begin());
-   if (left == a.end()) {
-      return true;
-   }
-   return std::equal(a.size() == b.size() ? left + 1 : left, a.end(), right + 1, b.end());
-}
-
-} // namespace
-
 void Inventory::indexNames() {
    byBareName_.clear();
    auto add = [&](auto const& list) {

@@ -13,9 +13,10 @@ Inventory parseInventory(std::string const& content, std::string const& file) {
 }
 
 Inventory readInventory(std::string const& path) {
-   auto content = fileContent(path);
+   std::string reason;
+   auto content = fileContent(path, &reason);
    if (!content) {
-      throw InventoryError(path + ": error: cannot be read");
+      throw InventoryError(path + ": error: cannot be read: " + reason);
    }
    return parseInventory(*content, path);
 }

@@ -1,13 +1,31 @@
 // VLANs, sub-interfaces, routed ports and tunnels of one unit, and the checks across its tables.
 #include "agent/inventory/InterfaceName.h"
 #include "agent/inventory/InventoryBuilder.h"
+#include "agent/inventory/Limits.h"
 
 #include <algorithm>
 
 namespace Agent {
 
 namespace {
-constexpr uint32_t mostVlan = 4094;
+
+// The tag in a field: none, with a report, where it is no tag; `missing` where there is no field.
+uint32_t tagOf(ConfigFile& file, ConfigFile::Row const& row, char const* field, uint32_t missing,
+               char const* consequence) {
+   auto at = row.fields->find(field);
+   if (at == row.fields->end()) {
+      return missing;
+   }
+   auto tag = ConfigFile::wholeNumber(*at);
+   if (tag && *tag >= 1 && *tag <= mostVlan) {
+      return static_cast<uint32_t>(*tag);
+   }
+   file.report("VLAN_SUB_INTERFACE", row.key,
+               std::string(field) + " " + ConfigFile::printed(*at) + " is not a tag from 1 to " +
+                   std::to_string(mostVlan) + consequence);
+   return 0;
+}
+
 } // namespace
 
 void InventoryBuilder::buildVlans(UnitNames& names) {
@@ -27,6 +45,7 @@ void InventoryBuilder::buildVlans(UnitNames& names) {
       inventory_.vlans.push_back(
           {uniqueName(names, row.key), static_cast<uint32_t>(*fromName), names.unit->fapId, {}});
    }
+   std::map<std::string, std::string> untagged; // port -> its VLAN
    for (auto const& row : file_.rows(*names.tables, "VLAN_MEMBER")) {
       auto key = file_.pairKey("VLAN_MEMBER", row.key);
       if (!key) {
@@ -40,10 +59,29 @@ void InventoryBuilder::buildVlans(UnitNames& names) {
          file_.report("VLAN_MEMBER", row.key, "there is no port or port-channel " + key->second);
       } else {
          names.vlanMembers.insert(port);
-         inventory_.vlans[vlan->second].members.push_back(
-             {uniqueName(names, port), ConfigFile::text(row, "tagging_mode") == "tagged"});
+         bool tagged = isTagged(row);
+         if (!tagged) {
+            auto [first, free] = untagged.emplace(port, key->first);
+            if (!free) {
+               file_.report("VLAN_MEMBER", row.key,
+                            port + " is untagged in " + first->second + ", left out");
+               continue;
+            }
+         }
+         inventory_.vlans[vlan->second].members.push_back({uniqueName(names, port), tagged});
       }
    }
+}
+
+bool InventoryBuilder::isTagged(ConfigFile::Row const& member) {
+   auto mode = member.fields->find("tagging_mode");
+   if (mode != member.fields->end() && *mode != "tagged" && *mode != "untagged" &&
+       *mode != "priority_tagged") {
+      file_.report("VLAN_MEMBER", member.key,
+                   "tagging_mode " + ConfigFile::printed(*mode) +
+                       " is not tagged, untagged or priority_tagged: taken as untagged");
+   }
+   return mode != member.fields->end() && *mode == "tagged";
 }
 
 void InventoryBuilder::buildSubInterfaces(UnitNames& names) {
@@ -82,17 +120,14 @@ void InventoryBuilder::buildSubInterfaces(UnitNames& names) {
          file_.report("VLAN_SUB_INTERFACE", row.key,
                       parsed->parent + " is a member of " + lag->second);
       }
-      ConfigFile::Row fields = address ? ConfigFile::Row{row.key, row.fields} : row;
-      auto outer = file_.number("VLAN_SUB_INTERFACE", fields, "vlan", mostVlan);
-      auto inner = file_.number("VLAN_SUB_INTERFACE", fields, "inner_vlan", mostVlan);
-      if (!outer && parsed->id > mostVlan) {
+      bool nameIsTag = parsed->id <= mostVlan;
+      if (!row.fields->contains("vlan") && !nameIsTag) {
          file_.report("VLAN_SUB_INTERFACE", row.key, "has no vlan, and its id is no tag");
       }
-      uint32_t tag = outer                    ? static_cast<uint32_t>(*outer)
-                     : parsed->id <= mostVlan ? parsed->id
-                                              : 0;
-      inventory_.subInterfaces.push_back({unique, uniqueName(names, parsed->parent), tag,
-                                          static_cast<uint32_t>(inner.value_or(0))});
+      uint32_t outer = tagOf(file_, row, "vlan", nameIsTag ? parsed->id : 0, ": it has no tags");
+      uint32_t inner = tagOf(file_, row, "inner_vlan", 0, ": it has no inner tag");
+      inventory_.subInterfaces.push_back(
+          {unique, uniqueName(names, parsed->parent), outer, outer == 0 ? 0 : inner});
    }
 }
 
@@ -153,6 +188,30 @@ void InventoryBuilder::buildTunnels(UnitNames& names) {
             continue;
          }
          inventory_.tunnels.push_back({uniqueName(names, "Tunnel-" + row.key), names.unit->fapId});
+      }
+   }
+   checkTunnelMaps(names);
+}
+
+void InventoryBuilder::checkTunnelMaps(UnitNames const& names) {
+   auto tunnels = names.tables->find("VXLAN_TUNNEL");
+   auto vlans = names.tables->find("VLAN");
+   for (auto const& row : file_.rows(*names.tables, "VXLAN_TUNNEL_MAP")) {
+      auto key = file_.pairKey("VXLAN_TUNNEL_MAP", row.key);
+      if (!key) {
+         continue;
+      }
+      if (tunnels == names.tables->end() || !tunnels->contains(key->first)) {
+         file_.report("VXLAN_TUNNEL_MAP", row.key,
+                      "there is no tunnel " + key->first + ", left out");
+      }
+      auto vlan = row.fields->find("vlan");
+      if (vlan == row.fields->end()) {
+         file_.report("VXLAN_TUNNEL_MAP", row.key, "has no vlan, left out");
+      } else if (!vlan->is_string() || vlans == names.tables->end() ||
+                 !vlans->contains(vlan->get<std::string>())) {
+         file_.report("VXLAN_TUNNEL_MAP", row.key,
+                      "there is no " + ConfigFile::printed(*vlan) + ", left out");
       }
    }
 }

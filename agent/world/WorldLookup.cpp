@@ -122,15 +122,18 @@ std::vector<FapId> World::unitsOf(IntfId intf) const {
    for (IntfId port : portsOf(intf)) {
       addPort(port);
    }
-   for (auto const& svi : inventory_.vlanInterfaces) {
-      if (svi.name == intf.name()) {
-         units.insert(FapId(svi.fapId));
+   auto addNamed = [&](auto const& list) {
+      for (auto const& each : list) {
+         if (each.name == intf.name()) {
+            units.insert(FapId(each.fapId));
+         }
       }
-   }
-   for (auto const& tunnel : inventory_.tunnels) {
-      if (tunnel.name == intf.name()) {
-         units.insert(FapId(tunnel.fapId));
-      }
+   };
+   // By kind, as loading asks this for every port-channel.
+   if (Plexus::VlanIntfId::isVlanIntfId(intf)) {
+      addNamed(inventory_.vlanInterfaces);
+   } else if (Plexus::TunnelIntfId::isTunnelIntfId(intf)) {
+      addNamed(inventory_.tunnels);
    }
    return {units.begin(), units.end()};
 }

@@ -1,10 +1,12 @@
 #include "platform/Toggle/Toggle.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
-#include <fstream>
+#include <cstring>
 #include <iostream>
-#include <sstream>
+#include <memory>
 #include <stdexcept>
 
 namespace Toggle {
@@ -144,24 +146,31 @@ std::optional<bool> findToggle(std::string_view content, std::string_view name) 
 }
 
 bool getToggleState(std::string const& name, std::string const& file, bool defaultValue) {
-   std::ifstream in(pathOf(file));
-   if (!in) {
-      return defaultValue;
-   }
-   // Through a stream: a directory in the file's place reads as empty instead of throwing.
-   std::ostringstream content;
-   content << in.rdbuf();
-   if (content.str().empty()) {
-      return defaultValue;
-   }
-   try {
-      return findToggle(content.str(), name).value_or(defaultValue);
-   } catch (std::runtime_error const& error) {
-      std::string text = error.what();
-      text.insert(text.find(": "), ": warning");
+   auto warn = [&](std::string const& text) {
       std::cerr << pathOf(file) << ":" << text << "; " << name << " is taken as "
                 << (defaultValue ? "true" : "false") << "\n";
       return defaultValue;
+   };
+   std::unique_ptr<std::FILE, int (*)(std::FILE*)> in(
+       std::fopen(pathOf(file).c_str(), "rb"), [](std::FILE* each) { return std::fclose(each); });
+   if (!in && errno == ENOENT) {
+      return defaultValue;
+   }
+   std::string content;
+   char block[4096];
+   std::size_t got = 0;
+   while (in && (got = std::fread(block, 1, sizeof block, in.get())) > 0) {
+      content.append(block, got);
+   }
+   if (!in || std::ferror(in.get()) != 0) {
+      return warn(std::string(" warning: cannot be read: ") + std::strerror(errno));
+   }
+   try {
+      return findToggle(content, name).value_or(defaultValue);
+   } catch (std::runtime_error const& error) {
+      std::string text = error.what();
+      text.insert(text.find(": "), ": warning");
+      return warn(text);
    }
 }
 

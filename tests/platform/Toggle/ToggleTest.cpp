@@ -60,6 +60,11 @@ TEST(ToggleTest, AMissingOrMalformedFileGivesTheDefault) {
    EXPECT_TRUE(Toggle::getToggleState("A", "T.json", true));
    EXPECT_EQ(testing::internal::GetCapturedStderr(),
              directory + "/T.json:1:7: warning: a toggle is true or false; A is taken as true\n");
+   std::filesystem::create_directory(directory + "/D.json");
+   testing::internal::CaptureStderr();
+   EXPECT_TRUE(Toggle::getToggleState("A", "D.json", true));
+   EXPECT_EQ(testing::internal::GetCapturedStderr(),
+             directory + "/D.json: warning: cannot be read: Is a directory; A is taken as true\n");
    std::filesystem::remove_all(directory);
 }
 
