@@ -327,9 +327,10 @@ TEST_F(CodefTest, WhatGoesWhileItsInterfaceIsWalkedIsPassedOver) {
       configDir->subIntfConfig(homeless)->dot1qEncapIs({});
       encapChange->dot1qEncapDel(homeless);
    });
+   encapChange->dot1qEncapIs(homeless, {30, 0});
    walk("Ethernet9.10", "t-removing intf: ", [&] {
       configDir->subIntfConfigDel(homeless);
-      encapChange->dot1qEncapIs(homeless, {});
+      encapChange->dot1qEncapDel(homeless);
    });
 }
 
