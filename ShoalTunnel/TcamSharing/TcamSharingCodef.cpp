@@ -107,7 +107,16 @@ uint32_t TcamSharingCodef::processBacklog(Seconds const& start) {
       cursor.take();
       backlogDel(request);
       ++processed;
-      doProcessRequest(request);
+      try {
+         doProcessRequest(request);
+      } catch (...) {
+         workedBeforeExceptionIs(processed);
+         if (cursor.atEnd()) {
+            cursor.toFirst();
+         }
+         bookmarkIs(cursor.peekKey().value_or(TcamSharingRequest()));
+         throw;
+      }
    }
    TRACE(7, __func__, ": Backlog processing done. Processed ", processed, " items");
    return processed;
@@ -132,10 +141,19 @@ void TcamSharingCodef::doProcessRequest(TcamSharingRequest const& request) {
    } else if (inStatus == outStatus) {
       // The same policy again, after a failure or an interface change: programmed anew.
       ORV_ASSERT(!tcamSharingCommon_->notARealDelete(), "!tcamSharingCommon()->notARealDelete()");
+      auto addAgain = [&] {
+         tcamSharingCommon_->notARealDeleteIs(false);
+         tcamSharingSelector_->addRequest(request, tcamSharingConfigIn_->request(request));
+      };
       tcamSharingCommon_->notARealDeleteIs(true);
-      tcamSharingSelector_->delRequest(request);
-      tcamSharingCommon_->notARealDeleteIs(false);
-      tcamSharingSelector_->addRequest(request, tcamSharingConfigIn_->request(request));
+      try {
+         tcamSharingSelector_->delRequest(request);
+      } catch (...) {
+         // Nothing was taken out of hardware: the output has to go on naming the request.
+         addAgain();
+         throw;
+      }
+      addAgain();
    } else if (inStatus.empty()) {
       TRACE(7, step, ": Deleting ", request, " from output");
       tcamSharingSelector_->delRequest(request);
