@@ -97,6 +97,10 @@ void InLifFeatureResponseSm::OrvLifStatusResponse::doUpdateFeature(InLifFeatureT
 void InLifFeatureResponseSm::OrvLifStatusResponse::handleDelete() {
    TRACE(8, *this, __func__);
    for (InLifFeatureType type : inLifFeatureTypes) {
+      // Who hears of the end may ask anew at once: the answers are another reactor's from then on.
+      if (sm_->lifStatusResponse_.has(key())) {
+         return;
+      }
       sm_->statusDir_->responseDel(InLifFeatureKey::existing(key(), type));
    }
 }

@@ -88,6 +88,24 @@ TEST_F(BaseInLifTest, NothingHappensBeforeTheStart) {
    EXPECT_EQ(InLifMachines::word(later.vlans, "Ethernet1"), 1U);
 }
 
+// A feature that hears of the end of its answer may ask for something else there at once.
+TEST_F(BaseInLifTest, WhatIsAskedForAtTheEndOfAnAnswerIsAnswered) {
+   Hearer<InLifFeatureKey> feature(responses->responseCollection(), [&](InLifFeatureKey of) {
+      if (!responses->responseHas(of) && of.featureType() == Type::feature1) {
+         acl->requestIs({InLifFeatureKey(of.intfKey(), Type::feature3), 7});
+      }
+   });
+   untag("Ethernet2", 5);
+   for (char const* intf : {"Ethernet1", "Ethernet1.10", "Vlan5"}) {
+      ask(intf, 1, 1, 5);
+      withdraw(intf, 1, 1);
+      EXPECT_EQ(answers(intf, 1), "feature3:1 ") << intf;
+   }
+   EXPECT_EQ(portWord("Ethernet1"), 0x700U);
+   EXPECT_EQ(vlanWord("Ethernet2"), 0x700U);
+   EXPECT_EQ(responseSm->lifStatusResponses(), 3U);
+}
+
 TEST_F(BaseInLifTest, AnAggregateIsFollowedOnceAndUntilItIsGivenUp) {
    ask("Ethernet1.10", 1, 2, 5);
    InLifIntfKey of = key("Ethernet1.10", 1);
