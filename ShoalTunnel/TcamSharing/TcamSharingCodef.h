@@ -39,7 +39,7 @@ class TCAM_SHARING_EXPORT TcamSharingCodef : public Keel::CodefBase {
                     Orv::Ptr<TcamSharingStatus> tcamSharingStatus);
    ~TcamSharingCodef() override;
 
-   // Requests waiting to be worked; one counts as queued while its value is true.
+   // Requests waiting to be worked.
    ORV_SET(backlog, TcamSharingRequest, Orv::KeyedByIndex)
    std::size_t backlogSize() const override { return backlogs(); }
    // Where the next slice resumes.
