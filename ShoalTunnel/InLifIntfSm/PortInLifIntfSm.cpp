@@ -27,9 +27,9 @@ PortInLifIntfSm::PortInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
                                  Orv::Ptr<Lag::Config const> lagConfig,
                                  Orv::Ptr<Shoal::LocalPortMapStatus const> localPortMapStatus)
     : BaseInLifIntfSm(std::move(inLifIntfCfg), std::move(inLifIntfStatus), std::move(shoalStatus)),
-      defaultPortLifFeatureCfg_(std::move(defaultPortLifFeatureCfg)),
-      inLifIntfCfgLagExp_(std::move(inLifIntfCfgLagExp)),
-      lagPhyIntfMapping_(std::move(lagPhyIntfMapping)), lagConfig_(std::move(lagConfig)),
+      defaultPortLifFeatureCfg_(ORV_NOT_NULL(defaultPortLifFeatureCfg)),
+      inLifIntfCfgLagExp_(ORV_NOT_NULL(inLifIntfCfgLagExp)),
+      lagPhyIntfMapping_(ORV_NOT_NULL(lagPhyIntfMapping)), lagConfig_(std::move(lagConfig)),
       localPortMapStatus_(std::move(localPortMapStatus)),
       lagPhyIntfConfig_(lagPhyIntfMapping_, *this), orvPortMapVersion_(this) {
    this->shoalStatus()->portMapVersionAttribute().watch(orvPortMapVersion_);

@@ -1,5 +1,6 @@
 #include "ShoalTunnel/InLifIntfSm/VlanInLifIntfSm.h"
 
+#include "platform/Orv/Failure.h"
 #include "platform/Trace/Trace.h"
 
 #include <algorithm>
@@ -24,8 +25,8 @@ VlanInLifIntfSm::VlanInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
                                  Orv::Ptr<Lag::LagPhyIntfMapping const> lagPhyIntfMapping,
                                  Orv::Ptr<Bridging::UntaggedVlanDir const> untaggedVlanDir)
     : BaseInLifIntfSm(std::move(inLifIntfCfg), std::move(inLifIntfStatus), std::move(shoalStatus)),
-      defaultVlanLifFeatureCfg_(std::move(defaultVlanLifFeatureCfg)),
-      inLifIntfCfgLagExp_(std::move(inLifIntfCfgLagExp)),
+      defaultVlanLifFeatureCfg_(ORV_NOT_NULL(defaultVlanLifFeatureCfg)),
+      inLifIntfCfgLagExp_(ORV_NOT_NULL(inLifIntfCfgLagExp)),
       lagPhyIntfMapping_(std::move(lagPhyIntfMapping)),
       untaggedVlanDir_(std::move(untaggedVlanDir)), orvUntaggedVlanDir_(this), orvPhyIntfLag_(this),
       lagPhyIntfConfig_(lagPhyIntfMapping_, *this), orvInLifIntfCfgLagExp_(this),
