@@ -169,9 +169,12 @@ void PortInLifIntfSm::doRemoveUncovered() {
                  "sysTcamId must be valid for ", intfId);
       if (!coveredPorts.has(intfId)) {
          InLifIntfKey key(intfId, sysTcamId);
+         bool member = isLagMember(intfId);
          doHandleRequest(key, false);
-         // For a member of a port-channel, whose own key was set aside just now.
-         doUpdateDefaultLifFeatureCfg(key, intfId, false);
+         if (member) {
+            // Its own key was set aside just now.
+            doUpdateDefaultLifFeatureCfg(key, intfId, false);
+         }
       }
    }
    // Under the TCAM that a port had, or that its port-channel's key named.

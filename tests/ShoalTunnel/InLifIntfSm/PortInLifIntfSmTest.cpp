@@ -140,5 +140,26 @@ TEST_F(PortInLifTest, AMemberThatIsFalseIsNone) {
    EXPECT_EQ(ports->lifFeatureAttrs() + InLifMachines::vlans->lifFeatureAttrs(), 0U);
 }
 
+// A second removal would take what was asked for when the first one was heard of.
+TEST_F(PortInLifTest, AWordThatNobodyAsksForIsRemovedOnce) {
+   join("PortChannel1", "Ethernet1");
+   ask("PortChannel1", 1, 1, 7);
+   status->portMapValidIs(false);
+   leave("Ethernet1"); // keeps the port-channel's word
+   status->portMapValidIs(true);
+   std::string seen;
+   Hearer<IntfId> feature(ports->lifFeatureAttrCollection(), [&](IntfId of) {
+      bool here = ports->lifFeatureAttrHas(of);
+      seen += (here ? "+" : "-") + of.name() + " ";
+      if (!here) {
+         ask(of.name(), 1, 2, 1);
+      }
+   });
+   portMapChanged();
+   EXPECT_EQ(seen, "-Ethernet1 +Ethernet1 ");
+   EXPECT_TRUE(expandedHas("Ethernet1", 1));
+   EXPECT_EQ(portWord("Ethernet1"), 0x10U);
+}
+
 } // namespace
 } // namespace Hardware::ShoalTunnel
