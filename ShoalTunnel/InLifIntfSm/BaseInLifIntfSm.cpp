@@ -21,6 +21,12 @@ BaseInLifIntfSm::~BaseInLifIntfSm() = default;
 
 void BaseInLifIntfSm::handleInitialized() {
    TRACE(8, "BaseInLifIntfSm::", __func__);
+   // What was handled by an earlier machine, and withdrawn when there was none.
+   for (auto const& [key, response] : inLifIntfStatus_->responseIter()) {
+      if (!inLifIntfCfg_->requestHas(key)) {
+         doHandleRequest(key, false);
+      }
+   }
    for (auto const& [key, aggr] : inLifIntfCfg_->requestIter()) {
       doHandleRequest(key, true);
    }

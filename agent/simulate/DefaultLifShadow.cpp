@@ -193,6 +193,25 @@ void DefaultLifShadow::handlePortMapVersion() {
       }
    }
    marked_.clear();
+   dropUncovered();
+   vlanKeys_.clear();
+   for (InLifIntfKey key : features_.order()) {
+      if (Plexus::SubIntfId::isSubIntfId(key.intfId())) {
+         continue;
+      }
+      if (Plexus::VlanIntfId::isVlanIntfId(key.intfId())) {
+         handleVlanKey(key, true);
+      } else {
+         handlePortKey(key, true);
+      }
+   }
+   for (auto const& [port, vlan] : std::map(vlan_)) {
+      followPort(port);
+   }
+   std::erase_if(vlanWords_, [&](auto const& each) { return !vlanKey_.contains(each.first); });
+}
+
+void DefaultLifShadow::dropUncovered() {
    std::set<IntfId> ports;
    std::set<InLifIntfKey> keys;
    for (InLifIntfKey key : features_.order()) {
@@ -213,21 +232,12 @@ void DefaultLifShadow::handlePortMapVersion() {
          erase(key);
       }
    }
-   vlanKeys_.clear();
-   for (InLifIntfKey key : features_.order()) {
-      if (Plexus::SubIntfId::isSubIntfId(key.intfId())) {
-         continue;
-      }
-      if (Plexus::VlanIntfId::isVlanIntfId(key.intfId())) {
-         handleVlanKey(key, true);
-      } else {
-         handlePortKey(key, true);
-      }
+}
+
+void DefaultLifShadow::handlePortMachineBuilt() {
+   if (portMapValid()) {
+      dropUncovered();
    }
-   for (auto const& [port, vlan] : std::map(vlan_)) {
-      followPort(port);
-   }
-   std::erase_if(vlanWords_, [&](auto const& each) { return !vlanKey_.contains(each.first); });
 }
 
 void DefaultLifShadow::handleFreshStart() {

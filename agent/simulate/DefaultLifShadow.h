@@ -22,6 +22,7 @@ class DefaultLifShadow {
    void handleUntaggedVlan(IntfId intf);
    void handlePortMapVersion();
    void handleTcam(IntfId port);
+   void handlePortMachineBuilt();
    void handleVlanMachineGone();
    void handleVlanMachineBuilt();
    void handleFreshStart();
@@ -44,6 +45,8 @@ class DefaultLifShadow {
    void handleVlanKey(InLifIntfKey key, bool present);
    void write(InLifIntfKey key, IntfId port);
    void erase(InLifIntfKey expanded);
+   // Words and spread features that no key leads to.
+   void dropUncovered();
    void spreadChanged(InLifIntfKey expanded);
 
    using Vlan = Bridging::VlanIdOrNone;

@@ -142,6 +142,11 @@ TEST(InLifHistoryTest, OrderlyHistoriesEqualAFreshStartAtEveryStep) {
          ASSERT_EQ(published(machines), published(InLifMachines(history)))
              << "seed " << seed << ", step " << step;
       }
+      // The requests gathered behind the machines that follow them.
+      InLifMachines followers(history, Orv::make<InLifIntfConfig>());
+      followers.start();
+      followers.inputDirSm = inLifFeatureRequestInputDirSmFactory(history.input, followers.config);
+      ASSERT_EQ(published(machines), published(followers)) << "seed " << seed;
    }
 }
 
