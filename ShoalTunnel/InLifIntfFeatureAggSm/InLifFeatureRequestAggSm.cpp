@@ -1,12 +1,13 @@
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureRequestAggSm.h"
 
+#include "platform/Orv/Failure.h"
 #include "platform/Trace/Trace.h"
 
 namespace Hardware::ShoalTunnel {
 
 InLifFeatureRequestAggSm::InLifFeatureRequestAggSm(
     Orv::Ptr<InLifFeatureRequestDir const> requestDir, Orv::Ptr<InLifIntfConfig> inLifIntfCfg)
-    : requestDir_(std::move(requestDir)), inLifIntfCfg_(std::move(inLifIntfCfg)),
+    : requestDir_(std::move(requestDir)), inLifIntfCfg_(ORV_NOT_NULL(inLifIntfCfg)),
       orvRequestDir_(this) {
    if (requestDir_) {
       requestDir_->requestCollection().watch(orvRequestDir_);

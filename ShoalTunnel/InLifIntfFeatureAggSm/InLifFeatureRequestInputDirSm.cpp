@@ -1,5 +1,6 @@
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureRequestInputDirSm.h"
 
+#include "platform/Orv/Failure.h"
 #include "platform/Trace/Trace.h"
 
 namespace Hardware::ShoalTunnel {
@@ -12,7 +13,8 @@ Orv::Ptr<InLifFeatureRequestDir const> requestDirOf(Orv::Ptr<Orv::Entity> const&
 
 InLifFeatureRequestInputDirSm::InLifFeatureRequestInputDirSm(Orv::Ptr<Orv::Dir const> inputDir,
                                                              Orv::Ptr<InLifIntfConfig> inLifIntfCfg)
-    : inputDir_(std::move(inputDir)), inLifIntfCfg_(std::move(inLifIntfCfg)), orvInputDir_(this) {
+    : inputDir_(std::move(inputDir)), inLifIntfCfg_(ORV_NOT_NULL(inLifIntfCfg)),
+      orvInputDir_(this) {
    if (inputDir_) {
       inputDir_->entryCollection().watch(orvInputDir_);
    }

@@ -1,5 +1,6 @@
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureResponseSm.h"
 
+#include "platform/Orv/Failure.h"
 #include "platform/Trace/Trace.h"
 
 namespace Hardware::ShoalTunnel {
@@ -17,8 +18,8 @@ InLifFeatureValue valueOf(InLifIntfFeatureAggr const& aggr, InLifFeatureType typ
 InLifFeatureResponseSm::InLifFeatureResponseSm(Orv::Ptr<InLifIntfStatus const> inLifIntfStatus,
                                                Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
                                                Orv::Ptr<InLifFeatureStatus> statusDir)
-    : inLifIntfStatus_(std::move(inLifIntfStatus)), inLifIntfCfg_(std::move(inLifIntfCfg)),
-      statusDir_(std::move(statusDir)), orvInLifIntfStatus_(this) {
+    : inLifIntfStatus_(ORV_NOT_NULL(inLifIntfStatus)), inLifIntfCfg_(ORV_NOT_NULL(inLifIntfCfg)),
+      statusDir_(ORV_NOT_NULL(statusDir)), orvInLifIntfStatus_(this) {
    inLifIntfStatus_->responseCollection().watch(orvInLifIntfStatus_);
    for (auto const& [key, response] : inLifIntfStatus_->responseIter()) {
       lifStatusResponseIs(response);
@@ -97,6 +98,10 @@ void InLifFeatureResponseSm::OrvLifStatusResponse::doUpdateFeature(InLifFeatureT
 void InLifFeatureResponseSm::OrvLifStatusResponse::handleDelete() {
    TRACE(8, *this, __func__);
    for (InLifFeatureType type : inLifFeatureTypes) {
+      // Who hears of the end may ask anew at once: the answers are another reactor's from then on.
+      if (sm_->lifStatusResponse_.has(key())) {
+         return;
+      }
       sm_->statusDir_->responseDel(InLifFeatureKey::existing(key(), type));
    }
 }

@@ -8,8 +8,8 @@ namespace Hardware::ShoalTunnel {
 BaseInLifIntfSm::BaseInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
                                  Orv::Ptr<InLifIntfStatus> inLifIntfStatus,
                                  Orv::Ptr<Shoal::Status const> shoalStatus)
-    : inLifIntfCfg_(std::move(inLifIntfCfg)), inLifIntfStatus_(std::move(inLifIntfStatus)),
-      shoalStatus_(std::move(shoalStatus)), orvInLifIntfCfg_(this), orvShoalStatus_(this) {
+    : inLifIntfCfg_(ORV_NOT_NULL(inLifIntfCfg)), inLifIntfStatus_(ORV_NOT_NULL(inLifIntfStatus)),
+      shoalStatus_(ORV_NOT_NULL(shoalStatus)), orvInLifIntfCfg_(this), orvShoalStatus_(this) {
    inLifIntfCfg_->requestCollection().watch(orvInLifIntfCfg_);
    shoalStatus_->tcamKeyVersionAttribute().watch(orvShoalStatus_);
    for (auto const& [key, aggr] : inLifIntfCfg_->requestIter()) {
@@ -21,6 +21,12 @@ BaseInLifIntfSm::~BaseInLifIntfSm() = default;
 
 void BaseInLifIntfSm::handleInitialized() {
    TRACE(8, "BaseInLifIntfSm::", __func__);
+   // What was handled by an earlier machine, and withdrawn when there was none.
+   for (auto const& [key, response] : inLifIntfStatus_->responseIter()) {
+      if (!inLifIntfCfg_->requestHas(key)) {
+         doHandleRequest(key, false);
+      }
+   }
    for (auto const& [key, aggr] : inLifIntfCfg_->requestIter()) {
       doHandleRequest(key, true);
    }

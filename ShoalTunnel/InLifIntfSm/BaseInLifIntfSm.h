@@ -50,7 +50,8 @@ class TCAM_SHARING_EXPORT BaseInLifIntfSm : public Orv::RefCounted {
                    Orv::Ptr<Shoal::Status const> shoalStatus);
    ~BaseInLifIntfSm() override;
 
-   // Starts the machine: hands over every aggregate that is there, in order.
+   // Starts the machine: hands over, as removals, what the status holds and nobody asks for any
+   // more, then every aggregate that is there, in order.
    virtual void handleInitialized();
    bool initialized() const { return initialized_; }
    void handleTcamKeyVersion();

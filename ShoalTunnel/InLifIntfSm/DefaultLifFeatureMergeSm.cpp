@@ -1,5 +1,6 @@
 #include "ShoalTunnel/InLifIntfSm/DefaultLifFeatureMergeSm.h"
 
+#include "platform/Orv/Failure.h"
 #include "platform/Trace/Trace.h"
 
 namespace Hardware::ShoalTunnel {
@@ -10,7 +11,7 @@ DefaultLifFeatureMergeSm::DefaultLifFeatureMergeSm(
     Orv::Ptr<DefaultLifFeatureConfig> defaultMergedLifFeatureCfg)
     : defaultPortLifFeatureCfg_(std::move(defaultPortLifFeatureCfg)),
       defaultVlanLifFeatureCfg_(std::move(defaultVlanLifFeatureCfg)),
-      defaultMergedLifFeatureCfg_(std::move(defaultMergedLifFeatureCfg)) {
+      defaultMergedLifFeatureCfg_(ORV_NOT_NULL(defaultMergedLifFeatureCfg)) {
    if (defaultPortLifFeatureCfg_) {
       defaultPortLifFeatureCfg_->lifFeatureAttrCollection().watch(
           orvDefaultPortLifFeatureCfg_.emplace(this));

@@ -27,12 +27,27 @@ PortInLifIntfSm::PortInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
                                  Orv::Ptr<Lag::Config const> lagConfig,
                                  Orv::Ptr<Shoal::LocalPortMapStatus const> localPortMapStatus)
     : BaseInLifIntfSm(std::move(inLifIntfCfg), std::move(inLifIntfStatus), std::move(shoalStatus)),
-      defaultPortLifFeatureCfg_(std::move(defaultPortLifFeatureCfg)),
-      inLifIntfCfgLagExp_(std::move(inLifIntfCfgLagExp)),
-      lagPhyIntfMapping_(std::move(lagPhyIntfMapping)), lagConfig_(std::move(lagConfig)),
+      defaultPortLifFeatureCfg_(ORV_NOT_NULL(defaultPortLifFeatureCfg)),
+      inLifIntfCfgLagExp_(ORV_NOT_NULL(inLifIntfCfgLagExp)),
+      lagPhyIntfMapping_(ORV_NOT_NULL(lagPhyIntfMapping)), lagConfig_(std::move(lagConfig)),
       localPortMapStatus_(std::move(localPortMapStatus)),
       lagPhyIntfConfig_(lagPhyIntfMapping_, *this), orvPortMapVersion_(this) {
    this->shoalStatus()->portMapVersionAttribute().watch(orvPortMapVersion_);
+}
+
+void PortInLifIntfSm::handleInitialized() {
+   if (shoalStatus()->portMapValid()) {
+      // What an earlier machine wrote and nobody asks for any more.
+      Orv::KeyedByIndex<IntfId, bool> covered;
+      forEachCovered([&](InLifIntfKey, IntfId phyIntf) { covered.set(phyIntf, true); });
+      for (auto const& [intfId, attributes] : defaultPortLifFeatureCfg_->lifFeatureAttrIter()) {
+         if (!covered.has(intfId)) {
+            defaultPortLifFeatureCfg_->lifFeatureAttrDel(intfId);
+         }
+      }
+      doRemoveUncovered();
+   }
+   BaseInLifIntfSm::handleInitialized();
 }
 
 bool PortInLifIntfSm::isLagMember(IntfId phyIntf) const {
@@ -50,6 +65,15 @@ void PortInLifIntfSm::forEachCovered(InLifIntfKey key, Use&& use) const {
          if (shoalStatus()->sysTcamId(phyIntf) == key.tcamId()) {
             use(phyIntf);
          }
+      }
+   }
+}
+
+template<class Use>
+void PortInLifIntfSm::forEachCovered(Use&& use) const {
+   for (auto const& [key, aggr] : inLifIntfCfg()->requestIter()) {
+      if (!isSubIntfOrVlan(key.intfId())) {
+         forEachCovered(key, [&, lifIntfKey = key](IntfId phyIntf) { use(lifIntfKey, phyIntf); });
       }
    }
 }
@@ -145,6 +169,23 @@ void PortInLifIntfSm::handlePortMapVersion() {
       return;
    }
    ORV_ASSERT(shoalStatus()->portMapValid(), "shoalStatus()->portMapValid()");
+   Orv::KeyedByIndex<IntfId, bool> covered;
+   forEachCovered([&](InLifIntfKey, IntfId phyIntf) { covered.set(phyIntf, true); });
+   for (auto const& [intfId, attributes] : defaultPortLifFeatureCfg_->lifFeatureAttrIter()) {
+      assertIsPhyIntfId("defaultPortLifFeatureCfg", intfId);
+      Shoal::SystemTcamId sysTcamId = shoalStatus()->sysTcamId(intfId);
+      ORV_ASSERT(sysTcamId != Shoal::SystemTcamId(), "sysTcamId != Hardware::Shoal::SystemTcamId()",
+                 "sysTcamId must be valid for ", intfId);
+      if (!covered.has(intfId)) {
+         InLifIntfKey key(intfId, sysTcamId);
+         bool member = isLagMember(intfId);
+         doHandleRequest(key, false);
+         if (member) {
+            // Its own key was set aside just now.
+            doUpdateDefaultLifFeatureCfg(key, intfId, false);
+         }
+      }
+   }
    doRemoveUncovered();
    for (auto const& [key, aggr] : inLifIntfCfg()->requestIter()) {
       doHandleRequest(key, true);
@@ -152,31 +193,13 @@ void PortInLifIntfSm::handlePortMapVersion() {
 }
 
 void PortInLifIntfSm::doRemoveUncovered() {
-   Orv::KeyedByIndex<IntfId, bool> coveredPorts;
-   Orv::KeyedByIndex<InLifIntfKey, bool> coveredKeys;
-   for (auto const& [key, aggr] : inLifIntfCfg()->requestIter()) {
-      if (!isSubIntfOrVlan(key.intfId())) {
-         forEachCovered(key, [&, tcamId = key.tcamId()](IntfId phyIntf) {
-            coveredPorts.set(phyIntf, true);
-            coveredKeys.set(InLifIntfKey(phyIntf, tcamId), true);
-         });
-      }
-   }
-   for (auto const& [intfId, attributes] : defaultPortLifFeatureCfg_->lifFeatureAttrIter()) {
-      assertIsPhyIntfId("defaultPortLifFeatureCfg", intfId);
-      Shoal::SystemTcamId sysTcamId = shoalStatus()->sysTcamId(intfId);
-      ORV_ASSERT(sysTcamId != Shoal::SystemTcamId(), "sysTcamId != Hardware::Shoal::SystemTcamId()",
-                 "sysTcamId must be valid for ", intfId);
-      if (!coveredPorts.has(intfId)) {
-         InLifIntfKey key(intfId, sysTcamId);
-         doHandleRequest(key, false);
-         // For a member of a port-channel, whose own key was set aside just now.
-         doUpdateDefaultLifFeatureCfg(key, intfId, false);
-      }
-   }
+   Orv::KeyedByIndex<InLifIntfKey, bool> covered;
+   forEachCovered([&](InLifIntfKey key, IntfId phyIntf) {
+      covered.set(InLifIntfKey(phyIntf, key.tcamId()), true);
+   });
    // Under the TCAM that a port had, or that its port-channel's key named.
    for (auto const& [key, aggr] : inLifIntfCfgLagExp_->requestIter()) {
-      if (!coveredKeys.has(key)) {
+      if (!covered.has(key)) {
          inLifIntfCfgLagExp_->requestDel(key);
       }
    }

@@ -8,7 +8,8 @@
 // else.
 //
 // While the port map is not valid, additions and changes of membership are passed over; removals
-// are not. A new port map version brings every port to what a fresh start would give it. It is an
+// are not. When the machine starts, words that nobody asks for go, unless the port map is not
+// valid. A new port map version brings every port to what a fresh start would give it. It is an
 // invariant failure while the port map is not valid, or while a port with a word has no TCAM.
 #pragma once
 
@@ -32,6 +33,7 @@ class TCAM_SHARING_EXPORT PortInLifIntfSm : public BaseInLifIntfSm,
                    Orv::Ptr<Lag::Config const> lagConfig,
                    Orv::Ptr<Shoal::LocalPortMapStatus const> localPortMapStatus);
 
+   void handleInitialized() override;
    // Sub-interfaces and VLAN interfaces are passed over.
    void doHandleRequest(InLifIntfKey const& key, bool isAdd) override;
    // The port joined or left the port-channel's member list.
@@ -50,9 +52,13 @@ class TCAM_SHARING_EXPORT PortInLifIntfSm : public BaseInLifIntfSm,
    // Calls use(port) for each port that the key of a port or port-channel covers.
    template<class Use>
    void forEachCovered(InLifIntfKey key, Use&& use) const;
+   // Calls use(key, port) for each of every request.
+   template<class Use>
+   void forEachCovered(Use&& use) const;
    void doUpdateDefaultLifFeatureCfg(InLifIntfKey const& lifIntfKey, Plexus::IntfId phyIntf,
                                      bool isAdd);
    void doOnLagMember(Plexus::IntfId lag, Plexus::IntfId phyIntf, bool isAdd);
+   // From the spread configuration, what no request covers.
    void doRemoveUncovered();
 
    Orv::Ptr<DefaultLifFeatureConfig> defaultPortLifFeatureCfg_;

@@ -12,7 +12,7 @@ SubIntfInLifIntfSm::SubIntfInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntf
                                        Orv::Ptr<Shoal::Status const> shoalStatus,
                                        Orv::Ptr<SubIntfLifFeatureConfig> subIntfLifFeatureCfg)
     : BaseInLifIntfSm(std::move(inLifIntfCfg), std::move(inLifIntfStatus), std::move(shoalStatus)),
-      subIntfLifFeatureCfg_(std::move(subIntfLifFeatureCfg)) {}
+      subIntfLifFeatureCfg_(ORV_NOT_NULL(subIntfLifFeatureCfg)) {}
 
 void SubIntfInLifIntfSm::doHandleRequest(InLifIntfKey const& key, bool isAdd) {
    TRACE(8, "SubIntfInLifIntfSm::", __func__, std::string_view(isAdd ? " add " : " del "), key);

@@ -1,9 +1,10 @@
 #include "ShoalTunnel/InLifIntfSm/VlanInLifIntfSm.h"
 
+#include "platform/Orv/Failure.h"
 #include "platform/Trace/Trace.h"
 
-#include <algorithm>
 #include <string_view>
+#include <vector>
 
 namespace Hardware::ShoalTunnel {
 
@@ -11,10 +12,18 @@ using Bridging::VlanIdOrNone;
 using Plexus::IntfId;
 
 namespace {
+// A flood entry of that name has the VLAN's number, too.
+bool isVlanIntf(IntfId intfId) {
+   return Plexus::VlanIntfId::isVlanIntfId(intfId) && !intfId.l3Flood();
+}
 VlanIdOrNone vlanOfKey(InLifIntfKey key) {
    return VlanIdOrNone(vlanIdFromVlanIntfId(key.intfId()).value());
 }
 } // namespace
+
+VlanInLifIntfSm::Place VlanInLifIntfSm::placeOf(InLifIntfKey key) {
+   return {key.intfId().fields().unit, vlanOfKey(key), key.tcamId()};
+}
 
 VlanInLifIntfSm::VlanInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
                                  Orv::Ptr<InLifIntfStatus> inLifIntfStatus,
@@ -24,8 +33,8 @@ VlanInLifIntfSm::VlanInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
                                  Orv::Ptr<Lag::LagPhyIntfMapping const> lagPhyIntfMapping,
                                  Orv::Ptr<Bridging::UntaggedVlanDir const> untaggedVlanDir)
     : BaseInLifIntfSm(std::move(inLifIntfCfg), std::move(inLifIntfStatus), std::move(shoalStatus)),
-      defaultVlanLifFeatureCfg_(std::move(defaultVlanLifFeatureCfg)),
-      inLifIntfCfgLagExp_(std::move(inLifIntfCfgLagExp)),
+      defaultVlanLifFeatureCfg_(ORV_NOT_NULL(defaultVlanLifFeatureCfg)),
+      inLifIntfCfgLagExp_(ORV_NOT_NULL(inLifIntfCfgLagExp)),
       lagPhyIntfMapping_(std::move(lagPhyIntfMapping)),
       untaggedVlanDir_(std::move(untaggedVlanDir)), orvUntaggedVlanDir_(this), orvPhyIntfLag_(this),
       lagPhyIntfConfig_(lagPhyIntfMapping_, *this), orvInLifIntfCfgLagExp_(this),
@@ -67,7 +76,7 @@ void VlanInLifIntfSm::doRemoveLeftWords() {
 
 void VlanInLifIntfSm::doHandleRequest(InLifIntfKey const& key, bool isAdd) {
    TRACE(8, "VlanInLifIntfSm::", __func__, std::string_view(isAdd ? " add " : " del "), key);
-   if (!Plexus::VlanIntfId::isVlanIntfId(key.intfId())) {
+   if (!isVlanIntf(key.intfId())) {
       TRACE(7, "VlanInLifIntfSm::", "  We only care about vlans");
       return;
    }
@@ -75,17 +84,12 @@ void VlanInLifIntfSm::doHandleRequest(InLifIntfKey const& key, bool isAdd) {
       TRACE(0, "VlanInLifIntfSm::", " ", "add", " portmap is not valid for ", key);
       return;
    }
-   VlanIdOrNone vlan = vlanOfKey(key);
-   auto& keys = keys_[{vlan, key.tcamId()}];
-   if (!isAdd) {
-      std::erase(keys, key);
-   } else if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
-      keys.push_back(key);
+   if (isAdd) {
+      keys_[placeOf(key)] = key;
+   } else {
+      keys_.erase(placeOf(key));
    }
-   if (keys.empty()) {
-      keys_.erase({vlan, key.tcamId()});
-   }
-   if (auto ports = portsOfVlan_.find(vlan); ports != portsOfVlan_.end()) {
+   if (auto ports = portsOfVlan_.find(vlanOfKey(key)); ports != portsOfVlan_.end()) {
       // A copy: the ports of a VLAN may change while their words are written.
       for (IntfId phyIntf : std::vector<IntfId>(ports->second.begin(), ports->second.end())) {
          if (coveringKey(phyIntf) == key || wordKey_.get(phyIntf) == key) {
@@ -155,17 +159,19 @@ void VlanInLifIntfSm::handlePortMapVersion() {
       TRACE(0, "VlanInLifIntfSm::", " portmap is not valid");
       return;
    }
-   // All keys before the first port, so that no port loses its word in between.
-   keys_.clear();
+   // All keys before the first port, so that no port loses its word in between, nor to a VLAN
+   // interface out of range.
+   std::map<Place, InLifIntfKey> keys;
    std::vector<InLifIntfKey> vlanKeys;
    for (auto const& [key, aggr] : inLifIntfCfg()->requestIter()) {
-      if (Plexus::VlanIntfId::isVlanIntfId(key.intfId())) {
-         keys_[{vlanOfKey(key), key.tcamId()}].push_back(key);
+      if (isVlanIntf(key.intfId())) {
+         keys[placeOf(key)] = key;
          vlanKeys.push_back(key);
       }
    }
+   keys_.swap(keys);
    for (auto const& [phyIntf, vlan] : vlan_.walk()) {
-      doUpdateWord(phyIntf);
+      doUpdatePort(phyIntf);
    }
    doRemoveLeftWords();
    for (InLifIntfKey key : vlanKeys) {
@@ -173,11 +179,20 @@ void VlanInLifIntfSm::handlePortMapVersion() {
    }
 }
 
+IntfId VlanInLifIntfSm::lagOf(IntfId phyIntf) const {
+   return lagPhyIntfMapping_ ? lagPhyIntfMapping_->phyIntfLag(phyIntf) : IntfId();
+}
+
+bool VlanInLifIntfSm::isJoining(IntfId phyIntf) const {
+   IntfId lag = lagOf(phyIntf);
+   return lag != IntfId() && !lagPhyIntfMapping_->isMember(lag, phyIntf);
+}
+
 VlanIdOrNone VlanInLifIntfSm::vlanOf(IntfId phyIntf) const {
-   IntfId lag = lagPhyIntfMapping_ ? lagPhyIntfMapping_->phyIntfLag(phyIntf) : IntfId();
-   if (!untaggedVlanDir_ || (lag != IntfId() && !lagPhyIntfMapping_->isMember(lag, phyIntf))) {
+   if (!untaggedVlanDir_ || isJoining(phyIntf)) {
       return VlanIdOrNone();
    }
+   IntfId lag = lagOf(phyIntf);
    return untaggedVlanDir_->untaggedVlan(lag != IntfId() ? lag : phyIntf);
 }
 
@@ -188,8 +203,14 @@ InLifIntfKey VlanInLifIntfSm::coveringKey(IntfId phyIntf) const {
       bool stays = inLifIntfCfg()->requestHas(key) && vlanOfKey(key) == vlan;
       return stays ? key : InLifIntfKey();
    }
-   auto found = keys_.find({vlan, shoalStatus()->sysTcamId(phyIntf)});
-   return found == keys_.end() ? InLifIntfKey() : found->second.back();
+   static constexpr uint32_t noUnit = 0;
+   for (uint32_t unit : {phyIntf.fields().unit, noUnit}) {
+      if (auto found = keys_.find({unit, vlan, shoalStatus()->sysTcamId(phyIntf)});
+          found != keys_.end()) {
+         return found->second;
+      }
+   }
+   return InLifIntfKey();
 }
 
 template<class Use>
@@ -205,6 +226,11 @@ void VlanInLifIntfSm::forEachPort(IntfId intfId, Use&& use) const {
 }
 
 void VlanInLifIntfSm::doFollowVlan(IntfId phyIntf) {
+   if (!shoalStatus()->portMapValid() && isJoining(phyIntf)) {
+      // The member list is about to name it. Taken out of its VLAN until then, it could not come
+      // back under a key.
+      return;
+   }
    VlanIdOrNone before = vlan_.get(phyIntf);
    VlanIdOrNone vlan = vlanOf(phyIntf);
    if (vlan == before) {

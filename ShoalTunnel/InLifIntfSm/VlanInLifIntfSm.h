@@ -1,16 +1,18 @@
 // In-LIF features of VLAN interfaces.
 //
 // The key of a VLAN interface covers each physical port on the key's TCAM whose default (untagged)
-// VLAN is the interface's. A member of a port-channel has the port-channel's default VLAN and no
-// other. The word of a covered port (defaultVlanLifFeatureCfg) wins outright in the merged table,
-// so it carries both: the port's features as PortInLifIntfSm spread them (inLifIntfCfgLagExp) and
-// the VLAN's laid over them, the VLAN's value winning per feature type. Of several keys that cover
-// a port the youngest counts.
+// VLAN is the interface's, and whose name has the interface's unit; one without a unit in its name
+// covers the ports that their own unit's leaves. So one key at most covers a port, in whatever
+// order the keys come. A member of a port-channel has the port-channel's default VLAN and no other.
+// The word of a covered port (defaultVlanLifFeatureCfg) wins outright in the merged table, so it
+// carries both: the port's features as PortInLifIntfSm spread them (inLifIntfCfgLagExp) and the
+// VLAN's laid over them, the VLAN's value winning per feature type.
 //
 // Follows the spread configuration, default VLANs and membership port by port; which TCAM serves a
 // port is followed with the port map's version. While the port map is not valid additions wait for
 // its next version, and no port comes under a key; ports may leave one, and words follow the port's
-// features. Null directories read as empty. Answers keys of VLAN interfaces only.
+// features. Null directories read as empty. Answers keys of VLAN interfaces only, not of their
+// flood entries.
 #pragma once
 
 #include "platform/Bridging/UntaggedVlanDir.h"
@@ -20,7 +22,7 @@
 
 #include <map>
 #include <set>
-#include <vector>
+#include <tuple>
 
 namespace Hardware::ShoalTunnel {
 
@@ -37,7 +39,7 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm,
    ~VlanInLifIntfSm() override;
 
    void handleInitialized() override;
-   // Throws Orv::RangeException for a VLAN interface outside 1 to 4094.
+   // Throws Orv::RangeException for a VLAN interface outside 1 to 4094, before it changes anything.
    void doHandleRequest(InLifIntfKey const& key, bool isAdd) override;
    // The default VLAN of a port or port-channel changed.
    void handleUntaggedVlan(Plexus::IntfId const& intfId);
@@ -46,10 +48,12 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm,
    void handleLagPhyIntf(Plexus::IntfId lag, Plexus::IntfId phyIntf) override;
    // The port's features in the spread configuration came or went.
    void handleInLifIntfCfgLagExp(InLifIntfKey const& key);
+   // Throws as doHandleRequest does, for any key of the configuration.
    void handlePortMapVersion();
 
  private:
-   using VlanOnTcam = std::pair<Bridging::VlanIdOrNone, Shoal::SystemTcamId>;
+   // Whose ports, of which VLAN and TCAM, a key covers.
+   using Place = std::tuple<uint32_t, Bridging::VlanIdOrNone, Shoal::SystemTcamId>;
    using OrvUntaggedVlanDir = Orv::ReactorFor<&VlanInLifIntfSm::handleUntaggedVlan>;
    using OrvPhyIntfLag = Orv::ReactorFor<&VlanInLifIntfSm::handlePhyIntfLag>;
    using OrvInLifIntfCfgLagExp = Orv::ReactorFor<&VlanInLifIntfSm::handleInLifIntfCfgLagExp>;
@@ -66,6 +70,11 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm,
       VlanInLifIntfSm* sm_;
    };
 
+   static Place placeOf(InLifIntfKey key);
+   // The empty interface: none.
+   Plexus::IntfId lagOf(Plexus::IntfId phyIntf) const;
+   // Its own entry names a port-channel whose member list does not name it.
+   bool isJoining(Plexus::IntfId phyIntf) const;
    Bridging::VlanIdOrNone vlanOf(Plexus::IntfId phyIntf) const;
    // The key that covers the port, the default key when none does.
    InLifIntfKey coveringKey(Plexus::IntfId phyIntf) const;
@@ -88,8 +97,7 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm,
    // Port -> its default VLAN as followed so far, and the ports of each VLAN.
    Orv::KeyedByIndex<Plexus::IntfId, Bridging::VlanIdOrNone> vlan_;
    std::map<Bridging::VlanIdOrNone, std::set<Plexus::IntfId>> portsOfVlan_;
-   // The keys handled, oldest first.
-   std::map<VlanOnTcam, std::vector<InLifIntfKey>> keys_;
+   std::map<Place, InLifIntfKey> keys_; // those handled
    // Port -> the key that its word is of. Its VLAN is the port's in vlan_.
    Orv::KeyedByIndex<Plexus::IntfId, InLifIntfKey> wordKey_;
 

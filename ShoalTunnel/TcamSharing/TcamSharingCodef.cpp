@@ -18,19 +18,19 @@ TcamSharingCodef::TcamSharingCodef(Orv::Ptr<Orv::Clock const> clock,
                                    Orv::Ptr<TcamSharingHelper> tcamSharingHelper,
                                    Orv::Ptr<TcamSharingSelector> tcamSharingSelector,
                                    Orv::Ptr<TcamSharingStatus> tcamSharingStatus)
-    : CodefBase(std::move(clock)), tcamSharingConfigIn_(std::move(tcamSharingConfigIn)),
-      intfVlanIdTable_(std::move(intfVlanIdTable)),
-      tcamSharingCommon_(std::move(tcamSharingCommon)),
-      subIntfDot1qEncapChange_(std::move(subIntfDot1qEncapChange)),
-      shoalStatus_(std::move(shoalStatus)), subIntfConfigDir_(std::move(subIntfConfigDir)),
-      subIntfStatusDir_(std::move(subIntfStatusDir)),
-      tcamSharingHelper_(std::move(tcamSharingHelper)),
-      tcamSharingSelector_(std::move(tcamSharingSelector)),
-      tcamSharingStatus_(std::move(tcamSharingStatus)),
+    : CodefBase(ORV_NOT_NULL(clock)), tcamSharingConfigIn_(ORV_NOT_NULL(tcamSharingConfigIn)),
+      intfVlanIdTable_(ORV_NOT_NULL(intfVlanIdTable)),
+      tcamSharingCommon_(ORV_NOT_NULL(tcamSharingCommon)),
+      subIntfDot1qEncapChange_(ORV_NOT_NULL(subIntfDot1qEncapChange)),
+      shoalStatus_(ORV_NOT_NULL(shoalStatus)), subIntfConfigDir_(ORV_NOT_NULL(subIntfConfigDir)),
+      subIntfStatusDir_(ORV_NOT_NULL(subIntfStatusDir)),
+      tcamSharingHelper_(ORV_NOT_NULL(tcamSharingHelper)),
+      tcamSharingSelector_(ORV_NOT_NULL(tcamSharingSelector)),
+      tcamSharingStatus_(ORV_NOT_NULL(tcamSharingStatus)),
       configByIntf_(tcamSharingConfigIn_->requestCollection()),
       isemMappingByIntf_(tcamSharingCommon_->tcamRequestToIsemKeyMappingCollection()),
       vsiMappingByIntf_(tcamSharingCommon_->tcamRequestToVlanTagToVsiKeyMappingCollection()),
-      orvRetryClock_(this, std::move(retryClock)), orvTcamSharingConfigIn_(this),
+      orvRetryClock_(this, ORV_NOT_NULL(retryClock)), orvTcamSharingConfigIn_(this),
       orvIntfVlanIdTable_(this), orvSubIntfDot1qEncapChange_(this), orvSubIntfStatusDir_(this) {
    tcamSharingConfigIn_->requestCollection().watch(orvTcamSharingConfigIn_);
    intfVlanIdTable_->internalVlanIdCollection().watch(orvIntfVlanIdTable_);
@@ -107,7 +107,16 @@ uint32_t TcamSharingCodef::processBacklog(Seconds const& start) {
       cursor.take();
       backlogDel(request);
       ++processed;
-      doProcessRequest(request);
+      try {
+         doProcessRequest(request);
+      } catch (...) {
+         workedBeforeExceptionIs(processed);
+         if (cursor.atEnd()) {
+            cursor.toFirst();
+         }
+         bookmarkIs(cursor.peekKey().value_or(TcamSharingRequest()));
+         throw;
+      }
    }
    TRACE(7, __func__, ": Backlog processing done. Processed ", processed, " items");
    return processed;
@@ -132,10 +141,19 @@ void TcamSharingCodef::doProcessRequest(TcamSharingRequest const& request) {
    } else if (inStatus == outStatus) {
       // The same policy again, after a failure or an interface change: programmed anew.
       ORV_ASSERT(!tcamSharingCommon_->notARealDelete(), "!tcamSharingCommon()->notARealDelete()");
+      auto addAgain = [&] {
+         tcamSharingCommon_->notARealDeleteIs(false);
+         tcamSharingSelector_->addRequest(request, tcamSharingConfigIn_->request(request));
+      };
       tcamSharingCommon_->notARealDeleteIs(true);
-      tcamSharingSelector_->delRequest(request);
-      tcamSharingCommon_->notARealDeleteIs(false);
-      tcamSharingSelector_->addRequest(request, tcamSharingConfigIn_->request(request));
+      try {
+         tcamSharingSelector_->delRequest(request);
+      } catch (...) {
+         // Nothing was taken out of hardware: the output has to go on naming the request.
+         addAgain();
+         throw;
+      }
+      addAgain();
    } else if (inStatus.empty()) {
       TRACE(7, step, ": Deleting ", request, " from output");
       tcamSharingSelector_->delRequest(request);

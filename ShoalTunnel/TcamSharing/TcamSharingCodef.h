@@ -39,7 +39,7 @@ class TCAM_SHARING_EXPORT TcamSharingCodef : public Keel::CodefBase {
                     Orv::Ptr<TcamSharingStatus> tcamSharingStatus);
    ~TcamSharingCodef() override;
 
-   // Requests waiting to be worked; one counts as queued while its value is true.
+   // Requests waiting to be worked.
    ORV_SET(backlog, TcamSharingRequest, Orv::KeyedByIndex)
    std::size_t backlogSize() const override { return backlogs(); }
    // Where the next slice resumes.
@@ -64,7 +64,8 @@ class TCAM_SHARING_EXPORT TcamSharingCodef : public Keel::CodefBase {
    void handleInternalVlanChange(Plexus::IntfId const& intfId);
    void handleDot1qEncapChange(Plexus::IntfId const& subIntfId);
 
-   // Works one slice, at least one request of it; returns how many.
+   // Works one slice, at least one request of it; returns how many. What a request's programming
+   // throws ends the slice: the request is out of the backlog, the bookmark names the next one.
    uint32_t processBacklog(Seconds const& start) override;
 
    // Queues the entry's request unless it is queued; true when it queued it. Asks for no slice.

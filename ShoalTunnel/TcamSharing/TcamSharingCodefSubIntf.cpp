@@ -124,9 +124,9 @@ void TcamSharingCodef::handleInternalVlanChange(IntfId const& intfId) {
 void TcamSharingCodef::handleDot1qEncapChange(IntfId const& subIntfId) {
    ORV_ASSERT(subIntfId != IntfId(), "subIntfId != Plexus::IntfId()");
    TRACE(8, "TcamSharingCodef::", __func__, ": intfId: ", subIntfId);
-   // A record without tags says what its absence says: the encapsulation is disabled.
+   // A record without tags counts, too: only its absence is a removal.
+   bool add = subIntfDot1qEncapChange_->dot1qEncapHas(subIntfId);
    Dot1qEncap dot1qEncap = subIntfDot1qEncapChange_->dot1qEncap(subIntfId);
-   bool add = !dot1qEncap.isZero();
    TRACE(7, __func__, ": dot1qEncap: ", dot1qEncap, ", add: ", add);
    IntfId parentIntfId = Plexus::SubIntfId::parentIntfId(subIntfId);
    TRACE(7, __func__, ": parentIntfId: ", parentIntfId);

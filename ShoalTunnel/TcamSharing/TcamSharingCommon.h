@@ -70,9 +70,9 @@ class TCAM_SHARING_EXPORT TcamSharingCommonBase : public Orv::Entity {
    explicit TcamSharingCommonBase(Orv::Name name) : name_(std::move(name)) {}
    Orv::Name const& name() const { return name_; }
 
-   // Entries that could not be programmed yet; one counts only while its value is true. Set by the
-   // programming machines, deleted by the intake.
-   ORV_COLLECTION(retryList, TcamSharingEntry, bool, Orv::Keyed)
+   // Entries that could not be programmed yet. Set by the programming machines, deleted by the
+   // intake.
+   ORV_SET(retryList, TcamSharingEntry, Orv::Keyed)
    // The ISEM key programmed last for a request. Written by TcamSharingSemSm.
    ORV_COLLECTION(tcamRequestToIsemKeyMapping, TcamSharingRequest, AradSemKeyAndFap,
                   Orv::KeyedByIndex)

@@ -21,13 +21,15 @@ TcamSharingHelper::TcamSharingHelper(
     Orv::Ptr<VlanTagToVsiMapperSm const> vlanTagToVsiMapperSm,
     Orv::Ptr<Interface::SubIntfStatusDir const> subIntfStatusDir,
     Orv::Ptr<Interface::SubIntfDynDot1qEncap const> dynSubIntfEncap)
-    : scsd_(std::move(scsd)), shoalStatus_(std::move(shoalStatus)),
-      vlanDomainStatus_(std::move(vlanDomainStatus)),
-      subIntfConfigDir_(std::move(subIntfConfigDir)), intfVlanIdTable_(std::move(intfVlanIdTable)),
-      ethIntfStatusDir_(std::move(ethIntfStatusDir)), portMapHelper_(std::move(portMapHelper)),
-      vlanTagToVsiMapperSm_(std::move(vlanTagToVsiMapperSm)),
-      subIntfStatusDir_(std::move(subIntfStatusDir)), dynSubIntfEncap_(std::move(dynSubIntfEncap)) {
-}
+    : scsd_(ORV_NOT_NULL(scsd)), shoalStatus_(ORV_NOT_NULL(shoalStatus)),
+      vlanDomainStatus_(ORV_NOT_NULL(vlanDomainStatus)),
+      subIntfConfigDir_(ORV_NOT_NULL(subIntfConfigDir)),
+      intfVlanIdTable_(ORV_NOT_NULL(intfVlanIdTable)),
+      ethIntfStatusDir_(ORV_NOT_NULL(ethIntfStatusDir)),
+      portMapHelper_(ORV_NOT_NULL(portMapHelper)),
+      vlanTagToVsiMapperSm_(ORV_NOT_NULL(vlanTagToVsiMapperSm)),
+      subIntfStatusDir_(ORV_NOT_NULL(subIntfStatusDir)),
+      dynSubIntfEncap_(ORV_NOT_NULL(dynSubIntfEncap)) {}
 
 PortMap TcamSharingHelper::intfToPortMap(IntfId intf) const {
    // An absent interface reads as the null port, and that as the null port map.

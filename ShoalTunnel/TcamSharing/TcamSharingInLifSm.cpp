@@ -24,10 +24,10 @@ TcamSharingInLifSm::TcamSharingInLifSm(Orv::Ptr<Shoal::Status const> shoalStatus
                                        Orv::Ptr<VlanTagToVsiMapperConfig> vtagToVsiConfig,
                                        Orv::Ptr<VlanTagToVsiMapperStatus const> vtagToVsiStatus,
                                        Orv::Ptr<TcamSharingInLifCommon> tcamSharingCommon)
-    : TcamSharingBaseSm(std::move(shoalStatus), std::move(tcamSharingConfig),
-                        std::move(tcamSharingStatus), std::move(tcamSharingHelper)),
-      vtagToVsiConfig_(std::move(vtagToVsiConfig)), vtagToVsiStatus_(std::move(vtagToVsiStatus)),
-      tcamSharingCommon_(std::move(tcamSharingCommon)), orvVtagToVsiStatus_(this) {
+    : TcamSharingBaseSm(ORV_NOT_NULL(shoalStatus), std::move(tcamSharingConfig),
+                        ORV_NOT_NULL(tcamSharingStatus), ORV_NOT_NULL(tcamSharingHelper)),
+      vtagToVsiConfig_(ORV_NOT_NULL(vtagToVsiConfig)), vtagToVsiStatus_(std::move(vtagToVsiStatus)),
+      tcamSharingCommon_(ORV_NOT_NULL(tcamSharingCommon)), orvVtagToVsiStatus_(this) {
    doWatch(orvVtagToVsiStatus_, vtagToVsiStatus_);
    doHandleAllRequests();
 }

@@ -46,12 +46,12 @@ TcamSharingMergeSm::TcamSharingMergeSm(
     : tcamSharingShoalAclConfig_(std::move(tcamSharingShoalAclConfig)),
       tcamSharingShoalLumenConfig_(std::move(tcamSharingShoalLumenConfig)),
       tcamSharingShoalRampartConfig_(std::move(tcamSharingShoalRampartConfig)),
-      tcamSharingMergedConfig_(std::move(tcamSharingMergedConfig)),
-      tcamSharingShoalAclStatus_(std::move(tcamSharingShoalAclStatus)),
-      tcamSharingShoalLumenStatus_(std::move(tcamSharingShoalLumenStatus)),
-      tcamSharingShoalRampartStatus_(std::move(tcamSharingShoalRampartStatus)),
+      tcamSharingMergedConfig_(ORV_NOT_NULL(tcamSharingMergedConfig)),
+      tcamSharingShoalAclStatus_(ORV_NOT_NULL(tcamSharingShoalAclStatus)),
+      tcamSharingShoalLumenStatus_(ORV_NOT_NULL(tcamSharingShoalLumenStatus)),
+      tcamSharingShoalRampartStatus_(ORV_NOT_NULL(tcamSharingShoalRampartStatus)),
       tcamSharingMergedStatus_(std::move(tcamSharingMergedStatus)),
-      shoalStatus_(std::move(shoalStatus)), orvTcamSharingShoalAclConfig_(this),
+      shoalStatus_(ORV_NOT_NULL(shoalStatus)), orvTcamSharingShoalAclConfig_(this),
       orvTcamSharingShoalLumenConfig_(this), orvTcamSharingShoalRampartConfig_(this),
       orvTcamSharingMergedStatus_(this) {
    if (tcamSharingShoalAclConfig_) {

@@ -19,11 +19,11 @@ TcamSharingSemSm::TcamSharingSemSm(Orv::Ptr<Shoal::Status const> shoalStatus,
                                    Orv::Ptr<SemTableConfig> isemBTableConfig,
                                    Orv::Ptr<SemTableStatus const> isemBTableStatus,
                                    Orv::Ptr<TcamSharingSemCommon> tcamSharingCommon)
-    : TcamSharingBaseSm(std::move(shoalStatus), std::move(tcamSharingConfig),
-                        std::move(tcamSharingStatus), std::move(tcamSharingHelper)),
-      isemBTableConfig_(std::move(isemBTableConfig)),
+    : TcamSharingBaseSm(ORV_NOT_NULL(shoalStatus), std::move(tcamSharingConfig),
+                        ORV_NOT_NULL(tcamSharingStatus), ORV_NOT_NULL(tcamSharingHelper)),
+      isemBTableConfig_(ORV_NOT_NULL(isemBTableConfig)),
       isemBTableStatus_(std::move(isemBTableStatus)),
-      tcamSharingCommon_(std::move(tcamSharingCommon)), orvIsemBTableStatus_(this) {
+      tcamSharingCommon_(ORV_NOT_NULL(tcamSharingCommon)), orvIsemBTableStatus_(this) {
    doWatch(orvIsemBTableStatus_, isemBTableStatus_);
    doHandleAllRequests();
 }
@@ -39,7 +39,7 @@ void TcamSharingSemSm::orvDoZombieReactors(bool zombie) {
 
 void TcamSharingSemSm::handleTcamSharingConfig(TcamSharingRequest const& request) {
    TRACE(8, "TcamSharingSemSm::handleTcamSharingConfig");
-   if (tcamSharingCommon_ && tcamSharingCommon_->notARealDelete()) {
+   if (tcamSharingCommon_->notARealDelete()) {
       return;
    }
    TcamSharingPolicyId policyId = tcamSharingConfig()->request(request);
@@ -168,9 +168,6 @@ void TcamSharingSemSm::doDropUser(AradSemKeyAndFap key, TcamSharingRequest const
 void TcamSharingSemSm::handleIsemBTableStatus(AradSemKeyAndFap const& keyAndFap) {
    TRACE(8, "TcamSharingSemSm::handleIsemBTableStatus: ", keyAndFap,
          ", keyType: ", static_cast<uint32_t>(keyAndFap.key().keyType()));
-   if (!initialized()) {
-      return;
-   }
    SemTableStatusEntry statusEntry = isemBTableStatus_->status(keyAndFap);
    // An entry answers a write; its absence answers a removal.
    bool statusFromPendingInsert = statusEntry != SemTableStatusEntry();

@@ -1,5 +1,6 @@
 #include "ShoalTunnel/TcamSharing/TcamSharingTunnelInLifSm.h"
 
+#include "platform/Orv/Failure.h"
 #include "platform/Trace/Trace.h"
 #include "ShoalTunnel/TcamSharing/TcamSharingInLifPolicyId.h"
 
@@ -15,11 +16,11 @@ TcamSharingTunnelInLifSm::TcamSharingTunnelInLifSm(
     Orv::Ptr<TunnelPolicyMapperConfig> tunnelToPolicyConfig,
     Orv::Ptr<TunnelPolicyMapperStatus const> tunnelToPolicyStatus,
     Orv::Ptr<TcamSharingInLifCommon> tcamSharingCommon)
-    : TcamSharingBaseSm(std::move(shoalStatus), std::move(tcamSharingConfig),
-                        std::move(tcamSharingStatus), std::move(tcamSharingHelper)),
-      tunnelToPolicyConfig_(std::move(tunnelToPolicyConfig)),
+    : TcamSharingBaseSm(ORV_NOT_NULL(shoalStatus), std::move(tcamSharingConfig),
+                        ORV_NOT_NULL(tcamSharingStatus), ORV_NOT_NULL(tcamSharingHelper)),
+      tunnelToPolicyConfig_(ORV_NOT_NULL(tunnelToPolicyConfig)),
       tunnelToPolicyStatus_(std::move(tunnelToPolicyStatus)),
-      tcamSharingCommon_(std::move(tcamSharingCommon)), orvTunnelToPolicyStatus_(this) {
+      tcamSharingCommon_(ORV_NOT_NULL(tcamSharingCommon)), orvTunnelToPolicyStatus_(this) {
    doWatch(orvTunnelToPolicyStatus_, tunnelToPolicyStatus_);
    doHandleAllRequests();
 }

@@ -1,5 +1,6 @@
 #include "ShoalTunnel/VlanDomainSm/VlanDomainSm.h"
 
+#include "platform/Orv/Failure.h"
 #include "platform/Trace/Trace.h"
 
 namespace Hardware::ShoalTunnel {
@@ -12,14 +13,12 @@ VlanDomainSm::VlanDomainSm(Orv::Ptr<Shoal::Status const> shoalStatus,
                            Orv::Ptr<Shoal::VlanDomainStatus const> vlanDomainStatus,
                            Orv::Ptr<IntfToVlanDomainStatus> intfToVlanDomainStatus,
                            Orv::Ptr<IntfToFapIdStatus> intfToFapIdStatus)
-    : shoalStatus_(std::move(shoalStatus)), vlanDomainStatus_(std::move(vlanDomainStatus)),
-      intfToVlanDomainStatus_(std::move(intfToVlanDomainStatus)),
-      intfToFapIdStatus_(std::move(intfToFapIdStatus)), orvShoalStatus_(this),
+    : shoalStatus_(ORV_NOT_NULL(shoalStatus)), vlanDomainStatus_(std::move(vlanDomainStatus)),
+      intfToVlanDomainStatus_(ORV_NOT_NULL(intfToVlanDomainStatus)),
+      intfToFapIdStatus_(ORV_NOT_NULL(intfToFapIdStatus)), orvShoalStatus_(this),
       orvVlanDomainStatus_(this) {
-   if (shoalStatus_) {
-      shoalStatus_->sysPhyPortIdCollection().watch(orvShoalStatus_.sysPhyPortId);
-      shoalStatus_->portMapVersionAttribute().watch(orvShoalStatus_.portMapVersion);
-   }
+   shoalStatus_->sysPhyPortIdCollection().watch(orvShoalStatus_.sysPhyPortId);
+   shoalStatus_->portMapVersionAttribute().watch(orvShoalStatus_.portMapVersion);
    if (vlanDomainStatus_) {
       vlanDomainStatus_->portTunnelDataCollection().watch(orvVlanDomainStatus_);
    }

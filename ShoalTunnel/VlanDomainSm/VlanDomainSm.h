@@ -7,7 +7,7 @@
 // and a walk takes no domain away from an interface that is still there: both on purpose, a port
 // map in the middle of being rewritten must not take a domain from under the entries that use it.
 //
-// Reads the chip-family status (never null once a handler runs) and the VLAN domain status (null
+// Reads the chip-family status (never null) and the VLAN domain status (null
 // reads as empty); writes the two published tables. Live from construction. Event thread only.
 #pragma once
 

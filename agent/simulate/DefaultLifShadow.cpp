@@ -14,6 +14,10 @@ InLifIntfKey on(IntfId port, SystemTcamId tcam) {
 
 } // namespace
 
+std::string DefaultLifShadow::unitIn(IntfId intf) {
+   return intf.name().substr(0, intf.name().rfind('/') + 1);
+}
+
 bool DefaultLifShadow::isMember(IntfId port) const {
    return world().lagPhyIntfMapping->phyIntfLag(port) != IntfId();
 }
@@ -189,6 +193,25 @@ void DefaultLifShadow::handlePortMapVersion() {
       }
    }
    marked_.clear();
+   dropUncovered();
+   vlanKeys_.clear();
+   for (InLifIntfKey key : features_.order()) {
+      if (Plexus::SubIntfId::isSubIntfId(key.intfId())) {
+         continue;
+      }
+      if (Plexus::VlanIntfId::isVlanIntfId(key.intfId())) {
+         handleVlanKey(key, true);
+      } else {
+         handlePortKey(key, true);
+      }
+   }
+   for (auto const& [port, vlan] : std::map(vlan_)) {
+      followPort(port);
+   }
+   std::erase_if(vlanWords_, [&](auto const& each) { return !vlanKey_.contains(each.first); });
+}
+
+void DefaultLifShadow::dropUncovered() {
    std::set<IntfId> ports;
    std::set<InLifIntfKey> keys;
    for (InLifIntfKey key : features_.order()) {
@@ -204,22 +227,17 @@ void DefaultLifShadow::handlePortMapVersion() {
        0) {
       probes_.hit("features: a word that nobody asks for goes");
    }
-   std::erase_if(spread_, [&](auto const& each) { return !keys.contains(each.first); });
-   vlanKeys_.clear();
-   for (InLifIntfKey key : features_.order()) {
-      if (Plexus::SubIntfId::isSubIntfId(key.intfId())) {
-         continue;
-      }
-      if (Plexus::VlanIntfId::isVlanIntfId(key.intfId())) {
-         handleVlanKey(key, true);
-      } else {
-         handlePortKey(key, true);
+   for (auto const& [key, features] : std::map(spread_)) {
+      if (!keys.contains(key)) {
+         erase(key);
       }
    }
-   for (auto const& [port, vlan] : std::map(vlan_)) {
-      updateVlanWord(port);
+}
+
+void DefaultLifShadow::handlePortMachineBuilt() {
+   if (portMapValid()) {
+      dropUncovered();
    }
-   std::erase_if(vlanWords_, [&](auto const& each) { return !vlanKey_.contains(each.first); });
 }
 
 void DefaultLifShadow::handleFreshStart() {
@@ -266,13 +284,19 @@ InLifIntfKey DefaultLifShadow::laidOver(IntfId port) const {
                    has->second.intfId().fields().vlanId == vlan.value();
       return stays ? has->second : InLifIntfKey();
    }
-   auto keys = vlanKeys_.find({vlan, world().shoalStatus->sysTcamId(port)});
-   return keys != vlanKeys_.end() && !keys->second.empty() ? keys->second.back() : InLifIntfKey();
+   SystemTcamId tcam = world().shoalStatus->sysTcamId(port);
+   auto own = vlanKeys_.find({unitIn(port), vlan, tcam});
+   auto any = own != vlanKeys_.end() ? own : vlanKeys_.find({"", vlan, tcam});
+   return any != vlanKeys_.end() ? any->second : InLifIntfKey();
 }
 
 void DefaultLifShadow::followPort(IntfId port) {
+   IntfId lag = world().lagPhyIntfMapping->phyIntfLag(port);
+   bool halfIn = lag != IntfId() && !world().lagPhyIntfMapping->isMember(lag, port);
    Vlan vlan = vlanNow(port);
-   if (vlan == Vlan()) {
+   if (halfIn && !portMapValid()) {
+      // Keeps its VLAN until the member list names it.
+   } else if (vlan == Vlan()) {
       vlan_.erase(port);
    } else {
       vlan_[port] = vlan;
@@ -301,14 +325,9 @@ void DefaultLifShadow::updateVlanWord(IntfId port) {
 
 void DefaultLifShadow::handleVlanKey(InLifIntfKey key, bool present) {
    Vlan vlan(key.intfId().fields().vlanId);
-   auto& keys = vlanKeys_[{vlan, key.tcamId()}];
-   if (!present) {
-      std::erase(keys, key);
-   } else if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
-      keys.push_back(key);
-   }
-   if (keys.size() > 1) {
-      probes_.hit("rule: of two keys of a VLAN the youngest counts");
+   vlanKeys_.erase({unitIn(key.intfId()), vlan, key.tcamId()});
+   if (present) {
+      vlanKeys_[{unitIn(key.intfId()), vlan, key.tcamId()}] = key;
    }
    for (auto const& [port, of] : std::map(vlan_)) {
       auto has = vlanKey_.find(port);

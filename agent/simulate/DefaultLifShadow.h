@@ -22,6 +22,7 @@ class DefaultLifShadow {
    void handleUntaggedVlan(IntfId intf);
    void handlePortMapVersion();
    void handleTcam(IntfId port);
+   void handlePortMachineBuilt();
    void handleVlanMachineGone();
    void handleVlanMachineBuilt();
    void handleFreshStart();
@@ -36,12 +37,16 @@ class DefaultLifShadow {
    World const& world() const { return host_.world(); }
    bool portMapValid() const { return world().shoalStatus->portMapValid(); }
    bool isMember(IntfId port) const;
+   // "" for a name without one.
+   static std::string unitIn(IntfId intf);
    // The ports whose words are made from a port's or port-channel's key.
    std::vector<IntfId> covered(InLifIntfKey key) const;
    void handlePortKey(InLifIntfKey key, bool present);
    void handleVlanKey(InLifIntfKey key, bool present);
    void write(InLifIntfKey key, IntfId port);
    void erase(InLifIntfKey expanded);
+   // Words and spread features that no key leads to.
+   void dropUncovered();
    void spreadChanged(InLifIntfKey expanded);
 
    using Vlan = Bridging::VlanIdOrNone;
@@ -64,7 +69,8 @@ class DefaultLifShadow {
    std::map<IntfId, Word> vlanWords_;
    std::map<IntfId, InLifIntfKey> vlanKey_; // whose word a port has
    std::map<IntfId, Vlan> vlan_;
-   std::map<std::pair<Vlan, SystemTcamId>, std::vector<InLifIntfKey>> vlanKeys_; // youngest last
+   // By unit, as in the interface's name, VLAN and TCAM.
+   std::map<std::tuple<std::string, Vlan, SystemTcamId>, InLifIntfKey> vlanKeys_;
    // Ports to whom something happened that a fresh start would not know of, since the port map's
    // last version.
    std::set<IntfId> marked_;

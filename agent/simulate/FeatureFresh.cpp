@@ -96,7 +96,9 @@ bool DefaultLifShadow::leadsTo(InLifIntfKey key, IntfId port) const {
       return false;
    }
    if (Plexus::VlanIntfId::isVlanIntfId(key.intfId())) {
+      std::string unit = unitIn(key.intfId());
       return key.intfId().fields().vlanId == vlanNow(port).value() &&
+             (unit.empty() || unit == unitIn(port)) &&
              key.tcamId() == world().shoalStatus->sysTcamId(port);
    }
    auto ports = covered(key);

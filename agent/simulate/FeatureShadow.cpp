@@ -205,6 +205,10 @@ void FeatureShadow::handleBuilt(Machine machine) {
          answer(key);
       }
       break;
+   case Machine::portWords:
+      defaultLifs_->handlePortMachineBuilt();
+      handleEvery(machine);
+      break;
    case Machine::vlanWords:
       defaultLifs_->handleVlanMachineGone();
       handleEvery(machine);

@@ -210,7 +210,7 @@ void IntakeShadow::handleInternalVlan(IntfId intf) {
 void IntakeShadow::handleTags(IntfId subIntf) {
    auto const& world = facts_.world();
    FapId unit = facts_.parentUnit(subIntf);
-   bool added = !world.subIntfDot1qEncapChange->dot1qEncap(subIntf).isZero();
+   bool added = world.subIntfDot1qEncapChange->dot1qEncapHas(subIntf);
    auto config = world.subIntfConfigDir->subIntfConfig(subIntf);
    for (TcamSharingRequest request : asked(subIntf)) {
       if (!unit.isNull() && request.fapId() != unit) {
@@ -319,7 +319,7 @@ bool IntakeShadow::outHolds(TcamSharingRequest request, TakenOut why) const {
       return !status || !status->programInHw();
    }
    case TakenOut::tags:
-      return world.subIntfDot1qEncapChange->dot1qEncap(request.intfId()).isZero();
+      return !world.subIntfDot1qEncapChange->dot1qEncapHas(request.intfId());
    case TakenOut::vlan:
       return world.intfVlanIdTable->internalVlanId(request.intfId()).value() == 0;
    case TakenOut::tagsElsewhere:

@@ -160,7 +160,6 @@ constexpr std::string_view names[] = {
     "rule: a port-channel that comes after its request is not answered",
     "rule: a port-channel that goes leaves its answers",
     "rule: a port's place shows with the port map's version",
-    "rule: of two keys of a VLAN the youngest counts",
     "rule: VLAN words of an earlier machine stay while the port map is not valid",
     "history: refused, would stop the library",
     "history: refused",

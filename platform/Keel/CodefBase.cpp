@@ -9,7 +9,19 @@ CodefBase::~CodefBase() = default;
 void CodefBase::dispatch() {
    Seconds start = Orv::System::currentTime();
    dispatchCountInc(1);
-   updatesProcessedInc(processBacklog(start));
+   workedBeforeException_ = 0;
+   uint32_t worked = 0;
+   try {
+      worked = processBacklog(start);
+   } catch (...) {
+      endSlice(start, workedBeforeException_);
+      throw;
+   }
+   endSlice(start, worked);
+}
+
+void CodefBase::endSlice(Seconds start, uint32_t worked) {
+   updatesProcessedInc(worked);
    timeUsed_ += Orv::System::currentTime() - start;
    if (backlogSize() > 0) {
       yieldBeforeFinishingCountInc(1);

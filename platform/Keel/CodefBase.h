@@ -2,7 +2,8 @@
 //
 // Owns the dispatch timer. When it fires, the derived class's processBacklog(now) works one slice
 // and returns how many items it worked; while backlogSize() is above 0 the base asks for another
-// slice at once, behind whatever else the loop has to do.
+// slice at once, behind whatever else the loop has to do. A slice that ends by an exception counts
+// like any other, and is followed by the next; the exception goes on to whoever runs the timers.
 #pragma once
 
 #include "platform/Orv/Clock.h"
@@ -50,12 +51,19 @@ class ORV_EXPORT CodefBase : public Orv::RefCounted {
    Dispatch& clockNotifiee() { return clockNotifiee_; }
    Dispatch const& clockNotifiee() const { return clockNotifiee_; }
 
+ protected:
+   // For a slice that an exception leaves, in place of its return value: the number of items
+   // worked, the one that threw included. That one must be out of the backlog.
+   void workedBeforeExceptionIs(uint32_t items) { workedBeforeException_ = items; }
+
  private:
    void dispatch();
+   void endSlice(Seconds start, uint32_t worked);
 
    Dispatch clockNotifiee_;
    Seconds backlogQuantum_ = 0.1;
    Seconds timeUsed_ = 0.0;
+   uint32_t workedBeforeException_ = 0;
 };
 
 } // namespace Keel

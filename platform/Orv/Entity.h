@@ -80,7 +80,7 @@ class ORV_EXPORT Entity : public RefCounted {
    }                                                                                               \
    ORV_COLLECTION_COMMON(attr, K)
 
-// A set: fooIs(key) adds.
+// A set: fooIs(key) adds, fooIs(key, false) takes out, so that every member is true.
 #define ORV_SET(attr, K, Kind)                                                                     \
  private:                                                                                          \
    Kind<K, bool> attr##_;                                                                          \
@@ -90,7 +90,11 @@ class ORV_EXPORT Entity : public RefCounted {
       return attr##_.get(key);                                                                     \
    }                                                                                               \
    void attr##Is(K const& key, bool present = true) {                                              \
-      attr##_.set(key, present);                                                                   \
+      if (present) {                                                                               \
+         attr##_.set(key, true);                                                                   \
+      } else {                                                                                     \
+         attr##_.del(key);                                                                         \
+      }                                                                                            \
    }                                                                                               \
    ORV_COLLECTION_COMMON(attr, K)
 

@@ -5,6 +5,7 @@
 
 #include <sstream>
 #include <string>
+#include <utility>
 
 namespace Orv {
 
@@ -34,6 +35,15 @@ template<class... Parts>
    fail(Failure{condition, explanation.str(), function, file, line});
 }
 
+template<class Pointer>
+Pointer notNull(Pointer pointer, char const* condition, char const* function, char const* file,
+                int line) {
+   if (!pointer) [[unlikely]] {
+      failWith(condition, function, file, line);
+   }
+   return pointer;
+}
+
 } // namespace Orv
 
 // `text` is the condition in the words that the operator sees, to the character; what follows it
@@ -48,3 +58,8 @@ template<class... Parts>
          ::Orv::failWith(text, function, __FILE__, __LINE__ __VA_OPT__(, ) __VA_ARGS__);           \
       }                                                                                            \
    } while (false)
+
+// For initializers: the pointer, moved. A null one is an invariant failure that names it.
+#define ORV_NOT_NULL(pointer)                                                                      \
+   ::Orv::notNull(std::move(pointer), #pointer " != nullptr", __PRETTY_FUNCTION__, __FILE__,       \
+                  __LINE__)

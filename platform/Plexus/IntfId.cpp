@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <limits>
+#include <map>
 #include <optional>
 
 namespace Plexus {
@@ -20,15 +22,27 @@ bool allDigits(std::string_view text) {
 }
 
 // The number of "Vlan<number>" without padding; nothing for every other name. Whether it is a VLAN
-// is for those to say who use it as one.
+// is for those to say who use it as one: a number beyond 16 bits reads as the largest, which is
+// none.
 std::optional<uint16_t> vlanOf(std::string_view base) {
    // A flood entry's name carries its mark behind the number.
    std::string_view digits = base.substr(4, std::min(base.size(), base.find("-L3Flood")) - 4);
    uint16_t vlan = 0;
-   auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), vlan);
-   bool whole = allDigits(digits) && error == std::errc() && end == digits.data() + digits.size();
+   auto error = std::from_chars(digits.data(), digits.data() + digits.size(), vlan).ec;
    bool padded = digits.size() > 1 && digits.front() == '0';
-   return whole && !padded ? std::optional(vlan) : std::nullopt;
+   if (!allDigits(digits) || padded) {
+      return std::nullopt;
+   }
+   return error == std::errc() ? vlan : std::numeric_limits<uint16_t>::max();
+}
+
+// Units are numbered as their names are first seen, from 1.
+uint32_t unitOf(std::string_view unit) {
+   static std::map<std::string, uint32_t, std::less<>> numbers;
+   auto found = numbers.find(unit);
+   return found != numbers.end()
+              ? found->second
+              : numbers.emplace(unit, static_cast<uint32_t>(numbers.size() + 1)).first->second;
 }
 
 IntfIdFields classify(std::string_view name) {
@@ -36,7 +50,11 @@ IntfIdFields classify(std::string_view name) {
    fields.name = name;
    fields.l3Flood = name.find("L3Flood") != std::string_view::npos;
    auto slash = name.rfind('/');
-   std::string_view base = slash == std::string_view::npos ? name : name.substr(slash + 1);
+   std::string_view base = name;
+   if (slash != std::string_view::npos) {
+      base = name.substr(slash + 1);
+      fields.unit = unitOf(name.substr(0, slash));
+   }
    auto dot = name.rfind('.');
    bool dotInBase =
        dot != std::string_view::npos && (slash == std::string_view::npos || dot > slash);

@@ -32,6 +32,7 @@ struct IntfIdFields {
    bool l3Flood = false;
    uint16_t vlanId = 0;      // of a VLAN interface, 0 otherwise
    uint32_t parentIndex = 0; // of a sub-interface, the empty interface otherwise
+   uint32_t unit = 0;        // a number for the prefix, 0 without one
 
    friend bool operator==(IntfIdFields const& a, IntfIdFields const& b) { return a.name == b.name; }
 };

@@ -88,6 +88,66 @@ TEST_F(BaseInLifTest, NothingHappensBeforeTheStart) {
    EXPECT_EQ(InLifMachines::word(later.vlans, "Ethernet1"), 1U);
 }
 
+// A feature that hears of the end of its answer may ask for something else there at once.
+TEST_F(BaseInLifTest, WhatIsAskedForAtTheEndOfAnAnswerIsAnswered) {
+   Hearer<InLifFeatureKey> feature(responses->responseCollection(), [&](InLifFeatureKey of) {
+      if (!responses->responseHas(of) && of.featureType() == Type::feature1) {
+         acl->requestIs({InLifFeatureKey(of.intfKey(), Type::feature3), 7});
+      }
+   });
+   untag("Ethernet2", 5);
+   for (char const* intf : {"Ethernet1", "Ethernet1.10", "Vlan5"}) {
+      ask(intf, 1, 1, 5);
+      withdraw(intf, 1, 1);
+      EXPECT_EQ(answers(intf, 1), "feature3:1 ") << intf;
+   }
+   EXPECT_EQ(portWord("Ethernet1"), 0x700U);
+   EXPECT_EQ(vlanWord("Ethernet2"), 0x700U);
+   EXPECT_EQ(responseSm->lifStatusResponses(), 3U);
+}
+
+TEST_F(BaseInLifTest, AMachineThatIsBuiltAgainTakesBackWhatWasWithdrawnMeanwhile) {
+   InLifSwitch& inputs = *this;
+   for (char const* port : {"Ethernet1", "Ethernet2"}) {
+      join("PortChannel1", port);
+   }
+   untag("Ethernet0", 5);
+   for (char const* intf : {"Ethernet0", "PortChannel1", "Ethernet1.10", "Vlan5"}) {
+      ask(intf, 1, 1, 3);
+   }
+   ask("Ethernet3", 2, 1, 4);
+   auto rebuild = [&] {
+      portSm =
+          portInLifIntfSmFactory(config, handled, status, ports, expanded, mapping,
+                                 Orv::make<Lag::Config>(), Orv::make<Shoal::LocalPortMapStatus>());
+      vlanSm = vlanInLifIntfSmFactory(config, handled, status, InLifMachines::vlans, expanded,
+                                      mapping, inputs.vlans);
+      subIntfSm = subIntfInLifIntfSmFactory(config, handled, status, subIntfs);
+      start();
+   };
+   portSm = nullptr;
+   vlanSm = nullptr;
+   subIntfSm = nullptr;
+   leave("Ethernet2"); // the port-channel still asks
+   for (char const* intf : {"Ethernet0", "Ethernet1.10", "Vlan5"}) {
+      withdraw(intf, 1, 1);
+   }
+   // Not while the port map is being rewritten.
+   status->portMapValidIs(false);
+   rebuild();
+   EXPECT_TRUE(ports->lifFeatureAttrHas(IntfId("Ethernet2")));
+   status->portMapValidIs(true);
+   rebuild();
+   EXPECT_EQ(ports->lifFeatureAttrs(), 2U);
+   EXPECT_EQ(portWord("Ethernet1"), 3U);
+   EXPECT_EQ(portWord("Ethernet3"), 0x40U);
+   EXPECT_EQ(expanded->requests(), 2U);
+   EXPECT_EQ(InLifMachines::vlans->lifFeatureAttrs() + subIntfs->lifFeatureAttrs(), 0U);
+   EXPECT_EQ(merged->lifFeatureAttrs(), 2U);
+   EXPECT_EQ(handled->responses(), 2U);
+   EXPECT_EQ(responses->responses(), 2U);
+}
+
 TEST_F(BaseInLifTest, AnAggregateIsFollowedOnceAndUntilItIsGivenUp) {
    ask("Ethernet1.10", 1, 2, 5);
    InLifIntfKey of = key("Ethernet1.10", 1);

@@ -41,7 +41,9 @@ std::string published(InLifMachines const& of) {
 
 class History : public InLifSwitch {
  public:
-   explicit History(unsigned seed) : random(seed) {}
+   explicit History(unsigned seed) : random(seed) {
+      status->sysTcamIdIs(IntfId("lc1/Ethernet0"), SystemTcamId(1));
+   }
 
    // Whether the rules keep the result equal to a fresh start's at every step: ports that join
    // port-channels have no requests of their own, and ports have theirs on their own TCAM.
@@ -52,15 +54,16 @@ class History : public InLifSwitch {
       case 1:
          return request("PortChannel" + pickOf({"1", "2"}), 1 + pick(2));
       case 2:
-         return request("Vlan" + pickOf({"10", "11"}), 1 + pick(2));
+         return request(pickOf({"Vlan10", "Vlan11", "lc1/Vlan10"}), 1 + pick(2));
       case 3:
          return request(pickOf({"Ethernet0.5", "PortChannel1.5"}), 1 + pick(2));
       case 4:
       case 5:
          return move("Ethernet" + std::to_string(2 + pick(4)));
       case 6:
-         return untag(pickOf({"Ethernet0", "Ethernet3", "PortChannel1", "PortChannel2"}),
-                      pick(3) == 0 ? 0 : 10 + pick(2));
+         return untag(
+             pickOf({"Ethernet0", "Ethernet3", "lc1/Ethernet0", "PortChannel1", "PortChannel2"}),
+             pick(3) == 0 ? 0 : 10 + pick(2));
       case 7:
          place(static_cast<uint16_t>(1 + pick(2)), 1 + pick(3), static_cast<uint16_t>(4 * pick(12)),
                0xf);
@@ -79,8 +82,6 @@ class History : public InLifSwitch {
       case 2:
          return status->sysTcamIdIs(IntfId("Ethernet" + std::to_string(pick(6))),
                                     SystemTcamId(static_cast<uint16_t>(1 + pick(2))));
-      case 3:
-         return request("lc1/Vlan10", 1 + pick(2));
       default:
          return orderlyStep();
       }
@@ -141,6 +142,11 @@ TEST(InLifHistoryTest, OrderlyHistoriesEqualAFreshStartAtEveryStep) {
          ASSERT_EQ(published(machines), published(InLifMachines(history)))
              << "seed " << seed << ", step " << step;
       }
+      // The requests gathered behind the machines that follow them.
+      InLifMachines followers(history, Orv::make<InLifIntfConfig>());
+      followers.start();
+      followers.inputDirSm = inLifFeatureRequestInputDirSmFactory(history.input, followers.config);
+      ASSERT_EQ(published(machines), published(followers)) << "seed " << seed;
    }
 }
 
@@ -155,7 +161,7 @@ TEST(InLifHistoryTest, APortMapChangeBringsWhatAFreshStartWouldGive) {
          }
          history.status->portMapValidIs(true);
          history.portMapChanged();
-         // The same configuration: of two keys that cover a port the last one in it counts.
+         // The same configuration: of two keys of one port the last one in it counts.
          InLifMachines fresh(history, machines.config);
          fresh.start();
          ASSERT_EQ(published(machines), published(fresh)) << "seed " << seed << ", round " << round;

@@ -10,6 +10,7 @@
 #include "ShoalTunnel/InLifIntfSm/VlanInLifIntfSm.h"
 #include "tests/ShoalTunnel/Traced.h"
 
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -19,6 +20,20 @@ using Bridging::VlanIdOrNone;
 using Plexus::IntfId;
 using Shoal::SystemTcamId;
 using Type = InLifFeatureType;
+
+// Calls a function at each change of a collection.
+template<class K>
+class Hearer : public Orv::Reactor<K> {
+ public:
+   template<class Of>
+   Hearer(Of const& collection, std::function<void(K const&)> action) : action_(std::move(action)) {
+      collection.watch(*this);
+   }
+   void handle(K const& key) override { action_(key); }
+
+ private:
+   std::function<void(K const&)> action_;
+};
 
 // What the machines read. Ethernet0 to Ethernet2 are on TCAM 1, Ethernet3 to Ethernet5 on TCAM 2;
 // feature n has 4 bits at 4 * (n - 1) on TCAM 1, and 4 bits further up on TCAM 2.

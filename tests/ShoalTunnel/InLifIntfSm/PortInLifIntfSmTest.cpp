@@ -112,17 +112,53 @@ TEST_F(PortInLifTest, PortsThatStayCoveredKeepTheirWordsThroughAPortMapChange) {
    ask("PortChannel1", 1, 1, 7);
    ask("Ethernet3", 2, 1, 7);
    join("PortChannel2", "Ethernet3"); // keeps its word: nobody's any more
-   struct Writes : Orv::Reactor<IntfId> {
-      std::string seen;
-      void handle(IntfId const& of) override { seen += of.name() + " "; }
-   } writes;
-   ports->lifFeatureAttrCollection().watch(writes);
+   std::string seen;
+   Hearer<IntfId> writes(ports->lifFeatureAttrCollection(),
+                         [&](IntfId of) { seen += of.name() + " "; });
    portMapChanged();
-   EXPECT_EQ(writes.seen, "Ethernet3 ");
+   EXPECT_EQ(seen, "Ethernet3 ");
    status->sysTcamIdIs(IntfId("Ethernet1"), SystemTcamId(2));
    EXPECT_EQ(portWord("Ethernet1"), 7U) << "followed with the port map's version";
    portMapChanged();
    EXPECT_FALSE(ports->lifFeatureAttrHas(IntfId("Ethernet1")) || expandedHas("Ethernet1", 1));
+}
+
+TEST_F(PortInLifTest, AMemberThatIsFalseIsNone) {
+   auto members = mapping->lagPhyIntfConfigIs(IntfId("PortChannel1"));
+   members->phyIntfIs(IntfId("Ethernet1"), false);
+   untag("PortChannel1", 10);
+   ask("PortChannel1", 1, 1, 7);
+   ask("Vlan10", 1, 2, 5);
+   EXPECT_EQ(ports->lifFeatureAttrs() + InLifMachines::vlans->lifFeatureAttrs(), 0U);
+   join("PortChannel1", "Ethernet1");
+   EXPECT_EQ(portWord("Ethernet1"), 7U);
+   EXPECT_EQ(vlanWord("Ethernet1"), 0x57U);
+   mapping->phyIntfLagDel(IntfId("Ethernet1"));
+   members->phyIntfIs(IntfId("Ethernet1"), false);
+   portMapChanged();
+   mapping->lagPhyIntfConfigDel(IntfId("PortChannel1"));
+   EXPECT_EQ(ports->lifFeatureAttrs() + InLifMachines::vlans->lifFeatureAttrs(), 0U);
+}
+
+// A second removal would take what was asked for when the first one was heard of.
+TEST_F(PortInLifTest, AWordThatNobodyAsksForIsRemovedOnce) {
+   join("PortChannel1", "Ethernet1");
+   ask("PortChannel1", 1, 1, 7);
+   status->portMapValidIs(false);
+   leave("Ethernet1"); // keeps the port-channel's word
+   status->portMapValidIs(true);
+   std::string seen;
+   Hearer<IntfId> feature(ports->lifFeatureAttrCollection(), [&](IntfId of) {
+      bool here = ports->lifFeatureAttrHas(of);
+      seen += (here ? "+" : "-") + of.name() + " ";
+      if (!here) {
+         ask(of.name(), 1, 2, 1);
+      }
+   });
+   portMapChanged();
+   EXPECT_EQ(seen, "-Ethernet1 +Ethernet1 ");
+   EXPECT_TRUE(expandedHas("Ethernet1", 1));
+   EXPECT_EQ(portWord("Ethernet1"), 0x10U);
 }
 
 } // namespace

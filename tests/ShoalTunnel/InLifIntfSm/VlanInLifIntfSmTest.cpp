@@ -67,15 +67,92 @@ TEST_F(VlanInLifTest, FollowsVlansAndMembers) {
    EXPECT_FALSE(vlanHas("Ethernet1"));
 }
 
-TEST_F(VlanInLifTest, TheYoungestOfTwoKeysCounts) {
-   untag("Ethernet0", 10);
-   ask("Vlan10", 1, 1, 1);
+TEST_F(VlanInLifTest, AVlanCoversThePortsOfItsUnit) {
+   for (char const* port : {"Ethernet0", "lc1/Ethernet0", "lc2/Ethernet0"}) {
+      status->sysTcamIdIs(IntfId(port), SystemTcamId(1));
+      untag(port, 10);
+   }
    ask("lc1/Vlan10", 1, 2, 2);
-   EXPECT_EQ(vlanWord("Ethernet0"), 0x20U);
-   ask("Vlan10", 1, 1, 3);
-   EXPECT_EQ(vlanWord("Ethernet0"), 0x20U) << "whichever changed last";
+   EXPECT_EQ(vlanWord("lc1/Ethernet0"), 0x20U);
+   EXPECT_FALSE(vlanHas("lc2/Ethernet0") || vlanHas("Ethernet0"));
+   ask("Vlan10", 1, 1, 1);
+   EXPECT_EQ(vlanWord("lc1/Ethernet0"), 0x20U) << "the unit's own counts before the chassis's";
+   EXPECT_EQ(vlanWord("lc2/Ethernet0"), 1U);
+   EXPECT_EQ(vlanWord("Ethernet0"), 1U);
    withdraw("lc1/Vlan10", 1, 2);
+   EXPECT_EQ(vlanWord("lc1/Ethernet0"), 1U);
+   ask("lc1/Vlan10", 1, 2, 3);
+   portMapChanged();
+   EXPECT_EQ(vlanWord("lc1/Ethernet0"), 0x30U) << "in whatever order they came";
+   EXPECT_EQ(vlanWord("lc2/Ethernet0"), 1U);
+   // A flood entry shares the VLAN's number, and is no VLAN interface.
+   ask("Vlan10-L3Flood", 1, 1, 9);
+   EXPECT_EQ(vlanWord("Ethernet0"), 1U);
+   EXPECT_EQ(answers("Vlan10-L3Flood", 1), "");
+}
+
+TEST_F(VlanInLifTest, AVlanOutOfRangeTakesNothingFromTheOthers) {
+   for (char const* vlan : {"Vlan0", "Vlan5000", "Vlan70000"}) {
+      EXPECT_THROW(ask(vlan, 1, 1, 1), Orv::RangeException) << vlan;
+      EXPECT_FALSE(ports->lifFeatureAttrHas(IntfId(vlan))) << "nor is it a port";
+   }
+   untag("Ethernet0", 10);
+   ask("Vlan10", 1, 1, 2);
+   EXPECT_THROW(portMapChanged(), Orv::RangeException);
+   EXPECT_EQ(vlanWord("Ethernet0"), 2U);
+   untag("Ethernet1", 10);
+   EXPECT_EQ(vlanWord("Ethernet1"), 2U);
+   ask("Vlan10", 1, 1, 3);
    EXPECT_EQ(vlanWord("Ethernet0"), 3U);
+}
+
+// What hears of a word may change what is being gone through.
+TEST_F(VlanInLifTest, APortMapChangeSurvivesWhoeverHearsOfItsWords) {
+   for (int port : {0, 1, 2}) {
+      untag("Ethernet" + std::to_string(port), static_cast<uint32_t>(10 + port % 2));
+      untag("Ethernet" + std::to_string(3 + port), 12);
+   }
+   ask("Vlan10", 1, 1, 1);
+   ask("Vlan11", 1, 1, 2);
+   for (int port : {0, 1, 2}) {
+      status->sysTcamIdIs(IntfId("Ethernet" + std::to_string(port)), SystemTcamId(2));
+      status->sysTcamIdIs(IntfId("Ethernet" + std::to_string(3 + port)), SystemTcamId(1));
+   }
+   bool done = false;
+   Hearer<IntfId> meddler(InLifMachines::vlans->lifFeatureAttrCollection(), [&](IntfId of) {
+      if (of == IntfId("Ethernet0") && !std::exchange(done, true)) {
+         withdraw("Vlan11", 1, 1);
+         untag("Ethernet2", 0);
+         ask("Vlan12", 1, 1, 4);
+         portMapChanged();
+      }
+   });
+   portMapChanged();
+   EXPECT_FALSE(vlanHas("Ethernet0") || vlanHas("Ethernet1") || vlanHas("Ethernet2"));
+   EXPECT_EQ(vlanWord("Ethernet3"), 4U);
+   EXPECT_EQ(answers("Vlan11", 1), "");
+   EXPECT_EQ(answers("Vlan12", 1), "feature1:1 ");
+}
+
+TEST_F(VlanInLifTest, WithoutAPortMapAPortStaysInItsVlanAcrossAJoin) {
+   for (char const* intf : {"Ethernet0", "Ethernet1", "Ethernet2", "PortChannel1"}) {
+      untag(intf, 10);
+   }
+   untag("PortChannel2", 11);
+   ask("Vlan10", 1, 1, 1);
+   ask("Vlan11", 1, 1, 2);
+   status->portMapValidIs(false);
+   join("PortChannel1", "Ethernet0");
+   EXPECT_EQ(vlanWord("Ethernet0"), 1U);
+   join("PortChannel2", "Ethernet1");
+   EXPECT_FALSE(vlanHas("Ethernet1")) << "it left its VLAN";
+   mapping->phyIntfLagIs(IntfId("Ethernet2"), IntfId("PortChannel1"));
+   EXPECT_EQ(vlanWord("Ethernet2"), 1U) << "on its way";
+   status->portMapValidIs(true);
+   portMapChanged();
+   EXPECT_EQ(vlanWord("Ethernet0"), 1U);
+   EXPECT_EQ(vlanWord("Ethernet1"), 2U);
+   EXPECT_FALSE(vlanHas("Ethernet2")) << "a member by both ends or not at all";
 }
 
 TEST_F(VlanInLifTest, WithoutAPortMapPortsOnlyLeave) {

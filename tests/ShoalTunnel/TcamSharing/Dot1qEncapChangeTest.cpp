@@ -195,15 +195,18 @@ TEST_F(Pipeline, APortChannelThatIsOnOneOfTheUnitsKeepsThatRequest) {
    EXPECT_FALSE(output->requestHas(request("PortChannel7.10", 2)));
 }
 
-TEST_F(Pipeline, ARecordWithoutTagsIsARemoval) {
-   output->requestIs(request("Ethernet1.10"), policy(5));
-   ask("Ethernet1.10", 5);
+TEST_F(Pipeline, ARecordWithoutTagsIsAChange) {
+   program("Ethernet1.10", 5, key(10, 11));
    encapChange->dot1qEncapIs(IntfId("Ethernet1.10"), {10, 0});
    run();
-   configDir->subIntfConfig(IntfId("Ethernet1.10"))->dot1qEncapIs({});
    domains->portTunnelDataDel({FapId(1), 1});
-   encapChange->dot1qEncapIs(IntfId("Ethernet1.10"), {});
-   EXPECT_FALSE(output->requestHas(request("Ethernet1.10")));
+   configDir->subIntfConfig(IntfId("Ethernet1.10"))->dot1qEncapIs({});
+   std::string text = traced([&] { encapChange->dot1qEncapIs(IntfId("Ethernet1.10"), {}); });
+   EXPECT_THAT(text, testing::HasSubstr("'outer': 0, 'inner': 0}), add: 1"));
+   EXPECT_TRUE(codef->backlog(request("Ethernet1.10")));
+   EXPECT_TRUE(output->requestHas(request("Ethernet1.10"))) << "nothing is withdrawn";
+   run();
+   EXPECT_EQ(answer("Ethernet1.10"), response(tcamSharingInProgress, 5));
 }
 
 TEST_F(Pipeline, ARemovalThatConcernsNoRequestIsNoConcern) {

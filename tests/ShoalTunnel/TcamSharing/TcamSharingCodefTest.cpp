@@ -184,6 +184,7 @@ TEST_F(CodefTest, ARetryEntryIsSupersededByWorkOnItsRequest) {
    common->retryListIs(entry("Ethernet1.10", 6), false);
    text = traced([&] { EXPECT_TRUE(codef->doProcessRetryEntry(entry("Ethernet1.10", 6))); });
    EXPECT_THAT(text, testing::Not(HasSubstr("obsolete"))) << "an entry counts only while true";
+   EXPECT_EQ(common->retryLists(), 1U);
    EXPECT_FALSE(codef->doProcessRetryEntry(entry("Ethernet1.10", 6)));
    common->retryListIs(entry("Ethernet2.10", 2), true);
    text = traced([&] { codef->doProcessRetryEntry(entry("Ethernet2.10", 2)); });
@@ -327,9 +328,10 @@ TEST_F(CodefTest, WhatGoesWhileItsInterfaceIsWalkedIsPassedOver) {
       configDir->subIntfConfig(homeless)->dot1qEncapIs({});
       encapChange->dot1qEncapDel(homeless);
    });
+   encapChange->dot1qEncapIs(homeless, {30, 0});
    walk("Ethernet9.10", "t-removing intf: ", [&] {
       configDir->subIntfConfigDel(homeless);
-      encapChange->dot1qEncapIs(homeless, {});
+      encapChange->dot1qEncapDel(homeless);
    });
 }
 

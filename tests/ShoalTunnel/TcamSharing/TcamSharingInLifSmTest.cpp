@@ -169,6 +169,19 @@ TEST_F(InLifTest, AMemberWithoutAnEntryStopsTheWalkAndMembersThatStandAreBypasse
    EXPECT_TRUE(quiet());
 }
 
+TEST_F(InLifTest, AMemberPortThatIsFalseIsNone) {
+   LagFapKey lag{IntfId("PortChannel7"), Shoal::fapLocalCoreIdToSystemTcamId(status, FapId(1), 0)};
+   mapper->vlanDomainManager()->vlanDomainPerLagFap(lag)->memberPortIs(2, false);
+   ask("PortChannel7.70", 5);
+   run();
+   EXPECT_EQ(data(member70("Ethernet1")), 5U);
+   EXPECT_EQ(data(member70("Ethernet2")), 0U);
+   lagDir->ethLagIntfStatus(IntfId("PortChannel7"))->memberDelAll();
+   lagDir->ethLagIntfStatus(IntfId("PortChannel7"))->memberIs(IntfId("Ethernet1"), false);
+   EXPECT_FALSE(helper->getVlanDomainForIntf(IntfId("PortChannel7.70"), FapId(1)))
+       << "without members";
+}
+
 TEST_F(InLifTest, APortChannelThatGoesInTheMiddleOfARemovalIsTracedAndDropped) {
    ask(lag70, 5);
    run();

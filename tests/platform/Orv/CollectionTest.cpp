@@ -319,6 +319,39 @@ struct Mirror : RefCounted {
    std::function<void()> atEnd_;
 };
 
+struct Sets : Entity {
+   ORV_ENTITY(Sets, "Test::Sets")
+   ORV_SET(keyed, Number, Keyed)
+   ORV_SET(ordered, Number, OrderedCollection)
+};
+
+TEST(CollectionKindsTest, AFalseMemberOfASetIsNone) {
+   Sets sets;
+   Sequence told;
+   Watcher<Number> watcher([&](Number key) { told.push_back(key.value); });
+   sets.keyedCollection().watch(watcher);
+   for (uint32_t each : {1U, 2U, 3U}) {
+      sets.keyedIs({each});
+      sets.orderedIs({each});
+   }
+   for (uint32_t each : {2U, 4U}) {
+      sets.keyedIs({each}, false);
+      sets.orderedIs({each}, false);
+   }
+   EXPECT_EQ(keys(sets.keyedCollection()), (Sequence{1, 3}));
+   EXPECT_EQ(keys(sets.orderedCollection()), (Sequence{1, 3}));
+   EXPECT_EQ(sets.keyeds() + sets.ordereds(), 4U);
+   EXPECT_FALSE(sets.keyedHas({2}) || sets.keyed({2}));
+   EXPECT_EQ(told, (Sequence{1, 2, 3, 2})) << "one that never was is no news";
+   // Taken out in the middle of a walk, it is not visited.
+   Sequence visited;
+   for (auto const& [key, present] : sets.keyedIter()) {
+      visited.push_back(key.value);
+      sets.keyedIs({3}, false);
+   }
+   EXPECT_EQ(visited, (Sequence{1}));
+}
+
 TEST(CollectionKindsTest, AValueIsDroppedWhenTheNewOneStands) {
    Keyed<Number, Ptr<Mirror>> of;
    int looked = 0;

@@ -1,0 +1,66 @@
+// Facts beyond their range, and watchers that throw, in the middle of a slice.
+#include "tests/ShoalTunnel/TcamSharing/Pipeline.h"
+
+#include "platform/Orv/Exception.h"
+
+namespace Hardware::ShoalTunnel {
+namespace {
+
+using SliceExceptionTest = Pipeline;
+
+TEST_F(SliceExceptionTest, ASliceThatThrowsLeavesTheRestToTheNext) {
+   time.costPerReadingIs(0.01);
+   addSubIntf("Ethernet1.30", 5000);
+   for (char const* intf : {"Ethernet1.10", "Ethernet1.30", "Ethernet1.20", "Ethernet2.10"}) {
+      ask(intf, 5);
+   }
+   EXPECT_THROW(timers.runDue(), Orv::RangeException);
+   EXPECT_EQ(codef->updatesProcessed(), 2U) << "the one that threw was worked";
+   EXPECT_EQ(codef->yieldBeforeFinishingCount(), 1U);
+   EXPECT_GT(codef->timeUsed(), 0.01);
+   EXPECT_EQ(codef->bookmark(), request("Ethernet1.20"));
+   EXPECT_EQ(codef->backlogSize(), 2U);
+   time.costPerReadingIs(0.0);
+   run();
+   EXPECT_TRUE(table->configHas(key(10, 11)) && table->configHas(key(20, 11)));
+   EXPECT_TRUE(table->configHas(key(10, 12)));
+   EXPECT_FALSE(codef->clockNotifiee().waiting()) << "and is not worked again by itself";
+   // Mended by its next change.
+   configDir->subIntfConfig(IntfId("Ethernet1.30"))->dot1qEncapIs({30, 0});
+   encapChange->dot1qEncapIs(IntfId("Ethernet1.30"), {30, 0});
+   run();
+   EXPECT_TRUE(table->configHas(key(30, 11)));
+   // The last one of the backlog: there is nothing to go on with.
+   addSubIntf("Ethernet1.40", 5000);
+   ask("Ethernet1.40", 5);
+   EXPECT_THROW(run(), Orv::RangeException);
+   EXPECT_FALSE(codef->clockNotifiee().waiting());
+}
+
+TEST_F(SliceExceptionTest, AWithdrawalThatIsNotRealEndsWithTheExceptionThatLeavesIt) {
+   struct Thrower : Orv::Reactor<TcamSharingRequest> {
+      explicit Thrower(TcamSharingConfig const& output) : output_(output) {
+         output.requestCollection().watch(*this);
+      }
+      void handle(TcamSharingRequest const& request) override {
+         if (!output_.requestHas(request)) {
+            throw Orv::RangeException("thrown by a watcher");
+         }
+      }
+      TcamSharingConfig const& output_;
+   };
+   program("Ethernet1.10", 5, key(10, 11));
+   encapChange->dot1qEncapIs(IntfId("Ethernet1.10"), {10, 0}); // the same policy again
+   {
+      Thrower thrower(*output);
+      EXPECT_THROW(run(), Orv::RangeException);
+   }
+   EXPECT_FALSE(common->notARealDelete());
+   EXPECT_TRUE(output->requestHas(request("Ethernet1.10"))) << "its entry is still in hardware";
+   withdraw("Ethernet1.10");
+   run();
+   EXPECT_FALSE(table->configHas(key(10, 11)));
+}
+
+} // namespace
+} // namespace Hardware::ShoalTunnel
