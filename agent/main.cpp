@@ -12,6 +12,7 @@
 #include <iostream>
 #include <optional>
 #include <sstream>
+#include <system_error>
 #include <unistd.h>
 
 namespace {
@@ -78,16 +79,14 @@ int simulate(Options const& options, Agent::SimulateOptions const& simulation) {
 }
 
 int decode(std::string const& path) {
-   auto content = Agent::fileContent(path);
-   if (!content) {
-      std::cerr << path << ": error: cannot be read\n";
-      return usageError;
-   }
    try {
-      Trace::printBlipline(*content, std::cout);
+      Trace::printBlipline(path, std::cout);
    } catch (Trace::BliplineError const& error) {
       std::cerr << path << ": error: " << error.what() << "\n";
       return 1;
+   } catch (std::system_error const& error) {
+      std::cerr << path << ": error: cannot be read: " << error.code().message() << "\n";
+      return usageError;
    }
    return 0;
 }

@@ -1,0 +1,94 @@
+// The program as a process: signals, limits, terminals, files that are none.
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using testing::HasSubstr;
+
+constexpr char const* run = SHOAL_AGENT " run --quiet --inventory examples/chassis.json ";
+
+class ProgramTest : public testing::Test {
+ protected:
+   ProgramTest() { std::filesystem::create_directory(folder_); }
+   ~ProgramTest() override { std::filesystem::remove_all(folder_); }
+
+   std::string path(std::string const& name) const { return folder_ + "/" + name; }
+   std::string file(std::string const& name, std::string const& content) const {
+      std::ofstream(path(name), std::ios::binary) << content;
+      return path(name);
+   }
+
+   struct Result {
+      int status; // as a shell tells it
+      std::string text;
+   };
+   // Both outputs of a shell command, which gets no more than a minute.
+   static Result shell(std::string const& command) {
+      std::string limited = "timeout 60 sh -c '" + command + "' 2>&1 </dev/null";
+      FILE* pipe = ::popen(limited.c_str(), "r");
+      std::string text;
+      std::array<char, 4096> buffer;
+      while (std::size_t got = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
+         text.append(buffer.data(), got);
+      }
+      int status = ::pclose(pipe);
+      return {WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status), text};
+   }
+   // A command line in one quoted word of the shell's.
+   Result commands(std::string const& lines, std::string const& before = "") const {
+      return shell(before + run + "--scenario " + file("commands", lines));
+   }
+
+   // What comes from `end` until `wanted` is there, or nothing comes for some time.
+   static std::string readUntil(int end, std::string const& wanted) {
+      std::string text;
+      std::array<char, 4096> buffer;
+      pollfd ready{end, POLLIN, 0};
+      while (text.find(wanted) == std::string::npos && ::poll(&ready, 1, 10000) == 1) {
+         ssize_t got = ::read(end, buffer.data(), buffer.size());
+         if (got <= 0) {
+            break;
+         }
+         text.append(buffer.data(), static_cast<std::size_t>(got));
+      }
+      return text;
+   }
+
+ private:
+   std::string folder_ = testing::TempDir() + "program-" + std::to_string(::getpid());
+};
+
+TEST_F(ProgramTest, OnlyRegularFilesAreDecoded) {
+   ASSERT_EQ(::mkfifo(path("fifo").c_str(), 0600), 0);
+   std::filesystem::resize_file(file("sparse", ""), uint64_t{1} << 40);
+   struct Case {
+      std::string name;
+      int status;
+      char const* error;
+   };
+   for (auto const& [name, status, error] :
+        {Case{"/dev/zero", 1, "is not a regular file"},
+         Case{"/dev/random", 1, "is not a regular file"},
+         Case{path("fifo"), 1, "is not a regular file"},
+         Case{path("."), 1, "is not a regular file"},
+         Case{path("sparse"), 1, "offset 0: not a Blipline file"},
+         Case{file("empty", ""), 1, "offset 0: the file ends inside a record of 64 bytes"},
+         Case{path("absent"), 2, "cannot be read: No such file or directory"}}) {
+      Result result = shell("timeout 10 " SHOAL_AGENT " decode " + name);
+      EXPECT_EQ(result.status, status) << name;
+      EXPECT_EQ(result.text, name + ": error: " + error + "\n");
+   }
+}
+
+} // namespace
