@@ -172,6 +172,12 @@ bool Host::traceFileIsOpen(std::string const& path) const {
    return traceFile_ != nullptr && std::filesystem::equivalent(path, traceFilePath_, none);
 }
 
+void Host::flushTraceFile() {
+   if (traceFile_) {
+      traceFile_->flush();
+   }
+}
+
 void Host::checkTraceFile() {
    if (traceFile_ && !traceFile_->flush()) {
       throw CommandError("cannot write all of " + traceFilePath_);

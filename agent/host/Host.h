@@ -75,6 +75,8 @@ class Host {
    void traceFileIs(std::string const& path);
    // Whether this file, by whatever name, is where they go.
    bool traceFileIsOpen(std::string const& path) const;
+   // What was traced so far survives whatever ends the process.
+   void flushTraceFile();
    // Throws CommandError when text traces were lost, as on a full disk.
    void checkTraceFile();
 

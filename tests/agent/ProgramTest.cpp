@@ -69,6 +69,35 @@ class ProgramTest : public testing::Test {
    std::string folder_ = testing::TempDir() + "program-" + std::to_string(::getpid());
 };
 
+TEST_F(ProgramTest, WhatWasPrintedBeforeASignalReachesThePipe) {
+   // Opening the trace file waits for somebody who reads it, so the agent stays in that command.
+   ASSERT_EQ(::mkfifo(path("fifo").c_str(), 0600), 0);
+   std::string scenario =
+       file("waits", "trace file " + path("trace") +
+                         "\ntrace text all on\nrequest acl lc1/asic0/Ethernet0.10 own 5\n"
+                         "echo one\ntrace file " +
+                         path("fifo") + "\n");
+   for (int signal : {SIGINT, SIGTERM}) {
+      int ends[2];
+      ASSERT_EQ(::pipe(ends), 0);
+      pid_t child = ::fork();
+      if (child == 0) {
+         ::dup2(ends[1], STDOUT_FILENO);
+         ::execl(SHOAL_AGENT, "shoal-agent", "run", "--quiet", "--inventory",
+                 "examples/chassis.json", "--scenario", scenario.c_str(), nullptr);
+         ::_exit(99);
+      }
+      ::close(ends[1]);
+      EXPECT_EQ(readUntil(ends[0], "one\n"), "one\n");
+      ::kill(child, signal);
+      int status = 0;
+      ::waitpid(child, &status, 0);
+      ::close(ends[0]);
+      EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
+      EXPECT_GT(std::filesystem::file_size(path("trace")), 0U);
+   }
+}
+
 TEST_F(ProgramTest, OnlyRegularFilesAreDecoded) {
    ASSERT_EQ(::mkfifo(path("fifo").c_str(), 0600), 0);
    std::filesystem::resize_file(file("sparse", ""), uint64_t{1} << 40);
