@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <iostream>
 #include <optional>
 #include <sstream>
@@ -190,6 +191,8 @@ int runProgram(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+   // A write past the limit of a file's size is an error where it happens.
+   std::signal(SIGXFSZ, SIG_IGN);
    int result = runProgram(argc, argv);
    if (!std::cout.flush()) {
       std::cerr << "shoal-agent: error: cannot write all of the output\n";

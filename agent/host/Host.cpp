@@ -162,9 +162,13 @@ void Host::traceFileIs(std::string const& path) {
    if (!*file) {
       throw CommandError("cannot write " + path);
    }
+   std::string lost = traceFile_ && !traceFile_->flush() ? traceFilePath_ : "";
    traceFile_ = std::move(file);
    traceFilePath_ = path;
    Trace::textSinkIs(traceFile_.get());
+   if (!lost.empty()) {
+      throw CommandError("cannot write all of " + lost + "; from now on the trace goes to " + path);
+   }
 }
 
 bool Host::traceFileIsOpen(std::string const& path) const {

@@ -98,6 +98,23 @@ TEST_F(ProgramTest, WhatWasPrintedBeforeASignalReachesThePipe) {
    }
 }
 
+TEST_F(ProgramTest, AFileSizeLimitIsAnError) {
+   Result ring = commands("trace ring " + path("ring") + " 4096\n", "ulimit -f 8; ");
+   EXPECT_EQ(ring.status, 1);
+   EXPECT_THAT(ring.text, HasSubstr("commands:1: error: " + path("ring") + ": File too large"));
+   EXPECT_FALSE(std::filesystem::exists(path("ring")));
+   std::string much = "trace text all on\nrequest acl */Ethernet*.* own 5\nsettle\n";
+   Result trace = commands("trace file " + path("full") + "\n" + much, "ulimit -f 1; ");
+   EXPECT_EQ(trace.status, 1);
+   EXPECT_THAT(trace.text, HasSubstr("error: cannot write all of " + path("full")));
+   // Another file does not hide what was lost.
+   Result moved = commands("trace file " + path("full") + "\n" + much + "trace file " +
+                               path("next") + "\ntrace text all off\n",
+                           "ulimit -f 1; ");
+   EXPECT_EQ(moved.status, 1);
+   EXPECT_THAT(moved.text, HasSubstr("commands:5: error: cannot write all of " + path("full")));
+}
+
 TEST_F(ProgramTest, OnlyRegularFilesAreDecoded) {
    ASSERT_EQ(::mkfifo(path("fifo").c_str(), 0600), 0);
    std::filesystem::resize_file(file("sparse", ""), uint64_t{1} << 40);
