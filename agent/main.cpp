@@ -60,11 +60,14 @@ int runScenario(Options const& options) {
    if (!inventory) {
       return usageError;
    }
+   readToggles();
+   Agent::RunOptions how = options.run;
    if (standardInput && ::isatty(STDIN_FILENO) == 1) {
       std::cerr << "shoal-agent: reads commands from here: help lists them\n";
+      how.keepGoing = true; // who types sees the error and types again
    }
    Agent::Host host(std::move(*inventory));
-   Agent::ScenarioRunner runner(host, std::cout, std::cerr, options.run);
+   Agent::ScenarioRunner runner(host, std::cout, std::cerr, how);
    std::istringstream commands(*scenario);
    int result = standardInput ? runner.run(std::cin, "standard input") : runner.run(commands, path);
    for (std::size_t i = 0; i < options.then.size(); ++i) {

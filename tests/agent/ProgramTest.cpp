@@ -115,6 +115,26 @@ TEST_F(ProgramTest, AFileSizeLimitIsAnError) {
    EXPECT_THAT(moved.text, HasSubstr("commands:5: error: cannot write all of " + path("full")));
 }
 
+TEST_F(ProgramTest, AnErrorTypedAtATerminalDoesNotEndTheSession) {
+   int terminal = -1;
+   pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+   if (child == 0) {
+      ::execl(SHOAL_AGENT, "shoal-agent", "run", "--quiet", "--inventory", "examples/chassis.json",
+              nullptr);
+      ::_exit(99);
+   }
+   std::string text = readUntil(terminal, "help lists them");
+   std::string typed = "frobnicate\necho still here | cat\n\x04";
+   ASSERT_EQ(::write(terminal, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
+   text += readUntil(terminal, "nothing, but the end");
+   int status = 0;
+   ::waitpid(child, &status, 0);
+   ::close(terminal);
+   EXPECT_THAT(text, HasSubstr("standard input:1: error: there is no command 'frobnicate'"));
+   EXPECT_THAT(text, HasSubstr("\nstill here | cat\r\n")); // not the terminal's echo of the typing
+   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
+}
+
 TEST_F(ProgramTest, OnlyRegularFilesAreDecoded) {
    ASSERT_EQ(::mkfifo(path("fifo").c_str(), 0600), 0);
    std::filesystem::resize_file(file("sparse", ""), uint64_t{1} << 40);
