@@ -5,6 +5,7 @@
 #include "agent/inventory/InterfaceName.h"
 #include "agent/inventory/InventoryReader.h"
 #include "agent/simulate/Simulation.h"
+#include "platform/Toggle/Toggle.h"
 #include "platform/Trace/BliplineReader.h"
 
 #include <algorithm>
@@ -44,6 +45,14 @@ std::optional<Agent::Inventory> takeInventory(Options const& options) {
    return inventory;
 }
 
+// Read here, so that none of the copies that rehearse commands does it and says so again.
+void readToggles() {
+   (void)Hardware::ShoalTunnel::toggleDynamicISemDataEnabled();
+   for (std::string const& warning : Toggle::warnings()) {
+      std::cerr << warning << "\n";
+   }
+}
+
 int runScenario(Options const& options) {
    // Who gives commands has given what is to run.
    std::string path = options.scenario.value_or(options.then.empty() ? "-" : "");
@@ -79,7 +88,11 @@ int runScenario(Options const& options) {
 
 int simulate(Options const& options, Agent::SimulateOptions const& simulation) {
    auto inventory = takeInventory(options);
-   return inventory ? Agent::simulate(*inventory, simulation, std::cout) : usageError;
+   if (!inventory) {
+      return usageError;
+   }
+   readToggles();
+   return Agent::simulate(*inventory, simulation, std::cout);
 }
 
 int decode(std::string const& path) {

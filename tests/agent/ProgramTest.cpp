@@ -157,4 +157,53 @@ TEST_F(ProgramTest, OnlyRegularFilesAreDecoded) {
    }
 }
 
+TEST_F(ProgramTest, AnOddToggleFileIsWarnedOfOnceAndOutputIsNotDoubled) {
+   // A line that was printed before a copy of the agent is made stands there once.
+   std::string scenario = "echo one\nrequest acl lc1/asic0/Ethernet0.10 own 5\nsettle\necho two\n"
+                          "show toggles\n";
+   std::string name = path("") + "/ShoalTcamLib.json";
+   std::string taken = "; DynamicISemData is taken as true\n";
+   struct Case {
+      char const* content; // null: no file
+      std::string warning;
+      bool value;
+      char const* source;
+   };
+   for (auto const& [content, warning, value, source] : {
+            Case{nullptr, ": warning: there is no such file" + taken, true, "default"},
+            Case{"{", ":1:2: warning: expected a name in quotes" + taken, true, "default"},
+            Case{"", ":1:1: warning: expected '{'" + taken, true, "default"},
+            Case{"{\"DynamicISemData\": \"off\"}",
+                 ":1:21: warning: a toggle is true or false" + taken, true, "default"},
+            Case{"{\"DynamicIsemData\": false}",
+                 ": warning: the file does not have it; there is no toggle 'DynamicIsemData'" +
+                     taken,
+                 true, "default"},
+            Case{"{\"DynamicISemData\": false, \"Other\": 1, \"More\": {}}",
+                 ": warning: there is no toggle 'More', 'Other'; DynamicISemData is false\n", false,
+                 "file"},
+            Case{"{\"DynamicISemData\": false}", "", false, "file"},
+            Case{"{}", "", true, "default"},
+        }) {
+      std::filesystem::remove(name);
+      if (content != nullptr) {
+         file("ShoalTcamLib.json", content);
+      }
+      std::string text = commands(scenario, "SHOAL_TOGGLE_DIR=" + path("") + " ").text;
+      EXPECT_EQ(text.find((warning.empty() ? "" : name + warning) + "one\ntwo\ntoggles: 1 row\n"),
+                0U)
+          << text;
+      EXPECT_THAT(text, HasSubstr(std::string("DynamicISemData  ") +
+                                  (value ? "yes    " : "no     ") + name + "  " + source));
+   }
+   std::filesystem::remove(name);
+   ASSERT_EQ(::mkfifo(name.c_str(), 0600), 0);
+   EXPECT_EQ(commands("echo one", "SHOAL_TOGGLE_DIR=" + path("") + " ").text,
+             name + ": warning: is not a regular file" + taken + "one\n");
+   EXPECT_EQ(commands("echo one", "SHOAL_TOGGLE_DIR=/nonexistent ").text,
+             "/nonexistent/ShoalTcamLib.json: warning: there is no directory /nonexistent" + taken +
+                 "one\n");
+   EXPECT_EQ(commands("echo one").text, "one\n");
+}
+
 } // namespace
