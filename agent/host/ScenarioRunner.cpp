@@ -14,6 +14,9 @@ std::vector<std::string> splitWords(std::string const& line) {
    bool inWord = false;
    bool quoted = false;
    for (char c : line) {
+      if (c == '\0') {
+         throw CommandError("a command has no NUL characters, unlike '" + line + "'");
+      }
       bool space = c == ' ' || c == '\t' || c == '\r';
       if (c == '"') {
          quoted = !quoted;

@@ -206,4 +206,31 @@ TEST_F(ProgramTest, AnOddToggleFileIsWarnedOfOnceAndOutputIsNotDoubled) {
    EXPECT_EQ(commands("echo one").text, "one\n");
 }
 
+TEST_F(ProgramTest, ErrorsShowNulsAndCutLongWords) {
+   using std::string_literals::operator""s;
+   Result nul = commands("frob\0nicate\n"s);
+   EXPECT_EQ(nul.status, 1);
+   EXPECT_THAT(nul.text, HasSubstr("commands:1: error: a command has no NUL characters, unlike "
+                                   "'frob\\x00nicate'\n"));
+   Result comment = commands("# a comment\0 may\necho one\n"s);
+   EXPECT_EQ(comment.text, "one\n");
+   std::string start(60, 'x');
+   std::string word(5000000, 'x');
+   Result name = commands(word + "\n");
+   EXPECT_THAT(name.text, HasSubstr("commands:1: error: there is no command '" + start +
+                                    "...' (5000000 characters) (help lists them)\n"));
+   EXPECT_EQ(name.status, 1);
+   Result number =
+       commands("advance 1" + word + "\nadvance \"" + word.substr(0, 5000) + "\x1b\"\n", "");
+   EXPECT_THAT(number.text,
+               HasSubstr("SECONDS is a number, not '1" + start.substr(1) + "...' (5000001"));
+   // Words that a quote keeps together are one, however many blanks they have.
+   std::string blanks;
+   for (int i = 0; i < 100000; ++i) {
+      blanks += "word ";
+   }
+   EXPECT_LT(commands("\"" + blanks + "\"\n").text.size(), 20000U);
+   EXPECT_THAT(commands("show \x1b[31m\n").text, HasSubstr("there is no table '\\x1b[31m'"));
+}
+
 } // namespace
