@@ -100,5 +100,13 @@ TEST(NamingTest, OwnWithdrawsFromTheUnitsThatAPortChannelHasLeft) {
                HasSubstr("merged policy of u/0/PortChannel1.1 unit 0 to be none, but it is qos=3"));
 }
 
+TEST(CommandTest, APortThatIsNoMemberCannotBeRemoved) {
+   EXPECT_EQ(refusal("member u/0/PortChannel1 remove u/0/Ethernet0"),
+             "u/0/Ethernet0 is not a member of u/0/PortChannel1\n");
+   EXPECT_EQ(refusal("member u/0/PortChannel1 remove u/0/Ethernet12\n"
+                     "member u/0/PortChannel1 remove u/0/Ethernet12"),
+             "u/0/Ethernet12 is not a member of u/0/PortChannel1\n");
+}
+
 } // namespace
 } // namespace Agent
