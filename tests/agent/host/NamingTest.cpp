@@ -108,5 +108,16 @@ TEST(CommandTest, APortThatIsNoMemberCannotBeRemoved) {
              "u/0/Ethernet12 is not a member of u/0/PortChannel1\n");
 }
 
+TEST(CommandTest, HelpIsJsonWhenAskedFor) {
+   Json show = Json::parse(run("help show --format json").out);
+   EXPECT_EQ(show.value("name", ""), "show");
+   EXPECT_EQ(show.value("arguments", ""), "TABLE [--format json]");
+   Json units{{"name", "units"}, {"help", "forwarding units"}};
+   EXPECT_EQ(std::count(show["tables"].begin(), show["tables"].end(), units), 1) << show;
+   Json advance = Json::parse(run("help advance --format json").out);
+   EXPECT_EQ(advance.value("name", ""), "advance");
+   EXPECT_FALSE(advance.value("help", "").empty() || advance.contains("tables")) << advance;
+}
+
 } // namespace
 } // namespace Agent
