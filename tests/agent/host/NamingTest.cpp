@@ -119,5 +119,22 @@ TEST(CommandTest, HelpIsJsonWhenAskedFor) {
    EXPECT_FALSE(advance.value("help", "").empty() || advance.contains("tables")) << advance;
 }
 
+TEST(CommandTest, TheChipsSettingsAreShownWithItsFaults) {
+   Result result = run("chip refuse next 2 unit 3 table mapper\nchip delay 0.5\nchip slowness 2\n"
+                       "chip seed 18446744073709551615\nchip capacity 0 7 table isem\n"
+                       "chip capacity 3 9\nchip capacity 3 none table tunnel\n"
+                       "show faults --format json");
+   Json expected = Json::parse(R"([
+      {"fault": "refuse", "table": "mapper", "unit": 3, "next": 2, "often": 0.0, "value": null},
+      {"fault": "capacity", "table": "isem", "unit": 0, "next": null, "often": null, "value": 7},
+      {"fault": "capacity", "table": "isem", "unit": 3, "next": null, "often": null, "value": 9},
+      {"fault": "capacity", "table": "mapper", "unit": 3, "next": null, "often": null, "value": 9},
+      {"fault": "delay", "table": null, "unit": null, "next": null, "often": null, "value": 0.5},
+      {"fault": "slowness", "table": null, "unit": null, "next": null, "often": null, "value": 2.0},
+      {"fault": "seed", "table": null, "unit": null, "next": null, "often": null,
+       "value": 18446744073709551615}])");
+   EXPECT_EQ(Json::parse(result.out)["rows"].dump(), expected.dump()) << result.errors;
+}
+
 } // namespace
 } // namespace Agent
