@@ -5,13 +5,16 @@
 #include "agent/inventory/InterfaceName.h"
 #include "agent/inventory/InventoryReader.h"
 #include "agent/simulate/Simulation.h"
+#include "platform/Toggle/Toggle.h"
 #include "platform/Trace/BliplineReader.h"
 
 #include <algorithm>
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <iostream>
 #include <optional>
 #include <sstream>
+#include <system_error>
 #include <unistd.h>
 
 namespace {
@@ -42,6 +45,14 @@ std::optional<Agent::Inventory> takeInventory(Options const& options) {
    return inventory;
 }
 
+// Read here, so that none of the copies that rehearse commands does it and says so again.
+void readToggles() {
+   (void)Hardware::ShoalTunnel::toggleDynamicISemDataEnabled();
+   for (std::string const& warning : Toggle::warnings()) {
+      std::cerr << warning << "\n";
+   }
+}
+
 int runScenario(Options const& options) {
    // Who gives commands has given what is to run.
    std::string path = options.scenario.value_or(options.then.empty() ? "-" : "");
@@ -59,11 +70,14 @@ int runScenario(Options const& options) {
    if (!inventory) {
       return usageError;
    }
+   readToggles();
+   Agent::RunOptions how = options.run;
    if (standardInput && ::isatty(STDIN_FILENO) == 1) {
       std::cerr << "shoal-agent: reads commands from here: help lists them\n";
+      how.keepGoing = true; // who types sees the error and types again
    }
    Agent::Host host(std::move(*inventory));
-   Agent::ScenarioRunner runner(host, std::cout, std::cerr, options.run);
+   Agent::ScenarioRunner runner(host, std::cout, std::cerr, how);
    std::istringstream commands(*scenario);
    int result = standardInput ? runner.run(std::cin, "standard input") : runner.run(commands, path);
    for (std::size_t i = 0; i < options.then.size(); ++i) {
@@ -75,21 +89,22 @@ int runScenario(Options const& options) {
 
 int simulate(Options const& options, Agent::SimulateOptions const& simulation) {
    auto inventory = takeInventory(options);
-   return inventory ? Agent::simulate(*inventory, simulation, std::cout) : usageError;
+   if (!inventory) {
+      return usageError;
+   }
+   readToggles();
+   return Agent::simulate(*inventory, simulation, std::cout);
 }
 
 int decode(std::string const& path) {
-   std::string reason;
-   auto content = Agent::fileContent(path, &reason);
-   if (!content) {
-      std::cerr << path << ": error: cannot be read: " << reason << "\n";
-      return usageError;
-   }
    try {
-      Trace::printBlipline(*content, std::cout);
+      Trace::printBlipline(path, std::cout);
    } catch (Trace::BliplineError const& error) {
       std::cerr << path << ": error: " << error.what() << "\n";
       return 1;
+   } catch (std::system_error const& error) {
+      std::cerr << path << ": error: cannot be read: " << error.code().message() << "\n";
+      return usageError;
    }
    return 0;
 }
@@ -193,6 +208,8 @@ int runProgram(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+   // A write past the limit of a file's size is an error where it happens.
+   std::signal(SIGXFSZ, SIG_IGN);
    int result = runProgram(argc, argv);
    if (!std::cout.flush()) {
       std::cerr << "shoal-agent: error: cannot write all of the output\n";

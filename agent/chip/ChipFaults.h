@@ -51,7 +51,12 @@ class ChipFaults {
    void next(Fault fault, uint64_t count, FaultScope scope);
    // From now on each answer in the scope suffers it with this probability, 0 to 1.
    void often(Fault fault, double probability, FaultScope scope);
-   void seedIs(uint64_t seed) { random_.seed(seed); }
+   // The draw begins anew from here.
+   void seedIs(uint64_t seed) {
+      seed_ = seed;
+      random_.seed(seed);
+   }
+   uint64_t seed() const { return seed_; }
    void clear() { settings_.clear(); }
 
    // Whether this answer suffers the fault; takes one off what is counted.
@@ -73,7 +78,8 @@ class ChipFaults {
    Seconds delay_ = 0.01;
    Seconds slowness_ = 1.0;
    std::vector<Setting> settings_;
-   std::mt19937_64 random_{1};
+   uint64_t seed_ = 1;
+   std::mt19937_64 random_{seed_};
    std::array<uint64_t, kFaults> suffered_{};
 };
 

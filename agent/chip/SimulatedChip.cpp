@@ -42,15 +42,20 @@ SimulatedChip::SimulatedChip(Orv::Timers& timers, Tables const& tables,
 
 void SimulatedChip::capacityIs(std::optional<ChipTableKind> table, FapId unit,
                                std::optional<uint64_t> entries) {
-   if (!table || *table == ChipTableKind::isem) {
-      isem_.capacityIs(unit, entries);
-   }
-   if (!table || *table == ChipTableKind::mapper) {
-      mapper_.capacityIs(unit, entries);
-   }
-   if (!table || *table == ChipTableKind::tunnel) {
-      tunnels_.capacityIs(unit, entries);
-   }
+   auto limit = [&](ChipTableKind kind, auto& of) {
+      if (table && *table != kind) {
+         return;
+      }
+      of.capacityIs(unit, entries);
+      if (entries) {
+         capacities_[{kind, unit}] = *entries;
+      } else {
+         capacities_.erase({kind, unit});
+      }
+   };
+   limit(ChipTableKind::isem, isem_);
+   limit(ChipTableKind::mapper, mapper_);
+   limit(ChipTableKind::tunnel, tunnels_);
 }
 
 void SimulatedChip::clearFaults() {

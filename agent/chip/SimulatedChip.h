@@ -66,6 +66,9 @@ class SimulatedChip {
 
    // Of one table, or of each.
    void capacityIs(std::optional<ChipTableKind> table, FapId unit, std::optional<uint64_t> entries);
+   using Capacities = std::map<std::pair<ChipTableKind, FapId>, uint64_t>;
+   // Those that are limited.
+   Capacities const& capacities() const { return capacities_; }
    // Ends all faults; what is held back for reordering is answered.
    void clearFaults();
    // The chip restarts empty; replay() writes the configurations to it again.
@@ -80,6 +83,7 @@ class SimulatedChip {
    ChipTable<IsemTable> isem_;
    ChipTable<MapperTable> mapper_;
    ChipTable<TunnelTable> tunnels_;
+   Capacities capacities_;
    uint64_t restarts_ = 0;
 };
 

@@ -162,16 +162,29 @@ Table answers(Host const& host) {
    return table;
 }
 
+Json chipTableCell(ChipTableKind kind) {
+   return std::string(chipTableNames[static_cast<std::size_t>(kind)]);
+}
+
 Table faults(Host const& host) {
-   Table table{"faults", {"fault", "table", "unit", "next", "often"}, {}};
-   for (auto const& setting : host.chip().faults().settings()) {
+   Table table{"faults", {"fault", "table", "unit", "next", "often", "value"}, {}};
+   ChipFaults const& faults = host.chip().faults();
+   for (auto const& setting : faults.settings()) {
       auto const& scope = setting.scope;
-      table.add(
-          {std::string(faultNames[static_cast<std::size_t>(setting.fault)]),
-           scope.table ? Json(std::string(chipTableNames[static_cast<std::size_t>(*scope.table)]))
-                       : Json(),
-           scope.unit ? Json(scope.unit->value()) : Json(), setting.next, setting.probability});
+      table.add({std::string(faultNames[static_cast<std::size_t>(setting.fault)]),
+                 scope.table ? chipTableCell(*scope.table) : Json(),
+                 scope.unit ? Json(scope.unit->value()) : Json(), setting.next, setting.probability,
+                 Json()});
    }
+   for (auto const& [of, entries] : host.chip().capacities()) {
+      table.add({"capacity", chipTableCell(of.first), of.second.value(), Json(), Json(), entries});
+   }
+   auto add = [&](char const* name, Json value) {
+      table.add({name, Json(), Json(), Json(), Json(), std::move(value)});
+   };
+   add("delay", faults.delay());
+   add("slowness", faults.slowness());
+   add("seed", faults.seed());
    return table;
 }
 
@@ -254,7 +267,7 @@ void addHardwareTables(std::vector<NamedTable>& tables) {
         {"lif-counts", "in-LIF answers awaited, and errors so far", lifCounts},
         {"chip", "the entries that the chip really holds", chip},
         {"answers", "answers on their way", answers},
-        {"faults", "faults of the chip in force", faults},
+        {"faults", "faults of the chip in force, and its settings (value)", faults},
         {"counters", "counters of the machines and the chip", counters},
         {"clocks", "the time, and what is due when", clocks}});
 }

@@ -1,5 +1,7 @@
 #include "agent/command/Names.h"
 
+#include "agent/command/Explanation.h"
+
 #include <algorithm>
 #include <set>
 
@@ -137,46 +139,107 @@ Feature takeFeature(Arguments& arguments) {
        arguments.takeChoice("FEATURE", {featureNames.begin(), featureNames.end()}));
 }
 
-std::vector<TcamSharingRequest> takeRequests(Host const& host, Arguments& arguments) {
-   World const& world = host.world();
-   auto interfaces = world.interfaces(arguments.take("INTERFACE"));
-   std::string unitWord = arguments.take("UNIT");
+namespace {
+
+// INTERFACE UNIT [flood VLAN] as typed.
+struct NamedRequests {
+   std::string typed;
+   std::vector<IntfId> interfaces;
+   std::optional<FapId> unit; // none: own
    std::optional<VlanIdOrNone> flood;
+};
+
+// The VLAN that stands for the port is its internal one unless another is given. None: it has none.
+std::optional<VlanIdOrNone> floodVlan(World const& world, IntfId intf, NamedRequests const& named) {
+   if (!intf.l3Flood() || named.flood) {
+      return named.flood.value_or(VlanIdOrNone());
+   }
+   auto vlan = world.intfVlanIdTable->internalVlanId(
+       IntfId(intf.name().substr(0, intf.name().rfind("-L3Flood"))));
+   return vlan.value() == 0 ? std::nullopt : std::optional(vlan);
+}
+
+// Those that are asked for, or answered still.
+std::vector<TcamSharingRequest> existingRequests(Host const& host, NamedRequests const& named) {
+   std::vector<TcamSharingRequest> found;
+   if (World::isPattern(named.typed)) {
+      for (TcamSharingRequest each : knownRequests(host)) {
+         if (World::matches(named.typed, each.intfId()) &&
+             (!named.unit || each.fapId() == *named.unit) &&
+             (!named.flood || each.l3FloodPortVlanId() == *named.flood)) {
+            found.push_back(each);
+         }
+      }
+      return found;
+   }
+   IntfId intf = named.interfaces.front();
+   auto vlan = floodVlan(host.world(), intf, named);
+   for (auto const& unit : host.world().inventory().units) {
+      TcamSharingRequest candidate(intf, FapId(unit.fapId), vlan.value_or(VlanIdOrNone()));
+      for (std::size_t i = 0; i < kFeatures && !named.unit; ++i) {
+         if (host.features().config(static_cast<Feature>(i))->requestHas(candidate)) {
+            found.push_back(candidate);
+         }
+      }
+   }
+   return found;
+}
+
+} // namespace
+
+std::vector<TcamSharingRequest> takeRequests(Host const& host, Arguments& arguments,
+                                             Naming naming) {
+   World const& world = host.world();
+   NamedRequests named;
+   named.typed = arguments.take("INTERFACE");
+   named.interfaces = world.interfaces(named.typed);
+   if (std::string word = arguments.take("UNIT"); word != "own") {
+      named.unit = world.unit(word);
+   }
    if (arguments.takeWord("flood")) {
-      flood = VlanIdOrNone(static_cast<uint32_t>(arguments.takeNumber("VLAN", 1, 4094)));
+      named.flood = VlanIdOrNone(static_cast<uint32_t>(arguments.takeNumber("VLAN", 1, 4094)));
+   }
+   bool pattern = World::isPattern(named.typed);
+   std::vector<TcamSharingRequest> existing;
+   if (naming == Naming::requests || (naming == Naming::patternsOfRequests && pattern)) {
+      existing = existingRequests(host, named);
+   }
+   std::set<IntfId> asking;
+   for (TcamSharingRequest each : existing) {
+      asking.insert(each.intfId());
    }
    std::vector<TcamSharingRequest> requests;
-   for (IntfId intf : interfaces) {
-      if (flood && !intf.l3Flood()) {
+   std::set<uint32_t> seen;
+   auto add = [&](TcamSharingRequest request) {
+      if (seen.insert(request.index()).second) {
+         requests.push_back(request);
+      }
+   };
+   for (IntfId intf : named.interfaces) {
+      bool mayLack = asking.contains(intf) || (pattern && naming == Naming::requests);
+      if (named.flood && !intf.l3Flood()) {
          throw CommandError(intf.name() + " is no flood entry, so it takes no flood VLAN");
       }
-      VlanIdOrNone vlan = flood.value_or(VlanIdOrNone());
-      if (intf.l3Flood() && !flood) {
-         // The VLAN that stands for the port is its internal one unless another is given.
-         vlan = world.intfVlanIdTable->internalVlanId(
-             IntfId(intf.name().substr(0, intf.name().rfind("-L3Flood"))));
-         if (vlan.value() == 0) {
-            throw CommandError(intf.name() + " has no internal VLAN; say flood VLAN");
-         }
+      auto vlan = floodVlan(world, intf, named);
+      if (!vlan && !mayLack) {
+         throw CommandError(intf.name() + " has no internal VLAN; say flood VLAN");
       }
-      std::vector<FapId> units;
-      if (unitWord == "own") {
-         units = world.unitsOf(intf);
-         if (units.empty()) {
-            throw CommandError(intf.name() + " is on no unit");
-         }
-      } else {
-         units.push_back(world.unit(unitWord));
+      auto units = named.unit ? std::vector{*named.unit} : world.unitsOf(intf);
+      if (units.empty() && !mayLack) {
+         throw CommandError(intf.name() + " is on no unit");
       }
       for (FapId unit : units) {
-         requests.emplace_back(intf, unit, vlan);
+         if (vlan) {
+            add(TcamSharingRequest(intf, unit, *vlan));
+         }
       }
    }
+   std::for_each(existing.begin(), existing.end(), add);
    return requests;
 }
 
 TcamSharingRequest takeRequest(Host const& host, Arguments& arguments) {
-   auto requests = takeRequests(host, arguments);
+   auto requests = takeRequests(host, arguments, Naming::interfaces);
    if (requests.size() != 1) {
       throw CommandError("that names " + std::to_string(requests.size()) +
                          " requests; one is wanted here");

@@ -38,9 +38,16 @@ std::string printedUnitType(Hardware::Shoal::FapType type);
 std::string printedLookup(Hardware::Shoal::ExtLkupType type);
 
 Feature takeFeature(Arguments& arguments);
-// INTERFACE UNIT [flood VLAN]; INTERFACE may be a pattern and UNIT "own". CommandError with the
-// reason for whatever the inventory cannot serve. Never empty.
-std::vector<TcamSharingRequest> takeRequests(Host const& host, Arguments& arguments);
+// What INTERFACE UNIT [flood VLAN] names; INTERFACE may be a pattern and UNIT "own".
+enum class Naming {
+   interfaces,         // interfaces on their units, to ask for something
+   patternsOfRequests, // the same; a pattern also names the requests that exist, wherever they are
+   requests            // the same; "own" does so for a single interface, too
+};
+// CommandError with the reason for whatever the inventory cannot serve; for a pattern that names
+// requests it is no error when interfaces have none. May be empty then only.
+std::vector<TcamSharingRequest> takeRequests(Host const& host, Arguments& arguments,
+                                             Naming naming = Naming::patternsOfRequests);
 // The same for one request.
 TcamSharingRequest takeRequest(Host const& host, Arguments& arguments);
 

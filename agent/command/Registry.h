@@ -17,10 +17,11 @@ namespace Agent {
 class Host;
 
 // A command that cannot be carried out; the text says why and, where there is one, a way out.
-// Nothing was changed.
+// Nothing was changed. What the text repeats of the input is made fit to print: control characters
+// are escaped, overlong words cut.
 class CommandError : public std::runtime_error {
  public:
-   using std::runtime_error::runtime_error;
+   explicit CommandError(std::string const& text);
 };
 
 // A condition that does not hold.

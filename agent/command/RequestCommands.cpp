@@ -40,7 +40,7 @@ void checkUnit(World const& world, FapId unit) {
 
 void request(Host& host, Arguments& arguments, std::ostream&) {
    Feature feature = takeFeature(arguments);
-   auto requests = takeRequests(host, arguments);
+   auto requests = takeRequests(host, arguments, Naming::interfaces);
    TcamSharingPolicyId policy = parsePolicy(arguments.take("POLICY"));
    arguments.end();
    for (TcamSharingRequest each : requests) {
@@ -54,7 +54,7 @@ void request(Host& host, Arguments& arguments, std::ostream&) {
 
 void withdraw(Host& host, Arguments& arguments, std::ostream&) {
    Feature feature = takeFeature(arguments);
-   auto requests = takeRequests(host, arguments);
+   auto requests = takeRequests(host, arguments, Naming::requests);
    arguments.end();
    auto const& config = host.features().config(feature);
    // A pattern names what is there; a single name that asks for nothing is a slip.

@@ -11,6 +11,7 @@ std::vector<NamedTable> const& namedTables() {
       addHardwareTables(all);
       addFeatureTables(all);
       addWorldTables(all);
+      addToggleTable(all);
       return all;
    }();
    return tables;

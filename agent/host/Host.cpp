@@ -161,14 +161,24 @@ void Host::traceFileIs(std::string const& path) {
    if (!*file) {
       throw CommandError("cannot write " + path);
    }
+   std::string lost = traceFile_ && !traceFile_->flush() ? traceFilePath_ : "";
    traceFile_ = std::move(file);
    traceFilePath_ = path;
    Trace::textSinkIs(traceFile_.get());
+   if (!lost.empty()) {
+      throw CommandError("cannot write all of " + lost + "; from now on the trace goes to " + path);
+   }
 }
 
 bool Host::traceFileIsOpen(std::string const& path) const {
    std::error_code none;
    return traceFile_ != nullptr && std::filesystem::equivalent(path, traceFilePath_, none);
+}
+
+void Host::flushTraceFile() {
+   if (traceFile_) {
+      traceFile_->flush();
+   }
 }
 
 void Host::checkTraceFile() {

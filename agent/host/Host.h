@@ -71,10 +71,13 @@ class Host {
    // Makes this agent the one that reads the time and traces; another one that was made since must
    // be gone.
    void activate();
-   // Text traces go here instead of to standard error.
+   // Text traces go here instead of to standard error. CommandError when the file cannot be
+   // written, or, with the new file in force, when the one before could not.
    void traceFileIs(std::string const& path);
    // Whether this file, by whatever name, is where they go.
    bool traceFileIsOpen(std::string const& path) const;
+   // What was traced so far survives whatever ends the process.
+   void flushTraceFile();
    // Throws CommandError when text traces were lost, as on a full disk.
    void checkTraceFile();
 

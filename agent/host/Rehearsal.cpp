@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <iostream>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -177,6 +178,8 @@ void rehearse(Host& host, std::function<void()> const& change) {
    if (::pipe(ends) != 0) {
       throw CommandError(std::string("cannot rehearse the command: ") + std::strerror(errno));
    }
+   // What the child inherits in a buffer would be written twice once anything there is flushed.
+   std::cout.flush();
    pid_t self = ::getpid();
    pid_t child = ::fork();
    if (child == 0) {

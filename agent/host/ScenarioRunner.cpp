@@ -14,6 +14,9 @@ std::vector<std::string> splitWords(std::string const& line) {
    bool inWord = false;
    bool quoted = false;
    for (char c : line) {
+      if (c == '\0') {
+         throw CommandError("a command has no NUL characters, unlike '" + line + "'");
+      }
       bool space = c == ' ' || c == '\t' || c == '\r';
       if (c == '"') {
          quoted = !quoted;
@@ -61,7 +64,14 @@ void ScenarioRunner::runCommand(std::vector<std::string> words) {
 }
 
 bool ScenarioRunner::runLine(std::string const& line, std::string const& name, std::size_t number) {
-   std::string place = name + ":" + std::to_string(number);
+   bool sound = tryLine(line, name + ":" + std::to_string(number));
+   // A signal that ends the agent later takes nothing with it.
+   out_.flush();
+   host_.flushTraceFile();
+   return sound;
+}
+
+bool ScenarioRunner::tryLine(std::string const& line, std::string const& place) {
    try {
       auto words = splitWords(line);
       if (words.empty()) {
@@ -69,6 +79,7 @@ bool ScenarioRunner::runLine(std::string const& line, std::string const& name, s
       }
       if (options_.echo) {
          out_ << "> " << line << "\n";
+         out_.flush(); // the command may take long
       }
       runCommand(std::move(words));
       return true;

@@ -19,7 +19,8 @@ struct RunOptions {
 
 class ScenarioRunner {
  public:
-   // Results go to `out`, errors ("file:line: error: reason") to `errors`.
+   // Results go to `out`, errors ("file:line: error: reason") to `errors`. Both are flushed behind
+   // each command.
    ScenarioRunner(Host& host, std::ostream& out, std::ostream& errors, RunOptions options)
        : host_(host), out_(out), errors_(errors), options_(options) {}
 
@@ -29,6 +30,7 @@ class ScenarioRunner {
    bool runLine(std::string const& line, std::string const& name, std::size_t number);
 
  private:
+   bool tryLine(std::string const& line, std::string const& place);
    void runCommand(std::vector<std::string> words);
 
    Host& host_;

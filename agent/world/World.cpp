@@ -328,6 +328,9 @@ void World::memberIs(IntfId lag, IntfId port, bool present) {
       }
    }
    if (present == status->memberHas(port)) {
+      if (!present) {
+         throw CommandError(port.name() + " is not a member of " + lag.name());
+      }
       return;
    }
    if (present) {

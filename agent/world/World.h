@@ -44,9 +44,17 @@ class World {
    // The interface of this name; also the short form, the bare name where only one unit has it, and
    // "<port>-L3Flood" for the flood entry of a routed port. Throws CommandError with candidates.
    IntfId interface(std::string_view typed) const;
-   // Interfaces whose unique names match a pattern with '*' and '?', in inventory order. A name
-   // without either is looked up as by interface().
+   // Interfaces that a pattern with '*' and '?' names (see matches()), in inventory order; flood
+   // entries only where it ends in "-L3Flood". A name without either is looked up as by
+   // interface().
    std::vector<IntfId> interfaces(std::string_view pattern) const;
+   static bool isPattern(std::string_view typed) {
+      return typed.find_first_of("*?") != std::string_view::npos;
+   }
+   // Whether a pattern matches the unique name. '*' and '?' match any characters but the '.' in
+   // front of a sub-interface's number and the mark of a flood entry; a '*' that stands for a whole
+   // name, alone or behind a '/', matches those, too.
+   static bool matches(std::string_view pattern, IntfId intf);
    // A unit of the inventory by number or name. Throws CommandError.
    FapId unit(std::string_view typed) const;
    InventoryUnit const& inventoryUnit(FapId unit) const;

@@ -1,5 +1,6 @@
 // What people type, found in the world; and who stands where.
 #include "agent/command/Registry.h"
+#include "agent/inventory/InterfaceName.h"
 #include "agent/world/World.h"
 
 #include <algorithm>
@@ -13,7 +14,7 @@ namespace {
 
 constexpr std::string_view floodMark = "-L3Flood";
 
-bool matches(std::string_view pattern, std::string_view name) {
+bool matchesText(std::string_view pattern, std::string_view name) {
    // Backtracks to the last '*' only, so the cost is at most pattern times name.
    std::size_t p = 0;
    std::size_t n = 0;
@@ -46,9 +47,8 @@ bool World::isPort(IntfId intf) {
 }
 
 IntfId World::interface(std::string_view typed) const {
-   auto mark = typed.rfind(floodMark);
-   bool flood = mark != std::string_view::npos && mark + floodMark.size() == typed.size();
-   auto found = inventory_.find(flood ? typed.substr(0, mark) : typed);
+   bool flood = typed.ends_with(floodMark);
+   auto found = inventory_.find(flood ? typed.substr(0, typed.size() - floodMark.size()) : typed);
    if (found.name.empty()) {
       std::string text = "there is no interface '" + std::string(typed) + "'";
       for (std::size_t i = 0; i < std::min<std::size_t>(found.candidates.size(), 5); ++i) {
@@ -65,17 +65,44 @@ IntfId World::interface(std::string_view typed) const {
    return IntfId(found.name + std::string(floodMark));
 }
 
+bool World::matches(std::string_view pattern, IntfId intf) {
+   std::string_view name = intf.name();
+   if (bareName(pattern) == "*") {
+      return matchesText(pattern, name);
+   }
+   if (name.ends_with(floodMark) || pattern.ends_with(floodMark)) {
+      if (!name.ends_with(floodMark) || !pattern.ends_with(floodMark)) {
+         return false;
+      }
+      return matches(pattern.substr(0, pattern.size() - floodMark.size()),
+                     IntfId::existing(name.substr(0, name.size() - floodMark.size())));
+   }
+   auto dot = pattern.rfind('.');
+   if (SubIntfId::isSubIntfId(intf)) {
+      auto end = name.rfind('.');
+      return dot != std::string_view::npos &&
+             matchesText(pattern.substr(0, dot), name.substr(0, end)) &&
+             matchesText(pattern.substr(dot + 1), name.substr(end + 1));
+   }
+   // A '.' of a unit's name is none of the interface's.
+   bool dotted = bareName(pattern).find('.') != std::string_view::npos;
+   return (!dotted || bareName(name).find('.') != std::string_view::npos) &&
+          matchesText(pattern, name);
+}
+
 std::vector<IntfId> World::interfaces(std::string_view pattern) const {
-   if (pattern.find_first_of("*?") == std::string_view::npos) {
+   if (!isPattern(pattern)) {
       return {interface(pattern)};
    }
-   auto mark = pattern.rfind(floodMark);
-   bool flood = mark != std::string_view::npos && mark + floodMark.size() == pattern.size();
+   bool flood = pattern.ends_with(floodMark);
    std::vector<IntfId> found;
    for (IntfId intf : names_) {
-      if (matches(flood ? pattern.substr(0, mark) : pattern, intf.name()) &&
-          (!flood || isRouted(intf))) {
-         found.push_back(flood ? IntfId(intf.name() + std::string(floodMark)) : intf);
+      if (flood && !isRouted(intf)) {
+         continue;
+      }
+      IntfId named = flood ? IntfId(intf.name() + std::string(floodMark)) : intf;
+      if (matches(pattern, named)) {
+         found.push_back(named);
       }
    }
    if (found.empty()) {

@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
-#include <memory>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
 #include <stdexcept>
+#include <system_error>
 
 namespace Toggle {
 
@@ -15,12 +18,15 @@ namespace {
 
 std::optional<std::string> directory;
 
+constexpr std::uintmax_t largestFile = 1U << 20;
+
 // One object of named values. Values of other kinds are passed over, however deep.
 class Parser {
  public:
    explicit Parser(std::string_view content) : content_(content) {}
 
-   std::optional<bool> find(std::string_view name) {
+   // `names` takes those of the object.
+   std::optional<bool> find(std::string_view name, std::set<std::string>& names) {
       std::optional<bool> found;
       expect('{');
       if (!take('}')) {
@@ -34,6 +40,7 @@ class Parser {
             if (key == name) {
                found = toggle(content_.substr(begin, at_ - begin), begin);
             }
+            names.insert(std::move(key));
          } while (take(','));
          expect('}');
       }
@@ -129,10 +136,83 @@ class Parser {
    std::size_t at_ = 0;
 };
 
-std::string pathOf(std::string const& file) {
+// A directory that somebody has named should have the file.
+bool directoryNamed() {
    char const* environment = std::getenv("SHOAL_TOGGLE_DIR");
-   std::string base = directory ? *directory : environment != nullptr ? environment : "";
-   return base.empty() ? file : base + "/" + file;
+   return directory ? !directory->empty() : environment != nullptr && *environment != '\0';
+}
+
+std::string pathOf(std::string const& file) {
+   return !directoryNamed()
+              ? file
+              : (directory ? *directory : std::getenv("SHOAL_TOGGLE_DIR")) + "/" + file;
+}
+
+struct Remembered {
+   Reading reading;
+   std::set<std::string> names; // of the file's
+};
+
+std::vector<Remembered>& remembered() {
+   static std::vector<Remembered> all;
+   return all;
+}
+
+// Why the file cannot be read; empty when it can.
+std::string objection(std::filesystem::path const& path) {
+   std::error_code error;
+   auto status = std::filesystem::status(path, error);
+   if (!std::filesystem::exists(status)) {
+      auto folder = path.parent_path();
+      return !folder.empty() && !std::filesystem::is_directory(folder, error)
+                 ? "there is no directory " + folder.string()
+                 : "there is no such file";
+   }
+   // To open a pipe would wait for a writer.
+   if (!std::filesystem::is_regular_file(status)) {
+      return "is not a regular file";
+   }
+   if (std::filesystem::file_size(path, error) > largestFile) {
+      return "is larger than " + std::to_string(largestFile) + " bytes";
+   }
+   return std::ifstream(path) ? "" : std::string("cannot be read: ") + std::strerror(errno);
+}
+
+Remembered read(std::string const& name, std::string const& file, bool defaultValue) {
+   Remembered found;
+   Reading& reading = found.reading;
+   reading.name = name;
+   reading.path = pathOf(file);
+   reading.value = defaultValue;
+   reading.note = objection(reading.path);
+   if (!reading.note.empty()) {
+      std::error_code error;
+      reading.odd = directoryNamed() || std::filesystem::exists(reading.path, error);
+      return found;
+   }
+   std::ifstream in(reading.path, std::ios::binary);
+   std::string content{std::istreambuf_iterator<char>(in), {}};
+   try {
+      auto value = Parser(content).find(name, found.names);
+      reading.fromFile = value.has_value();
+      reading.value = value.value_or(defaultValue);
+      reading.note = value ? "" : "the file does not have it";
+   } catch (std::runtime_error const& error) {
+      std::string text = error.what();
+      auto end = text.find(": ");
+      reading.place = text.substr(0, end);
+      reading.note = text.substr(end + 2);
+      reading.odd = true;
+      found.names.clear(); // of a part of the file only
+   }
+   return found;
+}
+
+bool isAskedFor(std::string const& path, std::string const& name) {
+   auto const& all = remembered();
+   return std::any_of(all.begin(), all.end(), [&](Remembered const& each) {
+      return each.reading.path == path && each.reading.name == name;
+   });
 }
 
 } // namespace
@@ -142,36 +222,56 @@ void directoryIs(std::string const& path) {
 }
 
 std::optional<bool> findToggle(std::string_view content, std::string_view name) {
-   return Parser(content).find(name);
+   std::set<std::string> names;
+   return Parser(content).find(name, names);
 }
 
 bool getToggleState(std::string const& name, std::string const& file, bool defaultValue) {
-   auto warn = [&](std::string const& text) {
-      std::cerr << pathOf(file) << ":" << text << "; " << name << " is taken as "
-                << (defaultValue ? "true" : "false") << "\n";
-      return defaultValue;
-   };
-   std::unique_ptr<std::FILE, int (*)(std::FILE*)> in(
-       std::fopen(pathOf(file).c_str(), "rb"), [](std::FILE* each) { return std::fclose(each); });
-   if (!in && errno == ENOENT) {
-      return defaultValue;
+   Remembered found = read(name, file, defaultValue);
+   bool value = found.reading.value;
+   auto& all = remembered();
+   auto old = std::find_if(all.begin(), all.end(), [&](Remembered const& each) {
+      return each.reading.name == name && each.reading.path == found.reading.path;
+   });
+   if (old == all.end()) {
+      all.push_back(std::move(found));
+   } else {
+      *old = std::move(found);
    }
-   std::string content;
-   char block[4096];
-   std::size_t got = 0;
-   while (in && (got = std::fread(block, 1, sizeof block, in.get())) > 0) {
-      content.append(block, got);
+   return value;
+}
+
+std::vector<Reading> readings() {
+   std::vector<Reading> result;
+   std::set<std::string> files;
+   for (auto const& [reading, names] : remembered()) {
+      Reading told = reading;
+      std::string unknown;
+      for (std::string const& name : names) {
+         if (!isAskedFor(reading.path, name)) {
+            unknown += (unknown.empty() ? "'" : ", '") + name + "'";
+         }
+      }
+      if (!unknown.empty() && files.insert(reading.path).second) {
+         told.note += (told.note.empty() ? "" : "; ") + ("there is no toggle " + unknown);
+         told.odd = true;
+      }
+      result.push_back(std::move(told));
    }
-   if (!in || std::ferror(in.get()) != 0) {
-      return warn(std::string(" warning: cannot be read: ") + std::strerror(errno));
+   return result;
+}
+
+std::vector<std::string> warnings() {
+   std::vector<std::string> lines;
+   for (Reading const& reading : readings()) {
+      if (reading.odd) {
+         lines.push_back(reading.path + (reading.place.empty() ? "" : ":" + reading.place) +
+                         ": warning: " + reading.note + "; " + reading.name +
+                         (reading.fromFile ? " is " : " is taken as ") +
+                         (reading.value ? "true" : "false"));
+      }
    }
-   try {
-      return findToggle(content, name).value_or(defaultValue);
-   } catch (std::runtime_error const& error) {
-      std::string text = error.what();
-      text.insert(text.find(": "), ": warning");
-      return warn(text);
-   }
+   return lines;
 }
 
 } // namespace Toggle

@@ -6,17 +6,33 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Toggle {
 
 // The toggle `name` in the file `file` of the toggle directory. The default where the file or the
-// name is missing, and also, with a line on standard error that names the place, where the file
-// cannot be read, is malformed (also empty), or the value is neither true nor false. Reads the file
-// at each call.
+// name is missing, and also where the file is malformed or the value is neither true nor false:
+// readings() says so. Reads the file at each call, and prints nothing.
 ORV_EXPORT bool getToggleState(std::string const& name, std::string const& file, bool defaultValue);
 
+// What getToggleState() found at its last call for a name and file.
+struct Reading {
+   std::string name;
+   std::string path;
+   bool value = false;
+   bool fromFile = false; // else the default
+   std::string place;     // "line:column" of what is malformed
+   std::string note;      // in words; empty when there is nothing to say
+   bool odd = false;      // nobody can have meant what the note says
+};
+// In order of first use. Names in a file that nobody has asked for are told in the note of the
+// first toggle of that file: one of them may be a toggle that is misspelt.
+ORV_EXPORT std::vector<Reading> readings();
+// What is odd: a line each, "path:line:column: warning: reason; NAME is taken as true".
+ORV_EXPORT std::vector<std::string> warnings();
+
 // Where toggle files are looked for; at start the environment variable SHOAL_TOGGLE_DIR, else the
-// working directory.
+// working directory, where no file is needed.
 ORV_EXPORT void directoryIs(std::string const& path);
 
 // What `content` says of `name`. Malformed content throws std::runtime_error with

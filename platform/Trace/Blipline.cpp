@@ -28,7 +28,7 @@ void setBit(uint32_t bit, bool on) {
    enabledLevels = on ? enabledLevels | bit : enabledLevels & ~bit;
 }
 
-constexpr uint64_t kDictionarySize = 1U << 20;
+constexpr uint64_t kDictionarySize = kMostBliplineDictionary;
 
 // Trace points outlive files: a new file starts with all that are known.
 struct KnownPoint {
@@ -171,8 +171,9 @@ std::string fileOf(std::string const& path) {
 } // namespace
 
 void open(std::string const& path, uint64_t records) {
-   if (records < 1 || records > (1U << 24)) {
-      throw std::runtime_error(path + ": a Blipline file holds 1 to 16777216 records");
+   if (records < 1 || records > kMostBliplineRecords) {
+      throw std::runtime_error(path + ": a Blipline file holds 1 to " +
+                               std::to_string(kMostBliplineRecords) + " records");
    }
    std::size_t size = sizeof(FileHeader) + kDictionarySize + records * sizeof(FileRecord);
    // Made beside its place and moved there when it is whole: a file that somebody has mapped, this

@@ -15,6 +15,9 @@ namespace Trace {
 inline constexpr uint32_t kBlipFields = 12;
 inline constexpr char kBliplineMagic[8] = {'B', 'L', 'I', 'P', 'L', 'I', 'N', 'E'};
 inline constexpr uint32_t kBliplineVersion = 1;
+// What a file holds at most, so that a reader can tell damage from size.
+inline constexpr uint64_t kMostBliplineRecords = 1U << 24;
+inline constexpr uint64_t kMostBliplineDictionary = 1U << 20;
 inline constexpr uint32_t kBliplineByteOrder = 0x01020304;
 
 struct FileHeader {

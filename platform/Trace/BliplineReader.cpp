@@ -4,10 +4,14 @@
 
 #include <algorithm>
 #include <bit>
+#include <cerrno>
+#include <cstddef>
 #include <cstdio>
-#include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <ostream>
+#include <system_error>
 
 namespace Trace {
 
@@ -21,7 +25,7 @@ namespace {
 
 class Reader {
  public:
-   explicit Reader(std::string const& content) : content_(content) {}
+   Reader(std::istream& in, uint64_t size) : in_(in), size_(size) {}
 
    void print(std::ostream& out) {
       readHeader();
@@ -30,19 +34,19 @@ class Reader {
    }
 
  private:
+   // Reads on from where the last one ended.
    template<class T>
-   T at(std::size_t offset) const {
-      if (offset > content_.size() || content_.size() - offset < sizeof(T)) {
+   T next(uint64_t offset) {
+      T value;
+      if (!in_.read(reinterpret_cast<char*>(&value), sizeof(T))) {
          damaged(offset,
                  "the file ends inside a record of " + std::to_string(sizeof(T)) + " bytes");
       }
-      T value;
-      std::memcpy(&value, content_.data() + offset, sizeof(T));
       return value;
    }
 
    void readHeader() {
-      header_ = at<FileHeader>(0);
+      header_ = next<FileHeader>(0);
       if (!std::equal(std::begin(kBliplineMagic), std::end(kBliplineMagic), header_.magic)) {
          damaged(0, "not a Blipline file");
       }
@@ -56,36 +60,53 @@ class Reader {
       if (header_.headerSize != sizeof(FileHeader) || header_.recordSize != sizeof(FileRecord)) {
          damaged(offsetof(FileHeader, headerSize), "sizes do not fit the version");
       }
-      std::size_t rest = content_.size() - sizeof(FileHeader);
+      uint64_t rest = std::max<uint64_t>(size_, sizeof(FileHeader)) - sizeof(FileHeader);
       if (header_.dictionarySize > rest || header_.dictionaryUsed > header_.dictionarySize) {
          damaged(offsetof(FileHeader, dictionarySize), "the dictionary is larger than the file");
+      }
+      if (header_.dictionarySize > kMostBliplineDictionary) {
+         damaged(offsetof(FileHeader, dictionarySize), "the dictionary is larger than " +
+                                                           std::to_string(kMostBliplineDictionary) +
+                                                           " bytes");
       }
       if (header_.capacity == 0 ||
           header_.capacity > (rest - header_.dictionarySize) / sizeof(FileRecord)) {
          damaged(offsetof(FileHeader, capacity), "the ring is larger than the file, or empty");
       }
+      if (header_.capacity > kMostBliplineRecords) {
+         damaged(offsetof(FileHeader, capacity),
+                 "the ring is larger than " + std::to_string(kMostBliplineRecords) + " records");
+      }
    }
 
    void readDictionary() {
-      std::size_t end = sizeof(FileHeader) + header_.dictionaryUsed;
-      for (std::size_t offset = sizeof(FileHeader); offset < end;) {
-         auto entry = at<DictionaryEntry>(offset);
-         std::size_t text = offset + sizeof entry + entry.fileLength;
+      uint64_t end = sizeof(FileHeader) + header_.dictionaryUsed;
+      for (uint64_t offset = sizeof(FileHeader); offset < end;) {
+         auto entry = next<DictionaryEntry>(offset);
+         uint64_t text = offset + sizeof entry + entry.fileLength;
          if (text + entry.textLength > end) {
             damaged(offset, "a dictionary entry passes the dictionary's end");
          }
+         std::string words(entry.fileLength + std::size_t{entry.textLength}, '\0');
+         in_.read(words.data(), static_cast<std::streamsize>(words.size()));
          auto& entries = entry.kind == DictionaryEntry::name ? names_ : forms_;
-         entries[entry.id] = content_.substr(text, entry.textLength);
+         entries[entry.id] = words.substr(entry.fileLength);
          offset = text + entry.textLength;
       }
    }
 
-   void printRecords(std::ostream& out) const {
-      std::size_t ring = sizeof(FileHeader) + header_.dictionarySize;
+   void printRecords(std::ostream& out) {
+      uint64_t ring = sizeof(FileHeader) + header_.dictionarySize;
       uint64_t kept = std::min(header_.written, header_.capacity);
       for (uint64_t number = header_.written - kept; number < header_.written; ++number) {
-         std::size_t offset = ring + number % header_.capacity * sizeof(FileRecord);
-         auto record = at<FileRecord>(offset);
+         uint64_t place = number % header_.capacity;
+         uint64_t offset = ring + place * sizeof(FileRecord);
+         // Seeking drops what the stream has buffered: only to the oldest record, and where the
+         // ring begins again.
+         if (number == header_.written - kept || place == 0) {
+            in_.seekg(static_cast<std::streamoff>(offset));
+         }
+         auto record = next<FileRecord>(offset);
          char prefix[400];
          std::snprintf(prefix, sizeof prefix, "%.6f %u ", record.time, unsigned{record.level});
          out << prefix << words(record) << '\n';
@@ -137,7 +158,8 @@ class Reader {
       return kind == 'u' ? std::to_string(field) : std::to_string(static_cast<int64_t>(field));
    }
 
-   std::string const& content_;
+   std::istream& in_;
+   uint64_t size_;
    FileHeader header_{};
    std::map<uint64_t, std::string> forms_;
    std::map<uint64_t, std::string> names_;
@@ -145,8 +167,21 @@ class Reader {
 
 } // namespace
 
-void printBlipline(std::string const& content, std::ostream& out) {
-   Reader(content).print(out);
+void printBlipline(std::istream& in, uint64_t size, std::ostream& out) {
+   Reader(in, size).print(out);
+}
+
+void printBlipline(std::string const& path, std::ostream& out) {
+   // Asked before it is opened: to open a pipe waits for a writer.
+   auto status = std::filesystem::status(path); // throws what is a std::system_error
+   if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+      throw BliplineError("is not a regular file");
+   }
+   std::ifstream in(path, std::ios::binary);
+   if (!in) {
+      throw std::system_error(errno, std::generic_category());
+   }
+   printBlipline(in, std::filesystem::file_size(path), out);
 }
 
 } // namespace Trace

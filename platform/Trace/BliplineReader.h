@@ -3,13 +3,15 @@
 
 #include "platform/Export.h"
 
+#include <cstdint>
 #include <iosfwd>
 #include <stdexcept>
 #include <string>
 
 namespace Trace {
 
-// The file is no Blipline file or is damaged; the text names the byte offset and the reason.
+// The file is no Blipline file or is damaged; the text names the byte offset and the reason, or the
+// reason alone for what is not a regular file.
 class ORV_EXPORT BliplineError : public std::runtime_error {
  public:
    using std::runtime_error::runtime_error;
@@ -17,8 +19,12 @@ class ORV_EXPORT BliplineError : public std::runtime_error {
 };
 
 // Prints "<seconds> <level> <words>" per record, oldest first, then "lost: N" when N older records
-// were overwritten and "dictionary lost: N" when N entries found no room. `content` is the whole
-// file, in any state: nothing in it is trusted.
-ORV_EXPORT void printBlipline(std::string const& content, std::ostream& out);
+// were overwritten and "dictionary lost: N" when N entries found no room. `in` stands at the
+// beginning of the file, of `size` bytes and in any state: nothing in it is trusted. What the
+// header promises is checked before it is read, and records are read one by one.
+ORV_EXPORT void printBlipline(std::istream& in, uint64_t size, std::ostream& out);
+// The same for a file by name. Throws std::system_error when there is none that can be read;
+// anything but a regular file is refused.
+ORV_EXPORT void printBlipline(std::string const& path, std::ostream& out);
 
 } // namespace Trace

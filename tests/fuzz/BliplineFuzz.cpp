@@ -2,12 +2,14 @@
 #include "platform/Trace/BliplineReader.h"
 
 #include <ostream>
+#include <sstream>
 #include <string>
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
    try {
       std::ostream nowhere(nullptr);
-      Trace::printBlipline(std::string(reinterpret_cast<char const*>(data), size), nowhere);
+      std::istringstream in(std::string(reinterpret_cast<char const*>(data), size));
+      Trace::printBlipline(in, size, nowhere);
    } catch (Trace::BliplineError const&) {
       // As it should be.
    }

@@ -45,26 +45,48 @@ TEST(ToggleTest, MalformedContentNamesThePlace) {
    }
 }
 
-TEST(ToggleTest, AMissingOrMalformedFileGivesTheDefault) {
+TEST(ToggleTest, AMissingOrMalformedFileGivesTheDefaultAndIsTold) {
    std::string directory = testing::TempDir() + "toggle-" + std::to_string(::getpid());
    std::filesystem::create_directory(directory);
    Toggle::directoryIs(directory);
-   auto write = [&](char const* content) { std::ofstream(directory + "/T.json") << content; };
-   EXPECT_TRUE(Toggle::getToggleState("A", "T.json", true));
+   std::string path = directory + "/T.json";
+   auto write = [&](char const* content) { std::ofstream(path) << content; };
+   testing::internal::CaptureStderr();
    EXPECT_FALSE(Toggle::getToggleState("A", "T.json", false));
+   EXPECT_TRUE(Toggle::getToggleState("A", "T.json", true));
+   EXPECT_EQ(
+       Toggle::warnings(),
+       std::vector<std::string>{path + ": warning: there is no such file; A is taken as true"});
    write("{\"A\": false}");
    EXPECT_FALSE(Toggle::getToggleState("A", "T.json", true));
+   EXPECT_TRUE(Toggle::warnings().empty());
    EXPECT_TRUE(Toggle::getToggleState("B", "T.json", true));
-   write("{\"A\": maybe}");
-   testing::internal::CaptureStderr();
+   EXPECT_TRUE(Toggle::warnings().empty()) << "a file may leave a toggle to its default";
+   auto readings = Toggle::readings();
+   ASSERT_EQ(readings.size(), 2U);
+   EXPECT_TRUE(readings[0].fromFile && !readings[0].value && readings[0].note.empty());
+   EXPECT_TRUE(!readings[1].fromFile && readings[1].value);
+   EXPECT_EQ(readings[1].note, "the file does not have it");
+   write("{\"A\": maybe, \"C\": true}");
    EXPECT_TRUE(Toggle::getToggleState("A", "T.json", true));
-   EXPECT_EQ(testing::internal::GetCapturedStderr(),
-             directory + "/T.json:1:7: warning: a toggle is true or false; A is taken as true\n");
-   std::filesystem::create_directory(directory + "/D.json");
-   testing::internal::CaptureStderr();
-   EXPECT_TRUE(Toggle::getToggleState("A", "D.json", true));
-   EXPECT_EQ(testing::internal::GetCapturedStderr(),
-             directory + "/D.json: warning: cannot be read: Is a directory; A is taken as true\n");
+   EXPECT_EQ(Toggle::warnings(),
+             std::vector<std::string>{
+                 path + ":1:7: warning: a toggle is true or false; A is taken as true"});
+   EXPECT_TRUE(Toggle::getToggleState("B", "T.json", true));
+   write("{\"a\": true, \"B\": false, \"C\": true}");
+   EXPECT_TRUE(Toggle::getToggleState("A", "T.json", true));
+   EXPECT_FALSE(Toggle::getToggleState("B", "T.json", true));
+   EXPECT_EQ(Toggle::warnings(),
+             std::vector<std::string>{path + ": warning: the file does not have it; there is no "
+                                             "toggle 'C', 'a'; A is taken as true"});
+   std::filesystem::resize_file(path, (1U << 20) + 1);
+   EXPECT_TRUE(Toggle::getToggleState("A", "T.json", true));
+   EXPECT_EQ(Toggle::readings()[0].note, "is larger than 1048576 bytes");
+   std::filesystem::remove(path);
+   std::filesystem::create_directory(path);
+   EXPECT_TRUE(Toggle::getToggleState("A", "T.json", true));
+   EXPECT_EQ(Toggle::readings()[0].note, "is not a regular file");
+   EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "telling it is the host's";
    std::filesystem::remove_all(directory);
 }
 
