@@ -49,8 +49,8 @@ std::string whereItIs(FeatureSituation const& is) {
       return "In no word: " + is.unreached + ".";
    }
    if (is.inWords()) {
-      return (is.reached.size() == 1 ? "In the word of " : "In the words of ") +
-             listed(is.reached) + ".";
+      std::string words = is.reached.size() == 1 ? "In the word of " : "In the words of ";
+      return words + listed(is.reached) + ".";
    }
    auto const& first = is.absent.front();
    std::string text = "Not in the word of " + first.intf.name() + ": " + first.why + ".";
