@@ -7,6 +7,7 @@
 #include "agent/simulate/Simulation.h"
 #include "platform/Toggle/Toggle.h"
 #include "platform/Trace/BliplineReader.h"
+#include "ShoalTunnel/TcamSharing/DynamicISemData.h"
 
 #include <algorithm>
 #include <CLI/CLI.hpp>
@@ -70,12 +71,12 @@ int runScenario(Options const& options) {
    if (!inventory) {
       return usageError;
    }
-   readToggles();
    Agent::RunOptions how = options.run;
    if (standardInput && ::isatty(STDIN_FILENO) == 1) {
       std::cerr << "shoal-agent: reads commands from here: help lists them\n";
       how.keepGoing = true; // who types sees the error and types again
    }
+   readToggles();
    Agent::Host host(std::move(*inventory));
    Agent::ScenarioRunner runner(host, std::cout, std::cerr, how);
    std::istringstream commands(*scenario);

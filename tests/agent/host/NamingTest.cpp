@@ -1,4 +1,5 @@
 // What patterns and `own` name, and what commands tell of it.
+#include "agent/command/Registry.h"
 #include "tests/agent/host/Scenario.h"
 
 namespace Agent {
