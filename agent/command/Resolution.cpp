@@ -79,7 +79,7 @@ class Resolver {
                   ? "the sub-interface has no encapsulation"
                   : "the sub-interface was deleted");
       } else if (world_.isRouted(intf_)) {
-         miss("the interface has no internal VLAN");
+         miss(noInternalVlan);
       } else {
          IntfId lag = World::isPort(intf_) ? world_.lagPhyIntfMapping->phyIntfLag(intf_) : IntfId();
          never(intf_.name() +
@@ -95,8 +95,7 @@ class Resolver {
          never("an ISEM key cannot name " + unit_);
       } else if (tags_->inner != 0) {
          never("it has two tags (" + printedTags(tags_->outer, tags_->inner) +
-               "), which the ISEM does not hold: such requests are neither programmed nor "
-               "answered");
+               "), which the ISEM does not hold, so it is not programmed");
       } else {
          found_.keys.emplace_back(AradSemKeyAndFap(
              AradISemKeyTcamSharing(Bridging::VlanId(tags_->outer), *domain_).key(),

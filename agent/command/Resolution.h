@@ -8,6 +8,9 @@
 
 namespace Agent {
 
+// What a routed port without one lacks.
+inline constexpr char const* noInternalVlan = "the interface has no internal VLAN";
+
 struct Resolution {
    // The entries that the request leads to as far as its tags and VLAN domain are known, whether or
    // not its unit is available. At most one kind: ISEM, mapper (one per port) or tunnel.

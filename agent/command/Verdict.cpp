@@ -101,9 +101,6 @@ std::string Verdict::reason() {
    if (is_.pipeline != &host_.isem() && (is_.merged.value() & is_.carried) == 0) {
       return "the low 10 bits of the policy, which is all that an in-LIF carries, are 0";
    }
-   if (EntrySituation const* entry = awaiting(); entry != nullptr && entry->awaited->due) {
-      return "it is written, and not answered yet";
-   }
    auto wrong = std::find_if(is_.entries.begin(), is_.entries.end(), [](auto const& entry) {
       return entry.role == Role::current && !entry.carries;
    });
@@ -114,21 +111,17 @@ std::string Verdict::reason() {
 std::string Verdict::takenOut() {
    World const& world = host_.world();
    IntfId intf = is_.request.intfId();
+   std::string const& missing = is_.resolution.missing;
    auto status = world.subIntfStatusDir->subIntfStatus(intf);
-   if (status && !status->programInHw()) {
-      remedy_ = "program-in-hw on brings it back.";
-      return "it was taken out, since program-in-hw is off";
+   bool off = status && !status->programInHw();
+   if (!missing.empty()) {
+      remedy_ = missing == noInternalVlan ? "An internal VLAN brings it back." : "";
+   } else if (is_.retried.empty()) {
+      remedy_ = off ? "program-in-hw on brings it back." : "Another policy brings it back.";
    }
-   std::string why = "it was taken out of the output";
-   if (!is_.resolution.missing.empty()) {
-      why += "; " + is_.resolution.missing;
-   }
-   if (world.isRouted(intf)) {
-      remedy_ = "An internal VLAN or another policy brings it back.";
-   } else if (!SubIntfId::isSubIntfId(intf) || world.subIntfConfigDir->subIntfConfigHas(intf)) {
-      remedy_ = "Another policy brings it back.";
-   }
-   return why;
+   return (off ? "it was taken out, since program-in-hw is off"
+               : std::string("it was taken out of the output")) +
+          (missing.empty() ? "" : "; " + missing);
 }
 
 std::string Verdict::reasonOf(EntrySituation const& entry) {
@@ -185,9 +178,11 @@ void Verdict::sayWaiting() {
       say("It waits in the backlog" +
           (is_.nextSlice ? " for the slice " + at(*is_.nextSlice) : std::string()) + ".");
    }
-   if (!is_.retried.empty()) {
-      say("It is retried " + at(is_.pipeline->codef->nextRetry()) +
-          (is_.resolution.never ? ", to no avail." : "."));
+   std::string next = at(is_.pipeline->codef->nextRetry());
+   if (!is_.retried.empty() && is_.merged.empty()) {
+      say("The retry list forgets it " + next + ".");
+   } else if (!is_.retried.empty() && !is_.queued) {
+      say("It is retried " + next + (is_.resolution.never ? ", to no avail." : "."));
    } else if (!is_.queued && !is_.inHardware && !is_.resolution.missing.empty() &&
               !is_.resolution.never && !is_.merged.empty() && !is_.output.empty()) {
       say("Nothing retries it.");
@@ -224,8 +219,9 @@ void Verdict::sayAnswer() {
       }
       return;
    }
+   bool clearing = response.policyId.empty();
    std::string policy =
-       response.policyId == is_.merged
+       response.policyId == is_.merged || clearing
            ? ""
            : " for " + printedPolicy(response.policyId) + ", not for the present policy";
    ResponseCause const& cause = is_.times.cause;
@@ -252,8 +248,8 @@ void Verdict::sayAnswer() {
       } else if (cause.key && cause.answer.outcome == Outcome::accepted) {
          why = ": an earlier answer had failed";
       } else if (cause.key) {
-         why = ": the chip refused the write of " + printedKey(*cause.key) +
-               whyRefused(cause.answer.outcome);
+         why = (clearing ? ": the chip refused to clear " : ": the chip refused the write of ") +
+               printedKey(*cause.key) + whyRefused(cause.answer.outcome);
       }
       say("It was answered failed " + at(is_.times.status.value_or(0.0)) + policy + why + ".");
       if (!is_.queued && !is_.output.empty() && is_.resolution.missing.empty()) {

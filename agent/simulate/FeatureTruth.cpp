@@ -15,7 +15,7 @@ namespace {
 class FeatureTruth {
  public:
    FeatureTruth(Host const& host, InLifFeatureKey key)
-       : world_(host.world()), pipeline_(host.inLifFeatures()), host_(host), key_(key) {
+       : world_(host.world()), pipeline_(host.inLifFeatures()), key_(key) {
       type_ = key.featureType();
       for (auto const& [each, aggregate] : pipeline_.inLifIntfCfg->requestIter()) {
          if (each == key.intfKey() && aggregate->featureAggHas(type_)) {
@@ -164,7 +164,6 @@ class FeatureTruth {
 
    World const& world_;
    FeaturePipeline const& pipeline_;
-   Host const& host_;
    InLifFeatureKey key_;
    InLifFeatureType type_{};
    std::optional<uint32_t> wanted_;

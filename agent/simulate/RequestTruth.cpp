@@ -179,7 +179,8 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
    auto says = [&](char const* words) { return text.find(words) != std::string::npos; };
    require(explanation.inHardware == inHardware(), "wrong on hardware");
    require(queued_ == says("waits in the backlog"), "wrong on the backlog");
-   require(retried_.empty() != says("is retried"), "wrong on retries");
+   require((!retried_.empty() && policy_ != 0 && !queued_) == says("is retried"),
+           "wrong on retries");
    bool leaves =
        std::any_of(left_.begin(), left_.end(), [](Entry const& entry) { return entry.held; });
    require(leaves == says("still in hardware"), "wrong on what was left behind");
@@ -254,16 +255,18 @@ bool RequestTruth::isReason(std::string const& reason) const {
    if (reason == "it is not worked yet") {
       return queued_;
    }
-   if (reason == "it was taken out, since program-in-hw is off") {
+   static constexpr char const* flagOff = "it was taken out, since program-in-hw is off";
+   if (reason.starts_with(flagOff)) {
       auto status = flags->subIntfStatus(request_.intfId());
-      return out && status && !status->programInHw();
+      if (!out || !status || status->programInHw() || (reason == flagOff) == lacks()) {
+         return false;
+      }
+   }
+   if (reason == flagOff) {
+      return true;
    }
    if (reason == "the low 10 bits of the policy, which is all that an in-LIF carries, are 0") {
       return !isem_ && policy_ % 1024 == 0;
-   }
-   if (reason == "it is written, and not answered yet") {
-      return std::any_of(wanted_.begin(), wanted_.end(),
-                         [](Entry const& entry) { return !entry.due.empty(); });
    }
    auto refused = [&](std::string const& text) {
       auto full = fit(text, "the chip refused the write of % at % s, since the unit was full");
@@ -321,8 +324,8 @@ bool RequestTruth::isReason(std::string const& reason) const {
    }
    // What is missing, behind a word on the output or alone.
    std::string lacked = reason;
-   if (auto parts = fit(reason, "it was taken out of the output; %")) {
-      lacked = (*parts)[0];
+   if (auto parts = fit(reason, "it was taken out%; %")) {
+      lacked = (*parts)[1];
    } else if (reason == "it was taken out of the output") {
       return out && !lacks();
    } else if (out) {
@@ -387,8 +390,8 @@ bool RequestTruth::isLack(std::string const& lack) const {
    if (auto parts = fit(lack, "an ISEM key cannot name unit %")) {
       return isem_ && request_.fapId().value() > 128;
    }
-   if (auto parts = fit(lack, "it has two tags (%,%), which the ISEM does not hold: such requests "
-                              "are neither programmed nor answered")) {
+   if (auto parts = fit(lack, "it has two tags (%,%), which the ISEM does not hold, so it is not "
+                              "programmed")) {
       auto tags = facts_.tags(request_);
       return isem_ && tags && (*parts)[0] == std::to_string(tags->outer) && tags->inner != 0 &&
              (*parts)[1] == std::to_string(tags->inner);

@@ -34,6 +34,10 @@ bool RequestTruth::isWaiting(std::string const& sentence) const {
       return !retried_.empty() && (*parts)[0] == printedSeconds(pipeline_.codef->nextRetry()) &&
              (!vain || (never && lacks()));
    }
+   if (auto parts = fit(sentence, "The retry list forgets it at % s")) {
+      return policy_ == 0 && !retried_.empty() &&
+             (*parts)[0] == printedSeconds(pipeline_.codef->nextRetry());
+   }
    if (sentence == "Nothing retries it") {
       return retried_.empty() && !queued_ && lacks();
    }
@@ -89,6 +93,9 @@ bool RequestTruth::isAnswer(std::string const& sentence) const {
    }
    if (auto parts = fit(sentence, "It was answered failed at % s%")) {
       std::string why = (*parts)[1];
+      if (past && response_.policyId.empty()) {
+         return response_.status == 3 && (why.empty() || isFailure(why));
+      }
       if (past && why.starts_with(older)) {
          why.erase(0, older.size());
       } else if (past) {
@@ -111,6 +118,12 @@ bool RequestTruth::isFailure(std::string const& why) const {
    if (auto parts = fit(why, ": the chip refused the write of %")) {
       return witness_.saw(Event::refused, (*parts)[0]);
    }
+   if (auto parts = fit(why, ": the chip refused to clear %, since the unit was full")) {
+      return witness_.saw(Event::full, (*parts)[0]);
+   }
+   if (auto parts = fit(why, ": the chip refused to clear %")) {
+      return witness_.saw(Event::refused, (*parts)[0]);
+   }
    if (auto parts = fit(why, ": % was removed before it was answered")) {
       return witness_.saw(Event::removed, (*parts)[0]);
    }
@@ -129,12 +142,13 @@ bool RequestTruth::isRemedy(std::string const& sentence) const {
    }
    if (sentence == "program-in-hw on brings it back") {
       auto status = facts_.world().subIntfStatusDir->subIntfStatus(request_.intfId());
-      return out && status && !status->programInHw();
+      return out && !lacks() && status && !status->programInHw();
    }
-   if (sentence == "An internal VLAN or another policy brings it back") {
-      return out && facts_.world().intfVlanIdTable->internalVlanIdHas(request_.intfId());
+   if (sentence == "An internal VLAN brings it back") {
+      return out && lacks() && facts_.available(request_.fapId()) &&
+             facts_.world().intfVlanIdTable->internalVlanIdHas(request_.intfId());
    }
-   return sentence == "Another policy brings it back" && out;
+   return sentence == "Another policy brings it back" && out && !lacks();
 }
 
 bool RequestTruth::isFact(std::string const& label, std::string const& text) const {

@@ -119,13 +119,20 @@ TEST(ExplanationTest, EachStateOnAnAradUnitIsTold) {
        {"vlan-domain u/0/Ethernet0 none\nrequest acl X own 5\nsettle", "X own",
         "Not in hardware: no VLAN domain for u/0/Ethernet0 on unit 0. It is retried at 6 s.", true},
        {"encapsulation X 5,6\nrequest acl X own 5\nsettle", "X own",
-        "Not in hardware: it has two tags (5,6), which the ISEM does not hold: such requests are "
-        "neither programmed nor answered. It is not answered.",
+        "Not in hardware: it has two tags (5,6), which the ISEM does not hold, so it is not "
+        "programmed. It is not answered.",
         true},
        {"request acl X own 5\nsettle\nprogram-in-hw X off\nsettle", "X own",
         "Not in hardware: it was taken out, since program-in-hw is off. It is not answered. "
         "program-in-hw on brings it back.",
         true},
+       {"request acl X own 5\nsettle\nprogram-in-hw X off\nsettle\nencapsulation X none", "X own",
+        "Not in hardware: it was taken out, since program-in-hw is off; the sub-interface has no "
+        "encapsulation. It is not answered.",
+        true},
+       {"encapsulation X none\nrequest acl X own 5\nadvance 0.2\nprogram-in-hw X off\n"
+        "withdraw acl X own\nadvance 0.2",
+        "X own", "No feature asks for a policy here. The retry list forgets it at 2 s.", false},
    });
 }
 
@@ -257,6 +264,12 @@ TEST(ExplanationTest, EachStateOnAnInLifUnitIsTold) {
         "Not in hardware: (u/3/PortChannel3.1 on u/3/Ethernet8, tags 10) was made anew at 0.02 s, "
         "and carries nothing until the request is worked again. It was answered success at 0.01 s. "
         "Asking for another policy writes it again.",
+        true},
+       {"chip slowness 50\nchip slow next 1\nchip refuse next 2\nrequest acl L own 5\nadvance 1",
+        "L own",
+        "Not in hardware: the chip refused the write of (u/3/PortChannel3.1 on u/3/Ethernet4, tags "
+        "10) at 0 s. The chip's answer is due at 50.01 s. Asking for another policy writes it "
+        "again.",
         true},
        {"chip defer next 1\nrequest acl T own 5\nadvance 0.5", "T own",
         "In hardware. The chip's answer is due at 1.01 s.", true},
