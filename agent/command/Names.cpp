@@ -9,7 +9,6 @@ namespace Agent {
 
 using Bridging::VlanIdOrNone;
 using Hardware::ShoalTunnel::AradISemKeyTcamSharing;
-using Plexus::SubIntfId;
 
 namespace {
 
