@@ -92,7 +92,7 @@ TEST(InventoryTest, MalformedJsonNamesThePlace) {
                    "f:1:2: error: the file is UTF-16, UTF-32 or binary; only UTF-8 text is read"),
          std::pair("{\"PORT\": {}}\n\0{"s,
                    "f:2:1: error: the file has a NUL byte; only UTF-8 text is read")}) {
-      EXPECT_EQ(failure([&] { parseInventory(content, "f"); }), text);
+      EXPECT_EQ(failure([&file = content] { parseInventory(file, "f"); }), text);
    }
    EXPECT_EQ(failure([] { readInventory("/nonexistent"); }),
              "/nonexistent: error: cannot be read: No such file or directory");
