@@ -7,7 +7,6 @@
 namespace Agent {
 
 using namespace Hardware::ShoalTunnel;
-using Plexus::SubIntfId;
 
 namespace {
 

@@ -63,12 +63,12 @@ std::string describeUnmapped(Host const& host) {
                          std::string(printedStatus(response.status)) +
                          " without an entry of its own";
       auto keys = resolve(host, request).keys;
-      auto key = keys.empty() ? AradSemKeyAndFap() : std::get<AradSemKeyAndFap>(keys.front());
-      std::string users = keys.empty() ? "" : usersOf(host, key, request);
+      auto const* key = keys.empty() ? nullptr : std::get_if<AradSemKeyAndFap>(&keys.front());
+      std::string users = key != nullptr ? usersOf(host, *key, request) : "";
       if (users.empty()) {
          return text + "; first have it programmed itself (a single tag, then another policy)";
       }
-      return text + ": the entry " + printedKey(key) + " belongs to " + users +
+      return text + ": the entry " + printedKey(*key) + " belongs to " + users +
              "; first withdraw " + users + ", then give " + request.intfId().name() +
              " another policy, so that it is programmed itself";
    }
