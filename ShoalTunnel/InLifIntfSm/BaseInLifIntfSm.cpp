@@ -5,6 +5,8 @@
 
 namespace Hardware::ShoalTunnel {
 
+using Plexus::IntfId;
+
 BaseInLifIntfSm::BaseInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
                                  Orv::Ptr<InLifIntfStatus> inLifIntfStatus,
                                  Orv::Ptr<Shoal::Status const> shoalStatus)
@@ -27,10 +29,32 @@ void BaseInLifIntfSm::handleInitialized() {
          doHandleRequest(key, false);
       }
    }
-   for (auto const& [key, aggr] : inLifIntfCfg_->requestIter()) {
-      doHandleRequest(key, true);
-   }
+   std::exception_ptr refused = doHandleEveryRequest();
    initialized_ = true;
+   doHandleStarted();
+   if (refused) {
+      std::rethrow_exception(refused);
+   }
+}
+
+std::exception_ptr BaseInLifIntfSm::doHandleEveryRequest() {
+   std::exception_ptr refused;
+   for (auto const& [key, aggr] : inLifIntfCfg_->requestIter()) {
+      try {
+         doHandleRequest(key, true);
+      } catch (Orv::RangeException const&) {
+         refused = refused ? refused : std::current_exception();
+      }
+   }
+   return refused;
+}
+
+void BaseInLifIntfSm::doForgetWithdrawn(bool (*isOwn)(IntfId)) {
+   for (auto const& [key, response] : inLifIntfStatus_->responseIter()) {
+      if (isOwn(key.intfId()) && !inLifIntfCfg_->requestHas(key)) {
+         doUpdateResponse(key);
+      }
+   }
 }
 
 void BaseInLifIntfSm::handleTcamKeyVersion() {
@@ -39,8 +63,8 @@ void BaseInLifIntfSm::handleTcamKeyVersion() {
       return;
    }
    // A new layout may have moved every feature, so the versions of aggregates do not matter here.
-   for (auto const& [key, aggr] : inLifIntfCfg_->requestIter()) {
-      doHandleRequest(key, true);
+   if (std::exception_ptr refused = doHandleEveryRequest()) {
+      std::rethrow_exception(refused);
    }
 }
 

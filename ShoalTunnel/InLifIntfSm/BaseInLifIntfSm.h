@@ -14,6 +14,8 @@
 #include "ShoalTunnel/InLifIntfSm/InLifFeatureAttributes.h"
 #include "ShoalTunnel/InLifIntfSm/InLifIntfKind.h"
 
+#include <exception>
+
 namespace Hardware::ShoalTunnel {
 
 class TCAM_SHARING_EXPORT BaseInLifIntfSm : public Orv::RefCounted {
@@ -51,9 +53,11 @@ class TCAM_SHARING_EXPORT BaseInLifIntfSm : public Orv::RefCounted {
    ~BaseInLifIntfSm() override;
 
    // Starts the machine: hands over, as removals, what the status holds and nobody asks for any
-   // more, then every aggregate that is there, in order.
+   // more, then every aggregate that is there, in order. A key that throws Orv::RangeException
+   // keeps no other from being handed over; the first exception leaves behind them.
    virtual void handleInitialized();
    bool initialized() const { return initialized_; }
+   // Hands over every aggregate again, as a start does.
    void handleTcamKeyVersion();
    // The aggregate came or went.
    void handleInLifIntfCfg(InLifIntfKey const& key);
@@ -78,6 +82,14 @@ class TCAM_SHARING_EXPORT BaseInLifIntfSm : public Orv::RefCounted {
    Orv::Ptr<InLifIntfConfig const> const& inLifIntfCfg() const { return inLifIntfCfg_; }
    Orv::Ptr<InLifIntfStatus> const& inLifIntfStatus() const { return inLifIntfStatus_; }
    Orv::Ptr<Shoal::Status const> const& shoalStatus() const { return shoalStatus_; }
+
+ protected:
+   // Everything was handed over at the start.
+   virtual void doHandleStarted() {}
+   // Hands over every aggregate; the first Orv::RangeException, if any.
+   std::exception_ptr doHandleEveryRequest();
+   // The record goes of each key whose interface is the machine's own and that nobody asks for.
+   void doForgetWithdrawn(bool (*isOwn)(Plexus::IntfId));
 
  private:
    using OrvInLifIntfCfg = Orv::ReactorFor<&BaseInLifIntfSm::handleInLifIntfCfg>;

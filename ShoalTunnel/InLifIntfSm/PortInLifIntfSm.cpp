@@ -91,6 +91,10 @@ void PortInLifIntfSm::doHandleRequest(InLifIntfKey const& key, bool isAdd) {
       TRACE(0, "PortInLifIntfSm::", " ", "add", " portmap is not valid for ", key);
       return;
    }
+   if (!isAdd && !initialized() && !shoalStatus()->portMapValid()) {
+      TRACE(7, "  An earlier machine's, which the next port map version takes back");
+      return;
+   }
    if (isPortChannel(intfId)) {
       if (!lagPhyIntfMapping_->lagPhyIntfConfigHas(intfId)) {
          TRACE(7, "  Lag was not found in lag config:", intfId);
@@ -187,8 +191,9 @@ void PortInLifIntfSm::handlePortMapVersion() {
       }
    }
    doRemoveUncovered();
-   for (auto const& [key, aggr] : inLifIntfCfg()->requestIter()) {
-      doHandleRequest(key, true);
+   doForgetWithdrawn([](IntfId intfId) { return !isSubIntfOrVlan(intfId); });
+   if (std::exception_ptr refused = doHandleEveryRequest()) {
+      std::rethrow_exception(refused);
    }
 }
 

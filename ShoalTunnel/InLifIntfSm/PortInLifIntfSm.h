@@ -8,9 +8,10 @@
 // else.
 //
 // While the port map is not valid, additions and changes of membership are passed over; removals
-// are not. When the machine starts, words that nobody asks for go, unless the port map is not
-// valid. A new port map version brings every port to what a fresh start would give it. It is an
-// invariant failure while the port map is not valid, or while a port with a word has no TCAM.
+// are not. When the machine starts, words that nobody asks for go; while the port map is not valid
+// they wait for its next version, and so do their answers. A new port map version brings every port
+// to what a fresh start would give it. It is an invariant failure while the port map is not valid,
+// or while a port with a word has no TCAM.
 #pragma once
 
 #include "platform/Hardware/Shoal/LocalPortMapStatus.h"

@@ -61,6 +61,9 @@ void VlanInLifIntfSm::handleInitialized() {
       }
    }
    BaseInLifIntfSm::handleInitialized();
+}
+
+void VlanInLifIntfSm::doHandleStarted() {
    if (shoalStatus()->portMapValid()) {
       doRemoveLeftWords();
    }
@@ -82,6 +85,11 @@ void VlanInLifIntfSm::doHandleRequest(InLifIntfKey const& key, bool isAdd) {
    }
    if (isAdd && !shoalStatus()->portMapValid()) {
       TRACE(0, "VlanInLifIntfSm::", " ", "add", " portmap is not valid for ", key);
+      return;
+   }
+   if (!isAdd && !initialized() && !shoalStatus()->portMapValid()) {
+      TRACE(7, "VlanInLifIntfSm::",
+            "  An earlier machine's, which the next port map version takes back");
       return;
    }
    if (isAdd) {
@@ -159,23 +167,31 @@ void VlanInLifIntfSm::handlePortMapVersion() {
       TRACE(0, "VlanInLifIntfSm::", " portmap is not valid");
       return;
    }
-   // All keys before the first port, so that no port loses its word in between, nor to a VLAN
-   // interface out of range.
-   std::map<Place, InLifIntfKey> keys;
+   // All keys before the first port, so that no port loses its word in between.
+   keys_.clear();
    std::vector<InLifIntfKey> vlanKeys;
+   std::exception_ptr refused;
    for (auto const& [key, aggr] : inLifIntfCfg()->requestIter()) {
       if (isVlanIntf(key.intfId())) {
-         keys[placeOf(key)] = key;
-         vlanKeys.push_back(key);
+         try {
+            keys_[placeOf(key)] = key;
+            vlanKeys.push_back(key);
+         } catch (Orv::RangeException const&) {
+            // It covers no port.
+            refused = refused ? refused : std::current_exception();
+         }
       }
    }
-   keys_.swap(keys);
    for (auto const& [phyIntf, vlan] : vlan_.walk()) {
       doUpdatePort(phyIntf);
    }
    doRemoveLeftWords();
    for (InLifIntfKey key : vlanKeys) {
       doUpdateResponse(key);
+   }
+   doForgetWithdrawn(isVlanIntf);
+   if (refused) {
+      std::rethrow_exception(refused);
    }
 }
 

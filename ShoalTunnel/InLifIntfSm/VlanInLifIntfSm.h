@@ -11,8 +11,8 @@
 // Follows the spread configuration, default VLANs and membership port by port; which TCAM serves a
 // port is followed with the port map's version. While the port map is not valid additions wait for
 // its next version, and no port comes under a key; ports may leave one, and words follow the port's
-// features. Null directories read as empty. Answers keys of VLAN interfaces only, not of their
-// flood entries.
+// features. What an earlier machine left then waits for that version, with its answer. Null
+// directories read as empty. Answers keys of VLAN interfaces only, not of their flood entries.
 #pragma once
 
 #include "platform/Bridging/UntaggedVlanDir.h"
@@ -48,8 +48,11 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm,
    void handleLagPhyIntf(Plexus::IntfId lag, Plexus::IntfId phyIntf) override;
    // The port's features in the spread configuration came or went.
    void handleInLifIntfCfgLagExp(InLifIntfKey const& key);
-   // Throws as doHandleRequest does, for any key of the configuration.
+   // Throws as doHandleRequest does, for any key of the configuration, behind all others.
    void handlePortMapVersion();
+
+ protected:
+   void doHandleStarted() override;
 
  private:
    // Whose ports, of which VLAN and TCAM, a key covers.

@@ -108,14 +108,6 @@ TEST_F(BaseInLifTest, WhatIsAskedForAtTheEndOfAnAnswerIsAnswered) {
 
 TEST_F(BaseInLifTest, AMachineThatIsBuiltAgainTakesBackWhatWasWithdrawnMeanwhile) {
    InLifSwitch& inputs = *this;
-   for (char const* port : {"Ethernet1", "Ethernet2"}) {
-      join("PortChannel1", port);
-   }
-   untag("Ethernet0", 5);
-   for (char const* intf : {"Ethernet0", "PortChannel1", "Ethernet1.10", "Vlan5"}) {
-      ask(intf, 1, 1, 3);
-   }
-   ask("Ethernet3", 2, 1, 4);
    auto rebuild = [&] {
       portSm =
           portInLifIntfSmFactory(config, handled, status, ports, expanded, mapping,
@@ -125,27 +117,42 @@ TEST_F(BaseInLifTest, AMachineThatIsBuiltAgainTakesBackWhatWasWithdrawnMeanwhile
       subIntfSm = subIntfInLifIntfSmFactory(config, handled, status, subIntfs);
       start();
    };
-   portSm = nullptr;
-   vlanSm = nullptr;
-   subIntfSm = nullptr;
-   leave("Ethernet2"); // the port-channel still asks
-   for (char const* intf : {"Ethernet0", "Ethernet1.10", "Vlan5"}) {
-      withdraw(intf, 1, 1);
+   untag("Ethernet0", 5);
+   ask("Ethernet3", 2, 1, 4);
+   for (bool byVersion : {false, true}) {
+      for (char const* port : {"Ethernet1", "Ethernet2"}) {
+         join("PortChannel1", port);
+      }
+      for (char const* intf : {"Ethernet0", "PortChannel1", "Ethernet1.10", "Vlan5"}) {
+         ask(intf, 1, 1, 3);
+      }
+      ask("Ethernet0", 2, 1, 6); // of another TCAM, and in the word now
+      portSm = nullptr;
+      vlanSm = nullptr;
+      subIntfSm = nullptr;
+      leave("Ethernet2"); // the port-channel still asks
+      for (char const* intf : {"Ethernet0", "Ethernet1.10", "Vlan5"}) {
+         withdraw(intf, 1, 1);
+      }
+      // While the port map is being rewritten, nobody knows whose the words are.
+      status->portMapValidIs(false);
+      rebuild();
+      EXPECT_EQ(ports->lifFeatureAttrs(), 4U);
+      EXPECT_EQ(portWord("Ethernet0"), 0x60U);
+      EXPECT_EQ(InLifMachines::vlans->lifFeatureAttrs(), 1U);
+      EXPECT_EQ(handled->responses(), 5U) << "what may have a word has an answer";
+      status->portMapValidIs(true);
+      byVersion ? portMapChanged() : rebuild();
+      EXPECT_EQ(ports->lifFeatureAttrs(), 3U);
+      EXPECT_EQ(portWord("Ethernet0"), 0x60U);
+      EXPECT_EQ(portWord("Ethernet1"), 3U);
+      EXPECT_EQ(portWord("Ethernet3"), 0x40U);
+      EXPECT_EQ(expanded->requests(), 3U);
+      EXPECT_EQ(InLifMachines::vlans->lifFeatureAttrs() + subIntfs->lifFeatureAttrs(), 0U);
+      EXPECT_EQ(merged->lifFeatureAttrs(), 3U);
+      EXPECT_EQ(handled->responses(), 3U);
+      EXPECT_EQ(responses->responses(), 3U);
    }
-   // Not while the port map is being rewritten.
-   status->portMapValidIs(false);
-   rebuild();
-   EXPECT_TRUE(ports->lifFeatureAttrHas(IntfId("Ethernet2")));
-   status->portMapValidIs(true);
-   rebuild();
-   EXPECT_EQ(ports->lifFeatureAttrs(), 2U);
-   EXPECT_EQ(portWord("Ethernet1"), 3U);
-   EXPECT_EQ(portWord("Ethernet3"), 0x40U);
-   EXPECT_EQ(expanded->requests(), 2U);
-   EXPECT_EQ(InLifMachines::vlans->lifFeatureAttrs() + subIntfs->lifFeatureAttrs(), 0U);
-   EXPECT_EQ(merged->lifFeatureAttrs(), 2U);
-   EXPECT_EQ(handled->responses(), 2U);
-   EXPECT_EQ(responses->responses(), 2U);
 }
 
 TEST_F(BaseInLifTest, AnAggregateIsFollowedOnceAndUntilItIsGivenUp) {

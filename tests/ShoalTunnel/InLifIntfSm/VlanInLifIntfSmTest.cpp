@@ -98,12 +98,25 @@ TEST_F(VlanInLifTest, AVlanOutOfRangeTakesNothingFromTheOthers) {
    }
    untag("Ethernet0", 10);
    ask("Vlan10", 1, 1, 2);
+   ask("Vlan10", 2, 1, 5);
+   status->sysTcamIdIs(IntfId("Ethernet0"), SystemTcamId(2));
    EXPECT_THROW(portMapChanged(), Orv::RangeException);
-   EXPECT_EQ(vlanWord("Ethernet0"), 2U);
+   EXPECT_EQ(vlanWord("Ethernet0"), 0x50U);
    untag("Ethernet1", 10);
    EXPECT_EQ(vlanWord("Ethernet1"), 2U);
+   place(1, 1, 8, 0xf);
+   EXPECT_THROW(layoutChanged(), Orv::RangeException);
+   EXPECT_EQ(vlanWord("Ethernet1"), 0x200U);
+   vlanSm = nullptr;
    ask("Vlan10", 1, 1, 3);
-   EXPECT_EQ(vlanWord("Ethernet0"), 3U);
+   untag("Ethernet0", 11);
+   vlanSm = vlanInLifIntfSmFactory(config, handled, status, InLifMachines::vlans, expanded, mapping,
+                                   InLifSwitch::vlans);
+   EXPECT_THROW(vlanSm->handleInitialized(), Orv::RangeException);
+   EXPECT_EQ(vlanWord("Ethernet1"), 0x300U);
+   EXPECT_EQ(InLifMachines::vlans->lifFeatureAttrs(), 1U) << "what was left goes";
+   ask("Vlan10", 1, 1, 4);
+   EXPECT_EQ(vlanWord("Ethernet1"), 0x400U) << "it is started";
 }
 
 // What hears of a word may change what is being gone through.
