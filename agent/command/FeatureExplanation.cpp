@@ -44,9 +44,16 @@ std::string listed(std::vector<IntfId> const& interfaces) {
               : text + " and " + std::to_string(interfaces.size() - shown) + " more";
 }
 
+// What stands in the field of a word that the key does not lead to.
+std::string strangeWord(FeatureSituation const& is) {
+   return is.strange.value_or(0) == 0 ? ""
+                                      : " The word of " + is.key.intfId().name() + " has " +
+                                            std::to_string(*is.strange) + " in this field.";
+}
+
 std::string whereItIs(FeatureSituation const& is) {
    if (!is.unreached.empty()) {
-      return "In no word: " + is.unreached + ".";
+      return "It leads to no word: " + is.unreached + "." + strangeWord(is);
    }
    if (is.inWords()) {
       std::string words = is.reached.size() == 1 ? "In the word of " : "In the words of ";
@@ -67,10 +74,12 @@ std::string verdict(Host const& host, FeatureSituation const& is) {
       askers += (askers.empty() ? "" : ", ") + name;
    }
    if (!is.wanted) {
-      return askers.empty() ? "No directory asks for this feature here."
-                            : "Not in the aggregate, although " + askers +
-                                  (is.askedBy.size() == 1 ? " asks" : " ask") +
-                                  ": another directory withdrew it. Asking again brings it back.";
+      return (askers.empty()
+                  ? "No directory asks for this feature here."
+                  : "Not in the aggregate, although " + askers +
+                        (is.askedBy.size() == 1 ? " asks" : " ask") +
+                        ": another directory withdrew it. Asking again brings it back.") +
+             strangeWord(is);
    }
    std::string text = whereItIs(is);
    if (!is.answered()) {

@@ -36,6 +36,7 @@ class FeatureGathering {
       found_.wanted = found_.requested && found_.requested->featureAggHas(type);
       found_.field = featureField(tcam_, type);
       if (!found_.wanted) {
+         readStrangeWord();
          return;
       }
       found_.value = found_.requested->featureAgg(type);
@@ -49,6 +50,9 @@ class FeatureGathering {
             found_.absent.push_back({intf, why});
          }
       }
+      if (found_.reached.empty()) {
+         readStrangeWord();
+      }
    }
 
  private:
@@ -61,7 +65,8 @@ class FeatureGathering {
          for (auto const& [port, systemPort] : world_.shoalStatus->sysPhyPortIdIter()) {
             if (world_.shoalStatus->sysTcamId(port) == tcam_ &&
                 world_.untaggedVlanDir->untaggedVlan(carrier(port)).value() ==
-                    intf_.fields().vlanId) {
+                    intf_.fields().vlanId &&
+                isNearest(port)) {
                found_.reached.push_back(port);
             }
          }
@@ -86,6 +91,39 @@ class FeatureGathering {
       }
    }
 
+   // Of the VLAN interfaces of one number, a port has that of its own unit, else that of none.
+   bool isNearest(IntfId port) const {
+      uint32_t unit = intf_.fields().unit;
+      if (unit == port.fields().unit) {
+         return true;
+      }
+      bool own = false;
+      for (auto const& [key, features] : pipeline_.inLifIntfCfg->requestIter()) {
+         IntfId other = key.intfId();
+         own = own || (key.tcamId() == tcam_ && VlanIntfId::isVlanIntfId(other) &&
+                       !other.l3Flood() && other.fields().vlanId == intf_.fields().vlanId &&
+                       other.fields().unit == port.fields().unit);
+      }
+      return unit == 0 && !own;
+   }
+
+   void readStrangeWord() {
+      bool ofOneWord = SubIntfId::isSubIntfId(intf_) || World::isPort(intf_);
+      auto word = ofOneWord && found_.field ? wordFor(intf_) : std::nullopt;
+      if (word) {
+         found_.strange = fieldOf(*word);
+      }
+   }
+
+   std::optional<InLifFeatureAttributes> wordFor(IntfId intf) const {
+      return SubIntfId::isSubIntfId(intf_)
+                 ? pipeline_.subIntfWords->lifFeatureAttrCollection().find(found_.key.intfKey())
+                 : pipeline_.mergedWords->lifFeatureAttrCollection().find(intf);
+   }
+   uint64_t fieldOf(InLifFeatureAttributes const& word) const {
+      return wordOf(word) >> found_.field->offset() & found_.field->mask();
+   }
+
    // Whose untagged VLAN counts for the port: its port-channel's, or its own.
    IntfId carrier(IntfId port) const {
       IntfId lag = world_.lagPhyIntfMapping->phyIntfLag(port);
@@ -95,16 +133,13 @@ class FeatureGathering {
    // Empty: the word carries the value, as far as its field does.
    std::string absence(IntfId intf) const {
       bool isSubIntf = SubIntfId::isSubIntfId(intf_);
-      std::optional<InLifFeatureAttributes> word;
-      if (isSubIntf && pipeline_.subIntfWords->lifFeatureAttrHas(found_.key.intfKey())) {
-         word = pipeline_.subIntfWords->lifFeatureAttr(found_.key.intfKey());
-      } else if (!isSubIntf && pipeline_.mergedWords->lifFeatureAttrHas(intf)) {
-         word = pipeline_.mergedWords->lifFeatureAttr(intf);
-      }
+      auto word = wordFor(intf);
       if (!word) {
-         return "it has no word";
+         return isSubIntf || world_.shoalStatus->portMapValid()
+                    ? "it has no word"
+                    : "it has no word, and gets none before the port map is valid";
       }
-      uint64_t there = wordOf(*word) >> found_.field->offset() & found_.field->mask();
+      uint64_t there = fieldOf(*word);
       if (there == (found_.value & found_.field->mask())) {
          return "";
       }
@@ -117,7 +152,7 @@ class FeatureGathering {
          return text + ": the port's VLAN has a word of its own, which counts";
       }
       if (std::string other = ownerOf(intf, *word); !other.empty()) {
-         return text + ": it is the word of " + other;
+         return text + ": it equals the word of " + other;
       }
       return text + ": it was not encoded anew since";
    }

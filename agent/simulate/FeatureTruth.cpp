@@ -49,7 +49,11 @@ class FeatureTruth {
       if (sentence == "Asking again brings it back") {
          return !wanted_ && asked();
       }
-      if (auto parts = fit(sentence, "In no word: %")) {
+      if (auto parts = fit(sentence, "The word of % has % in this field")) {
+         return (*parts)[0] == key_.intfId().name() && strange() != 0 &&
+                (*parts)[1] == std::to_string(strange());
+      }
+      if (auto parts = fit(sentence, "It leads to no word: %")) {
          return wanted_ && isUnreached((*parts)[0]);
       }
       if (fits("In the word of %") || fits("In the words of %")) {
@@ -81,6 +85,17 @@ class FeatureTruth {
 
    bool spills() const { return wanted_ && mask_ != 0 && *wanted_ > mask_; }
 
+   // What the key's own word has in the field, when the key does not lead there.
+   uint64_t strange() const {
+      if (wanted_ && !reached_.empty()) {
+         return 0;
+      }
+      auto word = key_.intfId().fields().subIntf
+                      ? pipeline_.subIntfWords->lifFeatureAttrCollection().find(key_.intfKey())
+                      : pipeline_.mergedWords->lifFeatureAttrCollection().find(key_.intfId());
+      return word ? fieldOf(*word) : 0;
+   }
+
  private:
    bool asked() const {
       for (auto const& [name, entry] : pipeline_.inputDir->entryIter()) {
@@ -96,13 +111,13 @@ class FeatureTruth {
       return handled && handled->version() == version_;
    }
    bool carries(std::optional<InLifFeatureAttributes> const& word) const {
-      if (!word) {
-         return false;
-      }
-      unsigned __int128 bits = word->eei;
-      bits = bits << 16 | word->data1;
-      bits = bits << 16 | word->data0;
-      return static_cast<uint64_t>(bits >> offset_ & mask_) == (*wanted_ & mask_);
+      return word && fieldOf(*word) == (*wanted_ & mask_);
+   }
+   uint64_t fieldOf(InLifFeatureAttributes const& word) const {
+      unsigned __int128 bits = word.eei;
+      bits = bits << 16 | word.data1;
+      bits = bits << 16 | word.data0;
+      return static_cast<uint64_t>(bits >> offset_ & mask_);
    }
    IntfId lagOf(IntfId port) const {
       for (auto const& [lag, members] : world_.lagPhyIntfMapping->lagPhyIntfConfigIter()) {
@@ -125,7 +140,9 @@ class FeatureTruth {
          IntfId untagged = lag == IntfId() ? port : lag;
          bool counts =
              fields.kind == Plexus::IntfKind::vlan
-                 ? here && world_.untaggedVlanDir->untaggedVlan(untagged).value() == fields.vlanId
+                 ? here &&
+                       world_.untaggedVlanDir->untaggedVlan(untagged).value() == fields.vlanId &&
+                       isNearest(port)
              : fields.kind == Plexus::IntfKind::portChannel
                  ? here && lag == key_.intfId()
                  : port == key_.intfId() && lag == IntfId();
@@ -140,6 +157,23 @@ class FeatureTruth {
       for (IntfId port : reached_) {
          words_.push_back(pipeline_.mergedWords->lifFeatureAttrCollection().find(port));
       }
+   }
+   static std::string unitIn(IntfId intf) {
+      return intf.name().substr(0, intf.name().rfind('/') + 1);
+   }
+   // A VLAN interface of the port's own unit goes before one of none.
+   bool isNearest(IntfId port) const {
+      std::string name = key_.intfId().name();
+      std::string number = name.substr(name.rfind('/') + 1);
+      if (unitIn(key_.intfId()) == unitIn(port)) {
+         return true;
+      }
+      for (auto const& [key, features] : pipeline_.inLifIntfCfg->requestIter()) {
+         if (key.tcamId() == key_.tcamId() && key.intfId().name() == unitIn(port) + number) {
+            return false;
+         }
+      }
+      return unitIn(key_.intfId()).empty();
    }
    bool isUnreached(std::string const& why) const {
       if (why == "the TCAM has no place for this feature") {
@@ -156,10 +190,38 @@ class FeatureTruth {
    bool isAbsent(std::string const& port, std::string const& why) const {
       for (std::size_t i = 0; i < reached_.size(); ++i) {
          if (reached_[i].name() == port) {
-            return !carries(words_[i]) && (why == "it has no word") == !words_[i];
+            return !carries(words_[i]) && (words_[i] ? isOther(*words_[i], why) : isMissing(why));
          }
       }
       return false;
+   }
+   bool isMissing(std::string const& why) const {
+      bool waits = !key_.intfId().fields().subIntf && !world_.shoalStatus->portMapValid();
+      return why == (waits ? "it has no word, and gets none before the port map is valid"
+                           : "it has no word");
+   }
+   bool isOther(InLifFeatureAttributes const& word, std::string const& why) const {
+      std::string head = "the word has " + std::to_string(fieldOf(word)) + " in this field: ";
+      if (!why.starts_with(head)) {
+         return false;
+      }
+      std::string rest = why.substr(head.size());
+      auto const& kind = key_.intfId().fields();
+      if (rest == "the port's VLAN has a word of its own, which counts") {
+         return kind.kind != Plexus::IntfKind::vlan && !kind.subIntf;
+      }
+      if (auto parts = fit(rest, "it equals the word of %")) {
+         for (auto const& [key, features] : pipeline_.inLifIntfCfg->requestIter()) {
+            if ((*parts)[0].starts_with(key.intfId().name()) && key != key_.intfKey() &&
+                getInLifFeatureAttr(features) == word) {
+               return true;
+            }
+         }
+         return false;
+      }
+      bool own = getInLifFeatureAttr(pipeline_.inLifIntfCfg->request(key_.intfKey())) == word;
+      return rest ==
+             (own ? "the value of another feature runs into it" : "it was not encoded anew since");
    }
 
    World const& world_;
@@ -182,6 +244,12 @@ void ExplanationCheck::checkFeatures(Findings& findings) const {
    for (auto const& [key, aggregate] : pipeline.inLifIntfCfg->requestIter()) {
       keys.push_back(key);
    }
+   for (auto const& [port, word] : pipeline.mergedWords->lifFeatureAttrIter()) {
+      InLifIntfKey key(port, host_.world().shoalStatus->sysTcamId(port));
+      if (!pipeline.inLifIntfCfg->requestHas(key)) {
+         keys.push_back(key);
+      }
+   }
    for (InLifIntfKey each : keys) {
       for (InLifFeatureType type : inLifFeatureTypes) {
          InLifFeatureKey key(each, type);
@@ -196,6 +264,9 @@ void ExplanationCheck::checkFeatures(Findings& findings) const {
          }
          if (explanation.inHardware != truth.inWords()) {
             findings.add("explanations are true", explanation.subject, ": wrong on words: ", text);
+         }
+         if ((truth.strange() != 0) != (text.find(". The word of ") != std::string::npos)) {
+            findings.add("explanations are true", explanation.subject, ": wrong on a word: ", text);
          }
          if (truth.spills() != (text.find("is wider than its field") != std::string::npos)) {
             findings.add("explanations are true", explanation.subject, ": wrong on width: ", text);

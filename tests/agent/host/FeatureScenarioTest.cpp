@@ -114,25 +114,38 @@ TEST(FeatureScenarioTest, EachStateIsExplained) {
                  "although qos asks: another directory withdrew it"},
             Case{"port-map-state invalid\nfeature qos u/3/Ethernet0 own 1 3\n"
                  "explain-feature u/3/Ethernet0 own 1",
-                 ": Not in the word of u/3/Ethernet0: it has no word. No answer to the present "
-                 "request: the port map is not valid"},
+                 ": Not in the word of u/3/Ethernet0: it has no word, and gets none before the "
+                 "port map is valid. No answer to the present request: the port map is not valid"},
             Case{"port-channel u/3/PortChannel3 remove\nfeature qos u/3/PortChannel3 u/3:0 1 3\n"
                  "explain-feature u/3/PortChannel3 u/3:0 1",
                  "the port-channel does not exist"},
             Case{"feature qos u/3/Ethernet4 own 1 3\nexplain-feature u/3/Ethernet4 own 1",
-                 ": In no word: the port is a member of u/3/PortChannel3, whose features count "
+                 ": It leads to no word: the port is a member of u/3/PortChannel3, whose features "
+                 "count "
                  "while it is. It was answered success.\n"},
+            Case{"feature qos u/3/Ethernet0 own 1 3\n"
+                 "untagged-vlan u/3/Ethernet0 none\n"
+                 "member u/3/PortChannel3 add u/3/Ethernet0\nexplain-feature u/3/Ethernet0 own 1",
+                 "whose features count while it is. The word of u/3/Ethernet0 has 3 in this "
+                 "field. It was answered success."},
+            Case{"feature qos u/3/Ethernet0 own 1 3\nuntagged-vlan u/3/Ethernet0 none\n"
+                 "member u/3/PortChannel3 add u/3/Ethernet0\n"
+                 "withdraw-feature qos u/3/Ethernet0 own 1\nexplain-feature u/3/Ethernet0 own 1",
+                 ": No directory asks for this feature here. The word of u/3/Ethernet0 has 3 in "
+                 "this field.\n"},
             Case{"feature qos u/3/PortChannel3 u/0:0 1 3\n"
                  "explain-feature u/3/PortChannel3 u/0:0 1",
-                 ": In no word: u/3/PortChannel3 has no member on u/0:0. It was answered success."},
-            Case{
-                "untagged-vlan u/3/Ethernet0 none\nfeature qos u/3/Vlan7 u/3:0 1 3\n"
-                "explain-feature u/3/Vlan7 u/3:0 1",
-                ": In no word: no port of u/3:0 has this VLAN untagged, and the features of a VLAN "
-                "reach untagged ports only. It was answered success."},
+                 ": It leads to no word: u/3/PortChannel3 has no member on u/0:0. It was answered "
+                 "success."},
+            Case{"untagged-vlan u/3/Ethernet0 none\nfeature qos u/3/Vlan7 u/3:0 1 3\n"
+                 "explain-feature u/3/Vlan7 u/3:0 1",
+                 ": It leads to no word: no port of u/3:0 has this VLAN untagged, and the features "
+                 "of a VLAN "
+                 "reach untagged ports only. It was answered success."},
             Case{"feature qos u/3/Ethernet0 u/3:0 1 3\nfeature qos u/3/Ethernet0 u/3:1 1 4\n"
                  "untagged-vlan u/3/Ethernet0 none\nexplain-feature u/3/Ethernet0 u/3:0 1",
-                 ": Not in the word of u/3/Ethernet0: the word has 4 in this field: it is the word "
+                 ": Not in the word of u/3/Ethernet0: the word has 4 in this field: it equals the "
+                 "word "
                  "of u/3/Ethernet0 on u/3:1. It was answered success."},
             Case{"feature qos u/3/Ethernet0 own 1 40\nexplain-feature u/3/Ethernet0 own 1",
                  "The value 40 is wider than its field of 5 bits and runs into the next one."},
@@ -140,7 +153,8 @@ TEST(FeatureScenarioTest, EachStateIsExplained) {
                  "warning: the field of feature1 on u/3:0 has 5 bits: the value 40 is wider"},
             Case{"tcam-layout u/3:0 1 none\nfeature qos u/3/Ethernet0 own 1 3\n"
                  "explain-feature u/3/Ethernet0 own 1",
-                 ": In no word: the TCAM has no place for this feature. It was answered success."},
+                 ": It leads to no word: the TCAM has no place for this feature. It was answered "
+                 "success."},
         }) {
       Result result = run(setUp + scenario);
       EXPECT_EQ(result.code, 0) << scenario << result.errors;
