@@ -197,7 +197,7 @@ bool MapperShadow::plain(TcamSharingRequest request) const {
    TcamSharingEntry entry(request, pipeline_.tagOutput->request(request));
    auto keys = entriesOf(request);
    return !keys.empty() && !sharedByUnits(request) && answers_.isPlain(request) &&
-          !late_.contains(request) && !robbed_.contains(request) &&
+          !late_.contains(request) && !robbed_.contains(request) && !older_.contains(request) &&
           Facts::lowBits(entry.policyId()) != 0 && !awaited_.contains(entry) &&
           !errors_.contains(entry) && std::all_of(keys.begin(), keys.end(), [&](auto const& key) {
              auto writer = lastWriter_.find(key);

@@ -47,6 +47,7 @@ void MapperShadow::handleOutput(TcamSharingRequest request) {
    late_.erase(request);
    displaced_.erase(request);
    robbed_.erase(request);
+   older_.erase(request);
    if (policy.empty()) {
       confirmed_.erase(request);
       answers_.responses.erase(request);
@@ -197,6 +198,12 @@ void MapperShadow::answer(TcamSharingEntry const& entry, uint64_t data) {
       return;
    }
    probes_.hit(success ? "mapper: answered" : "mapper: refused");
+   if (entry.policyId() == pipeline_.tagOutput->request(entry.request())) {
+      older_.erase(entry.request());
+   } else {
+      probes_.hit("mapper: answered for an older policy");
+      older_.insert(entry.request());
+   }
    answers_.responses[entry.request()] = {success ? tcamSharingSuccess : tcamSharingFailed,
                                           entry.policyId()};
 }

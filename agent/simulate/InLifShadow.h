@@ -54,6 +54,8 @@ class MapperShadow {
    std::map<TcamSharingRequest, std::map<VlanTagToVsiMapperKey, bool>> handedOver_;
    // Entries whose data stay, since their writer went elsewhere or could not find them.
    std::set<VlanTagToVsiMapperKey> left_;
+   // Answered last for an older policy of the same data.
+   std::set<TcamSharingRequest> older_;
    // Another request wrote their entry before it was answered.
    std::set<TcamSharingRequest> displaced_;
    // An older clearing's answer took theirs.

@@ -72,6 +72,7 @@ constexpr std::string_view names[] = {
     "mapper: confirmed after the withdrawal",
     "mapper: clearing answered",
     "mapper: answered",
+    "mapper: answered for an older policy",
     "mapper: refused",
     "tunnel: written without data",
     "tunnel: written",
