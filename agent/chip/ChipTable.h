@@ -28,6 +28,8 @@ struct EntryMemory {
    struct Event {
       Seconds at = 0.0;
       Outcome outcome = Outcome::removed;
+      uint64_t write = 0;             // the write or removal that it is of, counted from 1
+      std::optional<uint32_t> writer; // of that; none: nobody in particular
       friend bool operator==(Event const&, Event const&) = default;
    };
    std::optional<Event> lastWrite;   // or removal, answered or not
@@ -60,11 +62,15 @@ class ChipTable {
          unitOf_(std::move(unitOf)), timer_(this, std::move(clock)), orvConfig_(this) {
       for (auto const& [key, data] : config_->configIter()) {
          hold(key, data);
-         memories_[key].lastWrite = {Orv::System::peekTime(), Outcome::accepted};
+         memories_[key].lastWrite = {Orv::System::peekTime(), Outcome::accepted, 0, std::nullopt};
          T::answer(*status_, key, data, Outcome::accepted);
       }
       config_->configCollection().watch(orvConfig_);
    }
+
+   // Names, by a number of its own, for whom an entry is written or removed just now.
+   using WriterOf = std::function<std::optional<uint32_t>(Key)>;
+   void writerOfIs(WriterOf writerOf) { writerOf_ = std::move(writerOf); }
 
    // Entries that a unit holds at most; a write of one more key is refused as full.
    void capacityIs(FapId unit, std::optional<uint64_t> entries) {
@@ -74,6 +80,7 @@ class ChipTable {
          capacity_.erase(unit);
       }
    }
+   std::map<FapId, uint64_t> const& capacities() const { return capacity_; }
    // What is held back for reordering is answered.
    void releaseHeldBack() {
       for (Answer& answer : heldBack_) {
@@ -110,7 +117,7 @@ class ChipTable {
    }
    void replay() {
       for (auto const& [key, data] : config_->configIter()) {
-         handleConfig(key);
+         write(key, std::nullopt);
       }
    }
 
@@ -119,9 +126,17 @@ class ChipTable {
       Key key;
       std::optional<Data> written; // none: a removal
       Seconds since;
+      uint64_t write;
+      std::optional<uint32_t> writer;
       Outcome outcome = Outcome::removed;
    };
    std::deque<Answer> const& unanswered() const { return unanswered_; }
+   // A write of the key finds room.
+   bool hasRoom(Key key) const {
+      FapId unit = unitOf_(key);
+      auto limit = capacity_.find(unit);
+      return limit == capacity_.end() || entries_.contains(key) || entriesOn(unit) < limit->second;
+   }
    // What the chip really holds.
    std::map<Key, Data> const& entries() const { return entries_; }
    uint64_t entriesOn(FapId unit) const {
@@ -178,15 +193,22 @@ class ChipTable {
       ChipTable* table_;
    };
 
-   void handleConfig(Key const& key) {
+   void handleConfig(Key const& key) { write(key, writerOf_ ? writerOf_(key) : std::nullopt); }
+
+   void write(Key key, std::optional<uint32_t> writer) {
       Seconds now = Orv::System::currentTime();
-      Answer answer{now + faults_.delay(), key, config_->configCollection().find(key), now};
+      Answer answer{now + faults_.delay(),
+                    key,
+                    config_->configCollection().find(key),
+                    now,
+                    ++writes_,
+                    writer};
       ++(answer.written ? counters_.writes : counters_.removals);
       FapId unit = unitOf_(key);
       // The chip works in order and at once; only its answers are late, lost or out of order.
       answer.outcome = program(answer);
       EntryMemory& memory = memories_[key];
-      memory.lastWrite = {Orv::System::peekTime(), answer.outcome};
+      memory.lastWrite = {Orv::System::peekTime(), answer.outcome, answer.write, writer};
       memory.restarted.reset();
       if (faults_.suffers(Fault::lose, T::kind, unit)) {
          ++disturbances_[key];
@@ -254,9 +276,7 @@ class ChipTable {
       if (faults_.suffers(Fault::refuse, T::kind, unit)) {
          return Outcome::refused;
       }
-      auto limit = capacity_.find(unit);
-      if (limit != capacity_.end() && !entries_.contains(answer.key) &&
-          entriesOn(unit) >= limit->second) {
+      if (!hasRoom(answer.key)) {
          ++counters_.full;
          return Outcome::full;
       }
@@ -282,7 +302,8 @@ class ChipTable {
 
    void deliver(Answer const& answer) {
       ++counters_.answers;
-      memories_[answer.key].lastAnswer = {Orv::System::peekTime(), answer.outcome};
+      memories_[answer.key].lastAnswer = {Orv::System::peekTime(), answer.outcome, answer.write,
+                                          answer.writer};
       answering_ = answer.key;
       if (answer.written) {
          T::answer(*status_, answer.key, *answer.written, answer.outcome);
@@ -296,6 +317,8 @@ class ChipTable {
    Orv::Ptr<typename T::Config const> config_;
    Orv::Ptr<typename T::Status> status_;
    UnitOf unitOf_;
+   WriterOf writerOf_;
+   uint64_t writes_ = 0;
    std::map<FapId, uint64_t> capacity_;
    std::deque<Answer> unanswered_; // in order of due time, then of writing
    std::deque<Answer> heldBack_;   // answered in reverse when the run of reordered ones ends

@@ -43,19 +43,26 @@ SimulatedChip::SimulatedChip(Orv::Timers& timers, Tables const& tables,
 void SimulatedChip::capacityIs(std::optional<ChipTableKind> table, FapId unit,
                                std::optional<uint64_t> entries) {
    auto limit = [&](ChipTableKind kind, auto& of) {
-      if (table && *table != kind) {
-         return;
-      }
-      of.capacityIs(unit, entries);
-      if (entries) {
-         capacities_[{kind, unit}] = *entries;
-      } else {
-         capacities_.erase({kind, unit});
+      if (!table || *table == kind) {
+         of.capacityIs(unit, entries);
       }
    };
    limit(ChipTableKind::isem, isem_);
    limit(ChipTableKind::mapper, mapper_);
    limit(ChipTableKind::tunnel, tunnels_);
+}
+
+SimulatedChip::Capacities SimulatedChip::capacities() const {
+   Capacities found;
+   auto add = [&](ChipTableKind kind, auto const& of) {
+      for (auto const& [unit, entries] : of.capacities()) {
+         found[{kind, unit}] = entries;
+      }
+   };
+   add(ChipTableKind::isem, isem_);
+   add(ChipTableKind::mapper, mapper_);
+   add(ChipTableKind::tunnel, tunnels_);
+   return found;
 }
 
 void SimulatedChip::clearFaults() {

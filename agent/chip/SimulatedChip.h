@@ -60,6 +60,13 @@ class SimulatedChip {
 
    ChipFaults& faults() { return faults_; }
    ChipFaults const& faults() const { return faults_; }
+   // For all tables: see ChipTable::writerOfIs.
+   template<class WriterOf>
+   void writerOfIs(WriterOf const& writerOf) {
+      isem_.writerOfIs(writerOf);
+      mapper_.writerOfIs(writerOf);
+      tunnels_.writerOfIs(writerOf);
+   }
    ChipTable<IsemTable> const& isem() const { return isem_; }
    ChipTable<MapperTable> const& mapper() const { return mapper_; }
    ChipTable<TunnelTable> const& tunnels() const { return tunnels_; }
@@ -68,7 +75,7 @@ class SimulatedChip {
    void capacityIs(std::optional<ChipTableKind> table, FapId unit, std::optional<uint64_t> entries);
    using Capacities = std::map<std::pair<ChipTableKind, FapId>, uint64_t>;
    // Those that are limited.
-   Capacities const& capacities() const { return capacities_; }
+   Capacities capacities() const;
    // Ends all faults; what is held back for reordering is answered.
    void clearFaults();
    // The chip restarts empty; replay() writes the configurations to it again.
@@ -83,7 +90,6 @@ class SimulatedChip {
    ChipTable<IsemTable> isem_;
    ChipTable<MapperTable> mapper_;
    ChipTable<TunnelTable> tunnels_;
-   Capacities capacities_;
    uint64_t restarts_ = 0;
 };
 

@@ -85,13 +85,13 @@ class FactList {
       }
    }
 
-   static std::string printedCause(ResponseCause const& cause) {
+   std::string printedCause(ResponseCause const& cause) const {
       switch (cause.kind) {
       case ResponseCause::Kind::worked:
          return ", when it was worked";
       case ResponseCause::Kind::answered:
          return ", by the chip's answer for " + printedKey(*cause.key) + " (" +
-                std::string(outcomeName(cause.answer.outcome)) + ")";
+                std::string(outcomeName(cause.answer.outcome)) + ")" + toWhom(cause.answer.writer);
       case ResponseCause::Kind::restarted:
          return ", when the chip restarted";
       }
@@ -109,7 +109,8 @@ class FactList {
          fact("last write", std::string(outcomeName(write->outcome)) + " " + at(write->at));
       }
       if (auto const& answer = entry.chip.lastAnswer) {
-         fact("last answer", std::string(outcomeName(answer->outcome)) + " " + at(answer->at));
+         fact("last answer", std::string(outcomeName(answer->outcome)) + " " + at(answer->at) +
+                                 toWhom(answer->writer));
       }
       if (entry.chip.lost) {
          fact("answer lost", at(*entry.chip.lost));
@@ -129,6 +130,13 @@ class FactList {
       if (!entry.shared.empty()) {
          fact("shared with", listed(entry.shared, ", "));
       }
+   }
+
+   // Of an answer: to the write for another request.
+   std::string toWhom(std::optional<uint32_t> writer) const {
+      return writer && *writer != is_.request.index()
+                 ? ", to the write for " + printedRequest(TcamSharingRequest::fromIndex(*writer))
+                 : "";
    }
 
    static std::string printedChange(EntryChange const& change) {
@@ -201,6 +209,21 @@ std::vector<TcamSharingRequest> knownRequests(Host const& host) {
    for (SharingPipeline const* pipeline : host.pipelines()) {
       for (auto const& [request, response] : pipeline->mergedStatus->responseIter()) {
          add(request);
+      }
+   }
+   // What no table of requests knows any more, and the chip still has.
+   for (auto const& [request, key] : host.isem().common->tcamRequestToIsemKeyMappingIter()) {
+      add(request);
+   }
+   for (auto const& [key, data] : host.chip().mapper().entries()) {
+      FapId unit = host.world().placeOf(key.fields().intfId).fapId;
+      if (data.inLifAdditionalData != 0 && !unit.isNull()) {
+         add(TcamSharingRequest(key.fields().subIntfId, unit));
+      }
+   }
+   for (auto const& [key, data] : host.chip().tunnels().entries()) {
+      if (data.inLifAdditionalData != 0) {
+         add(TcamSharingRequest(key.intfId(), key.fapId()));
       }
    }
    return found;

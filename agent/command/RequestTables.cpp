@@ -86,11 +86,9 @@ Table retry(Host const& host) {
 
 namespace {
 
-// What a feature is told of a request: rampart's label is answered in lumen's status, for both.
-TcamSharingResponse answerTo(Host const& host, Feature feature, TcamSharingRequest request) {
-   return host.features()
-       .status(feature == Feature::rampart ? Feature::lumen : feature)
-       ->response(request);
+char const* printed(FeaturePart::InHardware inHardware) {
+   static constexpr char const* texts[] = {"no", "entry only", "partly", "yes"};
+   return texts[static_cast<std::size_t>(inHardware)];
 }
 
 } // namespace
@@ -104,13 +102,13 @@ Table requestTable(Host const& host) {
    for (std::size_t i = 0; i < kFeatures; ++i) {
       auto feature = static_cast<Feature>(i);
       for (auto const& [request, policy] : host.features().config(feature)->requestIter()) {
-         auto response = answerTo(host, feature, request);
+         FeaturePart part = featurePart(host, situations.of(request), feature);
+         bool answered = part.answer.status != tcamSharingNone;
          auto row = joined({std::string(featureNames[i])}, requestCells(request));
-         table.add(joined(
-             row,
-             {printedPolicy(policy), std::string(printedStatus(response.status)),
-              response.status == tcamSharingNone ? Json() : Json(printedPolicy(response.policyId)),
-              situations.of(request).inHardware}));
+         table.add(
+             joined(row, {printedPolicy(policy), std::string(printedStatus(part.answer.status)),
+                          answered ? Json(printedPolicy(part.answer.policyId)) : Json(),
+                          printed(part.inHardware)}));
       }
    }
    return table;
@@ -129,13 +127,10 @@ Table summaryTable(Host const& host) {
       auto feature = static_cast<Feature>(i);
       auto const& config = host.features().config(feature);
       for (auto const& [request, policy] : config->requestIter()) {
-         Situation situation = situations.of(request);
-         auto status = answerTo(host, feature, request).status;
-         bool past =
-             status == tcamSharingSuccess && situation.response.policyId != situation.merged;
-         inHardware += situation.inHardware ? 1 : 0;
-         older += past ? 1 : 0;
-         counts[status] += past ? 0 : 1;
+         FeaturePart part = featurePart(host, situations.of(request), feature);
+         inHardware += part.inHardware >= FeaturePart::InHardware::partly ? 1 : 0;
+         older += part.answeredOlder() ? 1 : 0;
+         counts[part.answer.status] += part.answeredOlder() ? 0 : 1;
       }
       table.add({std::string(featureNames[i]), config->requests(), inHardware,
                  counts[tcamSharingSuccess], older, counts[tcamSharingInProgress],

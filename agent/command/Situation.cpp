@@ -31,15 +31,19 @@ uint64_t dataOf(TcamSharingPolicyId policy) {
    return TcamSharingInLifPolicyId(policy).inLifAdditionalData();
 }
 
-// The answer that completes the write or removal behind `earlier` others of its key and kind.
+// The answer that completes a request's write or removal, behind `earlier` others of its key and
+// kind.
 template<class T>
 Awaited awaitedAnswer(ChipTable<T> const& table, typename T::Key key, bool removal,
-                      std::size_t earlier) {
-   Awaited awaited{removal, false, std::nullopt};
+                      std::size_t earlier, TcamSharingRequest request) {
+   Awaited awaited{removal, false, std::nullopt, std::nullopt};
    for (auto const& answer : table.unanswered()) {
       if (answer.key == key && answer.written.has_value() != removal) {
          if (earlier == 0) {
             awaited.due = answer.due;
+            if (answer.writer && *answer.writer != request.index()) {
+               awaited.writer = TcamSharingRequest::fromIndex(*answer.writer);
+            }
             return awaited;
          }
          --earlier;
@@ -52,11 +56,16 @@ Awaited awaitedAnswer(ChipTable<T> const& table, typename T::Key key, bool remov
 // The facts of one request, gathered table by table.
 class Gathering {
  public:
-   Gathering(Host const& host, Situation& situation) : host_(host), found_(situation) {}
+   // `mapperKeys`: of the request's sub-interface, those that carry data or wait for an answer.
+   Gathering(Host const& host, Situation& situation,
+             std::vector<VlanTagToVsiMapperKey> const* mapperKeys)
+       : host_(host), found_(situation), mapperKeys_(mapperKeys) {}
 
    void gather() {
-      for (EntryKey const& key : found_.resolution.keys) {
-         add(key, Role::current);
+      if (!found_.merged.empty()) {
+         for (EntryKey const& key : found_.resolution.keys) {
+            add(key, Role::current);
+         }
       }
       addLeftBehind();
       found_.inHardware =
@@ -96,23 +105,31 @@ class Gathering {
             add(key, role);
          }
       };
-      if (found_.pipeline == &host_.isem()) {
-         auto mapping = host_.isem().common->tcamRequestToIsemKeyMapping(found_.request);
-         if (mapping != AradSemKeyAndFap()) {
-            addOnce(mapping, Role::leftBehind);
-         }
-      } else if (auto confirmed =
-                     host_.inLif().common->tcamRequestToVlanTagToVsiKeyMapping(found_.request)) {
-         for (auto const& [key, present] : confirmed->vtagToVsiMapperKeyIter()) {
+      auto mapping = host_.isem().common->tcamRequestToIsemKeyMapping(found_.request);
+      if (mapping != AradSemKeyAndFap()) {
+         addOnce(mapping, Role::leftBehind);
+      }
+      if (mapperKeys_ != nullptr) {
+         for (VlanTagToVsiMapperKey key : *mapperKeys_) {
             auto held = host_.chip().mapper().held(key);
-            if (held && held->inLifAdditionalData != 0) {
+            bool there = host_.world().placeOf(key.fields().intfId).fapId == found_.request.fapId();
+            if (held && held->inLifAdditionalData != 0 && there) {
                addOnce(key, Role::leftBehind);
+            } else if (host_.inLif().common->pendingLifEntries(key).request() == found_.request) {
+               addOnce(key, Role::other);
             }
+         }
+      }
+      if (Plexus::TunnelIntfId::isTunnelIntfId(found_.request.intfId())) {
+         TunnelPolicyMapperKey key(found_.request.intfId(), found_.request.fapId());
+         auto held = host_.chip().tunnels().held(key);
+         if (held && held->inLifAdditionalData != 0) {
+            addOnce(key, Role::leftBehind);
          }
       }
       // Nothing is asked for any more: what the last answer was given for tells the rest.
       if (found_.merged.empty() && found_.times.cause.key) {
-         addOnce(*found_.times.cause.key, Role::answered);
+         addOnce(*found_.times.cause.key, Role::other);
       }
    }
 
@@ -129,13 +146,17 @@ class Gathering {
          entry.carries = *held == wanted;
       }
       entry.chip = host_.chip().isem().memory(key);
+      entry.hasRoom = host_.chip().isem().hasRoom(key);
       for (bool isInsert : {true, false}) {
          auto pending = common.pendingSemWrite(PendingSemWriteKey{key, isInsert});
          for (std::size_t i = 0; pending && i < pending->pendingSharingEntrys(); ++i) {
             TcamSharingEntry const& each = pending->pendingSharingEntryQueue()[i];
             (isInsert ? entry.writes : entry.removals).push_back(each.request());
-            if (each == TcamSharingEntry(found_.request, found_.merged)) {
-               entry.awaited = awaitedAnswer(host_.chip().isem(), key, !isInsert, i);
+            bool own = isInsert ? each == TcamSharingEntry(found_.request, found_.merged)
+                                : each.request() == found_.request;
+            if (own) {
+               entry.awaited =
+                   awaitedAnswer(host_.chip().isem(), key, !isInsert, i, found_.request);
             }
          }
       }
@@ -149,64 +170,69 @@ class Gathering {
    }
 
    void fill(EntrySituation& entry, VlanTagToVsiMapperKey key) {
-      entry.name = printedKey(key);
-      uint64_t wanted = dataOf(found_.merged);
-      if (auto configured = host_.inLif().mapperConfig->configCollection().find(key)) {
-         entry.configured = printedEntryData(configured->inLifAdditionalData);
-         entry.configuredRight = configured->inLifAdditionalData == wanted;
-      }
-      if (auto held = host_.chip().mapper().held(key)) {
-         entry.held = printedEntryData(held->inLifAdditionalData);
-         entry.carries = held->inLifAdditionalData == wanted;
-      }
-      entry.chip = host_.chip().mapper().memory(key);
+      fillData(entry, key, host_.chip().mapper());
       TcamSharingEntry pending = host_.inLif().common->pendingLifEntries(key);
       if (pending != TcamSharingEntry()) {
-         entry.writes.push_back(pending.request());
-         if (pending == TcamSharingEntry(found_.request, found_.merged)) {
-            entry.awaited = answerTo(host_.chip().mapper(), key);
+         bool removal = pending.policyId().empty();
+         (removal ? entry.removals : entry.writes).push_back(pending.request());
+         if (isOwn(pending)) {
+            entry.awaited = answerTo(host_.chip().mapper(), key, removal);
          }
       }
    }
 
    void fill(EntrySituation& entry, TunnelPolicyMapperKey key) {
-      entry.name = printedKey(key);
-      uint64_t wanted = dataOf(found_.merged);
-      if (auto configured = host_.inLif().tunnelConfig->configCollection().find(key)) {
-         entry.configured = printedEntryData(configured->inLifAdditionalData);
-         entry.configuredRight = configured->inLifAdditionalData == wanted;
-      }
-      if (auto held = host_.chip().tunnels().held(key)) {
-         entry.held = printedEntryData(held->inLifAdditionalData);
-         entry.carries = held->inLifAdditionalData == wanted;
-      }
-      entry.chip = host_.chip().tunnels().memory(key);
+      fillData(entry, key, host_.chip().tunnels());
       TcamSharingEntry pending = host_.inLif().common->pendingTunnelLifEntries(key);
       if (pending == TcamSharingEntry()) {
          return;
       }
-      Awaited awaited = answerTo(host_.chip().tunnels(), key);
+      bool removal = pending.policyId().empty();
+      Awaited awaited = answerTo(host_.chip().tunnels(), key, removal);
       auto const& [write, answer] = std::tie(entry.chip.lastWrite, entry.chip.lastAnswer);
       // A policy that leaves the data alone is not written, so nothing answers it.
-      bool unanswered = write && (!answer || answer->at < write->at);
+      bool unanswered = write && (!answer || answer->write < write->write ||
+                                  answer->outcome == Outcome::inProgress);
       bool coming = awaited.due || awaited.heldBack;
       // The entry stays pending behind its answer; only one for the present policy counts.
-      bool answered =
-          found_.response.policyId == found_.merged && found_.response.status != tcamSharingNone;
-      bool removal = pending.policyId().empty();
+      bool answered = found_.response.policyId == found_.merged &&
+                      (found_.response.status == tcamSharingSuccess ||
+                       found_.response.status == tcamSharingFailed);
       if (coming ||
           (unanswered && (removal ? found_.response.status != tcamSharingNone : !answered))) {
          (removal ? entry.removals : entry.writes).push_back(pending.request());
-         if (pending == TcamSharingEntry(found_.request, found_.merged)) {
+         if (isOwn(pending)) {
             entry.awaited = awaited;
          }
       }
    }
 
+   // Of the present policy, or of a removal.
+   bool isOwn(TcamSharingEntry const& pending) const {
+      return pending.request() == found_.request &&
+             (pending.policyId() == found_.merged || pending.policyId().empty());
+   }
+
+   template<class Key, class T>
+   void fillData(EntrySituation& entry, Key key, ChipTable<T> const& table) const {
+      entry.name = printedKey(key);
+      uint64_t wanted = dataOf(found_.merged);
+      if (auto configured = table.configured(key)) {
+         entry.configured = printedEntryData(configured->inLifAdditionalData);
+         entry.configuredRight = configured->inLifAdditionalData == wanted;
+      }
+      if (auto held = table.held(key)) {
+         entry.held = printedEntryData(held->inLifAdditionalData);
+         entry.carries = held->inLifAdditionalData == wanted;
+      }
+      entry.chip = table.memory(key);
+      entry.hasRoom = table.hasRoom(key);
+   }
+
    // The answer to what the table holds now; the last one, since one may say "in progress" first.
    template<class T>
-   Awaited answerTo(ChipTable<T> const& table, typename T::Key key) const {
-      Awaited awaited{found_.merged.empty(), table.isHeldBack(key), std::nullopt};
+   Awaited answerTo(ChipTable<T> const& table, typename T::Key key, bool removal) const {
+      Awaited awaited{removal, table.isHeldBack(key), std::nullopt, std::nullopt};
       for (auto const& answer : table.unanswered()) {
          if (answer.key == key && answer.written == table.configured(key)) {
             awaited.due = answer.due;
@@ -217,10 +243,10 @@ class Gathering {
 
    Host const& host_;
    Situation& found_;
+   std::vector<VlanTagToVsiMapperKey> const* mapperKeys_; // may be null
 };
 
-} // namespace
-
+// The policies' bits that an entry carries.
 uint64_t carriedBits(EntryKey const& key) {
    if (std::holds_alternative<AradSemKeyAndFap>(key)) {
       return policyOfPayload(
@@ -231,6 +257,36 @@ uint64_t carriedBits(EntryKey const& key) {
    return TcamSharingInLifPolicyId::inLifAdditionalDataMask;
 }
 
+// The policies' bits that a feature owns on the unit, as the merge takes them.
+uint64_t fieldsOf(Host const& host, Feature feature, FapId unit) {
+   if (host.world().shoalStatus->fapExtLkupType(unit) != Hardware::Shoal::extLkupTypeLumen_) {
+      return feature == Feature::acl ? UINT64_MAX : 0;
+   }
+   return feature == Feature::acl ? carriedBits(AradSemKeyAndFap())
+                                  : TcamSharingPolicyId::lumenAclLabelMask;
+}
+
+} // namespace
+
+FeaturePart featurePart(Host const& host, Situation const& situation, Feature feature) {
+   using InHardware = FeaturePart::InHardware;
+   TcamSharingRequest request = situation.request;
+   uint64_t fields = fieldsOf(host, feature, request.fapId());
+   uint64_t asked = host.features().config(feature)->request(request).value() & fields;
+   FeaturePart part;
+   part.asked = TcamSharingPolicyId(asked);
+   part.answer = host.features()
+                     .status(feature == Feature::rampart ? Feature::lumen : feature)
+                     ->response(request);
+   // Lumen and rampart write one field.
+   if (situation.inHardware && asked != 0 && (situation.merged.value() & fields) == asked) {
+      part.inHardware = (asked & ~situation.carried) == 0  ? InHardware::yes
+                        : (asked & situation.carried) == 0 ? InHardware::entryOnly
+                                                           : InHardware::partly;
+   }
+   return part;
+}
+
 Situations::Situations(Host const& host) : host_(host) {
    for (SharingPipeline const* pipeline : host.pipelines()) {
       for (auto const& [entry, waiting] : pipeline->commonBase->retryListIter()) {
@@ -238,6 +294,14 @@ Situations::Situations(Host const& host) : host_(host) {
             retried_[entry.request().index()].push_back(entry.policyId());
          }
       }
+   }
+   for (auto const& [key, data] : host.chip().mapper().entries()) {
+      if (data.inLifAdditionalData != 0) {
+         mapperKeys_[key.fields().subIntfId.index()].push_back(key);
+      }
+   }
+   for (auto const& [key, entry] : host.inLif().common->pendingLifEntriesIter()) {
+      mapperKeys_[key.fields().subIntfId.index()].push_back(key);
    }
 }
 
@@ -260,7 +324,19 @@ Situation Situations::of(TcamSharingRequest request) const {
    found.resolution = resolve(host_, request);
    found.carried =
        found.resolution.keys.empty() ? UINT64_MAX : carriedBits(found.resolution.keys.front());
-   Gathering(host_, found).gather();
+   for (std::size_t i = 0; i < kFeatures; ++i) {
+      auto feature = static_cast<Feature>(i);
+      found.asked = found.asked || host_.features().config(feature)->requestHas(request);
+      TcamSharingPolicyId asks = host_.features().config(feature)->request(request);
+      uint64_t fields = fieldsOf(host_, feature, request.fapId()) | asks.value();
+      TcamSharingPolicyId there(found.merged.value() & fields);
+      if (!asks.empty() && there != asks) {
+         found.overruled.push_back({feature, asks, there});
+      }
+   }
+   auto mapperKeys = mapperKeys_.find(request.intfId().index());
+   Gathering(host_, found, mapperKeys == mapperKeys_.end() ? nullptr : &mapperKeys->second)
+       .gather();
    return found;
 }
 

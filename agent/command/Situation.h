@@ -13,8 +13,9 @@ using Hardware::ShoalTunnel::TcamSharingResponse;
 // An answer of the chip that a write or removal of the request's waits for.
 struct Awaited {
    bool removal = false;
-   bool heldBack = false;      // to be given out of order
-   std::optional<Seconds> due; // none, and not held back: no answer is on its way
+   bool heldBack = false;                    // to be given out of order
+   std::optional<Seconds> due;               // none, and not held back: no answer is on its way
+   std::optional<TcamSharingRequest> writer; // of the write that it answers; none: the request
 };
 
 // One hardware entry that the request concerns.
@@ -23,14 +24,15 @@ struct EntrySituation {
    std::string name;
    enum class Role {
       current,    // the request leads to it now
-      leftBehind, // the request led to it, and is still known there
-      answered    // nothing is asked for any more, and the response is of this one
+      leftBehind, // it carries the request's, or is recorded for it, and leads nowhere now
+      other       // only an answer of it counts: the one behind the response, or one to come
    };
    Role role = Role::current;
    std::optional<std::string> configured;  // what the table holds there, in words; none: no entry
    std::optional<std::string> held;        // what the chip holds there
    bool configuredRight = false;           // the table holds the merged policy's part
    bool carries = false;                   // the chip does
+   bool hasRoom = true;                    // the unit takes one more, or has it
    std::optional<EntryChange> change;      // of the table
    EntryMemory chip;                       // what the chip did
    std::optional<Awaited> awaited;         // for the request's newest write of this entry
@@ -64,9 +66,42 @@ struct Situation {
       return response.status == Hardware::ShoalTunnel::tcamSharingSuccess &&
              response.policyId == merged;
    }
+   // A feature asks for something here, be it nothing that counts.
+   bool asked = false;
+   // A feature that asks for what the merged policy does not have: it asks for bits that are not
+   // its own on the unit, or another feature wrote or withdrew them last.
+   struct Overruled {
+      Feature feature;
+      TcamSharingPolicyId asks;
+      TcamSharingPolicyId there; // in the merged policy
+   };
+   std::vector<Overruled> overruled;
    // Nothing is to be said of it.
-   bool sound() const { return inHardware && answeredSuccess() && !leftBehind; }
+   bool sound() const {
+      bool over =
+          merged.empty() && !asked && response.status == Hardware::ShoalTunnel::tcamSharingNone;
+      return (over || (inHardware && answeredSuccess())) && !leftBehind && overruled.empty();
+   }
 };
+
+// What is so of one feature's part of a request.
+struct FeaturePart {
+   TcamSharingPolicyId asked; // in the fields that are the feature's on the unit
+   // What it is told: rampart's label is answered in lumen's status, for both.
+   TcamSharingResponse answer;
+   enum class InHardware {
+      no,
+      entryOnly, // the entries are there, and cannot carry any of it
+      partly,    // they cannot carry all of it
+      yes
+   };
+   InHardware inHardware = InHardware::no;
+
+   bool answeredOlder() const {
+      return answer.status == Hardware::ShoalTunnel::tcamSharingSuccess && answer.policyId != asked;
+   }
+};
+FeaturePart featurePart(Host const& host, Situation const& situation, Feature feature);
 
 // Decides for many requests: what is looked up for one of them serves the next.
 class Situations {
@@ -77,9 +112,8 @@ class Situations {
  private:
    Host const& host_;
    std::unordered_map<uint32_t, std::vector<TcamSharingPolicyId>> retried_; // by request
+   // By sub-interface: entries of the chip with data, and those that wait for an answer.
+   std::unordered_map<uint32_t, std::vector<VlanTagToVsiMapperKey>> mapperKeys_;
 };
-
-// The policies' bits that an entry carries.
-uint64_t carriedBits(EntryKey const& key);
 
 } // namespace Agent

@@ -3,6 +3,7 @@
 #include "agent/command/Names.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace Agent {
 
@@ -12,8 +13,16 @@ namespace {
 
 using Role = EntrySituation::Role;
 
-constexpr char const* anotherPolicy = "Asking for another policy writes it again.";
-constexpr char const* replay = "chip replay writes it again.";
+constexpr char const* anotherPolicy = "Asking for another policy writes it again";
+constexpr char const* replay = "chip replay writes it again";
+
+std::string listed(std::vector<TcamSharingRequest> const& requests) {
+   std::string text;
+   for (TcamSharingRequest request : requests) {
+      text += (text.empty() ? "" : ", ") + printedRequest(request);
+   }
+   return text;
+}
 
 } // namespace
 
@@ -36,20 +45,22 @@ std::string Verdict::text() {
       is_.inHardware ? sayInHardware() : sayWhere();
       sayWaiting();
       sayAnswer();
+      sayLeftBehind();
    }
-   sayLeftBehind();
+   for (auto const& each : is_.overruled) {
+      say(std::string(featureNames[static_cast<std::size_t>(each.feature)]) + " asks for " +
+          printedPolicy(each.asks) + ", but the merged policy has " + printedPolicy(each.there) +
+          " there.");
+   }
    if (!remedy_.empty()) {
-      say(remedy_);
+      bool writes = remedy_ == anotherPolicy || remedy_ == replay;
+      say(remedy_ + (writes ? onceThereIsRoom() : "") + ".");
    }
    return text_;
 }
 
 void Verdict::sayNotWanted() {
-   bool asked = false;
-   for (std::size_t i = 0; i < kFeatures; ++i) {
-      asked = asked || host_.features().config(static_cast<Feature>(i))->requestHas(is_.request);
-   }
-   if (asked) {
+   if (is_.asked) {
       // A label of 0, say, beside bits that are not its feature's.
       say("What the features ask for here leaves no policy.");
    } else if (is_.response.status == tcamSharingNone) {
@@ -59,12 +70,31 @@ void Verdict::sayNotWanted() {
           "stands.");
    }
    sayWaiting();
-   ResponseCause const& cause = is_.times.cause;
-   if (is_.response.status == tcamSharingFailed && is_.response.policyId.empty() &&
-       cause.kind == ResponseCause::Kind::answered &&
-       (cause.answer.outcome == Outcome::refused || cause.answer.outcome == Outcome::full)) {
-      say("The chip refused to clear the entry " + printedKey(*cause.key) + " " +
-          at(cause.answer.at) + ".");
+   for (EntrySituation const& entry : is_.entries) {
+      if (entry.role == Role::leftBehind && entry.held) {
+         sayStillHeld(entry);
+      }
+   }
+}
+
+void Verdict::sayStillHeld(EntrySituation const& entry) {
+   if (!entry.shared.empty()) {
+      say("It is still recorded at " + entry.name + ", which " + listed(entry.shared) +
+          (entry.shared.size() == 1 ? " uses." : " use."));
+      return;
+   }
+   auto const& write = entry.chip.lastWrite;
+   // An in-LIF stays, without data; an ISEM entry without a policy is one all the same.
+   bool isem = std::holds_alternative<AradSemKeyAndFap>(entry.key);
+   bool clear = !entry.configured || (!isem && entry.configuredRight);
+   bool refused =
+       clear && write && (write->outcome == Outcome::refused || write->outcome == Outcome::full);
+   say("The chip still holds " + *entry.held + " at " + entry.name +
+       (refused ? ", since it refused to clear it " + at(write->at) : "") + ".");
+   if (clear) {
+      remedy_ = "chip replay clears it";
+   } else if (!is_.queued && !entry.awaited && is_.resolution.missing.empty()) {
+      remedy_ = "Asking for a policy here and withdrawing it clears it";
    }
 }
 
@@ -114,9 +144,9 @@ std::string Verdict::takenOut() {
    auto status = world.subIntfStatusDir->subIntfStatus(intf);
    bool off = status && !status->programInHw();
    if (!missing.empty()) {
-      remedy_ = missing == noInternalVlan ? "An internal VLAN brings it back." : "";
+      remedy_ = missing == noInternalVlan ? "An internal VLAN brings it back" : "";
    } else if (is_.retried.empty()) {
-      remedy_ = off ? "program-in-hw on brings it back." : "Another policy brings it back.";
+      remedy_ = off ? "program-in-hw on brings it back" : "Another policy brings it back";
    }
    return (off ? "it was taken out, since program-in-hw is off"
                : std::string("it was taken out of the output")) +
@@ -151,25 +181,28 @@ std::string Verdict::reasonOf(EntrySituation const& entry) {
       return (by.empty() ? "it" : by) + removed + entry.name + " " + at(change->at);
    }
    if (change && change->kind == Kind::made) {
+      auto const& write = entry.chip.lastWrite;
+      bool absent = !entry.held && write && write->outcome == Outcome::full;
       return entry.name + " was made anew " + at(change->at) +
-             ", and carries nothing until the request is worked again";
+             (absent ? ", and the chip refused it, since the unit was full"
+                     : ", and carries nothing until the request is worked again");
    }
    return entry.name + " carries " + *entry.configured +
           (by.empty() ? "" : " for " + by + ", written " + at(change->at));
 }
 
 EntrySituation const* Verdict::awaiting() const {
-   auto found = std::find_if(is_.entries.begin(), is_.entries.end(), [](auto const& entry) {
-      return entry.awaited && (entry.role == Role::current || entry.awaited->removal);
-   });
-   // Of several members the last answer decides.
-   for (auto it = found; it != is_.entries.end(); ++it) {
-      if (it->awaited && it->role == Role::current && it->awaited->due &&
-          (!found->awaited->due || *it->awaited->due > *found->awaited->due)) {
-         found = it;
+   // Of several members the last answer decides; one that does not come holds up the most.
+   EntrySituation const* found = nullptr;
+   auto due = [](EntrySituation const* entry) {
+      return entry->awaited->due.value_or(std::numeric_limits<Seconds>::infinity());
+   };
+   for (EntrySituation const& entry : is_.entries) {
+      if (entry.awaited && (found == nullptr || due(&entry) > due(found))) {
+         found = &entry;
       }
    }
-   return found == is_.entries.end() ? nullptr : &*found;
+   return found;
 }
 
 void Verdict::sayWaiting() {
@@ -186,28 +219,43 @@ void Verdict::sayWaiting() {
               !is_.resolution.never && !is_.merged.empty() && !is_.output.empty()) {
       say("Nothing retries it.");
    }
-   EntrySituation const* entry = awaiting();
-   if (entry == nullptr) {
-      return;
+   if (EntrySituation const* entry = awaiting()) {
+      sayAwaited(*entry);
    }
-   Awaited const& awaited = *entry->awaited;
-   std::string what = awaited.removal ? "The removal of " : "The write of ";
+}
+
+void Verdict::sayAwaited(EntrySituation const& entry) {
+   Awaited const& awaited = *entry.awaited;
    if (awaited.due) {
-      say("The chip's answer is due " + at(*awaited.due) + ".");
+      say("The chip's answer is due " + at(*awaited.due) +
+          (awaited.writer ? ", to the write for " + printedRequest(*awaited.writer) : "") + ".");
    } else if (awaited.heldBack) {
       say("The chip's answer is held back, to be given out of order.");
    } else {
       std::string why;
-      if (entry->chip.lost) {
-         why = "an answer for the entry was lost " + at(*entry->chip.lost);
+      if (entry.chip.lost) {
+         why = "an answer for the entry was lost " + at(*entry.chip.lost);
       }
-      if (entry->chip.dropped) {
+      if (entry.chip.dropped) {
          why += (why.empty() ? "" : "; ") + std::string("the chip restarted ") +
-                at(*entry->chip.dropped) + " before it answered";
+                at(*entry.chip.dropped) + " before it answered";
       }
-      say(what + entry->name + " is not answered, and no answer is on its way" +
-          (why.empty() ? "." : ": " + why + "."));
+      say((awaited.removal ? "The removal of " : "The write of ") + entry.name +
+          " is not answered, and no answer is on its way" + (why.empty() ? "." : ": " + why + "."));
    }
+}
+
+std::string Verdict::forWhom(std::optional<uint32_t> writer) const {
+   return writer && *writer != is_.request.index()
+              ? " for " + printedRequest(TcamSharingRequest::fromIndex(*writer))
+              : "";
+}
+
+std::string Verdict::onceThereIsRoom() const {
+   bool full = std::any_of(is_.entries.begin(), is_.entries.end(), [](auto const& entry) {
+      return entry.role == Role::current && !entry.hasRoom;
+   });
+   return full ? " once unit " + std::to_string(is_.request.fapId().value()) + " has room" : "";
 }
 
 void Verdict::sayAnswer() {
@@ -223,11 +271,16 @@ void Verdict::sayAnswer() {
        response.policyId == is_.merged || clearing
            ? ""
            : " for " + printedPolicy(response.policyId) + ", not for the present policy";
+   std::string counting;
+   if (is_.answersAwaited != 0) {
+      counting = "; answers that it counts on do not come (" + std::to_string(is_.answersAwaited) +
+                 " of them)";
+   }
    ResponseCause const& cause = is_.times.cause;
    switch (response.status) {
    case tcamSharingNone:
-      if (!is_.queued && awaiting() == nullptr) {
-         say("It is not answered.");
+      if (!is_.queued && !is_.output.empty() && awaiting() == nullptr) {
+         say("It is not answered" + counting + ".");
       }
       break;
    case tcamSharingSuccess:
@@ -235,7 +288,8 @@ void Verdict::sayAnswer() {
       break;
    case tcamSharingInProgress:
       if (is_.retried.empty() && !is_.queued && awaiting() == nullptr) {
-         say("It was answered in progress" + policy + ", and waits for nothing.");
+         say("It was answered in progress" + policy +
+             (counting.empty() ? ", and waits for nothing." : counting + "."));
       }
       break;
    case tcamSharingFailed: {
@@ -248,7 +302,8 @@ void Verdict::sayAnswer() {
          why = ": an earlier answer had failed";
       } else if (cause.key) {
          why = (clearing ? ": the chip refused to clear " : ": the chip refused the write of ") +
-               printedKey(*cause.key) + whyRefused(cause.answer.outcome);
+               printedKey(*cause.key) + forWhom(cause.answer.writer) +
+               whyRefused(cause.answer.outcome);
       }
       say("It was answered failed " + at(is_.times.status.value_or(0.0)) + policy + why + ".");
       if (!is_.queued && !is_.output.empty() && is_.resolution.missing.empty()) {
@@ -267,7 +322,10 @@ void Verdict::sayLeftBehind() {
          ++left;
          if (told < 3) {
             ++told;
-            say("Its earlier entry " + entry.name + " is still in hardware.");
+            say(entry.shared.empty()
+                    ? "Its earlier entry " + entry.name + " is still in hardware."
+                    : "It is still recorded at its earlier entry " + entry.name + ", which " +
+                          listed(entry.shared) + (entry.shared.size() == 1 ? " uses." : " use."));
          }
       }
    }

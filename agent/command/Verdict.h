@@ -18,10 +18,16 @@ class Verdict {
    void sayWaiting();
    void sayAnswer();
    void sayLeftBehind();
+   void sayStillHeld(EntrySituation const& entry);
    std::string takenOut();
    std::string reason();
    std::string reasonOf(EntrySituation const& entry);
    EntrySituation const* awaiting() const;
+   void sayAwaited(EntrySituation const& entry);
+   // " for" another request that an answer is to; empty: it is to this one's write.
+   std::string forWhom(std::optional<uint32_t> writer) const;
+   // " once unit 3 has room", when it has none for an entry that is missing.
+   std::string onceThereIsRoom() const;
 
    void say(std::string const& sentence) { text_ += (text_.empty() ? "" : " ") + sentence; }
 

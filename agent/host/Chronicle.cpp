@@ -28,8 +28,7 @@ struct Chronicle::Watch {
    Orv::ReactorFor<&Watch::handleBacklog> orvBacklog;
 };
 
-Chronicle::Chronicle(IsemPipeline const& isem, InLifPipeline const& inLif,
-                     SimulatedChip const& chip)
+Chronicle::Chronicle(IsemPipeline const& isem, InLifPipeline const& inLif, SimulatedChip& chip)
     : isem_(isem), inLif_(inLif), chip_(chip), orvIsemConfig_(this), orvMapperConfig_(this),
       orvTunnelConfig_(this) {
    for (SharingPipeline const* pipeline :
@@ -39,12 +38,18 @@ Chronicle::Chronicle(IsemPipeline const& isem, InLifPipeline const& inLif,
    for (auto const& [key, result] : inLif.mapperConfig->configIter()) {
       handleMapperConfig(key);
    }
+   chip.writerOfIs([this](auto key) -> std::optional<uint32_t> {
+      auto writer = writerOf(key);
+      return writer ? std::optional(writer->index()) : std::nullopt;
+   });
    isem.table->configCollection().watch(orvIsemConfig_);
    inLif.mapperConfig->configCollection().watch(orvMapperConfig_);
    inLif.tunnelConfig->configCollection().watch(orvTunnelConfig_);
 }
 
-Chronicle::~Chronicle() = default;
+Chronicle::~Chronicle() {
+   chip_.writerOfIs(nullptr);
+}
 
 void Chronicle::intakesRebuilt() {
    for (auto const& watch : watches_) {
@@ -107,26 +112,46 @@ void Chronicle::change(EntryKey const& key, EntryChange::Kind kind,
    changes_.insert_or_assign(key, EntryChange{kind, Orv::System::peekTime(), by});
 }
 
+// The machine queues the pending write before it writes; the newest is at the end.
+std::optional<TcamSharingRequest> Chronicle::writerOf(AradSemKeyAndFap key) const {
+   bool isInsert = isem_.table->configHas(key);
+   auto pending = isem_.common->pendingSemWrite(PendingSemWriteKey{key, isInsert});
+   if (!pending || pending->pendingSharingEntrys() == 0) {
+      return std::nullopt;
+   }
+   auto newest = pending->pendingSharingEntryQueue()[pending->pendingSharingEntrys() - 1].request();
+   // Who is withdrawn is still among the users; who moves off has left already, unrecorded.
+   auto users = isem_.common->semToRequest(key);
+   bool recorded = isInsert || (users && users->requestHas(newest));
+   return recorded ? std::optional(newest) : std::nullopt;
+}
+
+std::optional<TcamSharingRequest> Chronicle::writerOf(VlanTagToVsiMapperKey key) const {
+   TcamSharingEntry pending = inLif_.common->pendingLifEntries(key);
+   bool isOwners = !inLif_.mapperConfig->configHas(key) || isMade(key);
+   return isOwners || pending == TcamSharingEntry() ? std::nullopt
+                                                    : std::optional(pending.request());
+}
+
+std::optional<TcamSharingRequest> Chronicle::writerOf(TunnelPolicyMapperKey key) const {
+   return inLif_.common->pendingTunnelLifEntries(key).request();
+}
+
+bool Chronicle::isMade(VlanTagToVsiMapperKey key) const {
+   auto known = lifs_.find(key);
+   auto result = inLif_.mapperConfig->configCollection().find(key);
+   return result && (known == lifs_.end() || known->second != result->lif);
+}
+
 void Chronicle::handleIsemConfig(AradSemKeyAndFap const& key) {
    using Kind = EntryChange::Kind;
-   // The machine queues the pending write before it writes; the newest is at the end.
-   auto newest = [&](bool isInsert) -> std::optional<TcamSharingRequest> {
-      auto pending = isem_.common->pendingSemWrite(PendingSemWriteKey{key, isInsert});
-      if (!pending || pending->pendingSharingEntrys() == 0) {
-         return std::nullopt;
-      }
-      return pending->pendingSharingEntryQueue()[pending->pendingSharingEntrys() - 1].request();
-   };
+   auto writer = writerOf(key);
    if (isem_.table->configHas(key)) {
-      change(key, Kind::written, newest(true));
-      return;
-   }
-   // Who is withdrawn is still among the users; who moves has left already, and had written last.
-   auto users = isem_.common->semToRequest(key);
-   auto withdrawn = newest(false);
-   if (users && withdrawn && users->requestHas(*withdrawn)) {
-      change(key, Kind::removed, withdrawn);
+      change(key, Kind::written, writer);
+   } else if (writer) {
+      change(key, Kind::removed, writer);
    } else {
+      // Who moves off had written last.
       auto last = lastChange(key);
       change(key, Kind::left, last ? last->by : std::nullopt);
    }
@@ -134,25 +159,21 @@ void Chronicle::handleIsemConfig(AradSemKeyAndFap const& key) {
 
 void Chronicle::handleMapperConfig(VlanTagToVsiMapperKey const& key) {
    using Kind = EntryChange::Kind;
+   auto writer = writerOf(key);
    auto result = inLif_.mapperConfig->configCollection().find(key);
    if (!result) {
       lifs_.erase(key);
-      change(key, Kind::removed, std::nullopt);
+      change(key, Kind::removed, writer);
       return;
    }
-   uint32_t& lif = lifs_[key];
-   if (lif != result->lif) {
-      lif = result->lif;
-      change(key, Kind::made, std::nullopt);
-   } else {
-      change(key, Kind::written, inLif_.common->pendingLifEntries(key).request());
-   }
+   Kind kind = isMade(key) ? Kind::made : Kind::written;
+   lifs_[key] = result->lif;
+   change(key, kind, writer);
 }
 
 void Chronicle::handleTunnelConfig(TunnelPolicyMapperKey const& key) {
    using Kind = EntryChange::Kind;
-   change(key, inLif_.tunnelConfig->configHas(key) ? Kind::written : Kind::removed,
-          inLif_.common->pendingTunnelLifEntries(key).request());
+   change(key, inLif_.tunnelConfig->configHas(key) ? Kind::written : Kind::removed, writerOf(key));
 }
 
 } // namespace Agent

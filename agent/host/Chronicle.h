@@ -53,7 +53,8 @@ struct EntryChange {
 
 class Chronicle {
  public:
-   Chronicle(IsemPipeline const& isem, InLifPipeline const& inLif, SimulatedChip const& chip);
+   // The chip is told whose writes it gets.
+   Chronicle(IsemPipeline const& isem, InLifPipeline const& inLif, SimulatedChip& chip);
    ~Chronicle();
    // The pipelines' intakes were built again: follows the new backlogs.
    void intakesRebuilt();
@@ -68,13 +69,19 @@ class Chronicle {
    ResponseCause causeNow(TcamSharingRequest request) const;
    void change(EntryKey const& key, EntryChange::Kind kind, std::optional<TcamSharingRequest> by);
 
+   // For whom the entry was written or removed just now, as far as the machines recorded it.
+   std::optional<TcamSharingRequest> writerOf(AradSemKeyAndFap key) const;
+   std::optional<TcamSharingRequest> writerOf(VlanTagToVsiMapperKey key) const;
+   std::optional<TcamSharingRequest> writerOf(TunnelPolicyMapperKey key) const;
+   // The owner made the entry: it has another logical interface than the one known so far.
+   bool isMade(VlanTagToVsiMapperKey key) const;
    void handleIsemConfig(AradSemKeyAndFap const& key);
    void handleMapperConfig(VlanTagToVsiMapperKey const& key);
    void handleTunnelConfig(TunnelPolicyMapperKey const& key);
 
    IsemPipeline const& isem_;
    InLifPipeline const& inLif_;
-   SimulatedChip const& chip_;
+   SimulatedChip& chip_;
    Orv::KeyedByIndex<TcamSharingRequest, RequestTimes> times_;
    std::map<EntryKey, EntryChange> changes_;
    std::map<VlanTagToVsiMapperKey, uint32_t> lifs_; // which one the owner made last

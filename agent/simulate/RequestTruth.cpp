@@ -47,9 +47,11 @@ RequestTruth::RequestTruth(Host const& host, Facts const& facts, Witness const& 
 template<class T>
 RequestTruth::Entry RequestTruth::entry(ChipTable<T> const& chip, typename T::Config const& config,
                                         typename T::Key key, uint64_t wanted) const {
-   Entry entry{
-       printedKey(key),     plain(config.configCollection().find(key)), std::nullopt, wanted, {},
-       chip.isHeldBack(key)};
+   Entry entry;
+   entry.key = printedKey(key);
+   entry.configured = plain(config.configCollection().find(key));
+   entry.wanted = wanted;
+   entry.heldBack = chip.isHeldBack(key);
    if (auto held = chip.entries().find(key); held != chip.entries().end()) {
       entry.held = plain(std::optional(held->second));
    }
@@ -62,32 +64,53 @@ RequestTruth::Entry RequestTruth::entry(ChipTable<T> const& chip, typename T::Co
 }
 
 RequestTruth::Entry RequestTruth::isemEntry(AradSemKeyAndFap key) const {
-   return entry(host_.chip().isem(), *host_.isem().table, key,
-                Facts::payload(TcamSharingPolicyId(policy_)).value);
+   Entry found = entry(host_.chip().isem(), *host_.isem().table, key,
+                       Facts::payload(TcamSharingPolicyId(policy_)).value);
+   found.isem = true;
+   if (auto users = host_.isem().common->semToRequest(key)) {
+      for (auto const& [user, present] : users->requestIter()) {
+         if (present && user != request_) {
+            found.users.push_back(printedRequest(user));
+         }
+      }
+   }
+   return found;
 }
 
 RequestTruth::Entry RequestTruth::mapperEntry(VlanTagToVsiMapperKey key) const {
    return entry(host_.chip().mapper(), *host_.inLif().mapperConfig, key, policy_ % 1024);
 }
 
+RequestTruth::Entry RequestTruth::tunnelEntry() const {
+   return entry(host_.chip().tunnels(), *host_.inLif().tunnelConfig,
+                TunnelPolicyMapperKey(request_.intfId(), request_.fapId()), policy_ % 1024);
+}
+
+std::string RequestTruth::Entry::words(std::optional<uint64_t> data) const {
+   uint64_t policy = data.value_or(0) >> (isem ? 3 : 0);
+   return !data         ? "no entry"
+          : policy != 0 ? inWords(policy)
+          : isem        ? "an entry without a policy"
+                        : "no policy";
+}
+
 void RequestTruth::findEntries() {
    IntfId intf = request_.intfId();
    auto const& fields = intf.fields();
+   bool tunnel = fields.kind == Plexus::IntfKind::tunnel;
    auto add = [](std::vector<Entry>& list, Entry entry) {
       if (std::none_of(list.begin(), list.end(),
                        [&](Entry const& other) { return other.key == entry.key; })) {
          list.push_back(std::move(entry));
       }
    };
-   if (!isem_ && fields.kind == Plexus::IntfKind::tunnel) {
-      add(wanted_, entry(host_.chip().tunnels(), *host_.inLif().tunnelConfig,
-                         TunnelPolicyMapperKey(intf, request_.fapId()), policy_ % 1024));
-      return;
-   }
    auto domain = facts_.domain(intf, request_.fapId());
    auto tags = facts_.tags(request_);
+   if (!isem_ && tunnel) {
+      add(leads_, tunnelEntry());
+   }
    if (isem_ && domain && tags && tags->inner == 0 && request_.fapId().value() <= 128) {
-      add(wanted_,
+      add(leads_,
           isemEntry(AradSemKeyAndFap(
               {AradSemKeyType::isemTcamSharing_, tags->outer * 256U + *domain}, request_.fapId())));
    }
@@ -96,32 +119,60 @@ void RequestTruth::findEntries() {
       if (auto members = facts_.world().lagPhyIntfMapping->lagPhyIntfConfig(parent)) {
          for (auto const& [port, present] : members->phyIntfIter()) {
             if (present && facts_.world().placeOf(port).fapId == request_.fapId()) {
-               add(wanted_, mapperEntry(facts_.mapperKey(request_, port)));
+               add(leads_, mapperEntry(facts_.mapperKey(request_, port)));
             }
          }
       } else if (fields.kind == Plexus::IntfKind::port) {
-         add(wanted_, mapperEntry(facts_.mapperKey(request_, parent)));
+         add(leads_, mapperEntry(facts_.mapperKey(request_, parent)));
       }
+   }
+   lacks_ = findLack();
+   if (policy_ != 0) {
+      wanted_ = leads_;
    }
    auto leave = [&](Entry const& entry) {
       if (byKey(entry.key) == nullptr) {
          add(left_, entry);
       }
    };
-   if (isem_ && host_.isem().common->tcamRequestToIsemKeyMappingHas(request_)) {
+   if (host_.isem().common->tcamRequestToIsemKeyMappingHas(request_)) {
       leave(isemEntry(host_.isem().common->tcamRequestToIsemKeyMapping(request_)));
    }
-   auto confirmed = host_.inLif().common->tcamRequestToVlanTagToVsiKeyMapping(request_);
    for (auto const& [key, data] : host_.chip().mapper().entries()) {
-      if (!isem_ && confirmed && confirmed->vtagToVsiMapperKeyHas(key) &&
-          data.inLifAdditionalData != 0) {
+      auto const& of = key.fields();
+      if (of.subIntfId == intf && data.inLifAdditionalData != 0 &&
+          facts_.world().placeOf(of.intfId).fapId == request_.fapId()) {
          leave(mapperEntry(key));
+      }
+   }
+   if (tunnel && tunnelEntry().held.value_or(0) != 0) {
+      leave(tunnelEntry());
+   }
+   findPending();
+}
+
+void RequestTruth::findPending() {
+   for (auto const& [key, write] : host_.isem().common->pendingSemWriteIter()) {
+      for (std::size_t i = 0; i < write->pendingSharingEntrys(); ++i) {
+         if (write->pendingSharingEntryQueue()[i].request() == request_) {
+            pending_.push_back(isemEntry(key.semKeyAndFap));
+         }
+      }
+   }
+   for (auto const& [key, pending] : host_.inLif().common->pendingLifEntriesIter()) {
+      if (pending.request() == request_) {
+         pending_.push_back(mapperEntry(key));
+      }
+   }
+   for (auto const& [key, pending] : host_.inLif().common->pendingTunnelLifEntriesIter()) {
+      if (pending.request() == request_) {
+         pending_.push_back(tunnelEntry());
       }
    }
 }
 
 RequestTruth::Entry const* RequestTruth::byKey(std::string const& key) const {
-   for (auto const* list : {&wanted_, &left_}) {
+   for (auto const* list : {&wanted_, &left_, &pending_}) {
       for (Entry const& entry : *list) {
          if (entry.key == key) {
             return &entry;
@@ -141,17 +192,46 @@ bool RequestTruth::inHardware() const {
                       [](Entry const& entry) { return entry.held == entry.wanted; });
 }
 
-bool RequestTruth::lacks() const {
+bool RequestTruth::findLack() const {
    if (!isem_ && request_.intfId().fields().kind == Plexus::IntfKind::tunnel) {
       return false;
    }
-   return wanted_.empty() || !facts_.available(request_.fapId()) ||
-          (!isem_ && std::any_of(wanted_.begin(), wanted_.end(),
+   return leads_.empty() || !facts_.available(request_.fapId()) ||
+          (!isem_ && std::any_of(leads_.begin(), leads_.end(),
                                  [](Entry const& entry) { return !entry.configured; }));
 }
 
+bool RequestTruth::asked() const {
+   for (std::size_t i = 0; i < kFeatures; ++i) {
+      if (host_.features().config(static_cast<Feature>(i))->requestHas(request_)) {
+         return true;
+      }
+   }
+   return false;
+}
+
+std::vector<std::string> RequestTruth::overruled() const {
+   std::vector<std::string> told;
+   for (std::size_t i = 0; i < kFeatures; ++i) {
+      auto feature = static_cast<Feature>(i);
+      uint64_t asks = host_.features().config(feature)->request(request_).value();
+      uint64_t own = feature != Feature::acl          ? Facts::labelBits
+                     : facts_.lumen(request_.fapId()) ? Facts::aclBits()
+                                                      : ~uint64_t{0};
+      // Every bit that it asks for is there, and its fields have no others.
+      if (asks != 0 && ((asks & ~policy_) != 0 || (policy_ & own & ~asks) != 0)) {
+         told.push_back(std::string(featureNames[i]) + " asks for " + inWords(asks) +
+                        ", but the merged policy has " + inWords(policy_ & (own | asks)) +
+                        " there");
+      }
+   }
+   return told;
+}
+
 bool RequestTruth::sound() const {
-   return inHardware() && response_.status == 1 && response_.policyId.value() == policy_ &&
+   bool over = policy_ == 0 && response_.status == 0 && !asked();
+   bool done = inHardware() && response_.status == 1 && response_.policyId.value() == policy_;
+   return (over || done) && overruled().empty() &&
           std::none_of(left_.begin(), left_.end(), [](Entry const& entry) { return entry.held; });
 }
 
@@ -177,13 +257,23 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
               "untrue: " + label + ": " + line);
    }
    auto says = [&](char const* words) { return text.find(words) != std::string::npos; };
+   for (std::string const& each : overruled()) {
+      require(says(each.c_str()), "silent: " + each);
+   }
    require(explanation.inHardware == inHardware(), "wrong on hardware");
    require(queued_ == says("waits in the backlog"), "wrong on the backlog");
    require((!retried_.empty() && policy_ != 0 && !queued_) == says("is retried"),
            "wrong on retries");
-   bool leaves =
-       std::any_of(left_.begin(), left_.end(), [](Entry const& entry) { return entry.held; });
-   require(leaves == says("still in hardware"), "wrong on what was left behind");
+   for (Entry const& entry : left_) {
+      // Each is told; of many only how many more they are.
+      bool told =
+          says(("The chip still holds " + entry.words(entry.held) + " at " + entry.key).c_str()) ||
+          says(("Its earlier entry " + entry.key + " is still in hardware").c_str()) ||
+          says(("It is still recorded at " + entry.key).c_str()) ||
+          says(("It is still recorded at its earlier entry " + entry.key).c_str()) ||
+          (policy_ != 0 && says("So are "));
+      require(!entry.held || told, "silent on " + entry.key);
+   }
    require(policy_ == 0 || response_.status != 1 || response_.policyId.value() == policy_ ||
                says("not for the present policy"),
            "silent on an older answer");
@@ -192,14 +282,13 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
 }
 
 bool RequestTruth::isSentence(std::string const& sentence) const {
-   return isWhere(sentence) || isWaiting(sentence) || isAnswer(sentence) || isRemedy(sentence);
+   auto told = overruled();
+   return std::find(told.begin(), told.end(), sentence) != told.end() || isWhere(sentence) ||
+          isWaiting(sentence) || isAnswer(sentence) || isRemedy(sentence);
 }
 
 bool RequestTruth::isWhere(std::string const& sentence) const {
-   bool asked = false;
-   for (std::size_t i = 0; i < kFeatures; ++i) {
-      asked = asked || host_.features().config(static_cast<Feature>(i))->requestHas(request_);
-   }
+   bool asked = this->asked();
    if (sentence == "No feature asks for a policy here") {
       return !asked && policy_ == 0 && response_.status == 0;
    }
@@ -225,10 +314,36 @@ bool RequestTruth::isWhere(std::string const& sentence) const {
    if (auto parts = fit(sentence, "Not in hardware: %")) {
       return !inHardware() && isReason((*parts)[0]);
    }
-   if (auto parts = fit(sentence, "Its earlier entry % is still in hardware")) {
+   return isLeft(sentence);
+}
+
+bool RequestTruth::isLeft(std::string const& sentence) const {
+   auto held = [&](std::string const& key, auto const& holds) {
       return std::any_of(left_.begin(), left_.end(), [&](Entry const& entry) {
-         return entry.key == (*parts)[0] && entry.held;
+         return entry.key == key && entry.held && holds(entry);
       });
+   };
+   if (auto parts = fit(sentence, "Its earlier entry % is still in hardware")) {
+      return policy_ != 0 &&
+             held((*parts)[0], [](Entry const& entry) { return entry.users.empty(); });
+   }
+   auto recorded = policy_ == 0
+                       ? fit(sentence, "It is still recorded at %, which %")
+                       : fit(sentence, "It is still recorded at its earlier entry %, which %");
+   if (recorded) {
+      return held((*recorded)[0],
+                  [&](Entry const& entry) { return isUse((*recorded)[1], entry.users); });
+   }
+   auto refused = fit(sentence, "The chip still holds % at %, since it refused to clear it at %");
+   if (auto parts = refused ? refused : fit(sentence, "The chip still holds % at %")) {
+      return policy_ == 0 && held((*parts)[1], [&](Entry const& entry) {
+                return entry.words(entry.held) == (*parts)[0] && entry.users.empty() &&
+                       (!refused ||
+                        (entry.configured.value_or(0) == 0 &&
+                         (witness_.saw(Witness::Event::refused, entry.key) ||
+                          witness_.saw(Witness::Event::full, entry.key) || !entry.due.empty() ||
+                          entry.heldBack || witness_.saw(Witness::Event::answerLost, entry.key))));
+             });
    }
    if (auto parts = fit(sentence, "So are % more")) {
       return std::to_string(
@@ -237,6 +352,17 @@ bool RequestTruth::isWhere(std::string const& sentence) const {
                  3) == (*parts)[0];
    }
    return false;
+}
+
+bool RequestTruth::isUse(std::string const& text, std::vector<std::string> const& users) {
+   if (users.empty()) {
+      return false;
+   }
+   std::string all;
+   for (std::string const& user : users) {
+      all += (all.empty() ? "" : ", ") + user;
+   }
+   return text == all + (users.size() == 1 ? " uses" : " use");
 }
 
 bool RequestTruth::isReason(std::string const& reason) const {
@@ -258,7 +384,7 @@ bool RequestTruth::isReason(std::string const& reason) const {
    static constexpr char const* flagOff = "it was taken out, since program-in-hw is off";
    if (reason.starts_with(flagOff)) {
       auto status = flags->subIntfStatus(request_.intfId());
-      if (!out || !status || status->programInHw() || (reason == flagOff) == lacks()) {
+      if (!out || !status || status->programInHw() || (reason == flagOff) == lacks_) {
          return false;
       }
    }
@@ -301,6 +427,12 @@ bool RequestTruth::isReason(std::string const& reason) const {
              witness_.saw(Event::removed, (*parts)[1], (*parts)[2]) &&
              witness_.sawLeave(who, (*parts)[1], (*parts)[2]);
    }
+   if (auto parts =
+           fit(reason, "% was made anew at % s, and the chip refused it, since the unit was "
+                       "full")) {
+      return lacking((*parts)[0], other) && byKey((*parts)[0])->configured == 0 &&
+             !byKey((*parts)[0])->held && witness_.saw(Event::made, (*parts)[0], (*parts)[1]);
+   }
    if (auto parts = fit(reason, "% was made anew at % s, and carries nothing until the request is "
                                 "worked again")) {
       return lacking((*parts)[0], other) && byKey((*parts)[0])->configured == 0 &&
@@ -308,16 +440,13 @@ bool RequestTruth::isReason(std::string const& reason) const {
    }
    auto carries = [&](std::string const& key, std::string const& what) {
       return lacking(key, [&](Entry const& entry) {
-         uint64_t policy = isem_ ? *entry.configured >> 3 : *entry.configured;
-         std::string words = policy != 0 ? inWords(policy)
-                             : isem_     ? "an entry without a policy"
-                                         : "no policy";
-         return other(entry) && what == words;
+         return other(entry) && what == entry.words(entry.configured);
       });
    };
    if (auto parts = fit(reason, "% carries % for %, written at % s")) {
       return carries((*parts)[0], (*parts)[1]) &&
-             witness_.saw(Event::written, (*parts)[0], (*parts)[3]);
+             witness_.saw(Event::written, (*parts)[0], (*parts)[3]) &&
+             witness_.sawWorked((*parts)[2], (*parts)[3]);
    }
    if (auto parts = fit(reason, "% carries %"); parts && byKey((*parts)[0]) != nullptr) {
       return carries((*parts)[0], (*parts)[1]);
@@ -327,12 +456,12 @@ bool RequestTruth::isReason(std::string const& reason) const {
    if (auto parts = fit(reason, "it was taken out%; %")) {
       lacked = (*parts)[1];
    } else if (reason == "it was taken out of the output") {
-      return out && !lacks();
+      return out && !lacks_;
    } else if (out) {
       return false;
    }
    auto pieces = split(lacked, "; ");
-   return lacks() &&
+   return lacks_ &&
           std::all_of(pieces.begin(), pieces.end(), [&](auto const& each) { return isLack(each); });
 }
 
@@ -397,7 +526,7 @@ bool RequestTruth::isLack(std::string const& lack) const {
              (*parts)[1] == std::to_string(tags->inner);
    }
    if (auto parts = fit(lack, "the sub-interface is not programmed on %")) {
-      return !isem_ && std::any_of(wanted_.begin(), wanted_.end(), [&](Entry const& entry) {
+      return !isem_ && std::any_of(leads_.begin(), leads_.end(), [&](Entry const& entry) {
          return !entry.configured &&
                 entry.key.find(" on " + (*parts)[0] + ",") != std::string::npos;
       });

@@ -28,21 +28,36 @@ class RequestTruth {
       uint64_t wanted = 0;
       std::vector<Seconds> due; // of answers on their way
       bool heldBack = false;
+      bool isem = false;
+      std::vector<std::string> users; // others that the entry is recorded for
+      std::string words(std::optional<uint64_t> data) const;
    };
    template<class T>
    Entry entry(ChipTable<T> const& chip, typename T::Config const& config, typename T::Key key,
                uint64_t wanted) const;
    Entry isemEntry(AradSemKeyAndFap key) const;
    Entry mapperEntry(VlanTagToVsiMapperKey key) const;
+   Entry tunnelEntry() const;
    void findEntries();
+   void findPending();
    bool isSentence(std::string const& sentence) const;
    bool isWhere(std::string const& sentence) const;
+   // What stands at an entry that the request does not lead to.
+   bool isLeft(std::string const& sentence) const;
+   // "A, B uses"
+   static bool isUse(std::string const& text, std::vector<std::string> const& users);
+   bool asked() const;
+   // The features that ask for what the merged policy does not have, as they are told.
+   std::vector<std::string> overruled() const;
    bool isReason(std::string const& reason) const;
    bool isLack(std::string const& lack) const;
    bool isWaiting(std::string const& sentence) const;
    bool isAnswer(std::string const& sentence) const;
    bool isFailure(std::string const& why) const;
    bool isRemedy(std::string const& sentence) const;
+   bool isFull() const;
+   // Its entries' answers are counted on, and none of them waits for one.
+   bool countsInVain(std::string const& count) const;
    bool isFact(std::string const& label, std::string const& text) const;
    bool isEntryFact(std::string const& text) const;
    // What is told behind an entry, of that entry.
@@ -50,7 +65,7 @@ class RequestTruth {
                      std::string const& key) const;
    bool isCause(std::string const& why, std::string const& time) const;
    bool inHardware() const;
-   bool lacks() const;
+   bool findLack() const;
    Entry const* byKey(std::string const& key) const;
    // The policy's bits that no entry of the request carries.
    uint64_t beyond() const;
@@ -65,8 +80,11 @@ class RequestTruth {
    TcamSharingResponse response_;
    bool queued_;
    std::vector<TcamSharingEntry> retried_;
-   std::vector<Entry> wanted_; // it leads there now
-   std::vector<Entry> left_;   // it led there, and is still known there
+   std::vector<Entry> leads_;   // where it leads now
+   std::vector<Entry> wanted_;  // the same, while a policy is wanted there
+   std::vector<Entry> left_;    // it led there, and is recorded there or carried there
+   std::vector<Entry> pending_; // a write or removal for it waits there
+   bool lacks_ = true;          // it cannot be programmed now
 };
 
 } // namespace Agent

@@ -20,7 +20,7 @@ bool RequestTruth::isWaiting(std::string const& sentence) const {
    auto const& clock = pipeline_.codef->clockNotifiee();
    auto anyEntry = [&](auto const& holds) {
       return std::any_of(wanted_.begin(), wanted_.end(), holds) ||
-             (policy_ == 0 && std::any_of(left_.begin(), left_.end(), holds));
+             std::any_of(pending_.begin(), pending_.end(), holds);
    };
    if (auto parts = fit(sentence, "It waits in the backlog for the slice at % s")) {
       return queued_ && clock.waiting() && (*parts)[0] == printedSeconds(clock.timeMin());
@@ -32,23 +32,25 @@ bool RequestTruth::isWaiting(std::string const& sentence) const {
       bool never = request_.fapId().value() > 128 || (tags && tags->inner != 0) ||
                    !request_.intfId().fields().subIntf;
       return !retried_.empty() && (*parts)[0] == printedSeconds(pipeline_.codef->nextRetry()) &&
-             (!vain || (never && lacks()));
+             (!vain || (never && lacks_));
    }
    if (auto parts = fit(sentence, "The retry list forgets it at % s")) {
       return policy_ == 0 && !retried_.empty() &&
              (*parts)[0] == printedSeconds(pipeline_.codef->nextRetry());
    }
    if (sentence == "Nothing retries it") {
-      return retried_.empty() && !queued_ && lacks();
+      return retried_.empty() && !queued_ && lacks_;
    }
-   if (auto parts = fit(sentence, "The chip's answer is due at % s")) {
-      return policy_ == 0 || anyEntry([&](Entry const& entry) {
-                return std::any_of(entry.due.begin(), entry.due.end(),
-                                   [&](Seconds due) { return printedSeconds(due) == (*parts)[0]; });
-             });
+   auto other = fit(sentence, "The chip's answer is due at % s, to the write for %");
+   if (auto parts = other ? other : fit(sentence, "The chip's answer is due at % s")) {
+      return anyEntry([&](Entry const& entry) {
+         return std::any_of(entry.due.begin(), entry.due.end(),
+                            [&](Seconds due) { return printedSeconds(due) == (*parts)[0]; }) &&
+                (!other || witness_.sawWriteFor((*parts)[1], entry.key));
+      });
    }
    if (sentence == "The chip's answer is held back, to be given out of order") {
-      return policy_ == 0 || anyEntry([](Entry const& entry) { return entry.heldBack; });
+      return anyEntry([](Entry const& entry) { return entry.heldBack; });
    }
    for (char const* kind : {"write", "removal"}) {
       std::string head =
@@ -59,7 +61,7 @@ bool RequestTruth::isWaiting(std::string const& sentence) const {
          continue;
       }
       Entry const* entry = byKey((*parts)[0]);
-      if (policy_ != 0 && (entry == nullptr || entry->heldBack)) {
+      if (entry == nullptr || entry->heldBack) {
          return false;
       }
       for (std::string const& each : why ? split((*parts)[1], "; ") : Parts{}) {
@@ -77,7 +79,6 @@ bool RequestTruth::isWaiting(std::string const& sentence) const {
 }
 
 bool RequestTruth::isAnswer(std::string const& sentence) const {
-   using Event = Witness::Event;
    std::string name = printedRequest(request_);
    std::string older = " for " + printedPolicy(response_.policyId) + ", not for the present policy";
    bool past = response_.policyId.value() != policy_;
@@ -103,26 +104,38 @@ bool RequestTruth::isAnswer(std::string const& sentence) const {
       }
       return response_.status == 3 && witness_.sawResponse(name, (*parts)[0]) && isFailure(why);
    }
-   if (auto parts = fit(sentence, "The chip refused to clear the entry % at % s")) {
-      return policy_ == 0 && (witness_.saw(Event::refused, (*parts)[0], (*parts)[1]) ||
-                              witness_.saw(Event::full, (*parts)[0], (*parts)[1]));
+   if (auto parts = fit(sentence, "It is not answered; answers that it counts on do not come (% "
+                                  "of them)")) {
+      return response_.status == 0 && countsInVain((*parts)[0]);
+   }
+   if (auto parts = fit(sentence, "It was answered in progress" + (past ? older : "") +
+                                      "; answers that it counts on do not come (% of them)")) {
+      return response_.status == 2 && countsInVain((*parts)[0]);
    }
    return sentence == "It is not answered" && response_.status == 0;
 }
 
+bool RequestTruth::countsInVain(std::string const& count) const {
+   TcamSharingEntry entry(request_, TcamSharingPolicyId(policy_));
+   auto const& common = *host_.inLif().common;
+   for (auto const& [key, pending] : common.pendingLifEntriesIter()) {
+      if (pending == entry) {
+         return false;
+      }
+   }
+   return count == std::to_string(common.tcamSharingEntryRefCount(entry));
+}
+
 bool RequestTruth::isFailure(std::string const& why) const {
    using Event = Witness::Event;
-   if (auto parts = fit(why, ": the chip refused the write of %, since the unit was full")) {
-      return witness_.saw(Event::full, (*parts)[0]);
-   }
-   if (auto parts = fit(why, ": the chip refused the write of %")) {
-      return witness_.saw(Event::refused, (*parts)[0]);
-   }
-   if (auto parts = fit(why, ": the chip refused to clear %, since the unit was full")) {
-      return witness_.saw(Event::full, (*parts)[0]);
-   }
-   if (auto parts = fit(why, ": the chip refused to clear %")) {
-      return witness_.saw(Event::refused, (*parts)[0]);
+   for (std::string head : {": the chip refused the write of %", ": the chip refused to clear %"}) {
+      auto full = fit(why, head + ", since the unit was full");
+      if (auto parts = full ? full : fit(why, head)) {
+         auto other = fit((*parts)[0], "%) for %");
+         std::string key = other ? (*other)[0] + ")" : (*parts)[0];
+         return witness_.saw(full ? Event::full : Event::refused, key) &&
+                (!other || witness_.sawWriteFor((*other)[1], key));
+      }
    }
    if (auto parts = fit(why, ": % was removed before it was answered")) {
       return witness_.saw(Event::removed, (*parts)[0]);
@@ -130,10 +143,54 @@ bool RequestTruth::isFailure(std::string const& why) const {
    return why == ": an earlier answer had failed" || why == " when the chip restarted";
 }
 
-bool RequestTruth::isRemedy(std::string const& sentence) const {
+bool RequestTruth::isFull() const {
+   uint64_t held = 0;
+   FapId unit = request_.fapId();
+   bool tunnel = request_.intfId().fields().kind == Plexus::IntfKind::tunnel;
+   ChipTableKind kind = isem_    ? ChipTableKind::isem
+                        : tunnel ? ChipTableKind::tunnel
+                                 : ChipTableKind::mapper;
+   auto limits = host_.chip().capacities();
+   auto limit = limits.find({kind, unit});
+   if (kind == ChipTableKind::mapper) {
+      held = host_.chip().mapper().entriesOn(unit);
+   } else if (kind == ChipTableKind::isem) {
+      for (auto const& [key, data] : host_.chip().isem().entries()) {
+         held += key.fapId() == unit ? 1 : 0;
+      }
+   } else {
+      for (auto const& [key, data] : host_.chip().tunnels().entries()) {
+         held += key.fapId() == unit ? 1 : 0;
+      }
+   }
+   return limit != limits.end() && held >= limit->second &&
+          std::any_of(wanted_.begin(), wanted_.end(),
+                      [](Entry const& entry) { return !entry.held; });
+}
+
+bool RequestTruth::isRemedy(std::string const& text) const {
    bool out = pipeline_.output(request_).empty();
+   auto room = fit(text, "% once unit " + std::to_string(request_.fapId().value()) + " has room");
+   std::string sentence = room ? (*room)[0] : text;
+   bool writes = sentence == "Asking for another policy writes it again" ||
+                 sentence == "chip replay writes it again";
+   if (room.has_value() != (writes && isFull())) {
+      return false;
+   }
+   auto leftWith = [&](bool cleared) {
+      return policy_ == 0 && std::any_of(left_.begin(), left_.end(), [&](Entry const& entry) {
+                bool clear = entry.isem ? !entry.configured : entry.configured.value_or(0) == 0;
+                return entry.held && clear == cleared;
+             });
+   };
+   if (sentence == "chip replay clears it") {
+      return leftWith(true);
+   }
+   if (sentence == "Asking for a policy here and withdrawing it clears it") {
+      return leftWith(false) && !queued_ && !lacks_;
+   }
    if (sentence == "Asking for another policy writes it again") {
-      return !lacks() && !out && !queued_;
+      return !lacks_ && !out && !queued_;
    }
    if (sentence == "chip replay writes it again") {
       return std::any_of(wanted_.begin(), wanted_.end(), [](Entry const& entry) {
@@ -142,13 +199,13 @@ bool RequestTruth::isRemedy(std::string const& sentence) const {
    }
    if (sentence == "program-in-hw on brings it back") {
       auto status = facts_.world().subIntfStatusDir->subIntfStatus(request_.intfId());
-      return out && !lacks() && status && !status->programInHw();
+      return out && !lacks_ && status && !status->programInHw();
    }
    if (sentence == "An internal VLAN brings it back") {
-      return out && lacks() && facts_.available(request_.fapId()) &&
+      return out && lacks_ && facts_.available(request_.fapId()) &&
              facts_.world().intfVlanIdTable->internalVlanIdHas(request_.intfId());
    }
-   return sentence == "Another policy brings it back" && out && !lacks();
+   return sentence == "Another policy brings it back" && out && !lacks_;
 }
 
 bool RequestTruth::isFact(std::string const& label, std::string const& text) const {
@@ -184,7 +241,21 @@ bool RequestTruth::isFact(std::string const& label, std::string const& text) con
       return std::all_of(pieces.begin(), pieces.end(),
                          [&](auto const& each) { return isLack(each); });
    }
-   return true; // of an entry, or as the features' tables stand
+   if (label == "answers awaited") {
+      TcamSharingEntry entry(request_, TcamSharingPolicyId(policy_));
+      return text == std::to_string(host_.inLif().common->tcamSharingEntryRefCount(entry));
+   }
+   for (std::size_t i = 0; i < kFeatures; ++i) {
+      if (label == std::string(featureNames[i]) + " asks") {
+         auto const& tables = host_.features();
+         auto feature = static_cast<Feature>(i);
+         auto answer = tables.status(feature)->response(request_);
+         std::string asks = printedPolicy(tables.config(feature)->request(request_)) + ", status ";
+         return text.starts_with(asks) &&
+                (answer.status == 0 || text.ends_with(" for " + printedPolicy(answer.policyId)));
+      }
+   }
+   return true; // of an entry
 }
 
 bool RequestTruth::isEntryEvent(std::string const& label, std::string const& text,
@@ -211,6 +282,12 @@ bool RequestTruth::isEntryEvent(std::string const& label, std::string const& tex
    }
    if (label == "last answer") {
       // The removal of a status that was not there is silent.
+      auto cut = text.find(", to the write for ");
+      auto parts = fit(text.substr(0, cut), text.substr(0, text.find(" at ")) + " at % s");
+      what = text.substr(0, text.find(" at "));
+      if (cut != std::string::npos && !witness_.sawWriteFor(text.substr(cut + 19), key)) {
+         return false;
+      }
       return parts && (what == "removed" || saw({what == "accepted"      ? Event::accepted
                                                  : what == "in progress" ? Event::inProgress
                                                  : what == "refused"     ? Event::refused
@@ -223,6 +300,11 @@ bool RequestTruth::isEntryEvent(std::string const& label, std::string const& tex
    }
    if (label == "chip restarted") {
       return time && witness_.sawRestart((*time)[0]);
+   }
+   if (label == "shared with") {
+      Entry const* entry = byKey(key);
+      return entry != nullptr &&
+             isUse(text + (entry->users.size() == 1 ? " uses" : " use"), entry->users);
    }
    if (label == "answer due") {
       Entry const* entry = byKey(key);
@@ -240,14 +322,8 @@ bool RequestTruth::isEntryFact(std::string const& text) const {
    if (entry == nullptr) {
       return parts && policy_ == 0;
    }
-   auto words = [&](std::optional<uint64_t> data) {
-      uint64_t policy = data.value_or(0) >> (isem_ ? 3 : 0);
-      return !data         ? "no entry"
-             : policy != 0 ? inWords(policy)
-             : isem_       ? "an entry without a policy"
-                           : "no policy";
-   };
-   return (*parts)[1] == words(entry->configured) && (*parts)[2] == words(entry->held);
+   return (*parts)[1] == entry->words(entry->configured) &&
+          (*parts)[2] == entry->words(entry->held);
 }
 
 // By whose doing the response is what it is.
@@ -259,12 +335,16 @@ bool RequestTruth::isCause(std::string const& why, std::string const& time) cons
        {"refused: the unit is full", Event::full},
        {"in progress", Event::inProgress},
        {"removed", Event::gone}};
-   if (auto parts = fit(why, "by the chip's answer for % (%)");
-       parts && why.find(") (") != std::string::npos) {
-      auto cut = why.rfind(" (");
-      std::string head = "by the chip's answer for ";
-      std::string key = why.substr(head.size(), cut - head.size());
-      std::string outcome = why.substr(cut + 2, why.size() - cut - 3);
+   static std::string const head = "by the chip's answer for ";
+   if (why.starts_with(head)) {
+      auto other = why.find(", to the write for ");
+      std::string answer = why.substr(0, other);
+      auto cut = answer.rfind(" (");
+      std::string key = answer.substr(head.size(), cut - head.size());
+      std::string outcome = answer.substr(cut + 2, answer.size() - cut - 3);
+      if (other != std::string::npos && !witness_.sawWriteFor(why.substr(other + 19), key)) {
+         return false;
+      }
       return std::any_of(std::begin(outcomes), std::end(outcomes), [&](auto const& each) {
          return outcome == each.first && witness_.saw(each.second, key);
       });

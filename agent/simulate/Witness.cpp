@@ -119,6 +119,19 @@ uint64_t Witness::chipWrites() const {
    return writes;
 }
 
+bool Witness::sawWriteFor(std::string const& request, std::string const& key) const {
+   for (Event event : {Event::written, Event::removed}) {
+      if (auto found = events_.find({event, key}); found != events_.end()) {
+         for (Seconds time : found->second) {
+            if (sawWorked(request, printedSeconds(time))) {
+               return true;
+            }
+         }
+      }
+   }
+   return false;
+}
+
 void Witness::noteQuietEvents() {
    noteRestarts();
    lost_ = host_.chip().faults().suffered(Fault::lose);

@@ -33,6 +33,8 @@ class Witness {
    }
    // At any time.
    bool saw(Event event, std::string const& key) const { return events_.contains({event, key}); }
+   // The entry was written or removed when the request was worked, at any time.
+   bool sawWriteFor(std::string const& request, std::string const& key) const;
    // The request was known under the ISEM entry until then.
    bool sawLeave(std::string const& request, std::string const& key,
                  std::string const& time) const {

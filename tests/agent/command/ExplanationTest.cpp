@@ -85,7 +85,7 @@ TEST(ExplanationTest, EachStateOnAnAradUnitIsTold) {
         "Not in hardware: the chip refused the write of (vlan 5, domain 1, unit 0) at 0 s, since "
         "the unit was full, and restarted at 0.01 s, and nothing wrote (vlan 5, domain 1, unit 0) "
         "since. It was answered failed at 0.01 s: the chip refused the write of (vlan 5, domain 1, "
-        "unit 0), since the unit was full. chip replay writes it again.",
+        "unit 0), since the unit was full. chip replay writes it again once unit 0 has room.",
         true},
        {"chip lose next 1\nrequest acl X own 5\nsettle", "X own",
         "In hardware. The write of (vlan 5, domain 1, unit 0) is not answered, and no answer is on "
@@ -123,12 +123,36 @@ TEST(ExplanationTest, EachStateOnAnAradUnitIsTold) {
         "programmed. It is not answered.",
         true},
        {"request acl X own 5\nsettle\nprogram-in-hw X off\nsettle", "X own",
-        "Not in hardware: it was taken out, since program-in-hw is off. It is not answered. "
-        "program-in-hw on brings it back.",
+        "Not in hardware: it was taken out, since program-in-hw is off. program-in-hw on brings it "
+        "back.",
         true},
        {"request acl X own 5\nsettle\nprogram-in-hw X off\nsettle\nencapsulation X none", "X own",
         "Not in hardware: it was taken out, since program-in-hw is off; the sub-interface has no "
-        "encapsulation. It is not answered.",
+        "encapsulation.",
+        true},
+       {"request acl X own 5\nsettle\nchip lose next 1\nprogram-in-hw X off\nsettle", "X own",
+        "Not in hardware: it was taken out, since program-in-hw is off. The removal of (vlan 5, "
+        "domain 1, unit 0) is not answered, and no answer is on its way: an answer for the entry "
+        "was lost at 0.01 s. It was answered success at 0.01 s. program-in-hw on brings it back.",
+        true},
+       {"request acl X own 5\nsettle\nwithdraw acl X own", "X own",
+        "No feature asks for a policy here any more, but the response of the last one still "
+        "stands. It waits in the backlog for the slice at 0.01 s. The chip still holds qos=5 at "
+        "(vlan 5, domain 1, unit 0).",
+        true},
+       {"chip lose next 1\nrequest acl A own 5\nadvance 0.005\nrequest acl B own 6\n"
+        "advance 0.005",
+        "A own",
+        "Not in hardware: (vlan 10, domain 5, unit 0) carries qos=6 for u/0/PortChannel1.2 unit 0, "
+        "written at 0.005 s. The chip's answer is due at 0.015 s, to the write for "
+        "u/0/PortChannel1.2 unit 0. Asking for another policy writes it again.",
+        true},
+       {"chip lose next 1\nrequest acl A own 5\nadvance 0.005\nchip refuse next 1\n"
+        "request acl B own 6\nsettle",
+        "A own",
+        "In hardware. It was answered failed at 0.015 s: the chip refused the write of (vlan 10, "
+        "domain 5, unit 0) for u/0/PortChannel1.2 unit 0. Asking for another policy writes it "
+        "again.",
         true},
        {"encapsulation X none\nrequest acl X own 5\nadvance 0.2\nprogram-in-hw X off\n"
         "withdraw acl X own\nadvance 0.2",
@@ -147,6 +171,14 @@ TEST(ExplanationTest, WhatMovedIsJudgedWhereItLeadsNow) {
         true},
        {"request acl X own 5\nrequest acl Y own 5\nsettle\nencapsulation X 6\nsettle", "X own",
         "In hardware. Its earlier entry (vlan 5, domain 1, unit 0) is still in hardware.", true},
+       {"request acl X own 5\nrequest acl Y own 5\nsettle\nencapsulation X 6\nsettle\n"
+        "encapsulation Y 5\nrequest acl Y own 7\nsettle",
+        "X own",
+        "Not in hardware: u/0/Ethernet0.6 unit 0 moved off (vlan 6, domain 1, unit 0) at 0.01 s. "
+        "It was answered success at 0.01 s. It is still recorded at its earlier entry (vlan 5, "
+        "domain 1, unit 0), which u/0/Ethernet0.6 unit 0 uses. Asking for another policy writes it "
+        "again.",
+        true},
        {"request acl X own 5\nrequest acl Y own 5\nsettle\nencapsulation X 6\nsettle\n"
         "withdraw acl Y own\nsettle",
         "X own",
@@ -240,7 +272,7 @@ TEST(ExplanationTest, EachStateOnAnInLifUnitIsTold) {
         "Not in hardware: the chip refused the write of (u/3/Tunnel-t, unit 3) at 0 s, since the "
         "unit was full. It was answered failed at 0.01 s: the chip refused the write of "
         "(u/3/Tunnel-t, unit 3), since the unit was full. Asking for another policy writes it "
-        "again.",
+        "again once unit 3 has room.",
         true},
        {"chip refuse next 1\nrequest acl L own 5\nsettle", "L own",
         "Not in hardware: the chip refused the write of (u/3/PortChannel3.1 on u/3/Ethernet4, tags "
@@ -279,8 +311,36 @@ TEST(ExplanationTest, EachStateOnAnInLifUnitIsTold) {
         true},
        {"request acl P own 5\nsettle\nchip refuse next 1\nwithdraw acl P own\nsettle", "P own",
         "No feature asks for a policy here any more, but the response of the last one still "
-        "stands. The chip refused to clear the entry (u/3/Ethernet0.5 on u/3/Ethernet0, tags 5) "
-        "at 0.02 s.",
+        "stands. The chip still holds qos=5 at (u/3/Ethernet0.5 on u/3/Ethernet0, tags 5), since "
+        "it "
+        "refused to clear it at 0.01 s. chip replay clears it.",
+        true},
+       {"request acl P own 5\nsettle\nchip refuse next 1\nwithdraw acl P own\nsettle\n"
+        "chip replay\nsettle",
+        "P own",
+        "No feature asks for a policy here any more, but the response of the last one still "
+        "stands.",
+        true},
+       {"request acl P own 5\nsettle\nunit 3 unavailable\nwithdraw acl P own\nsettle\n"
+        "unit 3 available\nsettle",
+        "P own",
+        "No feature asks for a policy here. The chip still holds qos=5 at (u/3/Ethernet0.5 on "
+        "u/3/Ethernet0, tags 5). Asking for a policy here and withdrawing it clears it.",
+        true},
+       {"request acl P own 5\nsettle\nunit 3 unavailable\nwithdraw acl P own\nsettle\n"
+        "unit 3 available\nsettle\nrequest acl P own 6\nsettle\nwithdraw acl P own\nsettle",
+        "P own", "No feature asks for a policy here.", false},
+       {"chip delay 0\nrequest acl T own 5\nsettle\nchip lose next 1\nrequest acl T own 6\n"
+        "settle",
+        "T own",
+        "In hardware. The write of (u/3/Tunnel-t, unit 3) is not answered, and no answer is on its "
+        "way: an answer for the entry was lost at 0 s. It was answered success for qos=5, not for "
+        "the present policy.",
+        true},
+       {"chip slowness 0.02\nchip slow next 4\nrequest acl L own 5\nadvance 0.005\n"
+        "request acl L own 6\nadvance 0.005\nrequest acl L own 5\nsettle",
+        "L own",
+        "In hardware. It is not answered; answers that it counts on do not come (1 of them).",
         true},
    });
 }
@@ -314,8 +374,18 @@ TEST(ExplanationTest, ViewsAgree) {
    EXPECT_THAT(older.out, testing::ContainsRegex("acl +1 +1 +0 +1 +0 +0 +0\n"));
    Result rampart =
        run("request rampart u/1/Vlan9 own lumen=9\nsettle\nshow summary\nshow requests");
-   EXPECT_THAT(rampart.out, testing::ContainsRegex("rampart +1 +1 +1 +0 +0 +0 +0\n"));
-   EXPECT_THAT(rampart.out, testing::ContainsRegex("rampart .* success +lumen=9 +yes"));
+   EXPECT_THAT(rampart.out, testing::ContainsRegex("rampart +1 +0 +1 +0 +0 +0 +0\n"));
+   EXPECT_THAT(rampart.out, testing::ContainsRegex("rampart .* success +lumen=9 +entry only"));
+   // Each feature by its own part, also while a change is not worked yet.
+   Result labels = run("request lumen u/1/Vlan9 own lumen=9\nrequest acl u/1/Vlan9 own 5\nsettle\n"
+                       "request acl u/1/Vlan9 own qos=6,acl=1\nshow summary\nshow requests");
+   EXPECT_THAT(labels.out, testing::ContainsRegex("lumen +1 +0 +1 +0 +0"));
+   EXPECT_THAT(labels.out, testing::ContainsRegex("acl +1 +0 +0 +1 +0"));
+   Result overruled = run("request lumen u/1/Vlan9 own lumen=9\n"
+                          "request rampart u/1/Vlan9 own lumen=8\nsettle\nshow requests\nproblems");
+   EXPECT_THAT(overruled.out, testing::ContainsRegex("lumen +u/1/Vlan9 .* success +lumen=8 +no"));
+   EXPECT_THAT(overruled.out,
+               HasSubstr("lumen asks for lumen=9, but the merged policy has lumen=8 there."));
    EXPECT_THAT(run(named("request acl X own 5\nsettle\nexpect out-of-hardware X own")).errors,
                AllOf(HasSubstr("expected the policy of u/0/Ethernet0.5 unit 0 to be out of "
                                "hardware, but: In hardware."),
