@@ -27,9 +27,10 @@ void ExplanationCheck::check(Findings& findings) const {
    for (auto const& row : problems.at("rows")) {
       listed.insert(row.at("request").get<std::string>());
    }
+   Situations situations(host_);
    for (TcamSharingRequest request : knownRequests(host_)) {
       RequestTruth truth(host_, facts_, witness_, request);
-      Explanation explanation = explain(host_, request);
+      Explanation explanation = explain(situations.of(request), host_);
       for (std::string const& untruth : truth.untruths(explanation)) {
          findings.add("explanations are true", printedRequest(request), ": ", untruth, ", in \"",
                       explanation.verdict, "\"");

@@ -43,11 +43,9 @@ Witness::Witness(Host& host) : host_(host) {
       lifs_[key] = result.lif;
       note(Event::made, printedKey(key));
    }
-   watch<IsemTable, AradSemKeyAndFap>(host.chip().isem(), *isem.table, *isem.tableStatus);
-   watch<MapperTable, VlanTagToVsiMapperKey>(host.chip().mapper(), *inLif.mapperConfig,
-                                             *inLif.mapperStatus);
-   watch<TunnelTable, TunnelPolicyMapperKey>(host.chip().tunnels(), *inLif.tunnelConfig,
-                                             *inLif.tunnelStatus);
+   watch<IsemTable>(*isem.table, *isem.tableStatus);
+   watch<MapperTable>(*inLif.mapperConfig, *inLif.mapperStatus);
+   watch<TunnelTable>(*inLif.tunnelConfig, *inLif.tunnelStatus);
    for (SharingPipeline* pipeline : host.pipelines()) {
       watchers_.watch<TcamSharingRequest>(pipeline->mergedStatus->responseCollection(),
                                           [this](TcamSharingRequest const& request) {
@@ -72,9 +70,9 @@ Witness::Witness(Host& host) : host_(host) {
        });
 }
 
-template<class T, class Key>
-void Witness::watch(ChipTable<T> const&, typename T::Config const& config,
-                    typename T::Status const& status) {
+template<class T>
+void Witness::watch(typename T::Config const& config, typename T::Status const& status) {
+   using Key = typename T::Key;
    watchers_.watch<Key>(config.configCollection(), [this, &config](Key const& key) {
       auto data = config.configCollection().find(key);
       if constexpr (std::is_same_v<T, MapperTable>) {

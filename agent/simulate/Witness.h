@@ -71,9 +71,8 @@ class Witness {
    void noteRestarts();
    uint64_t chipWrites() const;
    void note(Event event, std::string const& key);
-   template<class T, class Key>
-   void watch(ChipTable<T> const& chip, typename T::Config const& config,
-              typename T::Status const& status);
+   template<class T>
+   void watch(typename T::Config const& config, typename T::Status const& status);
    void noteLoss(std::string const& key);
 
    Host& host_;
