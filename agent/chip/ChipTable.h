@@ -131,11 +131,13 @@ class ChipTable {
       Outcome outcome = Outcome::removed;
    };
    std::deque<Answer> const& unanswered() const { return unanswered_; }
-   // A write of the key finds room.
-   bool hasRoom(Key key) const {
+   // The unit that has no room for the key; none: a write of it finds room.
+   std::optional<FapId> fullUnit(Key key) const {
       FapId unit = unitOf_(key);
       auto limit = capacity_.find(unit);
-      return limit == capacity_.end() || entries_.contains(key) || entriesOn(unit) < limit->second;
+      bool full =
+          limit != capacity_.end() && !entries_.contains(key) && entriesOn(unit) >= limit->second;
+      return full ? std::optional(unit) : std::nullopt;
    }
    // What the chip really holds.
    std::map<Key, Data> const& entries() const { return entries_; }
@@ -276,7 +278,7 @@ class ChipTable {
       if (faults_.suffers(Fault::refuse, T::kind, unit)) {
          return Outcome::refused;
       }
-      if (!hasRoom(answer.key)) {
+      if (fullUnit(answer.key)) {
          ++counters_.full;
          return Outcome::full;
       }

@@ -146,7 +146,7 @@ class Gathering {
          entry.carries = *held == wanted;
       }
       entry.chip = host_.chip().isem().memory(key);
-      entry.hasRoom = host_.chip().isem().hasRoom(key);
+      entry.fullUnit = host_.chip().isem().fullUnit(key);
       for (bool isInsert : {true, false}) {
          auto pending = common.pendingSemWrite(PendingSemWriteKey{key, isInsert});
          for (std::size_t i = 0; pending && i < pending->pendingSharingEntrys(); ++i) {
@@ -226,7 +226,7 @@ class Gathering {
          entry.carries = held->inLifAdditionalData == wanted;
       }
       entry.chip = table.memory(key);
-      entry.hasRoom = table.hasRoom(key);
+      entry.fullUnit = table.fullUnit(key);
    }
 
    // The answer to what the table holds now; the last one, since one may say "in progress" first.

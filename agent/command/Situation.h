@@ -32,7 +32,7 @@ struct EntrySituation {
    std::optional<std::string> held;        // what the chip holds there
    bool configuredRight = false;           // the table holds the merged policy's part
    bool carries = false;                   // the chip does
-   bool hasRoom = true;                    // the unit takes one more, or has it
+   std::optional<FapId> fullUnit;          // which has no room for it
    std::optional<EntryChange> change;      // of the table
    EntryMemory chip;                       // what the chip did
    std::optional<Awaited> awaited;         // for the request's newest write of this entry

@@ -252,10 +252,12 @@ std::string Verdict::forWhom(std::optional<uint32_t> writer) const {
 }
 
 std::string Verdict::onceThereIsRoom() const {
-   bool full = std::any_of(is_.entries.begin(), is_.entries.end(), [](auto const& entry) {
-      return entry.role == Role::current && !entry.hasRoom;
-   });
-   return full ? " once unit " + std::to_string(is_.request.fapId().value()) + " has room" : "";
+   for (EntrySituation const& entry : is_.entries) {
+      if (entry.role == Role::current && entry.fullUnit) {
+         return " once unit " + std::to_string(entry.fullUnit->value()) + " has room";
+      }
+   }
+   return "";
 }
 
 void Verdict::sayAnswer() {

@@ -51,6 +51,7 @@ RequestTruth::Entry RequestTruth::entry(ChipTable<T> const& chip, typename T::Co
    entry.key = printedKey(key);
    entry.configured = plain(config.configCollection().find(key));
    entry.wanted = wanted;
+   entry.unit = request_.fapId();
    entry.heldBack = chip.isHeldBack(key);
    if (auto held = chip.entries().find(key); held != chip.entries().end()) {
       entry.held = plain(std::optional(held->second));
@@ -78,7 +79,9 @@ RequestTruth::Entry RequestTruth::isemEntry(AradSemKeyAndFap key) const {
 }
 
 RequestTruth::Entry RequestTruth::mapperEntry(VlanTagToVsiMapperKey key) const {
-   return entry(host_.chip().mapper(), *host_.inLif().mapperConfig, key, policy_ % 1024);
+   Entry found = entry(host_.chip().mapper(), *host_.inLif().mapperConfig, key, policy_ % 1024);
+   found.unit = facts_.world().placeOf(key.fields().intfId).fapId;
+   return found;
 }
 
 RequestTruth::Entry RequestTruth::tunnelEntry() const {

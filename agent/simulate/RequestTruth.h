@@ -29,6 +29,7 @@ class RequestTruth {
       std::vector<Seconds> due; // of answers on their way
       bool heldBack = false;
       bool isem = false;
+      FapId unit;
       std::vector<std::string> users; // others that the entry is recorded for
       std::string words(std::optional<uint64_t> data) const;
    };
@@ -55,7 +56,8 @@ class RequestTruth {
    bool isAnswer(std::string const& sentence) const;
    bool isFailure(std::string const& why) const;
    bool isRemedy(std::string const& sentence) const;
-   bool isFull() const;
+   // The unit that has no room for an entry that is missing.
+   std::optional<FapId> fullUnit() const;
    // Its entries' answers are counted on, and none of them waits for one.
    bool countsInVain(std::string const& count) const;
    bool isFact(std::string const& label, std::string const& text) const;

@@ -143,38 +143,37 @@ bool RequestTruth::isFailure(std::string const& why) const {
    return why == ": an earlier answer had failed" || why == " when the chip restarted";
 }
 
-bool RequestTruth::isFull() const {
-   uint64_t held = 0;
-   FapId unit = request_.fapId();
+std::optional<FapId> RequestTruth::fullUnit() const {
    bool tunnel = request_.intfId().fields().kind == Plexus::IntfKind::tunnel;
    ChipTableKind kind = isem_    ? ChipTableKind::isem
                         : tunnel ? ChipTableKind::tunnel
                                  : ChipTableKind::mapper;
    auto limits = host_.chip().capacities();
-   auto limit = limits.find({kind, unit});
-   if (kind == ChipTableKind::mapper) {
-      held = host_.chip().mapper().entriesOn(unit);
-   } else if (kind == ChipTableKind::isem) {
+   for (Entry const& entry : wanted_) {
+      auto limit = limits.find({kind, entry.unit});
+      uint64_t held = 0;
       for (auto const& [key, data] : host_.chip().isem().entries()) {
-         held += key.fapId() == unit ? 1 : 0;
+         held += kind == ChipTableKind::isem && key.fapId() == entry.unit ? 1 : 0;
       }
-   } else {
       for (auto const& [key, data] : host_.chip().tunnels().entries()) {
-         held += key.fapId() == unit ? 1 : 0;
+         held += kind == ChipTableKind::tunnel && key.fapId() == entry.unit ? 1 : 0;
+      }
+      held += kind == ChipTableKind::mapper ? host_.chip().mapper().entriesOn(entry.unit) : 0;
+      if (!entry.held && limit != limits.end() && held >= limit->second) {
+         return entry.unit;
       }
    }
-   return limit != limits.end() && held >= limit->second &&
-          std::any_of(wanted_.begin(), wanted_.end(),
-                      [](Entry const& entry) { return !entry.held; });
+   return std::nullopt;
 }
 
 bool RequestTruth::isRemedy(std::string const& text) const {
    bool out = pipeline_.output(request_).empty();
-   auto room = fit(text, "% once unit " + std::to_string(request_.fapId().value()) + " has room");
+   auto full = fullUnit();
+   auto room = fit(text, "% once unit " + std::to_string(full ? full->value() : 0) + " has room");
    std::string sentence = room ? (*room)[0] : text;
    bool writes = sentence == "Asking for another policy writes it again" ||
                  sentence == "chip replay writes it again";
-   if (room.has_value() != (writes && isFull())) {
+   if (room.has_value() != (writes && full)) {
       return false;
    }
    auto leftWith = [&](bool cleared) {
@@ -302,9 +301,13 @@ bool RequestTruth::isEntryEvent(std::string const& label, std::string const& tex
       return time && witness_.sawRestart((*time)[0]);
    }
    if (label == "shared with") {
-      Entry const* entry = byKey(key);
-      return entry != nullptr &&
-             isUse(text + (entry->users.size() == 1 ? " uses" : " use"), entry->users);
+      for (auto const& [of, users] : host_.isem().common->semToRequestIter()) {
+         if (printedKey(of) == key) {
+            auto others = isemEntry(of).users;
+            return isUse(text + (others.size() == 1 ? " uses" : " use"), others);
+         }
+      }
+      return false;
    }
    if (label == "answer due") {
       Entry const* entry = byKey(key);
