@@ -82,6 +82,8 @@ TEST_F(ProgramTest, WhatWasPrintedBeforeASignalReachesThePipe) {
       ASSERT_EQ(::pipe(ends), 0);
       pid_t child = ::fork();
       if (child == 0) {
+         // A job in the background ignores the interrupt, and its children inherit that.
+         ::signal(signal, SIG_DFL);
          ::dup2(ends[1], STDOUT_FILENO);
          ::execl(SHOAL_AGENT, "shoal-agent", "run", "--quiet", "--inventory",
                  "examples/chassis.json", "--scenario", scenario.c_str(), nullptr);
