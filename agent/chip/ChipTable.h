@@ -34,9 +34,9 @@ struct EntryMemory {
    };
    std::optional<Event> lastWrite;   // or removal, answered or not
    std::optional<Event> lastAnswer;  // given
-   std::optional<Seconds> lost;      // when an answer was last lost
+   std::optional<Event> lost;        // the answer that was lost last, when it was
    std::optional<Seconds> restarted; // the chip restarted since the last write
-   std::optional<Seconds> dropped;   // when a restart last dropped an answer that was on its way
+   std::optional<Event> dropped;     // the one that a restart dropped last, when it did
 };
 
 struct ChipCounters {
@@ -96,7 +96,7 @@ class ChipTable {
       for (auto const* answers : {&unanswered_, &heldBack_}) {
          for (Answer const& answer : *answers) {
             ++disturbances_[answer.key];
-            memories_[answer.key].dropped = now;
+            memories_[answer.key].dropped = eventOf(answer);
          }
       }
       for (auto& [key, memory] : memories_) {
@@ -131,13 +131,21 @@ class ChipTable {
       Outcome outcome = Outcome::removed;
    };
    std::deque<Answer> const& unanswered() const { return unanswered_; }
-   // The unit that has no room for the key; none: a write of it finds room.
-   std::optional<FapId> fullUnit(Key key) const {
-      FapId unit = unitOf_(key);
+   FapId unitOf(Key key) const { return unitOf_(key); }
+   // How many more entries a unit takes; none: as many as there are.
+   std::optional<uint64_t> room(FapId unit) const {
       auto limit = capacity_.find(unit);
-      bool full =
-          limit != capacity_.end() && !entries_.contains(key) && entriesOn(unit) >= limit->second;
-      return full ? std::optional(unit) : std::nullopt;
+      return limit == capacity_.end()
+                 ? std::nullopt
+                 : std::optional(limit->second - std::min(limit->second, entriesOn(unit)));
+   }
+   // How many entries of a unit are configured, and not in the chip.
+   uint64_t missing(FapId unit) const {
+      uint64_t count = 0;
+      for (auto const& [key, data] : config_->configIter()) {
+         count += unitOf_(key) == unit && !entries_.contains(key) ? 1 : 0;
+      }
+      return count;
    }
    // What the chip really holds.
    std::map<Key, Data> const& entries() const { return entries_; }
@@ -210,11 +218,11 @@ class ChipTable {
       // The chip works in order and at once; only its answers are late, lost or out of order.
       answer.outcome = program(answer);
       EntryMemory& memory = memories_[key];
-      memory.lastWrite = {Orv::System::peekTime(), answer.outcome, answer.write, writer};
+      memory.lastWrite = eventOf(answer);
       memory.restarted.reset();
       if (faults_.suffers(Fault::lose, T::kind, unit)) {
          ++disturbances_[key];
-         memory.lost = Orv::System::peekTime();
+         memory.lost = memory.lastWrite;
          return;
       }
       if (T::defers && answer.written && faults_.suffers(Fault::defer, T::kind, unit)) {
@@ -278,7 +286,7 @@ class ChipTable {
       if (faults_.suffers(Fault::refuse, T::kind, unit)) {
          return Outcome::refused;
       }
-      if (fullUnit(answer.key)) {
+      if (!entries_.contains(answer.key) && room(unit) == 0U) {
          ++counters_.full;
          return Outcome::full;
       }
@@ -302,10 +310,14 @@ class ChipTable {
       }
    }
 
+   // Now.
+   static EntryMemory::Event eventOf(Answer const& answer) {
+      return {Orv::System::peekTime(), answer.outcome, answer.write, answer.writer};
+   }
+
    void deliver(Answer const& answer) {
       ++counters_.answers;
-      memories_[answer.key].lastAnswer = {Orv::System::peekTime(), answer.outcome, answer.write,
-                                          answer.writer};
+      memories_[answer.key].lastAnswer = eventOf(answer);
       answering_ = answer.key;
       if (answer.written) {
          T::answer(*status_, answer.key, *answer.written, answer.outcome);

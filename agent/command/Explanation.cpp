@@ -113,7 +113,7 @@ class FactList {
                                  toWhom(answer->writer));
       }
       if (entry.chip.lost) {
-         fact("answer lost", at(*entry.chip.lost));
+         fact("answer lost", at(entry.chip.lost->at));
       }
       if (entry.chip.restarted) {
          fact("chip restarted", at(*entry.chip.restarted));
@@ -216,15 +216,13 @@ std::vector<TcamSharingRequest> knownRequests(Host const& host) {
       add(request);
    }
    for (auto const& [key, data] : host.chip().mapper().entries()) {
-      FapId unit = host.world().placeOf(key.fields().intfId).fapId;
-      if (data.inLifAdditionalData != 0 && !unit.isNull()) {
-         add(TcamSharingRequest(key.fields().subIntfId, unit));
+      auto change = host.chronicle().lastChange(key);
+      if (data.inLifAdditionalData != 0 && change && change->by) {
+         add(*change->by);
       }
    }
    for (auto const& [key, data] : host.chip().tunnels().entries()) {
-      if (data.inLifAdditionalData != 0) {
-         add(TcamSharingRequest(key.intfId(), key.fapId()));
-      }
+      add(TcamSharingRequest(key.intfId(), key.fapId()));
    }
    return found;
 }

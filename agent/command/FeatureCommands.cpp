@@ -44,7 +44,7 @@ void warnOfWidth(Host const& host, InLifIntfKey key, InLifFeatureType type, InLi
    if (field && (value & ~field->mask()) != 0) {
       out << "warning: the field of " << type << " on " << host.world().tcamName(key.tcamId())
           << " has " << printedWidth(field->mask()) << ": the value " << value
-          << " is wider and runs into the next field\n";
+          << " is wider; the rest runs into the bits above it\n";
    }
 }
 

@@ -33,8 +33,10 @@ std::string waitsFor(Host const& host, InLifFeatureKey key) {
    return "it was passed over while the port map was not valid: say port-map-state version";
 }
 
+// Of many words, so many by name.
+constexpr std::size_t shown = 3;
+
 std::string listed(std::vector<IntfId> const& interfaces) {
-   static constexpr std::size_t shown = 3;
    std::string text;
    for (std::size_t i = 0; i < std::min(shown, interfaces.size()); ++i) {
       text += (i == 0 ? "" : ", ") + interfaces[i].name();
@@ -44,16 +46,22 @@ std::string listed(std::vector<IntfId> const& interfaces) {
               : text + " and " + std::to_string(interfaces.size() - shown) + " more";
 }
 
-// What stands in the field of a word that the key does not lead to.
-std::string strangeWord(FeatureSituation const& is) {
-   return is.strange.value_or(0) == 0 ? ""
-                                      : " The word of " + is.key.intfId().name() + " has " +
-                                            std::to_string(*is.strange) + " in this field.";
+// What stands in the field of words that the key does not lead to.
+std::string strangeWords(FeatureSituation const& is) {
+   std::string text;
+   for (std::size_t i = 0; i < is.strange.size() && i < shown; ++i) {
+      auto const& [intf, value] = is.strange[i];
+      text += " The word of " + intf.name() + " has " + std::to_string(value) + " in this field.";
+   }
+   if (is.strange.size() > shown) {
+      text += " So have " + std::to_string(is.strange.size() - shown) + " more words something.";
+   }
+   return text;
 }
 
 std::string whereItIs(FeatureSituation const& is) {
    if (!is.unreached.empty()) {
-      return "It leads to no word: " + is.unreached + "." + strangeWord(is);
+      return "It leads to no word: " + is.unreached + "." + strangeWords(is);
    }
    if (is.inWords()) {
       std::string words = is.reached.size() == 1 ? "In the word of " : "In the words of ";
@@ -79,7 +87,10 @@ std::string verdict(Host const& host, FeatureSituation const& is) {
                   : "Not in the aggregate, although " + askers +
                         (is.askedBy.size() == 1 ? " asks" : " ask") +
                         ": another directory withdrew it. Asking again brings it back.") +
-             strangeWord(is);
+             strangeWords(is) +
+             (is.response.status != InLifFeatureResponseStatus::none
+                  ? " The answer to the last request still stands."
+                  : "");
    }
    std::string text = whereItIs(is);
    if (!is.answered()) {
@@ -89,7 +100,8 @@ std::string verdict(Host const& host, FeatureSituation const& is) {
    }
    if (is.spills()) {
       text += " The value " + std::to_string(is.value) + " is wider than its field of " +
-              printedWidth(is.field->mask()) + " and runs into the next one.";
+              printedWidth(is.field->mask()) +
+              "; the rest runs into the bits above it, where a later feature's value replaces it.";
    }
    if (askers.empty()) {
       text += " No directory asks for it any more: the one that did went without withdrawing it.";

@@ -36,7 +36,9 @@ class FeatureGathering {
       found_.wanted = found_.requested && found_.requested->featureAggHas(type);
       found_.field = featureField(tcam_, type);
       if (!found_.wanted) {
-         readStrangeWord();
+         reach();
+         found_.unreached.clear();
+         readStrangeWords();
          return;
       }
       found_.value = found_.requested->featureAgg(type);
@@ -51,7 +53,7 @@ class FeatureGathering {
          }
       }
       if (found_.reached.empty()) {
-         readStrangeWord();
+         readStrangeWords();
       }
    }
 
@@ -107,12 +109,20 @@ class FeatureGathering {
       return unit == 0 && !own;
    }
 
-   void readStrangeWord() {
-      bool ofOneWord = SubIntfId::isSubIntfId(intf_) || World::isPort(intf_);
-      auto word = ofOneWord && found_.field ? wordFor(intf_) : std::nullopt;
-      if (word) {
-         found_.strange = fieldOf(*word);
+   void readStrangeWords() {
+      if (!found_.field) {
+         return;
       }
+      if (World::isPort(intf_) && found_.reached.empty()) {
+         found_.reached.push_back(intf_);
+      }
+      for (IntfId intf : found_.reached) {
+         auto word = wordFor(intf);
+         if (uint64_t there = word ? fieldOf(*word) : 0; there != 0) {
+            found_.strange.emplace_back(intf, there);
+         }
+      }
+      found_.reached.clear();
    }
 
    std::optional<InLifFeatureAttributes> wordFor(IntfId intf) const {

@@ -32,9 +32,9 @@ struct FeatureSituation {
       std::string why;
    };
    std::vector<Absence> absent; // the reached ones whose word does not carry the value, and why
-   // Of a port or sub-interface whose word the key does not lead to: what its word has in the
-   // field, be it of whomever. None: it has no word, or the key leads there.
-   std::optional<uint64_t> strange;
+   // Words that the key does not lead to, and would if it were wanted: those of its interface.
+   // What they have in the field, be it of whomever, where that is not 0.
+   std::vector<std::pair<IntfId, uint64_t>> strange;
 
    bool answered() const { return wanted && handled && handled->version() == requested->version(); }
    // Bits of the value that do not fit its field run into the next one.

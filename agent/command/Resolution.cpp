@@ -56,8 +56,11 @@ class Resolver {
       IntfId parent = SubIntfId::parentIntfId(intf_);
       auto units = world_.unitsOf(parent);
       if (World::isPort(parent)) {
+         bool here = std::find(units.begin(), units.end(), request_.fapId()) != units.end();
          miss(units.empty() ? parent.name() + " is on no unit"
-                            : "no VLAN domain for " + parent.name() + " on " + unit_);
+              : here        ? "no VLAN domain for " + parent.name() + " on " + unit_
+                            : "no VLAN domain for " + parent.name() + ", which is on unit " +
+                           std::to_string(units.front().value()));
       } else if (!world_.ethIntfStatusDir->ethLagIntfStatusHas(parent)) {
          miss(parent.name() + " does not exist");
       } else if (std::find(units.begin(), units.end(), request_.fapId()) == units.end()) {
@@ -105,6 +108,8 @@ class Resolver {
 
    void resolveMapper() {
       auto status = world_.subIntfStatusDir->subIntfStatus(intf_);
+      bool off = status && !status->programInHw();
+      bool others = !found_.missing.empty();
       IntfId parent = SubIntfId::parentIntfId(intf_);
       for (IntfId port : world_.portsOf(parent)) {
          // A port-channel counts by its members on the unit, a port wherever it is.
@@ -114,7 +119,9 @@ class Resolver {
          auto key = VlanTagToVsiMapperKey::ofSubIntf(port, intf_, *tags_,
                                                      status ? status->encapKind() : 0);
          if (!host_.inLif().mapperConfig->configHas(key)) {
-            miss("the sub-interface is not programmed on " + port.name());
+            miss("the sub-interface is not programmed on " + port.name() +
+                 (off ? ", since program-in-hw is off" : ""));
+            found_.flag = off && !others;
          }
          found_.keys.emplace_back(key);
       }

@@ -17,6 +17,7 @@ struct Resolution {
    std::vector<EntryKey> keys;
    std::string missing; // in words; empty: it can be programmed
    bool never = false;  // what is missing does not come while the interface is what it is
+   bool flag = false;   // all that is missing is program-in-hw
 };
 Resolution resolve(Host const& host, TcamSharingRequest request);
 

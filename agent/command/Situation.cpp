@@ -13,13 +13,11 @@ using namespace Hardware::ShoalTunnel;
 
 namespace {
 
+constexpr char const* noPolicy = "an entry without a policy";
+
 std::string printedPayload(AradSemPayload payload) {
    TcamSharingPolicyId policy = policyOfPayload(payload);
-   return policy.empty() ? "an entry without a policy" : printedPolicy(policy);
-}
-
-std::string printedEntryData(uint64_t data) {
-   return data == 0 ? "no policy" : printedData(data);
+   return policy.empty() ? noPolicy : printedPolicy(policy);
 }
 
 AradSemPayload payloadOf(Host const& host, TcamSharingRequest request, TcamSharingPolicyId policy) {
@@ -53,13 +51,15 @@ Awaited awaitedAnswer(ChipTable<T> const& table, typename T::Key key, bool remov
    return awaited;
 }
 
+} // namespace
+
 // The facts of one request, gathered table by table.
 class Gathering {
  public:
    // `mapperKeys`: of the request's sub-interface, those that carry data or wait for an answer.
-   Gathering(Host const& host, Situation& situation,
+   Gathering(Situations const& all, Situation& situation,
              std::vector<VlanTagToVsiMapperKey> const* mapperKeys)
-       : host_(host), found_(situation), mapperKeys_(mapperKeys) {}
+       : all_(all), host_(all.host_), found_(situation), mapperKeys_(mapperKeys) {}
 
    void gather() {
       if (!found_.merged.empty()) {
@@ -68,6 +68,9 @@ class Gathering {
          }
       }
       addLeftBehind();
+      findCrowded(host_.chip().isem());
+      findCrowded(host_.chip().mapper());
+      findCrowded(host_.chip().tunnels());
       found_.inHardware =
           !found_.merged.empty() && !found_.resolution.keys.empty() && carriesSomething() &&
           std::all_of(found_.entries.begin(), found_.entries.end(), [](auto const& entry) {
@@ -112,8 +115,8 @@ class Gathering {
       if (mapperKeys_ != nullptr) {
          for (VlanTagToVsiMapperKey key : *mapperKeys_) {
             auto held = host_.chip().mapper().held(key);
-            bool there = host_.world().placeOf(key.fields().intfId).fapId == found_.request.fapId();
-            if (held && held->inLifAdditionalData != 0 && there) {
+            auto change = host_.chronicle().lastChange(key);
+            if (held && held->inLifAdditionalData != 0 && change && change->by == found_.request) {
                addOnce(key, Role::leftBehind);
             } else if (host_.inLif().common->pendingLifEntries(key).request() == found_.request) {
                addOnce(key, Role::other);
@@ -122,8 +125,7 @@ class Gathering {
       }
       if (Plexus::TunnelIntfId::isTunnelIntfId(found_.request.intfId())) {
          TunnelPolicyMapperKey key(found_.request.intfId(), found_.request.fapId());
-         auto held = host_.chip().tunnels().held(key);
-         if (held && held->inLifAdditionalData != 0) {
+         if (host_.chip().tunnels().held(key)) {
             addOnce(key, Role::leftBehind);
          }
       }
@@ -146,7 +148,6 @@ class Gathering {
          entry.carries = *held == wanted;
       }
       entry.chip = host_.chip().isem().memory(key);
-      entry.fullUnit = host_.chip().isem().fullUnit(key);
       for (bool isInsert : {true, false}) {
          auto pending = common.pendingSemWrite(PendingSemWriteKey{key, isInsert});
          for (std::size_t i = 0; pending && i < pending->pendingSharingEntrys(); ++i) {
@@ -154,7 +155,8 @@ class Gathering {
             (isInsert ? entry.writes : entry.removals).push_back(each.request());
             bool own = isInsert ? each == TcamSharingEntry(found_.request, found_.merged)
                                 : each.request() == found_.request;
-            if (own) {
+            // The write's answer counts, also behind a removal that was never answered.
+            if (own && !entry.awaited) {
                entry.awaited =
                    awaitedAnswer(host_.chip().isem(), key, !isInsert, i, found_.request);
             }
@@ -163,8 +165,20 @@ class Gathering {
       if (auto users = common.semToRequest(key)) {
          for (auto const& [user, present] : users->requestIter()) {
             if (present && user != found_.request) {
-               entry.shared.push_back(user);
+               entry.recorded.push_back(user);
             }
+         }
+      }
+      entry.shared = entry.recorded;
+      addLeading(entry);
+   }
+
+   // One that was answered at once, since another had written the same, is recorded nowhere.
+   void addLeading(EntrySituation& entry) const {
+      for (TcamSharingRequest other : all_.leadingTo(entry.key)) {
+         if (other != found_.request &&
+             std::find(entry.shared.begin(), entry.shared.end(), other) == entry.shared.end()) {
+            entry.shared.push_back(other);
          }
       }
    }
@@ -217,34 +231,77 @@ class Gathering {
    void fillData(EntrySituation& entry, Key key, ChipTable<T> const& table) const {
       entry.name = printedKey(key);
       uint64_t wanted = dataOf(found_.merged);
+      // An in-LIF is there without data, too; a tunnel's entry is the request's.
+      auto printed = [](uint64_t data) {
+         return data != 0                        ? printedData(data)
+                : std::is_same_v<T, TunnelTable> ? std::string(noPolicy)
+                                                 : "no policy";
+      };
       if (auto configured = table.configured(key)) {
-         entry.configured = printedEntryData(configured->inLifAdditionalData);
+         entry.configured = printed(configured->inLifAdditionalData);
          entry.configuredRight = configured->inLifAdditionalData == wanted;
       }
       if (auto held = table.held(key)) {
-         entry.held = printedEntryData(held->inLifAdditionalData);
+         entry.held = printed(held->inLifAdditionalData);
          entry.carries = held->inLifAdditionalData == wanted;
       }
       entry.chip = table.memory(key);
-      entry.fullUnit = table.fullUnit(key);
+      addLeading(entry);
+      // An entry has one write that counts, the last one.
+      uint64_t last = entry.chip.lastWrite ? entry.chip.lastWrite->write : 0;
+      for (auto* event : {&entry.chip.lost, &entry.chip.dropped}) {
+         if (*event && (*event)->write != last) {
+            event->reset();
+         }
+      }
    }
 
-   // The answer to what the table holds now; the last one, since one may say "in progress" first.
+   // The first answer for what the table holds now; "in progress" is none.
    template<class T>
    Awaited answerTo(ChipTable<T> const& table, typename T::Key key, bool removal) const {
       Awaited awaited{removal, table.isHeldBack(key), std::nullopt, std::nullopt};
       for (auto const& answer : table.unanswered()) {
-         if (answer.key == key && answer.written == table.configured(key)) {
+         if (answer.key == key && answer.written == table.configured(key) &&
+             answer.outcome != Outcome::inProgress) {
             awaited.due = answer.due;
+            return awaited;
          }
       }
       return awaited;
    }
 
+   template<class T>
+   void findCrowded(ChipTable<T> const& table) {
+      std::map<FapId, uint64_t> missing;
+      std::map<FapId, uint64_t> freed;
+      for (EntrySituation const& entry : found_.entries) {
+         auto const* key = std::get_if<typename T::Key>(&entry.key);
+         if (key != nullptr && entry.role == Role::current && !entry.held) {
+            ++missing[table.unitOf(*key)];
+         } else if (key != nullptr && entry.role == Role::leftBehind && entry.held &&
+                    std::is_same_v<T, IsemTable>) {
+            // Who moves takes its earlier entry out first.
+            ++freed[table.unitOf(*key)];
+         }
+      }
+      for (auto const& [unit, count] : missing) {
+         auto room = table.room(unit);
+         if (room && count > *room + freed[unit]) {
+            found_.crowded = unit;
+         }
+         if (room && table.missing(unit) > *room) {
+            found_.crowdedForReplay = unit;
+         }
+      }
+   }
+
+   Situations const& all_;
    Host const& host_;
    Situation& found_;
    std::vector<VlanTagToVsiMapperKey> const* mapperKeys_; // may be null
 };
+
+namespace {
 
 // The policies' bits that an entry carries.
 uint64_t carriedBits(EntryKey const& key) {
@@ -305,6 +362,20 @@ Situations::Situations(Host const& host) : host_(host) {
    }
 }
 
+std::vector<TcamSharingRequest> const& Situations::leadingTo(EntryKey const& key) const {
+   if (!leadingKnown_) {
+      leadingKnown_ = true;
+      for (SharingPipeline const* pipeline : host_.pipelines()) {
+         for (auto const& [request, policy] : pipeline->merged->requestIter()) {
+            for (EntryKey const& each : resolve(host_, request).keys) {
+               leading_[each].push_back(request);
+            }
+         }
+      }
+   }
+   return leading_[key];
+}
+
 Situation Situations::of(TcamSharingRequest request) const {
    Situation found;
    SharingPipeline const& pipeline = host_.pipelineOf(request);
@@ -335,7 +406,7 @@ Situation Situations::of(TcamSharingRequest request) const {
       }
    }
    auto mapperKeys = mapperKeys_.find(request.intfId().index());
-   Gathering(host_, found, mapperKeys == mapperKeys_.end() ? nullptr : &mapperKeys->second)
+   Gathering(*this, found, mapperKeys == mapperKeys_.end() ? nullptr : &mapperKeys->second)
        .gather();
    return found;
 }

@@ -4,6 +4,7 @@
 
 #include "agent/command/Resolution.h"
 
+#include <map>
 #include <unordered_map>
 
 namespace Agent {
@@ -28,16 +29,16 @@ struct EntrySituation {
       other       // only an answer of it counts: the one behind the response, or one to come
    };
    Role role = Role::current;
-   std::optional<std::string> configured;  // what the table holds there, in words; none: no entry
-   std::optional<std::string> held;        // what the chip holds there
-   bool configuredRight = false;           // the table holds the merged policy's part
-   bool carries = false;                   // the chip does
-   std::optional<FapId> fullUnit;          // which has no room for it
-   std::optional<EntryChange> change;      // of the table
-   EntryMemory chip;                       // what the chip did
-   std::optional<Awaited> awaited;         // for the request's newest write of this entry
-   std::vector<TcamSharingRequest> shared; // who else uses it
-   std::vector<TcamSharingRequest> writes; // unanswered, oldest first
+   std::optional<std::string> configured;    // what the table holds there, in words; none: no entry
+   std::optional<std::string> held;          // what the chip holds there
+   bool configuredRight = false;             // the table holds the merged policy's part
+   bool carries = false;                     // the chip does
+   std::optional<EntryChange> change;        // of the table
+   EntryMemory chip;                         // what the chip did
+   std::optional<Awaited> awaited;           // for the request's newest write of this entry
+   std::vector<TcamSharingRequest> shared;   // who else leads to it, or is recorded for it
+   std::vector<TcamSharingRequest> recorded; // of those
+   std::vector<TcamSharingRequest> writes;   // unanswered, oldest first
    std::vector<TcamSharingRequest> removals;
 };
 
@@ -55,6 +56,11 @@ struct Situation {
    std::vector<EntrySituation> entries; // the current ones, then those left behind
    uint64_t carried = 0;                // the policy's bits that an entry of its kind carries
    uint32_t answersAwaited = 0;         // of the sub-interface's entries
+
+   // A unit without room for all entries that are missing: of the request; of all that a replay
+   // writes.
+   std::optional<FapId> crowded;
+   std::optional<FapId> crowdedForReplay;
 
    // The chip holds the policy, as far as entries carry it, in every entry that the request leads
    // to now.
@@ -112,6 +118,12 @@ class Situations {
  private:
    Host const& host_;
    std::unordered_map<uint32_t, std::vector<TcamSharingPolicyId>> retried_; // by request
+   // The wanted requests of its pipeline that lead to the entry.
+   std::vector<TcamSharingRequest> const& leadingTo(EntryKey const& key) const;
+
+   friend class Gathering;
+   mutable std::map<EntryKey, std::vector<TcamSharingRequest>> leading_;
+   mutable bool leadingKnown_ = false;
    // By sub-interface: entries of the chip with data, and those that wait for an answer.
    std::unordered_map<uint32_t, std::vector<VlanTagToVsiMapperKey>> mapperKeys_;
 };

@@ -14,6 +14,8 @@ namespace {
 using Role = EntrySituation::Role;
 
 constexpr char const* anotherPolicy = "Asking for another policy writes it again";
+constexpr char const* clearing = "chip replay clears it";
+constexpr char const* noData = "no policy";
 constexpr char const* replay = "chip replay writes it again";
 
 std::string listed(std::vector<TcamSharingRequest> const& requests) {
@@ -53,8 +55,7 @@ std::string Verdict::text() {
           " there.");
    }
    if (!remedy_.empty()) {
-      bool writes = remedy_ == anotherPolicy || remedy_ == replay;
-      say(remedy_ + (writes ? onceThereIsRoom() : "") + ".");
+      say(remedy_ + waitOf(remedy_) + ".");
    }
    return text_;
 }
@@ -75,6 +76,11 @@ void Verdict::sayNotWanted() {
          sayStillHeld(entry);
       }
    }
+   bool waits = is_.queued || !is_.output.empty() || awaiting() != nullptr;
+   if (remedy_.empty() && !is_.asked && is_.response.status != tcamSharingNone && !waits &&
+       is_.resolution.missing.empty()) {
+      remedy_ = "Asking for a policy here and withdrawing it ends that";
+   }
 }
 
 void Verdict::sayStillHeld(EntrySituation const& entry) {
@@ -84,16 +90,18 @@ void Verdict::sayStillHeld(EntrySituation const& entry) {
       return;
    }
    auto const& write = entry.chip.lastWrite;
-   // An in-LIF stays, without data; an ISEM entry without a policy is one all the same.
+   // An in-LIF stays, without data; any other entry goes.
    bool isem = std::holds_alternative<AradSemKeyAndFap>(entry.key);
-   bool clear = !entry.configured || (!isem && entry.configuredRight);
+   bool inLif = std::holds_alternative<VlanTagToVsiMapperKey>(entry.key);
+   bool clear = !entry.configured || (inLif && entry.configuredRight);
    bool refused =
        clear && write && (write->outcome == Outcome::refused || write->outcome == Outcome::full);
    say("The chip still holds " + *entry.held + " at " + entry.name +
        (refused ? ", since it refused to clear it " + at(write->at) : "") + ".");
    if (clear) {
-      remedy_ = "chip replay clears it";
-   } else if (!is_.queued && !entry.awaited && is_.resolution.missing.empty()) {
+      remedy_ = clearing;
+   } else if (!is_.queued && !entry.awaited && is_.resolution.missing.empty() &&
+              isem == (is_.pipeline == &host_.isem())) {
       remedy_ = "Asking for a policy here and withdrawing it clears it";
    }
 }
@@ -115,6 +123,18 @@ void Verdict::sayInHardware() {
 
 void Verdict::sayWhere() {
    say("Not in hardware: " + reason() + ".");
+   sayHeldInstead();
+}
+
+void Verdict::sayHeldInstead() {
+   for (EntrySituation const& entry : is_.entries) {
+      bool none = !entry.held || *entry.held == noData;
+      // Else the reason has said what the table and the chip carry.
+      bool told = entry.held == entry.configured && text_.find(entry.name) != std::string::npos;
+      if (entry.role == Role::current && !entry.carries && !none && !told) {
+         say("The chip holds " + *entry.held + " at " + entry.name + ".");
+      }
+   }
 }
 
 std::string Verdict::reason() {
@@ -125,9 +145,15 @@ std::string Verdict::reason() {
       return takenOut();
    }
    if (!is_.resolution.missing.empty()) {
+      remedy_ = is_.resolution.flag ? "program-in-hw on brings it back" : "";
       return is_.resolution.missing;
    }
    if (is_.pipeline != &host_.isem() && (is_.merged.value() & is_.carried) == 0) {
+      bool stale = std::any_of(is_.entries.begin(), is_.entries.end(), [](auto const& entry) {
+         bool data = entry.held && *entry.held != noData;
+         return entry.role == Role::current && entry.configuredRight && !entry.carries && data;
+      });
+      remedy_ = stale ? clearing : "";
       return "the low 10 bits of the policy, which is all that an in-LIF carries, are 0";
    }
    auto wrong = std::find_if(is_.entries.begin(), is_.entries.end(), [](auto const& entry) {
@@ -143,7 +169,7 @@ std::string Verdict::takenOut() {
    std::string const& missing = is_.resolution.missing;
    auto status = world.subIntfStatusDir->subIntfStatus(intf);
    bool off = status && !status->programInHw();
-   if (!missing.empty()) {
+   if (!missing.empty() && !is_.resolution.flag) {
       remedy_ = missing == noInternalVlan ? "An internal VLAN brings it back" : "";
    } else if (is_.retried.empty()) {
       remedy_ = off ? "program-in-hw on brings it back" : "Another policy brings it back";
@@ -169,7 +195,6 @@ std::string Verdict::reasonOf(EntrySituation const& entry) {
          return (bad ? refused + ", and" : std::string("the chip")) + " restarted " +
                 at(*entry.chip.restarted) + ", and nothing wrote " + entry.name + " since";
       }
-      remedy_ = anotherPolicy;
       return bad ? refused : "the chip does not hold " + entry.name;
    }
    remedy_ = anotherPolicy;
@@ -234,11 +259,11 @@ void Verdict::sayAwaited(EntrySituation const& entry) {
    } else {
       std::string why;
       if (entry.chip.lost) {
-         why = "an answer for the entry was lost " + at(*entry.chip.lost);
+         why = "an answer for the entry was lost " + at(entry.chip.lost->at);
       }
       if (entry.chip.dropped) {
          why += (why.empty() ? "" : "; ") + std::string("the chip restarted ") +
-                at(*entry.chip.dropped) + " before it answered";
+                at(entry.chip.dropped->at) + " before it answered";
       }
       say((awaited.removal ? "The removal of " : "The write of ") + entry.name +
           " is not answered, and no answer is on its way" + (why.empty() ? "." : ": " + why + "."));
@@ -251,13 +276,22 @@ std::string Verdict::forWhom(std::optional<uint32_t> writer) const {
               : "";
 }
 
-std::string Verdict::onceThereIsRoom() const {
+std::string Verdict::waitOf(std::string const& remedy) const {
+   bool replays = remedy == replay;
+   if (!replays && remedy != anotherPolicy) {
+      return "";
+   }
+   // Who moves off an entry that another request is recorded for is refused.
    for (EntrySituation const& entry : is_.entries) {
-      if (entry.role == Role::current && entry.fullUnit) {
-         return " once unit " + std::to_string(entry.fullUnit->value()) + " has room";
+      if (!replays && entry.role == Role::leftBehind && !entry.recorded.empty()) {
+         return " once " + listed(entry.recorded) +
+                (entry.recorded.size() == 1 ? " is withdrawn" : " are withdrawn");
       }
    }
-   return "";
+   auto const& crowded = replays ? is_.crowdedForReplay : is_.crowded;
+   return !crowded  ? ""
+          : replays ? ", as far as unit " + std::to_string(crowded->value()) + " has room"
+                    : " once unit " + std::to_string(crowded->value()) + " has room";
 }
 
 void Verdict::sayAnswer() {
@@ -308,7 +342,8 @@ void Verdict::sayAnswer() {
                whyRefused(cause.answer.outcome);
       }
       say("It was answered failed " + at(is_.times.status.value_or(0.0)) + policy + why + ".");
-      if (!is_.queued && !is_.output.empty() && is_.resolution.missing.empty()) {
+      if (!is_.queued && !is_.output.empty() && is_.resolution.missing.empty() &&
+          (is_.pipeline == &host_.isem() || (is_.merged.value() & is_.carried) != 0)) {
          remedy_ = remedy_.empty() ? anotherPolicy : remedy_;
       }
       break;

@@ -26,8 +26,10 @@ class Verdict {
    void sayAwaited(EntrySituation const& entry);
    // " for" another request that an answer is to; empty: it is to this one's write.
    std::string forWhom(std::optional<uint32_t> writer) const;
-   // " once unit 3 has room", when it has none for an entry that is missing.
-   std::string onceThereIsRoom() const;
+   // What the remedy has to wait for: " once unit 3 has room", or another request.
+   std::string waitOf(std::string const& remedy) const;
+   // What a current entry holds instead, where the reason is another one.
+   void sayHeldInstead();
 
    void say(std::string const& sentence) { text_ += (text_.empty() ? "" : " ") + sentence; }
 

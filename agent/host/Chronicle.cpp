@@ -91,16 +91,24 @@ ResponseCause Chronicle::causeNow(TcamSharingRequest request) const {
       return answered(chip_.tunnels(), *key);
    }
    if (auto key = chip_.mapper().answering()) {
-      // The members' answers count together; the machine still knows whose they were.
-      if (auto confirmed = inLif_.common->tcamRequestToVlanTagToVsiKeyMapping(request)) {
+      // The members' answers count together; the machine still knows whose they were, and of
+      // earlier ones, too.
+      auto confirmed = inLif_.common->tcamRequestToVlanTagToVsiKeyMapping(request);
+      auto cause = answered(chip_.mapper(), *key);
+      bool failed = inLif_.mergedStatus->response(request).status == tcamSharingFailed;
+      if (failed && confirmed && cause.answer.outcome == Outcome::accepted) {
+         std::optional<VlanTagToVsiMapperKey> newest;
+         uint64_t write = 0;
          for (auto const& [member, present] : confirmed->vtagToVsiMapperKeyIter()) {
             auto last = chip_.mapper().memory(member).lastAnswer;
-            if (last && last->outcome != Outcome::accepted) {
-               return answered(chip_.mapper(), member);
+            if (last && last->outcome != Outcome::accepted && last->write >= write) {
+               newest = member;
+               write = last->write;
             }
          }
+         cause = newest ? answered(chip_.mapper(), *newest) : cause;
       }
-      return answered(chip_.mapper(), *key);
+      return cause;
    }
    bool restarting =
        chip_.isem().restarting() || chip_.mapper().restarting() || chip_.tunnels().restarting();

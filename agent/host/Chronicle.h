@@ -21,7 +21,7 @@ using EntryKey = std::variant<AradSemKeyAndFap, VlanTagToVsiMapperKey, TunnelPol
 struct ResponseCause {
    enum class Kind { worked, answered, restarted };
    Kind kind = Kind::worked; // in a slice; by an answer of the chip; when the chip restarted
-   // The answer. Of several that count together, the first that was no success, else the last.
+   // The answer. Of several that count together: of a failure one that failed, else the last.
    std::optional<EntryKey> key;
    EntryMemory::Event answer{};
 

@@ -28,8 +28,9 @@ void ExplanationCheck::check(Findings& findings) const {
       listed.insert(row.at("request").get<std::string>());
    }
    Situations situations(host_);
+   Leads leads(host_, facts_);
    for (TcamSharingRequest request : knownRequests(host_)) {
-      RequestTruth truth(host_, facts_, witness_, request);
+      RequestTruth truth(host_, facts_, witness_, leads, request);
       Explanation explanation = explain(situations.of(request), host_);
       for (std::string const& untruth : truth.untruths(explanation)) {
          findings.add("explanations are true", printedRequest(request), ": ", untruth, ", in \"",

@@ -50,8 +50,16 @@ class FeatureTruth {
          return !wanted_ && asked();
       }
       if (auto parts = fit(sentence, "The word of % has % in this field")) {
-         return (*parts)[0] == key_.intfId().name() && strange() != 0 &&
-                (*parts)[1] == std::to_string(strange());
+         auto words = strange();
+         return std::any_of(words.begin(), words.end(), [&](auto const& each) {
+            return (*parts)[0] == each.first.name() && (*parts)[1] == std::to_string(each.second);
+         });
+      }
+      if (auto parts = fit(sentence, "So have % more words something")) {
+         return (*parts)[0] == std::to_string(strange().size() - 3);
+      }
+      if (sentence == "The answer to the last request still stands") {
+         return !wanted_ && pipeline_.featureStatus->responseHas(key_);
       }
       if (auto parts = fit(sentence, "It leads to no word: %")) {
          return wanted_ && isUnreached((*parts)[0]);
@@ -75,7 +83,9 @@ class FeatureTruth {
          auto status = pipeline_.featureStatus->response(key_).status;
          return answered() && (*parts)[0] == printedFeatureStatus(status);
       }
-      if (fits("The value % is wider than its field of % and runs into the next one")) {
+      if (fits("The value % is wider than its field of %; the rest runs into the bits above it, "
+               "where a "
+               "later feature's value replaces it")) {
          return wanted_ && mask_ != 0 && *wanted_ > mask_;
       }
       return sentence == "No directory asks for it any more: the one that did went without "
@@ -85,15 +95,24 @@ class FeatureTruth {
 
    bool spills() const { return wanted_ && mask_ != 0 && *wanted_ > mask_; }
 
-   // What the key's own word has in the field, when the key does not lead there.
-   uint64_t strange() const {
-      if (wanted_ && !reached_.empty()) {
-         return 0;
+   // What words of its interface have in the field, when the key does not lead there.
+   std::vector<std::pair<IntfId, uint64_t>> strange() const {
+      std::vector<std::pair<IntfId, uint64_t>> found;
+      auto ports = wanted_ && !reached_.empty() ? std::vector<IntfId>() : reached_;
+      if (ports.empty() && (!wanted_ || reached_.empty()) &&
+          key_.intfId().fields().kind == Plexus::IntfKind::port &&
+          !key_.intfId().fields().subIntf) {
+         ports = {key_.intfId()};
       }
-      auto word = key_.intfId().fields().subIntf
-                      ? pipeline_.subIntfWords->lifFeatureAttrCollection().find(key_.intfKey())
-                      : pipeline_.mergedWords->lifFeatureAttrCollection().find(key_.intfId());
-      return word ? fieldOf(*word) : 0;
+      for (IntfId port : ports) {
+         auto word = key_.intfId().fields().subIntf
+                         ? pipeline_.subIntfWords->lifFeatureAttrCollection().find(key_.intfKey())
+                         : pipeline_.mergedWords->lifFeatureAttrCollection().find(port);
+         if (word && fieldOf(*word) != 0) {
+            found.emplace_back(port, fieldOf(*word));
+         }
+      }
+      return found;
    }
 
  private:
@@ -244,6 +263,11 @@ void ExplanationCheck::checkFeatures(Findings& findings) const {
    for (auto const& [key, aggregate] : pipeline.inLifIntfCfg->requestIter()) {
       keys.push_back(key);
    }
+   for (auto const& [key, response] : pipeline.inLifIntfStatus->responseIter()) {
+      if (!pipeline.inLifIntfCfg->requestHas(key)) {
+         keys.push_back(key);
+      }
+   }
    for (auto const& [port, word] : pipeline.mergedWords->lifFeatureAttrIter()) {
       InLifIntfKey key(port, host_.world().shoalStatus->sysTcamId(port));
       if (!pipeline.inLifIntfCfg->requestHas(key)) {
@@ -265,7 +289,7 @@ void ExplanationCheck::checkFeatures(Findings& findings) const {
          if (explanation.inHardware != truth.inWords()) {
             findings.add("explanations are true", explanation.subject, ": wrong on words: ", text);
          }
-         if ((truth.strange() != 0) != (text.find(". The word of ") != std::string::npos)) {
+         if (truth.strange().empty() == (text.find(". The word of ") != std::string::npos)) {
             findings.add("explanations are true", explanation.subject, ": wrong on a word: ", text);
          }
          if (truth.spills() != (text.find("is wider than its field") != std::string::npos)) {

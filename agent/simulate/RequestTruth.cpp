@@ -1,7 +1,6 @@
 #include "agent/simulate/RequestTruth.h"
 
 #include <algorithm>
-#include <functional>
 
 namespace Agent {
 
@@ -9,234 +8,11 @@ using namespace Hardware::ShoalTunnel;
 
 namespace {
 
-std::optional<uint64_t> plain(std::optional<AradSemPayload> data) {
-   return data ? std::optional<uint64_t>(data->value) : std::nullopt;
-}
-std::optional<uint64_t> plain(std::optional<VlanTagToVsiMapperResult> data) {
-   return data ? std::optional(data->inLifAdditionalData) : std::nullopt;
-}
-std::optional<uint64_t> plain(std::optional<TunnelPolicyMapperResult> data) {
-   return data ? std::optional(data->inLifAdditionalData) : std::nullopt;
-}
-
 bool isUnit(std::string const& text, FapId unit) {
    return text == std::to_string(unit.value());
 }
 
-std::string inWords(uint64_t policy) {
-   return printedPolicy(TcamSharingPolicyId(policy));
-}
-
 } // namespace
-
-RequestTruth::RequestTruth(Host const& host, Facts const& facts, Witness const& witness,
-                           TcamSharingRequest request)
-    : host_(host), facts_(facts), witness_(witness), request_(request),
-      pipeline_(host.pipelineOf(request)), isem_(&pipeline_ == &host.isem()),
-      policy_(pipeline_.merged->request(request).value()),
-      response_(pipeline_.mergedStatus->response(request)),
-      queued_(pipeline_.codef->backlog(request)) {
-   for (auto const& [entry, waits] : pipeline_.commonBase->retryListIter()) {
-      if (waits && entry.request() == request) {
-         retried_.push_back(entry);
-      }
-   }
-   findEntries();
-}
-
-template<class T>
-RequestTruth::Entry RequestTruth::entry(ChipTable<T> const& chip, typename T::Config const& config,
-                                        typename T::Key key, uint64_t wanted) const {
-   Entry entry;
-   entry.key = printedKey(key);
-   entry.configured = plain(config.configCollection().find(key));
-   entry.wanted = wanted;
-   entry.unit = request_.fapId();
-   entry.heldBack = chip.isHeldBack(key);
-   if (auto held = chip.entries().find(key); held != chip.entries().end()) {
-      entry.held = plain(std::optional(held->second));
-   }
-   for (auto const& answer : chip.unanswered()) {
-      if (answer.key == key) {
-         entry.due.push_back(answer.due);
-      }
-   }
-   return entry;
-}
-
-RequestTruth::Entry RequestTruth::isemEntry(AradSemKeyAndFap key) const {
-   Entry found = entry(host_.chip().isem(), *host_.isem().table, key,
-                       Facts::payload(TcamSharingPolicyId(policy_)).value);
-   found.isem = true;
-   if (auto users = host_.isem().common->semToRequest(key)) {
-      for (auto const& [user, present] : users->requestIter()) {
-         if (present && user != request_) {
-            found.users.push_back(printedRequest(user));
-         }
-      }
-   }
-   return found;
-}
-
-RequestTruth::Entry RequestTruth::mapperEntry(VlanTagToVsiMapperKey key) const {
-   Entry found = entry(host_.chip().mapper(), *host_.inLif().mapperConfig, key, policy_ % 1024);
-   found.unit = facts_.world().placeOf(key.fields().intfId).fapId;
-   return found;
-}
-
-RequestTruth::Entry RequestTruth::tunnelEntry() const {
-   return entry(host_.chip().tunnels(), *host_.inLif().tunnelConfig,
-                TunnelPolicyMapperKey(request_.intfId(), request_.fapId()), policy_ % 1024);
-}
-
-std::string RequestTruth::Entry::words(std::optional<uint64_t> data) const {
-   uint64_t policy = data.value_or(0) >> (isem ? 3 : 0);
-   return !data         ? "no entry"
-          : policy != 0 ? inWords(policy)
-          : isem        ? "an entry without a policy"
-                        : "no policy";
-}
-
-void RequestTruth::findEntries() {
-   IntfId intf = request_.intfId();
-   auto const& fields = intf.fields();
-   bool tunnel = fields.kind == Plexus::IntfKind::tunnel;
-   auto add = [](std::vector<Entry>& list, Entry entry) {
-      if (std::none_of(list.begin(), list.end(),
-                       [&](Entry const& other) { return other.key == entry.key; })) {
-         list.push_back(std::move(entry));
-      }
-   };
-   auto domain = facts_.domain(intf, request_.fapId());
-   auto tags = facts_.tags(request_);
-   if (!isem_ && tunnel) {
-      add(leads_, tunnelEntry());
-   }
-   if (isem_ && domain && tags && tags->inner == 0 && request_.fapId().value() <= 128) {
-      add(leads_,
-          isemEntry(AradSemKeyAndFap(
-              {AradSemKeyType::isemTcamSharing_, tags->outer * 256U + *domain}, request_.fapId())));
-   }
-   if (!isem_ && domain && tags && fields.subIntf) {
-      auto parent = IntfId::fromIndex(fields.parentIndex);
-      if (auto members = facts_.world().lagPhyIntfMapping->lagPhyIntfConfig(parent)) {
-         for (auto const& [port, present] : members->phyIntfIter()) {
-            if (present && facts_.world().placeOf(port).fapId == request_.fapId()) {
-               add(leads_, mapperEntry(facts_.mapperKey(request_, port)));
-            }
-         }
-      } else if (fields.kind == Plexus::IntfKind::port) {
-         add(leads_, mapperEntry(facts_.mapperKey(request_, parent)));
-      }
-   }
-   lacks_ = findLack();
-   if (policy_ != 0) {
-      wanted_ = leads_;
-   }
-   auto leave = [&](Entry const& entry) {
-      if (byKey(entry.key) == nullptr) {
-         add(left_, entry);
-      }
-   };
-   if (host_.isem().common->tcamRequestToIsemKeyMappingHas(request_)) {
-      leave(isemEntry(host_.isem().common->tcamRequestToIsemKeyMapping(request_)));
-   }
-   for (auto const& [key, data] : host_.chip().mapper().entries()) {
-      auto const& of = key.fields();
-      if (of.subIntfId == intf && data.inLifAdditionalData != 0 &&
-          facts_.world().placeOf(of.intfId).fapId == request_.fapId()) {
-         leave(mapperEntry(key));
-      }
-   }
-   if (tunnel && tunnelEntry().held.value_or(0) != 0) {
-      leave(tunnelEntry());
-   }
-   findPending();
-}
-
-void RequestTruth::findPending() {
-   for (auto const& [key, write] : host_.isem().common->pendingSemWriteIter()) {
-      for (std::size_t i = 0; i < write->pendingSharingEntrys(); ++i) {
-         if (write->pendingSharingEntryQueue()[i].request() == request_) {
-            pending_.push_back(isemEntry(key.semKeyAndFap));
-         }
-      }
-   }
-   for (auto const& [key, pending] : host_.inLif().common->pendingLifEntriesIter()) {
-      if (pending.request() == request_) {
-         pending_.push_back(mapperEntry(key));
-      }
-   }
-   for (auto const& [key, pending] : host_.inLif().common->pendingTunnelLifEntriesIter()) {
-      if (pending.request() == request_) {
-         pending_.push_back(tunnelEntry());
-      }
-   }
-}
-
-RequestTruth::Entry const* RequestTruth::byKey(std::string const& key) const {
-   for (auto const* list : {&wanted_, &left_, &pending_}) {
-      for (Entry const& entry : *list) {
-         if (entry.key == key) {
-            return &entry;
-         }
-      }
-   }
-   return nullptr;
-}
-
-uint64_t RequestTruth::beyond() const {
-   return wanted_.empty() ? 0 : policy_ & ~(isem_ ? Facts::aclBits() : 1023);
-}
-
-bool RequestTruth::inHardware() const {
-   return policy_ != 0 && !wanted_.empty() && (isem_ || policy_ % 1024 != 0) &&
-          std::all_of(wanted_.begin(), wanted_.end(),
-                      [](Entry const& entry) { return entry.held == entry.wanted; });
-}
-
-bool RequestTruth::findLack() const {
-   if (!isem_ && request_.intfId().fields().kind == Plexus::IntfKind::tunnel) {
-      return false;
-   }
-   return leads_.empty() || !facts_.available(request_.fapId()) ||
-          (!isem_ && std::any_of(leads_.begin(), leads_.end(),
-                                 [](Entry const& entry) { return !entry.configured; }));
-}
-
-bool RequestTruth::asked() const {
-   for (std::size_t i = 0; i < kFeatures; ++i) {
-      if (host_.features().config(static_cast<Feature>(i))->requestHas(request_)) {
-         return true;
-      }
-   }
-   return false;
-}
-
-std::vector<std::string> RequestTruth::overruled() const {
-   std::vector<std::string> told;
-   for (std::size_t i = 0; i < kFeatures; ++i) {
-      auto feature = static_cast<Feature>(i);
-      uint64_t asks = host_.features().config(feature)->request(request_).value();
-      uint64_t own = feature != Feature::acl          ? Facts::labelBits
-                     : facts_.lumen(request_.fapId()) ? Facts::aclBits()
-                                                      : ~uint64_t{0};
-      // Every bit that it asks for is there, and its fields have no others.
-      if (asks != 0 && ((asks & ~policy_) != 0 || (policy_ & own & ~asks) != 0)) {
-         told.push_back(std::string(featureNames[i]) + " asks for " + inWords(asks) +
-                        ", but the merged policy has " + inWords(policy_ & (own | asks)) +
-                        " there");
-      }
-   }
-   return told;
-}
-
-bool RequestTruth::sound() const {
-   bool over = policy_ == 0 && response_.status == 0 && !asked();
-   bool done = inHardware() && response_.status == 1 && response_.policyId.value() == policy_;
-   return (over || done) && overruled().empty() &&
-          std::none_of(left_.begin(), left_.end(), [](Entry const& entry) { return entry.held; });
-}
 
 std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) const {
    std::vector<std::string> found;
@@ -260,6 +36,15 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
               "untrue: " + label + ": " + line);
    }
    auto says = [&](char const* words) { return text.find(words) != std::string::npos; };
+   for (Entry const& entry : wanted_) {
+      // What it holds instead.
+      bool other = entry.held && entry.held != entry.wanted && (entry.owned || *entry.held != 0);
+      require(
+          !other ||
+              says(("The chip holds " + entry.words(entry.held) + " at " + entry.key).c_str()) ||
+              says((entry.key + " carries " + entry.words(entry.held)).c_str()),
+          "silent on what is at " + entry.key);
+   }
    for (std::string const& each : overruled()) {
       require(says(each.c_str()), "silent: " + each);
    }
@@ -316,6 +101,12 @@ bool RequestTruth::isWhere(std::string const& sentence) const {
    }
    if (auto parts = fit(sentence, "Not in hardware: %")) {
       return !inHardware() && isReason((*parts)[0]);
+   }
+   if (auto parts = fit(sentence, "The chip holds % at %")) {
+      return std::any_of(wanted_.begin(), wanted_.end(), [&](Entry const& entry) {
+         return entry.key == (*parts)[1] && entry.held && entry.held != entry.wanted &&
+                entry.words(entry.held) == (*parts)[0];
+      });
    }
    return isLeft(sentence);
 }
@@ -486,6 +277,11 @@ bool RequestTruth::isLack(std::string const& lack) const {
       }
       return (*parts)[0] == parent.name() && isUnit((*parts)[1], request_.fapId()) && !any;
    }
+   if (auto parts = fit(lack, "no VLAN domain for %, which is on unit %")) {
+      return (*parts)[0] == parent.name() && noDomain &&
+             isUnit((*parts)[1], world.placeOf(parent).fapId) &&
+             world.placeOf(parent).fapId != request_.fapId();
+   }
    if (auto parts = fit(lack, "no VLAN domain for % on unit %")) {
       return (*parts)[0] == parent.name() && noDomain;
    }
@@ -528,7 +324,11 @@ bool RequestTruth::isLack(std::string const& lack) const {
       return isem_ && tags && (*parts)[0] == std::to_string(tags->outer) && tags->inner != 0 &&
              (*parts)[1] == std::to_string(tags->inner);
    }
-   if (auto parts = fit(lack, "the sub-interface is not programmed on %")) {
+   auto status = world.subIntfStatusDir->subIntfStatus(intf);
+   bool off = status && !status->programInHw();
+   if (auto parts = fit(lack, off ? "the sub-interface is not programmed on %, since program-in-hw "
+                                    "is off"
+                                  : "the sub-interface is not programmed on %")) {
       return !isem_ && std::any_of(leads_.begin(), leads_.end(), [&](Entry const& entry) {
          return !entry.configured &&
                 entry.key.find(" on " + (*parts)[0] + ",") != std::string::npos;

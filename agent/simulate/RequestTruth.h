@@ -7,11 +7,29 @@
 #include "agent/simulate/Sentences.h"
 #include "agent/simulate/Witness.h"
 
+#include <map>
+
 namespace Agent {
+
+// Where requests lead now, whether or not their units are available.
+class Leads {
+ public:
+   // Of every wanted request.
+   Leads(Host const& host, Facts const& facts);
+   std::vector<EntryKey> keysOf(TcamSharingRequest request) const;
+   std::vector<TcamSharingRequest> requestsAt(EntryKey const& key) const;
+   // By the printed key.
+   std::vector<TcamSharingRequest> requestsAt(std::string const& key) const;
+
+ private:
+   Host const& host_;
+   Facts const& facts_;
+   std::map<EntryKey, std::vector<TcamSharingRequest>> requests_;
+};
 
 class RequestTruth {
  public:
-   RequestTruth(Host const& host, Facts const& facts, Witness const& witness,
+   RequestTruth(Host const& host, Facts const& facts, Witness const& witness, Leads const& leads,
                 TcamSharingRequest request);
 
    // What of the explanation is not true, or left out.
@@ -29,8 +47,10 @@ class RequestTruth {
       std::vector<Seconds> due; // of answers on their way
       bool heldBack = false;
       bool isem = false;
+      bool owned = false; // the request's own: without data it is an entry all the same
       FapId unit;
-      std::vector<std::string> users; // others that the entry is recorded for
+      std::vector<std::string> users;    // others that lead there or are recorded there
+      std::vector<std::string> recorded; // of those
       std::string words(std::optional<uint64_t> data) const;
    };
    template<class T>
@@ -56,8 +76,15 @@ class RequestTruth {
    bool isAnswer(std::string const& sentence) const;
    bool isFailure(std::string const& why) const;
    bool isRemedy(std::string const& sentence) const;
-   // The unit that has no room for an entry that is missing.
-   std::optional<FapId> fullUnit() const;
+   // What the remedy that writes has to wait for, as it is told.
+   std::string waitOf(bool replays) const;
+   // The places that a unit has left, and its entries that are configured and missing.
+   std::optional<uint64_t> room(FapId unit) const;
+   uint64_t missing(FapId unit) const;
+   ChipTableKind kind() const;
+   void addUsers(Entry& entry, std::vector<TcamSharingRequest> const& requests) const;
+   Entry entryOf(EntryKey const& key) const;
+   static std::string inWords(uint64_t policy);
    // Its entries' answers are counted on, and none of them waits for one.
    bool countsInVain(std::string const& count) const;
    bool isFact(std::string const& label, std::string const& text) const;
@@ -75,6 +102,7 @@ class RequestTruth {
    Host const& host_;
    Facts const& facts_;
    Witness const& witness_;
+   Leads const& at_;
    TcamSharingRequest request_;
    SharingPipeline const& pipeline_;
    bool isem_;

@@ -7,14 +7,6 @@ namespace Agent {
 
 using namespace Hardware::ShoalTunnel;
 
-namespace {
-
-std::string inWords(uint64_t policy) {
-   return printedPolicy(TcamSharingPolicyId(policy));
-}
-
-} // namespace
-
 bool RequestTruth::isWaiting(std::string const& sentence) const {
    using Event = Witness::Event;
    auto const& clock = pipeline_.codef->clockNotifiee();
@@ -143,42 +135,108 @@ bool RequestTruth::isFailure(std::string const& why) const {
    return why == ": an earlier answer had failed" || why == " when the chip restarted";
 }
 
-std::optional<FapId> RequestTruth::fullUnit() const {
-   bool tunnel = request_.intfId().fields().kind == Plexus::IntfKind::tunnel;
-   ChipTableKind kind = isem_    ? ChipTableKind::isem
-                        : tunnel ? ChipTableKind::tunnel
-                                 : ChipTableKind::mapper;
+ChipTableKind RequestTruth::kind() const {
+   return isem_                                                         ? ChipTableKind::isem
+          : request_.intfId().fields().kind == Plexus::IntfKind::tunnel ? ChipTableKind::tunnel
+                                                                        : ChipTableKind::mapper;
+}
+
+std::optional<uint64_t> RequestTruth::room(FapId unit) const {
    auto limits = host_.chip().capacities();
+   auto limit = limits.find({kind(), unit});
+   if (limit == limits.end()) {
+      return std::nullopt;
+   }
+   uint64_t held = kind() == ChipTableKind::mapper ? host_.chip().mapper().entriesOn(unit) : 0;
+   for (auto const& [key, data] : host_.chip().isem().entries()) {
+      held += kind() == ChipTableKind::isem && key.fapId() == unit ? 1 : 0;
+   }
+   for (auto const& [key, data] : host_.chip().tunnels().entries()) {
+      held += kind() == ChipTableKind::tunnel && key.fapId() == unit ? 1 : 0;
+   }
+   return limit->second > held ? limit->second - held : 0;
+}
+
+uint64_t RequestTruth::missing(FapId unit) const {
+   uint64_t count = 0;
+   auto const& chip = host_.chip();
+   for (auto const& [key, data] : host_.isem().table->configIter()) {
+      bool here = kind() == ChipTableKind::isem && key.fapId() == unit;
+      count += here && !chip.isem().entries().contains(key) ? 1 : 0;
+   }
+   for (auto const& [key, data] : host_.inLif().tunnelConfig->configIter()) {
+      bool here = kind() == ChipTableKind::tunnel && key.fapId() == unit;
+      count += here && !chip.tunnels().entries().contains(key) ? 1 : 0;
+   }
+   for (auto const& [key, data] : host_.inLif().mapperConfig->configIter()) {
+      bool here = kind() == ChipTableKind::mapper &&
+                  facts_.world().placeOf(key.fields().intfId).fapId == unit;
+      count += here && !chip.mapper().entries().contains(key) ? 1 : 0;
+   }
+   return count;
+}
+
+std::string RequestTruth::waitOf(bool replays) const {
+   std::map<FapId, uint64_t> lacking;
    for (Entry const& entry : wanted_) {
-      auto limit = limits.find({kind, entry.unit});
-      uint64_t held = 0;
-      for (auto const& [key, data] : host_.chip().isem().entries()) {
-         held += kind == ChipTableKind::isem && key.fapId() == entry.unit ? 1 : 0;
+      lacking[entry.unit] += entry.held ? 0 : 1;
+   }
+   uint64_t freed = 0;
+   for (Entry const& entry : left_) {
+      if (!replays && entry.isem && !entry.recorded.empty()) {
+         std::string all;
+         for (std::string const& each : entry.recorded) {
+            all += (all.empty() ? "" : ", ") + each;
+         }
+         return " once " + all + (entry.recorded.size() == 1 ? " is" : " are") + " withdrawn";
       }
-      for (auto const& [key, data] : host_.chip().tunnels().entries()) {
-         held += kind == ChipTableKind::tunnel && key.fapId() == entry.unit ? 1 : 0;
-      }
-      held += kind == ChipTableKind::mapper ? host_.chip().mapper().entriesOn(entry.unit) : 0;
-      if (!entry.held && limit != limits.end() && held >= limit->second) {
-         return entry.unit;
+      freed += entry.isem && isem_ && entry.held && entry.unit == request_.fapId() ? 1 : 0;
+   }
+   std::string wait;
+   for (auto const& [unit, count] : lacking) {
+      auto left = room(unit);
+      std::string name = "unit " + std::to_string(unit.value()) + " has room";
+      if (count != 0 && left && !replays && count > *left + freed) {
+         wait = " once " + name;
+      } else if (count != 0 && left && replays && missing(unit) > *left) {
+         wait = ", as far as " + name;
       }
    }
-   return std::nullopt;
+   return wait;
 }
 
 bool RequestTruth::isRemedy(std::string const& text) const {
    bool out = pipeline_.output(request_).empty();
-   auto full = fullUnit();
-   auto room = fit(text, "% once unit " + std::to_string(full ? full->value() : 0) + " has room");
-   std::string sentence = room ? (*room)[0] : text;
-   bool writes = sentence == "Asking for another policy writes it again" ||
-                 sentence == "chip replay writes it again";
-   if (room.has_value() != (writes && full)) {
-      return false;
+   std::string sentence = text;
+   for (char const* writes :
+        {"Asking for another policy writes it again", "chip replay writes it again"}) {
+      if (text.starts_with(writes)) {
+         if (text != writes + waitOf(text.starts_with("chip"))) {
+            return false;
+         }
+         sentence = writes;
+      }
+   }
+   auto flags = facts_.world().subIntfStatusDir->subIntfStatus(request_.intfId());
+   bool off = flags && !flags->programInHw();
+   if (sentence == "program-in-hw on brings it back") {
+      bool onlyEntries = !isem_ && !leads_.empty() && facts_.available(request_.fapId());
+      return off && (lacks_ ? onlyEntries : out);
+   }
+   if (sentence == "Asking for a policy here and withdrawing it ends that") {
+      return policy_ == 0 && !asked() && response_.status != 0 && !queued_ && out && !lacks_ &&
+             std::none_of(left_.begin(), left_.end(),
+                          [](Entry const& entry) { return entry.held; });
+   }
+   if (sentence == "chip replay clears it" && policy_ != 0) {
+      return policy_ % 1024 == 0 &&
+             std::any_of(wanted_.begin(), wanted_.end(), [](Entry const& entry) {
+                return entry.configured == 0U && entry.held.value_or(0) != 0;
+             });
    }
    auto leftWith = [&](bool cleared) {
       return policy_ == 0 && std::any_of(left_.begin(), left_.end(), [&](Entry const& entry) {
-                bool clear = entry.isem ? !entry.configured : entry.configured.value_or(0) == 0;
+                bool clear = entry.owned ? !entry.configured : entry.configured.value_or(0) == 0;
                 return entry.held && clear == cleared;
              });
    };
@@ -195,10 +253,6 @@ bool RequestTruth::isRemedy(std::string const& text) const {
       return std::any_of(wanted_.begin(), wanted_.end(), [](Entry const& entry) {
          return entry.configured == entry.wanted && entry.held != entry.wanted;
       });
-   }
-   if (sentence == "program-in-hw on brings it back") {
-      auto status = facts_.world().subIntfStatusDir->subIntfStatus(request_.intfId());
-      return out && !lacks_ && status && !status->programInHw();
    }
    if (sentence == "An internal VLAN brings it back") {
       return out && lacks_ && facts_.available(request_.fapId()) &&
@@ -301,13 +355,15 @@ bool RequestTruth::isEntryEvent(std::string const& label, std::string const& tex
       return time && witness_.sawRestart((*time)[0]);
    }
    if (label == "shared with") {
+      Entry entry;
+      entry.key = key;
       for (auto const& [of, users] : host_.isem().common->semToRequestIter()) {
          if (printedKey(of) == key) {
-            auto others = isemEntry(of).users;
-            return isUse(text + (others.size() == 1 ? " uses" : " use"), others);
+            entry = isemEntry(of);
          }
       }
-      return false;
+      addUsers(entry, at_.requestsAt(key));
+      return isUse(text + (entry.users.size() == 1 ? " uses" : " use"), entry.users);
    }
    if (label == "answer due") {
       Entry const* entry = byKey(key);

@@ -76,6 +76,7 @@ void Witness::watch(typename T::Config const& config, typename T::Status const& 
    watchers_.watch<Key>(config.configCollection(), [this, &config](Key const& key) {
       auto data = config.configCollection().find(key);
       if constexpr (std::is_same_v<T, MapperTable>) {
+         writers_[key] = host_.inLif().common->pendingLifEntries(key).request();
          if (data && lifs_[key] != data->lif) {
             lifs_[key] = data->lif;
             note(Event::made, printedKey(key));

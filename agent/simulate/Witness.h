@@ -35,6 +35,11 @@ class Witness {
    bool saw(Event event, std::string const& key) const { return events_.contains({event, key}); }
    // The entry was written or removed when the request was worked, at any time.
    bool sawWriteFor(std::string const& request, std::string const& key) const;
+   // Who gave the mapper entry its present data.
+   TcamSharingRequest writerOf(VlanTagToVsiMapperKey key) const {
+      auto found = writers_.find(key);
+      return found == writers_.end() ? TcamSharingRequest() : found->second;
+   }
    // The request was known under the ISEM entry until then.
    bool sawLeave(std::string const& request, std::string const& key,
                  std::string const& time) const {
@@ -86,6 +91,7 @@ class Witness {
    Times<std::string> restarts_; // of no key
    std::map<TcamSharingRequest, AradSemKeyAndFap> mapping_;
    std::map<VlanTagToVsiMapperKey, uint32_t> lifs_;
+   std::map<VlanTagToVsiMapperKey, TcamSharingRequest> writers_;
    uint64_t lost_ = 0;
    uint64_t restartCount_ = 0;
    uint64_t writes_ = 0;

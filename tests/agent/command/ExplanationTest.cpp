@@ -78,14 +78,14 @@ TEST(ExplanationTest, EachStateOnAnAradUnitIsTold) {
        {"request acl X own 5\nsettle", "X own", "In hardware.", false},
        {"chip refuse next 1\nrequest acl X own 5\nsettle", "X own",
         "Not in hardware: the chip refused the write of (vlan 5, domain 1, unit 0) at 0 s. It was "
-        "answered failed at 0.01 s: the chip refused the write of (vlan 5, domain 1, unit 0). "
-        "Asking for another policy writes it again.",
+        "answered failed at 0.01 s: the chip refused the write of (vlan 5, domain 1, unit 0). chip "
+        "replay writes it again.",
         true},
        {"chip capacity 0 0\nrequest acl X own 5\nsettle\nchip restart", "X own",
         "Not in hardware: the chip refused the write of (vlan 5, domain 1, unit 0) at 0 s, since "
         "the unit was full, and restarted at 0.01 s, and nothing wrote (vlan 5, domain 1, unit 0) "
         "since. It was answered failed at 0.01 s: the chip refused the write of (vlan 5, domain 1, "
-        "unit 0), since the unit was full. chip replay writes it again once unit 0 has room.",
+        "unit 0), since the unit was full. chip replay writes it again, as far as unit 0 has room.",
         true},
        {"chip lose next 1\nrequest acl X own 5\nsettle", "X own",
         "In hardware. The write of (vlan 5, domain 1, unit 0) is not answered, and no answer is on "
@@ -108,7 +108,7 @@ TEST(ExplanationTest, EachStateOnAnAradUnitIsTold) {
        {"chip refuse next 1\nrequest acl X own 5\nsettle\nrequest acl X own qos=5,other=1\nsettle",
         "X own",
         "Not in hardware: the chip refused the write of (vlan 5, domain 1, unit 0) at 0 s. It was "
-        "answered success at 0.01 s. Asking for another policy writes it again.",
+        "answered success at 0.01 s. chip replay writes it again.",
         true},
        {"unit 0 unavailable\nrequest acl X own 5\nsettle", "X own",
         "Not in hardware: unit 0 is not available. It is retried at 6 s.", true},
@@ -154,6 +154,23 @@ TEST(ExplanationTest, EachStateOnAnAradUnitIsTold) {
         "domain 5, unit 0) for u/0/PortChannel1.2 unit 0. Asking for another policy writes it "
         "again.",
         true},
+       {"request acl X own 1\nsettle\nchip lose next 1\nwithdraw acl X own\nsettle\nchip delay "
+        "5\nrequest acl X own 2\nadvance 0.1",
+        "X own",
+        "In hardware. The chip's answer is due at 5.01 s. It was answered success for qos=1, not "
+        "for the present policy.",
+        true},
+       {"request acl A own 5\nsettle\nrequest acl B own 5\nsettle\nwithdraw acl A own", "A own",
+        "No feature asks for a policy here any more, but the response of the last one still "
+        "stands. It waits in the backlog for the slice at 0.01 s. It is still recorded at (vlan "
+        "10, domain 5, unit 0), which u/0/PortChannel1.2 unit 0 uses.",
+        true},
+       {"request acl X own 5\nrequest acl Y own 5\nsettle\nchip capacity 0 1\nchip restart",
+        "X own",
+        "Not in hardware: the chip restarted at 0.01 s, and nothing wrote (vlan 5, domain 1, unit "
+        "0) since. It was answered success at 0.01 s. chip replay writes it again, as far as unit "
+        "0 has room.",
+        true},
        {"encapsulation X none\nrequest acl X own 5\nadvance 0.2\nprogram-in-hw X off\n"
         "withdraw acl X own\nadvance 0.2",
         "X own", "No feature asks for a policy here. The retry list forgets it at 2 s.", false},
@@ -177,7 +194,7 @@ TEST(ExplanationTest, WhatMovedIsJudgedWhereItLeadsNow) {
         "Not in hardware: u/0/Ethernet0.6 unit 0 moved off (vlan 6, domain 1, unit 0) at 0.01 s. "
         "It was answered success at 0.01 s. It is still recorded at its earlier entry (vlan 5, "
         "domain 1, unit 0), which u/0/Ethernet0.6 unit 0 uses. Asking for another policy writes it "
-        "again.",
+        "again once u/0/Ethernet0.6 unit 0 is withdrawn.",
         true},
        {"request acl X own 5\nrequest acl Y own 5\nsettle\nencapsulation X 6\nsettle\n"
         "withdraw acl Y own\nsettle",
@@ -265,20 +282,20 @@ TEST(ExplanationTest, EachStateOnAnInLifUnitIsTold) {
         "In hardware. The chip's answer is due at 0.01 s.", true},
        {"request acl L own 5\nsettle", "L own", "In hardware.", false},
        {"program-in-hw P off\nrequest acl P own 5\nsettle", "P own",
-        "Not in hardware: the sub-interface is not programmed on u/3/Ethernet0. It is retried at 6 "
-        "s. It is not answered.",
+        "Not in hardware: the sub-interface is not programmed on u/3/Ethernet0, since "
+        "program-in-hw is off. It is retried at 6 s. It is not answered. program-in-hw on brings "
+        "it back.",
         true},
        {"chip capacity 3 0\nrequest acl T own 5\nsettle", "T own",
         "Not in hardware: the chip refused the write of (u/3/Tunnel-t, unit 3) at 0 s, since the "
         "unit was full. It was answered failed at 0.01 s: the chip refused the write of "
-        "(u/3/Tunnel-t, unit 3), since the unit was full. Asking for another policy writes it "
-        "again once unit 3 has room.",
+        "(u/3/Tunnel-t, unit 3), since the unit was full. chip replay writes it again, as far as "
+        "unit 3 has room.",
         true},
        {"chip refuse next 1\nrequest acl L own 5\nsettle", "L own",
         "Not in hardware: the chip refused the write of (u/3/PortChannel3.1 on u/3/Ethernet4, tags "
         "10) at 0 s. It was answered failed at 0.01 s: the chip refused the write of "
-        "(u/3/PortChannel3.1 on u/3/Ethernet4, tags 10). Asking for another policy writes it "
-        "again.",
+        "(u/3/PortChannel3.1 on u/3/Ethernet4, tags 10). chip replay writes it again.",
         true},
        {"request acl L own 5\nadvance 0.005\nmember u/3/PortChannel3 remove u/3/Ethernet8\nsettle",
         "L own",
@@ -300,8 +317,7 @@ TEST(ExplanationTest, EachStateOnAnInLifUnitIsTold) {
        {"chip slowness 50\nchip slow next 1\nchip refuse next 2\nrequest acl L own 5\nadvance 1",
         "L own",
         "Not in hardware: the chip refused the write of (u/3/PortChannel3.1 on u/3/Ethernet4, tags "
-        "10) at 0 s. The chip's answer is due at 50.01 s. Asking for another policy writes it "
-        "again.",
+        "10) at 0 s. The chip's answer is due at 50.01 s. chip replay writes it again.",
         true},
        {"chip defer next 1\nrequest acl T own 5\nadvance 0.5", "T own",
         "In hardware. The chip's answer is due at 1.01 s.", true},
@@ -319,7 +335,7 @@ TEST(ExplanationTest, EachStateOnAnInLifUnitIsTold) {
         "chip replay\nsettle",
         "P own",
         "No feature asks for a policy here any more, but the response of the last one still "
-        "stands.",
+        "stands. Asking for a policy here and withdrawing it ends that.",
         true},
        {"request acl P own 5\nsettle\nunit 3 unavailable\nwithdraw acl P own\nsettle\n"
         "unit 3 available\nsettle",
@@ -330,6 +346,39 @@ TEST(ExplanationTest, EachStateOnAnInLifUnitIsTold) {
        {"request acl P own 5\nsettle\nunit 3 unavailable\nwithdraw acl P own\nsettle\n"
         "unit 3 available\nsettle\nrequest acl P own 6\nsettle\nwithdraw acl P own\nsettle",
         "P own", "No feature asks for a policy here.", false},
+       {"request acl L own 1\nsettle\nmember u/3/PortChannel3 remove u/3/Ethernet8\nsettle\nchip "
+        "refuse next 1\nrequest acl L own 3\nsettle",
+        "L own",
+        "Not in hardware: the chip refused the write of (u/3/PortChannel3.1 on u/3/Ethernet4, tags "
+        "10) at 0.02 s. The chip holds qos=1 at (u/3/PortChannel3.1 on u/3/Ethernet4, tags 10). It "
+        "was answered failed at 0.03 s: the chip refused the write of (u/3/PortChannel3.1 on "
+        "u/3/Ethernet4, tags 10). chip replay writes it again.",
+        true},
+       {"chip delay 1\nrequest acl P own 5\nadvance 0.1\nrequest acl P own 6\nadvance 0.1\nrequest "
+        "acl P own 5\nadvance 0.1",
+        "P own", "In hardware. The chip's answer is due at 1 s.", true},
+       {"request acl P own 5\nsettle\nunit 3 unavailable\nrequest acl P own 6\nsettle", "P own",
+        "Not in hardware: unit 3 is not available. The chip holds qos=5 at (u/3/Ethernet0.5 on "
+        "u/3/Ethernet0, tags 5). It is retried at 6 s.",
+        true},
+       {"request acl P own 5\nsettle\nchip refuse next 1\nrequest acl P own acl=3\nsettle", "P own",
+        "Not in hardware: the low 10 bits of the policy, which is all that an in-LIF carries, are "
+        "0. The chip holds qos=5 at (u/3/Ethernet0.5 on u/3/Ethernet0, tags 5). It was answered "
+        "failed at 0.02 s: the chip refused the write of (u/3/Ethernet0.5 on u/3/Ethernet0, tags "
+        "5). chip replay clears it.",
+        true},
+       {"unit 0 type 2\nrequest acl P 0 5\nsettle", "P 0", "In hardware.", false},
+       {"request acl T own acl=3\nsettle\nwithdraw acl T own\nsettle", "T own",
+        "No feature asks for a policy here. The chip still holds an entry without a policy at "
+        "(u/3/Tunnel-t, unit 3). Asking for a policy here and withdrawing it clears it.",
+        true},
+       {"chip delay 1\nrequest acl P own 1\nadvance 0.1\nchip restart\nchip replay\nsettle\nchip "
+        "lose next 1\nrequest acl P own 2\nsettle",
+        "P own",
+        "In hardware. The write of (u/3/Ethernet0.5 on u/3/Ethernet0, tags 5) is not answered, and "
+        "no answer is on its way: an answer for the entry was lost at 1.1 s. It was answered "
+        "success for qos=1, not for the present policy.",
+        true},
        {"chip delay 0\nrequest acl T own 5\nsettle\nchip lose next 1\nrequest acl T own 6\n"
         "settle",
         "T own",

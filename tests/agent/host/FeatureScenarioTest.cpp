@@ -133,6 +133,11 @@ TEST(FeatureScenarioTest, EachStateIsExplained) {
                  "withdraw-feature qos u/3/Ethernet0 own 1\nexplain-feature u/3/Ethernet0 own 1",
                  ": No directory asks for this feature here. The word of u/3/Ethernet0 has 3 in "
                  "this field.\n"},
+            Case{"feature qos u/3/PortChannel3 own 1 3\nport-map-state invalid\n"
+                 "member u/3/PortChannel3 remove u/3/Ethernet4\n"
+                 "withdraw-feature qos u/3/PortChannel3 own 1\nexplain-feature u/3/Ethernet4 own 1",
+                 ": No directory asks for this feature here. The word of u/3/Ethernet4 has 3 in "
+                 "this field.\n"},
             Case{"feature qos u/3/PortChannel3 u/0:0 1 3\n"
                  "explain-feature u/3/PortChannel3 u/0:0 1",
                  ": It leads to no word: u/3/PortChannel3 has no member on u/0:0. It was answered "
@@ -148,7 +153,8 @@ TEST(FeatureScenarioTest, EachStateIsExplained) {
                  "word "
                  "of u/3/Ethernet0 on u/3:1. It was answered success."},
             Case{"feature qos u/3/Ethernet0 own 1 40\nexplain-feature u/3/Ethernet0 own 1",
-                 "The value 40 is wider than its field of 5 bits and runs into the next one."},
+                 "The value 40 is wider than its field of 5 bits; the rest runs into the bits "
+                 "above it"},
             Case{"feature qos u/3/Ethernet0 own 1 40",
                  "warning: the field of feature1 on u/3:0 has 5 bits: the value 40 is wider"},
             Case{"tcam-layout u/3:0 1 none\nfeature qos u/3/Ethernet0 own 1 3\n"
