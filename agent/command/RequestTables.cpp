@@ -63,7 +63,7 @@ Table backlog(Host const& host) {
    Table table{"backlog", requestColumns({"pipeline", "since"}), {}};
    for (SharingPipeline const* pipeline : host.pipelines()) {
       for (auto const& [request, queued] : pipeline->codef->backlogIter()) {
-         auto since = host.chronicle().of(request).queued;
+         auto since = host.chronicle().of(*pipeline, request).queued;
          table.add(joined(requestCells(request), {pipeline->name, since ? Json(*since) : Json()}));
       }
    }

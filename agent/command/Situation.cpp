@@ -256,12 +256,15 @@ class Gathering {
       }
    }
 
-   // The first answer for what the table holds now; "in progress" is none.
+   // The first answer for the data that the table holds now; "in progress" is none. A tunnel's
+   // removal and write are told apart, of an in-LIF the data alone count.
    template<class T>
    Awaited answerTo(ChipTable<T> const& table, typename T::Key key, bool removal) const {
+      auto data = [](auto const& entry) { return entry ? entry->inLifAdditionalData : 0; };
       Awaited awaited{removal, table.isHeldBack(key), std::nullopt, std::nullopt};
       for (auto const& answer : table.unanswered()) {
-         if (answer.key == key && answer.written == table.configured(key) &&
+         bool told = std::is_same_v<T, TunnelTable> && answer.written.has_value() == removal;
+         if (answer.key == key && !told && data(answer.written) == data(table.configured(key)) &&
              answer.outcome != Outcome::inProgress) {
             awaited.due = answer.due;
             return awaited;
@@ -384,7 +387,7 @@ Situation Situations::of(TcamSharingRequest request) const {
    found.merged = pipeline.merged->request(request);
    found.output = pipeline.output(request);
    found.response = pipeline.mergedStatus->response(request);
-   found.times = host_.chronicle().of(request);
+   found.times = host_.chronicle().of(pipeline, request);
    found.queued = pipeline.codef->backlog(request);
    if (auto const& clock = pipeline.codef->clockNotifiee(); found.queued && clock.waiting()) {
       found.nextSlice = clock.timeMin();

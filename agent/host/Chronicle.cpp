@@ -12,17 +12,28 @@ struct Chronicle::Watch {
       pipeline.codef->backlogCollection().watch(orvBacklog);
    }
    void handleMerged(TcamSharingRequest const& request) {
-      chronicle->note(request, &RequestTimes::asked, pipeline.merged->requestHas(request));
+      note(request, &RequestTimes::asked, pipeline.merged->requestHas(request));
    }
    void handleStatus(TcamSharingRequest const& request) {
-      chronicle->note(request, &RequestTimes::status, pipeline.mergedStatus->responseHas(request));
+      note(request, &RequestTimes::status, pipeline.mergedStatus->responseHas(request));
    }
    void handleBacklog(TcamSharingRequest const& request) {
-      chronicle->note(request, &RequestTimes::queued, pipeline.codef->backlog(request));
+      note(request, &RequestTimes::queued, pipeline.codef->backlog(request));
+   }
+
+   void note(TcamSharingRequest const& request, std::optional<Seconds> RequestTimes::*time,
+             bool there) {
+      RequestTimes changed = times.get(request);
+      changed.*time = there ? std::optional(Orv::System::peekTime()) : std::nullopt;
+      if (time == &RequestTimes::status) {
+         changed.cause = there ? chronicle->causeNow(request) : ResponseCause();
+      }
+      times.set(request, changed);
    }
 
    Chronicle* chronicle;
    SharingPipeline const& pipeline;
+   Orv::KeyedByIndex<TcamSharingRequest, RequestTimes> times;
    Orv::ReactorFor<&Watch::handleMerged> orvMerged;
    Orv::ReactorFor<&Watch::handleStatus> orvStatus;
    Orv::ReactorFor<&Watch::handleBacklog> orvBacklog;
@@ -68,14 +79,13 @@ std::optional<EntryChange> Chronicle::lastChange(EntryKey const& key) const {
    return found == changes_.end() ? std::nullopt : std::optional(found->second);
 }
 
-void Chronicle::note(TcamSharingRequest const& request, std::optional<Seconds> RequestTimes::*time,
-                     bool there) {
-   RequestTimes times = times_.get(request);
-   times.*time = there ? std::optional(Orv::System::peekTime()) : std::nullopt;
-   if (time == &RequestTimes::status) {
-      times.cause = there ? causeNow(request) : ResponseCause();
+RequestTimes Chronicle::of(SharingPipeline const& pipeline, TcamSharingRequest request) const {
+   for (auto const& watch : watches_) {
+      if (&watch->pipeline == &pipeline) {
+         return watch->times.get(request);
+      }
    }
-   times_.set(request, times);
+   return {};
 }
 
 ResponseCause Chronicle::causeNow(TcamSharingRequest request) const {

@@ -58,14 +58,13 @@ class Chronicle {
    ~Chronicle();
    // The pipelines' intakes were built again: follows the new backlogs.
    void intakesRebuilt();
-   RequestTimes of(TcamSharingRequest request) const { return times_.get(request); }
+   // In that pipeline: a unit that changes its generation may leave a request in both.
+   RequestTimes of(SharingPipeline const& pipeline, TcamSharingRequest request) const;
    // None: never configured.
    std::optional<EntryChange> lastChange(EntryKey const& key) const;
 
  private:
    struct Watch; // one pipeline's
-   void note(TcamSharingRequest const& request, std::optional<Seconds> RequestTimes::*time,
-             bool there);
    ResponseCause causeNow(TcamSharingRequest request) const;
    void change(EntryKey const& key, EntryChange::Kind kind, std::optional<TcamSharingRequest> by);
 
@@ -82,7 +81,6 @@ class Chronicle {
    IsemPipeline const& isem_;
    InLifPipeline const& inLif_;
    SimulatedChip& chip_;
-   Orv::KeyedByIndex<TcamSharingRequest, RequestTimes> times_;
    std::map<EntryKey, EntryChange> changes_;
    std::map<VlanTagToVsiMapperKey, uint32_t> lifs_; // which one the owner made last
    std::vector<std::unique_ptr<Watch>> watches_;

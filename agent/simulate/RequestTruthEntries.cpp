@@ -104,9 +104,11 @@ RequestTruth::Entry RequestTruth::entry(ChipTable<T> const& chip, typename T::Co
    }
    for (auto const& answer : chip.unanswered()) {
       // In-LIF machines take the first answer for the present data, the ISEM's one takes any.
+      bool same = std::is_same_v<T, MapperTable>
+                      ? plain(answer.written).value_or(0) == entry.configured.value_or(0)
+                      : plain(answer.written) == entry.configured;
       bool counts = std::is_same_v<T, IsemTable> ||
-                    (plain(answer.written) == entry.configured && entry.due.empty() &&
-                     answer.outcome != Outcome::inProgress);
+                    (same && entry.due.empty() && answer.outcome != Outcome::inProgress);
       if (answer.key == key && counts) {
          entry.due.push_back(answer.due);
       }
