@@ -135,7 +135,7 @@ bool IsemShadow::plain(TcamSharingRequest request) const {
    auto key = facts_.sharedKey(request);
    if (!key || calm_.isDisturbed(*key) || chip_.lastOutcome(*key) != Outcome::accepted ||
        !answers_.isPlain(request) || robbed_.contains(request) || late_.contains(request) ||
-       strayed_.contains(request)) {
+       older_.contains(request) || strayed_.contains(request)) {
       return false;
    }
    auto mapped = mapping_.find(request);

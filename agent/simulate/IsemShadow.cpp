@@ -19,6 +19,7 @@ void IsemShadow::handleOutput(TcamSharingRequest request) {
    }
    TcamSharingPolicyId policy = pipeline_.outputTable->request(request);
    late_.erase(request);
+   older_.erase(request);
    waiting_.erase(request);
    strayed_.erase(request);
    policy.empty() ? remove(request) : program(request, policy);
@@ -169,6 +170,12 @@ void IsemShadow::handleStatus(AradSemKeyAndFap key) {
       strayed_.insert(entry.request());
    }
    probes_.hit(success ? "isem: write answered" : "isem: write refused");
+   if (entry.policyId() == pipeline_.outputTable->request(entry.request())) {
+      older_.erase(entry.request());
+   } else {
+      probes_.hit("isem: answered for an older policy");
+      older_.insert(entry.request());
+   }
    answers_.responses[entry.request()] = {success ? tcamSharingSuccess : tcamSharingFailed,
                                           entry.policyId()};
 }

@@ -96,6 +96,8 @@ class IsemShadow {
    std::set<TcamSharingRequest> late_;
    // A write to an entry that they have left was answered, after the chip lost an answer there.
    std::set<TcamSharingRequest> strayed_;
+   // Answered last for an older policy of the same payload.
+   std::set<TcamSharingRequest> older_;
    // Handed over last when something was missing.
    std::set<TcamSharingRequest> waiting_;
    // Asked for again when the answer of an earlier removal came, which took its answer.

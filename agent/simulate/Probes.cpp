@@ -56,6 +56,7 @@ constexpr std::string_view names[] = {
     "isem: answered after the withdrawal",
     "isem: write answered",
     "isem: write refused",
+    "isem: answered for an older policy",
     "mapper: withdrawn while it does not resolve",
     "mapper: waits",
     "mapper: no sub-interface",
