@@ -350,7 +350,8 @@ FeaturePart featurePart(Host const& host, Situation const& situation, Feature fe
 Situations::Situations(Host const& host) : host_(host) {
    for (SharingPipeline const* pipeline : host.pipelines()) {
       for (auto const& [entry, waiting] : pipeline->commonBase->retryListIter()) {
-         if (waiting) {
+         // A unit that changed its generation may have left one on the other list.
+         if (waiting && &host.pipelineOf(entry.request()) == pipeline) {
             retried_[entry.request().index()].push_back(entry.policyId());
          }
       }
