@@ -61,9 +61,9 @@ class FeatureGathering {
    // As the library spreads a key: over ports of the key's TCAM, a single port wherever it is.
    void reach() {
       std::string tcam = host_.world().tcamName(tcam_);
-      if (SubIntfId::isSubIntfId(intf_)) {
-         found_.reached.push_back(intf_);
-      } else if (VlanIntfId::isVlanIntfId(intf_)) {
+      bool isSubIntf = SubIntfId::isSubIntfId(intf_);
+      IntfId lag = isSubIntf ? IntfId() : world_.lagPhyIntfMapping->phyIntfLag(intf_);
+      if (!isSubIntf && VlanIntfId::isVlanIntfId(intf_)) {
          for (auto const& [port, systemPort] : world_.shoalStatus->sysPhyPortIdIter()) {
             if (world_.shoalStatus->sysTcamId(port) == tcam_ &&
                 world_.untaggedVlanDir->untaggedVlan(carrier(port)).value() ==
@@ -75,14 +75,14 @@ class FeatureGathering {
          found_.unreached = "no port of " + tcam +
                             " has this VLAN untagged, and the features of a "
                             "VLAN reach untagged ports only";
-      } else if (PortChannelIntfId::isPortChannelIntfId(intf_)) {
+      } else if (!isSubIntf && PortChannelIntfId::isPortChannelIntfId(intf_)) {
          for (IntfId port : world_.portsOf(intf_)) {
             if (world_.shoalStatus->sysTcamId(port) == tcam_) {
                found_.reached.push_back(port);
             }
          }
          found_.unreached = intf_.name() + " has no member on " + tcam;
-      } else if (IntfId lag = world_.lagPhyIntfMapping->phyIntfLag(intf_); lag != IntfId()) {
+      } else if (lag != IntfId()) {
          found_.unreached =
              "the port is a member of " + lag.name() + ", whose features count while it is";
       } else {
