@@ -30,6 +30,9 @@ class TCAM_SHARING_EXPORT TcamSharingBaseSm : public Orv::RefCounted {
    bool initialized() const { return initialized_; }
 
  protected:
+   // The handler's name in the traces of the machines that program sub-interfaces and ports.
+   static constexpr char const* configHandler = "handleTcamSharingConfig";
+
    // For the constructor of a derived machine, when it is whole: every request that the table
    // holds.
    void doHandleAllRequests();

@@ -10,8 +10,6 @@ using Bridging::Dot1qEncap;
 using Plexus::IntfId;
 
 namespace {
-constexpr char const* configHandler = "handleTcamSharingConfig";
-
 uint64_t additionalData(TcamSharingPolicyId policyId) {
    return policyId.empty() ? 0 : TcamSharingInLifPolicyId(policyId).inLifAdditionalData();
 }

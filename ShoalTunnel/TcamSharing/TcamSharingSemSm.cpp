@@ -8,10 +8,6 @@ namespace Hardware::ShoalTunnel {
 
 using Bridging::VlanId;
 
-namespace {
-constexpr char const* configHandler = "handleTcamSharingConfig";
-} // namespace
-
 TcamSharingSemSm::TcamSharingSemSm(Orv::Ptr<Shoal::Status const> shoalStatus,
                                    Orv::Ptr<TcamSharingConfig const> tcamSharingConfig,
                                    Orv::Ptr<TcamSharingStatus> tcamSharingStatus,

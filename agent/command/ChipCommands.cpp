@@ -43,7 +43,7 @@ void fault(Host& host, Arguments& arguments, Fault which) {
    host.chip().faults().next(which, count, takeFaultScope(host, arguments, which));
 }
 
-void chip(Host& host, Arguments& arguments, std::ostream&) {
+void chipSetting(Host& host, Arguments& arguments, std::ostream&) {
    std::string what = arguments.take("what the chip does");
    for (std::size_t i = 0; i < kFaults; ++i) {
       if (what == faultNames[i]) {
@@ -84,7 +84,7 @@ void addChipCommands(Registry& registry) {
                  "refuse|lose|duplicate|reorder|slow|defer next N|often P [unit UNIT] "
                  "[table isem|mapper|tunnel] | delay S | slowness S | seed N | "
                  "capacity UNIT N|none [table isem|mapper|tunnel] | well | restart | replay",
-                 "how the simulated chip answers from now on", true, chip});
+                 "how the simulated chip answers from now on", true, chipSetting});
 }
 
 } // namespace Agent

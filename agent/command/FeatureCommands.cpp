@@ -119,7 +119,7 @@ void freshStart(Host& host, Arguments& arguments, std::ostream&) {
    host.startFeaturesFresh();
 }
 
-void explainCommand(Host& host, Arguments& arguments, std::ostream& out) {
+void explainFeatureCommand(Host& host, Arguments& arguments, std::ostream& out) {
    InLifIntfKey key = takeInLifKey(host, arguments);
    InLifFeatureType type = takeFeatureType(arguments);
    arguments.end();
@@ -139,7 +139,8 @@ void addFeatureCommands(Registry& registry) {
    registry.add({"withdraw-feature", "DIRECTORY INTERFACE UNIT:CORE|own TYPE",
                  "a directory asks for it no longer", true, withdrawFeature});
    registry.add({"explain-feature", "INTERFACE UNIT:CORE|own TYPE [--format json]",
-                 "why an in-LIF feature is answered as it is, or not yet", false, explainCommand});
+                 "why an in-LIF feature is answered as it is, or not yet", false,
+                 explainFeatureCommand});
    registry.add({"tcam-layout", "UNIT:CORE TYPE OFFSET WIDTH | UNIT:CORE TYPE none",
                  "where a TCAM keeps a feature in the word; shows with the next key version", true,
                  tcamLayout});
