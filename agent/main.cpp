@@ -1,13 +1,10 @@
 // shoal-agent: hosts the library over a simulated chip.
+#include "agent/command/ProgramOptions.h"
 #include "agent/command/Registry.h"
 #include "agent/host/ScenarioRunner.h"
 #include "agent/inventory/FileContent.h"
-#include "agent/inventory/InterfaceName.h"
 #include "agent/inventory/InventoryReader.h"
-#include "agent/simulate/Simulation.h"
-#include "platform/Toggle/Toggle.h"
 #include "platform/Trace/BliplineReader.h"
-#include "ShoalTunnel/TcamSharing/DynamicISemData.h"
 
 #include <algorithm>
 #include <CLI/CLI.hpp>
@@ -20,39 +17,14 @@
 
 namespace {
 
-constexpr int usageError = 2;
+using Agent::usageError;
 
 struct Options {
-   std::string inventory;
+   Agent::InventoryOptions inventory;
    std::optional<std::string> scenario; // "-": standard input
    std::vector<std::string> then;
-   bool strict = false;
-   bool quiet = false;
    Agent::RunOptions run;
 };
-
-// With what is odd in it printed; none when that is an error.
-std::optional<Agent::Inventory> takeInventory(Options const& options) {
-   Agent::Inventory inventory = Agent::readInventory(options.inventory);
-   if (!options.quiet || options.strict) {
-      for (auto const& each : inventory.diagnostics) {
-         std::cerr << each.file << ": " << each.table << " " << each.key
-                   << (options.strict ? ": error: " : ": warning: ") << each.text << "\n";
-      }
-   }
-   if (options.strict && !inventory.diagnostics.empty()) {
-      return std::nullopt;
-   }
-   return inventory;
-}
-
-// Read here, so that none of the copies that rehearse commands does it and says so again.
-void readToggles() {
-   (void)Hardware::ShoalTunnel::toggleDynamicISemDataEnabled();
-   for (std::string const& warning : Toggle::warnings()) {
-      std::cerr << warning << "\n";
-   }
-}
 
 int runScenario(Options const& options) {
    // Who gives commands has given what is to run.
@@ -67,7 +39,7 @@ int runScenario(Options const& options) {
       std::cerr << path << ": error: cannot be read: " << reason << "\n";
       return usageError;
    }
-   auto inventory = takeInventory(options);
+   auto inventory = readInventory(options.inventory);
    if (!inventory) {
       return usageError;
    }
@@ -76,7 +48,7 @@ int runScenario(Options const& options) {
       std::cerr << "shoal-agent: reads commands from here: help lists them\n";
       how.keepGoing = true; // who types sees the error and types again
    }
-   readToggles();
+   Agent::readToggles();
    Agent::Host host(std::move(*inventory));
    Agent::ScenarioRunner runner(host, std::cout, std::cerr, how);
    std::istringstream commands(*scenario);
@@ -86,15 +58,6 @@ int runScenario(Options const& options) {
    }
    host.checkTraceFile();
    return result;
-}
-
-int simulate(Options const& options, Agent::SimulateOptions const& simulation) {
-   auto inventory = takeInventory(options);
-   if (!inventory) {
-      return usageError;
-   }
-   readToggles();
-   return Agent::simulate(*inventory, simulation, std::cout);
 }
 
 int decode(std::string const& path) {
@@ -117,69 +80,18 @@ int listCommands() {
    return 0;
 }
 
-// Numbers as in commands, instead of whatever the conversion makes of them.
-CLI::Validator number(uint64_t least, uint64_t most) {
-   return {[=](std::string& text) {
-              try {
-                 text = std::to_string(Agent::parseNumber(text, "it", least, most));
-                 return std::string();
-              } catch (Agent::CommandError const& error) {
-                 return std::string(error.what());
-              }
-           },
-           "", "number"};
-}
-
-std::string checkCommand(std::string const& text) {
-   return std::any_of(text.begin(), text.end(), Agent::isControl)
-              ? "a command is one line without control characters"
-              : "";
-}
-
 int runProgram(int argc, char** argv) {
    CLI::App app("shoal-agent: hosts the TcamSharing library over a simulated chip");
    app.require_subcommand(1);
    Options options;
    auto* run = app.add_subcommand("run", "run a scenario on an inventory, on virtual time");
-   run->add_option("--inventory", options.inventory, "CONFIG_DB JSON file")->required();
+   addInventoryOptions(*run, options.inventory);
    run->add_option("--scenario", options.scenario,
                    "file of commands; - is standard input, the default without --then");
    run->add_option("--then", options.then, "a command to run behind the scenario; repeatable")
        ->allow_extra_args(false);
-   run->add_flag("--strict", options.strict, "what is odd in the inventory is an error");
-   run->add_flag("--quiet", options.quiet, "do not print what is odd in the inventory");
    run->add_flag("--keep-going", options.run.keepGoing, "go on behind an error");
    run->add_flag("--echo", options.run.echo, "print each command before it runs");
-   Agent::SimulateOptions simulation;
-   auto* simulating = app.add_subcommand("simulate", "random histories, checked all along");
-   simulating->add_option("--inventory", options.inventory, "CONFIG_DB JSON file")->required();
-   simulating->add_flag("--strict", options.strict, "what is odd in the inventory is an error");
-   simulating->add_flag("--quiet", options.quiet, "do not print what is odd in the inventory");
-   constexpr uint64_t most = 1'000'000'000;
-   simulating->add_option("--seed", simulation.seed, "the first history's")
-       ->required()
-       ->transform(number(0, UINT64_MAX));
-   simulating->add_option("--steps", simulation.steps, "commands drawn per history")
-       ->required()
-       ->transform(number(1, most));
-   simulating->add_option("--seeds", simulation.seeds, "how many histories; 1 by default")
-       ->transform(number(1, most));
-   simulating->add_option("--jobs", simulation.jobs, "histories at a time; 1 by default")
-       ->transform(number(1, 256));
-   simulating
-       ->add_option("--first", simulation.first, "a command ahead of every history; repeatable")
-       ->check(checkCommand)
-       ->allow_extra_args(false);
-   simulating->add_option("--write", simulation.write,
-                          "file for a failing history; simulate-SEED.scenario by default");
-   simulating->add_flag("--counts", simulation.counts, "print how often each situation was met");
-   simulating->add_flag("--all-met", simulation.allMet,
-                        "an error when one was never met, rules that excuse a check left aside");
-   simulating->add_option("--write-refused", simulation.writeRefused,
-                          "file for the numbers of the commands that were refused");
-   simulating->add_option("--refused", simulation.refused,
-                          "such a file of the same histories: they are left out, and the rest is "
-                          "not rehearsed (faster under sanitizers)");
    std::string blipline;
    auto* decoding = app.add_subcommand("decode", "print a Blipline file in words");
    decoding->add_option("FILE", blipline, "Blipline file")->required();
@@ -190,14 +102,10 @@ int runProgram(int argc, char** argv) {
       return app.exit(error) == 0 ? 0 : usageError;
    }
    try {
-      return run->parsed()          ? runScenario(options)
-             : simulating->parsed() ? simulate(options, simulation)
-             : decoding->parsed()   ? decode(blipline)
-                                    : listCommands();
+      return run->parsed()        ? runScenario(options)
+             : decoding->parsed() ? decode(blipline)
+                                  : listCommands();
    } catch (Agent::InventoryError const& error) {
-      std::cerr << error.what() << "\n";
-      return usageError;
-   } catch (Agent::SimulateError const& error) {
       std::cerr << error.what() << "\n";
       return usageError;
    } catch (std::exception const& error) {

@@ -173,7 +173,6 @@ Registry const& commandRegistry() {
       addExplainCommands(made);
       addExpectCommands(made);
       addTraceCommands(made);
-      addSimulateCommands(made);
       return made;
    }();
    return registry;

@@ -93,6 +93,5 @@ void addShowCommands(Registry& registry);
 void addExplainCommands(Registry& registry);
 void addExpectCommands(Registry& registry);
 void addTraceCommands(Registry& registry);
-void addSimulateCommands(Registry& registry);
 
 } // namespace Agent

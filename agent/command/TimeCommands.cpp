@@ -1,4 +1,4 @@
-// Virtual time, and the time constants of the agent.
+// Virtual time, the time constants of the agent, and machines that are built again.
 #include "agent/command/Names.h"
 
 namespace Agent {
@@ -37,6 +37,13 @@ void set(Host& host, Arguments& arguments, std::ostream&) {
    }
 }
 
+void rebuild(Host& host, Arguments& arguments, std::ostream&) {
+   auto machine = static_cast<Machine>(
+       arguments.takeChoice("MACHINE", {machineNames.begin(), machineNames.end()}));
+   arguments.end();
+   host.rebuild(machine);
+}
+
 } // namespace
 
 void addTimeCommands(Registry& registry) {
@@ -45,6 +52,13 @@ void addTimeCommands(Registry& registry) {
    registry.add({"set", "quantum|retry-interval|cost-per-reading SECONDS",
                  "length of a slice, time between retry passes, time that reading the clock takes",
                  true, set});
+   std::string machines;
+   for (std::string_view name : machineNames) {
+      machines += (machines.empty() ? "" : ", ") + std::string(name);
+   }
+   registry.add({"rebuild", "MACHINE",
+                 "a machine of the library goes and is built again on the same tables: " + machines,
+                 true, rebuild});
 }
 
 } // namespace Agent

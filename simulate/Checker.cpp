@@ -1,0 +1,35 @@
+#include "simulate/Checker.h"
+
+namespace Simulate {
+
+Checker::Checker(Host& host)
+    : host_(host), model_(host.world()), recorder_(host, model_), explanations_(host) {}
+
+Checker& Checker::follow(Host& host) {
+   auto* checker = new Checker(host);
+   host.followerIs(std::unique_ptr<Follower>(checker));
+   for (std::size_t i = 0; i < machineNames.size(); ++i) {
+      host.rebuild(static_cast<Machine>(i));
+   }
+   return *checker;
+}
+
+void Checker::handleGone(Machine machine, SharingPipeline* pipeline) {
+   explanations_.handleRebuild();
+   recorder_.machineGone(machine, pipeline);
+}
+
+void Checker::handleBuilt(Machine machine, SharingPipeline* pipeline) {
+   recorder_.machineBuilt(machine, pipeline);
+}
+
+Findings Checker::check() const {
+   Findings findings = model_.compare(host_);
+   if (!unexplained_.empty()) {
+      findings.add("a change is refused for a reason", unexplained_);
+   }
+   explanations_.check(findings);
+   return findings;
+}
+
+} // namespace Simulate

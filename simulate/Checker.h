@@ -1,0 +1,39 @@
+// Follows an agent from its start, and checks it after each command: every table against the
+// model, every explanation against the tables.
+#pragma once
+
+#include "simulate/explanations/ExplanationCheck.h"
+#include "simulate/Recorder.h"
+
+namespace Simulate {
+
+class Checker : public Follower {
+ public:
+   // Goes with the agent, which was asked for nothing yet.
+   static Checker& follow(Host& host);
+
+   // What is wrong now.
+   Findings check() const;
+   Coverage const& coverage() const { return model_.context.coverage; }
+   // How a rehearsal ended without a reason; empty: none did.
+   std::string const& unexplained() const { return unexplained_; }
+
+   void handleGone(Machine machine, SharingPipeline* pipeline) override;
+   void handleBuilt(Machine machine, SharingPipeline* pipeline) override;
+   void handleFeaturesFresh() override { model_.features.allRestart(); }
+   bool stopsBy(std::string_view condition) const override {
+      return model_.context.failuresDue.contains(condition);
+   }
+   void handleUnexplained(std::string const& reason) override { unexplained_ = reason; }
+
+ private:
+   explicit Checker(Host& host);
+
+   Host& host_;
+   Model model_;
+   Recorder recorder_;
+   ExplanationCheck explanations_;
+   std::string unexplained_;
+};
+
+} // namespace Simulate

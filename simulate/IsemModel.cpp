@@ -1,0 +1,141 @@
+#include "simulate/IsemModel.h"
+
+namespace Simulate {
+
+using namespace Hardware::ShoalTunnel;
+
+void IsemModel::machineRestarts() {
+   for (TcamSharingRequest request : inOrder()) {
+      program(request, handedOver(request));
+   }
+}
+
+std::vector<TcamSharingRequest> IsemModel::programmed(IntfId intf) const {
+   std::vector<TcamSharingRequest> requests;
+   for (auto const& [request, key] : mapping_) {
+      if (request.intfId() == intf) {
+         requests.push_back(request);
+      }
+   }
+   return requests;
+}
+
+void IsemModel::dropUser(AradSemKeyAndFap key, TcamSharingRequest request) {
+   auto users = users_.find(key);
+   users->second.erase(request);
+   if (users->second.empty()) {
+      users_.erase(users);
+   }
+}
+
+void IsemModel::remove(TcamSharingRequest request) {
+   auto mapped = mapping_.find(request);
+   auto given = response(request);
+   if (given && given->status == tcamSharingInProgress) {
+      hit("isem: withdrawn while in progress");
+      answer(request, std::nullopt);
+   } else if (given && mapped == mapping_.end()) {
+      context().failuresDue.emplace("keyToDel != AradSemKeyAndFap()");
+   } else if (given) {
+      hit(given->status == tcamSharingFailed ? "isem: withdrawn after a refusal"
+                                             : "isem: withdrawn after success");
+   }
+   if (mapped == mapping_.end()) {
+      hit("isem: withdrawn without an entry");
+      return;
+   }
+   AradSemKeyAndFap key = mapped->second;
+   mapping_.erase(mapped);
+   if (config_.erase(key) != 0) {
+      pending_[{key, false}].emplace_back(request, TcamSharingPolicyId());
+   } else {
+      hit("isem: withdrawn when its entry was gone");
+      answer(request, std::nullopt);
+   }
+   dropUser(key, request);
+   if (users_.contains(key)) {
+      hit("isem: entry removed under a sharer");
+   }
+}
+
+void IsemModel::program(TcamSharingRequest request, TcamSharingPolicyId policy) {
+   if (policy.empty()) {
+      remove(request);
+      return;
+   }
+   if (!facts().resolves(request)) {
+      hit(!facts().available(request.fapId()) ? "isem: waits for its unit"
+          : !facts().tags(request)            ? "isem: waits for tags"
+                                              : "isem: waits for a VLAN domain");
+      retry(request, policy);
+      answer(request, TcamSharingResponse{tcamSharingInProgress, policy});
+      return;
+   }
+   auto key = facts().sharedKey(request);
+   if (!key) {
+      hit("isem: two tags");
+      return;
+   }
+   AradSemPayload payload = Facts::payload(policy);
+   auto mapped = mapping_.find(request);
+   bool own = mapped != mapping_.end() && mapped->second == *key;
+   auto configured = config_.find(*key);
+   if (configured != config_.end() && configured->second == payload) {
+      hit(own ? "isem: stands already" : "isem: stands already, another's");
+      answer(request, TcamSharingResponse{tcamSharingSuccess, policy});
+      return;
+   }
+   if (mapped != mapping_.end() && !own) {
+      hit("isem: moves to another entry");
+      AradSemKeyAndFap previous = mapped->second;
+      dropUser(previous, request);
+      if (users_.contains(previous)) {
+         context().failuresDue.emplace("tcamSharingCommon()->semToRequest( prevKey ) == NULL");
+      }
+      config_.erase(previous); // nobody waits for the answer
+   }
+   auto& writes = pending_[{*key, true}];
+   writes.emplace_back(request, policy);
+   if (writes.size() > 1) {
+      hit("isem: several writes of an entry unanswered");
+   }
+   users_[*key].insert(request);
+   if (users_[*key].size() > 1) {
+      hit("isem: shared entry written");
+   }
+   mapping_[request] = *key;
+   config_[*key] = payload;
+}
+
+void IsemModel::answered(AradSemKeyAndFap key, SemTableStatusEntry const& status) {
+   bool written = status.statusCode != 0 || status.payload.value != 0;
+   auto writes = pending_.find({key, written});
+   if (writes == pending_.end()) {
+      hit("isem: answer for nobody");
+      return;
+   }
+   TcamSharingEntry entry = writes->second.front();
+   writes->second.pop_front();
+   if (writes->second.empty()) {
+      pending_.erase(writes);
+   }
+   bool present = !handedOver(entry.request()).empty();
+   if (!written) {
+      hit(present ? "isem: removal answered when asked for again" : "isem: removal answered");
+      answer(entry.request(), std::nullopt);
+      return;
+   }
+   bool success = status.statusCode == 1;
+   hit(success ? "isem: write answered" : "isem: write refused");
+   if (status.payload != Facts::payload(entry.policyId())) {
+      hit("isem: an answer of another write");
+   } else if (!present) {
+      hit("isem: answered after the withdrawal");
+   } else if (entry.policyId() != handedOver(entry.request())) {
+      hit("isem: answered for an older policy");
+   }
+   answer(entry.request(),
+          TcamSharingResponse{success ? tcamSharingSuccess : tcamSharingFailed, entry.policyId()});
+}
+
+} // namespace Simulate

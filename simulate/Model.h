@@ -1,0 +1,41 @@
+// What every table of the library should hold, by the rules alone. See SharingModel on how it is
+// kept; Recorder feeds it, compare() holds the tables against it.
+#pragma once
+
+#include "agent/host/Host.h"
+#include "simulate/Findings.h"
+#include "simulate/IsemModel.h"
+#include "simulate/MapperModel.h"
+#include "simulate/PublishedModel.h"
+#include "simulate/WordModel.h"
+
+namespace Simulate {
+
+struct Model {
+   explicit Model(World const& world)
+       : context(world), isem(context), mapper(context), published(context), features(context) {}
+
+   // The pipeline that serves a unit of its present type.
+   SharingModel& sharing(FapId unit) {
+      bool arad = context.world.shoalStatus->fapType(unit) == Hardware::Shoal::fapTypeArad;
+      return arad ? static_cast<SharingModel&>(isem) : mapper;
+   }
+   // What differs between the tables of an agent and the model: every table, both ways.
+   Findings compare(Host const& host) const;
+
+   Context context;
+   IsemModel isem;
+   MapperModel mapper;
+   PublishedModel published;
+   FeatureModel features;
+
+ private:
+   void compareSharing(Findings& findings, SharingPipeline const& pipeline,
+                       SharingModel const& model) const;
+   void compareIsem(Findings& findings, IsemPipeline const& pipeline) const;
+   void compareMapper(Findings& findings, InLifPipeline const& pipeline) const;
+   void compareFeatures(Findings& findings, FeaturePipeline const& pipeline) const;
+   void compareRouter(Findings& findings, Host const& host) const;
+};
+
+} // namespace Simulate

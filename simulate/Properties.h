@@ -1,0 +1,23 @@
+// What holds at rest in an orderly history (see Orderly), without exceptions. Each property reads
+// the world, the requests and the tables; none knows how the library gets there.
+#pragma once
+
+#include "agent/host/Host.h"
+#include "simulate/Findings.h"
+
+#include <string>
+#include <vector>
+
+namespace Simulate {
+
+using Agent::Host;
+
+// The chip holds what the requests imply, and nothing else; each of them is answered success.
+void checkHardware(Host const& host, Findings& findings);
+// All was withdrawn: every table of the library and of the chip is empty.
+void checkEmpty(Host const& host, Findings& findings);
+// A new agent that is taken to the same world, and asked for what is asked for now, comes to the
+// same tables. `commands`: what was carried out so far.
+void checkFresh(Host& host, std::vector<std::string> const& commands, Findings& findings);
+
+} // namespace Simulate

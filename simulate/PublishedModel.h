@@ -1,0 +1,34 @@
+// What the unit and the VLAN domain of each port should be published as.
+#pragma once
+
+#include "simulate/SharingModel.h"
+
+namespace Simulate {
+
+class PublishedModel {
+ public:
+   using Place = Hardware::Shoal::PortMap;
+   using VlanDomain = Hardware::Shoal::VlanDomain;
+
+   explicit PublishedModel(Context& context) : context_(context) { portMapVersionChanged(); }
+   // A port's system port came, changed or went.
+   void systemPortChanged(IntfId port);
+   void domainChanged(Place place);
+   void portMapVersionChanged();
+   void machineRestarts();
+
+   std::map<IntfId, FapId> const& units() const { return units_; }
+   std::map<IntfId, VlanDomain> const& domains() const { return domains_; }
+
+ private:
+   void hit(std::string_view name) { context_.coverage.hit(name); }
+   std::optional<VlanDomain> domainAt(Place place) const;
+
+   Context& context_;
+   std::map<Place, IntfId> seenAt_; // who sat there last
+   std::map<IntfId, Place> placeOf_;
+   std::map<IntfId, FapId> units_;
+   std::map<IntfId, VlanDomain> domains_;
+};
+
+} // namespace Simulate

@@ -1,0 +1,260 @@
+#include "simulate/SharingModel.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace Simulate {
+
+using namespace Hardware::ShoalTunnel;
+
+namespace {
+
+template<class Map, class Value>
+void put(Map& map, TcamSharingRequest request, Value value, bool present) {
+   if (present) {
+      map[request] = value;
+   } else {
+      map.erase(request);
+   }
+}
+
+TcamSharingPolicyId in(SharingModel::Policies const& policies, TcamSharingRequest request) {
+   auto found = policies.find(request);
+   return found == policies.end() ? TcamSharingPolicyId() : found->second;
+}
+
+} // namespace
+
+TcamSharingPolicyId SharingModel::wanted(TcamSharingRequest request) const {
+   return in(merged_, request);
+}
+
+TcamSharingPolicyId SharingModel::handedOver(TcamSharingRequest request) const {
+   auto found = output_.find(request);
+   return found == output_.end() ? TcamSharingPolicyId() : found->second.policy;
+}
+
+SharingModel::Policies SharingModel::output() const {
+   Policies policies;
+   for (auto const& [request, output] : output_) {
+      policies.emplace(request, output.policy);
+   }
+   return policies;
+}
+
+std::vector<TcamSharingRequest> SharingModel::inOrder() const {
+   std::map<uint64_t, TcamSharingRequest> places;
+   for (auto const& [request, output] : output_) {
+      places.emplace(output.place, request);
+   }
+   std::vector<TcamSharingRequest> requests;
+   for (auto const& [place, request] : places) {
+      requests.push_back(request);
+   }
+   return requests;
+}
+
+std::vector<TcamSharingRequest> SharingModel::wantedOn(IntfId intf) const {
+   std::vector<TcamSharingRequest> requests;
+   for (auto const& [request, policy] : merged_) {
+      if (request.intfId() == intf) {
+         requests.push_back(request);
+      }
+   }
+   return requests;
+}
+
+// --- merge -----------------------------------------------------------------------------------
+
+void SharingModel::asked(Feature requester, TcamSharingRequest request,
+                         TcamSharingPolicyId policy) {
+   put(asked_[static_cast<std::size_t>(requester)], request, policy, !policy.empty());
+   uint64_t asks = policy.value();
+   uint64_t present = wanted(request).value();
+   if (requester != Feature::acl) {
+      hit("merge: label");
+      merge(request, (present & ~Facts::labelBits) | (asks & Facts::labelBits));
+   } else if (!facts().lumen(request.fapId())) {
+      hit("merge: acl alone");
+      merge(request, asks);
+   } else {
+      hit("merge: acl beside a label");
+      if ((asks & Facts::labelBits) != 0) {
+         context_.failuresDue.emplace("policyId.lumenAclLabel() == 0");
+      }
+      merge(request, (present & ~Facts::aclBits()) | (asks & Facts::aclBits()));
+   }
+}
+
+void SharingModel::merge(TcamSharingRequest request, uint64_t merged) {
+   TcamSharingPolicyId policy(merged);
+   if (wanted(request) == policy) {
+      return;
+   }
+   put(merged_, request, policy, !policy.empty());
+   if (policy == handedOver(request)) {
+      hit("intake: nothing to be done");
+   } else {
+      hit(queued_.contains(request) ? "intake: queued already" : "intake: queued");
+      queued_[request] = true;
+   }
+}
+
+void SharingModel::mergeRestarts() {
+   parts_ = {};
+   for (std::size_t i = 0; i < kFeatures; ++i) {
+      for (auto const& [request, policy] : Policies(asked_[i])) {
+         asked(static_cast<Feature>(i), request, policy);
+      }
+   }
+}
+
+std::optional<TcamSharingResponse> SharingModel::response(TcamSharingRequest request) const {
+   auto found = responses_.find(request);
+   return found == responses_.end() ? std::nullopt : std::optional(found->second);
+}
+
+void SharingModel::answer(TcamSharingRequest request, std::optional<TcamSharingResponse> given) {
+   if (response(request) == given) {
+      return;
+   }
+   put(responses_, request, given.value_or(TcamSharingResponse()), given.has_value());
+   auto part = [&](Feature requester, uint64_t bits, bool whole) {
+      TcamSharingResponse share = given.value_or(TcamSharingResponse());
+      share.policyId = TcamSharingPolicyId(share.policyId.value() & bits);
+      put(parts_[static_cast<std::size_t>(requester)], request, share,
+          given && (whole || !share.policyId.empty()));
+   };
+   if (!given) {
+      part(Feature::acl, 0, false);
+      part(Feature::lumen, 0, false);
+   } else if (!facts().lumen(request.fapId())) {
+      part(Feature::acl, ~uint64_t{0}, true);
+   } else {
+      hit("merge: answer in two parts");
+      part(Feature::acl, Facts::aclBits(), false);
+      part(Feature::lumen, Facts::labelBits, false);
+   }
+}
+
+// --- intake ----------------------------------------------------------------------------------
+
+void SharingModel::worked(TcamSharingRequest request) {
+   if (queued_.erase(request) == 0) {
+      std::ostringstream text;
+      text << request;
+      workedUnqueued_ = text.str();
+   }
+   TcamSharingPolicyId policy = wanted(request);
+   TcamSharingPolicyId present = handedOver(request);
+   TcamSharingEntry waiting(request, present);
+   if (retries_.erase(waiting) != 0) {
+      takenByWork_ = waiting;
+   }
+   if (policy != present) {
+      hit(policy.empty() ? "intake: withdrawn" : "intake: handed over");
+      handOver(request, policy);
+   } else if (policy.empty()) {
+      hit("intake: came and went");
+      answer(request, std::nullopt);
+   } else {
+      hit("intake: handed over again");
+      output_[request].place = ++places_;
+      program(request, policy);
+   }
+}
+
+void SharingModel::handOver(TcamSharingRequest request, TcamSharingPolicyId policy) {
+   if (policy.empty()) {
+      output_.erase(request);
+   } else {
+      auto [output, fresh] = output_.try_emplace(request, Output{policy, places_ + 1});
+      places_ += fresh ? 1 : 0;
+      output->second.policy = policy;
+   }
+   program(request, policy);
+}
+
+void SharingModel::retryTaken(TcamSharingEntry const& entry) {
+   if (takenByWork_ == entry) {
+      takenByWork_.reset(); // the machine may have put it back by now
+      return;
+   }
+   if (!retries_.contains(entry)) {
+      return;
+   }
+   for (auto const& [each, waiting] : std::map(std::move(retries_))) {
+      if (merged_.contains(each.request())) {
+         hit("intake: retried");
+         queued_[each.request()] = true;
+      } else {
+         hit("intake: withdrawn before its retry");
+      }
+   }
+   retries_.clear();
+}
+
+void SharingModel::requeue(TcamSharingRequest request) {
+   if (!queued_.contains(request)) {
+      retries_.erase({request, wanted(request)});
+      queued_[request] = true;
+   }
+}
+
+void SharingModel::takeOut(TcamSharingRequest request) {
+   if (output_.contains(request)) {
+      handOver(request, TcamSharingPolicyId());
+   }
+}
+
+void SharingModel::programInHwChanged(IntfId subIntf) {
+   bool on = world().subIntfStatusDir->subIntfStatus(subIntf)->programInHw();
+   for (TcamSharingRequest request : wantedOn(subIntf)) {
+      hit(on ? "intake: queued by its flag" : "intake: taken out by its flag");
+      on ? requeue(request) : takeOut(request);
+   }
+}
+
+void SharingModel::internalVlanChanged(IntfId intf) {
+   bool present = world().intfVlanIdTable->internalVlanId(intf).value() != 0;
+   // Only what has an entry in hardware is taken out.
+   for (TcamSharingRequest request : present ? wantedOn(intf) : programmed(intf)) {
+      hit(present ? "intake: queued by its VLAN" : "intake: taken out for want of a VLAN");
+      present ? requeue(request) : takeOut(request);
+   }
+}
+
+void SharingModel::tagsChanged(IntfId subIntf) {
+   FapId unit = facts().parentUnit(subIntf);
+   bool present = world().subIntfDot1qEncapChange->dot1qEncapHas(subIntf);
+   auto config = world().subIntfConfigDir->subIntfConfig(subIntf);
+   for (TcamSharingRequest request : wantedOn(subIntf)) {
+      if (!unit.isNull() && request.fapId() != unit) {
+         hit("intake: tags change, another unit's request");
+      } else if (present) {
+         hit(unit.isNull() ? "intake: queued by tags, no one unit" : "intake: queued by tags");
+         requeue(request);
+      } else if (config && !config->dot1qEncap().isZero()) {
+         hit("intake: only the record of a change goes");
+      } else if (config && facts().domain(subIntf, request.fapId())) {
+         hit("intake: tags go, VLAN domain stays");
+      } else {
+         hit("intake: taken out for want of tags");
+         takeOut(request);
+      }
+   }
+}
+
+void SharingModel::intakeRestarts() {
+   for (auto const& [request, given] : Responses(responses_)) {
+      answer(request, std::nullopt);
+   }
+   queued_.clear();
+   for (auto const& [request, policy] : merged_) {
+      if (handedOver(request) != policy) {
+         queued_[request] = true;
+      }
+   }
+}
+
+} // namespace Simulate

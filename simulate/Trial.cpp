@@ -1,0 +1,252 @@
+#include "simulate/Trial.h"
+
+#include "agent/host/EndCopy.h"
+#include "agent/host/ScenarioRunner.h"
+#include "platform/Orv/Failure.h"
+#include "simulate/Checker.h"
+#include "simulate/Properties.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <iostream>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+
+namespace Simulate {
+
+namespace {
+
+// In the child: lines of a letter and a text, written as soon as they are known.
+int reportTo = -1;
+
+void report(char what, std::string const& text) {
+   std::string line = what + text + "\n";
+   for (std::size_t at = 0; at < line.size();) {
+      ssize_t written = ::write(reportTo, line.data() + at, line.size() - at);
+      if (written <= 0 && errno != EINTR) {
+         ::_exit(1);
+      }
+      at += written > 0 ? static_cast<std::size_t>(written) : 0;
+   }
+}
+
+// In the child: whose stop it is.
+Host const* tried = nullptr;
+
+void reportStop(Orv::Failure const& failure) {
+   Follower const* follower = tried->follower();
+   bool due = follower != nullptr && follower->stopsBy(failure.condition);
+   report('F', std::string(due ? "the library stopped, as it has to\tFailed("
+                               : "the library stopped\tFailed(") +
+                   failure.condition + ") " + failure.explanation);
+   endCopy();
+}
+
+class Child {
+ public:
+   Child(Inventory const& inventory, Trial::Prepare const& prepare, bool rehearse)
+       : host_(inventory), runner_(host_, output_, errors_, {.rehearse = rehearse}),
+         rehearses_(rehearse) {
+      tried = &host_;
+      if (prepare) {
+         prepare(host_);
+      }
+      checker_ = &Checker::follow(host_);
+   }
+
+   // False when a check failed.
+   bool run(std::string const& command) {
+      if (command.starts_with("#")) {
+         report('T', command);
+         report('C', "");
+         return checkProperty(command);
+      }
+      output_.str("");
+      errors_.str("");
+      // An invariant that fails outside a rehearsal stops the agent: that is a finding, too.
+      Orv::failureHookIs(reportStop);
+      report('T', command);
+      if (!runner_.runLine(command, "history", 1)) {
+         std::string error = errors_.str().substr(0, errors_.str().find('\n'));
+         error = error.substr(std::min(error.size(), std::strlen("history:1: ")));
+         if (!checker_->unexplained().empty()) {
+            return tell(checker_->check());
+         }
+         report(rehearses_ ? 'R' : 'F',
+                (rehearses_ ? "" : "another history than the known one\t") + error);
+         return rehearses_;
+      }
+      report('C', "");
+      carriedOut_.push_back(command);
+      Findings findings = checker_->check();
+      if (command == "settle" && !(host_.quiet() && output_.str().empty())) {
+         findings.add("everything comes to rest", "it still moves, with ",
+                      host_.isem().codef->backlogSize(), " and ",
+                      host_.inLif().codef->backlogSize(), " requests queued");
+      }
+      return tell(findings);
+   }
+
+   void reportCoverage() {
+      for (auto const& [name, count] : checker_->coverage().counts()) {
+         if (count != 0) {
+            report('P', name + "\t" + std::to_string(count));
+         }
+      }
+   }
+
+ private:
+   bool checkProperty(std::string const& comment) {
+      Findings findings;
+      if (comment == "# check hardware") {
+         checkHardware(host_, findings);
+      } else if (comment == "# check fresh") {
+         checkFresh(host_, carriedOut_, findings);
+      } else if (comment == "# check empty") {
+         checkEmpty(host_, findings);
+      }
+      return tell(findings);
+   }
+
+   static bool tell(Findings const& findings) {
+      if (!findings.empty()) {
+         Finding const& first = findings.list().front();
+         report('F', first.check + "\t" + first.text);
+      }
+      return findings.empty();
+   }
+
+   Host host_;
+   std::ostringstream output_;
+   std::ostringstream errors_;
+   ScenarioRunner runner_;
+   Checker* checker_ = nullptr; // the host's
+   bool rehearses_;
+   std::vector<std::string> carriedOut_;
+};
+
+[[noreturn]] void runChild(Inventory const& inventory, Trial::Source const& source,
+                           Trial::Prepare const& prepare, bool rehearse) {
+   {
+      Child child(inventory, prepare, rehearse);
+      for (auto command = source(); command && child.run(*command); command = source()) {
+      }
+      child.reportCoverage();
+   }
+   report('E', "");
+   endCopy();
+}
+
+// `trying`: the command that has neither ended well nor been refused yet.
+void read(TrialOutcome& outcome, std::string& trying, bool& ended, std::string const& line) {
+   if (line.empty()) {
+      return; // of a text that has several lines
+   }
+   std::string text = line.substr(1);
+   auto tab = text.find('\t');
+   switch (line.front()) {
+   case 'T':
+      trying = text;
+      break;
+   case 'C':
+      outcome.carriedOut.push_back(std::exchange(trying, ""));
+      break;
+   case 'R':
+      trying.clear();
+      if (outcome.refused.empty()) {
+         outcome.firstRefusal = text;
+      }
+      outcome.refused.insert(outcome.carriedOut.size() + outcome.refused.size());
+      outcome.coverage.hit(text.find("(invariant ") != std::string::npos
+                               ? "history: refused, would stop the library"
+                               : "history: refused");
+      break;
+   case 'F':
+      outcome.failure = Finding{text.substr(0, tab), text.substr(tab + 1)};
+      ended = true;
+      break;
+   case 'P':
+      outcome.coverage.hit(text.substr(0, tab), std::stoull(text.substr(tab + 1)));
+      break;
+   default:
+      ended = true;
+   }
+}
+
+} // namespace
+
+Trial::Trial(Inventory const& inventory, Source const& source, Prepare const& prepare,
+             bool rehearse) {
+   int ends[2];
+   if (::pipe(ends) != 0) {
+      throw std::runtime_error("no pipe for a trial");
+   }
+   std::cout.flush();
+   std::cerr.flush();
+   pid_t self = ::getpid();
+   child_ = ::fork();
+   if (child_ == 0) {
+      endWithParent(self);
+      ::close(ends[0]);
+      reportTo = ends[1];
+      runChild(inventory, source, prepare, rehearse);
+   }
+   ::close(ends[1]);
+   results_ = ends[0];
+   // Room for a whole history, so that a trial goes on while another one is waited for.
+   ::fcntl(results_, F_SETPIPE_SZ, 1 << 20);
+   if (child_ < 0) {
+      throw std::runtime_error("no process for a trial");
+   }
+}
+
+Trial::Trial(Trial&& other) noexcept
+    : child_(std::exchange(other.child_, -1)), results_(std::exchange(other.results_, -1)) {}
+
+Trial::~Trial() {
+   if (child_ > 0) {
+      ::kill(child_, SIGKILL);
+      outcome();
+   }
+}
+
+TrialOutcome Trial::outcome() {
+   TrialOutcome outcome;
+   std::string pending;
+   std::string trying;
+   bool ended = false;
+   char buffer[65536];
+   for (ssize_t got = 1; got != 0;) {
+      got = ::read(results_, buffer, sizeof buffer);
+      if (got < 0 && errno != EINTR) {
+         break;
+      }
+      pending.append(buffer, got > 0 ? static_cast<std::size_t>(got) : 0);
+      std::size_t from = 0;
+      for (std::size_t end; (end = pending.find('\n', from)) != std::string::npos; from = end + 1) {
+         read(outcome, trying, ended, pending.substr(from, end - from));
+      }
+      pending.erase(0, from);
+   }
+   ::close(results_);
+   int status = 0;
+   while (::waitpid(child_, &status, 0) < 0 && errno == EINTR) {
+   }
+   child_ = -1;
+   if (!ended) {
+      outcome.failure =
+          Finding{"the agent ended", WIFSIGNALED(status)
+                                         ? "by signal " + std::to_string(WTERMSIG(status))
+                                         : "with code " + std::to_string(WEXITSTATUS(status))};
+   }
+   if (!trying.empty()) {
+      outcome.carriedOut.push_back(trying); // the one that it failed in
+   }
+   return outcome;
+}
+
+} // namespace Simulate

@@ -1,0 +1,49 @@
+// One history on a fresh agent, in a process of its own: whatever becomes of the agent there, it is
+// told here.
+#pragma once
+
+#include "agent/host/Host.h"
+#include "simulate/Coverage.h"
+#include "simulate/Findings.h"
+
+#include <functional>
+#include <optional>
+#include <set>
+#include <sys/types.h>
+
+namespace Simulate {
+
+using Agent::Host;
+using Agent::Inventory;
+
+struct TrialOutcome {
+   std::vector<std::string> carriedOut; // commands that were accepted, in order
+   std::set<uint64_t> refused;          // the others, by their number among all
+   std::string firstRefusal;            // what was said to the first of them
+   Coverage coverage;
+   std::optional<Finding> failure; // the check that failed, or how the agent ended
+};
+
+class Trial {
+ public:
+   // The next command; none: the history is over.
+   using Source = std::function<std::optional<std::string>()>;
+   // Called on each new agent, before any command.
+   using Prepare = std::function<void(Host&)>;
+
+   // Starts the process; `source` is asked there. Unrehearsed: the commands were all accepted
+   // before, in this order.
+   Trial(Inventory const& inventory, Source const& source, Prepare const& prepare,
+         bool rehearse = true);
+   Trial(Trial&& other) noexcept;
+   Trial& operator=(Trial&&) = delete;
+   ~Trial();
+   // Waits for its end. Once.
+   TrialOutcome outcome();
+
+ private:
+   pid_t child_ = -1;
+   int results_ = -1;
+};
+
+} // namespace Simulate

@@ -1,0 +1,47 @@
+#include "simulate/explanations/ExplanationCheck.h"
+
+#include "agent/command/Explanation.h"
+#include "simulate/explanations/RequestTruth.h"
+
+#include <set>
+
+namespace Simulate {
+
+using namespace Hardware::ShoalTunnel;
+
+namespace {
+
+std::string printedProblems(Host& host) {
+   std::ostringstream out;
+   Arguments arguments(split("--format json", " "));
+   commandRegistry().find("problems")->run(host, arguments, out);
+   return out.str();
+}
+
+} // namespace
+
+void ExplanationCheck::check(Findings& findings) const {
+   witness_.noteQuietEvents();
+   std::set<std::string> listed;
+   Json const problems = Json::parse(printedProblems(host_));
+   for (auto const& row : problems.at("rows")) {
+      listed.insert(row.at("request").get<std::string>());
+   }
+   Situations situations(host_);
+   Leads leads(host_, facts_);
+   for (TcamSharingRequest request : knownRequests(host_)) {
+      RequestTruth truth(host_, facts_, witness_, leads, request);
+      Explanation explanation = explain(situations.of(request), host_);
+      for (std::string const& untruth : truth.untruths(explanation)) {
+         findings.add("explanations are true", printedRequest(request), ": ", untruth, ", in \"",
+                      explanation.verdict, "\"");
+      }
+      if (listed.contains(printedRequest(request)) == truth.sound()) {
+         findings.add("problems are told", printedRequest(request),
+                      truth.sound() ? " is a row" : " is no row", ": ", explanation.verdict);
+      }
+   }
+   checkFeatures(findings);
+}
+
+} // namespace Simulate

@@ -1,0 +1,120 @@
+// What is true of one request, found out from the tables and the chip alone, to hold its
+// explanation against.
+#pragma once
+
+#include "agent/command/Explanation.h"
+#include "simulate/explanations/Sentences.h"
+#include "simulate/explanations/Witness.h"
+#include "simulate/Facts.h"
+
+#include <map>
+
+namespace Simulate {
+
+// Where requests lead now, whether or not their units are available.
+class Leads {
+ public:
+   // Of every wanted request.
+   Leads(Host const& host, Facts const& facts);
+   std::vector<EntryKey> keysOf(TcamSharingRequest request) const;
+   std::vector<TcamSharingRequest> requestsAt(EntryKey const& key) const;
+   // By the printed key.
+   std::vector<TcamSharingRequest> requestsAt(std::string const& key) const;
+
+ private:
+   Host const& host_;
+   Facts const& facts_;
+   std::map<EntryKey, std::vector<TcamSharingRequest>> requests_;
+};
+
+class RequestTruth {
+ public:
+   RequestTruth(Host const& host, Facts const& facts, Witness const& witness, Leads const& leads,
+                TcamSharingRequest request);
+
+   // What of the explanation is not true, or left out.
+   std::vector<std::string> untruths(Explanation const& explanation) const;
+   // Problems have nothing to list.
+   bool sound() const;
+
+ private:
+   // One entry of the chip that the request leads to, or led to.
+   struct Entry {
+      std::string key;
+      std::optional<uint64_t> configured;
+      std::optional<uint64_t> held;
+      uint64_t wanted = 0;
+      std::vector<Seconds> due; // of answers on their way
+      bool heldBack = false;
+      bool isem = false;
+      bool owned = false; // the request's own: without data it is an entry all the same
+      FapId unit;
+      std::vector<std::string> users;    // others that lead there or are recorded there
+      std::vector<std::string> recorded; // of those
+      std::string words(std::optional<uint64_t> data) const;
+   };
+   template<class T>
+   Entry entry(ChipTable<T> const& chip, typename T::Config const& config, typename T::Key key,
+               uint64_t wanted) const;
+   Entry isemEntry(AradSemKeyAndFap key) const;
+   Entry mapperEntry(VlanTagToVsiMapperKey key) const;
+   Entry tunnelEntry() const;
+   void findEntries();
+   void findPending();
+   bool isSentence(std::string const& sentence) const;
+   bool isWhere(std::string const& sentence) const;
+   // What stands at an entry that the request does not lead to.
+   bool isLeft(std::string const& sentence) const;
+   // "A, B uses"
+   static bool isUse(std::string const& text, std::vector<std::string> const& users);
+   bool asked() const;
+   // The features that ask for what the merged policy does not have, as they are told.
+   std::vector<std::string> overruled() const;
+   bool isReason(std::string const& reason) const;
+   bool isLack(std::string const& lack) const;
+   bool isWaiting(std::string const& sentence) const;
+   bool isAnswer(std::string const& sentence) const;
+   bool isFailure(std::string const& why) const;
+   bool isRemedy(std::string const& sentence) const;
+   // What the remedy that writes has to wait for, as it is told.
+   std::string waitOf(bool replays) const;
+   // The places that a unit has left, and its entries that are configured and missing.
+   std::optional<uint64_t> room(FapId unit) const;
+   uint64_t missing(FapId unit) const;
+   ChipTableKind kind() const;
+   void addUsers(Entry& entry, std::vector<TcamSharingRequest> const& requests) const;
+   Entry entryOf(EntryKey const& key) const;
+   static std::string inWords(uint64_t policy);
+   // Its entries' answers are counted on, and none of them waits for one.
+   bool countsInVain(std::string const& count) const;
+   bool isFact(std::string const& label, std::string const& text) const;
+   bool isEntryFact(std::string const& text) const;
+   // What is told behind an entry, of that entry.
+   bool isEntryEvent(std::string const& label, std::string const& text,
+                     std::string const& key) const;
+   bool isCause(std::string const& why, std::string const& time) const;
+   bool inHardware() const;
+   bool findLack() const;
+   Entry const* byKey(std::string const& key) const;
+   // The policy's bits that no entry of the request carries.
+   uint64_t beyond() const;
+
+   Host const& host_;
+   Facts const& facts_;
+   Witness const& witness_;
+   Leads const& at_;
+   TcamSharingRequest request_;
+   SharingPipeline const& pipeline_;
+   bool isem_;
+   uint64_t policy_;
+   TcamSharingResponse response_;
+   bool queued_;
+   std::vector<TcamSharingEntry> retried_;
+   std::vector<Entry> leads_;   // where it leads now
+   std::vector<Entry> wanted_;  // the same, while a policy is wanted there
+   std::vector<Entry> left_;    // it led there, and is recorded there or carried there
+   std::vector<Entry> pending_; // a write or removal for it waits there
+   bool lacks_ = true;          // it cannot be programmed now
+};
+
+} // namespace Simulate

@@ -1,0 +1,154 @@
+#include "simulate/explanations/Witness.h"
+
+#include "agent/command/Names.h"
+
+namespace Simulate {
+
+using namespace Hardware::ShoalTunnel;
+
+namespace {
+
+Seconds now() {
+   return Orv::System::peekTime();
+}
+
+Witness::Event eventOf(SemTableStatusEntry const& status) {
+   return status.statusCode == 1                                      ? Witness::Event::accepted
+          : status.statusCode == static_cast<uint32_t>(Outcome::full) ? Witness::Event::full
+                                                                      : Witness::Event::refused;
+}
+
+Witness::Event eventOf(VlanTagToVsiMapperStatusType const& status) {
+   return static_cast<uint32_t>(status.errorType) == 9 ? Witness::Event::accepted
+          : static_cast<uint32_t>(status.errorType) == static_cast<uint32_t>(Outcome::full)
+              ? Witness::Event::full
+              : Witness::Event::refused;
+}
+
+Witness::Event eventOf(TunnelPolicyMapperStatusType const& status) {
+   return status.statusCode == 2   ? Witness::Event::accepted
+          : status.statusCode == 3 ? Witness::Event::inProgress
+          : status.statusCode == 10 + static_cast<uint32_t>(Outcome::full)
+              ? Witness::Event::full
+              : Witness::Event::refused;
+}
+
+} // namespace
+
+Witness::Witness(Host& host) : host_(host) {
+   writes_ = chipWrites();
+   auto const& isem = host.isem();
+   auto const& inLif = host.inLif();
+   for (auto const& [key, result] : inLif.mapperConfig->configIter()) {
+      lifs_[key] = result.lif;
+      note(Event::made, printedKey(key));
+   }
+   watch<IsemTable>(*isem.table, *isem.tableStatus);
+   watch<MapperTable>(*inLif.mapperConfig, *inLif.mapperStatus);
+   watch<TunnelTable>(*inLif.tunnelConfig, *inLif.tunnelStatus);
+   for (SharingPipeline* pipeline : host.pipelines()) {
+      watchers_.watch<TcamSharingRequest>(pipeline->mergedStatus->responseCollection(),
+                                          [this](TcamSharingRequest const& request) {
+                                             responses_[printedRequest(request)].push_back(now());
+                                          });
+   }
+   for (auto const& output : {isem.outputTable, inLif.tagOutput, inLif.tunnelOutput}) {
+      watchers_.watch<TcamSharingRequest>(output->requestCollection(),
+                                          [this](TcamSharingRequest const& request) {
+                                             worked_[printedRequest(request)].push_back(now());
+                                          });
+   }
+   watchers_.watch<TcamSharingRequest>(
+       isem.common->tcamRequestToIsemKeyMappingCollection(),
+       [this](TcamSharingRequest const& request) {
+          auto key = host_.isem().common->tcamRequestToIsemKeyMapping(request);
+          auto& before = mapping_[request];
+          if (before != AradSemKeyAndFap() && before != key) {
+             leaves_[printedRequest(request) + " " + printedKey(before)].push_back(now());
+          }
+          before = key;
+       });
+}
+
+template<class T>
+void Witness::watch(typename T::Config const& config, typename T::Status const& status) {
+   using Key = typename T::Key;
+   watchers_.watch<Key>(config.configCollection(), [this, &config](Key const& key) {
+      auto data = config.configCollection().find(key);
+      if constexpr (std::is_same_v<T, MapperTable>) {
+         writers_[key] = host_.inLif().common->pendingLifEntries(key).request();
+         if (data && lifs_[key] != data->lif) {
+            lifs_[key] = data->lif;
+            note(Event::made, printedKey(key));
+            noteLoss(printedKey(key));
+            return;
+         }
+      }
+      note(data ? Event::written : Event::removed, printedKey(key));
+      noteLoss(printedKey(key));
+   });
+   watchers_.watch<Key>(status.statusCollection(), [this, &status](Key const& key) {
+      noteRestarts();
+      auto answer = status.statusCollection().find(key);
+      note(answer ? eventOf(*answer) : Event::gone, printedKey(key));
+   });
+}
+
+void Witness::note(Event event, std::string const& key) {
+   events_[{event, key}].push_back(now());
+}
+
+// The chip, which hears of a write first, has drawn what becomes of the answer.
+void Witness::noteLoss(std::string const& key) {
+   uint64_t lost = host_.chip().faults().suffered(Fault::lose);
+   if (lost != lost_) {
+      note(Event::answerLost, key);
+   }
+   lost_ = lost;
+   ++writes_;
+}
+
+uint64_t Witness::chipWrites() const {
+   uint64_t writes = 0;
+   for (ChipCounters const& counters :
+        {host_.chip().isem().counters(), host_.chip().mapper().counters(),
+         host_.chip().tunnels().counters()}) {
+      writes += counters.writes + counters.removals;
+   }
+   return writes;
+}
+
+bool Witness::sawWriteFor(std::string const& request, std::string const& key) const {
+   for (Event event : {Event::written, Event::removed}) {
+      if (auto found = events_.find({event, key}); found != events_.end()) {
+         for (Seconds time : found->second) {
+            if (sawWorked(request, printedSeconds(time))) {
+               return true;
+            }
+         }
+      }
+   }
+   return false;
+}
+
+void Witness::noteQuietEvents() {
+   noteRestarts();
+   lost_ = host_.chip().faults().suffered(Fault::lose);
+   if (writes_ != chipWrites()) {
+      writes_ = chipWrites();
+      replays_[""].push_back(now());
+   }
+}
+
+void Witness::noteRebuild() {
+   rebuilds_[""].push_back(now());
+}
+
+void Witness::noteRestarts() {
+   if (restartCount_ != host_.chip().restarts()) {
+      restartCount_ = host_.chip().restarts();
+      restarts_[""].push_back(now());
+   }
+}
+
+} // namespace Simulate

@@ -1,0 +1,104 @@
+// What happened around the hardware tables, recorded from their changes alone: for checks of what
+// explanations say of the past. Shares nothing with the chronicle.
+#pragma once
+
+#include "agent/host/Host.h"
+#include "simulate/Watcher.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <string>
+
+namespace Simulate {
+
+using namespace Agent;
+
+class Witness {
+ public:
+   explicit Witness(Host& host);
+
+   // Each is of an entry, by its printed key, and of a printed time.
+   enum class Event {
+      written,    // the table took other data, or the entry
+      made,       // the entry came with a logical interface of its own
+      removed,    // it left the table
+      accepted,   // the chip's answer
+      refused,    //
+      full,       //
+      gone,       // the status went: a removal's answer, or a restart
+      inProgress, //
+      answerLost, // of a write or removal
+   };
+   bool saw(Event event, std::string const& key, std::string const& time) const {
+      return at(events_, {event, key}, time);
+   }
+   // At any time.
+   bool saw(Event event, std::string const& key) const { return events_.contains({event, key}); }
+   // The entry was written or removed when the request was worked, at any time.
+   bool sawWriteFor(std::string const& request, std::string const& key) const;
+   // Who gave the mapper entry its present data.
+   TcamSharingRequest writerOf(VlanTagToVsiMapperKey key) const {
+      auto found = writers_.find(key);
+      return found == writers_.end() ? TcamSharingRequest() : found->second;
+   }
+   // The request was known under the ISEM entry until then.
+   bool sawLeave(std::string const& request, std::string const& key,
+                 std::string const& time) const {
+      return at(leaves_, request + " " + key, time);
+   }
+   bool sawResponse(std::string const& request, std::string const& time) const {
+      return at(responses_, request, time);
+   }
+   // A machine took the request up then, from its output or when it was built.
+   bool sawWorked(std::string const& request, std::string const& time) const {
+      return at(worked_, request, time) || at(rebuilds_, std::string(), time);
+   }
+   bool sawRestart(std::string const& time) const { return at(restarts_, std::string(), time); }
+   // The chip was written anew, or an answer to that was lost: of no entry in particular.
+   bool sawReplay(std::string const& time) const {
+      return at(replays_, std::string(), time, 2000.0);
+   }
+   // What shows in no table: restarts of an empty chip, and its being written anew. Right after it.
+   void noteQuietEvents();
+   // A machine is built again.
+   void noteRebuild();
+
+ private:
+   // Within one notification the clock is read a few times, which may take time.
+   template<class Key>
+   bool at(std::map<Key, std::vector<Seconds>> const& times, Key const& key,
+           std::string const& time, double readings = 50.0) const {
+      auto found = times.find(key);
+      double slack = 1e-6 + readings * host_.time().costPerReading();
+      return found != times.end() &&
+             std::any_of(found->second.begin(), found->second.end(),
+                         [&](Seconds each) { return std::abs(each - std::stod(time)) <= slack; });
+   }
+   void noteRestarts();
+   uint64_t chipWrites() const;
+   void note(Event event, std::string const& key);
+   template<class T>
+   void watch(typename T::Config const& config, typename T::Status const& status);
+   void noteLoss(std::string const& key);
+
+   Host& host_;
+   template<class Key>
+   using Times = std::map<Key, std::vector<Seconds>>;
+   Times<std::pair<Event, std::string>> events_;
+   Times<std::string> leaves_;
+   Times<std::string> responses_;
+   Times<std::string> worked_;
+   Times<std::string> rebuilds_; // of no key
+   Times<std::string> restarts_; // of no key
+   std::map<TcamSharingRequest, AradSemKeyAndFap> mapping_;
+   std::map<VlanTagToVsiMapperKey, uint32_t> lifs_;
+   std::map<VlanTagToVsiMapperKey, TcamSharingRequest> writers_;
+   uint64_t lost_ = 0;
+   uint64_t restartCount_ = 0;
+   uint64_t writes_ = 0;
+   Times<std::string> replays_; // of no key
+   Watchers watchers_;
+};
+
+} // namespace Simulate
