@@ -1,4 +1,4 @@
-// Marks what the library offers to other shared objects; everything else stays hidden.
+// Marks the symbols that the library exports. All others are hidden.
 #pragma once
 
 #define TCAM_SHARING_EXPORT __attribute__((visibility("default")))

@@ -1,5 +1,5 @@
-// The version of the library whose headers a host was compiled with. The build takes the project's
-// version from this file, so the package, the pkg-config file and the libraries have the same one.
+// The version of the library. The build reads it from this file, so that the CMake package, the
+// pkg-config file and the libraries have the same one.
 #pragma once
 
 #define TCAM_SHARING_VERSION_MAJOR 0

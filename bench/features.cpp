@@ -1,17 +1,18 @@
-// What a request for an in-LIF feature costs from its request directory to the feature word and the
-// response, on three roads (a request per sub-interface, a request per port, all twelve features of
-// each sub-interface), each beside two floors that do the same table operations and nothing else.
-// Then what changes of membership and of layout cost among many aggregates.
-#include "bench/support/FeatureFloor.h"
+// The cost of a request for an in-LIF feature, from its request directory to the feature word and
+// the response. There are three paths: one request per sub-interface, one request per port, and all
+// twelve features of each sub-interface. Each is compared with two baselines that do the same table
+// operations and nothing else. Then the cost of membership and layout changes among many
+// aggregates.
+#include "bench/support/FeatureBaseline.h"
 #include "bench/support/FeaturePipeline.h"
-#include "bench/support/RoadRuns.h"
+#include "bench/support/PathRuns.h"
 
 #include <cstdio>
 
 namespace Bench {
 namespace {
 
-// The middle one of several runs, each in a process of its own; negative when one failed.
+// The median of several runs, each in its own process; negative if one failed.
 template<class Work>
 double medianOf(unsigned runs, Work const& work) {
    std::vector<double> all;
@@ -22,14 +23,14 @@ double medianOf(unsigned runs, Work const& work) {
    return all.front() < 0 ? all.front() : all[all.size() / 2];
 }
 
-// ns per port that joins or leaves a port-channel whose features its members carry, while this many
-// ports and sub-interfaces have requests of their own.
+// ns for a port to join or leave a port-channel that has a feature request, while `others` ports
+// and sub-interfaces have requests of their own.
 double flap(std::size_t others, unsigned number) {
    constexpr std::size_t members = 64;
    constexpr unsigned rounds = 200;
-   FeatureWorld world(FeatureAsking::ports, others / 2, number);
+   FeatureWorld world(FeatureRequestKind::ports, others / 2, number);
    for (auto const& request :
-        FeatureWorld(FeatureAsking::subInterfaces, others / 2, number).requests) {
+        FeatureWorld(FeatureRequestKind::subInterfaces, others / 2, number).requests) {
       world.requests.push_back(request);
    }
    IntfId lag("Port-Channel" + std::to_string(number));
@@ -68,9 +69,9 @@ double flap(std::size_t others, unsigned number) {
    return seconds * 1e9 / (2.0 * members * rounds);
 }
 
-// Seconds until every word is where a new layout puts it.
-double newLayout(FeatureAsking asking, std::size_t count, unsigned number) {
-   FeatureWorld world(asking, count, number);
+// Seconds to rewrite every word for a new layout.
+double newLayout(FeatureRequestKind kind, std::size_t count, unsigned number) {
+   FeatureWorld world(kind, count, number);
    FeaturePipeline pipeline(world);
    for (std::size_t which = 0; which < count; ++which) {
       pipeline.ask(which, 5);
@@ -100,8 +101,8 @@ bool printFlaps() {
          return false;
       }
       alone = others == 0 ? ns : alone;
-      std::printf("  beside %7zu other aggregates: %6.0f ns per membership change, %.2f of that "
-                  "beside none\n",
+      std::printf("  beside %7zu other aggregates: %6.0f ns per membership change, x%.2f of the "
+                  "cost beside none\n",
                   others, ns, ns / alone);
    }
    return true;
@@ -109,15 +110,14 @@ bool printFlaps() {
 
 bool printLayouts(std::size_t count) {
    std::printf("\nA new TCAM key version over %zu aggregates\n", count);
-   for (FeatureAsking asking : {FeatureAsking::subInterfaces, FeatureAsking::ports}) {
-      char const* kind = asking == FeatureAsking::ports ? "ports" : "sub-interfaces";
-      double seconds =
-          medianOf(7, [&](unsigned number) { return newLayout(asking, count, number); });
+   for (FeatureRequestKind kind : {FeatureRequestKind::subInterfaces, FeatureRequestKind::ports}) {
+      char const* name = kind == FeatureRequestKind::ports ? "ports" : "sub-interfaces";
+      double seconds = medianOf(7, [&](unsigned number) { return newLayout(kind, count, number); });
       if (seconds < 0) {
-         std::printf("  %-14s words or responses are wrong\n", kind);
+         std::printf("  %-14s words or responses are wrong\n", name);
          return false;
       }
-      std::printf("  %-14s %7.2f ms, %.0f ns per aggregate\n", kind, seconds * 1e3,
+      std::printf("  %-14s %7.2f ms, %.0f ns per aggregate\n", name, seconds * 1e3,
                   seconds * 1e9 / static_cast<double>(count));
    }
    return true;
@@ -128,14 +128,15 @@ bool printLayouts(std::size_t count) {
 
 int main(int argc, char** argv) {
    using namespace Bench;
-   RoadRuns runs(countsUpTo(limit()));
-   runs.add<FeatureWorld, FeaturePipeline, FeatureFloor>(Road::subIntfFeatures,
-                                                         FeatureAsking::subInterfaces);
-   runs.add<FeatureWorld, FeaturePipeline, FeatureFloor>(Road::portFeatures, FeatureAsking::ports);
-   runs.add<FeatureWorld, FeaturePipeline, FeatureFloor>(Road::allFeatures,
-                                                         FeatureAsking::allTypes);
+   PathRuns runs(countsUpTo(limit()));
+   runs.add<FeatureWorld, FeaturePipeline, FeatureBaseline>(Path::subIntfFeatures,
+                                                            FeatureRequestKind::subInterfaces);
+   runs.add<FeatureWorld, FeaturePipeline, FeatureBaseline>(Path::portFeatures,
+                                                            FeatureRequestKind::ports);
+   runs.add<FeatureWorld, FeaturePipeline, FeatureBaseline>(Path::allFeatures,
+                                                            FeatureRequestKind::allTypes);
    if (!runs.run(argc, argv)) {
-      return runs.anyWrong() ? 1 : 0; // a filter left some out
+      return runs.anyWrong() ? 1 : 0; // a filter excluded some runs
    }
    bool right = printFlaps();
    right = printLayouts(std::min<std::size_t>(limit(), 100000)) && right;

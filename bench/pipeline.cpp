@@ -1,11 +1,12 @@
-// What a request costs from the ACL feature's configuration to its status, the chip answering at
-// once: time and heap, on three roads (to the ISEM, to the in-LIFs of sub-interfaces and to those
-// of tunnels), each beside two floors that do the same table operations and nothing else.
-#include "bench/support/InLifFloor.h"
+// The cost of a request, in time and heap, from the ACL feature's configuration to its status. The
+// chip answers at once. There are three paths: to the ISEM, to the in-LIFs of sub-interfaces and to
+// those of tunnels. Each is compared with two baselines that do the same table operations and
+// nothing else.
+#include "bench/support/InLifBaseline.h"
 #include "bench/support/InLifPipeline.h"
-#include "bench/support/IsemFloor.h"
+#include "bench/support/IsemBaseline.h"
 #include "bench/support/IsemPipeline.h"
-#include "bench/support/RoadRuns.h"
+#include "bench/support/PathRuns.h"
 
 #include <chrono>
 #include <cstdio>
@@ -14,8 +15,8 @@
 namespace Bench {
 namespace {
 
-// The slowest single request while filling, in processor time, and a slice over the whole backlog,
-// in time: that is what the slice goes by. The best of three runs.
+// Seconds of processor time of the slowest single request while filling, and seconds of elapsed
+// time of a slice over the whole backlog, since a slice ends by elapsed time.
 struct Stalls {
    double ask = 0;
    double work = 0;
@@ -23,24 +24,24 @@ struct Stalls {
 };
 
 Stalls stalls(std::size_t count, unsigned number) {
-   World world(Asking::subInterfaces, count, number);
-   IsemPipeline road(world);
-   road.codef().backlogQuantumIs(0.0); // one request to a slice
+   World world(RequestKind::subInterfaces, count, number);
+   IsemPipeline pipeline(world);
+   pipeline.codef().backlogQuantumIs(0.0); // one request per slice
    Stalls slowest;
    for (std::size_t i = 0; i < count; ++i) {
       double start = processorTime();
-      road.ask(i, 5);
+      pipeline.ask(i, 5);
       slowest.ask = std::max(slowest.ask, processorTime() - start);
       start = processorTime();
-      road.slice();
+      pipeline.slice();
       slowest.work = std::max(slowest.work, processorTime() - start);
    }
-   road.codef().backlogQuantumIs(0.1);
+   pipeline.codef().backlogQuantumIs(0.1);
    for (std::size_t i = 0; i < count; ++i) {
-      road.ask(i, 6);
+      pipeline.ask(i, 6);
    }
    auto start = std::chrono::steady_clock::now();
-   road.slice();
+   pipeline.slice();
    slowest.slice = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
    return slowest;
 }
@@ -61,7 +62,7 @@ void printStalls(std::size_t count) {
                best.slice * 1e3);
 }
 
-// Runs the same road from a build with trace points and one without, in turn.
+// Runs path_traced and path_untraced alternately and compares their times.
 void printTraceCost(std::filesystem::path const& folder, std::size_t count) {
    auto time = [&](char const* program) {
       std::string command = (folder / program).string() + " " + std::to_string(count);
@@ -77,14 +78,14 @@ void printTraceCost(std::filesystem::path const& folder, std::size_t count) {
    std::vector<double> ratios;
    for (int pair = 0; pair < 15; ++pair) {
       bool tracedFirst = pair % 2 == 0;
-      double first = time(tracedFirst ? "road_traced" : "road_untraced");
-      double second = time(tracedFirst ? "road_untraced" : "road_traced");
+      double first = time(tracedFirst ? "path_traced" : "path_untraced");
+      double second = time(tracedFirst ? "path_untraced" : "path_traced");
       if (first > 0 && second > 0) {
          ratios.push_back(tracedFirst ? first / second : second / first);
       }
    }
    if (ratios.empty()) {
-      std::printf("\nroad_traced and road_untraced are not built: no figure for trace points\n");
+      std::printf("\npath_traced and path_untraced are not built: no figure for trace points\n");
       return;
    }
    std::sort(ratios.begin(), ratios.end());
@@ -100,12 +101,12 @@ void printTraceCost(std::filesystem::path const& folder, std::size_t count) {
 int main(int argc, char** argv) {
    using namespace Bench;
    auto counts = countsUpTo(limit());
-   RoadRuns runs(counts);
-   runs.add<World, IsemPipeline, IsemFloor>(Road::isem, Asking::subInterfaces);
-   runs.add<World, InLifPipeline, InLifFloor>(Road::inLif, Asking::subInterfaces);
-   runs.add<World, InLifPipeline, InLifFloor>(Road::tunnel, Asking::tunnels);
+   PathRuns runs(counts);
+   runs.add<World, IsemPipeline, IsemBaseline>(Path::isem, RequestKind::subInterfaces);
+   runs.add<World, InLifPipeline, InLifBaseline>(Path::inLif, RequestKind::subInterfaces);
+   runs.add<World, InLifPipeline, InLifBaseline>(Path::tunnel, RequestKind::tunnels);
    if (!runs.run(argc, argv)) {
-      return runs.anyWrong() ? 1 : 0; // a filter left some out
+      return runs.anyWrong() ? 1 : 0; // a filter excluded some runs
    }
    printStalls(counts.back());
    printTraceCost(std::filesystem::path(argv[0]).parent_path(),

@@ -1,4 +1,4 @@
-// For builds that count coverage: a death test ends by abort, which would lose what it ran.
+// For coverage builds: writes the counts of a death test, which ends by abort.
 #include <csignal>
 #include <cstdlib>
 

@@ -7,7 +7,7 @@ namespace Hardware::ShoalTunnel {
 Orv::Interner<InLifFeatureKeyFields> inLifFeatureKeyInterner;
 
 namespace {
-// The three fields as people read them.
+// The three fields in the order in which they are printed.
 struct PrintedKey {
    Plexus::IntfId intfId;
    Shoal::SystemTcamId tcamId;
@@ -20,8 +20,8 @@ uint16_t bitOf(InLifFeatureType type) {
    return static_cast<uint16_t>(1U << static_cast<unsigned>(type));
 }
 
-// Of each interface, by its index, the types of which a key was made: asking for one that was not
-// is answered without a look into the hash.
+// Index of an InLifIntfKey -> bits of the types for which a key was made. Lets existing() answer
+// without a hash look-up.
 std::deque<uint16_t>& typesMade() {
    static std::deque<uint16_t> types;
    return types;

@@ -1,4 +1,4 @@
-// The key of requests and responses: one feature of one in-LIF interface.
+// The key of requests and responses: one feature type of one in-LIF interface.
 #pragma once
 
 #include "platform/Hardware/ShoalTunnel/InLifFeatureType.h"
@@ -6,10 +6,11 @@
 
 namespace Hardware::ShoalTunnel {
 
-// What is asked for a feature.
+// The requested value of a feature.
 using InLifFeatureValue = uint32_t;
 
-// Holds the interface's handle, so that going from a feature to its interface costs nothing.
+// Has the interned interface key, so that no look-up is needed to get from a feature to its
+// interface.
 struct InLifFeatureKeyFields {
    InLifIntfKey intfKey;
    InLifFeatureType featureType = InLifFeatureType::none;
@@ -29,7 +30,7 @@ TCAM_SHARING_EXPORT extern Orv::Interner<InLifFeatureKeyFields> inLifFeatureKeyI
 class InLifFeatureKey : public Orv::Interned<InLifFeatureKeyFields, inLifFeatureKeyInterner> {
  public:
    constexpr InLifFeatureKey() = default;
-   // Throws Orv::RangeException for anything but the twelve feature types.
+   // Throws Orv::RangeException unless `featureType` is one of the twelve feature types.
    TCAM_SHARING_EXPORT InLifFeatureKey(InLifIntfKey intfKey, InLifFeatureType featureType);
    InLifFeatureKey(Plexus::IntfId intfId, Shoal::SystemTcamId tcamId, InLifFeatureType featureType)
        : InLifFeatureKey(InLifIntfKey(intfId, tcamId), featureType) {}
@@ -38,8 +39,8 @@ class InLifFeatureKey : public Orv::Interned<InLifFeatureKeyFields, inLifFeature
       key.index_ = index;
       return key;
    }
-   // The key if it was ever made, the default key otherwise: for walks over all types, which must
-   // not fill the process with keys of features that nobody asks for.
+   // The key if it was made before, otherwise the default key. For walks over all types, so that
+   // they do not intern keys that nobody uses.
    TCAM_SHARING_EXPORT static InLifFeatureKey existing(InLifIntfKey intfKey,
                                                        InLifFeatureType featureType);
 

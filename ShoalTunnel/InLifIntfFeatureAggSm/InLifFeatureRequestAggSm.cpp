@@ -36,7 +36,7 @@ void InLifFeatureRequestAggSm::handleRequest(InLifFeatureKey const& reqKey) {
       TRACE(7, "Removed feature for intfCfg: ", intfKey, " feature: ", type);
       aggr->versionInc(1);
    } else {
-      // No new version: consumers see the aggregate go.
+      // No new version: consumers are notified of the removal.
       TRACE(7, "Deleting intfCfg for: ", intfKey);
       inLifIntfCfg_->requestDel(intfKey);
    }

@@ -1,10 +1,10 @@
-// Folds the requests of one feature's request directory into the shared in-LIF configuration.
+// Aggregates the requests of one request directory into the shared in-LIF configuration.
 //
-// Reads one InLifFeatureRequestDir, writes InLifIntfConfig, which the machines of other directories
-// write too. An aggregate exists while it has a feature. Nobody keeps account of who asked for
-// what: the last value written for a feature stands, and a withdrawal takes the feature away even
-// while another directory still asks for it. Each requester is meant to keep to feature types of
-// its own. Ending a machine takes nothing back. Event thread only.
+// Reads one InLifFeatureRequestDir and writes InLifIntfConfig, which the machines of other
+// directories write too. An aggregate exists while it has a feature. The requester of a feature is
+// not recorded: the last value written wins, and a withdrawal removes the feature even if another
+// directory still requests it. So requesters are expected to use disjoint feature types. The end of
+// a machine does not withdraw its requests. Event thread only.
 #pragma once
 
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureRequestDir.h"
@@ -14,11 +14,11 @@ namespace Hardware::ShoalTunnel {
 
 class TCAM_SHARING_EXPORT InLifFeatureRequestAggSm : public Orv::RefCounted {
  public:
-   // Aggregates every request that is there. A null directory reads as empty.
+   // Aggregates every request of the directory. A null directory reads as empty.
    InLifFeatureRequestAggSm(Orv::Ptr<InLifFeatureRequestDir const> requestDir,
                             Orv::Ptr<InLifIntfConfig> inLifIntfCfg);
 
-   // The directory's name.
+   // The name of the directory.
    Orv::Name name() const { return requestDir_ ? requestDir_->name() : Orv::Name(); }
    Orv::Ptr<InLifFeatureRequestDir const> const& requestDir() const { return requestDir_; }
 
@@ -40,7 +40,6 @@ class TCAM_SHARING_EXPORT InLifFeatureRequestAggSm : public Orv::RefCounted {
    OrvRequestDir orvRequestDir_;
 };
 
-// With the constructor's arguments.
 template<class... Args>
 Orv::Ptr<InLifFeatureRequestAggSm> inLifFeatureRequestAggSmFactory(Args&&... args) {
    return Orv::make<InLifFeatureRequestAggSm>(std::forward<Args>(args)...);

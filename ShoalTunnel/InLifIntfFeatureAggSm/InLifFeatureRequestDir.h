@@ -1,4 +1,4 @@
-// What one requesting feature asks for.
+// The requests of one requester.
 #pragma once
 
 #include "platform/Orv/Entity.h"
@@ -13,16 +13,14 @@ struct InLifFeatureRequest {
    ORV_VALUE(InLifFeatureRequest, "Hardware::ShoalTunnel::InLifFeatureRequest", key, value)
 };
 
-// The requests of one feature. Written by the feature; stands in the input directory under its
-// name.
+// Written by the requester, which enters it in the input directory under its name.
 class TCAM_SHARING_EXPORT InLifFeatureRequestDir : public Orv::Entity {
    ORV_ENTITY(InLifFeatureRequestDir, "Hardware::ShoalTunnel::InLifFeatureRequestDir")
 
    explicit InLifFeatureRequestDir(Orv::Name name) : name_(std::move(name)) {}
    Orv::Name const& name() const { return name_; }
-   // Publishing a request again counts, whatever its value.
+   // Every write notifies, even one of an equal value.
    ORV_EVENTS(request, InLifFeatureKey, InLifFeatureRequest, Orv::PagedStorage)
-   // Under the request's own key.
    void requestIs(InLifFeatureRequest const& request) { requestIs(request.key, request); }
 
  private:

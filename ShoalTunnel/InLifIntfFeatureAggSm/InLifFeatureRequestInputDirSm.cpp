@@ -32,7 +32,7 @@ void InLifFeatureRequestInputDirSm::handleInput(Orv::Name const& name) {
       inLifFeatureRequestAggSmIs(
           name, Orv::make<InLifFeatureRequestAggSm>(std::move(requestDir), inLifIntfCfg_));
    }
-   // An entry of another type leaves the machine of the directory that it replaced running.
+   // If an entry of another type replaces a directory, the machine of that directory keeps running.
 }
 
 void InLifFeatureRequestInputDirSm::handleAllInput() {

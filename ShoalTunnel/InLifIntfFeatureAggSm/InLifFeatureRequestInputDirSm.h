@@ -1,8 +1,8 @@
 // Keeps one aggregation machine per request directory of the input directory.
 //
-// Reads the input directory, whose entries of other types it ignores; hands the shared in-LIF
-// configuration to the machines. A directory that goes takes its machine with it and leaves what it
-// requested. Event thread only.
+// Reads the input directory and ignores entries of other types; passes the shared in-LIF
+// configuration to the machines. When a directory is removed its machine ends, but its requests
+// stay in the configuration. Event thread only.
 #pragma once
 
 #include "platform/Orv/Dir.h"
@@ -12,17 +12,17 @@ namespace Hardware::ShoalTunnel {
 
 class TCAM_SHARING_EXPORT InLifFeatureRequestInputDirSm : public Orv::RefCounted {
  public:
-   // Starts a machine for every request directory that is there, in order of name.
+   // Starts a machine for every request directory, in order of name.
    InLifFeatureRequestInputDirSm(Orv::Ptr<Orv::Dir const> inputDir,
                                  Orv::Ptr<InLifIntfConfig> inLifIntfCfg);
 
    // The entry was added, replaced or removed. A replaced directory gets a new machine, which
    // applies all of its requests again.
    void handleInput(Orv::Name const& name);
-   // Only adds: machines of names that are gone stay.
+   // Starts machines only; does not end the machines of removed entries.
    void handleAllInput();
 
-   // Entry name -> its machine.
+   // Entry name -> machine.
    ORV_COLLECTION(inLifFeatureRequestAggSm, Orv::Name, Orv::Ptr<InLifFeatureRequestAggSm>,
                   Orv::Keyed)
 
@@ -34,7 +34,6 @@ class TCAM_SHARING_EXPORT InLifFeatureRequestInputDirSm : public Orv::RefCounted
    OrvInputDir orvInputDir_;
 };
 
-// With the constructor's arguments.
 template<class... Args>
 Orv::Ptr<InLifFeatureRequestInputDirSm> inLifFeatureRequestInputDirSmFactory(Args&&... args) {
    return Orv::make<InLifFeatureRequestInputDirSm>(std::forward<Args>(args)...);

@@ -62,8 +62,8 @@ void InLifFeatureResponseSm::lifStatusResponseDelAll() {
 
 void InLifFeatureResponseSm::OrvLifStatusResponse::handleVersion() {
    TRACE(8, *this, __func__);
-   // The status may go, and this reactor with it, from inside the write of a response. So it is
-   // kept, and every feature looks at what stands at its turn.
+   // The write of a response may remove the status and with it this reactor. So the reactor is kept
+   // alive, and each feature is looked up again.
    Orv::Ptr<OrvLifStatusResponse> self(this);
    for (InLifFeatureType type : inLifFeatureTypes) {
       doUpdateFeature(type);
@@ -78,8 +78,8 @@ void InLifFeatureResponseSm::OrvLifStatusResponse::doUpdateFeature(InLifFeatureT
       return;
    }
    auto requested = sm_->inLifIntfCfg_->request(key());
-   // Any other version, newer ones included: the machine that handles it will write the status
-   // anew.
+   // Another version, even a newer one, changes nothing: the machine that handles it will write the
+   // status again.
    if (!requested || requested->version() != handled->version()) {
       return;
    }
@@ -98,7 +98,8 @@ void InLifFeatureResponseSm::OrvLifStatusResponse::doUpdateFeature(InLifFeatureT
 void InLifFeatureResponseSm::OrvLifStatusResponse::handleDelete() {
    TRACE(8, *this, __func__);
    for (InLifFeatureType type : inLifFeatureTypes) {
-      // Who hears of the end may ask anew at once: the answers are another reactor's from then on.
+      // A reactor on a deleted response may request the feature again. From then on another reactor
+      // owns the responses.
       if (sm_->lifStatusResponse_.has(key())) {
          return;
       }

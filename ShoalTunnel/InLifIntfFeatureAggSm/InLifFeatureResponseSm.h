@@ -1,10 +1,10 @@
-// Answers every requested feature: compares what was handled with what is requested.
+// Answers every requested feature: compares the handled value with the requested value.
 //
-// Reads InLifIntfStatus (which it follows) and InLifIntfConfig (which it only looks at), writes
-// InLifFeatureStatus. A feature is answered while the status holds it: success when the handled
-// value is the requested one, failure otherwise. A status of another version than the
-// configuration's, older or newer, changes no response; a feature or status that goes takes its
-// responses along. Event thread only.
+// Watches InLifIntfStatus, reads InLifIntfConfig without watching it, and writes
+// InLifFeatureStatus. A feature has a response while it is in the status: success if the handled
+// value equals the requested value, otherwise failure. A status whose version differs from that of
+// the configuration changes no response. The removal of a feature or a status removes its
+// responses. Event thread only.
 #pragma once
 
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureStatus.h"
@@ -14,7 +14,7 @@ namespace Hardware::ShoalTunnel {
 
 class TCAM_SHARING_EXPORT InLifFeatureResponseSm : public Orv::RefCounted {
  public:
-   // Follows one member of the status.
+   // Watches one member of the status.
    class TCAM_SHARING_EXPORT OrvLifStatusResponse : public VersionReactor {
     public:
       OrvLifStatusResponse(Orv::Ptr<InLifIntfFeatureAggr const> const& response,
@@ -24,7 +24,7 @@ class TCAM_SHARING_EXPORT InLifFeatureResponseSm : public Orv::RefCounted {
 
       void handleInitialized() { handleVersion(); }
       void handleVersion();
-      // The member is gone.
+      // The member was removed.
       void handleDelete() override;
 
       static constexpr char const* blipForm = "LifStatusResponse(%, %)::";
@@ -44,7 +44,7 @@ class TCAM_SHARING_EXPORT InLifFeatureResponseSm : public Orv::RefCounted {
                           Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
                           Orv::Ptr<InLifFeatureStatus> statusDir);
 
-   // The member came or went.
+   // The member was added or removed.
    void handleInLifIntfStatus(InLifIntfKey const& key);
 
    // One reactor per status member.
@@ -67,7 +67,6 @@ class TCAM_SHARING_EXPORT InLifFeatureResponseSm : public Orv::RefCounted {
    Orv::KeyedByIndex<InLifIntfKey, Orv::Ptr<OrvLifStatusResponse>> lifStatusResponse_;
 };
 
-// With the constructor's arguments.
 template<class... Args>
 Orv::Ptr<InLifFeatureResponseSm> inLifFeatureResponseSmFactory(Args&&... args) {
    return Orv::make<InLifFeatureResponseSm>(std::forward<Args>(args)...);

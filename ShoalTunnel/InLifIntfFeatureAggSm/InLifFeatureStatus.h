@@ -1,4 +1,4 @@
-// The outcome per requested feature, as the requesting features read it.
+// Feature key -> response, for the requesters.
 #pragma once
 
 #include "platform/Orv/Entity.h"
@@ -20,7 +20,6 @@ struct InLifFeatureResponse {
 class TCAM_SHARING_EXPORT InLifFeatureStatus : public Orv::Entity {
    ORV_ENTITY(InLifFeatureStatus, "Hardware::ShoalTunnel::InLifFeatureStatus")
    ORV_COLLECTION(response, InLifFeatureKey, InLifFeatureResponse, Orv::KeyedByIndex)
-   // Under the response's own key.
    void responseIs(InLifFeatureResponse const& response) { responseIs(response.key, response); }
 };
 

@@ -1,4 +1,4 @@
-// All features of one in-LIF interface, of whichever requesters, and the tables of them.
+// All features of one in-LIF interface, from all requesters, and the tables of these aggregates.
 #pragma once
 
 #include "platform/Orv/Entity.h"
@@ -6,7 +6,7 @@
 
 namespace Hardware::ShoalTunnel {
 
-// Consumers watch `version`: every change of the features is followed by a new one.
+// Consumers watch `version`. Writers increase it after every change of the features.
 class TCAM_SHARING_EXPORT InLifIntfFeatureAggr : public Orv::Entity {
    ORV_ENTITY(InLifIntfFeatureAggr, "Hardware::ShoalTunnel::InLifIntfFeatureAggr")
 
@@ -25,14 +25,15 @@ inline Orv::Ptr<InLifIntfFeatureAggr> inLifIntfFeatureAggrFactory(InLifIntfKey k
    return Orv::make<InLifIntfFeatureAggr>(key);
 }
 
-// What is requested. One instance gathers the requests of all features; another one holds them
-// spread over physical ports, port-channels resolved.
+// The requested features. One instance has the requests of all requesters. Another one, the
+// expanded configuration, has them per physical port: requests of port-channels are copied to their
+// members.
 class TCAM_SHARING_EXPORT InLifIntfConfig : public Orv::Entity {
    ORV_ENTITY(InLifIntfConfig, "Hardware::ShoalTunnel::InLifIntfConfig")
    ORV_OWNED_COLLECTION(request, InLifIntfKey, InLifIntfFeatureAggr, Orv::KeyedByIndex)
 };
 
-// What was handled: a member mirrors the features and the version of the request that was handled
+// The handled features: a member has the features and the version of the request that was handled
 // last. Written by the machines of InLifIntfSm, features first, version last.
 class TCAM_SHARING_EXPORT InLifIntfStatus : public Orv::Entity {
    ORV_ENTITY(InLifIntfStatus, "Hardware::ShoalTunnel::InLifIntfStatus")

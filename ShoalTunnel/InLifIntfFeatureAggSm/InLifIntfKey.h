@@ -1,4 +1,4 @@
-// The key of everything that is kept per in-LIF interface.
+// The key of collections per in-LIF interface.
 #pragma once
 
 #include "platform/Hardware/Shoal/Ids.h"
@@ -18,8 +18,8 @@ struct InLifIntfKeyFields {
 TCAM_SHARING_EXPORT extern Orv::Interner<InLifIntfKeyFields> inLifIntfKeyInterner;
 
 // An interface (port, port-channel, VLAN interface, sub-interface) on a system TCAM. Interned: it
-// is hashed once, when it is made from its fields, and indexes tables after that. The default key
-// is the empty interface on the unset TCAM.
+// is hashed once, when it is made from its fields, and is an index after that. The default key is
+// the empty interface on the unset TCAM.
 class InLifIntfKey : public Orv::Interned<InLifIntfKeyFields, inLifIntfKeyInterner> {
  public:
    constexpr InLifIntfKey() = default;

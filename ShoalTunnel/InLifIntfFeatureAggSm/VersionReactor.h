@@ -1,8 +1,8 @@
-// Base of the reactors that follow the versions of a table's aggregates, one reactor each.
+// Base of the reactors that watch the version of one aggregate.
 //
-// There is one per aggregate and machine, so it is kept small: the key in place of a pointer to the
-// aggregate. Its owner removes it with the member; only an owner that forgets hears of the
-// aggregate's end through handleDelete.
+// There is one per aggregate and machine, so it is small: it has the key, not a pointer to the
+// aggregate. The owner removes it together with the aggregate. Otherwise handleDelete is called
+// when the aggregate ends.
 #pragma once
 
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifIntfFeatureAggr.h"
@@ -11,12 +11,12 @@ namespace Hardware::ShoalTunnel {
 
 class VersionReactor : public Orv::Reactor<>, public Orv::RefCounted {
  public:
-   // Without an aggregate the key is the default one and nothing is watched.
+   // If `aggr` is null, the key is the default key and nothing is watched.
    explicit VersionReactor(Orv::Ptr<InLifIntfFeatureAggr const> const& aggr)
        : key_(aggr ? aggr->key() : InLifIntfKey()) {
       aggrIs(aggr);
    }
-   // Points at another aggregate of the same key.
+   // Watches another aggregate with the same key.
    void aggrIs(Orv::Ptr<InLifIntfFeatureAggr const> const& aggr) {
       if (aggr) {
          aggr->versionAttribute().watch(*this);

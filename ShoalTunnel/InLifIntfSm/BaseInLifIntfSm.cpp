@@ -23,7 +23,7 @@ BaseInLifIntfSm::~BaseInLifIntfSm() = default;
 
 void BaseInLifIntfSm::handleInitialized() {
    TRACE(8, "BaseInLifIntfSm::", __func__);
-   // What was handled by an earlier machine, and withdrawn when there was none.
+   // Requests that an earlier machine handled and that were withdrawn while there was no machine.
    for (auto const& [key, response] : inLifIntfStatus_->responseIter()) {
       if (!inLifIntfCfg_->requestHas(key)) {
          doHandleRequest(key, false);
@@ -62,7 +62,7 @@ void BaseInLifIntfSm::handleTcamKeyVersion() {
    if (!initialized_) {
       return;
    }
-   // A new layout may have moved every feature, so the versions of aggregates do not matter here.
+   // A new layout may move every feature, even if no aggregate has a new version.
    if (std::exception_ptr refused = doHandleEveryRequest()) {
       std::rethrow_exception(refused);
    }
@@ -98,7 +98,7 @@ void BaseInLifIntfSm::doUpdateResponse(InLifIntfKey const& key) {
       }
    }
    TRACE(7, " Updated local status for lifIntfKey: ", key, ", version: ", aggr->version());
-   // Last, so that nobody compares a new version with old features.
+   // Last, so that a reader never sees a new version with old features.
    response->versionIs(aggr->version());
 }
 
@@ -145,7 +145,7 @@ void BaseInLifIntfSm::OrvLifIntfCfg::handleInitialized() {
 void BaseInLifIntfSm::OrvLifIntfCfg::handleVersion() {
    TRACE(8, *this, __func__, ", version:", lifIntfCfg() ? lifIntfCfg()->version() : 0);
    if (sm_->initialized()) {
-      // A copy: the reactor may go with what the machine does.
+      // A copy, because the machine may destroy this reactor.
       InLifIntfKey lifIntfKey = key();
       sm_->doHandleRequest(lifIntfKey, true);
    }

@@ -1,12 +1,12 @@
 // Base of the machines that turn aggregated feature requests into in-LIF configuration, one machine
 // per family of interface kinds.
 //
-// Follows every aggregate of InLifIntfConfig and hands each change to the derived class, which
-// programs the keys of its kinds and, for each key that it handled, records features and version in
-// InLifIntfStatus (doUpdateResponse). A new TCAM key version hands over every key again.
+// Watches every aggregate of InLifIntfConfig and passes each change to the derived class. That
+// class programs the keys of its interface kinds and records features and version of each handled
+// key in InLifIntfStatus (doUpdateResponse). A new TCAM key version passes every key again.
 //
-// The reactors of aggregates are there from construction on; handlers return at once until the
-// owner, with everything mounted, calls handleInitialized(). Event thread only.
+// The constructor registers the reactors, but handlers do nothing until the owner has mounted
+// everything and calls handleInitialized(). Event thread only.
 #pragma once
 
 #include "platform/Hardware/Shoal/Status.h"
@@ -20,7 +20,7 @@ namespace Hardware::ShoalTunnel {
 
 class TCAM_SHARING_EXPORT BaseInLifIntfSm : public Orv::RefCounted {
  public:
-   // Follows one aggregate.
+   // Watches one aggregate.
    class TCAM_SHARING_EXPORT OrvLifIntfCfg : public VersionReactor {
     public:
       OrvLifIntfCfg(Orv::Ptr<InLifIntfFeatureAggr const> const& lifIntfCfg, BaseInLifIntfSm* sm)
@@ -32,7 +32,7 @@ class TCAM_SHARING_EXPORT BaseInLifIntfSm : public Orv::RefCounted {
 
       void handleInitialized();
       void handleVersion();
-      // The aggregate left the configuration.
+      // The aggregate was removed from the configuration.
       void handleDelete() override;
 
       static constexpr char const* blipForm = "LifIntfCfg(%, %)::";
@@ -52,20 +52,20 @@ class TCAM_SHARING_EXPORT BaseInLifIntfSm : public Orv::RefCounted {
                    Orv::Ptr<Shoal::Status const> shoalStatus);
    ~BaseInLifIntfSm() override;
 
-   // Starts the machine: hands over, as removals, what the status holds and nobody asks for any
-   // more, then every aggregate that is there, in order. A key that throws Orv::RangeException
-   // keeps no other from being handed over; the first exception leaves behind them.
+   // Starts the machine: passes as removals the keys that are in the status but no longer
+   // requested, then every aggregate in order. If a key throws Orv::RangeException the others are
+   // still passed; then the first exception is thrown again.
    virtual void handleInitialized();
    bool initialized() const { return initialized_; }
-   // Hands over every aggregate again, as a start does.
+   // Passes every aggregate again, with the same handling of exceptions.
    void handleTcamKeyVersion();
-   // The aggregate came or went.
+   // The aggregate was added or removed.
    void handleInLifIntfCfg(InLifIntfKey const& key);
 
-   // `isAdd`: the key is to be programmed as its aggregate says; otherwise it left the
-   // configuration. The base's own version is an invariant failure.
+   // `isAdd`: program the key from its aggregate; otherwise the key was removed from the
+   // configuration. The base version is an invariant failure.
    virtual void doHandleRequest(InLifIntfKey const& key, bool isAdd);
-   // Records that the key was handled as its aggregate stands now; without one, the record goes.
+   // Copies the aggregate of the key to the status; removes the status if there is no aggregate.
    void doUpdateResponse(InLifIntfKey const& key);
 
    // One reactor per aggregate. A null aggregate throws Orv::NullArgumentException.
@@ -84,11 +84,11 @@ class TCAM_SHARING_EXPORT BaseInLifIntfSm : public Orv::RefCounted {
    Orv::Ptr<Shoal::Status const> const& shoalStatus() const { return shoalStatus_; }
 
  protected:
-   // Everything was handed over at the start.
+   // Called when the start has passed every key.
    virtual void doHandleStarted() {}
-   // Hands over every aggregate; the first Orv::RangeException, if any.
+   // Passes every aggregate; returns the first Orv::RangeException, if any.
    std::exception_ptr doHandleEveryRequest();
-   // The record goes of each key whose interface is the machine's own and that nobody asks for.
+   // Removes the status of keys that are not requested and whose interface satisfies `isOwn`.
    void doForgetWithdrawn(bool (*isOwn)(Plexus::IntfId));
 
  private:
@@ -104,7 +104,6 @@ class TCAM_SHARING_EXPORT BaseInLifIntfSm : public Orv::RefCounted {
    Orv::KeyedByIndex<InLifIntfKey, Orv::Ptr<OrvLifIntfCfg>> lifIntfCfg_;
 };
 
-// With the constructor's arguments.
 template<class... Args>
 Orv::Ptr<BaseInLifIntfSm> baseInLifIntfSmFactory(Args&&... args) {
    return Orv::make<BaseInLifIntfSm>(std::forward<Args>(args)...);

@@ -1,14 +1,14 @@
-// The feature words of default in-LIFs: what untagged frames of a port meet.
+// The feature words of default in-LIFs, which handle the untagged frames of a port.
 #pragma once
 
 #include "ShoalTunnel/InLifIntfSm/InLifFeatureAttributes.h"
 
 namespace Hardware::ShoalTunnel {
 
-// One instance of the ports' side, one of the VLANs' side, one merged for the hardware layer.
+// There is one instance for ports, one for VLANs, and one merged for the hardware layer.
 class TCAM_SHARING_EXPORT DefaultLifFeatureConfig : public Orv::Entity {
    ORV_ENTITY(DefaultLifFeatureConfig, "Hardware::ShoalTunnel::DefaultLifFeatureConfig")
-   // Physical port -> its word.
+   // Physical port -> word.
    ORV_COLLECTION(lifFeatureAttr, Plexus::IntfId, InLifFeatureAttributes, Orv::KeyedByIndex)
 };
 

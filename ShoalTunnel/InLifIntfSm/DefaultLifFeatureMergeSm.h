@@ -1,8 +1,8 @@
-// Folds the two sides of default in-LIF feature words into the table that hardware reads.
+// Merges the default in-LIF feature words of ports and VLANs into the table that hardware reads.
 //
-// Reads the ports' and the VLANs' table, writes the merged one, which it clears when it starts. The
-// VLAN's word wins outright: words are not combined, so it must carry the port's features itself. A
-// null table reads as empty. Live from construction on. Event thread only.
+// Reads the two tables and writes the merged one, which it clears at the start. The word of the
+// VLAN replaces that of the port: words are not combined, so the VLAN's word has to include the
+// features of the port. A null table reads as empty. Ready after construction. Event thread only.
 #pragma once
 
 #include "ShoalTunnel/InLifIntfSm/DefaultLifFeatureConfig.h"
@@ -19,7 +19,7 @@ class TCAM_SHARING_EXPORT DefaultLifFeatureMergeSm : public Orv::RefCounted {
 
    void handleInitialized();
    void handleAllFeatureCfg();
-   // The interface's word on either side was added, changed or removed.
+   // The word of the interface in one of the two tables was added, changed or removed.
    void handleFeatureCfg(Plexus::IntfId const& intfId);
    bool initialized() const { return initialized_; }
 
@@ -30,11 +30,10 @@ class TCAM_SHARING_EXPORT DefaultLifFeatureMergeSm : public Orv::RefCounted {
    Orv::Ptr<DefaultLifFeatureConfig const> defaultVlanLifFeatureCfg_;
    Orv::Ptr<DefaultLifFeatureConfig> defaultMergedLifFeatureCfg_;
    bool initialized_ = false;
-   std::optional<OrvFeatureCfg> orvDefaultPortLifFeatureCfg_; // none without its table
+   std::optional<OrvFeatureCfg> orvDefaultPortLifFeatureCfg_; // empty without its table
    std::optional<OrvFeatureCfg> orvDefaultVlanLifFeatureCfg_;
 };
 
-// With the constructor's arguments.
 template<class... Args>
 Orv::Ptr<DefaultLifFeatureMergeSm> DefaultLifFeatureMergeSmIs(Args&&... args) {
    return Orv::make<DefaultLifFeatureMergeSm>(std::forward<Args>(args)...);

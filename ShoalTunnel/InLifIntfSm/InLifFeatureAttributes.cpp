@@ -36,7 +36,7 @@ InLifFeatureAttributes getInLifFeatureAttr(Orv::Ptr<InLifIntfFeatureAggr const> 
       uint16_t offset = place->offset();
       auto mask = static_cast<uint16_t>(place->mask());
       word &= ~shifted(mask, offset);
-      // The whole value: requesters answer for what does not fit.
+      // The value is not masked: requesters have to keep it within the field.
       word |= shifted(value, offset);
       if (TRACE_ON(7)) [[unlikely]] {
          auto [data0, data1, eei] = attributesOf(word);

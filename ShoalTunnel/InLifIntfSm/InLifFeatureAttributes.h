@@ -1,4 +1,4 @@
-// Features as hardware reads them: one 64-bit word per interface.
+// The feature word of an interface: its features as 64 bits for the hardware.
 #pragma once
 
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifIntfFeatureAggr.h"
@@ -15,9 +15,9 @@ struct InLifFeatureAttributes {
              eei)
 };
 
-// The word of an aggregate's features, each at the place that the layout of the aggregate's TCAM
-// (ShoalTcam::TcamDbStatusInterface) gives it now; features without a place are left out. Values
-// are not cut to their field: what is asked for must fit.
+// The word of an aggregate. The layout of the aggregate's TCAM (ShoalTcam::TcamDbStatusInterface)
+// gives each feature its field; features without a field are left out. Values are not masked to
+// their field: a value that is too wide sets bits above it.
 TCAM_SHARING_EXPORT InLifFeatureAttributes
 getInLifFeatureAttr(Orv::Ptr<InLifIntfFeatureAggr const> const& aggr);
 

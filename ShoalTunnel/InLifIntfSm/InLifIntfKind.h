@@ -1,4 +1,4 @@
-// What the machines of this folder take for granted about interfaces.
+// Checks of interface kinds for the machines of this folder.
 #pragma once
 
 #include "platform/Orv/Entity.h"
@@ -7,12 +7,12 @@
 
 namespace Hardware::ShoalTunnel {
 
-// Port-channels, sub-interfaces and VLAN interfaces are invariant failures; `name` is the table
-// that may not contain them.
+// A port-channel, sub-interface or VLAN interface is an invariant failure; `name` is the table that
+// must not contain it.
 TCAM_SHARING_EXPORT void assertIsPhyIntfId(Orv::Name const& name, Plexus::IntfId phyIntfId);
 
-// Anything but a VLAN interface is an invariant failure. Throws Orv::RangeException for a VLAN
-// outside 1 to 4094.
+// An interface that is not a VLAN interface is an invariant failure. Throws Orv::RangeException for
+// a VLAN outside 1 to 4094.
 TCAM_SHARING_EXPORT Bridging::VlanId vlanIdFromVlanIntfId(Plexus::IntfId intfId);
 
 } // namespace Hardware::ShoalTunnel

@@ -1,8 +1,8 @@
-// Follows the member lists of all port-channels, with one reactor per list.
+// Watches the member lists of all port-channels, with one reactor per list.
 //
-// Tells its follower of each port that joined or left a list, and nothing of ports that stay; when
-// a whole list goes, of each port that was still in it. Which of the two it was is asked of the
-// mapping. A null mapping reads as empty. Event thread only.
+// Notifies its follower of each port that joined or left a list. When a list is removed, it
+// notifies the follower of each port that was still in it. The follower looks up in the mapping
+// whether the port is a member now. A null mapping reads as empty. Event thread only.
 #pragma once
 
 #include "platform/Lag/LagPhyIntfMapping.h"
@@ -20,10 +20,11 @@ class TCAM_SHARING_EXPORT LagPhyIntfReactors {
       ~Follower() = default;
    };
 
-   // The follower outlives the reactors. Lists that are there are followed, not told of.
+   // The follower has to outlive the reactors. It is not notified of ports that are members
+   // already.
    LagPhyIntfReactors(Orv::Ptr<Lag::LagPhyIntfMapping const> lagPhyIntfMapping, Follower& follower);
 
-   // The list of this port-channel came or went.
+   // The list of this port-channel was added or removed.
    void handleLagPhyIntfConfig(Plexus::IntfId const& lag);
 
  private:
@@ -34,7 +35,7 @@ class TCAM_SHARING_EXPORT LagPhyIntfReactors {
       void handle(Plexus::IntfId const& phyIntf) override {
          follower_.handleLagPhyIntf(lagPhyIntfConfig_->lag(), phyIntf);
       }
-      // The list left the mapping.
+      // The list was removed from the mapping.
       void handleDelete() override;
 
     private:

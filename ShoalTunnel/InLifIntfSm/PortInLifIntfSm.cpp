@@ -37,7 +37,7 @@ PortInLifIntfSm::PortInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
 
 void PortInLifIntfSm::handleInitialized() {
    if (shoalStatus()->portMapValid()) {
-      // What an earlier machine wrote and nobody asks for any more.
+      // Remove the words that an earlier machine wrote and that no request covers any more.
       Orv::KeyedByIndex<IntfId, bool> covered;
       forEachCovered([&](InLifIntfKey, IntfId phyIntf) { covered.set(phyIntf, true); });
       for (auto const& [intfId, attributes] : defaultPortLifFeatureCfg_->lifFeatureAttrIter()) {
@@ -104,7 +104,7 @@ void PortInLifIntfSm::doHandleRequest(InLifIntfKey const& key, bool isAdd) {
          return;
       }
    } else if (isLagMember(intfId)) {
-      // The port-channel's request counts, and the port's own is answered as if it did.
+      // The port has the features of its port-channel; its own request is answered all the same.
       TRACE(7, "  ", intfId, " is a lag member, ignoring cfg");
    }
    forEachCovered(key, [&](IntfId phyIntf) { doUpdateDefaultLifFeatureCfg(key, phyIntf, isAdd); });
@@ -159,14 +159,14 @@ void PortInLifIntfSm::doOnLagMember(IntfId lag, IntfId phyIntf, bool isAdd) {
          doUpdateDefaultLifFeatureCfg(lagKey, phyIntf, false);
       }
    }
-   // A port that joins keeps its word when the port-channel asks for nothing.
+   // A port that joins a port-channel without requests keeps its word.
    if (!isAdd && portCfg) {
       portCfg->handleVersion();
    }
 }
 
-// Ports that stay covered keep their words through the whole pass: first what nobody asks for any
-// more goes, then every request is applied again, in the order of a fresh start.
+// First removes the words that no request covers any more, then applies every request again in the
+// order of a fresh start. So a port that stays covered has a word throughout.
 void PortInLifIntfSm::handlePortMapVersion() {
    TRACE(8, "PortInLifIntfSm::", __func__);
    if (!initialized()) {
@@ -185,7 +185,7 @@ void PortInLifIntfSm::handlePortMapVersion() {
          bool member = isLagMember(intfId);
          doHandleRequest(key, false);
          if (member) {
-            // Its own key was set aside just now.
+            // doHandleRequest did not touch the word, because the port is a member.
             doUpdateDefaultLifFeatureCfg(key, intfId, false);
          }
       }
@@ -202,7 +202,7 @@ void PortInLifIntfSm::doRemoveUncovered() {
    forEachCovered([&](InLifIntfKey key, IntfId phyIntf) {
       covered.set(InLifIntfKey(phyIntf, key.tcamId()), true);
    });
-   // Under the TCAM that a port had, or that its port-channel's key named.
+   // By all keys, since the TCAM of an entry may differ from the one that serves the port now.
    for (auto const& [key, aggr] : inLifIntfCfgLagExp_->requestIter()) {
       if (!covered.has(key)) {
          inLifIntfCfgLagExp_->requestDel(key);

@@ -1,17 +1,17 @@
 // In-LIF features of ports and port-channels.
 //
-// Writes, per physical port, the feature word of the key that covers it (defaultPortLifFeatureCfg),
-// and a copy of that key's request under the port and the key's TCAM (inLifIntfCfgLagExp). A port's
-// own key covers the port, whatever TCAM serves it; a port-channel's key covers its members on the
-// key's TCAM. While a port is a member its own request is set aside, yet answered. A port that
-// joins or leaves takes or drops the port-channel's features, at a cost that depends on nothing
-// else.
+// For each physical port, writes the feature word of the key that covers it
+// (defaultPortLifFeatureCfg) and a copy of that key's request under (port, TCAM of the key)
+// (inLifIntfCfgLagExp, the expanded configuration). The key of a port covers the port on any TCAM.
+// The key of a port-channel covers its members on the key's TCAM. While a port is a member, its own
+// request has no effect but is answered. When a port joins or leaves, only the word of that port is
+// written.
 //
-// While the port map is not valid, additions and changes of membership are passed over; removals
-// are not. When the machine starts, words that nobody asks for go; while the port map is not valid
-// they wait for its next version, and so do their answers. A new port map version brings every port
-// to what a fresh start would give it. It is an invariant failure while the port map is not valid,
-// or while a port with a word has no TCAM.
+// While the port map is not valid, additions and membership changes are ignored; removals are
+// handled. The start removes words and statuses that no request covers; while the port map is not
+// valid, the next port map version does. A port map version gives every port the word that a fresh
+// start would give it. It is an invariant failure if the port map is not valid, or if a port with a
+// word has no TCAM.
 #pragma once
 
 #include "platform/Hardware/Shoal/LocalPortMapStatus.h"
@@ -35,9 +35,9 @@ class TCAM_SHARING_EXPORT PortInLifIntfSm : public BaseInLifIntfSm,
                    Orv::Ptr<Shoal::LocalPortMapStatus const> localPortMapStatus);
 
    void handleInitialized() override;
-   // Sub-interfaces and VLAN interfaces are passed over.
+   // Ignores sub-interfaces and VLAN interfaces.
    void doHandleRequest(InLifIntfKey const& key, bool isAdd) override;
-   // The port joined or left the port-channel's member list.
+   // The port joined or left the member list of the port-channel.
    void handleLagPhyIntf(Plexus::IntfId lag, Plexus::IntfId phyIntf) override;
    void handlePortMapVersion();
 
@@ -53,13 +53,13 @@ class TCAM_SHARING_EXPORT PortInLifIntfSm : public BaseInLifIntfSm,
    // Calls use(port) for each port that the key of a port or port-channel covers.
    template<class Use>
    void forEachCovered(InLifIntfKey key, Use&& use) const;
-   // Calls use(key, port) for each of every request.
+   // Calls use(key, port) for each port that each key covers.
    template<class Use>
    void forEachCovered(Use&& use) const;
    void doUpdateDefaultLifFeatureCfg(InLifIntfKey const& lifIntfKey, Plexus::IntfId phyIntf,
                                      bool isAdd);
    void doOnLagMember(Plexus::IntfId lag, Plexus::IntfId phyIntf, bool isAdd);
-   // From the spread configuration, what no request covers.
+   // Removes from the expanded configuration what no request covers.
    void doRemoveUncovered();
 
    Orv::Ptr<DefaultLifFeatureConfig> defaultPortLifFeatureCfg_;
@@ -71,7 +71,6 @@ class TCAM_SHARING_EXPORT PortInLifIntfSm : public BaseInLifIntfSm,
    OrvPortMapVersion orvPortMapVersion_;
 };
 
-// With the constructor's arguments.
 template<class... Args>
 Orv::Ptr<PortInLifIntfSm> portInLifIntfSmFactory(Args&&... args) {
    return Orv::make<PortInLifIntfSm>(std::forward<Args>(args)...);

@@ -1,7 +1,7 @@
 // In-LIF features of sub-interfaces: one feature word per key.
 //
-// Writes SubIntfLifFeatureConfig; keys of other kinds are passed over and not answered. The word is
-// written whole at every version of the aggregate. Event thread only.
+// Writes SubIntfLifFeatureConfig. Keys of other interface kinds are ignored and not answered. Every
+// version of the aggregate writes the whole word. Event thread only.
 #pragma once
 
 #include "ShoalTunnel/InLifIntfSm/BaseInLifIntfSm.h"
@@ -17,14 +17,14 @@ class TCAM_SHARING_EXPORT SubIntfInLifIntfSm : public BaseInLifIntfSm {
                       Orv::Ptr<SubIntfLifFeatureConfig> subIntfLifFeatureCfg);
 
    void doHandleRequest(InLifIntfKey const& key, bool isAdd) override;
-   // Writes or deletes the key's word. Adding a key without an aggregate is an invariant failure.
+   // Writes or deletes the word of the key. Adding a key without an aggregate is an invariant
+   // failure.
    void doUpdateSubIntfLifFeatureCfg(InLifIntfKey const& lifIntfKey, bool isAdd);
 
  private:
    Orv::Ptr<SubIntfLifFeatureConfig> subIntfLifFeatureCfg_;
 };
 
-// With the constructor's arguments.
 template<class... Args>
 Orv::Ptr<SubIntfInLifIntfSm> subIntfInLifIntfSmFactory(Args&&... args) {
    return Orv::make<SubIntfInLifIntfSm>(std::forward<Args>(args)...);

@@ -7,7 +7,7 @@ namespace Hardware::ShoalTunnel {
 
 class TCAM_SHARING_EXPORT SubIntfLifFeatureConfig : public Orv::Entity {
    ORV_ENTITY(SubIntfLifFeatureConfig, "Hardware::ShoalTunnel::SubIntfLifFeatureConfig")
-   // By the whole key: a sub-interface has a word per system TCAM.
+   // The key has the TCAM, because a sub-interface has one word per system TCAM.
    ORV_COLLECTION(lifFeatureAttr, InLifIntfKey, InLifFeatureAttributes, Orv::KeyedByIndex)
 };
 

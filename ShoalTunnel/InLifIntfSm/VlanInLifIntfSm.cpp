@@ -12,7 +12,7 @@ using Bridging::VlanIdOrNone;
 using Plexus::IntfId;
 
 namespace {
-// A flood entry of that name has the VLAN's number, too.
+// The flood entry of a VLAN interface has the same VLAN number, so it is excluded.
 bool isVlanIntf(IntfId intfId) {
    return Plexus::VlanIntfId::isVlanIntfId(intfId) && !intfId.l3Flood();
 }
@@ -98,7 +98,7 @@ void VlanInLifIntfSm::doHandleRequest(InLifIntfKey const& key, bool isAdd) {
       keys_.erase(placeOf(key));
    }
    if (auto ports = portsOfVlan_.find(vlanOfKey(key)); ports != portsOfVlan_.end()) {
-      // A copy: the ports of a VLAN may change while their words are written.
+      // A copy, because the ports of a VLAN may change while their words are written.
       for (IntfId phyIntf : std::vector<IntfId>(ports->second.begin(), ports->second.end())) {
          if (coveringKey(phyIntf) == key || wordKey_.get(phyIntf) == key) {
             doUpdateWord(phyIntf);
@@ -157,7 +157,7 @@ void VlanInLifIntfSm::doHandlePortFeatures(InLifIntfKey const& key) {
    }
 }
 
-// Every port anew, on the TCAM that serves it now.
+// Updates every port with the TCAM that serves it now.
 void VlanInLifIntfSm::handlePortMapVersion() {
    TRACE(8, "VlanInLifIntfSm::", __func__);
    if (!initialized()) {
@@ -167,7 +167,7 @@ void VlanInLifIntfSm::handlePortMapVersion() {
       TRACE(0, "VlanInLifIntfSm::", " portmap is not valid");
       return;
    }
-   // All keys before the first port, so that no port loses its word in between.
+   // All keys before the first port, so that no port loses its word temporarily.
    keys_.clear();
    std::vector<InLifIntfKey> vlanKeys;
    std::exception_ptr refused;
@@ -177,7 +177,7 @@ void VlanInLifIntfSm::handlePortMapVersion() {
             keys_[placeOf(key)] = key;
             vlanKeys.push_back(key);
          } catch (Orv::RangeException const&) {
-            // It covers no port.
+            // The key covers no port.
             refused = refused ? refused : std::current_exception();
          }
       }
@@ -243,8 +243,8 @@ void VlanInLifIntfSm::forEachPort(IntfId intfId, Use&& use) const {
 
 void VlanInLifIntfSm::doFollowVlan(IntfId phyIntf) {
    if (!shoalStatus()->portMapValid() && isJoining(phyIntf)) {
-      // The member list is about to name it. Taken out of its VLAN until then, it could not come
-      // back under a key.
+      // The port stays in its VLAN until the member list includes it. If it were removed now, no
+      // key could cover it again while the port map is not valid.
       return;
    }
    VlanIdOrNone before = vlan_.get(phyIntf);
@@ -281,7 +281,7 @@ void VlanInLifIntfSm::doUpdateWord(IntfId phyIntf) {
       return;
    }
    auto laid = inLifIntfFeatureAggrFactory(key);
-   // The VLAN's last: its values win.
+   // The features of the VLAN come last, so that they win.
    for (auto const& features : {inLifIntfCfgLagExp_->request(InLifIntfKey(phyIntf, key.tcamId())),
                                 inLifIntfCfg()->request(key)}) {
       if (features) {

@@ -1,18 +1,21 @@
 // In-LIF features of VLAN interfaces.
 //
-// The key of a VLAN interface covers each physical port on the key's TCAM whose default (untagged)
-// VLAN is the interface's, and whose name has the interface's unit; one without a unit in its name
-// covers the ports that their own unit's leaves. So one key at most covers a port, in whatever
-// order the keys come. A member of a port-channel has the port-channel's default VLAN and no other.
-// The word of a covered port (defaultVlanLifFeatureCfg) wins outright in the merged table, so it
-// carries both: the port's features as PortInLifIntfSm spread them (inLifIntfCfgLagExp) and the
-// VLAN's laid over them, the VLAN's value winning per feature type.
+// The key of a VLAN interface covers each physical port that is on the key's TCAM, has the
+// interface's VLAN as its default (untagged) VLAN, and has the same unit in its name. An interface
+// without a unit in its name covers the ports for which no interface of their own unit has such a
+// key. So at most one key covers a port, whatever the order of the keys. A member of a port-channel
+// has the default VLAN of the port-channel only.
 //
-// Follows the spread configuration, default VLANs and membership port by port; which TCAM serves a
-// port is followed with the port map's version. While the port map is not valid additions wait for
-// its next version, and no port comes under a key; ports may leave one, and words follow the port's
-// features. What an earlier machine left then waits for that version, with its answer. Null
-// directories read as empty. Answers keys of VLAN interfaces only, not of their flood entries.
+// The word of a covered port (defaultVlanLifFeatureCfg) replaces that of the port in the merged
+// table, so it includes both: the features of the port from the expanded configuration
+// (inLifIntfCfgLagExp) and those of the VLAN. If both have a feature type, the VLAN's value wins.
+//
+// Changes of the expanded configuration, of default VLANs and of membership update the ports
+// concerned. Changes of the TCAM that serves a port take effect at the next port map version. While
+// the port map is not valid, additions wait for its next version and no key covers a new port;
+// ports may still leave, and words follow the features of the port. What an earlier machine left is
+// removed at that version, too. Null directories read as empty. Answers the keys of VLAN interfaces
+// only, not those of their flood entries.
 #pragma once
 
 #include "platform/Bridging/UntaggedVlanDir.h"
@@ -43,26 +46,26 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm,
    void doHandleRequest(InLifIntfKey const& key, bool isAdd) override;
    // The default VLAN of a port or port-channel changed.
    void handleUntaggedVlan(Plexus::IntfId const& intfId);
-   // The port's own entry in the membership changed; the port-channel's member list did.
+   // The port-channel entry of the port changed; the member list of the port-channel changed.
    void handlePhyIntfLag(Plexus::IntfId const& phyIntf);
    void handleLagPhyIntf(Plexus::IntfId lag, Plexus::IntfId phyIntf) override;
-   // The port's features in the spread configuration came or went.
+   // The features of a port were added to or removed from the expanded configuration.
    void handleInLifIntfCfgLagExp(InLifIntfKey const& key);
-   // Throws as doHandleRequest does, for any key of the configuration, behind all others.
+   // Throws as doHandleRequest does, for any key of the configuration, after it handled the others.
    void handlePortMapVersion();
 
  protected:
    void doHandleStarted() override;
 
  private:
-   // Whose ports, of which VLAN and TCAM, a key covers.
+   // (unit, VLAN, TCAM) of the ports that a key covers.
    using Place = std::tuple<uint32_t, Bridging::VlanIdOrNone, Shoal::SystemTcamId>;
    using OrvUntaggedVlanDir = Orv::ReactorFor<&VlanInLifIntfSm::handleUntaggedVlan>;
    using OrvPhyIntfLag = Orv::ReactorFor<&VlanInLifIntfSm::handlePhyIntfLag>;
    using OrvInLifIntfCfgLagExp = Orv::ReactorFor<&VlanInLifIntfSm::handleInLifIntfCfgLagExp>;
    using OrvPortMapVersion = Orv::ReactorFor<&VlanInLifIntfSm::handlePortMapVersion>;
 
-   // Follows the features of one port.
+   // Watches the features of one port.
    class OrvPortFeatures : public VersionReactor {
     public:
       OrvPortFeatures(Orv::Ptr<InLifIntfFeatureAggr const> const& features, VlanInLifIntfSm* sm)
@@ -74,12 +77,12 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm,
    };
 
    static Place placeOf(InLifIntfKey key);
-   // The empty interface: none.
+   // The port-channel of the port; the empty interface if there is none.
    Plexus::IntfId lagOf(Plexus::IntfId phyIntf) const;
-   // Its own entry names a port-channel whose member list does not name it.
+   // Whether the port has an entry for a port-channel whose member list does not include it yet.
    bool isJoining(Plexus::IntfId phyIntf) const;
    Bridging::VlanIdOrNone vlanOf(Plexus::IntfId phyIntf) const;
-   // The key that covers the port, the default key when none does.
+   // The key that covers the port; the default key if there is none.
    InLifIntfKey coveringKey(Plexus::IntfId phyIntf) const;
    template<class Use>
    void forEachPort(Plexus::IntfId intfId, Use&& use) const;
@@ -88,7 +91,7 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm,
    void doFollowVlan(Plexus::IntfId phyIntf);
    void doUpdatePort(Plexus::IntfId phyIntf);
    void doUpdateWord(Plexus::IntfId phyIntf);
-   // What an earlier machine wrote and this one does not ask for.
+   // Removes words that an earlier machine wrote and that no key covers.
    void doRemoveLeftWords();
    void doHandlePortFeatures(InLifIntfKey const& key);
 
@@ -97,11 +100,11 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm,
    Orv::Ptr<Lag::LagPhyIntfMapping const> lagPhyIntfMapping_;
    Orv::Ptr<Bridging::UntaggedVlanDir const> untaggedVlanDir_;
 
-   // Port -> its default VLAN as followed so far, and the ports of each VLAN.
+   // Port -> default VLAN as last seen, and VLAN -> ports.
    Orv::KeyedByIndex<Plexus::IntfId, Bridging::VlanIdOrNone> vlan_;
    std::map<Bridging::VlanIdOrNone, std::set<Plexus::IntfId>> portsOfVlan_;
-   std::map<Place, InLifIntfKey> keys_; // those handled
-   // Port -> the key that its word is of. Its VLAN is the port's in vlan_.
+   std::map<Place, InLifIntfKey> keys_; // handled keys
+   // Port -> the key whose features are in its word. The key has the VLAN of the port in vlan_.
    Orv::KeyedByIndex<Plexus::IntfId, InLifIntfKey> wordKey_;
 
    OrvUntaggedVlanDir orvUntaggedVlanDir_;
@@ -112,7 +115,6 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm,
    OrvPortMapVersion orvPortMapVersion_;
 };
 
-// With the constructor's arguments.
 template<class... Args>
 Orv::Ptr<VlanInLifIntfSm> vlanInLifIntfSmFactory(Args&&... args) {
    return Orv::make<VlanInLifIntfSm>(std::forward<Args>(args)...);

@@ -1,5 +1,5 @@
-// The toggle "DynamicISemData": whether the ACL label is part of what the ACL feature owns and of
-// the ISEM payload.
+// The toggle "DynamicISemData". While it is on, the ACL feature owns the ACL label and the ISEM
+// payload carries it.
 #pragma once
 
 #include "ShoalTunnel/Export.h"

@@ -1,8 +1,8 @@
-// Base of the programming machines: watches one output table of the pipeline and hands every change
-// of a request to the derived class.
+// Base of the programming machines: watches one output table of the pipeline and passes every
+// change of a request to the derived class.
 //
-// The constructor ends with the base's own handleInitialized(); a derived class does its start-up
-// in its constructor after that.
+// The base constructor ends with the base's own handleInitialized(). A derived class starts up in
+// its own constructor after that.
 #pragma once
 
 #include "ShoalTunnel/TcamSharing/TcamSharingConfig.h"
@@ -20,23 +20,22 @@ class TCAM_SHARING_EXPORT TcamSharingBaseSm : public Orv::RefCounted {
                      Orv::Ptr<TcamSharingHelper> tcamSharingHelper);
    ~TcamSharingBaseSm() override;
 
-   // `request` was added, changed or removed in the table. The base's own version throws
+   // `request` was added, changed or removed in the table. The base version throws
    // Orv::NoImplementationException.
    virtual void handleTcamSharingConfig(TcamSharingRequest const& request);
-   // Once; a second call is an invariant failure.
+   // A second call is an invariant failure.
    virtual void handleInitialized();
-   // Tears the reactors down: none calls a handler after that.
+   // true: unregisters the reactors, so that no handler is called; false: registers them again.
    virtual void orvDoZombieReactors(bool zombie);
    bool initialized() const { return initialized_; }
 
  protected:
-   // The handler's name in the traces of the machines that program sub-interfaces and ports.
+   // The name of the handler in the traces of its steps.
    static constexpr char const* configHandler = "handleTcamSharingConfig";
 
-   // For the constructor of a derived machine, when it is whole: every request that the table
-   // holds.
+   // Handles every request in the table. For the end of a derived constructor.
    void doHandleAllRequests();
-   // Watches a table of the hardware layer's answers, unless it is watched already or null.
+   // Watches a hardware status table, unless it is null or watched already.
    template<class Reactor, class Status>
    static void doWatch(Reactor& reactor, Orv::Ptr<Status const> const& status) {
       if (status && !reactor.registered()) {

@@ -70,7 +70,7 @@ void TcamSharingCodef::handleTcamSharingConfigIn(TcamSharingRequest const& reque
    if (inStatus == outStatus) {
       TRACE(7, __func__, ": Nothing to be done for ", request);
    } else if (backlog(request)) {
-      // Coalesced: the slice reads whatever is configured by then.
+      // Already queued: the slice will read the latest configuration.
       if (inStatus.empty()) {
          TRACE(8, __func__, ": Got a delete for ", request,
                " before backlog processed previous create.");
@@ -139,7 +139,7 @@ void TcamSharingCodef::doProcessRequest(TcamSharingRequest const& request) {
    if (inStatus == outStatus && inStatus.empty()) {
       tcamSharingStatus_->responseDel(request);
    } else if (inStatus == outStatus) {
-      // The same policy again, after a failure or an interface change: programmed anew.
+      // The same policy after a failure or an interface change: program it again.
       ORV_ASSERT(!tcamSharingCommon_->notARealDelete(), "!tcamSharingCommon()->notARealDelete()");
       auto addAgain = [&] {
          tcamSharingCommon_->notARealDeleteIs(false);
@@ -149,7 +149,7 @@ void TcamSharingCodef::doProcessRequest(TcamSharingRequest const& request) {
       try {
          tcamSharingSelector_->delRequest(request);
       } catch (...) {
-         // Nothing was taken out of hardware: the output has to go on naming the request.
+         // Nothing was removed from hardware, so the output has to keep the request.
          addAgain();
          throw;
       }

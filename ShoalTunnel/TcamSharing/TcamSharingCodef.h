@@ -1,15 +1,15 @@
-// The intake of a pipeline: notes merged requests whose policy differs from the output's, works
-// them off in time slices through its selector, retries what could not be programmed, and follows
-// sub-interface and internal VLAN changes.
+// The intake of a pipeline. It queues merged requests whose policy differs from the output,
+// processes them in time slices through its selector, retries the entries of the retry list, and
+// follows changes of sub-interfaces and internal VLANs.
 //
-// A pipeline has one intake with one selector and one bookkeeping entity; units of the two chip
-// generations never meet in one pipeline. Intake only marks and schedules: output is written in the
-// slices (processBacklog), except for the immediate withdrawals of an interface that lost its flag,
-// its VLAN or its encapsulation.
+// A pipeline has one intake, one selector and one bookkeeping entity, and serves one chip
+// generation. Handlers only queue requests: the slices (processBacklog) write the output. The
+// exception is an interface that loses its program-in-hardware flag, its internal VLAN or its
+// encapsulation: its requests are withdrawn at once.
 //
 // Invariants: a request is in `backlog` at most once; `notARealDelete` is true only inside the
-// delete-then-add step of a slice; the indices by interface hold exactly the members of what they
-// index. Usable from construction. Event thread only.
+// delete-then-add step of a slice; each index by interface has exactly the members of the
+// collection that it indexes. Ready after construction. Event thread only.
 #pragma once
 
 #include "platform/Keel/CodefBase.h"
@@ -39,7 +39,7 @@ class TCAM_SHARING_EXPORT TcamSharingCodef : public Keel::CodefBase {
                     Orv::Ptr<TcamSharingStatus> tcamSharingStatus);
    ~TcamSharingCodef() override;
 
-   // Requests waiting to be worked.
+   // Requests that wait for a slice.
    ORV_SET(backlog, TcamSharingRequest, Orv::KeyedByIndex)
    std::size_t backlogSize() const override { return backlogs(); }
    // Where the next slice resumes.
@@ -50,10 +50,10 @@ class TCAM_SHARING_EXPORT TcamSharingCodef : public Keel::CodefBase {
    Seconds retryTimeInterval() const { return retryTimeInterval_; }
    void retryTimeIntervalIs(Seconds interval) { retryTimeInterval_ = interval; }
    Seconds nextRetry() const { return orvRetryClock_.timeMin(); }
-   // Retry-list entries put back into the backlog.
+   // Retry-list entries that went back into the backlog.
    ORV_COUNTER(numOfRetriedItems)
 
-   // Seconds spent on noting changes: in all, at most, last, and at start.
+   // Seconds spent in handleTcamSharingConfigIn: sum, maximum, last call; and in the start.
    Seconds totalProcessTime() const { return totalProcessTime_; }
    Seconds maxLatency() const { return maxLatency_; }
    Seconds lastLatency() const { return lastLatency_; }
@@ -64,20 +64,20 @@ class TCAM_SHARING_EXPORT TcamSharingCodef : public Keel::CodefBase {
    void handleInternalVlanChange(Plexus::IntfId const& intfId);
    void handleDot1qEncapChange(Plexus::IntfId const& subIntfId);
 
-   // Works one slice, at least one request of it; returns how many. What a request's programming
-   // throws ends the slice: the request is out of the backlog, the bookmark names the next one.
+   // Processes one slice, at least one request, and returns how many. An exception ends the slice:
+   // the request that threw is no longer in the backlog and the bookmark names the next one.
    uint32_t processBacklog(Seconds const& start) override;
 
-   // Queues the entry's request unless it is queued; true when it queued it. Asks for no slice.
+   // Queues the request of the entry; false if it is queued already. Does not schedule a slice.
    bool doProcessRetryEntry(TcamSharingEntry const& entry);
-   // One retry pass; asks for a slice when something was queued, unless `noTrigger`.
+   // One retry pass. Schedules a slice if something was queued, unless `noTrigger`.
    void doProcessRetryList(bool noTrigger);
    void doProcessRetryListTriggerCodef() { doProcessRetryList(false); }
-   // Re-queues, respectively withdraws, every configured request of one interface.
+   // Queues or withdraws every configured request of one interface.
    void doMaybeUpdateMappingsForIntf(Plexus::IntfId intfId);
    void doMaybeDeleteMappingsForIntf(Plexus::IntfId intfId);
    void doRecordLatency(Seconds const& start);
-   // Whether the indices by interface equal walks of what they index. For checks.
+   // Whether the indices by interface match the collections that they index. For tests.
    bool indicesEqualWalks() const {
       return configByIntf_.equalsWalk() && isemMappingByIntf_.equalsWalk() &&
              vsiMappingByIntf_.equalsWalk();
@@ -92,7 +92,7 @@ class TCAM_SHARING_EXPORT TcamSharingCodef : public Keel::CodefBase {
    void handleSubIntfStatusDir(Plexus::IntfId const& intfId);
    using OrvSubIntfStatusDir = Orv::ReactorFor<&TcamSharingCodef::handleSubIntfStatusDir>;
 
-   // The reactors per sub-interface status.
+   // One reactor per sub-interface status.
    void subIntfStatusIs(Orv::Ptr<Interface::SubIntfStatus const> const& status);
    void subIntfStatusDel(Plexus::IntfId intfId);
 
@@ -102,10 +102,9 @@ class TCAM_SHARING_EXPORT TcamSharingCodef : public Keel::CodefBase {
    void doHandleEncapAdded(Plexus::IntfId subIntfId, Shoal::FapId parentFap,
                            Bridging::Dot1qEncap dot1qEncap);
    void doHandleEncapRemoved(Plexus::IntfId subIntfId, Shoal::FapId parentFap);
-   // The configured requests of one interface, on one unit or (null unit) on all.
+   // The configured requests of one interface on one unit, or on all units if `fapId` is null.
    std::vector<TcamSharingRequest> requestsOf(Plexus::IntfId intfId, Shoal::FapId fapId = {}) const;
 
-   // Given at construction.
    Orv::Ptr<TcamSharingConfig const> tcamSharingConfigIn_;
    Orv::Ptr<IntfVlanId::Table const> intfVlanIdTable_;
    Orv::Ptr<TcamSharingCommonBase> tcamSharingCommon_;
@@ -124,7 +123,7 @@ class TCAM_SHARING_EXPORT TcamSharingCodef : public Keel::CodefBase {
    Seconds lastLatency_ = 0.0;
    Seconds startupLatency_ = 0.0;
 
-   // Requests by interface, so that an interface's change costs what the interface has.
+   // Interface -> its requests, so that the cost of a change depends on that interface only.
    template<class Of>
    using ByIntf = Orv::GroupIndex<TcamSharingRequest, Of, &TcamSharingRequest::intfId>;
    ByIntf<std::remove_cvref_t<decltype(tcamSharingConfigIn_->requestCollection())>> configByIntf_;
@@ -152,7 +151,6 @@ class TCAM_SHARING_EXPORT TcamSharingCodef : public Keel::CodefBase {
    Orv::KeyedByIndex<Plexus::IntfId, Orv::Ptr<OrvSubIntfStatus>> subIntfStatus_;
 };
 
-// The twelve arguments of the constructor.
 template<class... Args>
 Orv::Ptr<TcamSharingCodef> tcamSharingCodefFactory(Args&&... args) {
    return Orv::make<TcamSharingCodef>(std::forward<Args>(args)...);

@@ -1,4 +1,4 @@
-// How the intake follows interfaces: sub-interface flags and encapsulations, internal VLANs.
+// The handlers of the intake for sub-interface flags, encapsulations and internal VLANs.
 #include "ShoalTunnel/TcamSharing/TcamSharingCodefSubIntf.h"
 
 #include "platform/Orv/Failure.h"
@@ -29,7 +29,7 @@ void TcamSharingCodef::handleSubIntfStatusDir(IntfId const& intfId) {
 }
 
 void TcamSharingCodef::subIntfStatusIs(Orv::Ptr<Interface::SubIntfStatus const> const& status) {
-   // A status that appears is watched from then on; its flag acts when it changes.
+   // The present value of the flag has no effect: only its changes do.
    subIntfStatus_.set(status->intfId(), Orv::make<OrvSubIntfStatus>(this, status));
 }
 
@@ -70,7 +70,7 @@ void TcamSharingCodef::doMaybeDeleteMappingsForIntf(IntfId intfId) {
 
 void TcamSharingCodef::handleInternalVlanChange(IntfId const& intfId) {
    bool add = intfVlanIdTable_->internalVlanId(intfId).value() != 0;
-   // The class word of this line differs from the class's name, as operators know it.
+   // This line keeps the class name that operators know.
    TRACE(8, "TcamSharingSm::", __func__, ": intfId: ", intfId, ", add:", add);
    if (add) {
       for (TcamSharingRequest request : requestsOf(intfId)) {
@@ -94,10 +94,10 @@ void TcamSharingCodef::handleInternalVlanChange(IntfId const& intfId) {
    }
 }
 
-// A sub-interface's encapsulation was added, changed or removed. "Requests" are the configured ones
-// of the sub-interface: those on the parent's unit or, where no single unit is known (a
-// port-channel, whose members may sit on several; a port that is gone), all of them. Withdrawals
-// are immediate, re-queued requests wait for a slice.
+// The encapsulation of a sub-interface was added, changed or removed. "Requests" are the configured
+// requests of the sub-interface on its parent's unit. If no single unit is known (a port-channel
+// with members on several units, or a port that is gone), they are its requests on all units.
+// Withdrawals take effect at once; re-queued requests wait for a slice.
 //
 //  unit   encapsulation   configuration    VLAN domain | trace                        | requests
 //  -----  --------------  ---------------  ------------+------------------------------+-----------
@@ -116,15 +116,15 @@ void TcamSharingCodef::handleInternalVlanChange(IntfId const& intfId) {
 //  any    removed         without tags     missing     | vlanDomain not found,        | withdrawn
 //                                                      |  d-removing intf             |
 //
-// With no unit found, removals trace "parentFap not found" as well. The VLAN domain is asked for
-// each request's own unit.
-// (1) The programming machine puts it on the retry list, from where it follows the domain; if it
-//     were withdrawn here, nothing would bring it back when the domain comes.
-// (2) Only the record of the change went; the configured encapsulation still stands.
+// With no unit found, removals trace "parentFap not found" as well. The VLAN domain is looked up on
+// the unit of each request.
+// (1) The programming machine puts the request on the retry list, so that it is programmed once the
+//     domain exists. If it were withdrawn here, nothing would bring it back.
+// (2) Only the change record was removed; the configured encapsulation is still there.
 void TcamSharingCodef::handleDot1qEncapChange(IntfId const& subIntfId) {
    ORV_ASSERT(subIntfId != IntfId(), "subIntfId != Plexus::IntfId()");
    TRACE(8, "TcamSharingCodef::", __func__, ": intfId: ", subIntfId);
-   // A record without tags counts, too: only its absence is a removal.
+   // A record without tags is a change as well: only its absence is a removal.
    bool add = subIntfDot1qEncapChange_->dot1qEncapHas(subIntfId);
    Dot1qEncap dot1qEncap = subIntfDot1qEncapChange_->dot1qEncap(subIntfId);
    TRACE(7, __func__, ": dot1qEncap: ", dot1qEncap, ", add: ", add);

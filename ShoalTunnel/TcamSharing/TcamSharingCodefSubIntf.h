@@ -1,4 +1,4 @@
-// The nested reactor of TcamSharingCodef on one sub-interface status.
+// The reactor of TcamSharingCodef on one sub-interface status.
 #pragma once
 
 #include "ShoalTunnel/TcamSharing/TcamSharingCodef.h"

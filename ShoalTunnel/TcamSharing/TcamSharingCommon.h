@@ -1,8 +1,8 @@
 // Bookkeeping shared between the intake (TcamSharingCodef) and the programming machines.
 //
-// The hosting agent makes one TcamSharingSemCommon for the ISEM pipeline and one
-// TcamSharingInLifCommon for the in-LIF pipeline, before any machine; they outlive the machines, so
-// a machine that is built again finds what its predecessor knew.
+// The host makes one TcamSharingSemCommon for the ISEM pipeline and one TcamSharingInLifCommon for
+// the in-LIF pipeline before the machines. They outlive the machines, so a machine that is built
+// again continues from the state of the one before.
 #pragma once
 
 #include "platform/Hardware/ShoalTunnel/SemTable.h"
@@ -15,7 +15,7 @@
 
 namespace Hardware::ShoalTunnel {
 
-// The mapper keys that hardware confirmed for one request.
+// The mapper keys of one request whose writes were answered.
 class TCAM_SHARING_EXPORT TcamRequestToVlanTagToVsiKeyMapping : public Orv::Entity {
    ORV_ENTITY(TcamRequestToVlanTagToVsiKeyMapping,
               "Hardware::ShoalTunnel::TcamRequestToVlanTagToVsiKeyMapping")
@@ -52,7 +52,7 @@ struct PendingSemWriteKey {
              isInsert)
 };
 
-// Writes of one kind to one key that wait for their answers, oldest first.
+// Unanswered writes of one kind to one key, oldest first.
 class TCAM_SHARING_EXPORT TcamSharingPendingSemWrite : public Orv::Entity {
    ORV_ENTITY(TcamSharingPendingSemWrite, "Hardware::ShoalTunnel::TcamSharingPendingSemWrite")
 
@@ -70,16 +70,17 @@ class TCAM_SHARING_EXPORT TcamSharingCommonBase : public Orv::Entity {
    explicit TcamSharingCommonBase(Orv::Name name) : name_(std::move(name)) {}
    Orv::Name const& name() const { return name_; }
 
-   // Entries that could not be programmed yet. Set by the programming machines, deleted by the
-   // intake.
+   // Entries that wait for a retry: not resolved yet, or without a mapper entry. Set by the
+   // programming machines, deleted by the intake.
    ORV_SET(retryList, TcamSharingEntry, Orv::Keyed)
-   // The ISEM key programmed last for a request. Written by TcamSharingSemSm.
+   // Request -> the ISEM key that was written last for it. Written by TcamSharingSemSm.
    ORV_COLLECTION(tcamRequestToIsemKeyMapping, TcamSharingRequest, AradSemKeyAndFap,
                   Orv::KeyedByIndex)
-   // Written by the in-LIF machine.
+   // Written by TcamSharingInLifSm.
    ORV_OWNED_COLLECTION(tcamRequestToVlanTagToVsiKeyMapping, TcamSharingRequest,
                         TcamRequestToVlanTagToVsiKeyMapping, Orv::KeyedByIndex)
-   // True only while the intake removes a request from the output to add it again at once.
+   // True while the intake removes a request from the output in order to add it again at once. The
+   // programming machines ignore that removal.
    ORV_ATTRIBUTE(notARealDelete, bool, false)
 
  private:
@@ -99,24 +100,24 @@ class TCAM_SHARING_EXPORT TcamSharingInLifCommon : public TcamSharingCommonBase 
    ORV_ENTITY(TcamSharingInLifCommon, "Hardware::ShoalTunnel::TcamSharingInLifCommon")
    using TcamSharingCommonBase::TcamSharingCommonBase;
 
-   // Mapper keys written for an entry whose answers have not come back.
+   // Entry -> the number of its mapper keys that are written and not answered.
    ORV_COLLECTION(tcamSharingEntryRefCount, TcamSharingEntry, uint32_t, Orv::Keyed)
    void tcamSharingEntryRefCountInc(TcamSharingEntry const& entry, uint32_t n) {
       tcamSharingEntryRefCountIs(entry, tcamSharingEntryRefCount(entry) + n);
    }
-   // Not below 0; an entry that is absent stays absent.
+   // Stops at 0; does not create the entry.
    void tcamSharingEntryRefCountDec(TcamSharingEntry const& entry, uint32_t n) {
       if (tcamSharingEntryRefCountHas(entry)) {
          uint32_t count = tcamSharingEntryRefCount(entry);
          tcamSharingEntryRefCountIs(entry, count - std::min(n, count));
       }
    }
-   // The error merged from an entry's answers so far.
+   // Entry -> the combined result of its answers so far; a failure is kept.
    ORV_COLLECTION(vtagToVsiStatusErrorType, TcamSharingEntry, VlanTagToVsiMapperErrorType,
                   Orv::Keyed)
-   // The entry that wrote a key and waits for its answer.
+   // Mapper key -> the entry that wrote it last and waits for the answer.
    ORV_COLLECTION(pendingLifEntries, VlanTagToVsiMapperKey, TcamSharingEntry, Orv::KeyedByIndex)
-   // The entry that wrote a tunnel's key last; kept while it stands.
+   // Tunnel key -> the entry that wrote it last. Kept after the answer, until the key is removed.
    ORV_COLLECTION(pendingTunnelLifEntries, TunnelPolicyMapperKey, TcamSharingEntry,
                   Orv::KeyedByIndex)
 };

@@ -1,4 +1,4 @@
-// The tables between the stages: requests going down, responses coming back.
+// The tables between the stages of a pipeline: requests down, responses up.
 #pragma once
 
 #include "platform/Orv/Entity.h"
@@ -6,14 +6,13 @@
 
 namespace Hardware::ShoalTunnel {
 
-// Requests as one stage asks the next: request -> policy (0 when absent). One instance per feature,
-// one merged, one per output table.
+// Request -> policy (0 if absent), written by one stage for the next. There is one instance per
+// feature, one merged instance, and one instance per output table.
 class TCAM_SHARING_EXPORT TcamSharingConfig : public Orv::Entity {
    ORV_ENTITY(TcamSharingConfig, "Hardware::ShoalTunnel::TcamSharingConfig")
    ORV_COLLECTION(request, TcamSharingRequest, TcamSharingPolicyId, Orv::KeyedByIndex)
 };
 
-// 0 before any outcome is written.
 enum TcamSharingResponseStatus : uint8_t {
    tcamSharingNone = 0,
    tcamSharingSuccess = 1,    // programmed in hardware
@@ -21,8 +20,7 @@ enum TcamSharingResponseStatus : uint8_t {
    tcamSharingFailed = 3,     // hardware refused the write
 };
 
-// An outcome, and the policy for which it was produced: a reader discards an outcome that belongs
-// to an older policy.
+// An outcome and the policy that it belongs to. A reader discards the outcome of an older policy.
 struct TcamSharingResponse {
    TcamSharingResponseStatus status = tcamSharingNone;
    TcamSharingPolicyId policyId;
@@ -30,7 +28,7 @@ struct TcamSharingResponse {
    ORV_VALUE(TcamSharingResponse, "Hardware::ShoalTunnel::TcamSharingResponse", status, policyId)
 };
 
-// The outcome per request: one instance merged, one per feature.
+// Request -> outcome. There is one merged instance and one instance per feature.
 class TCAM_SHARING_EXPORT TcamSharingStatus : public Orv::Entity {
    ORV_ENTITY(TcamSharingStatus, "Hardware::ShoalTunnel::TcamSharingStatus")
    ORV_COLLECTION(response, TcamSharingRequest, TcamSharingResponse, Orv::KeyedByIndex)

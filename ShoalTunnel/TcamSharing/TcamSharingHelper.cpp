@@ -32,7 +32,7 @@ TcamSharingHelper::TcamSharingHelper(
       dynSubIntfEncap_(ORV_NOT_NULL(dynSubIntfEncap)) {}
 
 PortMap TcamSharingHelper::intfToPortMap(IntfId intf) const {
-   // An absent interface reads as the null port, and that as the null port map.
+   // An unknown interface reads as the null port, and the null port as the null port map.
    return shoalStatus_->portMap(shoalStatus_->sysPhyPortId(intf));
 }
 
@@ -84,7 +84,7 @@ std::optional<VlanDomain> TcamSharingHelper::getVlanDomainForIntf(IntfId intf, F
    auto domain = Plexus::PortChannelIntfId::isPortChannelIntfId(intf)
                      ? domainOfLagSubIntf(intf, parent, fapId)
                      : domainOfPortSubIntf(intf, parent);
-   // The stored domain of a flood entry does not matter, but it has to be there.
+   // The value of the domain does not matter for a flood entry, but a domain has to exist.
    return domain && intf.l3Flood() ? VlanDomain(VlanDomain::l3Flood) : domain;
 }
 

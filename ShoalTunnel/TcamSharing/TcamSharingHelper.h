@@ -1,7 +1,8 @@
-// Resolves an interface named in a request into the facts that programming needs.
+// Looks up what programming a request needs: unit, VLAN domain, encapsulation and mapper key of its
+// interface.
 //
-// Reads the current content of the entities it was given, at each call, and writes nothing. "Not
-// found" is an ordinary answer, traced at level 0: the caller keeps its request and asks again.
+// Each call reads the current content of the entities; nothing is written. "Not found" is an
+// ordinary result, traced at level 0. The programming machines retry such a request.
 #pragma once
 
 #include "platform/Hardware/Shoal/Status.h"
@@ -17,7 +18,7 @@
 
 namespace Hardware::ShoalTunnel {
 
-// The answer of getDot1qEncapForIntf: all zero and not valid when it cannot be resolved now.
+// The result of getDot1qEncapForIntf: all zero and not valid if there is no encapsulation now.
 struct TcamSharingDot1qEncapResponse {
    Bridging::Dot1qEncap dot1qEncap;
    bool valid = false;
@@ -40,22 +41,23 @@ class TCAM_SHARING_EXPORT TcamSharingHelper : public Orv::Entity {
                      Orv::Ptr<Interface::SubIntfStatusDir const> subIntfStatusDir,
                      Orv::Ptr<Interface::SubIntfDynDot1qEncap const> dynSubIntfEncap);
 
-   // The port map of the interface's port; (2048, 256) when unknown.
+   // The port map of the interface's port; (2048, 256) if unknown.
    Shoal::PortMap intfToPortMap(Plexus::IntfId intf) const;
-   // Units; 2048 when unknown. From the live port map, from the port-map helper's current table,
-   // from its table of changed mappings.
+   // The unit of the interface, 2048 if unknown: from the port map, from the port-map helper's
+   // current table, and from its table of changed mappings.
    Shoal::FapId getFapIdForIntf(Plexus::IntfId intf) const;
    Shoal::FapId getHelperFapIdForIntf(Plexus::IntfId intf) const;
    Shoal::FapId getHelperChangedFapIdForIntf(Plexus::IntfId intf) const;
-   // The first known of the three, in this order.
+   // The first of these three that is known, in this order.
    Shoal::FapId getParentFapId(Plexus::IntfId intf) const;
-   // The interface on a unit's port; the empty id when none.
+   // The interface on a unit port; the empty id if there is none.
    Plexus::IntfId getIntfIdForFapPort(Shoal::FapId fapId, uint16_t fapPortId) const;
 
-   // null when the unit's type keeps no such entries, or has none for this port-channel.
+   // null if the unit's type has no such entries, or none for this port-channel.
    Orv::Ptr<VlanDomainPerLagFap const> getVlanDomainForLagFap(Plexus::IntfId lag,
                                                               Shoal::FapId fapId) const;
-   // Nothing when it cannot be resolved now. 0 for all but sub-interfaces; 255 for flood entries.
+   // Nothing if there is no domain now. 255 for flood entries; 0 for other interfaces that are not
+   // sub-interfaces.
    std::optional<Shoal::VlanDomain> getVlanDomainForIntf(Plexus::IntfId intf,
                                                          Shoal::FapId fapId) const;
    // A flood entry without its VLAN is an invariant failure.

@@ -1,4 +1,4 @@
-// A policy as the in-LIF additional data carries it.
+// The part of a policy that the in-LIF additional data carries.
 #pragma once
 
 #include "ShoalTunnel/TcamSharing/TcamSharingRequest.h"
@@ -11,7 +11,7 @@ class TcamSharingInLifPolicyId {
 
    explicit TcamSharingInLifPolicyId(TcamSharingPolicyId policyId) : policyId_(policyId) {}
 
-   // The policy's low 10 bits; labels above them never reach the additional data.
+   // The low 10 bits of the policy: the additional data do not carry the labels above them.
    uint64_t inLifAdditionalData() const { return policyId_.value() & inLifAdditionalDataMask; }
 
  private:

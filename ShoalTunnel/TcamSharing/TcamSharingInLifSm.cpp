@@ -55,7 +55,7 @@ void TcamSharingInLifSm::handleTcamSharingConfig(TcamSharingRequest const& reque
    auto encap =
        tcamSharingHelper()->getDot1qEncapForIntf(request.intfId(), request.l3FloodPortVlanId());
    if (policyId.empty()) {
-      // A removal goes on behind this: the data in the mapper have to be cleared as well.
+      // No return here: the data in the mapper have to be cleared as well.
       tcamSharingCommon_->tcamRequestToVlanTagToVsiKeyMappingDel(request);
       tcamSharingStatus()->responseDel(request);
    }
@@ -98,7 +98,7 @@ void TcamSharingInLifSm::doProgramOnPort(TcamSharingEntry const& entry, IntfId p
    result->inLifAdditionalData = newData;
    tcamSharingCommon_->pendingLifEntriesIs(key, entry);
    tcamSharingCommon_->tcamSharingEntryRefCountIs(entry, 1);
-   // Last: with everything recorded, an answer from inside this write finds its entry.
+   // Last, because the answer may come from inside this write and needs what is recorded above.
    vtagToVsiConfig_->configIs(key, *result);
 }
 
@@ -107,7 +107,8 @@ void TcamSharingInLifSm::doProgramOnPortChannel(TcamSharingEntry const& entry, I
    uint64_t newData = additionalData(entry.policyId());
    auto lagEntry = tcamSharingHelper()->getVlanDomainForLagFap(portChannel, entry.fapId());
    if (!lagEntry) {
-      // Dropped, not retried: resolved a moment ago, it went while this request was worked.
+      // Dropped, not retried: the entry existed a moment ago and went while this request was
+      // processed.
       TRACE(0, configHandler, ": no vlanDomainPerLagFap entry found for lag: ", portChannel,
             ", on fap: ", entry.fapId());
       return;
@@ -118,7 +119,7 @@ void TcamSharingInLifSm::doProgramOnPortChannel(TcamSharingEntry const& entry, I
           member, entry.request(), dot1qEncap);
       auto result = vtagToVsiConfig_->configCollection().find(key);
       if (!result) {
-         // The members written so far stay written and pending; the retry takes up the rest.
+         // The members written so far stay written and pending; the retry handles the others.
          doWaitForMapperEntry(entry);
          return;
       }
@@ -164,7 +165,7 @@ void TcamSharingInLifSm::handleVtagToVsiStatus(VlanTagToVsiMapperKey const& key)
       doDecrementRefCountOnTcamSharingEntry(entry);
       return;
    }
-   // A member's failure is not overwritten by another one's success.
+   // The success of one member does not overwrite the failure of another.
    if (tcamSharingCommon_->vtagToVsiStatusErrorType(entry) == VlanTagToVsiMapperErrorType::none ||
        status.errorType != VlanTagToVsiMapperErrorType::success) {
       tcamSharingCommon_->vtagToVsiStatusErrorTypeIs(entry, status.errorType);

@@ -1,16 +1,17 @@
-// Attaches policies to the logical interfaces (in-LIFs) of sub-interfaces: rewrites the in-LIF
-// additional data of the VLAN-tag-to-VSI mapper entries that a sub-interface already has, one for a
-// port's, one per member port on the request's unit for a port-channel's.
+// Programs policies into the in-LIFs of sub-interfaces: rewrites the in-LIF additional data of the
+// VLAN-tag-to-VSI mapper entries that a sub-interface already has. A sub-interface of a port has
+// one entry; one of a port-channel has an entry per member port on the request's unit.
 //
-// Hardware answers per mapper key. A request is answered when no key written for its entry (request
-// and policy) is out any more; one failure among the keys makes it failed, in whatever order the
-// answers come. Interfaces other than sub-interfaces are resolved, but have nothing to program.
+// Hardware answers per mapper key. A request is answered once every key written for its entry
+// (request and policy) is answered. If one key fails, the request fails, in whatever order the
+// answers arrive. Interfaces other than sub-interfaces are resolved, but not programmed.
 //
-// Reads the output table, the helper, and the mapper's configuration and status; writes the
+// Reads the output table, the helper, and the mapper's configuration and status. Writes the
 // additional data in that configuration, the merged status, and the bookkeeping in
 // TcamSharingInLifCommon (which survives this machine). It neither creates nor removes mapper
-// entries: while one is missing, the request waits on the retry list. Started on a filled output
-// table it handles every request in it once; it replays no hardware status. Event thread only.
+// entries: while one is missing, the request waits on the retry list. A machine that starts on a
+// filled output table handles every request in it once; it does not replay hardware status. Event
+// thread only.
 #pragma once
 
 #include "ShoalTunnel/TcamSharing/TcamSharingBaseSm.h"
@@ -42,12 +43,12 @@ class TCAM_SHARING_EXPORT TcamSharingInLifSm : public TcamSharingBaseSm {
                         Bridging::Dot1qEncap dot1qEncap);
    void doProgramOnPortChannel(TcamSharingEntry const& entry, Plexus::IntfId portChannel,
                                Bridging::Dot1qEncap dot1qEncap);
-   // The mapper entry is not there (yet).
+   // For a missing mapper entry.
    void doWaitForMapperEntry(TcamSharingEntry const& entry);
-   // The data stand already; `newData` 0 is a removal, which is not answered here.
+   // For an entry that has the data already. A removal (`newData` is 0) is not answered.
    void doAnswerBypassed(TcamSharingEntry const& entry, uint64_t newData);
    void doDecrementRefCountOnTcamSharingEntry(TcamSharingEntry const& entry);
-   // All answers of the entry are in, the last one being `status`.
+   // For an entry whose answers are complete; `status` is the last one.
    void doAnswer(TcamSharingEntry const& entry, VlanTagToVsiMapperStatusType const& status);
 
    Orv::Ptr<VlanTagToVsiMapperConfig> vtagToVsiConfig_;
@@ -56,7 +57,6 @@ class TCAM_SHARING_EXPORT TcamSharingInLifSm : public TcamSharingBaseSm {
    OrvVtagToVsiStatus orvVtagToVsiStatus_;
 };
 
-// With the constructor's arguments.
 template<class... Args>
 Orv::Ptr<TcamSharingInLifSm> tcamSharingInLifSmFactory(Args&&... args) {
    return Orv::make<TcamSharingInLifSm>(std::forward<Args>(args)...);

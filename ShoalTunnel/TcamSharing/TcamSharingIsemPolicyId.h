@@ -1,4 +1,4 @@
-// A policy as the ISEM payload carries it.
+// The part of a policy that the ISEM payload carries.
 #pragma once
 
 #include "platform/Hardware/Shoal/Status.h"
@@ -11,8 +11,8 @@ class TcamSharingIsemPolicyId {
  public:
    explicit TcamSharingIsemPolicyId(TcamSharingPolicyId policyId) : policyId_(policyId) {}
 
-   // Bits 0-16 of the policy, or 0-9 with the "DynamicISemData" toggle off; labels above bit 16
-   // never reach the payload. All units of the family lay it out alike.
+   // Bits 0-16 of the policy, or bits 0-9 with the toggle "DynamicISemData" off. The payload does
+   // not carry the label above bit 16. The layout is the same on all units.
    uint32_t makeISemPayloadValue(Orv::Ptr<Shoal::Status const> const& /*shoalStatus*/,
                                  Shoal::FapId /*fapId*/) const {
       uint64_t mask = TcamSharingPolicyId::qosPolicyMask | TcamSharingPolicyId::pbrPolicyMask;

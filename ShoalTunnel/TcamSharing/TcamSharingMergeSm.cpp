@@ -98,7 +98,7 @@ void TcamSharingMergeSm::handleTcamSharingShoalAclConfig(TcamSharingRequest cons
    }
    TcamSharingPolicyId policyId = policyOf(tcamSharingShoalAclConfig_, request);
    if (shoalStatus_->fapExtLkupType(request.fapId()) != Shoal::extLkupTypeLumen_) {
-      // The whole policy is the ACL feature's: what another feature merged in earlier goes.
+      // The ACL feature owns the whole policy: replace what other features merged earlier.
       doPublish(request, policyId);
       return;
    }
@@ -120,8 +120,8 @@ void TcamSharingMergeSm::handleTcamSharingShoalRampartConfig(TcamSharingRequest 
    }
 }
 
-// Lumen and Rampart write one field, and the last handler that ran wins: withdrawing one's request
-// clears the label even while the other still asks for it. That is the rule, not an oversight.
+// Lumen and Rampart write the same field and the last handler that runs wins. A withdrawal by one
+// clears the label even while the other still requests it. This is intended.
 void TcamSharingMergeSm::doMergeLumenAclLabel(char const* handler,
                                               Orv::Ptr<TcamSharingConfig const> const& config,
                                               TcamSharingRequest const& request) {
@@ -143,7 +143,7 @@ void TcamSharingMergeSm::doPublish(TcamSharingRequest const& request,
    }
 }
 
-// The Rampart status stays empty: the Lumen status carries the label's outcome for both features.
+// The Rampart status stays empty: the Lumen status has the outcome of the label for both features.
 void TcamSharingMergeSm::handleTcamSharingStatus(TcamSharingRequest const& request) {
    TRACE_ENTRY(request);
    if (!initialized_) {

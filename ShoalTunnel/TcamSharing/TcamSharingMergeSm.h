@@ -1,12 +1,12 @@
-// Folds the requests of the three features into one table, and splits the merged responses back.
+// Merges the requests of the three features into one table and splits the merged responses.
 //
-// Each feature owns a set of bit fields of the policy: a merge overwrites the feature's own fields
-// of the merged policy and keeps the rest. A merged request exists exactly while a bit of its
-// policy is set. On units without the Lumen look-up the ACL feature owns the whole policy.
+// Each feature owns bit fields of the policy. A merge overwrites the fields of that feature in the
+// merged policy and keeps the others. A merged request exists exactly while a bit of its policy is
+// set. On units without the Lumen look-up the ACL feature owns the whole policy.
 //
-// Reads the three feature configurations and the merged status, writes the merged configuration and
-// the feature statuses. Does nothing until its owner calls handleInitialized(), once everything it
-// reads is mounted. A null configuration reads as empty. Event thread only.
+// Reads the three feature configurations and the merged status; writes the merged configuration and
+// the feature statuses. Does nothing until the owner has mounted everything that the machine reads
+// and calls handleInitialized(). A null configuration reads as empty. Event thread only.
 #pragma once
 
 #include "platform/Hardware/Shoal/Status.h"
@@ -26,13 +26,13 @@ class TCAM_SHARING_EXPORT TcamSharingMergeSm : public Orv::RefCounted {
                       Orv::Ptr<TcamSharingStatus const> tcamSharingMergedStatus,
                       Orv::Ptr<Shoal::Status const> shoalStatus);
 
-   // Starts the machine: clears the feature statuses and merges every request that is there. The
-   // merged configuration is not cleared and merged responses are not replayed.
+   // Starts the machine: clears the feature statuses and merges every request. The merged
+   // configuration is not cleared and merged responses are not replayed.
    void handleInitialized();
    bool initialized() const { return initialized_; }
 
-   // Invariants of the requests, each an assertion: an ACL policy has no lumenAclLabel on a Lumen
-   // unit; Lumen and Rampart ask on Lumen units only, without pbrPolicy and qosPolicy.
+   // Asserted: on a Lumen unit an ACL policy has no lumenAclLabel; requests of Lumen and Rampart
+   // are on Lumen units and have no pbrPolicy or qosPolicy.
    void handleTcamSharingShoalAclConfig(TcamSharingRequest const& request);
    void handleTcamSharingShoalLumenConfig(TcamSharingRequest const& request);
    void handleTcamSharingShoalRampartConfig(TcamSharingRequest const& request);
@@ -47,7 +47,7 @@ class TCAM_SHARING_EXPORT TcamSharingMergeSm : public Orv::RefCounted {
        Orv::ReactorFor<&TcamSharingMergeSm::handleTcamSharingShoalRampartConfig>;
    using OrvTcamSharingMergedStatus = Orv::ReactorFor<&TcamSharingMergeSm::handleTcamSharingStatus>;
 
-   // `handler`: whose failure a broken invariant is.
+   // `handler`: the function that a failed assertion names.
    void doMergeLumenAclLabel(char const* handler, Orv::Ptr<TcamSharingConfig const> const& config,
                              TcamSharingRequest const& request);
    void doPublish(TcamSharingRequest const& request, TcamSharingPolicyId policyId);

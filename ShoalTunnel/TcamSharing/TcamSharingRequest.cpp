@@ -5,7 +5,7 @@ namespace Hardware::ShoalTunnel {
 Orv::Interner<TcamSharingRequestFields> tcamSharingRequestInterner;
 
 namespace {
-// The four fields as people read them.
+// The four fields in the order in which they are printed.
 struct PrintedEntry {
    Plexus::IntfId intfId;
    Shoal::FapId fapId;

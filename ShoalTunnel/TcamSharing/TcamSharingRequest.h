@@ -1,5 +1,4 @@
-// The values that every stage of the pipeline speaks in: the request, its policy, and the two
-// together.
+// The values that all stages of a pipeline use: request, policy, and entry (both together).
 #pragma once
 
 #include "platform/Bridging/VlanId.h"
@@ -21,13 +20,13 @@ struct TcamSharingRequestFields {
 
 TCAM_SHARING_EXPORT extern Orv::Interner<TcamSharingRequestFields> tcamSharingRequestInterner;
 
-// The key of every per-request collection: an interface that wants an entry on a unit. Interned: a
-// request is hashed once, when it is made from its fields, and indexes every table after that.
+// The key of every collection per request: an interface for which a policy is requested on a unit.
+// Interned: a request is hashed once, when it is made from its fields, and is an index after that.
 class TcamSharingRequest
     : public Orv::Interned<TcamSharingRequestFields, tcamSharingRequestInterner> {
  public:
    constexpr TcamSharingRequest() = default;
-   // `l3FloodPortVlanId`: for a routed port's flood entry, the VLAN that stands for the port.
+   // `l3FloodPortVlanId`: the internal VLAN of the port, for the flood entry of a routed port.
    TcamSharingRequest(Plexus::IntfId intfId, Shoal::FapId fapId,
                       Bridging::VlanIdOrNone l3FloodPortVlanId = {})
        : Interned(Fields{intfId, fapId, l3FloodPortVlanId}) {}
@@ -50,7 +49,7 @@ class TcamSharingRequest
    using Fields = TcamSharingRequestFields;
 };
 
-// The policies that a request asks for, packed; 0 means no policy.
+// The policies of a request, packed into bit fields; 0 means no policy.
 //
 //    bits 0-4 qosPolicy   5-9 pbrPolicy   10-16 aclLabel   17-23 lumenAclLabel
 class TcamSharingPolicyId {
@@ -81,8 +80,8 @@ class TcamSharingPolicyId {
    uint64_t value_ = 0;
 };
 
-// A request with the policy that was, or is to be, programmed for it. Entries of one request with
-// different policies are different keys.
+// A request and the policy that was, or is to be, programmed for it. As a key, entries of one
+// request with different policies differ.
 class TcamSharingEntry {
  public:
    constexpr TcamSharingEntry() = default;

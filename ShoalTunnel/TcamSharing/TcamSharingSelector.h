@@ -1,5 +1,5 @@
-// The one way in which the intake writes its output. Which selector it holds decides which
-// programming machine serves its requests.
+// Writes the output of the intake. The kind of selector decides which programming machine serves a
+// request.
 #pragma once
 
 #include "ShoalTunnel/TcamSharing/TcamSharingConfig.h"
@@ -8,16 +8,16 @@ namespace Hardware::ShoalTunnel {
 
 class TCAM_SHARING_EXPORT TcamSharingSelector : public Orv::RefCounted {
  public:
-   // The operations of this class itself throw Orv::NoImplementationException.
-   // Writes the request with that policy into the output table that suits it.
+   // The operations of this base throw Orv::NoImplementationException.
+   // Writes the request and its policy to the output table for the request.
    virtual void addRequest(TcamSharingRequest const& request, TcamSharingPolicyId const& policyId);
-   // Removes the request from that table; harmless when absent.
+   // Removes the request from that table; does nothing if it is absent.
    virtual void delRequest(TcamSharingRequest const& request);
-   // The policy now in that table, 0 when absent.
+   // The policy in that table, 0 if absent.
    virtual TcamSharingPolicyId getRequest(TcamSharingRequest const& request);
 };
 
-// All requests into the ISEM machine's table.
+// Writes all requests to the output table of the ISEM machine.
 class TCAM_SHARING_EXPORT TcamSharingSemSelector : public TcamSharingSelector {
  public:
    explicit TcamSharingSemSelector(Orv::Ptr<TcamSharingConfig> tcamSharingSemConfigOut);
@@ -29,7 +29,8 @@ class TCAM_SHARING_EXPORT TcamSharingSemSelector : public TcamSharingSelector {
    Orv::Ptr<TcamSharingConfig> tcamSharingSemConfigOut_;
 };
 
-// Requests on tunnel interfaces into the tunnel machine's table, all others into the in-LIF one's.
+// Writes requests of tunnels to the output table of the tunnel machine, all others to that of the
+// in-LIF machine.
 class TCAM_SHARING_EXPORT TcamSharingInLifSelector : public TcamSharingSelector {
  public:
    TcamSharingInLifSelector(Orv::Ptr<TcamSharingConfig> tcamSharingTagConfigOut,
@@ -44,7 +45,7 @@ class TCAM_SHARING_EXPORT TcamSharingInLifSelector : public TcamSharingSelector 
    Orv::Ptr<TcamSharingConfig> tcamSharingTunnelConfigOut_;
 };
 
-// For base-class operations that have no implementation of their own.
+// For operations of a base class that have no implementation.
 [[noreturn]] TCAM_SHARING_EXPORT void throwNotImplemented(char const* signature);
 
 } // namespace Hardware::ShoalTunnel

@@ -71,8 +71,8 @@ void TcamSharingSemSm::doRemove(TcamSharingRequest const& request) {
       return;
    }
    TRACE(7, configHandler, ": removing keyToDel: ", keyToDel);
-   // The entry goes even when other requests share it: theirs is to be programmed again when they
-   // next change.
+   // The entry is removed even if other requests share it. It is written again at the next change
+   // of one of them.
    if (isemBTableConfig_->configHas(keyToDel)) {
       // Queued before the write: the answer may come from inside it.
       doEnqueuePending(keyToDel, false, TcamSharingEntry(request, TcamSharingPolicyId()));
@@ -102,7 +102,7 @@ void TcamSharingSemSm::doProgram(TcamSharingRequest const& request, TcamSharingP
       return;
    }
    if (encap.dot1qEncap.inner != 0) {
-      // One tag is all that the key holds: neither programmed nor answered.
+      // The key holds one tag only, so the request is neither programmed nor answered.
       TRACE(7, configHandler, ": QinQ L3 subinterface dot1qEncap:", encap.dot1qEncap);
       return;
    }
@@ -126,7 +126,7 @@ void TcamSharingSemSm::doProgram(TcamSharingRequest const& request, TcamSharingP
    doEnqueuePending(newKey, true, entry);
    tcamSharingCommon_->semToRequestIs(newKey)->requestIs(request);
    tcamSharingCommon_->tcamRequestToIsemKeyMappingIs(request, newKey);
-   // Last: with everything recorded, an answer from inside this write finds its request.
+   // Last, because the answer may come from inside this write and needs what is recorded above.
    isemBTableConfig_->configIs(newKey, payload);
    TRACE_SPLIT(7, TEXT(configHandler, ": finished on ", request),
                BLIP(configHandler, ": finished on (", request.intfId(), ", fap ", request.fapId(),
@@ -143,7 +143,7 @@ void TcamSharingSemSm::doLeavePrevKey(TcamSharingRequest const& request, AradSem
               "tcamSharingCommon()->semToRequest( prevKey ) == NULL",
               "If we are deleting a stale mapping, then ensure no request is "
               "still using it");
-   // No pending write is queued for this removal: its answer is nobody's, and is ignored.
+   // No pending write is queued for this removal, so its answer is ignored.
    isemBTableConfig_->configDel(prevKey);
 }
 
@@ -165,7 +165,7 @@ void TcamSharingSemSm::handleIsemBTableStatus(AradSemKeyAndFap const& keyAndFap)
    TRACE(8, "TcamSharingSemSm::handleIsemBTableStatus: ", keyAndFap,
          ", keyType: ", static_cast<uint32_t>(keyAndFap.key().keyType()));
    SemTableStatusEntry statusEntry = isemBTableStatus_->status(keyAndFap);
-   // An entry answers a write; its absence answers a removal.
+   // A status entry answers a write; its absence answers a removal.
    bool statusFromPendingInsert = statusEntry != SemTableStatusEntry();
    if (TRACE_ON(7)) [[unlikely]] {
       TRACE(7, __func__, ": statusEntry: ", statusEntry);

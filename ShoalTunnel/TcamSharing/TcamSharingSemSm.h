@@ -1,14 +1,14 @@
 // Programs requests into the ISEM B table and turns the table's answers into responses.
 //
-// Requests that resolve to one (VLAN, VLAN domain, unit) share one entry; `semToRequest` records
-// who uses a key. Hardware answers asynchronously and per key, so every write is remembered in a
-// queue per key and kind, and each answer completes the oldest. Nothing is answered at the write,
-// except when the table holds the very payload already.
+// Requests that resolve to the same (VLAN, VLAN domain, unit) share one entry; `semToRequest` has
+// the users of each key. Hardware answers asynchronously and per key. So every write is queued per
+// key and kind, and each answer completes the oldest write of its queue. A write is answered at
+// once only if the table has the same payload already.
 //
 // Reads the output table, the helper and the table's status; writes the table's configuration, the
-// merged status, and the bookkeeping in TcamSharingSemCommon (which survives this machine). Started
-// on a filled output table it handles every request in it once; it replays no hardware status.
-// Event thread only.
+// merged status, and the bookkeeping in TcamSharingSemCommon (which survives this machine). A
+// machine that starts on a filled output table handles every request in it once; it does not replay
+// hardware status. Event thread only.
 #pragma once
 
 #include "platform/Hardware/ShoalTunnel/SemTable.h"
@@ -27,15 +27,15 @@ class TCAM_SHARING_EXPORT TcamSharingSemSm : public TcamSharingBaseSm {
                     Orv::Ptr<SemTableStatus const> isemBTableStatus,
                     Orv::Ptr<TcamSharingSemCommon> tcamSharingCommon);
 
-   // Throws Orv::RangeException for an outer tag that is no VLAN id and for a unit above 128.
-   // Withdrawing an answered request without a mapping, and moving a request off a key that
-   // another one uses, are invariant failures.
+   // Throws Orv::RangeException for an outer tag that is not a VLAN id and for a unit above 128.
+   // Invariant failures: the withdrawal of an answered request that has no mapping, and the move of
+   // a request from a key that another request uses.
    void handleTcamSharingConfig(TcamSharingRequest const& request) override;
    // The status entry of the key was written or removed.
    void handleIsemBTableStatus(AradSemKeyAndFap const& keyAndFap);
    void orvDoZombieReactors(bool zombie) override;
 
-   // While set, answers are ignored: for tests of the breadth of the table alone.
+   // While true, answers are ignored. For tests that only fill the table.
    ORV_ATTRIBUTE(ignoreIsemStatus, bool, false)
    ORV_COUNTER(numOfIsemBStatusHandled)
 
@@ -46,7 +46,7 @@ class TCAM_SHARING_EXPORT TcamSharingSemSm : public TcamSharingBaseSm {
    void doProgram(TcamSharingRequest const& request, TcamSharingPolicyId policyId);
    void doLeavePrevKey(TcamSharingRequest const& request, AradSemKeyAndFap prevKey);
    void doEnqueuePending(AradSemKeyAndFap key, bool isInsert, TcamSharingEntry const& entry);
-   // Takes the request out of the key's users, and the key out of the table of users with its last.
+   // Removes the request from the users of the key, and the key with its last user.
    void doDropUser(AradSemKeyAndFap key, TcamSharingRequest const& request);
 
    Orv::Ptr<SemTableConfig> isemBTableConfig_;

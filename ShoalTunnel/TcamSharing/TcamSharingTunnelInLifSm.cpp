@@ -78,7 +78,7 @@ void TcamSharingTunnelInLifSm::handleTunnelToPolicyStatus(TunnelPolicyMapperKey 
    }
 }
 
-// The pending entry stays: the key may be answered again.
+// The pending entry is kept, because the key may be answered again.
 void TcamSharingTunnelInLifSm::doHandleWriteAnswer(TcamSharingEntry const& entry,
                                                    TunnelPolicyMapperStatusType const& status) {
    if (status.inLifAdditionalData != getInLifAdditionalData(entry.policyId())) {

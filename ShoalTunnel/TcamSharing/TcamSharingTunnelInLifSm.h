@@ -1,14 +1,15 @@
-// Programs the tunnel-to-policy mapper: one entry per tunnel and unit, created, changed and removed
-// here.
+// Programs the tunnel policy mapper. This machine creates, changes and removes its entries, one per
+// tunnel and unit.
 //
-// An answer belongs to the entry that wrote its key last; one that names other data, or a removal
-// of a key that was created again, is an older write's and is ignored. The pending entry of a
-// created key stays, so that hardware may answer again (in progress, then programmed).
+// An answer belongs to the entry that wrote its key last. An answer with other data, or the answer
+// of a removal after the key was created again, belongs to an older write and is ignored. The
+// pending entry of a created key is kept, because hardware may answer twice (in progress, then
+// programmed).
 //
 // Reads the output table and the mapper's status; writes the mapper's configuration, the merged
-// status, and `pendingTunnelLifEntries` in TcamSharingInLifCommon (which survives this machine).
-// Started on a filled output table it handles every request in it once; it replays no hardware
-// status. Event thread only.
+// status, and `pendingTunnelLifEntries` in TcamSharingInLifCommon (which survives this machine). A
+// machine that starts on a filled output table handles every request in it once; it does not replay
+// hardware status. Event thread only.
 #pragma once
 
 #include "ShoalTunnel/TcamSharing/TcamSharingBaseSm.h"
@@ -18,8 +19,8 @@ namespace Hardware::ShoalTunnel {
 
 class TCAM_SHARING_EXPORT TcamSharingTunnelInLifSm : public TcamSharingBaseSm {
  public:
-   // Where the chip's IPv4 in-LIF additional data begin in an entry's word (bits). For those who
-   // decode the table; the data are written here as a value of their own.
+   // The bit offset of the IPv4 in-LIF additional data in an entry of the chip. For decoders of the
+   // table; this machine writes the data as a separate value.
    static constexpr uint32_t ipv4InLifAdditionalDataOffset = 0;
 
    TcamSharingTunnelInLifSm(Orv::Ptr<Shoal::Status const> shoalStatus,
@@ -52,7 +53,6 @@ class TCAM_SHARING_EXPORT TcamSharingTunnelInLifSm : public TcamSharingBaseSm {
    OrvTunnelToPolicyStatus orvTunnelToPolicyStatus_;
 };
 
-// With the constructor's arguments.
 template<class... Args>
 Orv::Ptr<TcamSharingTunnelInLifSm> tcamSharingTunnelInLifSmFactory(Args&&... args) {
    return Orv::make<TcamSharingTunnelInLifSm>(std::forward<Args>(args)...);

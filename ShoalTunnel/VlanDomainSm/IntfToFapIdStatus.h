@@ -1,4 +1,4 @@
-// The forwarding unit on which each front-panel interface sits. Written by VlanDomainSm.
+// The forwarding unit of each front-panel interface. Written by VlanDomainSm.
 #pragma once
 
 #include "platform/Hardware/Shoal/Ids.h"

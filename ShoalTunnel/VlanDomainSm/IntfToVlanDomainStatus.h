@@ -1,4 +1,4 @@
-// The VLAN domain of each front-panel interface's port. Written by VlanDomainSm.
+// The VLAN domain of the port of each front-panel interface. Written by VlanDomainSm.
 #pragma once
 
 #include "platform/Hardware/Shoal/Ids.h"

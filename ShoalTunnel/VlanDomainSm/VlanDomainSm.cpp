@@ -44,7 +44,7 @@ void VlanDomainSm::handlePortMapVersion() {
       if (portMap.isNull()) {
          continue;
       }
-      // A missing domain is left as published: only a single change takes one away.
+      // A published domain is not removed here: only a change of a single port or domain does.
       if (VlanDomain vlanDomain = vlanDomainOf(portMap); vlanDomain != VlanDomain()) {
          intfToVlanDomainStatus_->vlanDomainIs(intf, vlanDomain);
       }
@@ -52,7 +52,7 @@ void VlanDomainSm::handlePortMapVersion() {
       intfToPortMapIs(intf, portMap);
       intfToFapIdStatus_->intfToFapIs(intf, portMap.fapId);
    }
-   // Interfaces that went lose what was published; what this machine remembers of them stays.
+   // Removes what was published for deleted interfaces. portMapToIntf and intfToPortMap keep them.
    for (auto const& [intf, vlanDomain] : intfToVlanDomainStatus_->vlanDomainIter()) {
       if (!shoalStatus_->sysPhyPortIdHas(intf)) {
          intfToVlanDomainStatus_->vlanDomainDel(intf);
@@ -69,7 +69,7 @@ void VlanDomainSm::handleSysPhyPortId(IntfId const& intf) {
    TRACE(8, "VlanDomainSm::", __func__);
    PortMap portMap = shoalStatus_->portMap(shoalStatus_->sysPhyPortId(intf));
    if (portMap.isNull()) {
-      // The port is gone: what was published stays until the port map's next version.
+      // The port is gone. What was published is kept until the next port map version.
       return;
    }
    VlanDomain vlanDomain = vlanDomainOf(portMap);
@@ -82,7 +82,7 @@ void VlanDomainSm::handleSysPhyPortId(IntfId const& intf) {
    if (portMap == previous) {
       return;
    }
-   // Whoever moved onto the old place meanwhile loses its way back, until the next walk.
+   // If another interface has moved to the old port map, this drops its entry until the next walk.
    portMapToIntfDel(previous);
    portMapToIntfIs(portMap, intf);
    intfToPortMapIs(intf, portMap);

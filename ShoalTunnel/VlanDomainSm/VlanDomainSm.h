@@ -2,13 +2,13 @@
 // on which it sits and the VLAN domain of its port: interface -> system physical port -> port map
 // -> VLAN domain, joined.
 //
-// Follows single changes of an interface's port and of a port map's domain; a new version of the
-// port map makes it walk everything. Between walks an interface that went keeps what was published,
-// and a walk takes no domain away from an interface that is still there: both on purpose, a port
-// map in the middle of being rewritten must not take a domain from under the entries that use it.
+// Changes of the port of one interface or of the domain of one port map are published at once. A
+// new port map version walks all interfaces. Between walks a deleted interface keeps what was
+// published, and a walk does not remove the domain of an existing interface. Both are intended:
+// while the port map is being rewritten, entries must not lose the domain that they use.
 //
-// Reads the chip-family status (never null) and the VLAN domain status (null
-// reads as empty); writes the two published tables. Live from construction. Event thread only.
+// Reads the chip-family status (never null) and the VLAN domain status (null reads as empty);
+// writes the two published tables. Ready after construction. Event thread only.
 #pragma once
 
 #include "platform/Hardware/Shoal/Status.h"
@@ -26,14 +26,14 @@ class TCAM_SHARING_EXPORT VlanDomainSm : public Orv::RefCounted {
                 Orv::Ptr<IntfToFapIdStatus> intfToFapIdStatus);
 
    void handleInitialized();
-   // Walks everything, unless the port map is not valid.
+   // Publishes all interfaces; does nothing while the port map is not valid.
    void handlePortMapVersion();
    // The interface's system physical port changed.
    void handleSysPhyPortId(Plexus::IntfId const& intf);
-   // The port map's VLAN domain changed.
+   // The VLAN domain of the port map changed.
    void handleVlanDomainStatus(Shoal::PortMap const& portMap);
 
-   // The interface that was seen last on a port map, and the reverse.
+   // Port map -> the interface last seen there, and the reverse.
    ORV_COLLECTION(portMapToIntf, Shoal::PortMap, Plexus::IntfId, Orv::Keyed)
    ORV_COLLECTION(intfToPortMap, Plexus::IntfId, Shoal::PortMap, Orv::KeyedByIndex)
 
@@ -45,7 +45,7 @@ class TCAM_SHARING_EXPORT VlanDomainSm : public Orv::RefCounted {
    };
    using OrvVlanDomainStatus = Orv::ReactorFor<&VlanDomainSm::handleVlanDomainStatus>;
 
-   // 0: the port map has none.
+   // 0 if the port map has no domain.
    Shoal::VlanDomain vlanDomainOf(Shoal::PortMap const& portMap) const;
 
    Orv::Ptr<Shoal::Status const> shoalStatus_;
@@ -56,7 +56,6 @@ class TCAM_SHARING_EXPORT VlanDomainSm : public Orv::RefCounted {
    OrvVlanDomainStatus orvVlanDomainStatus_;
 };
 
-// With the constructor's arguments.
 template<class... Args>
 Orv::Ptr<VlanDomainSm> VlanDomainSmIs(Args&&... args) {
    return Orv::make<VlanDomainSm>(std::forward<Args>(args)...);

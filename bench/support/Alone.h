@@ -1,5 +1,5 @@
-// Runs in processes of their own: each interns, allocates and maps what it needs itself, and leaves
-// nothing to the next.
+// Runs a function in a child process, so that interned values, the heap and page mappings of one
+// run do not affect the next.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@
 
 namespace Bench {
 
-// What `work` returned in a copy of this process; nothing when that one failed.
+// The result of `work` in a child process; nothing if the child failed.
 template<class Work, class Result = std::invoke_result_t<Work>>
 std::optional<Result> alone(Work&& work) {
    static_assert(std::is_trivially_copyable_v<Result>);
@@ -20,7 +20,7 @@ std::optional<Result> alone(Work&& work) {
    pid_t child = ::fork();
    if (child == 0) {
       Result result = work();
-      // Without tearing down: nobody looks at what is left.
+      // Skip the destructors: the process ends here.
       ::_exit(::write(ends[1], &result, sizeof result) == sizeof result ? 0 : 1);
    }
    ::close(ends[1]);

@@ -1,4 +1,4 @@
-// The library's pipeline of in-LIF features, from request directories to words and responses.
+// The in-LIF feature pipeline of the library, from request directories to words and responses.
 #pragma once
 
 #include "bench/support/FeatureWorld.h"
@@ -29,7 +29,7 @@ class FeaturePipeline {
       vlanSm_->handleInitialized();
    }
 
-   // Asks for a value, 0 to withdraw.
+   // Requests a value; 0 withdraws.
    void ask(std::size_t which, uint64_t value) {
       auto const& request = world_.requests[which];
       auto& directory = *directories_[request.directory()];
@@ -40,7 +40,7 @@ class FeaturePipeline {
          directory.requestIs({key, static_cast<InLifFeatureValue>(value)});
       }
    }
-   void drain() {} // nothing waits here
+   void drain() {} // there is no backlog
 
    // The value in the word of the request's interface.
    uint64_t programmed(std::size_t which) const {
@@ -64,13 +64,13 @@ class FeaturePipeline {
       for (auto const& directory : directories_) {
          left += directory->requests();
       }
-      return left + config_->requests() + spread_->requests() + handled_->responses() +
+      return left + config_->requests() + expanded_->requests() + handled_->responses() +
              status_->responses() + portWords_->lifFeatureAttrs() + vlanWords_->lifFeatureAttrs() +
              mergedWords_->lifFeatureAttrs() + subIntfWords_->lifFeatureAttrs() +
              portSm_->lifIntfCfgs() + responseSm_->lifStatusResponses();
    }
 
-   // Puts every field this many bits higher; words follow with the next key version.
+   // Moves every field up by `shift` bits. The words follow at the next TCAM key version.
    void layoutIs(uint16_t shift) {
       shift_ = shift;
       for (uint16_t tcam = 0; tcam < FeatureWorld::tcams; ++tcam) {
@@ -86,7 +86,7 @@ class FeaturePipeline {
    void tcamKeyVersionInc() { shoal_->tcamKeyVersionIs(shoal_->tcamKeyVersion() + 1); }
 
    void portOnTcam(IntfId port, uint16_t tcam) { shoal_->sysTcamIdIs(port, SystemTcamId(tcam)); }
-   // The port's own entry first, as every writer of the mapping has it.
+   // In the order of every writer of the mapping: the port's own entry first.
    void join(IntfId lag, IntfId port) {
       mapping_->phyIntfLagIs(port, lag);
       mapping_->lagPhyIntfConfigIs(lag)->phyIntfIs(port);
@@ -113,7 +113,7 @@ class FeaturePipeline {
    Made<Hardware::Shoal::Status> shoal_ = Orv::make<Hardware::Shoal::Status>();
    Made<Lag::LagPhyIntfMapping> mapping_ = Orv::make<Lag::LagPhyIntfMapping>();
    Made<InLifIntfConfig> config_ = Orv::make<InLifIntfConfig>();
-   Made<InLifIntfConfig> spread_ = Orv::make<InLifIntfConfig>();
+   Made<InLifIntfConfig> expanded_ = Orv::make<InLifIntfConfig>();
    Made<InLifIntfStatus> handled_ = Orv::make<InLifIntfStatus>();
    Made<InLifFeatureStatus> status_ = Orv::make<InLifFeatureStatus>();
    Made<DefaultLifFeatureConfig> portWords_ = Orv::make<DefaultLifFeatureConfig>();
@@ -121,7 +121,7 @@ class FeaturePipeline {
    Made<DefaultLifFeatureConfig> mergedWords_ = Orv::make<DefaultLifFeatureConfig>();
    Made<SubIntfLifFeatureConfig> subIntfWords_ = Orv::make<SubIntfLifFeatureConfig>();
 
-   // As the agent has them.
+   // Wired as in the agent.
    Made<InLifFeatureRequestInputDirSm> inputSm_ =
        inLifFeatureRequestInputDirSmFactory(input_, config_);
    Made<InLifFeatureResponseSm> responseSm_ =
@@ -129,12 +129,12 @@ class FeaturePipeline {
    Made<DefaultLifFeatureMergeSm> mergeSm_ =
        DefaultLifFeatureMergeSmIs(portWords_, vlanWords_, mergedWords_);
    Made<PortInLifIntfSm> portSm_ = portInLifIntfSmFactory(
-       config_, handled_, shoal_, portWords_, spread_, mapping_, Orv::make<Lag::Config>(),
+       config_, handled_, shoal_, portWords_, expanded_, mapping_, Orv::make<Lag::Config>(),
        Orv::make<Hardware::Shoal::LocalPortMapStatus>());
    Made<SubIntfInLifIntfSm> subIntfSm_ =
        subIntfInLifIntfSmFactory(config_, handled_, shoal_, subIntfWords_);
    Made<VlanInLifIntfSm> vlanSm_ =
-       vlanInLifIntfSmFactory(config_, handled_, shoal_, vlanWords_, spread_, mapping_,
+       vlanInLifIntfSmFactory(config_, handled_, shoal_, vlanWords_, expanded_, mapping_,
                               Orv::make<Bridging::UntaggedVlanDir>());
 };
 

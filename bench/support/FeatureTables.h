@@ -1,7 +1,7 @@
-// What the floors of in-LIF features are made of besides the tables of FloorTables.h.
+// Key types and tables that the in-LIF feature baselines need besides those of BaselineTables.h.
 #pragma once
 
-#include "bench/support/FloorTables.h"
+#include "bench/support/BaselineTables.h"
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureKey.h"
 
 namespace Bench {
@@ -25,7 +25,7 @@ struct FeatureTables<Standard> : Standard {
       friend bool operator==(FeatureKey const&, FeatureKey const&) = default;
       auto fields() const { return std::tuple(inLif.intf, inLif.tcam, type); }
    };
-   // Something per feature type.
+   // Feature type -> V.
    template<class V>
    using PerType = Map<Type, V>;
 
@@ -35,7 +35,7 @@ struct FeatureTables<Standard> : Standard {
    static FeatureKey featureKey(InLifKey key, unsigned type) {
       return {key, static_cast<uint8_t>(type)};
    }
-   // For looking up what may not be there.
+   // A key for a look-up that may find nothing.
    static FeatureKey existing(InLifKey key, unsigned type) { return featureKey(key, type); }
    static IntfId intfIdOf(InLifKey key) { return IntfId::fromIndex(key.intf); }
    static Intf intfOf(InLifKey key) { return key.intf; }

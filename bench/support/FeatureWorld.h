@@ -1,5 +1,5 @@
-// Who asks for in-LIF features: requests of twelve types, each from the request directory of its
-// type.
+// The requests of the in-LIF feature benchmarks: twelve feature types, each in the request
+// directory of its type.
 #pragma once
 
 #include "bench/support/World.h"
@@ -8,10 +8,10 @@
 namespace Bench {
 
 // One request per sub-interface or port, or all twelve types on every sub-interface.
-enum class FeatureAsking { subInterfaces, ports, allTypes };
+enum class FeatureRequestKind { subInterfaces, ports, allTypes };
 
 struct FeatureWorld {
-   // A few requesters, each with types of its own.
+   // Each requester has its own types.
    static constexpr std::size_t directories = 4;
    static constexpr unsigned types = Hardware::ShoalTunnel::inLifFeatureTypes.size();
    // A feature's field in the word.
@@ -27,12 +27,13 @@ struct FeatureWorld {
    };
    std::vector<Request> requests; // in random order
 
-   FeatureWorld(FeatureAsking asking, std::size_t count, unsigned run) {
-      unsigned perKey = asking == FeatureAsking::allTypes ? types : 1;
-      World world(asking == FeatureAsking::ports ? Asking::ports : Asking::subInterfaces,
+   FeatureWorld(FeatureRequestKind kind, std::size_t count, unsigned run) {
+      unsigned perKey = kind == FeatureRequestKind::allTypes ? types : 1;
+      World world(kind == FeatureRequestKind::ports ? RequestKind::ports
+                                                    : RequestKind::subInterfaces,
                   (count + perKey - 1) / perKey, run);
       for (std::size_t at : Bench::shuffled(count, run)) {
-         requests.push_back({world.askers[at / perKey].intf, tcamAt(at / perKey),
+         requests.push_back({world.targets[at / perKey].intf, tcamAt(at / perKey),
                              static_cast<uint8_t>(at % types + 1)});
       }
    }

@@ -1,4 +1,4 @@
-// The library's pipeline of all other units, down to the in-LIFs of sub-interfaces and tunnels.
+// The pipeline of the library for units that are not arad: in-LIFs of sub-interfaces and tunnels.
 #pragma once
 
 #include "bench/support/PipelineFront.h"
@@ -13,14 +13,14 @@ class InLifPipeline : public PipelineFront {
        : InLifPipeline(world, Orv::make<TcamSharingConfig>(), Orv::make<TcamSharingConfig>(),
                        Orv::make<TcamSharingInLifCommon>("bench")) {}
 
-   // What the chip holds for the request: its policy, 0 for nothing.
+   // The policy that the chip holds for the request; 0 if none.
    uint64_t programmed(std::size_t which) const {
-      auto const& of = asker(which);
+      auto const& of = target(which);
       return Plexus::TunnelIntfId::isTunnelIntfId(of.intf)
                  ? tunnels_->config({of.intf, FapId(of.unit)}).inLifAdditionalData
                  : mapper_->config(mapperKey(of)).inLifAdditionalData;
    }
-   // The mapper's entries stay: they are the owner's.
+   // Mapper entries are not counted: their owner keeps them.
    std::size_t leftOver() const {
       return leftInFront() + tagOutput_->requests() + tunnelOutput_->requests() +
              tunnels_->configs() + tunnelsStatus_->statuss() +
@@ -36,14 +36,14 @@ class InLifPipeline : public PipelineFront {
        : PipelineFront(world, otherThanArad, common,
                        Orv::make<TcamSharingInLifSelector>(tagOutput, tunnelOutput)),
          tagOutput_(tagOutput), tunnelOutput_(tunnelOutput), common_(common) {
-      // The sub-interfaces themselves are programmed, and answered, already.
-      for (auto const& of : world.askers) {
+      // The mapper entries of the sub-interfaces exist already.
+      for (auto const& of : world.targets) {
          if (Plexus::SubIntfId::isSubIntfId(of.intf)) {
             mapper_->configIs(mapperKey(of), {of.tag, 0});
          }
       }
    }
-   static VlanTagToVsiMapperKey mapperKey(Asker const& of) {
+   static VlanTagToVsiMapperKey mapperKey(Target const& of) {
       return VlanTagToVsiMapperKey::ofSubIntf(of.port, of.intf, {of.tag, 0}, 0);
    }
    static constexpr Hardware::Shoal::FapType otherThanArad = Hardware::Shoal::fapTypeArad + 2;

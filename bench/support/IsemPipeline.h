@@ -1,4 +1,4 @@
-// The library's pipeline of arad units, down to the ISEM table.
+// The pipeline of the library for arad units, down to the ISEM.
 #pragma once
 
 #include "bench/support/PipelineFront.h"
@@ -12,10 +12,10 @@ class IsemPipeline : public PipelineFront {
        : IsemPipeline(world, Orv::make<TcamSharingConfig>(),
                       Orv::make<TcamSharingSemCommon>("bench")) {}
 
-   // What the chip holds for the request: its policy, 0 for nothing.
+   // The policy that the chip holds for the request; 0 if none.
    uint64_t programmed(std::size_t which) const {
-      AradISemKeyTcamSharing key(Bridging::VlanId(asker(which).tag), domainOf(which));
-      return table_->config({key.key(), FapId(asker(which).unit)}).value >> 3;
+      AradISemKeyTcamSharing key(Bridging::VlanId(target(which).tag), domainOf(which));
+      return table_->config({key.key(), FapId(target(which).unit)}).value >> 3;
    }
    std::size_t leftOver() const {
       return leftInFront() + output_->requests() + table_->configs() + tableStatus_->statuss() +
@@ -31,7 +31,7 @@ class IsemPipeline : public PipelineFront {
          output_(output), common_(common) {}
 
    Hardware::Shoal::VlanDomain domainOf(std::size_t which) const {
-      return helper_->getVlanDomainForIntf(asker(which).intf, FapId(asker(which).unit)).value();
+      return helper_->getVlanDomainForIntf(target(which).intf, FapId(target(which).unit)).value();
    }
 
    Made<TcamSharingConfig> output_;

@@ -13,7 +13,7 @@ void* operator new(std::size_t size) {
    if (memory == nullptr) {
       throw std::bad_alloc();
    }
-   // The allocator's own header is part of what an object costs.
+   // Includes the allocator's header.
    Bench::heapInUse += malloc_usable_size(memory) + sizeof(std::size_t);
    return memory;
 }

@@ -1,11 +1,11 @@
-// Heap in use, counted by the allocation functions that Memory.cpp puts in place of the standard
-// ones, for the whole program and its libraries.
+// Counts the heap in use by the program and its libraries. Memory.cpp replaces the global
+// allocation functions.
 #pragma once
 
 #include <cstddef>
 
 namespace Bench {
 
-extern std::size_t heapInUse; // bytes, as the allocator rounds them
+extern std::size_t heapInUse; // bytes, rounded as the allocator does
 
 } // namespace Bench

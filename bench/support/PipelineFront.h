@@ -1,5 +1,5 @@
-// What the library's pipelines have in common: the switch as they read it, the features' tables,
-// the merge and the intake.
+// Common part of the library's sharing pipelines: the switch that they read, the tables of the
+// features, the merge and the intake.
 #pragma once
 
 #include "bench/support/World.h"
@@ -10,7 +10,7 @@ namespace Bench {
 
 using namespace Hardware::ShoalTunnel;
 
-// Hardware behind a table: answers each write with success, at once.
+// The chip behind a table: answers each write with success at once.
 template<class Config, class Status>
 class Chip
     : public Orv::Reactor<
@@ -46,7 +46,7 @@ class Chip
 
 class PipelineFront {
  public:
-   // Asks for a policy, 0 to withdraw; the request waits in the backlog.
+   // Requests a policy; 0 withdraws. The request waits in the backlog.
    void ask(std::size_t which, uint64_t policy) {
       TcamSharingRequest request = requestOf(which);
       if (policy == 0) {
@@ -55,17 +55,17 @@ class PipelineFront {
          acl_->requestIs(request, TcamSharingPolicyId(policy));
       }
    }
-   // Works off the backlog.
+   // Runs slices until the backlog is empty.
    void drain() {
       while (codef_->backlogSize() > 0) {
          timers_.runDue();
       }
    }
-   // One slice; the requests that it worked.
+   // Runs one slice; returns how many requests it processed.
    uint32_t slice() { return codef_->processBacklog(Orv::System::currentTime()); }
    TcamSharingCodef& codef() { return *codef_; }
 
-   // The feature was told that this policy stands, 0 for none.
+   // Whether the feature's status reports success for `policy`, or nothing if it is 0.
    bool isAnswered(std::size_t which, uint64_t policy) const {
       return aclStatus_->response(requestOf(which)) ==
              (policy == 0 ? TcamSharingResponse()
@@ -79,14 +79,14 @@ class PipelineFront {
    PipelineFront(World const& world, Hardware::Shoal::FapType unitType,
                  Made<TcamSharingCommonBase> common, Made<TcamSharingSelector> selector)
        : world_(world), common_(std::move(common)) {
-      for (auto const& asker : world.askers) {
-         status_->fapNameIs(FapId(asker.unit), "unit");
-         status_->fapTypeIs(FapId(asker.unit), unitType);
-         if (Plexus::SubIntfId::isSubIntfId(asker.intf)) {
+      for (auto const& target : world.targets) {
+         status_->fapNameIs(FapId(target.unit), "unit");
+         status_->fapTypeIs(FapId(target.unit), unitType);
+         if (Plexus::SubIntfId::isSubIntfId(target.intf)) {
             auto config = Orv::make<Interface::SubIntfConfig>();
-            config->dot1qEncapIs({asker.tag, 0});
-            configDir_->subIntfConfigIs(asker.intf, config);
-            statusDir_->subIntfStatusIs(asker.intf);
+            config->dot1qEncapIs({target.tag, 0});
+            configDir_->subIntfConfigIs(target.intf, config);
+            statusDir_->subIntfStatusIs(target.intf);
          }
       }
       for (auto const& port : world.ports) {
@@ -108,7 +108,7 @@ class PipelineFront {
       return acl_->requests() + merged_->requests() + codef_->backlogSize() +
              common_->retryLists() + mergedStatus_->responses() + aclStatus_->responses();
    }
-   Asker const& asker(std::size_t which) const { return world_.askers[which]; }
+   Target const& target(std::size_t which) const { return world_.targets[which]; }
 
    Made<Hardware::Shoal::Status> status_ = Orv::make<Hardware::Shoal::Status>();
    Made<Interface::SubIntfStatusDir> statusDir_ = Orv::make<Interface::SubIntfStatusDir>();
@@ -116,7 +116,7 @@ class PipelineFront {
 
  private:
    TcamSharingRequest requestOf(std::size_t which) const {
-      return {asker(which).intf, FapId(asker(which).unit)};
+      return {target(which).intf, FapId(target(which).unit)};
    }
 
    World const& world_;

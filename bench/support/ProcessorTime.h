@@ -5,8 +5,8 @@
 
 namespace Bench {
 
-// Seconds of processor time of this process. Nothing that is measured waits, so what this leaves
-// out is the time of other programs.
+// Seconds of processor time of this process. The measured code never waits, so the difference from
+// elapsed time is the time of other programs.
 inline double processorTime() {
    timespec now{};
    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);

@@ -1,4 +1,4 @@
-// The figures of all runs, and the tables that are printed from them.
+// Collects the figures of all runs and prints them as tables.
 #pragma once
 
 #include <cstddef>
@@ -8,8 +8,8 @@
 
 namespace Bench {
 
-enum class Road { isem, inLif, tunnel, subIntfFeatures, portFeatures, allFeatures };
-char const* nameOf(Road road);
+enum class Path { isem, inLif, tunnel, subIntfFeatures, portFeatures, allFeatures };
+char const* nameOf(Path path);
 
 enum class Variant { pipeline, standard, platform };
 inline constexpr Variant variants[] = {Variant::pipeline, Variant::standard, Variant::platform};
@@ -25,15 +25,15 @@ struct Figures {
 
 class Report {
  public:
-   void add(Road road, Variant variant, std::size_t count, Figures const& figures) {
-      measured_[{road, variant, count}].push_back(figures);
+   void add(Path path, Variant variant, std::size_t count, Figures const& figures) {
+      measured_[{path, variant, count}].push_back(figures);
    }
-   // Medians, ratios and growth of a road that was measured whole.
-   void print(Road road, std::vector<std::size_t> const& counts) const;
+   // Medians, ratios and growth of a path. Prints nothing unless every variant and count was run.
+   void print(Path path, std::vector<std::size_t> const& counts) const;
 
  private:
-   Figures median(Road road, Variant variant, std::size_t count) const;
-   std::map<std::tuple<Road, Variant, std::size_t>, std::vector<Figures>> measured_;
+   Figures median(Path path, Variant variant, std::size_t count) const;
+   std::map<std::tuple<Path, Variant, std::size_t>, std::vector<Figures>> measured_;
 };
 
 } // namespace Bench

@@ -1,5 +1,5 @@
-// The switch under the benchmarks, and who asks for a policy there: sub-interfaces, 4000 to a port
-// and 200 ports to a unit, or as many tunnels or ports to a unit.
+// The switch of the benchmarks, and the interfaces for which policies are requested:
+// sub-interfaces, 4000 per port and 200 ports per unit, or tunnels or ports, 800,000 per unit.
 #pragma once
 
 #include "platform/Hardware/Shoal/Ids.h"
@@ -15,7 +15,7 @@ namespace Bench {
 using Hardware::Shoal::FapId;
 using Plexus::IntfId;
 
-enum class Asking { subInterfaces, tunnels, ports };
+enum class RequestKind { subInterfaces, tunnels, ports };
 
 // The numbers below `count` in random order.
 inline std::vector<std::size_t> shuffled(std::size_t count, unsigned seed) {
@@ -35,7 +35,7 @@ struct Port {
    uint8_t domain;
 };
 
-struct Asker {
+struct Target {
    IntfId intf;
    uint16_t unit;
    IntfId port;  // of a sub-interface
@@ -43,23 +43,23 @@ struct Asker {
 };
 
 struct World {
-   std::vector<Port> ports;   // that sub-interfaces ask on
-   std::vector<Asker> askers; // in random order
+   std::vector<Port> ports;     // of the sub-interfaces
+   std::vector<Target> targets; // in random order
 
-   // Runs in one process name interfaces and units of their own: requests and keys are interned for
-   // the life of the process, and a run is to pay for its own.
-   World(Asking asking, std::size_t count, unsigned run) {
+   // Each run has its own interface and unit names: requests and keys are interned for the life of
+   // the process, and each run has to pay for its own.
+   World(RequestKind kind, std::size_t count, unsigned run) {
       auto unitAt = [&](std::size_t at) {
          return static_cast<uint16_t>((run * 2 + at / (perPort * perUnit)) % 128);
       };
       std::string prefix = "run" + std::to_string(run) + "/";
       for (std::size_t i = 0; i < count; ++i) {
-         if (asking == Asking::tunnels) {
-            askers.push_back({IntfId(prefix + "Tunnel" + std::to_string(i)), unitAt(i), {}, 0});
+         if (kind == RequestKind::tunnels) {
+            targets.push_back({IntfId(prefix + "Tunnel" + std::to_string(i)), unitAt(i), {}, 0});
             continue;
          }
-         if (asking == Asking::ports) {
-            askers.push_back({IntfId(prefix + "Ethernet" + std::to_string(i)), unitAt(i), {}, 0});
+         if (kind == RequestKind::ports) {
+            targets.push_back({IntfId(prefix + "Ethernet" + std::to_string(i)), unitAt(i), {}, 0});
             continue;
          }
          if (i % perPort == 0) {
@@ -69,16 +69,16 @@ struct World {
          }
          IntfId port = ports.back().intf;
          auto tag = static_cast<uint16_t>(i % perPort + 1);
-         askers.push_back(
+         targets.push_back(
              {IntfId(port.name() + "." + std::to_string(tag)), ports.back().unit, port, tag});
       }
       std::mt19937 random(run);
-      std::shuffle(askers.begin(), askers.end(), random);
+      std::shuffle(targets.begin(), targets.end(), random);
    }
 
-   // The places of askers in another random order.
+   // The indices of the targets in another random order.
    std::vector<std::size_t> shuffled(unsigned seed) const {
-      return Bench::shuffled(askers.size(), seed);
+      return Bench::shuffled(targets.size(), seed);
    }
 
  private:

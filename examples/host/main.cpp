@@ -1,4 +1,4 @@
-// The smallest host: knows nothing but the installed headers and libraries.
+// The smallest host. It uses only the installed headers and libraries.
 #include "ShoalTunnel/TcamSharing/TcamSharingConfig.h"
 #include "ShoalTunnel/Version.h"
 
@@ -12,7 +12,7 @@ int main() {
    config->requestIs(request, TcamSharingPolicyId(5));
    std::cout << "TcamSharing " TCAM_SHARING_VERSION "\n";
 
-   // Made by the library, the type must be the one that this program sees.
+   // The type that the library registered must be the one that this program was compiled with.
    bool const sameType = &config->orvType() == Orv::Type::find(TcamSharingConfig::orvFullName);
    return sameType && config->requests() == 1 && config->request(request).qosPolicy() == 5 ? 0 : 1;
 }

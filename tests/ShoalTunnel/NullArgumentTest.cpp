@@ -1,4 +1,4 @@
-// A machine that is made without an entity that it needs stops at once, and says which one.
+// A machine that is constructed without an entity that it needs aborts and names the argument.
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureRequestInputDirSm.h"
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureResponseSm.h"
 #include "ShoalTunnel/InLifIntfSm/DefaultLifFeatureMergeSm.h"
@@ -23,7 +23,8 @@ Orv::Ptr<T> a() {
    return Orv::make<T>();
 }
 
-// Makes the machine once per argument, with that one null. An argument without a name may be null.
+// Constructs the machine once per argument with that argument null. Arguments without a name may be
+// null.
 template<class Machine, class... Args>
 void expectNames(std::array<char const*, sizeof...(Args)> names, Args const&... args) {
    for (std::size_t missing = 0; missing < sizeof...(Args); ++missing) {

@@ -88,7 +88,7 @@ TEST_F(AggregationTest, ChangesOfOneRequesterAreCounted) {
    EXPECT_EQ(text, "8 InLifFeatureRequestAggSm(acl)::handleRequest\n");
 }
 
-TEST_F(AggregationTest, NobodyKeepsAccountOfWhoAskedForWhat) {
+TEST_F(AggregationTest, TheLastWriteOfAFeatureWinsWhoeverRequestedIt) {
    auto acl = published("acl");
    auto lumen = published("lumen");
    ask(lumen, port, Type::feature1, 20);

@@ -19,9 +19,9 @@ TEST_F(BaseInLifTest, FeaturesAreEncodedAtTheirPlaces) {
 
    place(7, 3, 40, 0xff);
    EXPECT_EQ(getInLifFeatureAttr(aggr), (InLifFeatureAttributes{0, 0, 0x1200}));
-   place(7, 4, 12, 0x70ff); // of a mask, the low 16 bits
+   place(7, 4, 12, 0x70ff);
    place(7, 5, 16, 0xff);
-   place(7, 6, 64, 0xff); // past the word
+   place(7, 6, 64, 0xff); // beyond the word
    aggr->featureAggIs(Type::feature4, 0xabcde);
    aggr->featureAggIs(Type::feature5, 0x101);
    aggr->featureAggIs(Type::feature6, 0xff);
@@ -41,7 +41,7 @@ TEST_F(BaseInLifTest, StatusMirrorsWhatWasHandled) {
    ask("Ethernet1.10", 1, 2, 5);
    EXPECT_FALSE(handled->response(of)->featureAggHas(Type::feature9));
    EXPECT_EQ(handled->response(of)->featureAgg(Type::feature2), 5U);
-   // Version last: whoever hears of it finds the features there.
+   // The version is written last: its reactor finds the features in place.
    struct Reader : Orv::Reactor<> {
       Orv::Ptr<InLifIntfFeatureAggr> status;
       std::size_t seen = 0;
@@ -88,8 +88,8 @@ TEST_F(BaseInLifTest, NothingHappensBeforeTheStart) {
    EXPECT_EQ(InLifMachines::word(later.vlans, "Ethernet1"), 1U);
 }
 
-// A feature that hears of the end of its answer may ask for something else there at once.
-TEST_F(BaseInLifTest, WhatIsAskedForAtTheEndOfAnAnswerIsAnswered) {
+// A reactor on the removal of a response may make a new request for the same key.
+TEST_F(BaseInLifTest, ARequestMadeWhileAResponseIsRemovedIsAnswered) {
    Hearer<InLifFeatureKey> feature(responses->responseCollection(), [&](InLifFeatureKey of) {
       if (!responses->responseHas(of) && of.featureType() == Type::feature1) {
          acl->requestIs({InLifFeatureKey(of.intfKey(), Type::feature3), 7});
@@ -126,15 +126,15 @@ TEST_F(BaseInLifTest, AMachineThatIsBuiltAgainTakesBackWhatWasWithdrawnMeanwhile
       for (char const* intf : {"Ethernet0", "PortChannel1", "Ethernet1.10", "Vlan5"}) {
          ask(intf, 1, 1, 3);
       }
-      ask("Ethernet0", 2, 1, 6); // of another TCAM, and in the word now
+      ask("Ethernet0", 2, 1, 6); // on another TCAM; its value is in the word
       portSm = nullptr;
       vlanSm = nullptr;
       subIntfSm = nullptr;
-      leave("Ethernet2"); // the port-channel still asks
+      leave("Ethernet2"); // the port-channel keeps its request
       for (char const* intf : {"Ethernet0", "Ethernet1.10", "Vlan5"}) {
          withdraw(intf, 1, 1);
       }
-      // While the port map is being rewritten, nobody knows whose the words are.
+      // While the port map is not valid, it is unknown which words are covered.
       status->portMapValidIs(false);
       rebuild();
       EXPECT_EQ(ports->lifFeatureAttrs(), 4U);
@@ -170,8 +170,8 @@ TEST_F(BaseInLifTest, AnAggregateIsFollowedOnceAndUntilItIsGivenUp) {
    EXPECT_FALSE(subIntfs->lifFeatureAttrHas(of));
 }
 
-TEST_F(BaseInLifTest, TheMergeNeedsNeitherSideAndHearsNothingBeforeItsStart) {
-   // Writes another port's word when the start clears what an earlier machine merged.
+TEST_F(BaseInLifTest, TheMergeNeedsNeitherTableAndIgnoresChangesBeforeItsStart) {
+   // Writes the word of another port when the start clears the merged table.
    struct Meddler : Orv::Reactor<IntfId> {
       explicit Meddler(DefaultLifFeatureConfig& side) : side_(side) {}
       void handle(IntfId const&) override {

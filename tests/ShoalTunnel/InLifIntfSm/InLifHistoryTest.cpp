@@ -1,5 +1,5 @@
-// Random histories: what the machines keep up to date must be what fresh ones make of the same
-// inputs. The seed and the step of a failure are printed.
+// Random histories: the tables of running machines must equal those of machines that start on the
+// same inputs. A failure prints its seed and step.
 #include "tests/ShoalTunnel/InLifIntfSm/InLifSwitch.h"
 
 #include <map>
@@ -8,8 +8,8 @@
 namespace Hardware::ShoalTunnel {
 namespace {
 
-// All that the machines publish, in words. Without the responses of port-channels: one whose
-// members are all on other TCAMs is answered only at a fresh start.
+// Everything that the machines publish, as text. Responses of port-channels are left out: a
+// port-channel whose members are all on other TCAMs is answered only at a fresh start.
 std::string published(InLifMachines const& of) {
    std::map<std::string, std::string> lines;
    auto add = [&](std::string const& table, auto&& collection) {
@@ -45,8 +45,8 @@ class History : public InLifSwitch {
       status->sysTcamIdIs(IntfId("lc1/Ethernet0"), SystemTcamId(1));
    }
 
-   // Whether the rules keep the result equal to a fresh start's at every step: ports that join
-   // port-channels have no requests of their own, and ports have theirs on their own TCAM.
+   // A step after which the result has to equal that of a fresh start: ports that join
+   // port-channels have no requests of their own, and requests of ports are on the port's TCAM.
    void orderlyStep() {
       switch (pick(9)) {
       case 0:
@@ -72,7 +72,7 @@ class History : public InLifSwitch {
          return dissolve("PortChannel" + pickOf({"1", "2"}));
       }
    }
-   // Anything, with a port map that comes and goes.
+   // Any step, including ones that make the port map invalid and valid.
    void wildStep() {
       switch (pick(6)) {
       case 0:
@@ -117,7 +117,7 @@ class History : public InLifSwitch {
    std::mt19937 random;
 };
 
-// Each history is traced on another channel, or on none: nothing may depend on it.
+// Traces each history on a different channel, or on none: the result must not depend on it.
 class TracedBySeed {
  public:
    explicit TracedBySeed(unsigned seed) { levelsAre(seed % 3 == 1, seed % 3 == 2); }
@@ -142,7 +142,7 @@ TEST(InLifHistoryTest, OrderlyHistoriesEqualAFreshStartAtEveryStep) {
          ASSERT_EQ(published(machines), published(InLifMachines(history)))
              << "seed " << seed << ", step " << step;
       }
-      // The requests gathered behind the machines that follow them.
+      // Aggregates the requests after the machines that watch them were started.
       InLifMachines followers(history, Orv::make<InLifIntfConfig>());
       followers.start();
       followers.inputDirSm = inLifFeatureRequestInputDirSmFactory(history.input, followers.config);
@@ -161,7 +161,8 @@ TEST(InLifHistoryTest, APortMapChangeBringsWhatAFreshStartWouldGive) {
          }
          history.status->portMapValidIs(true);
          history.portMapChanged();
-         // The same configuration: of two keys of one port the last one in it counts.
+         // On the same configuration, since the order of its keys matters: of two keys of one port
+         // the last one counts.
          InLifMachines fresh(history, machines.config);
          fresh.start();
          ASSERT_EQ(published(machines), published(fresh)) << "seed " << seed << ", round " << round;

@@ -1,4 +1,4 @@
-// A switch with two TCAMs, and the in-LIF machines over it: as often as a test wants them.
+// A switch with two TCAMs, and the in-LIF machines on it, of which a test may make several sets.
 #pragma once
 
 #include "platform/ShoalTcam/TcamDbStatusInterface.h"
@@ -36,7 +36,7 @@ class Hearer : public Orv::Reactor<K> {
 };
 
 // What the machines read. Ethernet0 to Ethernet2 are on TCAM 1, Ethernet3 to Ethernet5 on TCAM 2;
-// feature n has 4 bits at 4 * (n - 1) on TCAM 1, and 4 bits further up on TCAM 2.
+// feature n has 4 bits at offset 4 * (n - 1) on TCAM 1, and at offset 4 * n on TCAM 2.
 struct InLifSwitch {
    InLifSwitch() {
       layouts->inLifDataDelAll();
@@ -100,7 +100,7 @@ struct InLifMachines {
          start();
       }
    }
-   // Over a configuration that others aggregate.
+   // On a configuration that is aggregated elsewhere.
    InLifMachines(InLifSwitch& of, Orv::Ptr<InLifIntfConfig> aggregated)
        : config(std::move(aggregated)),
          portSm(portInLifIntfSmFactory(config, handled, of.status, ports, expanded, of.mapping,

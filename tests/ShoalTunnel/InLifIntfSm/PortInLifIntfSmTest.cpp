@@ -59,7 +59,7 @@ TEST_F(PortInLifTest, MemberSetsItsOwnRequestAside) {
    leave("Ethernet2");
    EXPECT_FALSE(ports->lifFeatureAttrHas(IntfId("Ethernet2")) || expandedHas("Ethernet2", 1));
 
-   // The whole list goes: its members have left.
+   // Removing the whole list is a removal of each member.
    join("PortChannel1", "Ethernet2");
    mapping->phyIntfLagDel(IntfId("Ethernet2"));
    mapping->lagPhyIntfConfigDel(IntfId("PortChannel1"));
@@ -105,13 +105,13 @@ TEST_F(PortInLifTest, WithoutAPortMapOnlyRemovalsAreHandled) {
    EXPECT_FALSE(ports->lifFeatureAttrHas(IntfId("Ethernet1")) || expandedHas("Ethernet1", 1));
 }
 
-// Hardware must not see a port without its features while the map is gone through.
+// A port must not be without its word during the pass over the port map.
 TEST_F(PortInLifTest, PortsThatStayCoveredKeepTheirWordsThroughAPortMapChange) {
    join("PortChannel1", "Ethernet1");
    ask("Ethernet0", 1, 1, 1);
    ask("PortChannel1", 1, 1, 7);
    ask("Ethernet3", 2, 1, 7);
-   join("PortChannel2", "Ethernet3"); // keeps its word: nobody's any more
+   join("PortChannel2", "Ethernet3"); // keeps its word, which no request covers now
    std::string seen;
    Hearer<IntfId> writes(ports->lifFeatureAttrCollection(),
                          [&](IntfId of) { seen += of.name() + " "; });
@@ -123,7 +123,7 @@ TEST_F(PortInLifTest, PortsThatStayCoveredKeepTheirWordsThroughAPortMapChange) {
    EXPECT_FALSE(ports->lifFeatureAttrHas(IntfId("Ethernet1")) || expandedHas("Ethernet1", 1));
 }
 
-TEST_F(PortInLifTest, AMemberThatIsFalseIsNone) {
+TEST_F(PortInLifTest, WritingAMemberAsFalseRemovesIt) {
    auto members = mapping->lagPhyIntfConfigIs(IntfId("PortChannel1"));
    members->phyIntfIs(IntfId("Ethernet1"), false);
    untag("PortChannel1", 10);
@@ -140,8 +140,8 @@ TEST_F(PortInLifTest, AMemberThatIsFalseIsNone) {
    EXPECT_EQ(ports->lifFeatureAttrs() + InLifMachines::vlans->lifFeatureAttrs(), 0U);
 }
 
-// A second removal would take what was asked for when the first one was heard of.
-TEST_F(PortInLifTest, AWordThatNobodyAsksForIsRemovedOnce) {
+// A second removal would remove what a reactor requested during the first.
+TEST_F(PortInLifTest, AnUncoveredWordIsRemovedOnce) {
    join("PortChannel1", "Ethernet1");
    ask("PortChannel1", 1, 1, 7);
    status->portMapValidIs(false);

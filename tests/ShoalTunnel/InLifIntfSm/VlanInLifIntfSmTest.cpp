@@ -85,7 +85,7 @@ TEST_F(VlanInLifTest, AVlanCoversThePortsOfItsUnit) {
    portMapChanged();
    EXPECT_EQ(vlanWord("lc1/Ethernet0"), 0x30U) << "in whatever order they came";
    EXPECT_EQ(vlanWord("lc2/Ethernet0"), 1U);
-   // A flood entry shares the VLAN's number, and is no VLAN interface.
+   // A flood entry has the number of the VLAN, but is not a VLAN interface.
    ask("Vlan10-L3Flood", 1, 1, 9);
    EXPECT_EQ(vlanWord("Ethernet0"), 1U);
    EXPECT_EQ(answers("Vlan10-L3Flood", 1), "");
@@ -119,8 +119,8 @@ TEST_F(VlanInLifTest, AVlanOutOfRangeTakesNothingFromTheOthers) {
    EXPECT_EQ(vlanWord("Ethernet1"), 0x400U) << "it is started";
 }
 
-// What hears of a word may change what is being gone through.
-TEST_F(VlanInLifTest, APortMapChangeSurvivesWhoeverHearsOfItsWords) {
+// A reactor on a word may change the collection that is being walked.
+TEST_F(VlanInLifTest, APortMapChangeToleratesReactorsThatChangePorts) {
    for (int port : {0, 1, 2}) {
       untag("Ethernet" + std::to_string(port), static_cast<uint32_t>(10 + port % 2));
       untag("Ethernet" + std::to_string(3 + port), 12);
@@ -179,7 +179,7 @@ TEST_F(VlanInLifTest, WithoutAPortMapPortsOnlyLeave) {
    EXPECT_THAT(text, HasSubstr("0 VlanInLifIntfSm:: add portmap is not valid for " +
                                keyText("Vlan10", 2) + "\n"));
    EXPECT_FALSE(handled->responseHas(key("Vlan10", 2)));
-   status->sysTcamIdDel(IntfId("Ethernet2")); // the map is being rewritten
+   status->sysTcamIdDel(IntfId("Ethernet2")); // as while the map is rewritten
    untag("Ethernet1", 11);
    EXPECT_FALSE(vlanHas("Ethernet1"));
    untag("Ethernet3", 10);
@@ -213,7 +213,7 @@ TEST_F(VlanInLifTest, WithoutAMembershipPortsStandAlone) {
    EXPECT_EQ(words->lifFeatureAttrs(), 1U);
    ask("Ethernet0", 1, 1, 2);
    EXPECT_EQ(word(words, "Ethernet0"), 0x52U) << "what was spread at the start is followed";
-   // What an earlier machine wrote stays until the port map is whole.
+   // What an earlier machine wrote is kept until the port map is valid.
    status->portMapValidIs(false);
    std::string text = Trace::traced([&] { alone->handlePortMapVersion(); });
    EXPECT_THAT(text, HasSubstr("0 VlanInLifIntfSm:: portmap is not valid\n"));

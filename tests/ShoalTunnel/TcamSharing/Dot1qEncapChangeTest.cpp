@@ -3,7 +3,7 @@
 namespace Hardware::ShoalTunnel {
 namespace {
 
-// What is true of the sub-interface when its encapsulation changes.
+// The state of the sub-interface when its encapsulation changes.
 struct Situation {
    char const* name;
    char const* intf; // Ethernet1.10: its unit is known; PortChannel7.10: it is not
@@ -71,7 +71,7 @@ TEST_P(EncapChangeTest, FollowsItsRowOfTheTable) {
       EXPECT_NE(found, std::string::npos) << trace << " in\n" << text;
       at = found == std::string::npos ? at : found + trace.size();
    }
-   // With a known unit only the requests on it are meant; without one, all.
+   // With a known unit only the requests on that unit are affected; without one, all.
    std::size_t meant = onPort ? 1 : 2;
    EXPECT_EQ(codef->backlogSize(), row.requeued ? meant : 0) << text;
    EXPECT_EQ(codef->backlog(request(row.intf)), row.requeued);
@@ -180,7 +180,7 @@ INSTANTIATE_TEST_SUITE_P(
                   true}),
     [](auto const& info) { return std::string(info.param.name); });
 
-TEST_F(Pipeline, APortChannelThatIsOnOneOfTheUnitsKeepsThatRequest) {
+TEST_F(Pipeline, APortChannelWithADomainOnOneUnitKeepsTheRequestThere) {
    addLag("PortChannel7", 1, 17, "Ethernet1");
    addSubIntf("PortChannel7.10", 10);
    for (uint32_t unit : {1U, 2U}) {
@@ -209,7 +209,7 @@ TEST_F(Pipeline, ARecordWithoutTagsIsAChange) {
    EXPECT_EQ(answer("Ethernet1.10"), response(tcamSharingInProgress, 5));
 }
 
-TEST_F(Pipeline, ARemovalThatConcernsNoRequestIsNoConcern) {
+TEST_F(Pipeline, ARemovalThatAffectsNoRequestIsIgnored) {
    encapChange->dot1qEncapIs(IntfId("Ethernet1.10"), {10, 0});
    configDir->subIntfConfigDel(IntfId("Ethernet1.10"));
    std::string text = traced([&] { encapChange->dot1qEncapDel(IntfId("Ethernet1.10")); });

@@ -1,4 +1,4 @@
-// The pipeline through in-LIFs and tunnels, with a chip whose answers a test gives by hand.
+// The in-LIF pipeline with a chip whose answers the test gives.
 #pragma once
 
 #include "ShoalTunnel/TcamSharing/TcamSharingCodef.h"
@@ -49,7 +49,7 @@ class InLifPipeline : public Switch {
       merge->handleInitialized();
    }
 
-   // The key of a sub-interface that is named after its tag.
+   // The key of a sub-interface whose number is its tag.
    static VlanTagToVsiMapperKey keyOf(std::string const& portName, std::string const& subIntf,
                                       uint16_t tag) {
       return VlanTagToVsiMapperKey(

@@ -1,4 +1,4 @@
-// The pipeline through the ISEM, with a chip whose answers a test gives by hand.
+// The ISEM pipeline with a chip whose answers the test gives.
 #pragma once
 
 #include "ShoalTunnel/TcamSharing/TcamSharingCodef.h"
@@ -13,7 +13,7 @@ class Pipeline : public Switch {
  public:
    Pipeline() : Switch(Shoal::fapTypeArad) { start(); }
 
-   // The machines, in the order that a host builds them. stop() leaves the entities.
+   // Makes the machines in the order in which a host does. stop() keeps the entities.
    void start() {
       merge = Orv::make<TcamSharingMergeSm>(acl, lumen, rampart, merged, aclStatus, lumenStatus,
                                             rampartStatus, mergedStatus, status);
@@ -35,12 +35,12 @@ class Pipeline : public Switch {
       return {AradISemKeyTcamSharing(Bridging::VlanId(vlan), VlanDomain(domain)).key(),
               FapId(unit)};
    }
-   // The chip's answers: what the table holds now, or its absence.
+   // The chip's answers: the present content of the entry, or its absence.
    void ok(AradSemKeyAndFap of) { tableStatus->statusIs(of, {1, table->config(of)}); }
    void refuse(AradSemKeyAndFap of) { tableStatus->statusIs(of, {2, table->config(of)}); }
    void gone(AradSemKeyAndFap of) { tableStatus->statusDel(of); }
 
-   // Asks and has the chip accept.
+   // Requests a policy and lets the chip accept it.
    void program(std::string const& intf, uint64_t value, AradSemKeyAndFap of) {
       ask(intf, value);
       run();

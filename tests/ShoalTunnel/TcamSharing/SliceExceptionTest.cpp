@@ -1,4 +1,4 @@
-// Facts beyond their range, and watchers that throw, in the middle of a slice.
+// Out-of-range values and reactors that throw during a slice.
 #include "tests/ShoalTunnel/TcamSharing/Pipeline.h"
 
 #include "platform/Orv/Exception.h"
@@ -25,12 +25,12 @@ TEST_F(SliceExceptionTest, ASliceThatThrowsLeavesTheRestToTheNext) {
    EXPECT_TRUE(table->configHas(key(10, 11)) && table->configHas(key(20, 11)));
    EXPECT_TRUE(table->configHas(key(10, 12)));
    EXPECT_FALSE(codef->clockNotifiee().waiting()) << "and is not worked again by itself";
-   // Mended by its next change.
+   // Repaired by its next change.
    configDir->subIntfConfig(IntfId("Ethernet1.30"))->dot1qEncapIs({30, 0});
    encapChange->dot1qEncapIs(IntfId("Ethernet1.30"), {30, 0});
    run();
    EXPECT_TRUE(table->configHas(key(30, 11)));
-   // The last one of the backlog: there is nothing to go on with.
+   // The last request of the backlog: no slice has to follow.
    addSubIntf("Ethernet1.40", 5000);
    ask("Ethernet1.40", 5);
    EXPECT_THROW(run(), Orv::RangeException);

@@ -102,7 +102,7 @@ TEST_F(CodefTest, SlicesWrapFromTheBookmarkToTheFirstAndEndWithTheirQuantum) {
    uint32_t worked = codef->processBacklog(time.peek());
    EXPECT_GE(worked, 2U);
    EXPECT_LT(worked, 5U) << "0.1 s at 0.03 s a reading";
-   // Request 100 comes back behind the others, and waits for its turn.
+   // Request 100 is queued again after the others.
    ask("Ethernet1.100", 6);
    time.costPerReadingIs(0.0);
    log.take();
@@ -217,7 +217,7 @@ TEST_F(CodefTest, ProgramInHwActsOnItsInterfaceOnly) {
    EXPECT_EQ(log.take(), "");
    run();
    EXPECT_EQ(log.take(), "+Ethernet1.10=5 +Ethernet1.10=6");
-   // A status that goes withdraws nothing; one that comes is watched from then on.
+   // The removal of a status withdraws nothing; a new status is watched.
    statusDir->subIntfStatusDel(IntfId("Ethernet1.10"));
    flag->programInHwIs(false);
    EXPECT_EQ(log.take(), "");
@@ -245,7 +245,7 @@ TEST_F(CodefTest, AnInternalVlanBringsAndTakesARoutedPort) {
    EXPECT_EQ(log.take(), "-Ethernet1");
    gone(key(300, 0));
    EXPECT_FALSE(mergedStatus->responseHas(request("Ethernet1")));
-   // Mappings of the in-LIF kind are followed too, behind the others.
+   // In-LIF mappings are walked as well, after the ISEM mappings.
    common->tcamRequestToVlanTagToVsiKeyMappingIs(request("Ethernet2"));
    output->requestIs(request("Ethernet2"), policy(1));
    log.take();
@@ -254,8 +254,8 @@ TEST_F(CodefTest, AnInternalVlanBringsAndTakesARoutedPort) {
    EXPECT_EQ(log.take(), "-Ethernet2");
 }
 
-TEST_F(CodefTest, AnInterfaceCostsWhatItHasNotWhatOthersHave) {
-   // The order within the interface is that of the merged table, over removals and returns.
+TEST_F(CodefTest, AnInterfaceChangeUpdatesItsOwnRequestsInTableOrder) {
+   // The order within the interface is that of the merged table, also after removals.
    for (uint32_t unit : {3U, 1U, 2U}) {
       ask("Ethernet1.10", 5, unit);
       ask("Ethernet2.10", 5, unit);
@@ -273,7 +273,7 @@ TEST_F(CodefTest, AnInterfaceCostsWhatItHasNotWhatOthersHave) {
    EXPECT_EQ(codef->backlogSize(), 3U);
 }
 
-// Takes the second request away as soon as anything becomes of the first.
+// Withdraws the second request as soon as the first one changes.
 struct Companion : Orv::Reactor<TcamSharingRequest> {
    Companion(Pipeline& of, TcamSharingRequest first, TcamSharingRequest second)
        : of_(of), first_(first), second_(second) {}
@@ -289,7 +289,7 @@ struct Companion : Orv::Reactor<TcamSharingRequest> {
    TcamSharingRequest second_;
 };
 
-TEST_F(CodefTest, WhatGoesWhileItsInterfaceIsWalkedIsPassedOver) {
+TEST_F(CodefTest, ARequestThatIsWithdrawnDuringTheWalkIsSkipped) {
    uint64_t value = 0;
    auto walk = [&](std::string const& intf, std::string const& step, auto&& change) {
       TcamSharingRequest first = request(intf, 1);

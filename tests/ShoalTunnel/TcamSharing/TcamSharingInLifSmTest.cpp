@@ -27,7 +27,7 @@ class InLifTest : public InLifPipeline {
 };
 
 TEST_F(InLifTest, ASubInterfacesEntryCarriesThePolicyUntilItIsWithdrawn) {
-   ask(port10, 0x1405); // label 5 above the 10 bits that the data hold
+   ask(port10, 0x1405); // label 5 is above the 10 bits of the data
    run();
    EXPECT_EQ(mapperConfig->config(port(10)), (VlanTagToVsiMapperResult{10, 5}));
    EXPECT_EQ(common->pendingLifEntries(port(10)),
@@ -113,8 +113,8 @@ TEST_F(InLifTest, AMissingMapperEntryIsRetriedWithoutAResponse) {
    mapperConfig->configIs(port(10), {10, 0});
    runTo(2.0);
    EXPECT_EQ(data(port(10)), 5U);
-   // The entry goes while it is pending: the count goes with the next attempt, a removal waits for
-   // nothing.
+   // The entry is removed while it is pending: the next attempt drops the count, and a removal does
+   // not wait.
    mapperConfig->configDel(port(10));
    withdraw(port10);
    run();
@@ -123,7 +123,7 @@ TEST_F(InLifTest, AMissingMapperEntryIsRetriedWithoutAResponse) {
    EXPECT_EQ(count(port10, 5), 1U) << "the count of another entry";
 }
 
-// One failure among the members is the request's, whatever the order of the answers.
+// If one member fails the request fails, whatever the order of the answers.
 TEST_F(InLifTest, APortChannelIsAnsweredWhenAllMembersAre) {
    uint64_t value = 0;
    std::vector<std::size_t> order{0, 1, 2};
@@ -169,7 +169,7 @@ TEST_F(InLifTest, AMemberWithoutAnEntryStopsTheWalkAndMembersThatStandAreBypasse
    EXPECT_TRUE(quiet());
 }
 
-TEST_F(InLifTest, AMemberPortThatIsFalseIsNone) {
+TEST_F(InLifTest, WritingAMemberPortAsFalseRemovesIt) {
    LagFapKey lag{IntfId("PortChannel7"), Shoal::fapLocalCoreIdToSystemTcamId(status, FapId(1), 0)};
    mapper->vlanDomainManager()->vlanDomainPerLagFap(lag)->memberPortIs(2, false);
    ask("PortChannel7.70", 5);
@@ -219,8 +219,8 @@ TEST_F(InLifTest, AnOlderAnswerOnlyLowersTheCount) {
    answers(port(10));
    EXPECT_EQ(answer(port10), response(tcamSharingSuccess, 6));
 
-   // On a port-channel the older entry's count outlives it: the same policy again waits for one
-   // answer more than there are.
+   // On a port-channel the count of the older entry is kept: a new request for the same policy
+   // waits for more answers than there will be.
    ask(lag70, 5);
    run();
    ask(lag70, 6);

@@ -115,7 +115,7 @@ TEST_F(MergeTest, StartReplaysTheFeaturesAndClearsTheirStatuses) {
    EXPECT_EQ(rampartStatus->responses() + lumenStatus->responses() + aclStatus->responses(), 0U);
 }
 
-TEST_F(MergeTest, AFeatureThatIsNotThereAsksForNothing) {
+TEST_F(MergeTest, ANullFeatureConfigurationReadsAsEmpty) {
    merge = Orv::make<TcamSharingMergeSm>(nullptr, nullptr, nullptr, merged, aclStatus, lumenStatus,
                                          rampartStatus, nullptr, status);
    merged->requestIs(onLumen, policy(qos5 | label1));
@@ -153,7 +153,7 @@ TEST_F(MergeDeathTest, FeaturesThatAskForFieldsOfOthersStopTheAgent) {
    EXPECT_DEATH(rampart->requestIs(onLumen, policy(qos5)), failed("policyId.qosPolicy() == 0"));
 }
 
-// Runs in a process of its own, where the toggle has not been read yet.
+// Runs in its own process, where the toggle has not been read yet.
 void withTheToggleOff(MergeTest&, std::function<bool()> const& check) {
    std::string directory = testing::TempDir() + "isem-toggle-" + std::to_string(::getpid());
    std::filesystem::create_directory(directory);
@@ -167,7 +167,7 @@ void withTheToggleOff(MergeTest&, std::function<bool()> const& check) {
    std::exit(sound ? 0 : 1);
 }
 
-TEST_F(MergeDeathTest, WithTheToggleOffTheAclLabelIsNobodys) {
+TEST_F(MergeDeathTest, WithTheToggleOffNoFeatureOwnsTheAclLabel) {
    testing::GTEST_FLAG(death_test_style) = "threadsafe";
    EXPECT_EXIT(withTheToggleOff(*this,
                                 [&] {

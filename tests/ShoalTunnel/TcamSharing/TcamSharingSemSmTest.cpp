@@ -147,7 +147,7 @@ TEST_F(SemTest, QinQIsNeitherProgrammedNorAnswered) {
    EXPECT_THAT(text, HasSubstr(": QinQ L3 subinterface dot1qEncap:Value('Bridging::Dot1qEncap', ** "
                                "{'outer': 10, 'inner': 7})\n"));
    EXPECT_EQ(table->configs() + mergedStatus->responses() + common->retryLists(), 0U);
-   // In progress before, it stays so: nothing waits for it.
+   // It was in progress before and stays so; nothing is pending.
    status->fapNameDel(FapId(1));
    ask("Ethernet1.10", 6);
    run();
@@ -171,7 +171,7 @@ TEST_F(SemTest, ARequestMovesOffAKeyThatIsItsOwn) {
        << "of the old key, until the new one answers";
    refuse(key(30, 11));
    EXPECT_EQ(answer("Ethernet1.10"), response(tcamSharingFailed, 5));
-   // A programmed request that stops resolving is in progress with its key still there.
+   // A programmed request that no longer resolves is in progress; its key is kept.
    domains->portTunnelDataDel({FapId(1), 1});
    ask("Ethernet1.10", 6);
    run();
@@ -197,7 +197,7 @@ TEST_F(SemTest, WithdrawingOneSharerTakesTheEntryOfBoth) {
    EXPECT_EQ(mergedStatus->responses() + common->semToRequests() + common->pendingSemWrites(), 0U);
 }
 
-TEST_F(SemTest, AnswersThatAreLostOrLateGoToTheirNeighbours) {
+TEST_F(SemTest, ALostOrLateAnswerShiftsTheAnswersBehindIt) {
    // Both are withdrawn before the second insertion is answered: a response without a request.
    program("Ethernet1.10", 5, shared);
    askB(6);
@@ -211,8 +211,8 @@ TEST_F(SemTest, AnswersThatAreLostOrLateGoToTheirNeighbours) {
    gone(shared);
    EXPECT_EQ(mergedStatus->responses(), 1U) << "and it stays";
 
-   // A policy that is changed while its write is out, with the same payload: bypassed, then
-   // overtaken.
+   // A change to a policy with the same payload before the answer: answered at once, then
+   // overwritten by the answer for the older policy.
    ask("Ethernet2.10", 5);
    run();
    ask("Ethernet2.10", 5 | 1ULL << 30);
@@ -221,7 +221,7 @@ TEST_F(SemTest, AnswersThatAreLostOrLateGoToTheirNeighbours) {
    ok(key(10, 12));
    EXPECT_EQ(answer("Ethernet2.10"), response(tcamSharingSuccess, 5));
 
-   // A lost insertion answer stays pending; the next answer is counted for it.
+   // The lost answer of an insertion stays pending and takes the next answer.
    ask("Ethernet2.20", 1);
    run();
    ask("Ethernet2.20", 2);
@@ -231,7 +231,7 @@ TEST_F(SemTest, AnswersThatAreLostOrLateGoToTheirNeighbours) {
    EXPECT_EQ(pendingOf(key(20, 12), true), 1U);
 }
 
-TEST_F(SemTest, WithStatusIgnoredNothingMoves) {
+TEST_F(SemTest, WithStatusIgnoredNothingIsAnswered) {
    sem->ignoreIsemStatusIs(true);
    ask("Ethernet1.10", 5);
    run();
@@ -262,7 +262,7 @@ TEST_F(SemTest, BookkeepingOutlivesTheMachine) {
    run();
    gone(shared);
    EXPECT_EQ(mergedStatus->responses(), 0U);
-   // Without tables to follow.
+   // Without tables to watch.
    sem = Orv::make<TcamSharingSemSm>(status, nullptr, mergedStatus, helper, table, nullptr, common);
    sem->orvDoZombieReactors(true);
    sem->orvDoZombieReactors(false);

@@ -27,7 +27,7 @@ class TunnelTest : public InLifPipeline {
 };
 
 TEST_F(TunnelTest, AnEntryIsCreatedChangedAndRemoved) {
-   put(0x1405); // a label above the 10 bits that the data hold
+   put(0x1405); // the label is above the 10 bits of the data
    EXPECT_EQ(tunnelConfig->config(key), TunnelPolicyMapperResult{5});
    EXPECT_EQ(pending(), TcamSharingEntry(request("Tunnel1"), policy(0x1405)));
    EXPECT_EQ(answer(), TcamSharingResponse()) << "nothing is answered at the write";
@@ -72,8 +72,8 @@ TEST_F(TunnelTest, ALateRemovalAnswerDoesNotTouchTheEntryThatCameAfterIt) {
    EXPECT_EQ(answer(), response(tcamSharingSuccess, 7));
 }
 
-TEST_F(TunnelTest, DataOfZeroAreNoEntryInHardware) {
-   put(0x400); // a label alone
+TEST_F(TunnelTest, DataOfZeroCountAsNoEntryInHardware) {
+   put(0x400); // only a label
    EXPECT_TRUE(tunnelConfig->configHas(key));
    EXPECT_THAT(traced([&] { put(0); }),
                HasSubstr("7 handleTcamSharingConfig: entry not present in hardware\n"));

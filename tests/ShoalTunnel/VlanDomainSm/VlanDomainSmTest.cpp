@@ -70,23 +70,23 @@ TEST_F(VlanDomainTest, FollowsSingleChanges) {
    EXPECT_EQ(published(), is("1 domain 21", "2 domain 12", "- domain -"));
    domains->portTunnelDataDel({FapId(1), 1});
    EXPECT_EQ(published(), is("1 domain -", "2 domain 12", "- domain -"));
-   domain({FapId(9), 9}, 5); // nobody's port
+   domain({FapId(9), 9}, 5); // no interface is there
    EXPECT_EQ(published(), is("1 domain -", "2 domain 12", "- domain -"));
    // A move, to a port without a domain.
    status->portMapIs(SystemPhyPortId(4), {FapId(4), 4});
    move("Ethernet2", 4);
    EXPECT_EQ(published(), is("1 domain -", "4 domain -", "- domain -"));
-   domain({FapId(2), 2}, 99); // the place that it left
+   domain({FapId(2), 2}, 99); // the port map that it left
    EXPECT_EQ(published(), is("1 domain -", "4 domain -", "- domain -"));
    domain({FapId(4), 4}, 14);
    EXPECT_EQ(published(), is("1 domain -", "4 domain 14", "- domain -"));
-   // A port that goes keeps what it had, and so does one whose port map goes.
+   // A removed port keeps what was published, and so does one whose port map is removed.
    status->sysPhyPortIdDel(IntfId("Ethernet2"));
    EXPECT_EQ(published(), is("1 domain -", "4 domain 14", "- domain -"));
    EXPECT_EQ(sm->intfToPortMap(IntfId("Ethernet2")), (PortMap{FapId(4), 4}));
 }
 
-TEST_F(VlanDomainTest, AWalkPublishesWhatIsThereAndTakesWhatLeft) {
+TEST_F(VlanDomainTest, AWalkPublishesPresentInterfacesAndRemovesDeletedOnes) {
    status->portMapValidIs(false);
    status->portMapIs(SystemPhyPortId(3), {FapId(3), 3});
    domain({FapId(3), 3}, 13);
@@ -121,7 +121,7 @@ TEST_F(VlanDomainTest, TwoOnOnePortMapAndASwapOfPlaces) {
    EXPECT_EQ(published(), is("1 domain 11", "2 domain 12", "1 domain 31")) << "the last one's";
    move("Ethernet3", 3);
    walk();
-   // The second move takes the first one's way back.
+   // The second move removes the port map entry of the first.
    move("Ethernet1", 2);
    move("Ethernet2", 1);
    EXPECT_EQ(published(), is("2 domain 12", "1 domain 31", "1 domain 31"));

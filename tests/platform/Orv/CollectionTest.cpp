@@ -256,7 +256,7 @@ TYPED_TEST(CollectionTest, RandomHistoriesAgreeWithAModel) {
       for (int round = 0; round < 300; ++round) {
          step();
          if (round % 50 == 0) {
-            // A walk under change visits, in order and once, what was there and stays.
+            // A walk during changes visits each member that was there and stays, once and in order.
             auto before = model;
             Sequence visited;
             for (auto const& [key, value] : of.walk()) {
@@ -312,7 +312,7 @@ TEST(CollectionKindsTest, EventsTellEveryWriteAndOrderedOnesGoByKey) {
    EXPECT_EQ(ordered.size(), 0U);
 }
 
-// An entity whose end looks back at the collection that held it.
+// An entity whose destructor reads the collection that held it.
 struct Mirror : RefCounted {
    explicit Mirror(std::function<void()> atEnd) : atEnd_(std::move(atEnd)) {}
    ~Mirror() override { atEnd_(); }
@@ -325,7 +325,7 @@ struct Sets : Entity {
    ORV_SET(ordered, Number, OrderedCollection)
 };
 
-TEST(CollectionKindsTest, AFalseMemberOfASetIsNone) {
+TEST(CollectionKindsTest, WritingAMemberOfASetAsFalseRemovesIt) {
    Sets sets;
    Sequence told;
    Watcher<Number> watcher([&](Number key) { told.push_back(key.value); });
@@ -399,7 +399,7 @@ TEST(GroupIndexTest, FollowsTheCollectionInItsOrder) {
    EXPECT_EQ(group(2), Sequence{});
    watcher.remove();
    index.reset();
-   of.set(key(12), 1); // nobody is left to be told
+   of.set(key(12), 1); // no watcher is left
 }
 
 TEST(SlotIndexTest, FindsWhatIsThereAndNothingElse) {
@@ -413,7 +413,7 @@ TEST(SlotIndexTest, FindsWhatIsThereAndNothingElse) {
    for (int step = 0; step < 200000; ++step) {
       bool fill = (step / 40000) % 2 == 0;
       if (fill || there == 0) {
-         // A quarter share few hashes, which neither splitting nor probing can part.
+         // A quarter of the entries share a few hashes, so that splitting cannot separate them.
          uint64_t hash = (random() % 4 == 0 ? random() % 8 * 0x100000001ULL : random()) | 1ULL
                                                                                               << 63;
          index.insert(hash, static_cast<uint32_t>(hashes.size()));

@@ -18,7 +18,7 @@ class Switch : public Entity {
 
 class NotifierTest : public testing::Test {
  public:
-   // A reactor that writes its name down and then acts.
+   // A reactor that records its name and then runs its action.
    struct Named : Reactor<> {
       Named(NotifierTest* test, char name, std::function<void()> action = {})
           : test_(test), name_(name), action_(std::move(action)) {

@@ -44,7 +44,7 @@ TEST(ValueTest, InternedValuesAreTheirFields) {
    EXPECT_EQ(late.fields().second, "a") << "addresses and indices are stable";
 }
 
-TEST(ValueTest, RangesAreRefusedInTheirWords) {
+TEST(ValueTest, OutOfRangeIdsThrowTheirFixedTexts) {
    auto error = [](auto&& make) -> std::string {
       try {
          make();
@@ -129,7 +129,7 @@ struct Counter : Entity {
    int start_;
 };
 
-TEST(CorestateTest, MountsByPathAndRefusesWhatCannotBe) {
+TEST(CorestateTest, MountsByPathAndRefusesInvalidPaths) {
    Corestate::Corestate state;
    auto status = make<Hardware::Shoal::Status>();
    state.mount("hw/shoal/status", status);

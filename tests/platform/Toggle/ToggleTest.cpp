@@ -45,7 +45,7 @@ TEST(ToggleTest, MalformedContentNamesThePlace) {
    }
 }
 
-TEST(ToggleTest, AMissingOrMalformedFileGivesTheDefaultAndIsTold) {
+TEST(ToggleTest, AMissingOrMalformedFileGivesTheDefaultAndAWarning) {
    std::string directory = testing::TempDir() + "toggle-" + std::to_string(::getpid());
    std::filesystem::create_directory(directory);
    Toggle::directoryIs(directory);

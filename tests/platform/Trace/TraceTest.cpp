@@ -108,7 +108,7 @@ TEST_F(TraceTest, TheRingKeepsTheLastRecordsAndCountsTheLost) {
       TRACE(0, "i ", i);
    }
    EXPECT_EQ(decoded(), "0.000000 0 i 5\n0.000000 0 i 6\n0.000000 0 i 7\nlost: 5\n");
-   // A new file knows the trace points that were hit before it.
+   // A new file has the trace points that were hit before it was opened.
    Trace::Blipline::open(path_, 3);
    for (int i = 8; i < 10; ++i) {
       TRACE(0, "j ", i);
@@ -137,7 +137,7 @@ TEST_F(TraceTest, TheFileSurvivesItsWriter) {
    EXPECT_EQ(decoded(), "0.000000 7 last words 42\n");
 }
 
-TEST_F(TraceTest, AFileIsNeverCutUnderSomebody) {
+TEST_F(TraceTest, AMappedFileIsNeverTruncated) {
    Trace::Blipline::open(path_, 8);
    Trace::blipLevelIs(7, true);
    pid_t child = ::fork(); // another process takes the path, with a shorter ring
@@ -154,7 +154,7 @@ TEST_F(TraceTest, AFileIsNeverCutUnderSomebody) {
    EXPECT_EQ(decoded(), "");
    Trace::Blipline::open(path_, 8);
    EXPECT_TRUE(Trace::Blipline::writes(path_));
-   // Neither a full disk nor what is no file costs the ring that is there.
+   // A full disk or a path that is not a file leaves the present ring as it is.
    rlimit before{};
    ::getrlimit(RLIMIT_FSIZE, &before);
    rlimit const small{1000, before.rlim_max};

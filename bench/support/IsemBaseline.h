@@ -1,20 +1,20 @@
-// The floor under the road to the ISEM table.
+// The baseline of the path to the ISEM.
 #pragma once
 
-#include "bench/support/FloorFront.h"
+#include "bench/support/BaselineFront.h"
 
 #include <vector>
 
 namespace Bench {
 
 template<class T>
-class IsemFloor : public FloorFront<T, IsemFloor<T>> {
-   using Front = FloorFront<T, IsemFloor<T>>;
+class IsemBaseline : public BaselineFront<T, IsemBaseline<T>> {
+   using Front = BaselineFront<T, IsemBaseline<T>>;
    using typename Front::Request, typename Front::Entry;
    using Key = typename T::SemKey;
 
  public:
-   explicit IsemFloor(World const& world) : Front(world) {}
+   explicit IsemBaseline(World const& world) : Front(world) {}
 
    uint64_t programmed(std::size_t which) const {
       Request request = this->requestOf(which);

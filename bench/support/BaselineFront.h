@@ -1,17 +1,16 @@
-// The floors: the pipelines' table operations in straight-line code, without entities, reactors,
-// timers or traces. Each look-up and write stands where the pipeline has it.
+// Common part of the baselines: features, merge, intake and the look-ups in the switch.
 //
-// This is what they have in common: features, merge, intake and the look-ups in the switch. The
-// back that derives from it says which output table a request is in (output), and programs what
-// changed there (program).
+// A baseline does the table operations of a pipeline in the same order in straight-line code,
+// without entities, reactors, timers or traces. The derived class `Back` gives the output table of
+// a request (output) and programs a changed request (program).
 #pragma once
 
-#include "bench/support/FloorTables.h"
+#include "bench/support/BaselineTables.h"
 
 namespace Bench {
 
 template<class T, class Back>
-class FloorFront {
+class BaselineFront {
  public:
    using Request = typename T::Request;
    using Entry = typename T::Entry;
@@ -56,7 +55,7 @@ class FloorFront {
       }
    }
 
-   // The feature was told that this policy stands, 0 for none.
+   // Whether the feature's status reports success for `policy`, or nothing if it is 0.
    bool isAnswered(std::size_t which, uint64_t policy) const {
       return aclStatus_.get(requestOf(which)) ==
              (policy == 0 ? Response() : Response{success, policy});
@@ -80,13 +79,13 @@ class FloorFront {
       uint16_t tag = 0;
    };
 
-   explicit FloorFront(World const& world) : world_(world) {
-      for (auto const& asker : world.askers) {
-         names_.set(T::unit(asker.unit), 1);
-         types_.set(T::unit(asker.unit), 3);
-         if (Plexus::SubIntfId::isSubIntfId(asker.intf)) {
-            config_.set(T::intf(asker.intf), std::make_shared<uint32_t>(asker.tag));
-            encapKind_.set(T::intf(asker.intf), std::make_shared<uint32_t>(0));
+   explicit BaselineFront(World const& world) : world_(world) {
+      for (auto const& target : world.targets) {
+         names_.set(T::unit(target.unit), 1);
+         types_.set(T::unit(target.unit), 3);
+         if (Plexus::SubIntfId::isSubIntfId(target.intf)) {
+            config_.set(T::intf(target.intf), std::make_shared<uint32_t>(target.tag));
+            encapKind_.set(T::intf(target.intf), std::make_shared<uint32_t>(0));
          }
       }
       for (auto const& port : world.ports) {
@@ -97,9 +96,9 @@ class FloorFront {
       }
    }
 
-   Asker const& asker(std::size_t which) const { return world_.askers[which]; }
+   Target const& target(std::size_t which) const { return world_.targets[which]; }
    Request requestOf(std::size_t which) const {
-      return T::request(asker(which).intf, asker(which).unit);
+      return T::request(target(which).intf, target(which).unit);
    }
    std::size_t leftInFront() const {
       return acl_.size() + merged_.size() + backlog_.size() + retry_.size() + mergedStatus_.size() +
@@ -120,7 +119,7 @@ class FloorFront {
       return {available && domain != 0 && tag != 0, domain, static_cast<uint16_t>(tag)};
    }
 
-   // `status` 0 takes the answer back.
+   // `status` 0 removes the response.
    void answer(Request const& request, uint64_t policy, uint8_t status) {
       if (status != 0) {
          mergedStatus_.set(request, Response{status, policy});
@@ -136,7 +135,7 @@ class FloorFront {
       }
    }
    uint8_t answered(Request const& request) const { return mergedStatus_.get(request).status; }
-   // Cannot be programmed yet.
+   // For a request that cannot be resolved.
    void retryLater(Request const& request, uint64_t policy) {
       retry_.set(T::entry(request, policy), true);
       answer(request, policy, inProgress);

@@ -1,4 +1,4 @@
-// What the floors are made of: (a) Standard and (b) Platform, the same tables and keys twice.
+// Tables and keys of the baselines in two variants: (a) Standard and (b) Platform.
 #pragma once
 
 #include "bench/support/World.h"
@@ -108,8 +108,8 @@ struct Standard {
       std::unordered_map<K, V, Hash> map_;
    };
    template<class V>
-   using ByIntfInOrder = Map<Intf, V>; // nothing here asks for the order
-   // A few keys that belong together.
+   using ByIntfInOrder = Map<Intf, V>; // the order is not used
+   // A small set of keys.
    template<class K>
    class Few {
     public:
@@ -122,7 +122,7 @@ struct Standard {
     private:
       std::unordered_set<K, Hash> keys_;
    };
-   // The requests of each interface.
+   // Interface -> its requests.
    class Groups {
     public:
       void add(Request const& request) { groups_[request.intf].insert(request); }

@@ -1,9 +1,10 @@
-// Runs of roads through google-benchmark: each pipeline beside its floors, every run in a process
-// of its own, through three phases: every request is made, every one changed, every one withdrawn.
+// Runs paths through google-benchmark: each pipeline and its baselines, every run in its own
+// process. A run has three phases: make every request, change every request, withdraw every
+// request.
 //
-// A road's world is made of (asking, count, number of the run). Its way - pipeline or floor - is
-// made of that world and has ask(which, policy), drain(), programmed(which), isAnswered(which,
-// policy) and leftOver().
+// The world of a path is constructed from (kind, count, number of the run). An implementation,
+// which is a pipeline or a baseline, is constructed from that world and has ask(which, policy),
+// drain(), programmed(which), isAnswered(which, policy) and leftOver().
 #pragma once
 
 #include "bench/support/Alone.h"
@@ -24,47 +25,47 @@ struct Standard;
 struct Platform;
 
 inline std::size_t limit() {
-   char const* most = std::getenv("SHOAL_BENCH_MAX");
-   return most == nullptr ? 1000000 : std::strtoull(most, nullptr, 10);
+   char const* max = std::getenv("SHOAL_BENCH_MAX");
+   return max == nullptr ? 1000000 : std::strtoull(max, nullptr, 10);
 }
 
-inline std::vector<std::size_t> countsUpTo(std::size_t most) {
+inline std::vector<std::size_t> countsUpTo(std::size_t max) {
    std::vector<std::size_t> counts;
    for (std::size_t count : {10000UL, 100000UL, 1000000UL}) {
-      if (count <= most) {
+      if (count <= max) {
          counts.push_back(count);
       }
    }
    return counts;
 }
 
-class RoadRuns {
+class PathRuns {
  public:
-   explicit RoadRuns(std::vector<std::size_t> counts) : counts_(std::move(counts)) {}
+   explicit PathRuns(std::vector<std::size_t> counts) : counts_(std::move(counts)) {}
 
-   template<class World, class Pipeline, template<class> class Floor, class Asking>
-   void add(Road road, Asking asking) {
-      roads_.push_back(road);
+   template<class World, class Pipeline, template<class> class Baseline, class RequestKind>
+   void add(Path path, RequestKind kind) {
+      paths_.push_back(path);
       for (std::size_t count : counts_) {
          for (Variant variant : variants) {
             auto run = [=, this](benchmark::State& state) {
                switch (variant) {
                case Variant::pipeline:
-                  return measure<World, Pipeline>(state, road, variant, asking);
+                  return measure<World, Pipeline>(state, path, variant, kind);
                case Variant::standard:
-                  return measure<World, Floor<Standard>>(state, road, variant, asking);
+                  return measure<World, Baseline<Standard>>(state, path, variant, kind);
                case Variant::platform:
-                  return measure<World, Floor<Platform>>(state, road, variant, asking);
+                  return measure<World, Baseline<Platform>>(state, path, variant, kind);
                }
             };
-            registerRun(road, variant, count, run);
+            registerRun(path, variant, count, run);
          }
       }
    }
 
-   // Runs and prints. False when something went wrong or a filter left some out.
+   // Runs and prints. False if a run failed or a filter excluded some.
    bool run(int argc, char** argv) {
-      // In random order: when the machine is busier for a while, that is not one variant's loss.
+      // In random order, so that other load on the machine does not fall on one variant.
       std::string program = argv[0];
       std::string interleaved = "--benchmark_enable_random_interleaving=true";
       std::vector<char*> arguments{program.data(), interleaved.data()};
@@ -72,10 +73,10 @@ class RoadRuns {
       argc = static_cast<int>(arguments.size());
       benchmark::Initialize(&argc, arguments.data());
       auto ran = benchmark::RunSpecifiedBenchmarks();
-      for (Road road : roads_) {
-         report_.print(road, counts_);
+      for (Path path : paths_) {
+         report_.print(path, counts_);
       }
-      return !anyWrong_ && ran == roads_.size() * std::size(variants) * counts_.size();
+      return !anyWrong_ && ran == paths_.size() * std::size(variants) * counts_.size();
    }
    bool anyWrong() const { return anyWrong_; }
 
@@ -83,41 +84,42 @@ class RoadRuns {
    struct Outcome {
       Figures figures;
       double seconds = 0;
-      char const* wrong = nullptr; // at the end of a phase
+      char const* wrong = nullptr; // what a check at the end of a phase found
    };
 
-   template<class Way>
-   static char const* checked(Way const& way, std::size_t count, uint64_t policy) {
+   template<class Implementation>
+   static char const* checked(Implementation const& implementation, std::size_t count,
+                              uint64_t policy) {
       for (std::size_t i = 0; i < count; ++i) {
-         if (way.programmed(i) != policy) {
+         if (implementation.programmed(i) != policy) {
             return "not every request has its entry";
          }
-         if (!way.isAnswered(i, policy)) {
+         if (!implementation.isAnswered(i, policy)) {
             return "not every request is answered with its policy";
          }
       }
-      if (policy == 0 && way.leftOver() != 0) {
-         return "something is left behind the withdrawal";
+      if (policy == 0 && implementation.leftOver() != 0) {
+         return "the withdrawal left something behind";
       }
       return nullptr;
    }
 
-   template<class World, class Way, class Asking>
-   static Outcome outcome(Asking asking, std::size_t count, unsigned number) {
-      World world(asking, count, number);
+   template<class World, class Implementation, class RequestKind>
+   static Outcome outcome(RequestKind kind, std::size_t count, unsigned number) {
+      World world(kind, count, number);
       auto inOrder = world.shuffled(1);
       auto other = world.shuffled(2);
-      Way way(world);
+      Implementation implementation(world);
       Outcome outcome;
       auto phase = [&](std::vector<std::size_t> const& order, uint64_t policy) {
          double start = processorTime();
          for (std::size_t which : order) {
-            way.ask(which, policy);
+            implementation.ask(which, policy);
          }
-         way.drain();
+         implementation.drain();
          double seconds = processorTime() - start;
          outcome.seconds += seconds;
-         if (char const* wrong = checked(way, count, policy)) {
+         if (char const* wrong = checked(implementation, count, policy)) {
             outcome.wrong = wrong;
          }
          return seconds * 1e9 / static_cast<double>(count);
@@ -130,13 +132,13 @@ class RoadRuns {
       return outcome;
    }
 
-   template<class World, class Way, class Asking>
-   void measure(benchmark::State& state, Road road, Variant variant, Asking asking) {
+   template<class World, class Implementation, class RequestKind>
+   void measure(benchmark::State& state, Path path, Variant variant, RequestKind kind) {
       auto count = static_cast<std::size_t>(state.range(0));
       Figures last;
       for ([[maybe_unused]] auto _ : state) {
          ++runs_;
-         auto ended = alone([&] { return outcome<World, Way>(asking, count, runs_); });
+         auto ended = alone([&] { return outcome<World, Implementation>(kind, count, runs_); });
          if (!ended || ended->wrong != nullptr) {
             anyWrong_ = true;
             state.SkipWithError(ended ? ended->wrong : "the run ended early");
@@ -144,7 +146,7 @@ class RoadRuns {
          }
          state.SetIterationTime(ended->seconds);
          last = ended->figures;
-         report_.add(road, variant, count, last);
+         report_.add(path, variant, count, last);
       }
       state.counters["fill_ns"] = last.fill;
       state.counters["change_ns"] = last.change;
@@ -153,12 +155,12 @@ class RoadRuns {
    }
 
    template<class Run>
-   static void registerRun(Road road, Variant variant, std::size_t count, Run const& run) {
-      // The small ones are repeated until they weigh as much as a large one. Of the slow floor a
-      // single large run has to do: it is far off, and takes longer than all others together.
+   static void registerRun(Path path, Variant variant, std::size_t count, Run const& run) {
+      // Small runs are repeated until they take about as long as a large one. The slow baseline
+      // gets a single large run, which takes longer than all others together.
       std::size_t atLeast = variant == Variant::standard ? 1 : 3;
       auto repeats = static_cast<int>(std::clamp<std::size_t>(limit() / count / 2, atLeast, 20));
-      std::string name = std::string(nameOf(road)) + "/" + nameOf(variant);
+      std::string name = std::string(nameOf(path)) + "/" + nameOf(variant);
       benchmark::RegisterBenchmark(name.c_str(), run)
           ->Arg(static_cast<int64_t>(count))
           ->UseManualTime()
@@ -169,7 +171,7 @@ class RoadRuns {
    }
 
    std::vector<std::size_t> counts_;
-   std::vector<Road> roads_;
+   std::vector<Path> paths_;
    Report report_;
    bool anyWrong_ = false;
    unsigned runs_ = 0;

@@ -1,6 +1,6 @@
-// The floors under the roads of in-LIF features: the pipeline's table operations in straight-line
-// code. Each look-up and write stands where the pipeline has it, but for what only notifies: the
-// machines' reactors and the tables that these are kept in.
+// The baseline of the in-LIF feature paths: the table operations of the pipeline in straight-line
+// code, in the same order. It leaves out the reactors and the tables in which the machines keep
+// them.
 #pragma once
 
 #include "bench/support/FeatureTables.h"
@@ -9,7 +9,7 @@
 namespace Bench {
 
 template<class Of>
-class FeatureFloor {
+class FeatureBaseline {
    using T = FeatureTables<Of>;
    using InLifKey = typename T::InLifKey;
    using FeatureKey = typename T::FeatureKey;
@@ -20,7 +20,7 @@ class FeatureFloor {
    using PerType = typename T::template PerType<V>;
 
  public:
-   explicit FeatureFloor(FeatureWorld const& world) : world_(world) {
+   explicit FeatureBaseline(FeatureWorld const& world) : world_(world) {
       for (uint16_t tcam = 0; tcam < FeatureWorld::tcams; ++tcam) {
          auto layout = std::make_shared<PerType<Place>>();
          for (unsigned type = 1; type <= FeatureWorld::types; ++type) {
@@ -80,7 +80,7 @@ class FeatureFloor {
       for (auto const& directory : directories_) {
          left += directory.size();
       }
-      return left + config_.size() + spread_.size() + handled_.size() + status_.size() +
+      return left + config_.size() + expanded_.size() + handled_.size() + status_.size() +
              portWords_.size() + vlanWords_.size() + mergedWords_.size() + subIntfWords_.size();
    }
 
@@ -131,15 +131,15 @@ class FeatureFloor {
       if (!isAdd) {
          portWords_.del(port);
          merge(port);
-         spread_.del(key);
+         expanded_.del(key);
          followPort(key);
       } else if (config_.has(key)) {
          auto aggregate = config_.get(key);
          portWords_.set(port, wordOf(key, *aggregate));
          merge(port);
-         auto spread = madeIn(spread_, key);
-         copy(aggregate->features, spread->features);
-         ++spread->version;
+         auto expanded = madeIn(expanded_, key);
+         copy(aggregate->features, expanded->features);
+         ++expanded->version;
          followPort(key);
       }
    }
@@ -166,10 +166,10 @@ class FeatureFloor {
       }
    }
 
-   // No VLAN covers a port here.
+   // In these runs no VLAN covers a port.
    void followPort(InLifKey key) {
       if (vlanKeys_.has(T::intfOf(key))) {
-         vlanWords_.set(T::intfOf(key), wordOf(key, *spread_.get(key)));
+         vlanWords_.set(T::intfOf(key), wordOf(key, *expanded_.get(key)));
       }
    }
 
@@ -220,7 +220,7 @@ class FeatureFloor {
    Map<typename T::Tcam, std::shared_ptr<PerType<Place>>> layouts_;
    Map<FeatureKey, uint32_t> directories_[FeatureWorld::directories];
    Aggregates config_;
-   Aggregates spread_;
+   Aggregates expanded_;
    Aggregates handled_;
    Map<FeatureKey, Response> status_;
    Map<InLifKey, uint64_t> subIntfWords_;

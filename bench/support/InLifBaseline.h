@@ -1,20 +1,20 @@
-// The floor under the roads to the in-LIFs of sub-interfaces and tunnels.
+// The baseline of the paths to the in-LIFs of sub-interfaces and tunnels.
 #pragma once
 
-#include "bench/support/FloorFront.h"
+#include "bench/support/BaselineFront.h"
 
 namespace Bench {
 
 template<class T>
-class InLifFloor : public FloorFront<T, InLifFloor<T>> {
-   using Front = FloorFront<T, InLifFloor<T>>;
+class InLifBaseline : public BaselineFront<T, InLifBaseline<T>> {
+   using Front = BaselineFront<T, InLifBaseline<T>>;
    using typename Front::Request, typename Front::Entry;
    using MapperKey = typename T::MapperKey;
    using TunnelKey = typename T::TunnelKey;
 
  public:
-   explicit InLifFloor(World const& world) : Front(world) {
-      for (auto const& of : world.askers) {
+   explicit InLifBaseline(World const& world) : Front(world) {
+      for (auto const& of : world.targets) {
          if (Plexus::SubIntfId::isSubIntfId(of.intf)) {
             MapperKey key = T::mapperKey(of.port, of.intf, of.tag, 0);
             mapper_.set(key, {of.tag, 0});
@@ -24,7 +24,7 @@ class InLifFloor : public FloorFront<T, InLifFloor<T>> {
    }
 
    uint64_t programmed(std::size_t which) const {
-      auto const& of = this->asker(which);
+      auto const& of = this->target(which);
       return isTunnel(this->requestOf(which))
                  ? tunnels_.get(T::tunnelKey(of.intf, of.unit))
                  : mapper_.get(T::mapperKey(of.port, of.intf, of.tag, 0)).data;
