@@ -95,14 +95,10 @@ class ChipTable {
       Seconds now = Orv::System::peekTime();
       for (auto const* answers : {&unanswered_, &heldBack_}) {
          for (Answer const& answer : *answers) {
-            ++disturbances_[answer.key];
             memories_[answer.key].dropped = eventOf(answer);
          }
       }
       for (auto& [key, memory] : memories_) {
-         if (memory.lastAnswer && !memory.restarted) {
-            ++disturbances_[key];
-         }
          memory.restarted = now;
       }
       unanswered_.clear();
@@ -164,24 +160,6 @@ class ChipTable {
       return std::any_of(heldBack_.begin(), heldBack_.end(),
                          [&](Answer const& answer) { return answer.key == key; });
    }
-   // How often an answer of the key's was lost or came out of order, or its status went with a
-   // restart.
-   uint64_t disturbances(Key key) const {
-      auto found = disturbances_.find(key);
-      return found == disturbances_.end() ? 0 : found->second;
-   }
-   // An answer of the key's is still to come.
-   bool isUnanswered(Key key) const {
-      return isHeldBack(key) ||
-             std::any_of(unanswered_.begin(), unanswered_.end(),
-                         [&](Answer const& answer) { return answer.key == key; });
-   }
-   // What became of the key's last write, answered or not; none: it had none since a restart.
-   std::optional<Outcome> lastOutcome(Key key) const {
-      EntryMemory memory = this->memory(key);
-      return memory.lastWrite && !memory.restarted ? std::optional(memory.lastWrite->outcome)
-                                                   : std::nullopt;
-   }
    EntryMemory memory(Key key) const {
       auto found = memories_.find(key);
       return found == memories_.end() ? EntryMemory() : found->second;
@@ -221,7 +199,6 @@ class ChipTable {
       memory.lastWrite = eventOf(answer);
       memory.restarted.reset();
       if (faults_.suffers(Fault::lose, T::kind, unit)) {
-         ++disturbances_[key];
          memory.lost = memory.lastWrite;
          return;
       }
@@ -232,7 +209,6 @@ class ChipTable {
          answer.due += faults_.slowness();
       }
       if (faults_.suffers(Fault::slow, T::kind, unit)) {
-         ++disturbances_[key];
          answer.due += faults_.slowness();
       }
       if (faults_.suffers(Fault::duplicate, T::kind, unit)) {
@@ -240,7 +216,6 @@ class ChipTable {
       }
       if (faults_.suffers(Fault::reorder, T::kind, unit)) {
          heldBack_.push_back(answer);
-         ++disturbances_[key];
          return;
       }
       schedule(answer);
@@ -340,7 +315,6 @@ class ChipTable {
    std::map<Key, FapId> units_;          // of the entries
    std::map<FapId, uint64_t> entriesOn_; // how many of them
    std::map<Key, EntryMemory> memories_;
-   std::map<Key, uint64_t> disturbances_;
    std::optional<Key> answering_;
    bool restarting_ = false;
    ChipCounters counters_;
