@@ -1,10 +1,11 @@
 // shoal-agent: hosts the library over a simulated chip.
 #include "agent/command/Registry.h"
-#include "agent/host/ScenarioRunner.h"
+#include "agent/command/ScenarioRunner.h"
 #include "agent/inventory/FileContent.h"
-#include "agent/inventory/InterfaceName.h"
 #include "agent/inventory/InventoryReader.h"
+#include "agent/simulate/SimulateCommands.h"
 #include "agent/simulate/Simulation.h"
+#include "agent/text/Printable.h"
 #include "platform/Toggle/Toggle.h"
 #include "platform/Trace/BliplineReader.h"
 #include "ShoalTunnel/TcamSharing/DynamicISemData.h"
@@ -211,6 +212,7 @@ int runProgram(int argc, char** argv) {
 int main(int argc, char** argv) {
    // A write past the limit of a file's size is an error where it happens.
    std::signal(SIGXFSZ, SIG_IGN);
+   Agent::addSimulateCommands(Agent::commandRegistry());
    int result = runProgram(argc, argv);
    if (!std::cout.flush()) {
       std::cerr << "shoal-agent: error: cannot write all of the output\n";

@@ -114,11 +114,6 @@ void untaggedVlan(Host& host, Arguments& arguments, std::ostream&) {
    host.world().untaggedVlanIs(intf, vlan);
 }
 
-void freshStart(Host& host, Arguments& arguments, std::ostream&) {
-   arguments.end();
-   host.startFeaturesFresh();
-}
-
 void explainFeatureCommand(Host& host, Arguments& arguments, std::ostream& out) {
    InLifIntfKey key = takeInLifKey(host, arguments);
    InLifFeatureType type = takeFeatureType(arguments);
@@ -151,10 +146,6 @@ void addFeatureCommands(Registry& registry) {
                  portChannel});
    registry.add({"untagged-vlan", "PORT|PORTCHANNEL VLAN|none", "the VLAN of untagged frames", true,
                  untaggedVlan});
-   registry.add({"start-features-fresh", "",
-                 "build the in-LIF feature machines anew on empty tables, as an agent that starts "
-                 "now would",
-                 true, freshStart});
 }
 
 } // namespace Agent

@@ -3,11 +3,11 @@
 #pragma once
 
 #include "agent/command/Output.h"
+#include "agent/errors/Errors.h"
 
 #include <functional>
 #include <map>
 #include <ostream>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,20 +15,6 @@
 namespace Agent {
 
 class Host;
-
-// A command that cannot be carried out; the text says why and, where there is one, a way out.
-// Nothing was changed. What the text repeats of the input is made fit to print: control characters
-// are escaped, overlong words cut.
-class CommandError : public std::runtime_error {
- public:
-   explicit CommandError(std::string const& text);
-};
-
-// A condition that does not hold.
-class ExpectationFailed : public std::runtime_error {
- public:
-   using std::runtime_error::runtime_error;
-};
 
 // The words behind the command's name, taken one by one. Running out of words and leaving some over
 // are errors that name what is missing or too much.
@@ -71,6 +57,7 @@ struct Command {
 
 class Registry {
  public:
+   // Does nothing when the name is taken.
    void add(Command command);
    // null when there is none.
    Command const* find(std::string const& name) const;
@@ -80,8 +67,8 @@ class Registry {
    std::map<std::string, Command> commands_;
 };
 
-// All commands of the agent.
-Registry const& commandRegistry();
+// All commands of the agent; whoever stands above it adds its own.
+Registry& commandRegistry();
 
 // Each file of commands adds its own.
 void addRequestCommands(Registry& registry);
@@ -93,6 +80,6 @@ void addShowCommands(Registry& registry);
 void addExplainCommands(Registry& registry);
 void addExpectCommands(Registry& registry);
 void addTraceCommands(Registry& registry);
-void addSimulateCommands(Registry& registry);
+void addMachineCommands(Registry& registry);
 
 } // namespace Agent

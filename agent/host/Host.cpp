@@ -1,6 +1,6 @@
 #include "agent/host/Host.h"
 
-#include "agent/command/Registry.h"
+#include "agent/errors/Errors.h"
 #include "platform/Trace/Blipline.h"
 #include "platform/Trace/Trace.h"
 

@@ -1,6 +1,7 @@
 #include "agent/inventory/ConfigFile.h"
 
 #include "agent/inventory/InterfaceName.h"
+#include "agent/text/Printable.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,18 +1,10 @@
-// What a written history needs beyond what an operator does: machines that are built again, and
-// checks.
-#include "agent/command/Registry.h"
+#include "agent/simulate/SimulateCommands.h"
+
 #include "agent/simulate/Auditor.h"
 
 namespace Agent {
 
 namespace {
-
-void rebuild(Host& host, Arguments& arguments, std::ostream&) {
-   auto machine = static_cast<Machine>(
-       arguments.takeChoice("MACHINE", {machineNames.begin(), machineNames.end()}));
-   arguments.end();
-   host.rebuild(machine);
-}
 
 void follow(Host& host, Arguments& arguments, std::ostream&) {
    arguments.end();
@@ -38,13 +30,6 @@ void check(Host& host, Arguments& arguments, std::ostream&) {
 } // namespace
 
 void addSimulateCommands(Registry& registry) {
-   std::string machines;
-   for (std::string_view name : machineNames) {
-      machines += (machines.empty() ? "" : ", ") + std::string(name);
-   }
-   registry.add({"rebuild", "MACHINE",
-                 "a machine of the library goes and is built again on the same tables: " + machines,
-                 true, rebuild});
    registry.add({"follow", "",
                  "keep an account of what the machines should do, for check; at the "
                  "start, before anything is asked for",

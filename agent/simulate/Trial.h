@@ -3,13 +3,13 @@
 #pragma once
 
 #include "agent/host/Host.h"
+#include "agent/process/Copy.h"
 #include "agent/simulate/Findings.h"
 #include "agent/simulate/Probes.h"
 
 #include <functional>
 #include <optional>
 #include <set>
-#include <sys/types.h>
 
 namespace Agent {
 
@@ -34,15 +34,11 @@ class Trial {
    // before, in this order.
    Trial(Inventory const& inventory, Source const& source, Prepare const& prepare,
          bool rehearse = true);
-   Trial(Trial&& other) noexcept;
-   Trial& operator=(Trial&&) = delete;
-   ~Trial();
    // Waits for its end. Once.
    TrialOutcome outcome();
 
  private:
-   pid_t child_ = -1;
-   int results_ = -1;
+   Copy copy_;
 };
 
 } // namespace Agent

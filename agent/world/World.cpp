@@ -1,6 +1,6 @@
 #include "agent/world/World.h"
 
-#include "agent/command/Registry.h"
+#include "agent/errors/Errors.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 // The facts behind in-LIF features: membership of port-channels, untagged VLANs, TCAMs and their
 // layouts.
-#include "agent/command/Registry.h"
+#include "agent/errors/Errors.h"
 #include "agent/world/World.h"
 #include "platform/ShoalTcam/TcamDbStatusInterface.h"
 

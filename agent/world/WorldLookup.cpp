@@ -1,5 +1,5 @@
 // What people type, found in the world; and who stands where.
-#include "agent/command/Registry.h"
+#include "agent/errors/Errors.h"
 #include "agent/inventory/InterfaceName.h"
 #include "agent/world/World.h"
 

@@ -3,10 +3,11 @@
 // A scenario is carried out without rehearsals, which is fast and counts coverage. When that stops
 // the library, the last change before must be one that the rehearsal refuses; else all is run again
 // as the agent does it, and if that ends, so would the agent.
+#include "agent/command/Advice.h"
 #include "agent/command/Registry.h"
-#include "agent/host/Rehearsal.h"
-#include "agent/host/ScenarioRunner.h"
+#include "agent/command/ScenarioRunner.h"
 #include "agent/inventory/InventoryReader.h"
+#include "agent/simulate/SimulateCommands.h"
 #include "platform/Orv/Exception.h"
 #include "platform/Orv/Failure.h"
 #include "platform/Trace/Trace.h"
@@ -35,6 +36,11 @@ constexpr char const* inventory = R"({
 constexpr std::size_t mostLines = 100;
 
 using Lines = std::vector<std::string>;
+
+[[maybe_unused]] bool const commandsAdded = [] {
+   Agent::addSimulateCommands(Agent::commandRegistry());
+   return true;
+}();
 
 // The library stopped.
 struct Stopped {};
@@ -135,7 +141,7 @@ bool refuses(Lines const& lines, std::size_t at) {
       agent.tryOut(lines[i]);
    }
    try {
-      Agent::rehearse(agent.host(), [&] { agent.carryOut(wordsOf(lines[at])); });
+      Agent::requireHarmless(agent.host(), [&] { agent.carryOut(wordsOf(lines[at])); });
    } catch (Agent::CommandError const&) {
       return true;
    }

@@ -1,9 +1,10 @@
 #include "agent/simulate/Simulation.h"
 
-#include "agent/host/ScenarioRunner.h"
+#include "agent/command/ScenarioRunner.h"
 #include "agent/inventory/FileContent.h"
 #include "agent/inventory/InventoryReader.h"
 #include "agent/simulate/History.h"
+#include "agent/simulate/SimulateCommands.h"
 #include "platform/Orv/Failure.h"
 #include "platform/Trace/Trace.h"
 
@@ -17,6 +18,11 @@ namespace Agent {
 namespace {
 
 using testing::HasSubstr;
+
+[[maybe_unused]] bool const commandsAdded = [] {
+   addSimulateCommands(commandRegistry());
+   return true;
+}();
 
 Inventory chassis() {
    return parseInventory(R"({

@@ -1,4 +1,4 @@
-#include "tests/agent/host/Scenario.h"
+#include "tests/agent/command/Scenario.h"
 #include "agent/command/Tables.h"
 #include "agent/inventory/FileContent.h"
 #include "platform/Trace/Trace.h"
