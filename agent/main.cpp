@@ -33,7 +33,7 @@ struct Options {
 };
 
 // With what is odd in it printed; none when that is an error.
-std::optional<Agent::Inventory> takeInventory(Options const& options) {
+std::optional<Agent::Inventory> parseInventory(Options const& options) {
    Agent::Inventory inventory = Agent::readInventory(options.inventory);
    if (!options.quiet || options.strict) {
       for (auto const& each : inventory.diagnostics) {
@@ -68,7 +68,7 @@ int runScenario(Options const& options) {
       std::cerr << path << ": error: cannot be read: " << reason << "\n";
       return usageError;
    }
-   auto inventory = takeInventory(options);
+   auto inventory = parseInventory(options);
    if (!inventory) {
       return usageError;
    }
@@ -90,7 +90,7 @@ int runScenario(Options const& options) {
 }
 
 int simulate(Options const& options, Agent::SimulateOptions const& simulation) {
-   auto inventory = takeInventory(options);
+   auto inventory = parseInventory(options);
    if (!inventory) {
       return usageError;
    }
@@ -119,10 +119,10 @@ int listCommands() {
 }
 
 // Numbers as in commands, instead of whatever the conversion makes of them.
-CLI::Validator number(uint64_t least, uint64_t most) {
+CLI::Validator number(uint64_t min, uint64_t max) {
    return {[=](std::string& text) {
               try {
-                 text = std::to_string(Agent::parseNumber(text, "it", least, most));
+                 text = std::to_string(Agent::parseNumber(text, "it", min, max));
                  return std::string();
               } catch (Agent::CommandError const& error) {
                  return std::string(error.what());
@@ -156,15 +156,15 @@ int runProgram(int argc, char** argv) {
    simulating->add_option("--inventory", options.inventory, "CONFIG_DB JSON file")->required();
    simulating->add_flag("--strict", options.strict, "what is odd in the inventory is an error");
    simulating->add_flag("--quiet", options.quiet, "do not print what is odd in the inventory");
-   constexpr uint64_t most = 1'000'000'000;
+   constexpr uint64_t max = 1'000'000'000;
    simulating->add_option("--seed", simulation.seed, "the first history's")
        ->required()
        ->transform(number(0, UINT64_MAX));
    simulating->add_option("--steps", simulation.steps, "commands drawn per history")
        ->required()
-       ->transform(number(1, most));
+       ->transform(number(1, max));
    simulating->add_option("--seeds", simulation.seeds, "how many histories; 1 by default")
-       ->transform(number(1, most));
+       ->transform(number(1, max));
    simulating->add_option("--jobs", simulation.jobs, "histories at a time; 1 by default")
        ->transform(number(1, 256));
    simulating

@@ -18,7 +18,7 @@ std::string usersOf(Host const& host, AradSemKeyAndFap key, TcamSharingRequest e
    if (auto mapping = host.isem().common->semToRequest(key)) {
       for (auto const& [user, present] : mapping->requestIter()) {
          if (user != except) {
-            text += (text.empty() ? "" : " and ") + printedRequest(user);
+            text += (text.empty() ? "" : " and ") + formatRequest(user);
          }
       }
    }
@@ -33,8 +33,8 @@ std::string describeUnmapped(Host const& host, Orv::Failure const&) {
           pipeline.common->tcamRequestToIsemKeyMappingHas(request)) {
          continue;
       }
-      std::string text = printedRequest(request) + " would be withdrawn, but it was answered " +
-                         std::string(printedStatus(response.status)) +
+      std::string text = formatRequest(request) + " would be withdrawn, but it was answered " +
+                         std::string(formatStatus(response.status)) +
                          " without an entry of its own";
       auto keys = resolve(host, request).keys;
       auto const* key = keys.empty() ? nullptr : std::get_if<AradSemKeyAndFap>(&keys.front());
@@ -42,7 +42,7 @@ std::string describeUnmapped(Host const& host, Orv::Failure const&) {
       if (users.empty()) {
          return text + "; first have it programmed itself (a single tag, then another policy)";
       }
-      return text + ": the entry " + printedKey(*key) + " belongs to " + users +
+      return text + ": the entry " + formatKey(*key) + " belongs to " + users +
              "; first withdraw " + users + ", then give " + request.intfId().name() +
              " another policy, so that it is programmed itself";
    }
@@ -56,7 +56,7 @@ std::string describeMoved(Host const& host, Orv::Failure const&) {
       auto mapping = common->semToRequest(key);
       if (mapping && !mapping->requestHas(request)) {
          std::string users = usersOf(host, key, request);
-         return printedRequest(request) + " would move off the entry " + printedKey(key) +
+         return formatRequest(request) + " would move off the entry " + formatKey(key) +
                 ", which " + users + " still use" + (mapping->requests() == 1 ? "s" : "") +
                 "; withdraw " + users + " first";
       }
@@ -67,11 +67,11 @@ std::string describeMoved(Host const& host, Orv::Failure const&) {
 // Requests from before the unit had the lookup: whoever reads them anew finds the label.
 std::string describeLabels(Host const& host, Orv::Failure const&) {
    std::string labelled;
-   for (auto const& [request, policy] : host.features().config(Feature::acl)->requestIter()) {
+   for (auto const& [request, policy] : host.sharing().config(Requester::acl)->requestIter()) {
       if (policy.lumenAclLabel() != 0 &&
           host.world().shoalStatus->fapExtLkupType(request.fapId()) ==
               Hardware::Shoal::extLkupTypeLumen_) {
-         labelled += (labelled.empty() ? "" : " and ") + printedRequest(request);
+         labelled += (labelled.empty() ? "" : " and ") + formatRequest(request);
       }
    }
    return labelled.empty() ? ""
@@ -155,8 +155,8 @@ void requireHarmless(Host& host, std::function<void()> const& change) {
    if (objection.empty()) {
       return;
    }
-   if (!expected && host.follower() != nullptr) {
-      host.follower()->handleUnexplained(objection);
+   if (!expected && host.observer() != nullptr) {
+      host.observer()->handleUnexplained(objection);
    }
    throw CommandError(objection);
 }

@@ -7,7 +7,7 @@ namespace {
 
 void rebuild(Host& host, Arguments& arguments, std::ostream&) {
    auto machine = static_cast<Machine>(
-       arguments.takeChoice("MACHINE", {machineNames.begin(), machineNames.end()}));
+       arguments.parseChoice("MACHINE", {machineNames.begin(), machineNames.end()}));
    arguments.end();
    host.rebuild(machine);
 }

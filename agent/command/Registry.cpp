@@ -18,20 +18,20 @@ Arguments::Arguments(std::vector<std::string> words) : words_(std::move(words)) 
    words_.erase(option, option + 2);
 }
 
-std::string Arguments::take(std::string_view what) {
+std::string Arguments::next(std::string_view what) {
    if (!more()) {
       throw CommandError(std::string(what) + " is missing");
    }
    return words_[next_++];
 }
 
-bool Arguments::takeWord(std::string_view word) {
+bool Arguments::accept(std::string_view word) {
    bool found = more() && words_[next_] == word;
    next_ += found ? 1 : 0;
    return found;
 }
 
-uint64_t parseNumber(std::string_view text, std::string_view what, uint64_t least, uint64_t most) {
+uint64_t parseNumber(std::string_view text, std::string_view what, uint64_t min, uint64_t max) {
    bool hexadecimal = text.starts_with("0x");
    std::string_view digits = hexadecimal ? text.substr(2) : text;
    uint64_t number = 0;
@@ -41,38 +41,38 @@ uint64_t parseNumber(std::string_view text, std::string_view what, uint64_t leas
    if (error == std::errc::invalid_argument || !whole) {
       throw CommandError(std::string(what) + " is a number, not '" + std::string(text) + "'");
    }
-   if (error != std::errc() || number < least || number > most) {
-      throw CommandError(std::string(what) + " is " + std::to_string(least) + " to " +
-                         std::to_string(most) + ", not " + std::string(text));
+   if (error != std::errc() || number < min || number > max) {
+      throw CommandError(std::string(what) + " is " + std::to_string(min) + " to " +
+                         std::to_string(max) + ", not " + std::string(text));
    }
    return number;
 }
 
-uint64_t Arguments::takeNumber(std::string_view what, uint64_t least, uint64_t most) {
-   return parseNumber(take(what), what, least, most);
+uint64_t Arguments::parseNumber(std::string_view what, uint64_t min, uint64_t max) {
+   return Agent::parseNumber(next(what), what, min, max);
 }
 
-double Arguments::takeReal(std::string_view what, double least, double most) {
-   std::string text = take(what);
+double Arguments::parseReal(std::string_view what, double min, double max) {
+   std::string text = next(what);
    double number = 0.0;
    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
    if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(number)) {
       throw CommandError(std::string(what) + " is a number, not '" + text + "'");
    }
-   if (number < least || number > most) {
-      throw CommandError(std::string(what) + " is " + printedSeconds(least) + " to " +
-                         printedSeconds(most) + ", not " + text);
+   if (number < min || number > max) {
+      throw CommandError(std::string(what) + " is " + formatSeconds(min) + " to " +
+                         formatSeconds(max) + ", not " + text);
    }
    return number;
 }
 
-bool Arguments::takeSwitch(std::string_view what) {
-   return takeChoice(what, {"off", "on"}) == 1;
+bool Arguments::parseSwitch(std::string_view what) {
+   return parseChoice(what, {"off", "on"}) == 1;
 }
 
-std::size_t Arguments::takeChoice(std::string_view what,
-                                  std::vector<std::string_view> const& choices) {
-   std::string word = take(what);
+std::size_t Arguments::parseChoice(std::string_view what,
+                                   std::vector<std::string_view> const& choices) {
+   std::string word = next(what);
    auto found = std::find(choices.begin(), choices.end(), word);
    if (found == choices.end()) {
       std::string list;
@@ -93,7 +93,7 @@ void Arguments::end() const {
 std::string Arguments::rest() {
    std::string text;
    while (more()) {
-      text += (text.empty() ? "" : " ") + take("");
+      text += (text.empty() ? "" : " ") + next("");
    }
    return text;
 }

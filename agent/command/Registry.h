@@ -23,15 +23,15 @@ class Arguments {
    explicit Arguments(std::vector<std::string> words);
 
    bool more() const { return next_ < words_.size(); }
-   std::string take(std::string_view what);
+   std::string next(std::string_view what);
    // The next word when it is this one.
-   bool takeWord(std::string_view word);
-   uint64_t takeNumber(std::string_view what, uint64_t least, uint64_t most);
-   // Seconds, or a probability, within [least, most].
-   double takeReal(std::string_view what, double least, double most);
-   bool takeSwitch(std::string_view what); // on | off
+   bool accept(std::string_view word);
+   uint64_t parseNumber(std::string_view what, uint64_t min, uint64_t max);
+   // Seconds, or a probability, within [min, max].
+   double parseReal(std::string_view what, double min, double max);
+   bool parseSwitch(std::string_view what); // on | off
    // One of these words; its place in the list.
-   std::size_t takeChoice(std::string_view what, std::vector<std::string_view> const& choices);
+   std::size_t parseChoice(std::string_view what, std::vector<std::string_view> const& choices);
    // Throws when words are left.
    void end() const;
    // "--format json" anywhere among the words.
@@ -44,7 +44,7 @@ class Arguments {
    Format format_ = Format::text;
 };
 
-uint64_t parseNumber(std::string_view text, std::string_view what, uint64_t least, uint64_t most);
+uint64_t parseNumber(std::string_view text, std::string_view what, uint64_t min, uint64_t max);
 
 struct Command {
    std::string name;

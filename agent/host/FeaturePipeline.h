@@ -2,7 +2,7 @@
 // responses. Beside the sharing pipelines; they have nothing in common but the world.
 #pragma once
 
-#include "agent/host/Follower.h"
+#include "agent/host/Observer.h"
 #include "agent/world/World.h"
 #include "platform/Orv/Dir.h"
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureRequestInputDirSm.h"

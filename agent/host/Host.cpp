@@ -12,7 +12,7 @@ namespace Agent {
 
 using namespace Hardware::ShoalTunnel;
 
-Host::Host(Inventory inventory) : orvIsemStatus_(this), orvInLifStatus_(this) {
+Host::Host(Inventory inventory) : orvIsemStatus_(this), orvMapperStatus_(this) {
    activate();
    world_ = std::make_unique<World>(std::move(inventory));
    World& world = *world_;
@@ -21,15 +21,15 @@ Host::Host(Inventory inventory) : orvIsemStatus_(this), orvInLifStatus_(this) {
        world.intfVlanIdTable, world.ethIntfStatusDir, world.portMapHelper,
        world.vlanTagToVsiMapperSm, world.subIntfStatusDir, world.dynSubIntfEncap);
    isem_ = std::make_unique<IsemPipeline>(world, timers_, helper_);
-   inLif_ = std::make_unique<InLifPipeline>(world, timers_, helper_);
-   pipelines_ = {isem_.get(), inLif_.get()};
-   router_ = std::make_unique<FeatureRouter>(world, *isem_, *inLif_);
+   mapper_ = std::make_unique<MapperPipeline>(world, timers_, helper_);
+   pipelines_ = {isem_.get(), mapper_.get()};
+   router_ = std::make_unique<SharingRouter>(world, *isem_, *mapper_);
    inLifFeatures_ = std::make_unique<FeaturePipeline>(world);
    // The driver hears of a write after the machines have recorded it.
    chip_ = std::make_unique<SimulatedChip>(
        timers_,
-       SimulatedChip::Tables{isem_->table, isem_->tableStatus, inLif_->mapperConfig,
-                             inLif_->mapperStatus, inLif_->tunnelConfig, inLif_->tunnelStatus},
+       SimulatedChip::Tables{isem_->table, isem_->tableStatus, mapper_->mapperConfig,
+                             mapper_->mapperStatus, mapper_->tunnelConfig, mapper_->tunnelStatus},
        [&world](IntfId port) { return world.placeOf(port).fapId; });
 
    intfToFapIdStatus_ = Orv::make<IntfToFapIdStatus>();
@@ -38,9 +38,9 @@ Host::Host(Inventory inventory) : orvIsemStatus_(this), orvInLifStatus_(this) {
    world.corestate().mount("vlan/intfToVlanDomainStatus", intfToVlanDomainStatus_);
    buildVlanDomainSm();
 
-   chronicle_ = std::make_unique<Chronicle>(*isem_, *inLif_, *chip_);
+   chronicle_ = std::make_unique<Chronicle>(*isem_, *mapper_, *chip_);
    isem_->mergedStatus->responseCollection().watch(orvIsemStatus_);
-   inLif_->mergedStatus->responseCollection().watch(orvInLifStatus_);
+   mapper_->mergedStatus->responseCollection().watch(orvMapperStatus_);
 }
 
 Host::~Host() {
@@ -56,7 +56,7 @@ void Host::buildVlanDomainSm() {
 void Host::rebuild(Machine machine) {
    if (machine < Machine::vlanDomain) {
       for (SharingPipeline* pipeline : pipelines_) {
-         pipeline->rebuild(machine, follower_.get());
+         pipeline->rebuild(machine, observer_.get());
       }
       if (machine == Machine::intake) {
          chronicle_->intakesRebuilt();
@@ -66,23 +66,23 @@ void Host::rebuild(Machine machine) {
    if (machine == Machine::vlanDomain) {
       vlanDomainSm_ = nullptr;
    }
-   if (follower_) {
-      follower_->handleGone(machine, nullptr);
+   if (observer_) {
+      observer_->handleGone(machine, nullptr);
    }
    if (machine == Machine::vlanDomain) {
       buildVlanDomainSm();
    } else {
       inLifFeatures_->rebuild(machine);
    }
-   if (follower_) {
-      follower_->handleBuilt(machine, nullptr);
+   if (observer_) {
+      observer_->handleBuilt(machine, nullptr);
    }
 }
 
 void Host::startFeaturesFresh() {
    inLifFeatures_->startFresh();
-   if (follower_) {
-      follower_->handleFeaturesFresh();
+   if (observer_) {
+      observer_->handleFeaturesFresh();
    }
 }
 

@@ -8,7 +8,7 @@
 #include "agent/chip/SimulatedChip.h"
 #include "agent/host/Chronicle.h"
 #include "agent/host/FeaturePipeline.h"
-#include "agent/host/FeatureRouter.h"
+#include "agent/host/SharingRouter.h"
 #include "agent/world/World.h"
 #include "ShoalTunnel/VlanDomainSm/VlanDomainSm.h"
 
@@ -28,9 +28,9 @@ class Host {
    World& world() { return *world_; }
    World const& world() const { return *world_; }
    // What the features ask for and are answered, on units of both generations.
-   FeatureTables const& features() const { return router_->tables(); }
+   SharingTables const& sharing() const { return router_->tables(); }
    IsemPipeline& isem() const { return *isem_; }
-   InLifPipeline& inLif() const { return *inLif_; }
+   MapperPipeline& mapper() const { return *mapper_; }
    // Both, in the order above.
    std::vector<SharingPipeline*> const& pipelines() const { return pipelines_; }
    SharingPipeline& pipelineOf(TcamSharingRequest request) const {
@@ -65,8 +65,8 @@ class Host {
    // All machines of in-LIF features anew, on empty tables, as in an agent that starts now.
    void startFeaturesFresh();
    // Hears of machines that are built again; goes with the agent. At most one.
-   void followerIs(std::unique_ptr<Follower> follower) { follower_ = std::move(follower); }
-   Follower* follower() const { return follower_.get(); }
+   void observerIs(std::unique_ptr<Observer> observer) { observer_ = std::move(observer); }
+   Observer* observer() const { return observer_.get(); }
 
    // Makes this agent the one that reads the time and traces; another one that was made since must
    // be gone.
@@ -91,9 +91,9 @@ class Host {
    std::unique_ptr<World> world_;
    Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> helper_;
    std::unique_ptr<IsemPipeline> isem_;
-   std::unique_ptr<InLifPipeline> inLif_;
+   std::unique_ptr<MapperPipeline> mapper_;
    std::vector<SharingPipeline*> pipelines_;
-   std::unique_ptr<FeatureRouter> router_;
+   std::unique_ptr<SharingRouter> router_;
    Orv::Ptr<Hardware::ShoalTunnel::IntfToFapIdStatus> intfToFapIdStatus_;
    Orv::Ptr<Hardware::ShoalTunnel::IntfToVlanDomainStatus> intfToVlanDomainStatus_;
    Orv::Ptr<Hardware::ShoalTunnel::VlanDomainSm> vlanDomainSm_;
@@ -107,8 +107,8 @@ class Host {
    void handleStatus(TcamSharingRequest const& request);
    uint64_t statusChanges_ = 0;
    Orv::ReactorFor<&Host::handleStatus> orvIsemStatus_;
-   Orv::ReactorFor<&Host::handleStatus> orvInLifStatus_;
-   std::unique_ptr<Follower> follower_; // goes first: it watches what is above
+   Orv::ReactorFor<&Host::handleStatus> orvMapperStatus_;
+   std::unique_ptr<Observer> observer_; // goes first: it watches what is above
 };
 
 } // namespace Agent

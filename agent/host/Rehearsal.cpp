@@ -28,8 +28,8 @@ struct Rehearsing {
 Rehearsing const* rehearsing = nullptr;
 
 void reportFailure(Orv::Failure const& failure) {
-   Follower const* follower = rehearsing->host.follower();
-   bool expected = follower == nullptr || follower->stopsBy(failure.condition);
+   Observer const* observer = rehearsing->host.observer();
+   bool expected = observer == nullptr || observer->stopsBy(failure.condition);
    rehearsing->tell(End::stopped, expected, rehearsing->describe(rehearsing->host, failure));
    Copy::end();
 }

@@ -7,7 +7,7 @@ namespace Agent {
 using namespace Hardware::ShoalTunnel;
 
 Auditor& Auditor::follow(Host& host) {
-   bool asked = host.follower() != nullptr;
+   bool asked = host.observer() != nullptr;
    for (SharingPipeline* pipeline : host.pipelines()) {
       asked = asked || host.inLifFeatures().inputDir->entrys() > 0 ||
               pipeline->merged->requests() > 0 || pipeline->mergedStatus->responses() > 0;
@@ -16,7 +16,7 @@ Auditor& Auditor::follow(Host& host) {
       throw CommandError("checks follow an agent from its start, before anything is asked for");
    }
    auto* auditor = new Auditor(host);
-   host.followerIs(std::unique_ptr<Follower>(auditor));
+   host.observerIs(std::unique_ptr<Observer>(auditor));
    for (std::size_t i = 0; i < machineNames.size(); ++i) {
       host.rebuild(static_cast<Machine>(i));
    }
@@ -24,7 +24,7 @@ Auditor& Auditor::follow(Host& host) {
 }
 
 Auditor& Auditor::of(Host const& host) {
-   auto* auditor = dynamic_cast<Auditor*>(host.follower());
+   auto* auditor = dynamic_cast<Auditor*>(host.observer());
    if (auditor == nullptr) {
       throw CommandError("nothing is checked here; say follow at the start");
    }
@@ -33,7 +33,7 @@ Auditor& Auditor::of(Host const& host) {
 
 Auditor::Auditor(Host& host)
     : host_(host), facts_(host.world()), isemSide_(host.isem(), facts_, probes_),
-      inLifSide_(host.inLif(), facts_, probes_), isem_(host, facts_, isemSide_.answers, probes_),
+      inLifSide_(host.mapper(), facts_, probes_), isem_(host, facts_, isemSide_.answers, probes_),
       mapper_(host, facts_, inLifSide_.answers, probes_),
       tunnel_(host, inLifSide_.answers, probes_), published_(host, probes_),
       features_(host, probes_), explanations_(host) {
@@ -48,7 +48,7 @@ Auditor::Auditor(Host& host)
    watchers_.watch<AradSemKeyAndFap>(
        isem.tableStatus->statusCollection(),
        [this](AradSemKeyAndFap const& key) { isem_.handleStatus(key); });
-   auto const& inLif = host.inLif();
+   auto const& inLif = host.mapper();
    watchers_.watch<Request>(inLif.tagOutput->requestCollection(), [this](Request const& request) {
       inLifSide_.intake.handleOutput(request);
       mapper_.handleOutput(request);
@@ -80,9 +80,9 @@ Auditor::Side& Auditor::sideOf(SharingPipeline* pipeline) {
 void Auditor::watchSide(Side& side) {
    using Request = TcamSharingRequest;
    auto& pipeline = side.pipeline;
-   for (std::size_t i = 0; i < kFeatures; ++i) {
-      auto feature = static_cast<Feature>(i);
-      watchers_.watch<Request>(pipeline.features.config(feature)->requestCollection(),
+   for (std::size_t i = 0; i < kRequesters; ++i) {
+      auto feature = static_cast<Requester>(i);
+      watchers_.watch<Request>(pipeline.sharing.config(feature)->requestCollection(),
                                [&side, feature](Request const& request) {
                                   side.intake.handleFeature(feature, request);
                                });
@@ -258,20 +258,20 @@ Findings Auditor::check(bool settled) const {
 
 // A feature sees the answers of both generations as one table: of each unit, those of its own.
 void Auditor::checkRouter(Findings& findings) const {
-   for (std::size_t i = 0; i < kFeatures; ++i) {
-      auto feature = static_cast<Feature>(i);
+   for (std::size_t i = 0; i < kRequesters; ++i) {
+      auto feature = static_cast<Requester>(i);
       std::map<TcamSharingRequest, TcamSharingResponse> expected;
       for (Side const* side : {&inLifSide_, &isemSide_}) {
          bool arad = side == &isemSide_;
          for (auto const& [request, response] :
-              side->pipeline.features.status(feature)->responseIter()) {
+              side->pipeline.sharing.status(feature)->responseIter()) {
             if (arad == (host_.world().shoalStatus->fapType(request.fapId()) == 1)) {
                expected[request] = response;
             }
          }
       }
       findings.compare("answers of both generations", expected,
-                       host_.features().status(feature)->responseCollection());
+                       host_.sharing().status(feature)->responseCollection());
    }
 }
 

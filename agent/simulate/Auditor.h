@@ -19,7 +19,7 @@
 
 namespace Agent {
 
-class Auditor : public Follower {
+class Auditor : public Observer {
  public:
    // CommandError when something was asked for already.
    static Auditor& follow(Host& host);

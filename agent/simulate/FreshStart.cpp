@@ -182,13 +182,13 @@ Findings Auditor::compareFresh() const {
    copyFeatures(host_, fresh);
    // Of two labels the last one wins, so the one that stands comes last.
    for (auto [feature, winners] :
-        {std::pair{Feature::acl, false}, std::pair{Feature::lumen, false},
-         std::pair{Feature::rampart, false}, std::pair{Feature::lumen, true}}) {
-      for (auto const& [request, policy] : host_.features().config(feature)->requestIter()) {
+        {std::pair{Requester::acl, false}, std::pair{Requester::lumen, false},
+         std::pair{Requester::rampart, false}, std::pair{Requester::lumen, true}}) {
+      for (auto const& [request, policy] : host_.sharing().config(feature)->requestIter()) {
          Side const& side = &host_.pipelineOf(request) == &host_.isem() ? isemSide_ : inLifSide_;
-         bool wins = feature == Feature::lumen && side.intake.labelWinner(request) == feature;
+         bool wins = feature == Requester::lumen && side.intake.labelWinner(request) == feature;
          if (side.intake.folds(request) && wins == winners) {
-            fresh.features().config(feature)->requestIs(request, policy);
+            fresh.sharing().config(feature)->requestIs(request, policy);
          }
       }
    }
@@ -196,7 +196,7 @@ Findings Auditor::compareFresh() const {
       findings.add("a fresh agent settles", "it still moves after an hour");
    }
    compareMerged(findings, isemSide_, fresh.isem());
-   compareMerged(findings, inLifSide_, fresh.inLif());
+   compareMerged(findings, inLifSide_, fresh.mapper());
    compareIsem(findings, fresh);
    compareMapper(findings, fresh);
    comparePublished(findings, fresh);
@@ -262,8 +262,8 @@ void Auditor::compareIsem(Findings& findings, Host const& fresh) const {
 }
 
 void Auditor::compareMapper(Findings& findings, Host const& fresh) const {
-   auto const& pipeline = host_.inLif();
-   for (auto const& [request, policy] : fresh.inLif().merged->requestIter()) {
+   auto const& pipeline = host_.mapper();
+   for (auto const& [request, policy] : fresh.mapper().merged->requestIter()) {
       bool tunnel = request.intfId().fields().kind == Plexus::IntfKind::tunnel;
       if (!comparable(inLifSide_, request) ||
           !(tunnel ? tunnel_.plain(request) : mapper_.plain(request))) {
@@ -271,14 +271,15 @@ void Auditor::compareMapper(Findings& findings, Host const& fresh) const {
          continue;
       }
       probes_.hit(tunnel ? "end: a tunnel compared" : "end: a mapper request compared");
-      compareAnswer(findings, pipeline, fresh.inLif(), request);
+      compareAnswer(findings, pipeline, fresh.mapper(), request);
       for (VlanTagToVsiMapperKey key : mapper_.entriesOf(request)) {
-         if (pipeline.mapperConfig->config(key) != fresh.inLif().mapperConfig->config(key)) {
+         if (pipeline.mapperConfig->config(key) != fresh.mapper().mapperConfig->config(key)) {
             findings.add("as after a fresh start, entries", key, " of ", request);
          }
       }
       TunnelPolicyMapperKey key(request.intfId(), request.fapId());
-      if (tunnel && pipeline.tunnelConfig->config(key) != fresh.inLif().tunnelConfig->config(key)) {
+      if (tunnel &&
+          pipeline.tunnelConfig->config(key) != fresh.mapper().tunnelConfig->config(key)) {
          findings.add("as after a fresh start, entries", key, " of ", request);
       }
    }

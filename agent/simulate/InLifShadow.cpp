@@ -11,7 +11,7 @@ constexpr uint32_t mapperSuccess = 9;
 } // namespace
 
 MapperShadow::MapperShadow(Host const& host, Facts const& facts, Answers& answers, Probes& probes)
-    : pipeline_(host.inLif()), chip_(host.chip().mapper()), facts_(facts), answers_(answers),
+    : pipeline_(host.mapper()), chip_(host.chip().mapper()), facts_(facts), answers_(answers),
       probes_(probes) {
    for (auto const& [key, result] : pipeline_.mapperConfig->configIter()) {
       data_[key] = result.inLifAdditionalData;

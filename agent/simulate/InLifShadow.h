@@ -38,7 +38,7 @@ class MapperShadow {
    // The entry of an unanswered write of the request's policy.
    std::optional<VlanTagToVsiMapperKey> pendingFor(TcamSharingRequest request) const;
 
-   InLifPipeline const& pipeline_;
+   MapperPipeline const& pipeline_;
    ChipTable<MapperTable> const& chip_;
    Facts const& facts_;
    Answers& answers_;
@@ -71,8 +71,8 @@ class MapperShadow {
 class TunnelShadow {
  public:
    TunnelShadow(Host const& host, Answers& answers, Probes& probes)
-       : pipeline_(host.inLif()), chip_(host.chip().tunnels()), answers_(answers), probes_(probes) {
-   }
+       : pipeline_(host.mapper()), chip_(host.chip().tunnels()), answers_(answers),
+         probes_(probes) {}
 
    void handleOutput(TcamSharingRequest request);
    void handleStatus(TunnelPolicyMapperKey key);
@@ -86,7 +86,7 @@ class TunnelShadow {
                      TcamSharingPolicyId policy) const;
    void checkWaiting(Findings& findings, TcamSharingRequest request) const;
 
-   InLifPipeline const& pipeline_;
+   MapperPipeline const& pipeline_;
    ChipTable<TunnelTable> const& chip_;
    Answers& answers_;
    Probes& probes_;

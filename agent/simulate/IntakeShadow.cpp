@@ -8,7 +8,7 @@ using namespace Hardware::ShoalTunnel;
 
 namespace {
 
-constexpr Feature kinds[] = {Feature::acl, Feature::lumen, Feature::rampart};
+constexpr Requester kinds[] = {Requester::acl, Requester::lumen, Requester::rampart};
 
 template<class T>
 void put(std::map<TcamSharingRequest, T>& table, TcamSharingRequest request, T value, bool there) {
@@ -27,16 +27,16 @@ TcamSharingPolicyId in(std::map<TcamSharingRequest, TcamSharingPolicyId> const& 
 
 } // namespace
 
-void IntakeShadow::handleFeature(Feature feature, TcamSharingRequest request) {
-   uint64_t asked = pipeline_.features.config(feature)->request(request).value();
+void IntakeShadow::handleFeature(Requester feature, TcamSharingRequest request) {
+   uint64_t asked = pipeline_.sharing.config(feature)->request(request).value();
    uint64_t merged = in(merged_, request).value();
    bool lumen = facts_.lumen(request.fapId());
-   if (feature != Feature::acl) {
+   if (feature != Requester::acl) {
       merged = (merged & ~Facts::labelBits) | (asked & Facts::labelBits);
       auto foreign = foreign_.find(request);
       foreignIs(request, foreign == foreign_.end() ? 0 : foreign->second & ~Facts::labelBits);
-      auto other = feature == Feature::lumen ? Feature::rampart : Feature::lumen;
-      if (pipeline_.features.config(other)->requestHas(request)) {
+      auto other = feature == Requester::lumen ? Requester::rampart : Requester::lumen;
+      if (pipeline_.sharing.config(other)->requestHas(request)) {
          twoLabels_.insert(request);
       } else {
          twoLabels_.erase(request);
@@ -64,8 +64,8 @@ void IntakeShadow::foreignIs(TcamSharingRequest request, uint64_t bits) {
 void IntakeShadow::handleMergeGone() {
    aclStatus_.clear();
    lumenStatus_.clear();
-   for (Feature feature : kinds) {
-      for (auto const& [request, policy] : pipeline_.features.config(feature)->requestIter()) {
+   for (Requester feature : kinds) {
+      for (auto const& [request, policy] : pipeline_.sharing.config(feature)->requestIter()) {
          handleFeature(feature, request);
       }
    }
@@ -258,9 +258,9 @@ void IntakeShadow::compare(Findings& findings, bool settled) const {
    findings.compare("merged policies", merged_, pipeline_.merged->requestCollection());
    std::map<TcamSharingRequest, TcamSharingResponse> const* statuses[] = {
        &aclStatus_, &lumenStatus_, &rampartStatus_};
-   for (std::size_t i = 0; i < kFeatures; ++i) {
+   for (std::size_t i = 0; i < kRequesters; ++i) {
       findings.compare("features' answers", *statuses[i],
-                       pipeline_.features.status(static_cast<Feature>(i))->responseCollection());
+                       pipeline_.sharing.status(static_cast<Requester>(i))->responseCollection());
    }
    findings.compare("answers", answers_.responses, pipeline_.mergedStatus->responseCollection());
    findings.compare("retry list", answers_.retries, pipeline_.commonBase->retryListCollection());
@@ -335,7 +335,7 @@ bool IntakeShadow::folds(TcamSharingRequest request) const {
    auto merged = mergedAsLumen_.find(request);
    // A label that the acl feature may no longer ask for here; a merge that starts on it would stop.
    if (facts_.lumen(request.fapId()) &&
-       (pipeline_.features.config(Feature::acl)->request(request).value() & Facts::labelBits) !=
+       (pipeline_.sharing.config(Requester::acl)->request(request).value() & Facts::labelBits) !=
            0) {
       return false;
    }
@@ -344,11 +344,11 @@ bool IntakeShadow::folds(TcamSharingRequest request) const {
           (!twoLabels_.contains(request) || labelWinner(request));
 }
 
-// Of two askers the one whose label stands; none: a withdrawal took it.
-std::optional<Feature> IntakeShadow::labelWinner(TcamSharingRequest request) const {
+// Of two requesters the one whose label stands; none: a withdrawal took it.
+std::optional<Requester> IntakeShadow::labelWinner(TcamSharingRequest request) const {
    uint64_t label = in(merged_, request).value() & Facts::labelBits;
-   for (Feature feature : {Feature::lumen, Feature::rampart}) {
-      if (label != 0 && label == (pipeline_.features.config(feature)->request(request).value() &
+   for (Requester feature : {Requester::lumen, Requester::rampart}) {
+      if (label != 0 && label == (pipeline_.sharing.config(feature)->request(request).value() &
                                   Facts::labelBits)) {
          return feature;
       }
@@ -357,15 +357,15 @@ std::optional<Feature> IntakeShadow::labelWinner(TcamSharingRequest request) con
 }
 
 bool IntakeShadow::isAsked(TcamSharingRequest request) const {
-   return std::any_of(std::begin(kinds), std::end(kinds), [&](Feature feature) {
-      return pipeline_.features.config(feature)->requestHas(request);
+   return std::any_of(std::begin(kinds), std::end(kinds), [&](Requester feature) {
+      return pipeline_.sharing.config(feature)->requestHas(request);
    });
 }
 
 void IntakeShadow::compareFold(Findings& findings) const {
    std::set<TcamSharingRequest> requests;
-   for (Feature feature : kinds) {
-      for (auto const& [request, policy] : pipeline_.features.config(feature)->requestIter()) {
+   for (Requester feature : kinds) {
+      for (auto const& [request, policy] : pipeline_.sharing.config(feature)->requestIter()) {
          requests.insert(request);
       }
    }
@@ -379,10 +379,10 @@ void IntakeShadow::compareFold(Findings& findings) const {
          probes_.hit("rule: the lookup type changed since the merge");
          continue;
       }
-      auto askedFor = [&](Feature feature) {
-         return pipeline_.features.config(feature)->request(request).value();
+      auto askedFor = [&](Requester feature) {
+         return pipeline_.sharing.config(feature)->request(request).value();
       };
-      uint64_t acl = askedFor(Feature::acl);
+      uint64_t acl = askedFor(Requester::acl);
       if (!lumen) {
          if (merged.value() != acl) {
             findings.add("merged is the fold", request, " is ", merged, ", acl asks for ", acl);
@@ -394,8 +394,8 @@ void IntakeShadow::compareFold(Findings& findings) const {
       if (foreign != 0) {
          probes_.hit("rule: bits of the acl feature from before the lumen lookup");
       }
-      uint64_t lumenLabel = askedFor(Feature::lumen) & Facts::labelBits;
-      uint64_t rampartLabel = askedFor(Feature::rampart) & Facts::labelBits;
+      uint64_t lumenLabel = askedFor(Requester::lumen) & Facts::labelBits;
+      uint64_t rampartLabel = askedFor(Requester::rampart) & Facts::labelBits;
       std::set<uint64_t> labels{(foreign & Facts::labelBits) | lumenLabel | rampartLabel};
       if (twoLabels_.contains(request)) {
          // The last one that ran wins, also with a withdrawal.

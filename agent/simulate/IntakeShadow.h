@@ -19,7 +19,7 @@ class IntakeShadow {
                 Probes& probes)
        : pipeline_(pipeline), facts_(facts), answers_(answers), probes_(probes) {}
 
-   void handleFeature(Feature feature, TcamSharingRequest request);
+   void handleFeature(Requester feature, TcamSharingRequest request);
    void handleMerged(TcamSharingRequest request);
    void handleMergedStatus(TcamSharingRequest request);
    void handleBacklog(TcamSharingRequest request);
@@ -33,7 +33,7 @@ class IntakeShadow {
    // `settled`: nothing is queued or unanswered.
    void compare(Findings& findings, bool settled) const;
 
-   std::optional<Feature> labelWinner(TcamSharingRequest request) const;
+   std::optional<Requester> labelWinner(TcamSharingRequest request) const;
    // In spite of being asked for, it is not in the output.
    bool isTakenOut(TcamSharingRequest request) const { return takenOut_.contains(request); }
    // What the features ask for now gives this merged policy, in whatever order they came.

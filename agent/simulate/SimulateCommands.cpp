@@ -12,8 +12,8 @@ void follow(Host& host, Arguments& arguments, std::ostream&) {
 }
 
 void check(Host& host, Arguments& arguments, std::ostream&) {
-   bool fresh = arguments.takeWord("fresh");
-   bool settled = fresh || arguments.takeWord("settled");
+   bool fresh = arguments.accept("fresh");
+   bool settled = fresh || arguments.accept("settled");
    arguments.end();
    if (settled && !host.quiet()) {
       throw CommandError("something is queued or unanswered; settle first");

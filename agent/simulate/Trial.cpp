@@ -23,8 +23,8 @@ void report(char what, std::string const& text) {
 Host const* tried = nullptr;
 
 void reportStop(Orv::Failure const& failure) {
-   Follower const* follower = tried->follower();
-   bool due = follower != nullptr && follower->stopsBy(failure.condition);
+   Observer const* observer = tried->observer();
+   bool due = observer != nullptr && observer->stopsBy(failure.condition);
    report('F', std::string(due ? "the library stopped, as it has to\tFailed("
                                : "the library stopped\tFailed(") +
                    failure.condition + ") " + failure.explanation);
@@ -52,7 +52,7 @@ class Child {
       if (!runner_.runLine(command, "history", 1)) {
          std::string error = errors_.str().substr(0, errors_.str().find('\n'));
          error = error.substr(std::min(error.size(), std::strlen("history:1: ")));
-         auto* auditor = dynamic_cast<Auditor*>(host_.follower());
+         auto* auditor = dynamic_cast<Auditor*>(host_.observer());
          if (auditor != nullptr && !auditor->unexplained().empty()) {
             return check("check");
          }
@@ -65,10 +65,10 @@ class Child {
       if (settled_ && !(host_.quiet() && output_.str().empty())) {
          report('F', "everything comes to rest\tit still moves, with " +
                          std::to_string(host_.isem().codef->backlogSize()) + " and " +
-                         std::to_string(host_.inLif().codef->backlogSize()) + " requests queued");
+                         std::to_string(host_.mapper().codef->backlogSize()) + " requests queued");
          return false;
       }
-      auto* auditor = dynamic_cast<Auditor*>(host_.follower());
+      auto* auditor = dynamic_cast<Auditor*>(host_.observer());
       if (auditor == nullptr) {
          return true;
       }
@@ -76,7 +76,7 @@ class Child {
    }
 
    // At the end of a history that ends in a settle.
-   bool checkFresh() { return !settled_ || host_.follower() == nullptr || check("check fresh"); }
+   bool checkFresh() { return !settled_ || host_.observer() == nullptr || check("check fresh"); }
 
    bool check(std::string const& command) {
       errors_.str("");
@@ -94,7 +94,7 @@ class Child {
    }
 
    void reportProbes() {
-      if (auto* auditor = dynamic_cast<Auditor*>(host_.follower())) {
+      if (auto* auditor = dynamic_cast<Auditor*>(host_.observer())) {
          for (auto const& [name, count] : auditor->probes().counts()) {
             if (count != 0) {
                report('P', name + "\t" + std::to_string(count));

@@ -33,7 +33,7 @@ constexpr char const* inventory = R"({
           "VLAN_INTERFACE": {"Vlan7": {}}, "VXLAN_TUNNEL": {"t": {}}, "SHOAL_UNIT": {"u|1": {"fap_type": 2}}},
   "u|2": {"PORT": {"Ethernet0": {}}, "SHOAL_UNIT": {"u|2": {"ext_lkup_type": 4}}}})";
 
-constexpr std::size_t mostLines = 100;
+constexpr std::size_t maxLines = 100;
 
 using Lines = std::vector<std::string>;
 
@@ -61,7 +61,7 @@ std::vector<std::string> wordsOf(std::string const& line) {
 Lines linesOf(std::string const& text) {
    Lines lines;
    std::istringstream in(text);
-   for (std::string line; lines.size() < mostLines && std::getline(in, line);) {
+   for (std::string line; lines.size() < maxLines && std::getline(in, line);) {
       auto words = wordsOf(line);
       if (words.size() < 2 || words[0] != "trace" || (words[1] != "file" && words[1] != "ring")) {
          lines.push_back(line);

@@ -263,7 +263,7 @@ member lc10/ASIC0/PortChannel2 remove lc09/ASIC0/Ethernet0
 member lc10/ASIC0/PortChannel2 add lc09/ASIC0/Ethernet12
 unit 32 available
 settle
-chip well
+chip clear-faults
 settle
 request acl lc10/ASIC0/PortChannel*.* own qos=12
 request acl lc09/ASIC0/Ethernet*.* own qos=4
