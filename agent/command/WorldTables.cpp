@@ -103,7 +103,7 @@ Table diagnostics(Host const& host) {
 
 Table corestate(Host const& host) {
    Table table{"corestate", {"path", "type"}, {}};
-   for (auto const& [path, entity] : host.world().corestate().mounted()) {
+   for (auto const& [path, entity] : host.world().corestate.mounted()) {
       table.add({path, entity->orvType().name()});
    }
    return table;

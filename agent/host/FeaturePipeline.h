@@ -42,7 +42,7 @@ class FeaturePipeline {
    template<class T>
    Orv::Ptr<T> mounted(char const* name) {
       auto entity = Orv::make<T>();
-      world_.corestate().mount(std::string("features/inLif/") + name, entity);
+      world_.corestate.mount(std::string("features/inLif/") + name, entity);
       return entity;
    }
 

@@ -11,8 +11,8 @@ SharingTables::SharingTables(World& world, std::string const& folder) {
       std::string base = folder + "/tcamSharing" + sources[i];
       config_[i] = Orv::make<TcamSharingConfig>();
       status_[i] = Orv::make<TcamSharingStatus>();
-      world.corestate().mount(base + "Config", config_[i]);
-      world.corestate().mount(base + "Status", status_[i]);
+      world.corestate.mount(base + "Config", config_[i]);
+      world.corestate.mount(base + "Status", status_[i]);
    }
 }
 

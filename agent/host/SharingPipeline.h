@@ -87,7 +87,7 @@ class SharingPipeline {
    template<class T, class... Args>
    Orv::Ptr<T> mounted(World& world, std::string const& entityName, Args&&... args) const {
       auto entity = Orv::make<T>(std::forward<Args>(args)...);
-      world.corestate().mount(name + "/" + entityName, entity);
+      world.corestate.mount(name + "/" + entityName, entity);
       return entity;
    }
 
