@@ -85,7 +85,7 @@ int runScenario(Options const& options) {
    for (std::size_t i = 0; i < options.then.size(); ++i) {
       result = runner.runLine(options.then[i], "--then", i + 1) ? result : 1;
    }
-   host.checkTraceFile();
+   host.traceFile().check();
    return result;
 }
 

@@ -67,7 +67,7 @@ bool ScenarioRunner::runLine(std::string const& line, std::string const& name, s
    bool sound = tryLine(line, name + ":" + std::to_string(number));
    // A signal that ends the agent later takes nothing with it.
    out_.flush();
-   host_.flushTraceFile();
+   host_.traceFile().flush();
    return sound;
 }
 

@@ -12,12 +12,12 @@ void trace(Host& host, Arguments& arguments, std::ostream&) {
    if (channel == "file") {
       std::string path = arguments.next("PATH");
       arguments.end();
-      host.traceFileIs(path);
+      host.traceFile().pathIs(path);
    } else if (channel == "ring") {
       std::string path = arguments.next("PATH");
       uint64_t records = arguments.more() ? arguments.parseNumber("RECORDS", 1, 1U << 24) : 65536;
       arguments.end();
-      if (host.traceFileIsOpen(path)) {
+      if (host.traceFile().isOpen(path)) {
          throw CommandError(path + " is the file of the text trace; give the ring another one");
       }
       try {

@@ -1,20 +1,21 @@
 // The agent itself: the world, the pipelines of both chip generations, the simulated chip and the
-// event loop, on virtual time.
+// event loop, wired together.
 //
-// Nothing moves by itself: commands change the world and the features' requests, advance() and
-// settle() run the event loop. The same commands give the same result each time.
+// Nothing moves by itself: commands change the world and the requests, advance() and settle() run
+// the event loop. The same commands give the same result each time.
 #pragma once
 
 #include "agent/chip/SimulatedChip.h"
 #include "agent/host/Chronicle.h"
 #include "agent/host/FeaturePipeline.h"
+#include "agent/host/Loop.h"
+#include "agent/host/Settling.h"
 #include "agent/host/SharingRouter.h"
+#include "agent/host/TraceFile.h"
 #include "agent/world/World.h"
 #include "ShoalTunnel/VlanDomainSm/VlanDomainSm.h"
 
-#include <fstream>
 #include <memory>
-#include <ostream>
 
 namespace Agent {
 
@@ -27,7 +28,7 @@ class Host {
 
    World& world() { return *world_; }
    World const& world() const { return *world_; }
-   // What the features ask for and are answered, on units of both generations.
+   // The tables of the first pipeline's requesters, on units of both generations.
    SharingTables const& sharing() const { return router_->tables(); }
    IsemPipeline& isem() const { return *isem_; }
    MapperPipeline& mapper() const { return *mapper_; }
@@ -38,6 +39,7 @@ class Host {
    }
    FeaturePipeline& inLifFeatures() const { return *inLifFeatures_; }
    Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> const& helper() const { return helper_; }
+   // Interface -> its unit, and its VLAN domain. Written by the library's VlanDomainSm.
    Orv::Ptr<Hardware::ShoalTunnel::IntfToFapIdStatus> const& intfToFapIdStatus() const {
       return intfToFapIdStatus_;
    }
@@ -47,18 +49,15 @@ class Host {
    SimulatedChip& chip() { return *chip_; }
    SimulatedChip const& chip() const { return *chip_; }
    Chronicle const& chronicle() const { return *chronicle_; }
-   Orv::VirtualTime& time() { return time_; }
-   Orv::VirtualTime const& time() const { return time_; }
+   Orv::VirtualTime& time() { return loop_.time(); }
+   Orv::VirtualTime const& time() const { return loop_.time(); }
+   TraceFile& traceFile() { return traceFile_; }
 
-   // Runs the event loop for so many seconds.
-   void advance(Seconds seconds);
-   // Runs it until only retries are left that change nothing: no slice is due, no answer is out,
-   // and two retry passes left every status as it was. At most `limit` seconds, but as long as
-   // three retry passes take; false when the system was still moving then.
-   bool settle(Seconds limit = 3600.0);
-
+   // See Loop and Settling.
+   void advance(Seconds seconds) { loop_.advance(seconds); }
+   bool settle(Seconds limit = 3600.0) { return settling_->settle(limit); }
    // Nothing is queued or unanswered: only retries are left.
-   bool quiet() const { return !busy(); }
+   bool quiet() const { return !settling_->busy(); }
 
    // Destroys a machine (in every pipeline that has it) and builds it again on the same entities.
    void rebuild(Machine machine);
@@ -71,23 +70,11 @@ class Host {
    // Makes this agent the one that reads the time and traces; another one that was made since must
    // be gone.
    void activate();
-   // Text traces go here instead of to standard error. CommandError when the file cannot be
-   // written, or, with the new file in force, when the one before could not.
-   void traceFileIs(std::string const& path);
-   // Whether this file, by whatever name, is where they go.
-   bool traceFileIsOpen(std::string const& path) const;
-   // What was traced so far survives whatever ends the process.
-   void flushTraceFile();
-   // Throws CommandError when text traces were lost, as on a full disk.
-   void checkTraceFile();
 
  private:
-   void runUntil(Seconds end);
-   bool busy() const;
    void buildVlanDomainSm();
 
-   Orv::VirtualTime time_;
-   Orv::Timers timers_;
+   Loop loop_;
    std::unique_ptr<World> world_;
    Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> helper_;
    std::unique_ptr<IsemPipeline> isem_;
@@ -100,15 +87,9 @@ class Host {
    std::unique_ptr<FeaturePipeline> inLifFeatures_;
    std::unique_ptr<SimulatedChip> chip_;
    std::unique_ptr<Chronicle> chronicle_;
-   std::unique_ptr<std::ofstream> traceFile_;
-   std::string traceFilePath_;
-
-   // Counts what settle() has to see at rest.
-   void handleStatus(TcamSharingRequest const& request);
-   uint64_t statusChanges_ = 0;
-   Orv::ReactorFor<&Host::handleStatus> orvIsemStatus_;
-   Orv::ReactorFor<&Host::handleStatus> orvMapperStatus_;
-   std::unique_ptr<Observer> observer_; // goes first: it watches what is above
+   std::unique_ptr<Settling> settling_;
+   std::unique_ptr<Observer> observer_; // goes before what it watches
+   TraceFile traceFile_;                // goes first: what goes behind it is not traced
 };
 
 } // namespace Agent

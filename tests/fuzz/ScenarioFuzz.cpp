@@ -72,7 +72,7 @@ Lines linesOf(std::string const& text) {
 
 class FuzzedAgent {
  public:
-   FuzzedAgent() : host_(chassis()) { host_.traceFileIs("/dev/null"); }
+   FuzzedAgent() : host_(chassis()) { host_.traceFile().pathIs("/dev/null"); }
    FuzzedAgent(FuzzedAgent const&) = delete;
    FuzzedAgent& operator=(FuzzedAgent const&) = delete;
    // The levels are the process's.
