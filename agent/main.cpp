@@ -1,7 +1,7 @@
 // shoal-agent: hosts the library over a simulated chip.
 #include "agent/command/ProgramOptions.h"
 #include "agent/command/Registry.h"
-#include "agent/host/ScenarioRunner.h"
+#include "agent/command/ScenarioRunner.h"
 #include "agent/inventory/FileContent.h"
 #include "agent/inventory/InventoryReader.h"
 #include "platform/Trace/BliplineReader.h"
@@ -56,7 +56,7 @@ int runScenario(Options const& options) {
    for (std::size_t i = 0; i < options.then.size(); ++i) {
       result = runner.runLine(options.then[i], "--then", i + 1) ? result : 1;
    }
-   host.checkTraceFile();
+   host.traceFile().check();
    return result;
 }
 

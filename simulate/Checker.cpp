@@ -7,7 +7,7 @@ Checker::Checker(Host& host)
 
 Checker& Checker::follow(Host& host) {
    auto* checker = new Checker(host);
-   host.followerIs(std::unique_ptr<Follower>(checker));
+   host.observerIs(std::unique_ptr<Observer>(checker));
    for (std::size_t i = 0; i < machineNames.size(); ++i) {
       host.rebuild(static_cast<Machine>(i));
    }

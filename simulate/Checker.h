@@ -7,7 +7,7 @@
 
 namespace Simulate {
 
-class Checker : public Follower {
+class Checker : public Observer {
  public:
    // Goes with the agent, which was asked for nothing yet.
    static Checker& follow(Host& host);

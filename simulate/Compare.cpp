@@ -13,10 +13,10 @@ void Model::compareSharing(Findings& findings, SharingPipeline const& pipeline,
                     read(pipeline.merged->requestCollection(), asIs));
    findings.compare("answers", model.responses(),
                     read(pipeline.mergedStatus->responseCollection(), asIs));
-   for (std::size_t i = 0; i < kFeatures; ++i) {
-      auto requester = static_cast<Feature>(i);
+   for (std::size_t i = 0; i < kRequesters; ++i) {
+      auto requester = static_cast<Requester>(i);
       findings.compare("requesters' answers", model.part(requester),
-                       read(pipeline.features.status(requester)->responseCollection(), asIs));
+                       read(pipeline.sharing.status(requester)->responseCollection(), asIs));
    }
    findings.compare("backlog", model.queued(), read(pipeline.codef->backlogCollection(), asIs));
    findings.compare("retry list", model.retries(), read(common.retryListCollection(), asIs));
@@ -55,7 +55,7 @@ void Model::compareIsem(Findings& findings, IsemPipeline const& pipeline) const 
    findings.compare("unanswered writes", isem.pending(), pending);
 }
 
-void Model::compareMapper(Findings& findings, InLifPipeline const& pipeline) const {
+void Model::compareMapper(Findings& findings, MapperPipeline const& pipeline) const {
    auto const& common = *pipeline.common;
    auto output = read(pipeline.tagOutput->requestCollection(), asIs);
    output.merge(read(pipeline.tunnelOutput->requestCollection(), asIs));
@@ -118,8 +118,8 @@ void Model::compareFeatures(Findings& findings, FeaturePipeline const& pipeline)
 
 // A requester sees the answers of both generations as one table: of each unit, those of its own.
 void Model::compareRouter(Findings& findings, Host const& host) const {
-   for (std::size_t i = 0; i < kFeatures; ++i) {
-      auto requester = static_cast<Feature>(i);
+   for (std::size_t i = 0; i < kRequesters; ++i) {
+      auto requester = static_cast<Requester>(i);
       std::map<TcamSharingRequest, TcamSharingResponse> expected;
       for (SharingModel const* model :
            {static_cast<SharingModel const*>(&isem), static_cast<SharingModel const*>(&mapper)}) {
@@ -132,7 +132,7 @@ void Model::compareRouter(Findings& findings, Host const& host) const {
          }
       }
       findings.compare("answers of both generations", expected,
-                       read(host.features().status(requester)->responseCollection(), asIs));
+                       read(host.sharing().status(requester)->responseCollection(), asIs));
    }
 }
 
@@ -143,8 +143,8 @@ Findings Model::compare(Host const& host) const {
    }
    compareSharing(findings, host.isem(), isem);
    compareIsem(findings, host.isem());
-   compareSharing(findings, host.inLif(), mapper);
-   compareMapper(findings, host.inLif());
+   compareSharing(findings, host.mapper(), mapper);
+   compareMapper(findings, host.mapper());
    compareRouter(findings, host);
    findings.compare("published units", published.units(),
                     read(host.intfToFapIdStatus()->intfToFapCollection(), asIs));

@@ -2,7 +2,7 @@
 
 #include "agent/chip/ChipFaults.h"
 #include "agent/command/Output.h"
-#include "agent/host/Follower.h"
+#include "agent/host/Observer.h"
 
 #include <algorithm>
 #include <set>
@@ -81,7 +81,7 @@ void History::chooseInterfaces(Inventory const& inventory) {
       auto routed = some(inventory.routedPorts, 1, draw, here);
       add(routed_, routed);
       auto vlanInterfaces = some(inventory.vlanInterfaces, 2, draw, here);
-      add(bearers_, vlanInterfaces);
+      add(carriers_, vlanInterfaces);
       for (auto const& each : inventory.vlanInterfaces) {
          if (std::find(vlanInterfaces.begin(), vlanInterfaces.end(), each.name) !=
              vlanInterfaces.end()) {
@@ -89,8 +89,8 @@ void History::chooseInterfaces(Inventory const& inventory) {
          }
       }
       vlanInterfaces.resize(std::min<std::size_t>(vlanInterfaces.size(), 1));
-      add(askers_, vlanInterfaces);
-      add(askers_, some(inventory.tunnels, 1, draw, here));
+      add(requesters_, vlanInterfaces);
+      add(requesters_, some(inventory.tunnels, 1, draw, here));
       for (auto const& lag : inventory.portChannels) {
          if (!lags.empty() && lag.name == lags.front()) {
             add(ports_, lag.members);
@@ -101,15 +101,15 @@ void History::chooseInterfaces(Inventory const& inventory) {
    std::sort(ports_.begin(), ports_.end());
    ports_.erase(std::unique(ports_.begin(), ports_.end()), ports_.end());
    for (auto const* list : {&ports_, &portChannels_, &subInterfaces_}) {
-      bearers_.insert(bearers_.end(), list->begin(), list->end());
+      carriers_.insert(carriers_.end(), list->begin(), list->end());
    }
    for (std::string const& port : routed_) {
-      askers_.push_back(port);
-      askers_.push_back(port + "-L3Flood");
+      requesters_.push_back(port);
+      requesters_.push_back(port + "-L3Flood");
    }
    // Sharers come from here, so they weigh more.
    for (int i = 0; i < 2; ++i) {
-      askers_.insert(askers_.end(), subInterfaces_.begin(), subInterfaces_.end());
+      requesters_.insert(requesters_.end(), subInterfaces_.begin(), subInterfaces_.end());
    }
    for (auto const& port : inventory.ports) {
       if (std::find(ports_.begin(), ports_.end(), port.name) != ports_.end()) {
@@ -120,7 +120,7 @@ void History::chooseInterfaces(Inventory const& inventory) {
    systemPorts_.push_back("16000");
    outerTags_ = {"10", std::to_string(11 + below(3))};
    // What the inventory does not have is drawn all the same, and refused.
-   for (auto* list : {&ports_, &portChannels_, &subInterfaces_, &routed_, &askers_, &bearers_,
+   for (auto* list : {&ports_, &portChannels_, &subInterfaces_, &routed_, &requesters_, &carriers_,
                       &vlans_, &domains_}) {
       if (list->empty()) {
          list->emplace_back("none");
@@ -157,7 +157,7 @@ void History::chooseWeights() {
              {0.4, &History::portChannel},
              {3, &History::untaggedVlan},
              {0.1, &History::startFeaturesFresh}};
-   // Each history has its own temper: some things often, some hardly, some not at all.
+   // Each history has its own profile: some things often, some hardly, some not at all.
    for (Kind& kind : kinds_) {
       static constexpr double factors[] = {0.0, 0.1, 0.5, 1.0, 1.0, 1.0, 2.0};
       kind.weight *= factors[below(std::size(factors))];
@@ -177,14 +177,14 @@ std::string History::next() {
 }
 
 std::string History::duration(std::vector<double> const& seconds) {
-   return printedSeconds(any(seconds));
+   return formatSeconds(any(seconds));
 }
 
 std::vector<std::string> History::opening() {
    static std::vector<double> const costs{0.0, 0.0, 0.0, 1e-5, 1e-3};
    clockCost_ = any(costs);
    std::vector<std::string> commands{
-       "set cost-per-reading " + printedSeconds(clockCost_),
+       "set cost-per-reading " + formatSeconds(clockCost_),
        "set quantum " + duration({0.0, 0.0001, 0.01, 0.1, 0.1}),
        // A pass takes time, too: it must come to an end before the next one.
        "set retry-interval " + duration(clockCost_ > 1e-4 ? std::vector<double>{2.0, 30.0}
@@ -210,7 +210,7 @@ std::vector<std::string> History::opening() {
 }
 
 std::vector<std::string> History::closing() {
-   std::vector<std::string> commands{"chip well"};
+   std::vector<std::string> commands{"chip clear-faults"};
    for (std::string const& unit : units_) {
       commands.push_back("chip capacity " + unit + " none");
    }
@@ -222,9 +222,9 @@ std::vector<std::string> History::closing() {
    commands.emplace_back("settle");
    // Where all is withdrawn, pasts end, and what is asked for then is as in an agent that starts.
    if (chance(0.5)) {
-      std::set<std::string> askers(askers_.begin(), askers_.end());
+      std::set<std::string> requesters(requesters_.begin(), requesters_.end());
       for (char const* feature : {"rampart", "lumen", "acl"}) {
-         for (std::string const& intf : askers) {
+         for (std::string const& intf : requesters) {
             commands.push_back(words({"withdraw", feature, intf, "own"}));
          }
       }
@@ -233,9 +233,9 @@ std::vector<std::string> History::closing() {
       for (std::string const& unit : units_) {
          commands.push_back(words({"unit", unit, "available"}));
       }
-      for (auto const* bearers : {&ports_, &portChannels_}) {
-         for (std::string const& bearer : *bearers) {
-            commands.push_back(words({"vlan-domain", bearer, any(domains_)}));
+      for (auto const* carriers : {&ports_, &portChannels_}) {
+         for (std::string const& carrier : *carriers) {
+            commands.push_back(words({"vlan-domain", carrier, any(domains_)}));
          }
       }
       for (std::string const& port : routed_) {
@@ -257,9 +257,9 @@ std::string History::unitOrOwn() {
    return chance(0.9) ? "own" : any(units_);
 }
 
-std::string History::asker(std::string const& verb) {
+std::string History::requester(std::string const& verb) {
    std::string feature(chance(0.75) ? "acl" : chance(0.6) ? "lumen" : "rampart");
-   std::string intf = any(askers_);
+   std::string intf = any(requesters_);
    std::string unit = unitOrOwn();
    std::string text = words({verb, feature, intf, unit});
    if (intf.ends_with("-L3Flood") && chance(0.7)) {
@@ -291,11 +291,11 @@ std::string History::policy(std::string const& feature) {
 }
 
 std::string History::request() {
-   return asker("request");
+   return requester("request");
 }
 
 std::string History::withdraw() {
-   return asker("withdraw");
+   return requester("withdraw");
 }
 
 std::string History::tags() {
@@ -361,7 +361,7 @@ std::string History::member() {
 std::string History::fault() {
    std::string text = words({"chip", std::string(faultNames[below(kFaults)])});
    text += chance(0.9) ? " next " + std::to_string(1 + below(3))
-                       : " often " + printedSeconds(static_cast<double>(below(4)) / 10);
+                       : " often " + formatSeconds(static_cast<double>(below(4)) / 10);
    if (chance(0.2)) {
       text += " unit " + any(units_);
    }
@@ -385,7 +385,7 @@ std::string History::chip() {
    case 7:
       return "chip replay";
    default:
-      return "chip well";
+      return "chip clear-faults";
    }
 }
 
@@ -418,8 +418,8 @@ std::string History::featureKey() {
    std::string tcam = chance(0.85) ? "own" : any(units_) + ":" + std::to_string(below(2));
    std::string type = std::to_string(any<int>({1, 2, 3, 12}));
    // One of them often, so that directories meet.
-   return chance(0.2) ? words({directory, bearers_.front(), "own", "1"})
-                      : words({directory, any(bearers_), tcam, type});
+   return chance(0.2) ? words({directory, carriers_.front(), "own", "1"})
+                      : words({directory, any(carriers_), tcam, type});
 }
 
 std::string History::feature() {

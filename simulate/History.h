@@ -39,7 +39,7 @@ class History {
    void chooseInterfaces(Inventory const& inventory);
    void chooseWeights();
 
-   std::string asker(std::string const& verb);
+   std::string requester(std::string const& verb);
    std::string tags();
    std::string policy(std::string const& feature);
    std::string unitOrOwn();
@@ -86,8 +86,8 @@ class History {
    std::vector<std::string> portChannels_;
    std::vector<std::string> subInterfaces_;
    std::vector<std::string> routed_;
-   std::vector<std::string> askers_;  // whatever a feature may ask for
-   std::vector<std::string> bearers_; // whatever carries in-LIF features
+   std::vector<std::string> requesters_; // whatever a feature may ask for
+   std::vector<std::string> carriers_;   // whatever carries in-LIF features
    std::vector<std::string> vlans_;
    std::vector<std::string> outerTags_;
    std::vector<std::string> domains_;

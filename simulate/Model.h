@@ -33,7 +33,7 @@ struct Model {
    void compareSharing(Findings& findings, SharingPipeline const& pipeline,
                        SharingModel const& model) const;
    void compareIsem(Findings& findings, IsemPipeline const& pipeline) const;
-   void compareMapper(Findings& findings, InLifPipeline const& pipeline) const;
+   void compareMapper(Findings& findings, MapperPipeline const& pipeline) const;
    void compareFeatures(Findings& findings, FeaturePipeline const& pipeline) const;
    void compareRouter(Findings& findings, Host const& host) const;
 };

@@ -8,7 +8,7 @@ Orderly::Orderly(Inventory const& inventory, uint64_t seed, uint64_t steps)
     : random_(seed), steps_(steps) {
    choose(inventory);
    then("feature-directory red add");
-   for (Requester const& requester : requesters_) {
+   for (Target const& requester : targets_) {
       if (requester.subIntf) {
          then("encapsulation " + requester.intf + " " + std::to_string(++tag_));
       } else if (requester.routed) {
@@ -54,22 +54,22 @@ void Orderly::choose(Inventory const& inventory) {
    std::map<std::string, int> taken; // per parent
    for (auto const& subIntf : inventory.subInterfaces) {
       if (units.contains(unitOf[subIntf.parent]) && ++taken[subIntf.parent] <= 2 &&
-          requesters_.size() < 6) {
-         requesters_.push_back({subIntf.name, true, false});
+          targets_.size() < 6) {
+         targets_.push_back({subIntf.name, true, false});
          carriers_.push_back(subIntf.name);
       }
    }
-   std::size_t most = requesters_.size() + 2;
+   std::size_t most = targets_.size() + 2;
    for (auto const& port : inventory.routedPorts) {
       // Elsewhere ports are neither programmed nor answered.
-      if (arad.contains(port.fapId) && requesters_.size() < most) {
-         requesters_.push_back({port.name, false, true});
+      if (arad.contains(port.fapId) && targets_.size() < most) {
+         targets_.push_back({port.name, false, true});
       }
    }
-   most = requesters_.size() + 2;
+   most = targets_.size() + 2;
    for (auto const& tunnel : inventory.tunnels) {
-      if (units.contains(tunnel.fapId) && requesters_.size() < most) {
-         requesters_.push_back({tunnel.name, false, false});
+      if (units.contains(tunnel.fapId) && targets_.size() < most) {
+         targets_.push_back({tunnel.name, false, false});
       }
    }
 }
@@ -84,7 +84,7 @@ void Orderly::thenSettle(std::string command) {
 }
 
 std::optional<std::string> Orderly::next() {
-   if (queue_.empty() && steps_ > 0 && !requesters_.empty()) {
+   if (queue_.empty() && steps_ > 0 && !targets_.empty()) {
       --steps_;
       change();
       then("# check hardware");
@@ -101,7 +101,7 @@ std::optional<std::string> Orderly::next() {
 }
 
 void Orderly::change() {
-   Requester const& requester = requesters_[below(requesters_.size())];
+   Target const& requester = targets_[below(targets_.size())];
    switch (below(12)) {
    case 0:
       then("chip restart");
@@ -128,7 +128,7 @@ void Orderly::change() {
    }
 }
 
-void Orderly::changeRequest(Requester const& requester) {
+void Orderly::changeRequest(Target const& requester) {
    std::string request = "acl " + requester.intf + " own";
    if (off_.contains(requester.intf)) {
       return; // a change would program it
@@ -154,7 +154,7 @@ void Orderly::changeRequest(Requester const& requester) {
    }
 }
 
-void Orderly::changeTags(Requester const& requester) {
+void Orderly::changeTags(Target const& requester) {
    if (requester.routed) {
       thenSettle("internal-vlan " + requester.intf + " " + std::to_string(++tag_));
    } else if (!requester.subIntf) {

@@ -25,7 +25,7 @@ class Orderly {
    std::optional<std::string> next();
 
  private:
-   struct Requester {
+   struct Target {
       std::string intf;
       bool subIntf = false;
       bool routed = false;
@@ -36,8 +36,8 @@ class Orderly {
    void thenSettle(std::string command);
    void choose(Inventory const& inventory);
    void change();
-   void changeRequest(Requester const& requester);
-   void changeTags(Requester const& requester);
+   void changeRequest(Target const& requester);
+   void changeTags(Target const& requester);
    void changeFeature();
    void end();
 
@@ -45,7 +45,7 @@ class Orderly {
    uint64_t steps_;
    std::deque<std::string> queue_;
    std::vector<std::string> units_;
-   std::vector<Requester> requesters_;
+   std::vector<Target> targets_;
    std::vector<std::string> carriers_; // of in-LIF features
    std::set<std::string> requests_;    // made
    std::set<std::string> off_;         // sub-interfaces that are not programmed

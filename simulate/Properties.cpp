@@ -1,6 +1,6 @@
 #include "simulate/Properties.h"
 
-#include "agent/host/ScenarioRunner.h"
+#include "agent/command/ScenarioRunner.h"
 #include "simulate/Tables.h"
 #include "simulate/WordModel.h"
 
@@ -17,9 +17,9 @@ namespace {
 // What each request asks for, over all requesters.
 std::map<TcamSharingRequest, uint64_t> askedFor(Host const& host) {
    std::map<TcamSharingRequest, uint64_t> policies;
-   for (std::size_t i = 0; i < kFeatures; ++i) {
+   for (std::size_t i = 0; i < kRequesters; ++i) {
       for (auto const& [request, policy] :
-           host.features().config(static_cast<Feature>(i))->requestIter()) {
+           host.sharing().config(static_cast<Requester>(i))->requestIter()) {
          policies[request] |= policy.value();
       }
    }
@@ -88,12 +88,12 @@ std::vector<std::string> printed(Host const& host) {
       add("retry", read(pipeline->commonBase->retryListCollection(), asIs));
    }
    add("ISEM output", read(host.isem().outputTable->requestCollection(), asIs));
-   add("tag output", read(host.inLif().tagOutput->requestCollection(), asIs));
-   add("tunnel output", read(host.inLif().tunnelOutput->requestCollection(), asIs));
+   add("tag output", read(host.mapper().tagOutput->requestCollection(), asIs));
+   add("tunnel output", read(host.mapper().tunnelOutput->requestCollection(), asIs));
    add("ISEM", read(host.isem().table->configCollection(), asIs));
    add("mapping", read(host.isem().common->tcamRequestToIsemKeyMappingCollection(), asIs));
-   add("mapper", read(host.inLif().mapperConfig->configCollection(), data));
-   add("tunnel", read(host.inLif().tunnelConfig->configCollection(), data));
+   add("mapper", read(host.mapper().mapperConfig->configCollection(), data));
+   add("tunnel", read(host.mapper().tunnelConfig->configCollection(), data));
    add("ISEM in the chip", host.chip().isem().entries());
    add("mapper in the chip", carrying(host.chip().mapper().entries()));
    add("tunnel in the chip", carrying(host.chip().tunnels().entries()));
@@ -171,7 +171,7 @@ void checkEmpty(Host const& host, Findings& findings) {
    empty("users of entries", isem.common->semToRequests());
    empty("unanswered writes", isem.common->pendingSemWrites());
    empty("shared entries of the chip", host.chip().isem().entries().size());
-   auto const& mapper = host.inLif();
+   auto const& mapper = host.mapper();
    empty("output", mapper.tagOutput->requests() + mapper.tunnelOutput->requests());
    empty("tunnel entries", mapper.tunnelConfig->configs());
    empty("unanswered mapper writes", mapper.common->pendingLifEntriess());

@@ -13,9 +13,9 @@ Recorder::Recorder(Host& host, Model& model) : host_(host), model_(model) {
 }
 
 void Recorder::watchRequesters() {
-   for (std::size_t i = 0; i < kFeatures; ++i) {
-      auto requester = static_cast<Feature>(i);
-      auto const& config = host_.features().config(requester);
+   for (std::size_t i = 0; i < kRequesters; ++i) {
+      auto requester = static_cast<Requester>(i);
+      auto const& config = host_.sharing().config(requester);
       watchers_.watch<TcamSharingRequest>(
           config->requestCollection(), [=, this](TcamSharingRequest const& request) {
              model_.sharing(request.fapId()).asked(requester, request, config->request(request));
@@ -52,7 +52,7 @@ void Recorder::watchChip() {
                                      [&](AradSemKeyAndFap const& key) {
                                         model_.isem.answered(key, isem.tableStatus->status(key));
                                      });
-   auto const& mapper = host_.inLif();
+   auto const& mapper = host_.mapper();
    watchers_.watch<VlanTagToVsiMapperKey>(
        mapper.mapperConfig->configCollection(),
        [this](VlanTagToVsiMapperKey const& key) { model_.mapper.entryChanged(key); });

@@ -66,12 +66,12 @@ std::vector<TcamSharingRequest> SharingModel::wantedOn(IntfId intf) const {
 
 // --- merge -----------------------------------------------------------------------------------
 
-void SharingModel::asked(Feature requester, TcamSharingRequest request,
+void SharingModel::asked(Requester requester, TcamSharingRequest request,
                          TcamSharingPolicyId policy) {
    put(asked_[static_cast<std::size_t>(requester)], request, policy, !policy.empty());
    uint64_t asks = policy.value();
    uint64_t present = wanted(request).value();
-   if (requester != Feature::acl) {
+   if (requester != Requester::acl) {
       hit("merge: label");
       merge(request, (present & ~Facts::labelBits) | (asks & Facts::labelBits));
    } else if (!facts().lumen(request.fapId())) {
@@ -102,9 +102,9 @@ void SharingModel::merge(TcamSharingRequest request, uint64_t merged) {
 
 void SharingModel::mergeRestarts() {
    parts_ = {};
-   for (std::size_t i = 0; i < kFeatures; ++i) {
+   for (std::size_t i = 0; i < kRequesters; ++i) {
       for (auto const& [request, policy] : Policies(asked_[i])) {
-         asked(static_cast<Feature>(i), request, policy);
+         asked(static_cast<Requester>(i), request, policy);
       }
    }
 }
@@ -119,21 +119,21 @@ void SharingModel::answer(TcamSharingRequest request, std::optional<TcamSharingR
       return;
    }
    put(responses_, request, given.value_or(TcamSharingResponse()), given.has_value());
-   auto part = [&](Feature requester, uint64_t bits, bool whole) {
+   auto part = [&](Requester requester, uint64_t bits, bool whole) {
       TcamSharingResponse share = given.value_or(TcamSharingResponse());
       share.policyId = TcamSharingPolicyId(share.policyId.value() & bits);
       put(parts_[static_cast<std::size_t>(requester)], request, share,
           given && (whole || !share.policyId.empty()));
    };
    if (!given) {
-      part(Feature::acl, 0, false);
-      part(Feature::lumen, 0, false);
+      part(Requester::acl, 0, false);
+      part(Requester::lumen, 0, false);
    } else if (!facts().lumen(request.fapId())) {
-      part(Feature::acl, ~uint64_t{0}, true);
+      part(Requester::acl, ~uint64_t{0}, true);
    } else {
       hit("merge: answer in two parts");
-      part(Feature::acl, Facts::aclBits(), false);
-      part(Feature::lumen, Facts::labelBits, false);
+      part(Requester::acl, Facts::aclBits(), false);
+      part(Requester::lumen, Facts::labelBits, false);
    }
 }
 

@@ -38,7 +38,7 @@ class SharingModel {
    SharingModel& operator=(SharingModel const&) = delete;
 
    // A requester asks for a policy; the empty policy withdraws.
-   void asked(Feature requester, TcamSharingRequest request, TcamSharingPolicyId policy);
+   void asked(Requester requester, TcamSharingRequest request, TcamSharingPolicyId policy);
    // A slice took the request from the backlog.
    void worked(TcamSharingRequest request);
    // The intake took the entry from the retry list: a retry pass, unless the model took it first.
@@ -54,7 +54,7 @@ class SharingModel {
    Policies const& merged() const { return merged_; }
    Policies output() const;
    Responses const& responses() const { return responses_; }
-   Responses const& part(Feature requester) const {
+   Responses const& part(Requester requester) const {
       return parts_[static_cast<std::size_t>(requester)];
    }
    std::map<TcamSharingRequest, bool> const& queued() const { return queued_; }
@@ -95,7 +95,7 @@ class SharingModel {
    void takeOut(TcamSharingRequest request);
 
    Context& context_;
-   std::array<Policies, kFeatures> asked_;
+   std::array<Policies, kRequesters> asked_;
    Policies merged_;
    std::map<TcamSharingRequest, bool> queued_;
    std::map<TcamSharingEntry, bool> retries_;
@@ -103,7 +103,7 @@ class SharingModel {
    std::map<TcamSharingRequest, Output> output_;
    uint64_t places_ = 0;
    Responses responses_;
-   std::array<Responses, kFeatures> parts_;
+   std::array<Responses, kRequesters> parts_;
    std::string workedUnqueued_;
 };
 

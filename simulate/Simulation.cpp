@@ -92,7 +92,7 @@ void checkFirst(Inventory const& inventory, SimulateOptions const& options) {
 
 std::optional<TrialOutcome> shrink(Inventory const& inventory, TrialOutcome failing,
                                    Trial::Prepare const& prepare) {
-   constexpr int mostTrials = 2000;
+   constexpr int maxTrials = 2000;
    int trials = 0;
    auto fails = [&](TrialOutcome const& outcome) {
       return outcome.failure && outcome.failure->check == failing.failure->check;
@@ -110,7 +110,7 @@ std::optional<TrialOutcome> shrink(Inventory const& inventory, TrialOutcome fail
    for (std::size_t size = std::max<std::size_t>(1, failing.carriedOut.size() / 2);;) {
       bool shrunk = false;
       // From the end: what comes last depends on what came before, not the other way.
-      for (std::size_t end = failing.carriedOut.size(); end > 0 && trials < mostTrials; ++trials) {
+      for (std::size_t end = failing.carriedOut.size(); end > 0 && trials < maxTrials; ++trials) {
          std::size_t begin = end > size ? end - size : 0;
          auto fewer = failing.carriedOut;
          fewer.erase(fewer.begin() + static_cast<std::ptrdiff_t>(begin),
@@ -122,7 +122,7 @@ std::optional<TrialOutcome> shrink(Inventory const& inventory, TrialOutcome fail
          }
          end = std::min(begin, failing.carriedOut.size());
       }
-      if (trials >= mostTrials || (size == 1 && !shrunk)) {
+      if (trials >= maxTrials || (size == 1 && !shrunk)) {
          return failing;
       }
       size = std::max<std::size_t>(1, size / 2);

@@ -1,19 +1,12 @@
 #include "simulate/Trial.h"
 
-#include "agent/host/EndCopy.h"
-#include "agent/host/ScenarioRunner.h"
+#include "agent/command/ScenarioRunner.h"
 #include "platform/Orv/Failure.h"
 #include "simulate/Checker.h"
 #include "simulate/Properties.h"
 
-#include <cerrno>
-#include <csignal>
 #include <cstring>
-#include <fcntl.h>
-#include <iostream>
-#include <stdexcept>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <sstream>
 #include <utility>
 
 namespace Simulate {
@@ -21,29 +14,22 @@ namespace Simulate {
 namespace {
 
 // In the child: lines of a letter and a text, written as soon as they are known.
-int reportTo = -1;
+Copy::Report const* reportTo = nullptr;
 
 void report(char what, std::string const& text) {
-   std::string line = what + text + "\n";
-   for (std::size_t at = 0; at < line.size();) {
-      ssize_t written = ::write(reportTo, line.data() + at, line.size() - at);
-      if (written <= 0 && errno != EINTR) {
-         ::_exit(1);
-      }
-      at += written > 0 ? static_cast<std::size_t>(written) : 0;
-   }
+   (*reportTo)(what + text + "\n");
 }
 
 // In the child: whose stop it is.
 Host const* tried = nullptr;
 
 void reportStop(Orv::Failure const& failure) {
-   Follower const* follower = tried->follower();
-   bool due = follower != nullptr && follower->stopsBy(failure.condition);
+   Observer const* observer = tried->observer();
+   bool due = observer != nullptr && observer->stopsBy(failure.condition);
    report('F', std::string(due ? "the library stopped, as it has to\tFailed("
                                : "the library stopped\tFailed(") +
                    failure.condition + ") " + failure.explanation);
-   endCopy();
+   Copy::end();
 }
 
 class Child {
@@ -86,7 +72,7 @@ class Child {
       if (command == "settle" && !(host_.quiet() && output_.str().empty())) {
          findings.add("everything comes to rest", "it still moves, with ",
                       host_.isem().codef->backlogSize(), " and ",
-                      host_.inLif().codef->backlogSize(), " requests queued");
+                      host_.mapper().codef->backlogSize(), " requests queued");
       }
       return tell(findings);
    }
@@ -138,7 +124,7 @@ class Child {
       child.reportCoverage();
    }
    report('E', "");
-   endCopy();
+   Copy::end();
 }
 
 // `trying`: the command that has neither ended well nor been refused yet.
@@ -180,68 +166,32 @@ void read(TrialOutcome& outcome, std::string& trying, bool& ended, std::string c
 } // namespace
 
 Trial::Trial(Inventory const& inventory, Source const& source, Prepare const& prepare,
-             bool rehearse) {
-   int ends[2];
-   if (::pipe(ends) != 0) {
-      throw std::runtime_error("no pipe for a trial");
-   }
-   std::cout.flush();
-   std::cerr.flush();
-   pid_t self = ::getpid();
-   child_ = ::fork();
-   if (child_ == 0) {
-      endWithParent(self);
-      ::close(ends[0]);
-      reportTo = ends[1];
-      runChild(inventory, source, prepare, rehearse);
-   }
-   ::close(ends[1]);
-   results_ = ends[0];
-   // Room for a whole history, so that a trial goes on while another one is waited for.
-   ::fcntl(results_, F_SETPIPE_SZ, 1 << 20);
-   if (child_ < 0) {
-      throw std::runtime_error("no process for a trial");
-   }
-}
-
-Trial::Trial(Trial&& other) noexcept
-    : child_(std::exchange(other.child_, -1)), results_(std::exchange(other.results_, -1)) {}
-
-Trial::~Trial() {
-   if (child_ > 0) {
-      ::kill(child_, SIGKILL);
-      outcome();
-   }
-}
+             bool rehearse)
+    // Room for a whole history, so that a trial goes on while another one is waited for.
+    : copy_(
+          [&](Copy::Report const& to) {
+             reportTo = &to;
+             runChild(inventory, source, prepare, rehearse);
+          },
+          1 << 20) {}
 
 TrialOutcome Trial::outcome() {
    TrialOutcome outcome;
    std::string pending;
    std::string trying;
    bool ended = false;
-   char buffer[65536];
-   for (ssize_t got = 1; got != 0;) {
-      got = ::read(results_, buffer, sizeof buffer);
-      if (got < 0 && errno != EINTR) {
-         break;
-      }
-      pending.append(buffer, got > 0 ? static_cast<std::size_t>(got) : 0);
+   Copy::Ending ending = copy_.collect([&](std::string_view text) {
+      pending += text;
       std::size_t from = 0;
       for (std::size_t end; (end = pending.find('\n', from)) != std::string::npos; from = end + 1) {
          read(outcome, trying, ended, pending.substr(from, end - from));
       }
       pending.erase(0, from);
-   }
-   ::close(results_);
-   int status = 0;
-   while (::waitpid(child_, &status, 0) < 0 && errno == EINTR) {
-   }
-   child_ = -1;
+   });
    if (!ended) {
       outcome.failure =
-          Finding{"the agent ended", WIFSIGNALED(status)
-                                         ? "by signal " + std::to_string(WTERMSIG(status))
-                                         : "with code " + std::to_string(WEXITSTATUS(status))};
+          Finding{"the agent ended",
+                  (ending.signalled ? "by signal " : "with code ") + std::to_string(ending.code)};
    }
    if (!trying.empty()) {
       outcome.carriedOut.push_back(trying); // the one that it failed in

@@ -3,16 +3,17 @@
 #pragma once
 
 #include "agent/host/Host.h"
+#include "agent/process/Copy.h"
 #include "simulate/Coverage.h"
 #include "simulate/Findings.h"
 
 #include <functional>
 #include <optional>
 #include <set>
-#include <sys/types.h>
 
 namespace Simulate {
 
+using Agent::Copy;
 using Agent::Host;
 using Agent::Inventory;
 
@@ -35,15 +36,11 @@ class Trial {
    // before, in this order.
    Trial(Inventory const& inventory, Source const& source, Prepare const& prepare,
          bool rehearse = true);
-   Trial(Trial&& other) noexcept;
-   Trial& operator=(Trial&&) = delete;
-   ~Trial();
    // Waits for its end. Once.
    TrialOutcome outcome();
 
  private:
-   pid_t child_ = -1;
-   int results_ = -1;
+   Copy copy_;
 };
 
 } // namespace Simulate

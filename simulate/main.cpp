@@ -1,8 +1,8 @@
 // shoal-simulate: random histories of the library under an agent, checked against a model.
 #include "agent/command/ProgramOptions.h"
 #include "agent/inventory/FileContent.h"
-#include "agent/inventory/InterfaceName.h"
 #include "agent/inventory/InventoryReader.h"
+#include "agent/text/Printable.h"
 #include "simulate/Simulation.h"
 
 #include <algorithm>

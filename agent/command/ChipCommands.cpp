@@ -6,14 +6,14 @@ namespace Agent {
 namespace {
 
 // [unit UNIT] [table isem|mapper|tunnel], in any order.
-FaultScope takeScope(Host& host, Arguments& arguments) {
+FaultScope parseScope(Host& host, Arguments& arguments) {
    FaultScope scope;
    while (arguments.more()) {
-      if (arguments.takeWord("unit")) {
-         scope.unit = host.world().unit(arguments.take("UNIT"));
-      } else if (arguments.takeWord("table")) {
+      if (arguments.accept("unit")) {
+         scope.unit = host.world().unit(arguments.next("UNIT"));
+      } else if (arguments.accept("table")) {
          scope.table = static_cast<ChipTableKind>(
-             arguments.takeChoice("TABLE", {chipTableNames.begin(), chipTableNames.end()}));
+             arguments.parseChoice("TABLE", {chipTableNames.begin(), chipTableNames.end()}));
       } else {
          arguments.end();
       }
@@ -21,8 +21,8 @@ FaultScope takeScope(Host& host, Arguments& arguments) {
    return scope;
 }
 
-FaultScope takeFaultScope(Host& host, Arguments& arguments, Fault which) {
-   FaultScope scope = takeScope(host, arguments);
+FaultScope parseFaultScope(Host& host, Arguments& arguments, Fault which) {
+   FaultScope scope = parseScope(host, arguments);
    if (which == Fault::defer &&
        scope.table.value_or(ChipTableKind::tunnel) != ChipTableKind::tunnel) {
       throw CommandError("only the tunnel table answers \"in progress\"");
@@ -31,20 +31,20 @@ FaultScope takeFaultScope(Host& host, Arguments& arguments, Fault which) {
 }
 
 void fault(Host& host, Arguments& arguments, Fault which) {
-   if (arguments.takeWord("often")) {
-      double probability = arguments.takeReal("PROBABILITY", 0.0, 1.0);
-      host.chip().faults().often(which, probability, takeFaultScope(host, arguments, which));
+   if (arguments.accept("often")) {
+      double probability = arguments.parseReal("PROBABILITY", 0.0, 1.0);
+      host.chip().faults().often(which, probability, parseFaultScope(host, arguments, which));
       return;
    }
-   if (!arguments.takeWord("next")) {
+   if (!arguments.accept("next")) {
       throw CommandError("a fault is 'next N' or 'often PROBABILITY'");
    }
-   uint64_t count = arguments.takeNumber("N", 1, 1000000);
-   host.chip().faults().next(which, count, takeFaultScope(host, arguments, which));
+   uint64_t count = arguments.parseNumber("N", 1, 1000000);
+   host.chip().faults().next(which, count, parseFaultScope(host, arguments, which));
 }
 
 void chipSetting(Host& host, Arguments& arguments, std::ostream&) {
-   std::string what = arguments.take("what the chip does");
+   std::string what = arguments.next("what the chip does");
    for (std::size_t i = 0; i < kFaults; ++i) {
       if (what == faultNames[i]) {
          fault(host, arguments, static_cast<Fault>(i));
@@ -53,26 +53,28 @@ void chipSetting(Host& host, Arguments& arguments, std::ostream&) {
    }
    SimulatedChip& chip = host.chip();
    if (what == "delay" || what == "slowness") {
-      double seconds = arguments.takeReal("SECONDS", 0.0, 3600.0);
+      double seconds = arguments.parseReal("SECONDS", 0.0, 3600.0);
       arguments.end();
       what == "delay" ? chip.faults().delayIs(seconds) : chip.faults().slownessIs(seconds);
    } else if (what == "seed") {
-      uint64_t seed = arguments.takeNumber("SEED", 0, UINT64_MAX);
+      uint64_t seed = arguments.parseNumber("SEED", 0, UINT64_MAX);
       arguments.end();
       chip.faults().seedIs(seed);
    } else if (what == "capacity") {
-      FapId unit = host.world().unit(arguments.take("UNIT"));
+      FapId unit = host.world().unit(arguments.next("UNIT"));
       std::optional<uint64_t> entries;
-      if (!arguments.takeWord("none")) {
-         entries = arguments.takeNumber("ENTRIES", 0, 1U << 20);
+      if (!arguments.accept("none")) {
+         entries = arguments.parseNumber("ENTRIES", 0, 1U << 20);
       }
-      chip.capacityIs(takeScope(host, arguments).table, unit, entries);
-   } else if (what == "well" || what == "restart" || what == "replay") {
+      chip.capacityIs(parseScope(host, arguments).table, unit, entries);
+   } else if (what == "clear-faults" || what == "restart" || what == "replay") {
       arguments.end();
-      what == "well" ? chip.clearFaults() : what == "restart" ? chip.restart() : chip.replay();
+      what == "clear-faults" ? chip.clearFaults()
+      : what == "restart"    ? chip.restart()
+                             : chip.replay();
    } else {
       throw CommandError("the chip knows refuse, lose, duplicate, reorder, slow, defer, delay, "
-                         "slowness, seed, capacity, well, restart and replay, not '" +
+                         "slowness, seed, capacity, clear-faults, restart and replay, not '" +
                          what + "'");
    }
 }
@@ -80,11 +82,12 @@ void chipSetting(Host& host, Arguments& arguments, std::ostream&) {
 } // namespace
 
 void addChipCommands(Registry& registry) {
-   registry.add({"chip",
-                 "refuse|lose|duplicate|reorder|slow|defer next N|often P [unit UNIT] "
-                 "[table isem|mapper|tunnel] | delay S | slowness S | seed N | "
-                 "capacity UNIT N|none [table isem|mapper|tunnel] | well | restart | replay",
-                 "how the simulated chip answers from now on", true, chipSetting});
+   registry.add(
+       {"chip",
+        "refuse|lose|duplicate|reorder|slow|defer next N|often P [unit UNIT] "
+        "[table isem|mapper|tunnel] | delay S | slowness S | seed N | "
+        "capacity UNIT N|none [table isem|mapper|tunnel] | clear-faults | restart | replay",
+        "how the simulated chip answers from now on", true, chipSetting});
 }
 
 } // namespace Agent

@@ -17,51 +17,51 @@ using Hardware::ShoalTunnel::AradISemKeyTcamSharing;
 }
 
 void expectStatus(Host& host, Arguments& arguments) {
-   bool merged = arguments.takeWord("merged");
-   auto feature = merged ? Feature::acl : takeFeature(arguments);
-   auto requests = takeRequests(host, arguments);
-   auto wanted = takeStatus(arguments);
+   bool merged = arguments.accept("merged");
+   auto feature = merged ? Requester::acl : parseRequester(arguments);
+   auto requests = parseRequests(host, arguments);
+   auto wanted = parseStatus(arguments);
    std::optional<TcamSharingPolicyId> policy;
    if (arguments.more()) {
-      policy = parsePolicy(arguments.take("POLICY"));
+      policy = parsePolicy(arguments.next("POLICY"));
    }
    arguments.end();
    for (TcamSharingRequest request : requests) {
       auto const& status =
-          merged ? host.pipelineOf(request).mergedStatus : host.features().status(feature);
+          merged ? host.pipelineOf(request).mergedStatus : host.sharing().status(feature);
       auto response = status->response(request);
       if (response.status != wanted) {
-         fail("the status of " + printedRequest(request), std::string(printedStatus(wanted)),
-              std::string(printedStatus(response.status)) + " (" + explain(host, request).verdict +
+         fail("the status of " + formatRequest(request), std::string(formatStatus(wanted)),
+              std::string(formatStatus(response.status)) + " (" + explain(host, request).verdict +
                   ")");
       }
       if (policy && response.policyId != *policy) {
-         fail("the answered policy of " + printedRequest(request), printedPolicy(*policy),
-              printedPolicy(response.policyId));
+         fail("the answered policy of " + formatRequest(request), formatPolicy(*policy),
+              formatPolicy(response.policyId));
       }
    }
 }
 
 void expectPolicy(Host& host, Arguments& arguments, std::string const& where) {
-   auto requests = takeRequests(host, arguments);
+   auto requests = parseRequests(host, arguments);
    TcamSharingPolicyId wanted;
-   if (!arguments.takeWord("none")) {
-      wanted = parsePolicy(arguments.take("POLICY or none"));
+   if (!arguments.accept("none")) {
+      wanted = parsePolicy(arguments.next("POLICY or none"));
    }
    arguments.end();
    for (TcamSharingRequest request : requests) {
       SharingPipeline const& pipeline = host.pipelineOf(request);
       auto got = where == "merged" ? pipeline.merged->request(request) : pipeline.output(request);
       if (got != wanted) {
-         fail("the " + where + " policy of " + printedRequest(request), printedPolicy(wanted),
-              printedPolicy(got));
+         fail("the " + where + " policy of " + formatRequest(request), formatPolicy(wanted),
+              formatPolicy(got));
       }
    }
 }
 
 void expectCount(Host& host, Arguments& arguments) {
-   NamedTable const& table = namedTable(arguments.take("TABLE"));
-   uint64_t wanted = arguments.takeNumber("N", 0, UINT64_MAX);
+   NamedTable const& table = namedTable(arguments.next("TABLE"));
+   uint64_t wanted = arguments.parseNumber("N", 0, UINT64_MAX);
    arguments.end();
    std::size_t got = table.make(host).rows.size();
    if (got != wanted) {
@@ -72,34 +72,34 @@ void expectCount(Host& host, Arguments& arguments) {
 
 // What an entry holds: a policy, none (no data), or absent (no entry).
 void expectData(std::string const& what, std::string const& word, std::optional<uint64_t> data) {
-   std::string wanted =
-       word == "none" || word == "absent" ? word : printedPolicy(parsePolicy(word));
-   std::string got = data ? printedData(*data) : "absent";
+   std::string wanted = word == "none" || word == "absent" ? word : formatPolicy(parsePolicy(word));
+   std::string got = data ? formatData(*data) : "absent";
    if (got != wanted) {
       fail(what, wanted, got);
    }
 }
 
 void expectIsem(Host& host, Arguments& arguments) {
-   Bridging::VlanId vlan(static_cast<uint32_t>(arguments.takeNumber("VLAN", 1, 4094)));
-   Hardware::Shoal::VlanDomain domain(static_cast<uint8_t>(arguments.takeNumber("DOMAIN", 0, 255)));
-   FapId unit = host.world().unit(arguments.take("UNIT"));
-   std::string word = arguments.take("POLICY, none or absent");
+   Bridging::VlanId vlan(static_cast<uint32_t>(arguments.parseNumber("VLAN", 1, 4094)));
+   Hardware::Shoal::VlanDomain domain(
+       static_cast<uint8_t>(arguments.parseNumber("DOMAIN", 0, 255)));
+   FapId unit = host.world().unit(arguments.next("UNIT"));
+   std::string word = arguments.next("POLICY, none or absent");
    arguments.end();
    AradSemKeyAndFap key(AradISemKeyTcamSharing(vlan, domain).key(), unit);
    auto payload = host.isem().table->configCollection().find(key);
-   expectData("the entry " + printedKey(key), word,
+   expectData("the entry " + formatKey(key), word,
               payload ? std::optional(policyOfPayload(*payload).value()) : std::nullopt);
 }
 
 void expectMapper(Host& host, Arguments& arguments) {
    World const& world = host.world();
-   IntfId subIntf = world.interface(arguments.take("SUBINTERFACE"));
-   IntfId port = world.interface(arguments.take("PORT"));
-   std::string word = arguments.take("POLICY, none or absent");
+   IntfId subIntf = world.interface(arguments.next("SUBINTERFACE"));
+   IntfId port = world.interface(arguments.next("PORT"));
+   std::string word = arguments.next("POLICY, none or absent");
    arguments.end();
    std::optional<uint64_t> data;
-   for (auto const& [key, result] : host.inLif().mapperConfig->configIter()) {
+   for (auto const& [key, result] : host.mapper().mapperConfig->configIter()) {
       if (key.fields().subIntfId == subIntf && key.fields().intfId == port) {
          data = result.inLifAdditionalData;
       }
@@ -108,19 +108,19 @@ void expectMapper(Host& host, Arguments& arguments) {
 }
 
 void expectTunnel(Host& host, Arguments& arguments) {
-   IntfId tunnel = host.world().interface(arguments.take("TUNNEL"));
-   TunnelPolicyMapperKey key(tunnel, host.world().unit(arguments.take("UNIT")));
-   std::string word = arguments.take("POLICY, none or absent");
+   IntfId tunnel = host.world().interface(arguments.next("TUNNEL"));
+   TunnelPolicyMapperKey key(tunnel, host.world().unit(arguments.next("UNIT")));
+   std::string word = arguments.next("POLICY, none or absent");
    arguments.end();
-   auto result = host.inLif().tunnelConfig->configCollection().find(key);
-   expectData("the tunnel entry " + printedKey(key), word,
+   auto result = host.mapper().tunnelConfig->configCollection().find(key);
+   expectData("the tunnel entry " + formatKey(key), word,
               result ? std::optional(result->inLifAdditionalData) : std::nullopt);
 }
 
 void expectPublished(Host& host, Arguments& arguments) {
-   IntfId intf = host.world().interface(arguments.take("PORT"));
-   std::string unit = arguments.take("UNIT or none");
-   std::string domain = arguments.take("DOMAIN or none");
+   IntfId intf = host.world().interface(arguments.next("PORT"));
+   std::string unit = arguments.next("UNIT or none");
+   std::string domain = arguments.next("DOMAIN or none");
    arguments.end();
    auto fap = host.intfToFapIdStatus()->intfToFapCollection().find(intf);
    auto vlanDomain = host.intfToVlanDomainStatus()->vlanDomainCollection().find(intf);
@@ -134,21 +134,21 @@ void expectPublished(Host& host, Arguments& arguments) {
 }
 
 void expectFeature(Host& host, Arguments& arguments) {
-   auto keys = takeInLifKeys(host, arguments);
-   InLifFeatureType type = takeFeatureType(arguments);
-   std::string wanted = arguments.take("none, success or failure");
+   auto keys = parseInLifKeys(host, arguments);
+   InLifFeatureType type = parseFeatureType(arguments);
+   std::string wanted = arguments.next("none, success or failure");
    if (arguments.more()) {
-      wanted += " for " + std::to_string(arguments.takeNumber("VALUE", 0, UINT32_MAX));
+      wanted += " for " + std::to_string(arguments.parseNumber("VALUE", 0, UINT32_MAX));
    }
    arguments.end();
    for (InLifIntfKey key : keys) {
       auto response = host.inLifFeatures().featureStatus->response(InLifFeatureKey(key, type));
-      std::string got(printedFeatureStatus(response.status));
+      std::string got(formatFeatureStatus(response.status));
       if (wanted.find(' ') != std::string::npos) {
          got += " for " + std::to_string(response.value);
       }
       if (got != wanted) {
-         fail("the response of " + printedInLifKey(host, key), wanted,
+         fail("the response of " + formatInLifKey(host, key), wanted,
               got + " (" + explainFeature(host, InLifFeatureKey(key, type)).verdict + ")");
       }
    }
@@ -160,19 +160,19 @@ void expectWord(Host& host, Arguments& arguments, bool ofSubInterface) {
    std::string of;
    std::string got = "none";
    if (ofSubInterface) {
-      InLifIntfKey key = takeInLifKey(host, arguments);
-      of = printedInLifKey(host, key);
+      InLifIntfKey key = parseInLifKey(host, arguments);
+      of = formatInLifKey(host, key);
       if (pipeline.subIntfWords->lifFeatureAttrHas(key)) {
-         got = printedWord(pipeline.subIntfWords->lifFeatureAttr(key));
+         got = formatWord(pipeline.subIntfWords->lifFeatureAttr(key));
       }
    } else {
-      IntfId intf = host.world().interface(arguments.take("PORT"));
+      IntfId intf = host.world().interface(arguments.next("PORT"));
       of = intf.name();
       if (pipeline.mergedWords->lifFeatureAttrHas(intf)) {
-         got = printedWord(pipeline.mergedWords->lifFeatureAttr(intf));
+         got = formatWord(pipeline.mergedWords->lifFeatureAttr(intf));
       }
    }
-   std::string wanted = arguments.take("WORD (0x and 16 digits) or none");
+   std::string wanted = arguments.next("WORD (0x and 16 digits) or none");
    if (wanted != "none") {
       char text[24];
       std::snprintf(text, sizeof text, "0x%016" PRIx64, parseNumber(wanted, "WORD", 0, UINT64_MAX));
@@ -185,13 +185,13 @@ void expectWord(Host& host, Arguments& arguments, bool ofSubInterface) {
 }
 
 void expectInHardware(Host& host, Arguments& arguments, bool wanted) {
-   auto requests = takeRequests(host, arguments);
+   auto requests = parseRequests(host, arguments);
    arguments.end();
    Situations situations(host);
    for (TcamSharingRequest request : requests) {
       Situation situation = situations.of(request);
       if (situation.inHardware != wanted) {
-         throw ExpectationFailed("expected the policy of " + printedRequest(request) + " to be " +
+         throw ExpectationFailed("expected the policy of " + formatRequest(request) + " to be " +
                                  (wanted ? "in" : "out of") +
                                  " hardware, but: " + explain(situation, host).verdict);
       }
@@ -199,8 +199,8 @@ void expectInHardware(Host& host, Arguments& arguments, bool wanted) {
 }
 
 void expectListed(Host& host, Arguments& arguments, bool retryList) {
-   TcamSharingRequest request = takeRequest(host, arguments);
-   bool wanted = arguments.takeChoice("yes or no", {"no", "yes"}) == 1;
+   TcamSharingRequest request = parseRequest(host, arguments);
+   bool wanted = arguments.parseChoice("yes or no", {"no", "yes"}) == 1;
    arguments.end();
    SharingPipeline const& pipeline = host.pipelineOf(request);
    bool got = pipeline.codef->backlog(request);
@@ -211,13 +211,13 @@ void expectListed(Host& host, Arguments& arguments, bool retryList) {
       }
    }
    if (got != wanted) {
-      fail(printedRequest(request) + (retryList ? " on the retry list" : " in the backlog"),
+      fail(formatRequest(request) + (retryList ? " on the retry list" : " in the backlog"),
            wanted ? "yes" : "no", got ? "yes" : "no");
    }
 }
 
 void expect(Host& host, Arguments& arguments, std::ostream&) {
-   std::string what = arguments.take("WHAT");
+   std::string what = arguments.next("WHAT");
    if (what == "status") {
       expectStatus(host, arguments);
    } else if (what == "merged" || what == "output") {

@@ -7,7 +7,7 @@ namespace {
 
 // INTERFACE UNIT [flood VLAN]; a pattern or own explains each request that it names.
 void explainCommand(Host& host, Arguments& arguments, std::ostream& out) {
-   auto requests = takeRequests(host, arguments);
+   auto requests = parseRequests(host, arguments);
    arguments.end();
    Situations situations(host);
    for (TcamSharingRequest request : requests) {
@@ -23,8 +23,8 @@ void problems(Host& host, Arguments& arguments, std::ostream& out) {
    for (TcamSharingRequest request : knownRequests(host)) {
       Situation situation = situations.of(request);
       if (!situation.sound()) {
-         table.add({printedRequest(request), printedPolicy(situation.merged),
-                    std::string(printedStatus(situation.response.status)),
+         table.add({formatRequest(request), formatPolicy(situation.merged),
+                    std::string(formatStatus(situation.response.status)),
                     explain(situation, host).verdict});
       }
    }

@@ -13,13 +13,13 @@ namespace {
 using Role = EntrySituation::Role;
 
 std::string since(std::optional<Seconds> time) {
-   return time ? " since " + printedSeconds(*time) + " s" : "";
+   return time ? " since " + formatSeconds(*time) + " s" : "";
 }
 
 std::string listed(std::vector<TcamSharingRequest> const& requests, char const* separator) {
    std::string text;
    for (TcamSharingRequest request : requests) {
-      text += (text.empty() ? "" : separator) + printedRequest(request);
+      text += (text.empty() ? "" : separator) + formatRequest(request);
    }
    return text;
 }
@@ -46,38 +46,37 @@ class FactList {
    }
 
    void addAsked() {
-      for (std::size_t i = 0; i < kFeatures; ++i) {
-         auto feature = static_cast<Feature>(i);
-         auto const& config = host_.features().config(feature);
-         auto answer = host_.features().status(feature)->response(is_.request);
+      for (std::size_t i = 0; i < kRequesters; ++i) {
+         auto requester = static_cast<Requester>(i);
+         auto const& config = host_.sharing().config(requester);
+         auto answer = host_.sharing().status(requester)->response(is_.request);
          if (config->requestHas(is_.request) || answer.status != tcamSharingNone) {
-            std::string text = printedPolicy(config->request(is_.request)) + ", status " +
-                               std::string(printedStatus(answer.status));
+            std::string text = formatPolicy(config->request(is_.request)) + ", status " +
+                               std::string(formatStatus(answer.status));
             if (answer.status != tcamSharingNone) {
-               text += " for " + printedPolicy(answer.policyId);
+               text += " for " + formatPolicy(answer.policyId);
             }
-            fact(std::string(featureNames[i]) + " asks", text);
+            fact(std::string(requesterNames[i]) + " asks", text);
          }
       }
-      fact("merged policy", printedPolicy(is_.merged) + since(is_.times.asked));
+      fact("merged policy", formatPolicy(is_.merged) + since(is_.times.asked));
    }
 
    void addProgress() {
-      fact("output policy", printedPolicy(is_.output));
+      fact("output policy", formatPolicy(is_.output));
       if (is_.queued) {
-         fact(
-             "queued",
-             "in the backlog" + since(is_.times.queued) +
-                 (is_.nextSlice ? ", next slice at " + printedSeconds(*is_.nextSlice) + " s" : ""));
+         fact("queued",
+              "in the backlog" + since(is_.times.queued) +
+                  (is_.nextSlice ? ", next slice at " + formatSeconds(*is_.nextSlice) + " s" : ""));
       }
       for (TcamSharingPolicyId policy : is_.retried) {
-         fact("retry list", "for " + printedPolicy(policy) + ", next tried at " +
-                                printedSeconds(is_.pipeline->codef->nextRetry()) + " s");
+         fact("retry list", "for " + formatPolicy(policy) + ", next tried at " +
+                                formatSeconds(is_.pipeline->codef->nextRetry()) + " s");
       }
-      std::string text(printedStatus(is_.response.status));
+      std::string text(formatStatus(is_.response.status));
       if (is_.response.status != tcamSharingNone) {
-         text += " for " + printedPolicy(is_.response.policyId) + since(is_.times.status) +
-                 printedCause(is_.times.cause);
+         text += " for " + formatPolicy(is_.response.policyId) + since(is_.times.status) +
+                 formatCause(is_.times.cause);
       }
       fact("response", text);
       if (!is_.resolution.missing.empty()) {
@@ -85,12 +84,12 @@ class FactList {
       }
    }
 
-   std::string printedCause(ResponseCause const& cause) const {
+   std::string formatCause(ResponseCause const& cause) const {
       switch (cause.kind) {
       case ResponseCause::Kind::worked:
          return ", when it was worked";
       case ResponseCause::Kind::answered:
-         return ", by the chip's answer for " + printedKey(*cause.key) + " (" +
+         return ", by the chip's answer for " + formatKey(*cause.key) + " (" +
                 std::string(outcomeName(cause.answer.outcome)) + ")" + toWhom(cause.answer.writer);
       case ResponseCause::Kind::restarted:
          return ", when the chip restarted";
@@ -103,7 +102,7 @@ class FactList {
            entry.name + ": table holds " + entry.configured.value_or("no entry") + ", chip holds " +
                entry.held.value_or("no entry"));
       if (entry.change) {
-         fact("last change", printedChange(*entry.change));
+         fact("last change", formatChange(*entry.change));
       }
       if (auto const& write = entry.chip.lastWrite) {
          fact("last write", std::string(outcomeName(write->outcome)) + " " + at(write->at));
@@ -135,14 +134,14 @@ class FactList {
    // Of an answer: to the write for another request.
    std::string toWhom(std::optional<uint32_t> writer) const {
       return writer && *writer != is_.request.index()
-                 ? ", to the write for " + printedRequest(TcamSharingRequest::fromIndex(*writer))
+                 ? ", to the write for " + formatRequest(TcamSharingRequest::fromIndex(*writer))
                  : "";
    }
 
-   static std::string printedChange(EntryChange const& change) {
+   static std::string formatChange(EntryChange const& change) {
       static constexpr char const* kinds[] = {"written", "made by its owner", "removed", "left"};
       return kinds[static_cast<std::size_t>(change.kind)] + std::string(" ") + at(change.at) +
-             (change.by ? " for " + printedRequest(*change.by) : "");
+             (change.by ? " for " + formatRequest(*change.by) : "");
    }
 
    Situation const& is_;
@@ -154,7 +153,7 @@ class FactList {
 
 Explanation explain(Situation const& situation, Host const& host) {
    Explanation found;
-   found.subject = printedRequest(situation.request);
+   found.subject = formatRequest(situation.request);
    found.inHardware = situation.inHardware;
    found.verdict = Verdict(situation, host).text();
    FactList(situation, host, found).add();
@@ -200,9 +199,9 @@ std::vector<TcamSharingRequest> knownRequests(Host const& host) {
          found.push_back(request);
       }
    };
-   for (std::size_t i = 0; i < kFeatures; ++i) {
+   for (std::size_t i = 0; i < kRequesters; ++i) {
       for (auto const& [request, policy] :
-           host.features().config(static_cast<Feature>(i))->requestIter()) {
+           host.sharing().config(static_cast<Requester>(i))->requestIter()) {
          add(request);
       }
    }

@@ -9,8 +9,8 @@ namespace {
 using namespace Hardware::ShoalTunnel;
 using ShoalTcam::TcamShareQualInfo;
 
-Orv::Ptr<InLifFeatureRequestDir> takeDirectory(Host& host, Arguments& arguments) {
-   std::string name = arguments.take("DIRECTORY");
+Orv::Ptr<InLifFeatureRequestDir> parseDirectory(Host& host, Arguments& arguments) {
+   std::string name = arguments.next("DIRECTORY");
    auto directory = host.inLifFeatures().directory(name);
    if (!directory) {
       throw CommandError("there is no request directory '" + name +
@@ -20,8 +20,8 @@ Orv::Ptr<InLifFeatureRequestDir> takeDirectory(Host& host, Arguments& arguments)
 }
 
 void featureDirectory(Host& host, Arguments& arguments, std::ostream&) {
-   std::string name = arguments.take("NAME");
-   std::size_t what = arguments.takeChoice("WHAT", {"remove", "add", "foreign"});
+   std::string name = arguments.next("NAME");
+   std::size_t what = arguments.parseChoice("WHAT", {"remove", "add", "foreign"});
    arguments.end();
    auto const& input = host.inLifFeatures().inputDir;
    if (what == 0) {
@@ -43,16 +43,16 @@ void warnOfWidth(Host const& host, InLifIntfKey key, InLifFeatureType type, InLi
    auto field = featureField(key.tcamId(), type);
    if (field && (value & ~field->mask()) != 0) {
       out << "warning: the field of " << type << " on " << host.world().tcamName(key.tcamId())
-          << " has " << printedWidth(field->mask()) << ": the value " << value
+          << " has " << formatWidth(field->mask()) << ": the value " << value
           << " is wider; the rest runs into the bits above it\n";
    }
 }
 
 void feature(Host& host, Arguments& arguments, std::ostream& out) {
-   auto directory = takeDirectory(host, arguments);
-   auto keys = takeInLifKeys(host, arguments);
-   InLifFeatureType type = takeFeatureType(arguments);
-   auto value = static_cast<InLifFeatureValue>(arguments.takeNumber("VALUE", 0, UINT32_MAX));
+   auto directory = parseDirectory(host, arguments);
+   auto keys = parseInLifKeys(host, arguments);
+   InLifFeatureType type = parseFeatureType(arguments);
+   auto value = static_cast<InLifFeatureValue>(arguments.parseNumber("VALUE", 0, UINT32_MAX));
    arguments.end();
    for (InLifIntfKey key : keys) {
       directory->requestIs(InLifFeatureRequest{InLifFeatureKey(key, type), value});
@@ -61,9 +61,9 @@ void feature(Host& host, Arguments& arguments, std::ostream& out) {
 }
 
 void withdrawFeature(Host& host, Arguments& arguments, std::ostream&) {
-   auto directory = takeDirectory(host, arguments);
-   auto keys = takeInLifKeys(host, arguments);
-   InLifFeatureType type = takeFeatureType(arguments);
+   auto directory = parseDirectory(host, arguments);
+   auto keys = parseInLifKeys(host, arguments);
+   InLifFeatureType type = parseFeatureType(arguments);
    arguments.end();
    std::erase_if(
        keys, [&](InLifIntfKey key) { return !directory->requestHas(InLifFeatureKey(key, type)); });
@@ -76,12 +76,12 @@ void withdrawFeature(Host& host, Arguments& arguments, std::ostream&) {
 }
 
 void tcamLayout(Host& host, Arguments& arguments, std::ostream&) {
-   auto tcam = host.world().tcam(arguments.take("UNIT:CORE"));
-   InLifFeatureType type = takeFeatureType(arguments);
+   auto tcam = host.world().tcam(arguments.next("UNIT:CORE"));
+   InLifFeatureType type = parseFeatureType(arguments);
    std::optional<TcamShareQualInfo> place;
-   if (!arguments.takeWord("none")) {
-      auto offset = static_cast<uint16_t>(arguments.takeNumber("OFFSET", 0, 63));
-      auto width = static_cast<uint32_t>(arguments.takeNumber("WIDTH", 1, 16));
+   if (!arguments.accept("none")) {
+      auto offset = static_cast<uint16_t>(arguments.parseNumber("OFFSET", 0, 63));
+      auto width = static_cast<uint32_t>(arguments.parseNumber("WIDTH", 1, 16));
       if (offset + width > 64) {
          throw CommandError("a field of " + std::to_string(width) + " bits at offset " +
                             std::to_string(offset) + " does not fit into 64 bits");
@@ -98,30 +98,25 @@ void tcamKeyVersion(Host& host, Arguments& arguments, std::ostream&) {
 }
 
 void portChannel(Host& host, Arguments& arguments, std::ostream&) {
-   IntfId lag = host.world().interface(arguments.take("PORTCHANNEL"));
-   bool present = arguments.takeChoice("add or remove", {"remove", "add"}) == 1;
+   IntfId lag = host.world().interface(arguments.next("PORTCHANNEL"));
+   bool present = arguments.parseChoice("add or remove", {"remove", "add"}) == 1;
    arguments.end();
    host.world().portChannelIs(lag, present);
 }
 
 void untaggedVlan(Host& host, Arguments& arguments, std::ostream&) {
-   IntfId intf = host.world().interface(arguments.take("INTERFACE"));
+   IntfId intf = host.world().interface(arguments.next("INTERFACE"));
    Bridging::VlanIdOrNone vlan;
-   if (!arguments.takeWord("none")) {
-      vlan = Bridging::VlanIdOrNone(static_cast<uint32_t>(arguments.takeNumber("VLAN", 1, 4094)));
+   if (!arguments.accept("none")) {
+      vlan = Bridging::VlanIdOrNone(static_cast<uint32_t>(arguments.parseNumber("VLAN", 1, 4094)));
    }
    arguments.end();
    host.world().untaggedVlanIs(intf, vlan);
 }
 
-void freshStart(Host& host, Arguments& arguments, std::ostream&) {
-   arguments.end();
-   host.startFeaturesFresh();
-}
-
 void explainFeatureCommand(Host& host, Arguments& arguments, std::ostream& out) {
-   InLifIntfKey key = takeInLifKey(host, arguments);
-   InLifFeatureType type = takeFeatureType(arguments);
+   InLifIntfKey key = parseInLifKey(host, arguments);
+   InLifFeatureType type = parseFeatureType(arguments);
    arguments.end();
    printExplanation(out, explainFeature(host, InLifFeatureKey(key, type)), arguments.format());
 }
@@ -151,10 +146,6 @@ void addFeatureCommands(Registry& registry) {
                  portChannel});
    registry.add({"untagged-vlan", "PORT|PORTCHANNEL VLAN|none", "the VLAN of untagged frames", true,
                  untaggedVlan});
-   registry.add({"start-features-fresh", "",
-                 "build the in-LIF feature machines anew on empty tables, as an agent that starts "
-                 "now would",
-                 true, freshStart});
 }
 
 } // namespace Agent

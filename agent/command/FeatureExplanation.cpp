@@ -8,8 +8,8 @@ using namespace Hardware::ShoalTunnel;
 
 namespace {
 
-std::string printedValue(Orv::Ptr<InLifIntfFeatureAggr const> const& aggregate,
-                         InLifFeatureType type) {
+std::string formatValue(Orv::Ptr<InLifIntfFeatureAggr const> const& aggregate,
+                        InLifFeatureType type) {
    return !aggregate                        ? "nothing there"
           : !aggregate->featureAggHas(type) ? "not there"
                                             : std::to_string(aggregate->featureAgg(type));
@@ -77,14 +77,14 @@ std::string whereItIs(FeatureSituation const& is) {
 }
 
 std::string verdict(Host const& host, FeatureSituation const& is) {
-   std::string askers;
+   std::string requesters;
    for (auto const& [name, value] : is.askedBy) {
-      askers += (askers.empty() ? "" : ", ") + name;
+      requesters += (requesters.empty() ? "" : ", ") + name;
    }
    if (!is.wanted) {
-      return (askers.empty()
+      return (requesters.empty()
                   ? "No directory asks for this feature here."
-                  : "Not in the aggregate, although " + askers +
+                  : "Not in the aggregate, although " + requesters +
                         (is.askedBy.size() == 1 ? " asks" : " ask") +
                         ": another directory withdrew it. Asking again brings it back.") +
              strangeWords(is) +
@@ -96,14 +96,14 @@ std::string verdict(Host const& host, FeatureSituation const& is) {
    if (!is.answered()) {
       text += " No answer to the present request: " + waitsFor(host, is.key) + ".";
    } else if (!is.inWords()) {
-      text += " It was answered " + std::string(printedFeatureStatus(is.response.status)) + ".";
+      text += " It was answered " + std::string(formatFeatureStatus(is.response.status)) + ".";
    }
    if (is.spills()) {
       text += " The value " + std::to_string(is.value) + " is wider than its field of " +
-              printedWidth(is.field->mask()) +
+              formatWidth(is.field->mask()) +
               "; the rest runs into the bits above it, where a later feature's value replaces it.";
    }
-   if (askers.empty()) {
+   if (requesters.empty()) {
       text += " No directory asks for it any more: the one that did went without withdrawing it.";
    }
    return text;
@@ -118,7 +118,7 @@ Explanation explainFeature(Host const& host, InLifFeatureKey key) {
       found.facts.emplace_back(std::move(label), std::move(text));
    };
    std::ostringstream subject;
-   subject << printedInLifKey(host, key.intfKey()) << " " << key.featureType();
+   subject << formatInLifKey(host, key.intfKey()) << " " << key.featureType();
    found.subject = subject.str();
    for (auto const& [name, value] : is.askedBy) {
       fact("asked by", name + ": " + std::to_string(value));
@@ -126,24 +126,24 @@ Explanation explainFeature(Host const& host, InLifFeatureKey key) {
    auto version = [](auto const& aggregate) {
       return aggregate ? ", version " + std::to_string(aggregate->version()) : "";
    };
-   fact("requested", printedValue(is.requested, key.featureType()) + version(is.requested));
-   fact("programmed", printedValue(is.handled, key.featureType()) + version(is.handled));
-   fact("response", std::string(printedFeatureStatus(is.response.status)) +
+   fact("requested", formatValue(is.requested, key.featureType()) + version(is.requested));
+   fact("programmed", formatValue(is.handled, key.featureType()) + version(is.handled));
+   fact("response", std::string(formatFeatureStatus(is.response.status)) +
                         (is.response.status == InLifFeatureResponseStatus::none
                              ? ""
                              : " for " + std::to_string(is.response.value)));
    if (is.field) {
       fact("field",
-           printedWidth(is.field->mask()) + " at bit " + std::to_string(is.field->offset()));
+           formatWidth(is.field->mask()) + " at bit " + std::to_string(is.field->offset()));
    }
    auto const& pipeline = host.inLifFeatures();
    for (IntfId intf : is.reached) {
       if (pipeline.mergedWords->lifFeatureAttrHas(intf)) {
-         fact("word of " + intf.name(), printedWord(pipeline.mergedWords->lifFeatureAttr(intf)));
+         fact("word of " + intf.name(), formatWord(pipeline.mergedWords->lifFeatureAttr(intf)));
       }
    }
    if (pipeline.subIntfWords->lifFeatureAttrHas(key.intfKey())) {
-      fact("word", printedWord(pipeline.subIntfWords->lifFeatureAttr(key.intfKey())));
+      fact("word", formatWord(pipeline.subIntfWords->lifFeatureAttr(key.intfKey())));
    }
    found.inHardware = is.inWords();
    found.verdict = verdict(host, is);

@@ -7,16 +7,16 @@ namespace Agent {
 
 using namespace Hardware::ShoalTunnel;
 
-InLifFeatureType takeFeatureType(Arguments& arguments) {
-   std::string word = arguments.take("TYPE");
+InLifFeatureType parseFeatureType(Arguments& arguments) {
+   std::string word = arguments.next("TYPE");
    std::string number = word.starts_with("feature") ? word.substr(7) : word;
    return static_cast<InLifFeatureType>(parseNumber(number, "TYPE", 1, kInLifFeatureTypeBound - 1));
 }
 
-std::vector<InLifIntfKey> takeInLifKeys(Host const& host, Arguments& arguments) {
+std::vector<InLifIntfKey> parseInLifKeys(Host const& host, Arguments& arguments) {
    World const& world = host.world();
-   auto interfaces = world.interfaces(arguments.take("INTERFACE"));
-   std::string word = arguments.take("UNIT:CORE or own");
+   auto interfaces = world.interfaces(arguments.next("INTERFACE"));
+   std::string word = arguments.next("UNIT:CORE or own");
    std::vector<InLifIntfKey> keys;
    for (IntfId intf : interfaces) {
       auto kind = intf.fields().kind;
@@ -43,19 +43,19 @@ std::vector<InLifIntfKey> takeInLifKeys(Host const& host, Arguments& arguments) 
    return keys;
 }
 
-InLifIntfKey takeInLifKey(Host const& host, Arguments& arguments) {
-   auto keys = takeInLifKeys(host, arguments);
+InLifIntfKey parseInLifKey(Host const& host, Arguments& arguments) {
+   auto keys = parseInLifKeys(host, arguments);
    if (keys.size() != 1) {
       throw CommandError("that names " + std::to_string(keys.size()) + " keys; one is wanted here");
    }
    return keys.front();
 }
 
-std::string printedInLifKey(Host const& host, InLifIntfKey key) {
+std::string formatInLifKey(Host const& host, InLifIntfKey key) {
    return key.intfId().name() + " on " + host.world().tcamName(key.tcamId());
 }
 
-std::string printedFeatures(InLifIntfFeatureAggr const& aggregate) {
+std::string formatFeatures(InLifIntfFeatureAggr const& aggregate) {
    std::ostringstream text;
    char const* separator = "";
    for (auto const& [type, value] : aggregate.featureAggIter()) {
@@ -65,18 +65,18 @@ std::string printedFeatures(InLifIntfFeatureAggr const& aggregate) {
    return text.str();
 }
 
-std::string printedWord(InLifFeatureAttributes const& word) {
+std::string formatWord(InLifFeatureAttributes const& word) {
    char text[24];
    std::snprintf(text, sizeof text, "0x%08x%04x%04x", word.eei, word.data1, word.data0);
    return text;
 }
 
-std::string printedWidth(uint32_t mask) {
+std::string formatWidth(uint32_t mask) {
    int width = std::popcount(mask);
    return std::to_string(width) + (width == 1 ? " bit" : " bits");
 }
 
-std::string_view printedFeatureStatus(InLifFeatureResponseStatus status) {
+std::string_view formatFeatureStatus(InLifFeatureResponseStatus status) {
    static constexpr std::string_view names[] = {"none", "success", "failure"};
    return names[static_cast<std::size_t>(status)];
 }

@@ -11,21 +11,21 @@ using Hardware::ShoalTunnel::InLifFeatureType;
 using Hardware::ShoalTunnel::InLifIntfKey;
 
 // 1 to 12, or "feature1" to "feature12".
-InLifFeatureType takeFeatureType(Arguments& arguments);
+InLifFeatureType parseFeatureType(Arguments& arguments);
 // INTERFACE UNIT:CORE|own; INTERFACE may be a pattern. CommandError for interfaces that no machine
 // serves. Never empty.
-std::vector<InLifIntfKey> takeInLifKeys(Host const& host, Arguments& arguments);
+std::vector<InLifIntfKey> parseInLifKeys(Host const& host, Arguments& arguments);
 // The same for one key.
-InLifIntfKey takeInLifKey(Host const& host, Arguments& arguments);
+InLifIntfKey parseInLifKey(Host const& host, Arguments& arguments);
 
 // "lc1/asic0/Ethernet0 on lc1/asic0:0"
-std::string printedInLifKey(Host const& host, InLifIntfKey key);
+std::string formatInLifKey(Host const& host, InLifIntfKey key);
 // "feature1=3,feature4=7"
-std::string printedFeatures(Hardware::ShoalTunnel::InLifIntfFeatureAggr const& aggregate);
+std::string formatFeatures(Hardware::ShoalTunnel::InLifIntfFeatureAggr const& aggregate);
 // The 64-bit word in hexadecimal.
-std::string printedWord(InLifFeatureAttributes const& word);
+std::string formatWord(InLifFeatureAttributes const& word);
 // "5 bits": of the mask of a field.
-std::string printedWidth(uint32_t mask);
-std::string_view printedFeatureStatus(Hardware::ShoalTunnel::InLifFeatureResponseStatus status);
+std::string formatWidth(uint32_t mask);
+std::string_view formatFeatureStatus(Hardware::ShoalTunnel::InLifFeatureResponseStatus status);
 
 } // namespace Agent

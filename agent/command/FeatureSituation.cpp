@@ -175,7 +175,7 @@ class FeatureGathering {
             auto features = pipeline_.inLifIntfCfg->request(key);
             if (features && key != found_.key.intfKey() &&
                 wordOf(getInLifFeatureAttr(features)) == wordOf(word)) {
-               return printedInLifKey(host_, key);
+               return formatInLifKey(host_, key);
             }
          }
       }

@@ -34,7 +34,7 @@ Table features(Host const& host) {
          bool answered = response.status != InLifFeatureResponseStatus::none;
          auto row = joined({name}, keyCells(host, key.intfKey()));
          table.add(joined(row, {typeName(key.featureType()), request.value,
-                                std::string(printedFeatureStatus(response.status)),
+                                std::string(formatFeatureStatus(response.status)),
                                 answered ? Json(response.value) : Json(),
                                 featureSituation(host, key).inWords()}));
       }
@@ -47,7 +47,7 @@ Table featureResponses(Host const& host) {
    for (auto const& [key, response] : host.inLifFeatures().featureStatus->responseIter()) {
       table.add(joined(keyCells(host, key.intfKey()),
                        {typeName(key.featureType()),
-                        std::string(printedFeatureStatus(response.status)), response.value}));
+                        std::string(formatFeatureStatus(response.status)), response.value}));
    }
    return table;
 }
@@ -57,7 +57,7 @@ Table aggregates(Host const& host) {
    auto const& pipeline = host.inLifFeatures();
    for (auto const& [key, aggregate] : pipeline.inLifIntfCfg->requestIter()) {
       auto handled = pipeline.inLifIntfStatus->response(key);
-      table.add(joined(keyCells(host, key), {printedFeatures(*aggregate), aggregate->version(),
+      table.add(joined(keyCells(host, key), {formatFeatures(*aggregate), aggregate->version(),
                                              handled ? Json(handled->version()) : Json()}));
    }
    return table;
@@ -66,7 +66,7 @@ Table aggregates(Host const& host) {
 Table spread(Host const& host) {
    Table table{"spread", {"port", "TCAM", "features"}, {}};
    for (auto const& [key, aggregate] : host.inLifFeatures().inLifIntfCfgLagExp->requestIter()) {
-      table.add(joined(keyCells(host, key), {printedFeatures(*aggregate)}));
+      table.add(joined(keyCells(host, key), {formatFeatures(*aggregate)}));
    }
    return table;
 }
@@ -75,10 +75,10 @@ Table words(Host const& host) {
    Table table{"words", {"port", "word", "port side", "VLAN side"}, {}};
    auto const& pipeline = host.inLifFeatures();
    auto cell = [](DefaultLifFeatureConfig const& of, IntfId intf) {
-      return of.lifFeatureAttrHas(intf) ? Json(printedWord(of.lifFeatureAttr(intf))) : Json();
+      return of.lifFeatureAttrHas(intf) ? Json(formatWord(of.lifFeatureAttr(intf))) : Json();
    };
    for (auto const& [intf, word] : pipeline.mergedWords->lifFeatureAttrIter()) {
-      table.add({intf.name(), printedWord(word), cell(*pipeline.portWords, intf),
+      table.add({intf.name(), formatWord(word), cell(*pipeline.portWords, intf),
                  cell(*pipeline.vlanWords, intf)});
    }
    return table;
@@ -87,7 +87,7 @@ Table words(Host const& host) {
 Table subIntfWords(Host const& host) {
    Table table{"sub-interface-words", {"sub-interface", "TCAM", "word"}, {}};
    for (auto const& [key, word] : host.inLifFeatures().subIntfWords->lifFeatureAttrIter()) {
-      table.add(joined(keyCells(host, key), {printedWord(word)}));
+      table.add(joined(keyCells(host, key), {formatWord(word)}));
    }
    return table;
 }

@@ -15,7 +15,7 @@ std::vector<Json> keyCells(AradSemKeyAndFap key) {
 std::vector<Json> keyCells(VlanTagToVsiMapperKey key) {
    auto const& fields = key.fields();
    return {fields.subIntfId.name(), fields.intfId.name(),
-           printedTags(fields.outerVlan.value(), fields.innerVlan)};
+           formatTags(fields.outerVlan.value(), fields.innerVlan)};
 }
 
 Table isem(Host const& host) {
@@ -25,7 +25,7 @@ Table isem(Host const& host) {
       auto status = pipeline.tableStatus->statusCollection().find(key);
       auto users = pipeline.common->semToRequest(key);
       bool accepted = status && status->statusCode == SemTableStatusEntry::success;
-      table.add(joined(keyCells(key), {printedPolicy(policyOfPayload(payload)),
+      table.add(joined(keyCells(key), {formatPolicy(policyOfPayload(payload)),
                                        status ? Json(accepted ? "accepted" : "refused") : Json(),
                                        users ? users->requests() : 0}));
    }
@@ -35,12 +35,12 @@ Table isem(Host const& host) {
 Table mapping(Host const& host) {
    Table table{"mapping", requestColumns({"entry"}), {}};
    for (auto const& [request, key] : host.isem().common->tcamRequestToIsemKeyMappingIter()) {
-      table.add(joined(requestCells(request), {printedKey(key)}));
+      table.add(joined(requestCells(request), {formatKey(key)}));
    }
    for (auto const& [request, mapping] :
-        host.inLif().common->tcamRequestToVlanTagToVsiKeyMappingIter()) {
+        host.mapper().common->tcamRequestToVlanTagToVsiKeyMappingIter()) {
       for (auto const& [key, present] : mapping->vtagToVsiMapperKeyIter()) {
-         table.add(joined(requestCells(request), {printedKey(key)}));
+         table.add(joined(requestCells(request), {formatKey(key)}));
       }
    }
    return table;
@@ -61,30 +61,30 @@ Table pending(Host const& host) {
        "pending", {"table", "entry", "kind", "place", "interface", "unit", "flood", "policy"}, {}};
    auto add = [&](std::vector<Json> const& what, TcamSharingEntry const& entry) {
       table.add(
-          joined(joined(what, requestCells(entry.request())), {printedPolicy(entry.policyId())}));
+          joined(joined(what, requestCells(entry.request())), {formatPolicy(entry.policyId())}));
    };
    for (auto const& [key, write] : host.isem().common->pendingSemWriteIter()) {
       for (std::size_t i = 0; i < write->pendingSharingEntrys(); ++i) {
-         add({"isem", printedKey(key.semKeyAndFap), key.isInsert ? "write" : "removal", i + 1},
+         add({"isem", formatKey(key.semKeyAndFap), key.isInsert ? "write" : "removal", i + 1},
              write->pendingSharingEntryQueue()[i]);
       }
    }
-   for (auto const& [key, entry] : host.inLif().common->pendingLifEntriesIter()) {
-      add({"mapper", printedKey(key), "write", 1}, entry);
+   for (auto const& [key, entry] : host.mapper().common->pendingLifEntriesIter()) {
+      add({"mapper", formatKey(key), "write", 1}, entry);
    }
-   for (auto const& [key, entry] : host.inLif().common->pendingTunnelLifEntriesIter()) {
-      add({"tunnel", printedKey(key), entry.policyId().empty() ? "removal" : "write", 1}, entry);
+   for (auto const& [key, entry] : host.mapper().common->pendingTunnelLifEntriesIter()) {
+      add({"tunnel", formatKey(key), entry.policyId().empty() ? "removal" : "write", 1}, entry);
    }
    return table;
 }
 
 Table lifCounts(Host const& host) {
    Table table{"lif-counts", requestColumns({"policy", "answers awaited", "error type"}), {}};
-   auto const& common = *host.inLif().common;
+   auto const& common = *host.mapper().common;
    auto add = [&](TcamSharingEntry const& entry) {
       auto error = common.vtagToVsiStatusErrorType(entry);
       table.add(joined(requestCells(entry.request()),
-                       {printedPolicy(entry.policyId()), common.tcamSharingEntryRefCount(entry),
+                       {formatPolicy(entry.policyId()), common.tcamSharingEntryRefCount(entry),
                         error == VlanTagToVsiMapperErrorType::none
                             ? Json()
                             : Json(static_cast<uint32_t>(error))}));
@@ -102,11 +102,11 @@ Table lifCounts(Host const& host) {
 
 Table mapper(Host const& host) {
    Table table{"mapper", {"sub-interface", "port", "tags", "lif", "policy", "answer"}, {}};
-   auto const& pipeline = host.inLif();
+   auto const& pipeline = host.mapper();
    for (auto const& [key, result] : pipeline.mapperConfig->configIter()) {
       auto status = pipeline.mapperStatus->statusCollection().find(key);
       bool accepted = status && status->errorType == VlanTagToVsiMapperErrorType::success;
-      table.add(joined(keyCells(key), {result.lif, printedData(result.inLifAdditionalData),
+      table.add(joined(keyCells(key), {result.lif, formatData(result.inLifAdditionalData),
                                        status ? Json(accepted ? "accepted" : "refused") : Json()}));
    }
    return table;
@@ -114,7 +114,7 @@ Table mapper(Host const& host) {
 
 Table tunnels(Host const& host) {
    Table table{"tunnels", {"tunnel", "unit", "policy", "answer"}, {}};
-   auto const& pipeline = host.inLif();
+   auto const& pipeline = host.mapper();
    for (auto const& [key, result] : pipeline.tunnelConfig->configIter()) {
       auto status = pipeline.tunnelStatus->statusCollection().find(key);
       Json answer;
@@ -123,7 +123,7 @@ Table tunnels(Host const& host) {
                   : status->statusCode == TunnelPolicyMapperStatusType::inProgress ? "in progress"
                                                                                    : "refused";
       }
-      table.add({key.intfId().name(), key.fapId().value(), printedData(result.inLifAdditionalData),
+      table.add({key.intfId().name(), key.fapId().value(), formatData(result.inLifAdditionalData),
                  answer});
    }
    return table;
@@ -132,13 +132,13 @@ Table tunnels(Host const& host) {
 Table chip(Host const& host) {
    Table table{"chip", {"table", "entry", "policy"}, {}};
    for (auto const& [key, payload] : host.chip().isem().entries()) {
-      table.add({"isem", printedKey(key), printedPolicy(policyOfPayload(payload))});
+      table.add({"isem", formatKey(key), formatPolicy(policyOfPayload(payload))});
    }
    for (auto const& [key, result] : host.chip().mapper().entries()) {
-      table.add({"mapper", printedKey(key), printedData(result.inLifAdditionalData)});
+      table.add({"mapper", formatKey(key), formatData(result.inLifAdditionalData)});
    }
    for (auto const& [key, result] : host.chip().tunnels().entries()) {
-      table.add({"tunnel", printedKey(key), printedData(result.inLifAdditionalData)});
+      table.add({"tunnel", formatKey(key), formatData(result.inLifAdditionalData)});
    }
    return table;
 }
@@ -146,7 +146,7 @@ Table chip(Host const& host) {
 template<class T>
 void addAnswers(Table& table, char const* name, ChipTable<T> const& of) {
    for (auto const& answer : of.unanswered()) {
-      table.add({name, printedKey(answer.key),
+      table.add({name, formatKey(answer.key),
                  !answer.written                         ? "removal"
                  : answer.outcome == Outcome::inProgress ? "in progress"
                                                          : "write",

@@ -15,7 +15,7 @@ namespace {
 struct PolicyField {
    std::string_view name;
    unsigned shift;
-   uint64_t most;
+   uint64_t max;
 };
 constexpr PolicyField policyFields[] = {
     {"qos", 0, 31}, {"pbr", 5, 31}, {"acl", 10, 127}, {"lumen", 17, 127}};
@@ -25,19 +25,19 @@ constexpr std::string_view statusNames[] = {"none", "success", "in-progress", "f
 
 } // namespace
 
-std::string printedRequest(TcamSharingRequest request) {
+std::string formatRequest(TcamSharingRequest request) {
    std::string text = request.intfId().name() + " unit " + std::to_string(request.fapId().value());
    uint16_t flood = request.l3FloodPortVlanId().value();
    return flood == 0 ? text : text + " flood " + std::to_string(flood);
 }
 
-std::string printedPolicy(TcamSharingPolicyId policy) {
+std::string formatPolicy(TcamSharingPolicyId policy) {
    std::string text;
    auto add = [&](std::string_view name, std::string const& value) {
       text += (text.empty() ? "" : ",") + std::string(name) + "=" + value;
    };
    for (auto const& field : policyFields) {
-      if (uint64_t value = policy.value() >> field.shift & field.most; value != 0) {
+      if (uint64_t value = policy.value() >> field.shift & field.max; value != 0) {
          add(field.name, std::to_string(value));
       }
    }
@@ -67,8 +67,8 @@ TcamSharingPolicyId parsePolicy(std::string_view text) {
       if (!seen.insert(name).second) {
          throw CommandError("POLICY has '" + std::string(name) + "' twice");
       }
-      uint64_t most = other ? UINT64_MAX >> otherShift : field->most;
-      value |= parseNumber(part.substr(name.size() + 1), name, 0, most)
+      uint64_t max = other ? UINT64_MAX >> otherShift : field->max;
+      value |= parseNumber(part.substr(name.size() + 1), name, 0, max)
                << (other ? otherShift : field->shift);
    }
    if (value == 0) {
@@ -77,46 +77,46 @@ TcamSharingPolicyId parsePolicy(std::string_view text) {
    return TcamSharingPolicyId(value);
 }
 
-std::string_view printedStatus(TcamSharingResponseStatus status) {
+std::string_view formatStatus(TcamSharingResponseStatus status) {
    return statusNames[status];
 }
 
-TcamSharingResponseStatus takeStatus(Arguments& arguments) {
-   return static_cast<TcamSharingResponseStatus>(arguments.takeChoice(
+TcamSharingResponseStatus parseStatus(Arguments& arguments) {
+   return static_cast<TcamSharingResponseStatus>(arguments.parseChoice(
        "STATUS", std::vector<std::string_view>(std::begin(statusNames), std::end(statusNames))));
 }
 
-std::string printedKey(AradSemKeyAndFap key) {
+std::string formatKey(AradSemKeyAndFap key) {
    AradISemKeyTcamSharing fields(key.key());
    return "(vlan " + std::to_string(fields.vlanId()) + ", domain " +
           std::to_string(fields.vlanDomain().value()) + ", unit " +
           std::to_string(key.fapId().value()) + ")";
 }
 
-std::string printedTags(uint32_t outer, uint32_t inner) {
+std::string formatTags(uint32_t outer, uint32_t inner) {
    return std::to_string(outer) + (inner == 0 ? "" : "," + std::to_string(inner));
 }
 
-std::string printedKey(VlanTagToVsiMapperKey key) {
+std::string formatKey(VlanTagToVsiMapperKey key) {
    auto const& fields = key.fields();
    return "(" + fields.subIntfId.name() + " on " + fields.intfId.name() + ", tags " +
-          printedTags(fields.outerVlan.value(), fields.innerVlan) +
+          formatTags(fields.outerVlan.value(), fields.innerVlan) +
           (fields.tagType == Hardware::ShoalTunnel::VlanTagType::dot1q ? ")" : ", other tag type)");
 }
 
-std::string printedKey(TunnelPolicyMapperKey key) {
+std::string formatKey(TunnelPolicyMapperKey key) {
    return "(" + key.intfId().name() + ", unit " + std::to_string(key.fapId().value()) + ")";
 }
 
-std::string printedData(uint64_t inLifAdditionalData) {
-   return printedPolicy(TcamSharingPolicyId(inLifAdditionalData));
+std::string formatData(uint64_t inLifAdditionalData) {
+   return formatPolicy(TcamSharingPolicyId(inLifAdditionalData));
 }
 
 TcamSharingPolicyId policyOfPayload(AradSemPayload payload) {
    return TcamSharingPolicyId((payload.value & 0xffff8) >> 3);
 }
 
-std::string printedUnitType(Hardware::Shoal::FapType type) {
+std::string formatUnitType(Hardware::Shoal::FapType type) {
    switch (type) {
    case 0:
       return "none";
@@ -127,15 +127,15 @@ std::string printedUnitType(Hardware::Shoal::FapType type) {
    }
 }
 
-std::string printedLookup(Hardware::Shoal::ExtLkupType type) {
+std::string formatLookup(Hardware::Shoal::ExtLkupType type) {
    return type == 0                                    ? "none"
           : type == Hardware::Shoal::extLkupTypeLumen_ ? "lumen"
                                                        : std::to_string(type);
 }
 
-Feature takeFeature(Arguments& arguments) {
-   return static_cast<Feature>(
-       arguments.takeChoice("FEATURE", {featureNames.begin(), featureNames.end()}));
+Requester parseRequester(Arguments& arguments) {
+   return static_cast<Requester>(
+       arguments.parseChoice("FEATURE", {requesterNames.begin(), requesterNames.end()}));
 }
 
 namespace {
@@ -175,8 +175,8 @@ std::vector<TcamSharingRequest> existingRequests(Host const& host, NamedRequests
    auto vlan = floodVlan(host.world(), intf, named);
    for (auto const& unit : host.world().inventory().units) {
       TcamSharingRequest candidate(intf, FapId(unit.fapId), vlan.value_or(VlanIdOrNone()));
-      for (std::size_t i = 0; i < kFeatures && !named.unit; ++i) {
-         if (host.features().config(static_cast<Feature>(i))->requestHas(candidate)) {
+      for (std::size_t i = 0; i < kRequesters && !named.unit; ++i) {
+         if (host.sharing().config(static_cast<Requester>(i))->requestHas(candidate)) {
             found.push_back(candidate);
          }
       }
@@ -186,17 +186,17 @@ std::vector<TcamSharingRequest> existingRequests(Host const& host, NamedRequests
 
 } // namespace
 
-std::vector<TcamSharingRequest> takeRequests(Host const& host, Arguments& arguments,
-                                             Naming naming) {
+std::vector<TcamSharingRequest> parseRequests(Host const& host, Arguments& arguments,
+                                              Naming naming) {
    World const& world = host.world();
    NamedRequests named;
-   named.typed = arguments.take("INTERFACE");
+   named.typed = arguments.next("INTERFACE");
    named.interfaces = world.interfaces(named.typed);
-   if (std::string word = arguments.take("UNIT"); word != "own") {
+   if (std::string word = arguments.next("UNIT"); word != "own") {
       named.unit = world.unit(word);
    }
-   if (arguments.takeWord("flood")) {
-      named.flood = VlanIdOrNone(static_cast<uint32_t>(arguments.takeNumber("VLAN", 1, 4094)));
+   if (arguments.accept("flood")) {
+      named.flood = VlanIdOrNone(static_cast<uint32_t>(arguments.parseNumber("VLAN", 1, 4094)));
    }
    bool pattern = World::isPattern(named.typed);
    std::vector<TcamSharingRequest> existing;
@@ -237,8 +237,8 @@ std::vector<TcamSharingRequest> takeRequests(Host const& host, Arguments& argume
    return requests;
 }
 
-TcamSharingRequest takeRequest(Host const& host, Arguments& arguments) {
-   auto requests = takeRequests(host, arguments, Naming::interfaces);
+TcamSharingRequest parseRequest(Host const& host, Arguments& arguments) {
+   auto requests = parseRequests(host, arguments, Naming::interfaces);
    if (requests.size() != 1) {
       throw CommandError("that names " + std::to_string(requests.size()) +
                          " requests; one is wanted here");

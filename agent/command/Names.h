@@ -14,30 +14,30 @@ using Hardware::ShoalTunnel::TcamSharingResponse;
 using Hardware::ShoalTunnel::TcamSharingResponseStatus;
 
 // "lc1/asic0/Ethernet4.10 unit 0", with " flood 200" where it has one.
-std::string printedRequest(TcamSharingRequest request);
+std::string formatRequest(TcamSharingRequest request);
 // "qos=5,pbr=1,acl=3,lumen=2", fields of 0 left out; "other=0x..." for bits above; "none" for 0.
-std::string printedPolicy(TcamSharingPolicyId policy);
+std::string formatPolicy(TcamSharingPolicyId policy);
 // The same, or the whole value as a number. Throws CommandError.
 TcamSharingPolicyId parsePolicy(std::string_view text);
 // success, in-progress, failed, none
-std::string_view printedStatus(TcamSharingResponseStatus status);
-TcamSharingResponseStatus takeStatus(Arguments& arguments);
+std::string_view formatStatus(TcamSharingResponseStatus status);
+TcamSharingResponseStatus parseStatus(Arguments& arguments);
 // "(vlan 100, domain 5, unit 3)"
-std::string printedKey(AradSemKeyAndFap key);
+std::string formatKey(AradSemKeyAndFap key);
 // "(lc1/asic0/Ethernet4.10 on lc1/asic0/Ethernet4, tags 100,20)", with ", other tag type" where the
 // chip does not match the tags as 802.1Q.
-std::string printedKey(VlanTagToVsiMapperKey key);
+std::string formatKey(VlanTagToVsiMapperKey key);
 // "(lc1/asic0/Tunnel-a, unit 3)"
-std::string printedKey(TunnelPolicyMapperKey key);
-std::string printedTags(uint32_t outer, uint32_t inner);
+std::string formatKey(TunnelPolicyMapperKey key);
+std::string formatTags(uint32_t outer, uint32_t inner);
 // The part of a policy that in-LIF additional data carry.
-std::string printedData(uint64_t inLifAdditionalData);
+std::string formatData(uint64_t inLifAdditionalData);
 // The policy that an entry's payload carries.
 TcamSharingPolicyId policyOfPayload(AradSemPayload payload);
-std::string printedUnitType(Hardware::Shoal::FapType type);
-std::string printedLookup(Hardware::Shoal::ExtLkupType type);
+std::string formatUnitType(Hardware::Shoal::FapType type);
+std::string formatLookup(Hardware::Shoal::ExtLkupType type);
 
-Feature takeFeature(Arguments& arguments);
+Requester parseRequester(Arguments& arguments);
 // What INTERFACE UNIT [flood VLAN] names; INTERFACE may be a pattern and UNIT "own".
 enum class Naming {
    interfaces,         // interfaces on their units, to ask for something
@@ -46,9 +46,9 @@ enum class Naming {
 };
 // CommandError with the reason for whatever the inventory cannot serve; for a pattern that names
 // requests it is no error when interfaces have none. May be empty then only.
-std::vector<TcamSharingRequest> takeRequests(Host const& host, Arguments& arguments,
-                                             Naming naming = Naming::patternsOfRequests);
+std::vector<TcamSharingRequest> parseRequests(Host const& host, Arguments& arguments,
+                                              Naming naming = Naming::patternsOfRequests);
 // The same for one request.
-TcamSharingRequest takeRequest(Host const& host, Arguments& arguments);
+TcamSharingRequest parseRequest(Host const& host, Arguments& arguments);
 
 } // namespace Agent

@@ -17,7 +17,7 @@ std::string cellText(Json const& cell) {
    if (cell.is_boolean()) {
       return cell.get<bool>() ? "yes" : "no";
    }
-   return cell.is_number_float() ? printedSeconds(cell.get<double>()) : cell.dump();
+   return cell.is_number_float() ? formatSeconds(cell.get<double>()) : cell.dump();
 }
 
 void printText(std::ostream& out, Table const& table) {
@@ -51,7 +51,7 @@ void printText(std::ostream& out, Table const& table) {
 
 } // namespace
 
-std::string printedSeconds(double seconds) {
+std::string formatSeconds(double seconds) {
    char text[64];
    std::snprintf(text, sizeof text, "%.6f", seconds);
    std::string printed = text;

@@ -26,6 +26,6 @@ struct Table {
 void print(std::ostream& out, Table const& table, Format format);
 
 // Seconds as commands print them, without trailing zeros.
-std::string printedSeconds(double seconds);
+std::string formatSeconds(double seconds);
 
 } // namespace Agent

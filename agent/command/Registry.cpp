@@ -1,64 +1,10 @@
 #include "agent/command/Registry.h"
 
-#include "agent/inventory/InterfaceName.h"
-
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 
 namespace Agent {
-
-namespace {
-
-// No name of an inventory and hardly a path is longer.
-constexpr std::size_t longestWord = 600;
-constexpr std::size_t shownOfWord = 60;
-constexpr std::size_t longestText = 16384;
-
-std::string firstOf(std::string_view text, std::size_t size) {
-   // Not in the middle of a character of UTF-8.
-   while (size > 0 && (static_cast<unsigned char>(text[size]) & 0xc0) == 0x80) {
-      --size;
-   }
-   return std::string(text.substr(0, size)) + "...";
-}
-
-std::string shortened(std::string_view text, std::size_t longest, std::size_t shown) {
-   return text.size() <= longest
-              ? std::string(text)
-              : firstOf(text, shown) + " (" + std::to_string(text.size()) + " characters)";
-}
-
-std::string shownWord(std::string_view word) {
-   bool quoted = word.size() > longestWord && word.front() == '\'' && word.back() == '\'';
-   if (!quoted) {
-      return shortened(word, longestWord, shownOfWord);
-   }
-   word = word.substr(1, word.size() - 2);
-   return "'" + firstOf(word, shownOfWord) + "' (" + std::to_string(word.size()) + " characters)";
-}
-
-std::string printable(std::string_view text) {
-   std::string shown;
-   for (std::size_t at = 0; at < text.size();) {
-      std::size_t end = std::min(text.find_first_of(" \n", at), text.size());
-      shown += shownWord(text.substr(at, end - at));
-      shown += text.substr(end, 1);
-      at = end + 1;
-   }
-   std::string escaped;
-   for (char c : shortened(shown, longestText, longestText)) {
-      char code[8];
-      std::snprintf(code, sizeof code, "\\x%02x", static_cast<unsigned char>(c));
-      escaped += isControl(c) && c != '\n' ? code : std::string(1, c);
-   }
-   return escaped;
-}
-
-} // namespace
-
-CommandError::CommandError(std::string const& text) : std::runtime_error(printable(text)) {}
 
 Arguments::Arguments(std::vector<std::string> words) : words_(std::move(words)) {
    auto option = std::find(words_.begin(), words_.end(), "--format");
@@ -72,20 +18,20 @@ Arguments::Arguments(std::vector<std::string> words) : words_(std::move(words)) 
    words_.erase(option, option + 2);
 }
 
-std::string Arguments::take(std::string_view what) {
+std::string Arguments::next(std::string_view what) {
    if (!more()) {
       throw CommandError(std::string(what) + " is missing");
    }
    return words_[next_++];
 }
 
-bool Arguments::takeWord(std::string_view word) {
+bool Arguments::accept(std::string_view word) {
    bool found = more() && words_[next_] == word;
    next_ += found ? 1 : 0;
    return found;
 }
 
-uint64_t parseNumber(std::string_view text, std::string_view what, uint64_t least, uint64_t most) {
+uint64_t parseNumber(std::string_view text, std::string_view what, uint64_t min, uint64_t max) {
    bool hexadecimal = text.starts_with("0x");
    std::string_view digits = hexadecimal ? text.substr(2) : text;
    uint64_t number = 0;
@@ -95,38 +41,38 @@ uint64_t parseNumber(std::string_view text, std::string_view what, uint64_t leas
    if (error == std::errc::invalid_argument || !whole) {
       throw CommandError(std::string(what) + " is a number, not '" + std::string(text) + "'");
    }
-   if (error != std::errc() || number < least || number > most) {
-      throw CommandError(std::string(what) + " is " + std::to_string(least) + " to " +
-                         std::to_string(most) + ", not " + std::string(text));
+   if (error != std::errc() || number < min || number > max) {
+      throw CommandError(std::string(what) + " is " + std::to_string(min) + " to " +
+                         std::to_string(max) + ", not " + std::string(text));
    }
    return number;
 }
 
-uint64_t Arguments::takeNumber(std::string_view what, uint64_t least, uint64_t most) {
-   return parseNumber(take(what), what, least, most);
+uint64_t Arguments::parseNumber(std::string_view what, uint64_t min, uint64_t max) {
+   return Agent::parseNumber(next(what), what, min, max);
 }
 
-double Arguments::takeReal(std::string_view what, double least, double most) {
-   std::string text = take(what);
+double Arguments::parseReal(std::string_view what, double min, double max) {
+   std::string text = next(what);
    double number = 0.0;
    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
    if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(number)) {
       throw CommandError(std::string(what) + " is a number, not '" + text + "'");
    }
-   if (number < least || number > most) {
-      throw CommandError(std::string(what) + " is " + printedSeconds(least) + " to " +
-                         printedSeconds(most) + ", not " + text);
+   if (number < min || number > max) {
+      throw CommandError(std::string(what) + " is " + formatSeconds(min) + " to " +
+                         formatSeconds(max) + ", not " + text);
    }
    return number;
 }
 
-bool Arguments::takeSwitch(std::string_view what) {
-   return takeChoice(what, {"off", "on"}) == 1;
+bool Arguments::parseSwitch(std::string_view what) {
+   return parseChoice(what, {"off", "on"}) == 1;
 }
 
-std::size_t Arguments::takeChoice(std::string_view what,
-                                  std::vector<std::string_view> const& choices) {
-   std::string word = take(what);
+std::size_t Arguments::parseChoice(std::string_view what,
+                                   std::vector<std::string_view> const& choices) {
+   std::string word = next(what);
    auto found = std::find(choices.begin(), choices.end(), word);
    if (found == choices.end()) {
       std::string list;
@@ -147,7 +93,7 @@ void Arguments::end() const {
 std::string Arguments::rest() {
    std::string text;
    while (more()) {
-      text += (text.empty() ? "" : " ") + take("");
+      text += (text.empty() ? "" : " ") + next("");
    }
    return text;
 }
@@ -161,8 +107,8 @@ Command const* Registry::find(std::string const& name) const {
    return found == commands_.end() ? nullptr : &found->second;
 }
 
-Registry const& commandRegistry() {
-   static Registry const registry = [] {
+Registry& commandRegistry() {
+   static Registry registry = [] {
       Registry made;
       addRequestCommands(made);
       addWorldCommands(made);
@@ -173,6 +119,7 @@ Registry const& commandRegistry() {
       addExplainCommands(made);
       addExpectCommands(made);
       addTraceCommands(made);
+      addMachineCommands(made);
       return made;
    }();
    return registry;

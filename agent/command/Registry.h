@@ -3,11 +3,11 @@
 #pragma once
 
 #include "agent/command/Output.h"
+#include "agent/errors/Errors.h"
 
 #include <functional>
 #include <map>
 #include <ostream>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,20 +16,6 @@ namespace Agent {
 
 class Host;
 
-// A command that cannot be carried out; the text says why and, where there is one, a way out.
-// Nothing was changed. What the text repeats of the input is made fit to print: control characters
-// are escaped, overlong words cut.
-class CommandError : public std::runtime_error {
- public:
-   explicit CommandError(std::string const& text);
-};
-
-// A condition that does not hold.
-class ExpectationFailed : public std::runtime_error {
- public:
-   using std::runtime_error::runtime_error;
-};
-
 // The words behind the command's name, taken one by one. Running out of words and leaving some over
 // are errors that name what is missing or too much.
 class Arguments {
@@ -37,15 +23,15 @@ class Arguments {
    explicit Arguments(std::vector<std::string> words);
 
    bool more() const { return next_ < words_.size(); }
-   std::string take(std::string_view what);
+   std::string next(std::string_view what);
    // The next word when it is this one.
-   bool takeWord(std::string_view word);
-   uint64_t takeNumber(std::string_view what, uint64_t least, uint64_t most);
-   // Seconds, or a probability, within [least, most].
-   double takeReal(std::string_view what, double least, double most);
-   bool takeSwitch(std::string_view what); // on | off
+   bool accept(std::string_view word);
+   uint64_t parseNumber(std::string_view what, uint64_t min, uint64_t max);
+   // Seconds, or a probability, within [min, max].
+   double parseReal(std::string_view what, double min, double max);
+   bool parseSwitch(std::string_view what); // on | off
    // One of these words; its place in the list.
-   std::size_t takeChoice(std::string_view what, std::vector<std::string_view> const& choices);
+   std::size_t parseChoice(std::string_view what, std::vector<std::string_view> const& choices);
    // Throws when words are left.
    void end() const;
    // "--format json" anywhere among the words.
@@ -58,7 +44,7 @@ class Arguments {
    Format format_ = Format::text;
 };
 
-uint64_t parseNumber(std::string_view text, std::string_view what, uint64_t least, uint64_t most);
+uint64_t parseNumber(std::string_view text, std::string_view what, uint64_t min, uint64_t max);
 
 struct Command {
    std::string name;
@@ -71,6 +57,7 @@ struct Command {
 
 class Registry {
  public:
+   // Does nothing when the name is taken.
    void add(Command command);
    // null when there is none.
    Command const* find(std::string const& name) const;
@@ -80,8 +67,8 @@ class Registry {
    std::map<std::string, Command> commands_;
 };
 
-// All commands of the agent.
-Registry const& commandRegistry();
+// All commands of the agent; whoever stands above it adds its own.
+Registry& commandRegistry();
 
 // Each file of commands adds its own.
 void addRequestCommands(Registry& registry);
@@ -93,5 +80,6 @@ void addShowCommands(Registry& registry);
 void addExplainCommands(Registry& registry);
 void addExpectCommands(Registry& registry);
 void addTraceCommands(Registry& registry);
+void addMachineCommands(Registry& registry);
 
 } // namespace Agent

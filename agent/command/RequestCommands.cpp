@@ -8,18 +8,18 @@ namespace {
 using Hardware::Shoal::extLkupTypeLumen_;
 
 // The invariants of the merge, told as refusals.
-void checkPolicy(World const& world, Feature feature, TcamSharingRequest request,
+void checkPolicy(World const& world, Requester requester, TcamSharingRequest request,
                  TcamSharingPolicyId policy) {
    std::string unit = "unit " + std::to_string(request.fapId().value());
    bool lumenUnit = world.shoalStatus->fapExtLkupType(request.fapId()) == extLkupTypeLumen_;
-   if (feature == Feature::acl) {
+   if (requester == Requester::acl) {
       if (lumenUnit && policy.lumenAclLabel() != 0) {
          throw CommandError(unit + " has the lumen lookup, where the lumen label is not the acl "
                                    "feature's to ask for");
       }
       return;
    }
-   std::string name(featureNames[static_cast<std::size_t>(feature)]);
+   std::string name(requesterNames[static_cast<std::size_t>(requester)]);
    if (!lumenUnit) {
       throw CommandError(unit + " has no lumen lookup, so the " + name +
                          " feature cannot ask there (unit UNIT lookup lumen)");
@@ -39,28 +39,28 @@ void checkUnit(World const& world, FapId unit) {
 }
 
 void request(Host& host, Arguments& arguments, std::ostream&) {
-   Feature feature = takeFeature(arguments);
-   auto requests = takeRequests(host, arguments, Naming::interfaces);
-   TcamSharingPolicyId policy = parsePolicy(arguments.take("POLICY"));
+   Requester requester = parseRequester(arguments);
+   auto requests = parseRequests(host, arguments, Naming::interfaces);
+   TcamSharingPolicyId policy = parsePolicy(arguments.next("POLICY"));
    arguments.end();
    for (TcamSharingRequest each : requests) {
       checkUnit(host.world(), each.fapId());
-      checkPolicy(host.world(), feature, each, policy);
+      checkPolicy(host.world(), requester, each, policy);
    }
    for (TcamSharingRequest each : requests) {
-      host.features().config(feature)->requestIs(each, policy);
+      host.sharing().config(requester)->requestIs(each, policy);
    }
 }
 
 void withdraw(Host& host, Arguments& arguments, std::ostream&) {
-   Feature feature = takeFeature(arguments);
-   auto requests = takeRequests(host, arguments, Naming::requests);
+   Requester requester = parseRequester(arguments);
+   auto requests = parseRequests(host, arguments, Naming::requests);
    arguments.end();
-   auto const& config = host.features().config(feature);
+   auto const& config = host.sharing().config(requester);
    // A pattern names what is there; a single name that asks for nothing is a slip.
    std::erase_if(requests, [&](TcamSharingRequest each) { return !config->requestHas(each); });
    if (requests.empty()) {
-      throw CommandError("the " + std::string(featureNames[static_cast<std::size_t>(feature)]) +
+      throw CommandError("the " + std::string(requesterNames[static_cast<std::size_t>(requester)]) +
                          " feature asks for nothing there");
    }
    for (TcamSharingRequest each : requests) {

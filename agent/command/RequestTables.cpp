@@ -28,7 +28,7 @@ Table merged(Host const& host) {
    Table table{"merged", requestColumns({"pipeline", "policy"}), {}};
    for (SharingPipeline const* pipeline : host.pipelines()) {
       for (auto const& [request, policy] : pipeline->merged->requestIter()) {
-         table.add(joined(requestCells(request), {pipeline->name, printedPolicy(policy)}));
+         table.add(joined(requestCells(request), {pipeline->name, formatPolicy(policy)}));
       }
    }
    return table;
@@ -38,12 +38,12 @@ Table output(Host const& host) {
    Table table{"output", requestColumns({"table", "policy"}), {}};
    auto add = [&](char const* name, TcamSharingConfig const& config) {
       for (auto const& [request, policy] : config.requestIter()) {
-         table.add(joined(requestCells(request), {name, printedPolicy(policy)}));
+         table.add(joined(requestCells(request), {name, formatPolicy(policy)}));
       }
    };
    add("isem", *host.isem().outputTable);
-   add("tag", *host.inLif().tagOutput);
-   add("tunnel", *host.inLif().tunnelOutput);
+   add("tag", *host.mapper().tagOutput);
+   add("tunnel", *host.mapper().tunnelOutput);
    return table;
 }
 
@@ -52,8 +52,8 @@ Table responses(Host const& host) {
    for (SharingPipeline const* pipeline : host.pipelines()) {
       for (auto const& [request, response] : pipeline->mergedStatus->responseIter()) {
          table.add(joined(requestCells(request),
-                          {pipeline->name, std::string(printedStatus(response.status)),
-                           printedPolicy(response.policyId)}));
+                          {pipeline->name, std::string(formatStatus(response.status)),
+                           formatPolicy(response.policyId)}));
       }
    }
    return table;
@@ -75,7 +75,7 @@ Table retry(Host const& host) {
    for (SharingPipeline const* pipeline : host.pipelines()) {
       for (auto const& [entry, waiting] : pipeline->commonBase->retryListIter()) {
          table.add(joined(requestCells(entry.request()),
-                          {pipeline->name, printedPolicy(entry.policyId()),
+                          {pipeline->name, formatPolicy(entry.policyId()),
                            pipeline->codef->nextRetry(), resolve(host, entry.request()).missing}));
       }
    }
@@ -86,7 +86,7 @@ Table retry(Host const& host) {
 
 namespace {
 
-char const* printed(FeaturePart::InHardware inHardware) {
+char const* formatPart(RequesterPart::InHardware inHardware) {
    static constexpr char const* texts[] = {"no", "entry only", "partly", "yes"};
    return texts[static_cast<std::size_t>(inHardware)];
 }
@@ -99,16 +99,15 @@ Table requestTable(Host const& host) {
                 "in hardware"},
                {}};
    Situations situations(host);
-   for (std::size_t i = 0; i < kFeatures; ++i) {
-      auto feature = static_cast<Feature>(i);
-      for (auto const& [request, policy] : host.features().config(feature)->requestIter()) {
-         FeaturePart part = featurePart(host, situations.of(request), feature);
+   for (std::size_t i = 0; i < kRequesters; ++i) {
+      auto requester = static_cast<Requester>(i);
+      for (auto const& [request, policy] : host.sharing().config(requester)->requestIter()) {
+         RequesterPart part = requesterPart(host, situations.of(request), requester);
          bool answered = part.answer.status != tcamSharingNone;
-         auto row = joined({std::string(featureNames[i])}, requestCells(request));
-         table.add(
-             joined(row, {printedPolicy(policy), std::string(printedStatus(part.answer.status)),
-                          answered ? Json(printedPolicy(part.answer.policyId)) : Json(),
-                          printed(part.inHardware)}));
+         auto row = joined({std::string(requesterNames[i])}, requestCells(request));
+         table.add(joined(row, {formatPolicy(policy), std::string(formatStatus(part.answer.status)),
+                                answered ? Json(formatPolicy(part.answer.policyId)) : Json(),
+                                formatPart(part.inHardware)}));
       }
    }
    return table;
@@ -120,19 +119,19 @@ Table summaryTable(Host const& host) {
                 "failed", "none"},
                {}};
    Situations situations(host);
-   for (std::size_t i = 0; i < kFeatures; ++i) {
+   for (std::size_t i = 0; i < kRequesters; ++i) {
       std::array<std::size_t, 4> counts{};
       std::size_t inHardware = 0;
       std::size_t older = 0;
-      auto feature = static_cast<Feature>(i);
-      auto const& config = host.features().config(feature);
+      auto requester = static_cast<Requester>(i);
+      auto const& config = host.sharing().config(requester);
       for (auto const& [request, policy] : config->requestIter()) {
-         FeaturePart part = featurePart(host, situations.of(request), feature);
-         inHardware += part.inHardware >= FeaturePart::InHardware::partly ? 1 : 0;
+         RequesterPart part = requesterPart(host, situations.of(request), requester);
+         inHardware += part.inHardware >= RequesterPart::InHardware::partly ? 1 : 0;
          older += part.answeredOlder() ? 1 : 0;
          counts[part.answer.status] += part.answeredOlder() ? 0 : 1;
       }
-      table.add({std::string(featureNames[i]), config->requests(), inHardware,
+      table.add({std::string(requesterNames[i]), config->requests(), inHardware,
                  counts[tcamSharingSuccess], older, counts[tcamSharingInProgress],
                  counts[tcamSharingFailed], counts[tcamSharingNone]});
    }

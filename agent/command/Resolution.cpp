@@ -97,7 +97,7 @@ class Resolver {
       if (request_.fapId().value() > AradSemKeyAndFap::maxFapId) {
          never("an ISEM key cannot name " + unit_);
       } else if (tags_->inner != 0) {
-         never("it has two tags (" + printedTags(tags_->outer, tags_->inner) +
+         never("it has two tags (" + formatTags(tags_->outer, tags_->inner) +
                "), which the ISEM does not hold, so it is not programmed");
       } else {
          found_.keys.emplace_back(AradSemKeyAndFap(
@@ -118,7 +118,7 @@ class Resolver {
          }
          auto key = VlanTagToVsiMapperKey::ofSubIntf(port, intf_, *tags_,
                                                      status ? status->encapKind() : 0);
-         if (!host_.inLif().mapperConfig->configHas(key)) {
+         if (!host_.mapper().mapperConfig->configHas(key)) {
             miss("the sub-interface is not programmed on " + port.name() +
                  (off ? ", since program-in-hw is off" : ""));
             found_.flag = off && !others;

@@ -6,7 +6,7 @@ namespace Agent {
 namespace {
 
 void show(Host& host, Arguments& arguments, std::ostream& out) {
-   NamedTable const& table = namedTable(arguments.take("TABLE"));
+   NamedTable const& table = namedTable(arguments.next("TABLE"));
    arguments.end();
    print(out, table.make(host), arguments.format());
 }
@@ -43,7 +43,7 @@ void helpOn(std::string const& name, std::ostream& out, Format format) {
 
 void help(Host&, Arguments& arguments, std::ostream& out) {
    if (arguments.more()) {
-      std::string name = arguments.take("COMMAND");
+      std::string name = arguments.next("COMMAND");
       arguments.end();
       helpOn(name, out, arguments.format());
       return;

@@ -15,9 +15,9 @@ namespace {
 
 constexpr char const* noPolicy = "an entry without a policy";
 
-std::string printedPayload(AradSemPayload payload) {
+std::string formatPayload(AradSemPayload payload) {
    TcamSharingPolicyId policy = policyOfPayload(payload);
-   return policy.empty() ? noPolicy : printedPolicy(policy);
+   return policy.empty() ? noPolicy : formatPolicy(policy);
 }
 
 AradSemPayload payloadOf(Host const& host, TcamSharingRequest request, TcamSharingPolicyId policy) {
@@ -81,7 +81,7 @@ class Gathering {
              return entry.role == Role::leftBehind && entry.held;
           });
       TcamSharingEntry entry(found_.request, found_.merged);
-      found_.answersAwaited = host_.inLif().common->tcamSharingEntryRefCount(entry);
+      found_.answersAwaited = host_.mapper().common->tcamSharingEntryRefCount(entry);
    }
 
  private:
@@ -118,7 +118,7 @@ class Gathering {
             auto change = host_.chronicle().lastChange(key);
             if (held && held->inLifAdditionalData != 0 && change && change->by == found_.request) {
                addOnce(key, Role::leftBehind);
-            } else if (host_.inLif().common->pendingLifEntries(key).request() == found_.request) {
+            } else if (host_.mapper().common->pendingLifEntries(key).request() == found_.request) {
                addOnce(key, Role::other);
             }
          }
@@ -137,14 +137,14 @@ class Gathering {
 
    void fill(EntrySituation& entry, AradSemKeyAndFap key) {
       auto const& common = *host_.isem().common;
-      entry.name = printedKey(key);
+      entry.name = formatKey(key);
       AradSemPayload wanted = payloadOf(host_, found_.request, found_.merged);
       if (auto configured = host_.isem().table->configCollection().find(key)) {
-         entry.configured = printedPayload(*configured);
+         entry.configured = formatPayload(*configured);
          entry.configuredRight = *configured == wanted;
       }
       if (auto held = host_.chip().isem().held(key)) {
-         entry.held = printedPayload(*held);
+         entry.held = formatPayload(*held);
          entry.carries = *held == wanted;
       }
       entry.chip = host_.chip().isem().memory(key);
@@ -185,7 +185,7 @@ class Gathering {
 
    void fill(EntrySituation& entry, VlanTagToVsiMapperKey key) {
       fillData(entry, key, host_.chip().mapper());
-      TcamSharingEntry pending = host_.inLif().common->pendingLifEntries(key);
+      TcamSharingEntry pending = host_.mapper().common->pendingLifEntries(key);
       if (pending != TcamSharingEntry()) {
          bool removal = pending.policyId().empty();
          (removal ? entry.removals : entry.writes).push_back(pending.request());
@@ -197,7 +197,7 @@ class Gathering {
 
    void fill(EntrySituation& entry, TunnelPolicyMapperKey key) {
       fillData(entry, key, host_.chip().tunnels());
-      TcamSharingEntry pending = host_.inLif().common->pendingTunnelLifEntries(key);
+      TcamSharingEntry pending = host_.mapper().common->pendingTunnelLifEntries(key);
       if (pending == TcamSharingEntry()) {
          return;
       }
@@ -229,20 +229,20 @@ class Gathering {
 
    template<class Key, class T>
    void fillData(EntrySituation& entry, Key key, ChipTable<T> const& table) const {
-      entry.name = printedKey(key);
+      entry.name = formatKey(key);
       uint64_t wanted = dataOf(found_.merged);
       // An in-LIF is there without data, too; a tunnel's entry is the request's.
-      auto printed = [](uint64_t data) {
-         return data != 0                        ? printedData(data)
+      auto format = [](uint64_t data) {
+         return data != 0                        ? formatData(data)
                 : std::is_same_v<T, TunnelTable> ? std::string(noPolicy)
                                                  : "no policy";
       };
       if (auto configured = table.configured(key)) {
-         entry.configured = printed(configured->inLifAdditionalData);
+         entry.configured = format(configured->inLifAdditionalData);
          entry.configuredRight = configured->inLifAdditionalData == wanted;
       }
       if (auto held = table.held(key)) {
-         entry.held = printed(held->inLifAdditionalData);
+         entry.held = format(held->inLifAdditionalData);
          entry.carries = held->inLifAdditionalData == wanted;
       }
       entry.chip = table.memory(key);
@@ -318,25 +318,25 @@ uint64_t carriedBits(EntryKey const& key) {
 }
 
 // The policies' bits that a feature owns on the unit, as the merge takes them.
-uint64_t fieldsOf(Host const& host, Feature feature, FapId unit) {
+uint64_t fieldsOf(Host const& host, Requester requester, FapId unit) {
    if (host.world().shoalStatus->fapExtLkupType(unit) != Hardware::Shoal::extLkupTypeLumen_) {
-      return feature == Feature::acl ? UINT64_MAX : 0;
+      return requester == Requester::acl ? UINT64_MAX : 0;
    }
-   return feature == Feature::acl ? carriedBits(AradSemKeyAndFap())
-                                  : TcamSharingPolicyId::lumenAclLabelMask;
+   return requester == Requester::acl ? carriedBits(AradSemKeyAndFap())
+                                      : TcamSharingPolicyId::lumenAclLabelMask;
 }
 
 } // namespace
 
-FeaturePart featurePart(Host const& host, Situation const& situation, Feature feature) {
-   using InHardware = FeaturePart::InHardware;
+RequesterPart requesterPart(Host const& host, Situation const& situation, Requester requester) {
+   using InHardware = RequesterPart::InHardware;
    TcamSharingRequest request = situation.request;
-   uint64_t fields = fieldsOf(host, feature, request.fapId());
-   uint64_t asked = host.features().config(feature)->request(request).value() & fields;
-   FeaturePart part;
+   uint64_t fields = fieldsOf(host, requester, request.fapId());
+   uint64_t asked = host.sharing().config(requester)->request(request).value() & fields;
+   RequesterPart part;
    part.asked = TcamSharingPolicyId(asked);
-   part.answer = host.features()
-                     .status(feature == Feature::rampart ? Feature::lumen : feature)
+   part.answer = host.sharing()
+                     .status(requester == Requester::rampart ? Requester::lumen : requester)
                      ->response(request);
    // Lumen and rampart write one field.
    if (situation.inHardware && asked != 0 && (situation.merged.value() & fields) == asked) {
@@ -361,7 +361,7 @@ Situations::Situations(Host const& host) : host_(host) {
          mapperKeys_[key.fields().subIntfId.index()].push_back(key);
       }
    }
-   for (auto const& [key, entry] : host.inLif().common->pendingLifEntriesIter()) {
+   for (auto const& [key, entry] : host.mapper().common->pendingLifEntriesIter()) {
       mapperKeys_[key.fields().subIntfId.index()].push_back(key);
    }
 }
@@ -399,14 +399,14 @@ Situation Situations::of(TcamSharingRequest request) const {
    found.resolution = resolve(host_, request);
    found.carried =
        found.resolution.keys.empty() ? UINT64_MAX : carriedBits(found.resolution.keys.front());
-   for (std::size_t i = 0; i < kFeatures; ++i) {
-      auto feature = static_cast<Feature>(i);
-      found.asked = found.asked || host_.features().config(feature)->requestHas(request);
-      TcamSharingPolicyId asks = host_.features().config(feature)->request(request);
-      uint64_t fields = fieldsOf(host_, feature, request.fapId()) | asks.value();
+   for (std::size_t i = 0; i < kRequesters; ++i) {
+      auto requester = static_cast<Requester>(i);
+      found.asked = found.asked || host_.sharing().config(requester)->requestHas(request);
+      TcamSharingPolicyId asks = host_.sharing().config(requester)->request(request);
+      uint64_t fields = fieldsOf(host_, requester, request.fapId()) | asks.value();
       TcamSharingPolicyId there(found.merged.value() & fields);
       if (!asks.empty() && there != asks) {
-         found.overruled.push_back({feature, asks, there});
+         found.overruled.push_back({requester, asks, there});
       }
    }
    auto mapperKeys = mapperKeys_.find(request.intfId().index());

@@ -77,7 +77,7 @@ struct Situation {
    // A feature that asks for what the merged policy does not have: it asks for bits that are not
    // its own on the unit, or another feature wrote or withdrew them last.
    struct Overruled {
-      Feature feature;
+      Requester requester;
       TcamSharingPolicyId asks;
       TcamSharingPolicyId there; // in the merged policy
    };
@@ -91,7 +91,7 @@ struct Situation {
 };
 
 // What is so of one feature's part of a request.
-struct FeaturePart {
+struct RequesterPart {
    TcamSharingPolicyId asked; // in the fields that are the feature's on the unit
    // What it is told: rampart's label is answered in lumen's status, for both.
    TcamSharingResponse answer;
@@ -107,7 +107,7 @@ struct FeaturePart {
       return answer.status == Hardware::ShoalTunnel::tcamSharingSuccess && answer.policyId != asked;
    }
 };
-FeaturePart featurePart(Host const& host, Situation const& situation, Feature feature);
+RequesterPart requesterPart(Host const& host, Situation const& situation, Requester requester);
 
 // Decides for many requests: what is looked up for one of them serves the next.
 class Situations {

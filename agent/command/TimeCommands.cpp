@@ -1,4 +1,4 @@
-// Virtual time, the time constants of the agent, and machines that are built again.
+// Virtual time, and the time constants of the agent.
 #include "agent/command/Names.h"
 
 namespace Agent {
@@ -6,7 +6,7 @@ namespace Agent {
 namespace {
 
 void advance(Host& host, Arguments& arguments, std::ostream&) {
-   double seconds = arguments.takeReal("SECONDS", 0.0, 86400.0);
+   double seconds = arguments.parseReal("SECONDS", 0.0, 86400.0);
    arguments.end();
    host.advance(seconds);
 }
@@ -15,15 +15,15 @@ void settle(Host& host, Arguments& arguments, std::ostream& out) {
    arguments.end();
    Seconds before = host.time().peek();
    if (!host.settle()) {
-      out << "still moving after " << printedSeconds(host.time().peek() - before) << " s\n";
+      out << "still moving after " << formatSeconds(host.time().peek() - before) << " s\n";
    }
 }
 
 void set(Host& host, Arguments& arguments, std::ostream&) {
    std::size_t what =
-       arguments.takeChoice("WHAT", {"quantum", "retry-interval", "cost-per-reading"});
+       arguments.parseChoice("WHAT", {"quantum", "retry-interval", "cost-per-reading"});
    // A retry pass every instant would leave time no room to move.
-   double seconds = arguments.takeReal("SECONDS", what == 1 ? 0.01 : 0.0, 3600.0);
+   double seconds = arguments.parseReal("SECONDS", what == 1 ? 0.01 : 0.0, 3600.0);
    arguments.end();
    if (what < 2) {
       for (SharingPipeline* pipeline : host.pipelines()) {
@@ -37,13 +37,6 @@ void set(Host& host, Arguments& arguments, std::ostream&) {
    }
 }
 
-void rebuild(Host& host, Arguments& arguments, std::ostream&) {
-   auto machine = static_cast<Machine>(
-       arguments.takeChoice("MACHINE", {machineNames.begin(), machineNames.end()}));
-   arguments.end();
-   host.rebuild(machine);
-}
-
 } // namespace
 
 void addTimeCommands(Registry& registry) {
@@ -52,13 +45,6 @@ void addTimeCommands(Registry& registry) {
    registry.add({"set", "quantum|retry-interval|cost-per-reading SECONDS",
                  "length of a slice, time between retry passes, time that reading the clock takes",
                  true, set});
-   std::string machines;
-   for (std::string_view name : machineNames) {
-      machines += (machines.empty() ? "" : ", ") + std::string(name);
-   }
-   registry.add({"rebuild", "MACHINE",
-                 "a machine of the library goes and is built again on the same tables: " + machines,
-                 true, rebuild});
 }
 
 } // namespace Agent

@@ -8,16 +8,16 @@ namespace Agent {
 namespace {
 
 void trace(Host& host, Arguments& arguments, std::ostream&) {
-   std::string channel = arguments.take("text, blipline, file or ring");
+   std::string channel = arguments.next("text, blipline, file or ring");
    if (channel == "file") {
-      std::string path = arguments.take("PATH");
+      std::string path = arguments.next("PATH");
       arguments.end();
-      host.traceFileIs(path);
+      host.traceFile().pathIs(path);
    } else if (channel == "ring") {
-      std::string path = arguments.take("PATH");
-      uint64_t records = arguments.more() ? arguments.takeNumber("RECORDS", 1, 1U << 24) : 65536;
+      std::string path = arguments.next("PATH");
+      uint64_t records = arguments.more() ? arguments.parseNumber("RECORDS", 1, 1U << 24) : 65536;
       arguments.end();
-      if (host.traceFileIsOpen(path)) {
+      if (host.traceFile().isOpen(path)) {
          throw CommandError(path + " is the file of the text trace; give the ring another one");
       }
       try {
@@ -26,9 +26,9 @@ void trace(Host& host, Arguments& arguments, std::ostream&) {
          throw CommandError(error.what());
       }
    } else if (channel == "text" || channel == "blipline") {
-      bool all = arguments.takeWord("all");
-      uint64_t level = all ? 0 : arguments.takeNumber("LEVEL", 0, Trace::kLevels - 1);
-      bool on = arguments.takeSwitch("on or off");
+      bool all = arguments.accept("all");
+      uint64_t level = all ? 0 : arguments.parseNumber("LEVEL", 0, Trace::kLevels - 1);
+      bool on = arguments.parseSwitch("on or off");
       arguments.end();
       auto set = channel == "text" ? Trace::textLevelIs : Trace::blipLevelIs;
       for (uint64_t each = 0; each < Trace::kLevels; ++each) {

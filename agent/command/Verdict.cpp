@@ -21,7 +21,7 @@ constexpr char const* replay = "chip replay writes it again";
 std::string listed(std::vector<TcamSharingRequest> const& requests) {
    std::string text;
    for (TcamSharingRequest request : requests) {
-      text += (text.empty() ? "" : ", ") + printedRequest(request);
+      text += (text.empty() ? "" : ", ") + formatRequest(request);
    }
    return text;
 }
@@ -29,15 +29,15 @@ std::string listed(std::vector<TcamSharingRequest> const& requests) {
 } // namespace
 
 std::string at(Seconds time) {
-   return "at " + printedSeconds(time) + " s";
+   return "at " + formatSeconds(time) + " s";
 }
 
 std::string whyRefused(Outcome outcome) {
    return outcome == Outcome::full ? ", since the unit was full" : "";
 }
 
-std::string printedKey(EntryKey const& key) {
-   return std::visit([](auto const& each) { return printedKey(each); }, key);
+std::string formatKey(EntryKey const& key) {
+   return std::visit([](auto const& each) { return formatKey(each); }, key);
 }
 
 std::string Verdict::text() {
@@ -50,8 +50,8 @@ std::string Verdict::text() {
       sayLeftBehind();
    }
    for (auto const& each : is_.overruled) {
-      say(std::string(featureNames[static_cast<std::size_t>(each.feature)]) + " asks for " +
-          printedPolicy(each.asks) + ", but the merged policy has " + printedPolicy(each.there) +
+      say(std::string(requesterNames[static_cast<std::size_t>(each.requester)]) + " asks for " +
+          formatPolicy(each.asks) + ", but the merged policy has " + formatPolicy(each.there) +
           " there.");
    }
    if (!remedy_.empty()) {
@@ -109,7 +109,7 @@ void Verdict::sayStillHeld(EntrySituation const& entry) {
 void Verdict::sayInHardware() {
    uint64_t carried = is_.merged.value() & is_.carried;
    uint64_t above = is_.merged.value() & ~is_.carried;
-   std::string left = printedPolicy(TcamSharingPolicyId(above));
+   std::string left = formatPolicy(TcamSharingPolicyId(above));
    if (above == 0) {
       say("In hardware.");
    } else if (carried == 0) {
@@ -183,7 +183,7 @@ std::string Verdict::reasonOf(EntrySituation const& entry) {
    using Kind = EntryChange::Kind;
    auto const& change = entry.change;
    std::string by =
-       change && change->by && *change->by != is_.request ? printedRequest(*change->by) : "";
+       change && change->by && *change->by != is_.request ? formatRequest(*change->by) : "";
    if (entry.configuredRight) {
       remedy_ = replay;
       auto const& write = entry.chip.lastWrite;
@@ -253,7 +253,7 @@ void Verdict::sayAwaited(EntrySituation const& entry) {
    Awaited const& awaited = *entry.awaited;
    if (awaited.due) {
       say("The chip's answer is due " + at(*awaited.due) +
-          (awaited.writer ? ", to the write for " + printedRequest(*awaited.writer) : "") + ".");
+          (awaited.writer ? ", to the write for " + formatRequest(*awaited.writer) : "") + ".");
    } else if (awaited.heldBack) {
       say("The chip's answer is held back, to be given out of order.");
    } else {
@@ -272,7 +272,7 @@ void Verdict::sayAwaited(EntrySituation const& entry) {
 
 std::string Verdict::forWhom(std::optional<uint32_t> writer) const {
    return writer && *writer != is_.request.index()
-              ? " for " + printedRequest(TcamSharingRequest::fromIndex(*writer))
+              ? " for " + formatRequest(TcamSharingRequest::fromIndex(*writer))
               : "";
 }
 
@@ -306,7 +306,7 @@ void Verdict::sayAnswer() {
    std::string policy =
        response.policyId == is_.merged || clearing
            ? ""
-           : " for " + printedPolicy(response.policyId) + ", not for the present policy";
+           : " for " + formatPolicy(response.policyId) + ", not for the present policy";
    std::string counting;
    if (is_.answersAwaited != 0) {
       counting = "; answers that it counts on do not come (" + std::to_string(is_.answersAwaited) +
@@ -333,12 +333,12 @@ void Verdict::sayAnswer() {
       if (cause.kind == ResponseCause::Kind::restarted) {
          why = " when the chip restarted";
       } else if (cause.key && cause.answer.outcome == Outcome::removed) {
-         why = ": " + printedKey(*cause.key) + " was removed before it was answered";
+         why = ": " + formatKey(*cause.key) + " was removed before it was answered";
       } else if (cause.key && cause.answer.outcome == Outcome::accepted) {
          why = ": an earlier answer had failed";
       } else if (cause.key) {
          why = (clearing ? ": the chip refused to clear " : ": the chip refused the write of ") +
-               printedKey(*cause.key) + forWhom(cause.answer.writer) +
+               formatKey(*cause.key) + forWhom(cause.answer.writer) +
                whyRefused(cause.answer.outcome);
       }
       say("It was answered failed " + at(is_.times.status.value_or(0.0)) + policy + why + ".");

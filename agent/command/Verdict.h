@@ -43,6 +43,6 @@ class Verdict {
 std::string at(Seconds time);
 // ", since the unit was full", or nothing.
 std::string whyRefused(Outcome outcome);
-std::string printedKey(EntryKey const& key);
+std::string formatKey(EntryKey const& key);
 
 } // namespace Agent

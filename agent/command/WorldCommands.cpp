@@ -14,8 +14,8 @@ using Hardware::Shoal::SystemPhyPortId;
 using Hardware::Shoal::VlanDomain;
 
 // OUTER[,INNER] or none.
-Dot1qEncap takeEncapsulation(Arguments& arguments) {
-   std::string text = arguments.take("OUTER[,INNER] or none");
+Dot1qEncap parseEncapsulation(Arguments& arguments) {
+   std::string text = arguments.next("OUTER[,INNER] or none");
    if (text == "none") {
       return {};
    }
@@ -28,49 +28,49 @@ Dot1qEncap takeEncapsulation(Arguments& arguments) {
    return encap;
 }
 
-IntfId takeInterface(Host& host, Arguments& arguments, std::string_view what) {
-   return host.world().interface(arguments.take(what));
+IntfId parseInterface(Host& host, Arguments& arguments, std::string_view what) {
+   return host.world().interface(arguments.next(what));
 }
 
 void encapsulation(Host& host, Arguments& arguments, std::ostream&) {
-   IntfId intf = takeInterface(host, arguments, "SUBINTERFACE");
-   Dot1qEncap encap = takeEncapsulation(arguments);
+   IntfId intf = parseInterface(host, arguments, "SUBINTERFACE");
+   Dot1qEncap encap = parseEncapsulation(arguments);
    arguments.end();
    host.world().encapsulationIs(intf, encap);
 }
 
 void dynamicEncapsulation(Host& host, Arguments& arguments, std::ostream&) {
-   IntfId intf = takeInterface(host, arguments, "SUBINTERFACE");
-   Dot1qEncap encap = takeEncapsulation(arguments);
+   IntfId intf = parseInterface(host, arguments, "SUBINTERFACE");
+   Dot1qEncap encap = parseEncapsulation(arguments);
    arguments.end();
    host.world().dynamicEncapsulationIs(intf, encap);
 }
 
 void deleteSubInterface(Host& host, Arguments& arguments, std::ostream&) {
-   IntfId intf = takeInterface(host, arguments, "SUBINTERFACE");
+   IntfId intf = parseInterface(host, arguments, "SUBINTERFACE");
    arguments.end();
    host.world().subInterfaceDel(intf);
 }
 
 void programInHw(Host& host, Arguments& arguments, std::ostream&) {
-   IntfId intf = takeInterface(host, arguments, "SUBINTERFACE");
-   bool on = arguments.takeSwitch("on or off");
+   IntfId intf = parseInterface(host, arguments, "SUBINTERFACE");
+   bool on = arguments.parseSwitch("on or off");
    arguments.end();
    host.world().programInHwIs(intf, on);
 }
 
 void encapKind(Host& host, Arguments& arguments, std::ostream&) {
-   IntfId intf = takeInterface(host, arguments, "SUBINTERFACE");
-   auto kind = static_cast<uint32_t>(arguments.takeNumber("KIND", 0, 255));
+   IntfId intf = parseInterface(host, arguments, "SUBINTERFACE");
+   auto kind = static_cast<uint32_t>(arguments.parseNumber("KIND", 0, 255));
    arguments.end();
    host.world().encapKindIs(intf, kind);
 }
 
 void internalVlan(Host& host, Arguments& arguments, std::ostream&) {
-   IntfId intf = takeInterface(host, arguments, "INTERFACE");
+   IntfId intf = parseInterface(host, arguments, "INTERFACE");
    VlanIdOrNone vlan;
-   if (!arguments.takeWord("none")) {
-      vlan = VlanIdOrNone(static_cast<uint32_t>(arguments.takeNumber("VLAN", 1, 4094)));
+   if (!arguments.accept("none")) {
+      vlan = VlanIdOrNone(static_cast<uint32_t>(arguments.parseNumber("VLAN", 1, 4094)));
    }
    arguments.end();
    if (vlan.value() != 0) {
@@ -86,21 +86,21 @@ void internalVlan(Host& host, Arguments& arguments, std::ostream&) {
 }
 
 void vlanDomain(Host& host, Arguments& arguments, std::ostream&) {
-   IntfId intf = takeInterface(host, arguments, "INTERFACE");
+   IntfId intf = parseInterface(host, arguments, "INTERFACE");
    std::optional<VlanDomain> domain;
-   if (!arguments.takeWord("none")) {
-      domain = VlanDomain(static_cast<uint8_t>(arguments.takeNumber("DOMAIN", 1, 254)));
+   if (!arguments.accept("none")) {
+      domain = VlanDomain(static_cast<uint8_t>(arguments.parseNumber("DOMAIN", 1, 254)));
    }
    arguments.end();
    host.world().vlanDomainIs(intf, domain);
 }
 
 // Requests of the features on a unit; those of `from` on.
-std::size_t requestsOn(Host const& host, FapId unit, Feature from) {
+std::size_t requestsOn(Host const& host, FapId unit, Requester from) {
    std::size_t count = 0;
-   for (auto i = static_cast<std::size_t>(from); i < kFeatures; ++i) {
+   for (auto i = static_cast<std::size_t>(from); i < kRequesters; ++i) {
       for (auto const& [request, policy] :
-           host.features().config(static_cast<Feature>(i))->requestIter()) {
+           host.sharing().config(static_cast<Requester>(i))->requestIter()) {
          count += request.fapId() == unit ? 1 : 0;
       }
    }
@@ -109,20 +109,20 @@ std::size_t requestsOn(Host const& host, FapId unit, Feature from) {
 
 void unit(Host& host, Arguments& arguments, std::ostream&) {
    World& world = host.world();
-   FapId fapId = world.unit(arguments.take("UNIT"));
-   std::string what = arguments.take("type, lookup, available or unavailable");
+   FapId fapId = world.unit(arguments.next("UNIT"));
+   std::string what = arguments.next("type, lookup, available or unavailable");
    if (what == "type") {
-      bool none = arguments.takeWord("none");
-      bool arad = !none && arguments.takeWord("arad");
+      bool none = arguments.accept("none");
+      bool arad = !none && arguments.accept("arad");
       auto type = none   ? 0
                   : arad ? Hardware::Shoal::fapTypeArad
-                         : static_cast<uint32_t>(arguments.takeNumber("TYPE", 1, 255));
+                         : static_cast<uint32_t>(arguments.parseNumber("TYPE", 1, 255));
       arad = type == Hardware::Shoal::fapTypeArad;
       arguments.end();
       // Units of the two generations must never meet in one pipeline.
       bool otherGeneration =
           arad != (world.shoalStatus->fapType(fapId) == Hardware::Shoal::fapTypeArad);
-      std::size_t count = requestsOn(host, fapId, Feature::acl);
+      std::size_t count = requestsOn(host, fapId, Requester::acl);
       if (otherGeneration && count > 0) {
          throw CommandError("unit " + std::to_string(fapId.value()) + " has " +
                             std::to_string(count) +
@@ -131,12 +131,12 @@ void unit(Host& host, Arguments& arguments, std::ostream&) {
       }
       world.fapTypeIs(fapId, type);
    } else if (what == "lookup") {
-      uint32_t type = arguments.takeWord("none") ? 0
-                      : arguments.takeWord("lumen")
+      uint32_t type = arguments.accept("none") ? 0
+                      : arguments.accept("lumen")
                           ? Hardware::Shoal::extLkupTypeLumen_
-                          : static_cast<uint32_t>(arguments.takeNumber("LOOKUP", 1, 255));
+                          : static_cast<uint32_t>(arguments.parseNumber("LOOKUP", 1, 255));
       arguments.end();
-      std::size_t count = requestsOn(host, fapId, Feature::lumen);
+      std::size_t count = requestsOn(host, fapId, Requester::lumen);
       if (type != Hardware::Shoal::extLkupTypeLumen_ && count > 0) {
          throw CommandError("unit " + std::to_string(fapId.value()) + " has " +
                             std::to_string(count) +
@@ -153,29 +153,29 @@ void unit(Host& host, Arguments& arguments, std::ostream&) {
 }
 
 void portMap(Host& host, Arguments& arguments, std::ostream&) {
-   IntfId intf = takeInterface(host, arguments, "PORT");
+   IntfId intf = parseInterface(host, arguments, "PORT");
    std::optional<PortMap> place;
-   if (!arguments.takeWord("none")) {
-      FapId fapId = host.world().unit(arguments.take("UNIT"));
-      place = PortMap{fapId, static_cast<uint16_t>(arguments.takeNumber("UNITPORT", 0, 255))};
+   if (!arguments.accept("none")) {
+      FapId fapId = host.world().unit(arguments.next("UNIT"));
+      place = PortMap{fapId, static_cast<uint16_t>(arguments.parseNumber("UNITPORT", 0, 255))};
    }
    arguments.end();
    host.world().portMapIs(intf, place);
 }
 
 void systemPort(Host& host, Arguments& arguments, std::ostream&) {
-   IntfId intf = takeInterface(host, arguments, "PORT");
+   IntfId intf = parseInterface(host, arguments, "PORT");
    std::optional<SystemPhyPortId> port;
-   if (!arguments.takeWord("none")) {
+   if (!arguments.accept("none")) {
       port = SystemPhyPortId(
-          static_cast<uint32_t>(arguments.takeNumber("SYSTEMPORT", 0, SystemPhyPortId::null - 1)));
+          static_cast<uint32_t>(arguments.parseNumber("SYSTEMPORT", 0, SystemPhyPortId::null - 1)));
    }
    arguments.end();
    host.world().systemPortIs(intf, port);
 }
 
 void portMapState(Host& host, Arguments& arguments, std::ostream&) {
-   std::size_t what = arguments.takeChoice("WHAT", {"version", "invalid", "valid"});
+   std::size_t what = arguments.parseChoice("WHAT", {"version", "invalid", "valid"});
    arguments.end();
    if (what == 0) {
       host.world().portMapVersionInc();
@@ -185,9 +185,9 @@ void portMapState(Host& host, Arguments& arguments, std::ostream&) {
 }
 
 void member(Host& host, Arguments& arguments, std::ostream&) {
-   IntfId lag = takeInterface(host, arguments, "PORTCHANNEL");
-   bool present = arguments.takeChoice("add or remove", {"remove", "add"}) == 1;
-   IntfId port = takeInterface(host, arguments, "PORT");
+   IntfId lag = parseInterface(host, arguments, "PORTCHANNEL");
+   bool present = arguments.parseChoice("add or remove", {"remove", "add"}) == 1;
+   IntfId port = parseInterface(host, arguments, "PORT");
    arguments.end();
    host.world().memberIs(lag, port, present);
 }

@@ -19,8 +19,8 @@ Table units(Host const& host) {
       uint64_t entries = host.chip().isem().entriesOn(fapId) +
                          host.chip().mapper().entriesOn(fapId) +
                          host.chip().tunnels().entriesOn(fapId);
-      table.add({unit.fapId, unit.name, printedUnitType(world.shoalStatus->fapType(fapId)),
-                 printedLookup(world.shoalStatus->fapExtLkupType(fapId)),
+      table.add({unit.fapId, unit.name, formatUnitType(world.shoalStatus->fapType(fapId)),
+                 formatLookup(world.shoalStatus->fapExtLkupType(fapId)),
                  world.shoalStatus->fapAvailable(fapId), requests, entries});
    }
    return table;
@@ -103,7 +103,7 @@ Table diagnostics(Host const& host) {
 
 Table corestate(Host const& host) {
    Table table{"corestate", {"path", "type"}, {}};
-   for (auto const& [path, entity] : host.world().corestate().mounted()) {
+   for (auto const& [path, entity] : host.world().corestate.mounted()) {
       table.add({path, entity->orvType().name()});
    }
    return table;

@@ -39,14 +39,14 @@ struct Chronicle::Watch {
    Orv::ReactorFor<&Watch::handleBacklog> orvBacklog;
 };
 
-Chronicle::Chronicle(IsemPipeline const& isem, InLifPipeline const& inLif, SimulatedChip& chip)
-    : isem_(isem), inLif_(inLif), chip_(chip), orvIsemConfig_(this), orvMapperConfig_(this),
+Chronicle::Chronicle(IsemPipeline const& isem, MapperPipeline const& mapper, SimulatedChip& chip)
+    : isem_(isem), mapper_(mapper), chip_(chip), orvIsemConfig_(this), orvMapperConfig_(this),
       orvTunnelConfig_(this) {
-   for (SharingPipeline const* pipeline :
-        {static_cast<SharingPipeline const*>(&isem), static_cast<SharingPipeline const*>(&inLif)}) {
+   for (SharingPipeline const* pipeline : {static_cast<SharingPipeline const*>(&isem),
+                                           static_cast<SharingPipeline const*>(&mapper)}) {
       watches_.push_back(std::make_unique<Watch>(this, *pipeline));
    }
-   for (auto const& [key, result] : inLif.mapperConfig->configIter()) {
+   for (auto const& [key, result] : mapper.mapperConfig->configIter()) {
       handleMapperConfig(key);
    }
    chip.writerOfIs([this](auto key) -> std::optional<uint32_t> {
@@ -54,8 +54,8 @@ Chronicle::Chronicle(IsemPipeline const& isem, InLifPipeline const& inLif, Simul
       return writer ? std::optional(writer->index()) : std::nullopt;
    });
    isem.table->configCollection().watch(orvIsemConfig_);
-   inLif.mapperConfig->configCollection().watch(orvMapperConfig_);
-   inLif.tunnelConfig->configCollection().watch(orvTunnelConfig_);
+   mapper.mapperConfig->configCollection().watch(orvMapperConfig_);
+   mapper.tunnelConfig->configCollection().watch(orvTunnelConfig_);
 }
 
 Chronicle::~Chronicle() {
@@ -103,9 +103,9 @@ ResponseCause Chronicle::causeNow(TcamSharingRequest request) const {
    if (auto key = chip_.mapper().answering()) {
       // The members' answers count together; the machine still knows whose they were, and of
       // earlier ones, too.
-      auto confirmed = inLif_.common->tcamRequestToVlanTagToVsiKeyMapping(request);
+      auto confirmed = mapper_.common->tcamRequestToVlanTagToVsiKeyMapping(request);
       auto cause = answered(chip_.mapper(), *key);
-      bool failed = inLif_.mergedStatus->response(request).status == tcamSharingFailed;
+      bool failed = mapper_.mergedStatus->response(request).status == tcamSharingFailed;
       if (failed && confirmed && cause.answer.outcome == Outcome::accepted) {
          std::optional<VlanTagToVsiMapperKey> newest;
          uint64_t write = 0;
@@ -145,19 +145,19 @@ std::optional<TcamSharingRequest> Chronicle::writerOf(AradSemKeyAndFap key) cons
 }
 
 std::optional<TcamSharingRequest> Chronicle::writerOf(VlanTagToVsiMapperKey key) const {
-   TcamSharingEntry pending = inLif_.common->pendingLifEntries(key);
-   bool isOwners = !inLif_.mapperConfig->configHas(key) || isMade(key);
+   TcamSharingEntry pending = mapper_.common->pendingLifEntries(key);
+   bool isOwners = !mapper_.mapperConfig->configHas(key) || isMade(key);
    return isOwners || pending == TcamSharingEntry() ? std::nullopt
                                                     : std::optional(pending.request());
 }
 
 std::optional<TcamSharingRequest> Chronicle::writerOf(TunnelPolicyMapperKey key) const {
-   return inLif_.common->pendingTunnelLifEntries(key).request();
+   return mapper_.common->pendingTunnelLifEntries(key).request();
 }
 
 bool Chronicle::isMade(VlanTagToVsiMapperKey key) const {
    auto known = lifs_.find(key);
-   auto result = inLif_.mapperConfig->configCollection().find(key);
+   auto result = mapper_.mapperConfig->configCollection().find(key);
    return result && (known == lifs_.end() || known->second != result->lif);
 }
 
@@ -178,7 +178,7 @@ void Chronicle::handleIsemConfig(AradSemKeyAndFap const& key) {
 void Chronicle::handleMapperConfig(VlanTagToVsiMapperKey const& key) {
    using Kind = EntryChange::Kind;
    auto writer = writerOf(key);
-   auto result = inLif_.mapperConfig->configCollection().find(key);
+   auto result = mapper_.mapperConfig->configCollection().find(key);
    if (!result) {
       lifs_.erase(key);
       change(key, Kind::removed, writer);
@@ -191,7 +191,7 @@ void Chronicle::handleMapperConfig(VlanTagToVsiMapperKey const& key) {
 
 void Chronicle::handleTunnelConfig(TunnelPolicyMapperKey const& key) {
    using Kind = EntryChange::Kind;
-   change(key, inLif_.tunnelConfig->configHas(key) ? Kind::written : Kind::removed, writerOf(key));
+   change(key, mapper_.tunnelConfig->configHas(key) ? Kind::written : Kind::removed, writerOf(key));
 }
 
 } // namespace Agent

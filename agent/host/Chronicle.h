@@ -3,8 +3,8 @@
 #pragma once
 
 #include "agent/chip/SimulatedChip.h"
-#include "agent/host/InLifPipeline.h"
 #include "agent/host/IsemPipeline.h"
+#include "agent/host/MapperPipeline.h"
 
 #include <map>
 #include <memory>
@@ -54,7 +54,7 @@ struct EntryChange {
 class Chronicle {
  public:
    // The chip is told whose writes it gets.
-   Chronicle(IsemPipeline const& isem, InLifPipeline const& inLif, SimulatedChip& chip);
+   Chronicle(IsemPipeline const& isem, MapperPipeline const& mapper, SimulatedChip& chip);
    ~Chronicle();
    // The pipelines' intakes were built again: follows the new backlogs.
    void intakesRebuilt();
@@ -79,7 +79,7 @@ class Chronicle {
    void handleTunnelConfig(TunnelPolicyMapperKey const& key);
 
    IsemPipeline const& isem_;
-   InLifPipeline const& inLif_;
+   MapperPipeline const& mapper_;
    SimulatedChip& chip_;
    std::map<EntryKey, EntryChange> changes_;
    std::map<VlanTagToVsiMapperKey, uint32_t> lifs_; // which one the owner made last

@@ -2,7 +2,7 @@
 // responses. Beside the sharing pipelines; they have nothing in common but the world.
 #pragma once
 
-#include "agent/host/Follower.h"
+#include "agent/host/Observer.h"
 #include "agent/world/World.h"
 #include "platform/Orv/Dir.h"
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureRequestInputDirSm.h"
@@ -42,7 +42,7 @@ class FeaturePipeline {
    template<class T>
    Orv::Ptr<T> mounted(char const* name) {
       auto entity = Orv::make<T>();
-      world_.corestate().mount(std::string("features/inLif/") + name, entity);
+      world_.corestate.mount(std::string("features/inLif/") + name, entity);
       return entity;
    }
 

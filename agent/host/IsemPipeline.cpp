@@ -25,11 +25,11 @@ void IsemPipeline::buildSemSm() {
                                        table, tableStatus, common);
 }
 
-void IsemPipeline::rebuild(Machine machine, Follower* follower) {
+void IsemPipeline::rebuild(Machine machine, Observer* observer) {
    if (machine == Machine::isem) {
-      rebuildOne(semSm, machine, follower, [&] { buildSemSm(); });
+      rebuildOne(semSm, machine, observer, [&] { buildSemSm(); });
    } else {
-      SharingPipeline::rebuild(machine, follower);
+      SharingPipeline::rebuild(machine, observer);
    }
 }
 

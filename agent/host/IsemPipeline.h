@@ -12,7 +12,7 @@ class IsemPipeline : public SharingPipeline {
    IsemPipeline(World& world, Orv::Timers& timers,
                 Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> const& helper);
 
-   void rebuild(Machine machine, Follower* follower) override;
+   void rebuild(Machine machine, Observer* observer) override;
 
    Orv::Ptr<TcamSharingConfig> outputTable;
    Orv::Ptr<Hardware::ShoalTunnel::TcamSharingSemCommon> common;

@@ -4,21 +4,21 @@ namespace Agent {
 
 using namespace Hardware::ShoalTunnel;
 
-FeatureTables::FeatureTables(World& world, std::string const& folder) {
-   static constexpr std::array<char const*, kFeatures> sources{"ShoalAcl", "ShoalLumen",
-                                                               "ShoalRampart"};
-   for (std::size_t i = 0; i < kFeatures; ++i) {
+SharingTables::SharingTables(World& world, std::string const& folder) {
+   static constexpr std::array<char const*, kRequesters> sources{"ShoalAcl", "ShoalLumen",
+                                                                 "ShoalRampart"};
+   for (std::size_t i = 0; i < kRequesters; ++i) {
       std::string base = folder + "/tcamSharing" + sources[i];
       config_[i] = Orv::make<TcamSharingConfig>();
       status_[i] = Orv::make<TcamSharingStatus>();
-      world.corestate().mount(base + "Config", config_[i]);
-      world.corestate().mount(base + "Status", status_[i]);
+      world.corestate.mount(base + "Config", config_[i]);
+      world.corestate.mount(base + "Status", status_[i]);
    }
 }
 
 SharingPipeline::SharingPipeline(World& world, Orv::Timers& timers,
                                  Orv::Ptr<TcamSharingHelper> helper, std::string folder)
-    : name(std::move(folder)), features(world, name), world_(world), timers_(timers),
+    : name(std::move(folder)), sharing(world, name), world_(world), timers_(timers),
       helper_(std::move(helper)) {
    merged = mounted<TcamSharingConfig>(world, "tcamSharingMergedConfig");
    mergedStatus = mounted<TcamSharingStatus>(world, "tcamSharingMergedStatus");
@@ -28,9 +28,9 @@ SharingPipeline::~SharingPipeline() = default;
 
 void SharingPipeline::buildMerge() {
    merge = Orv::make<TcamSharingMergeSm>(
-       features.config(Feature::acl), features.config(Feature::lumen),
-       features.config(Feature::rampart), merged, features.status(Feature::acl),
-       features.status(Feature::lumen), features.status(Feature::rampart), mergedStatus,
+       sharing.config(Requester::acl), sharing.config(Requester::lumen),
+       sharing.config(Requester::rampart), merged, sharing.status(Requester::acl),
+       sharing.status(Requester::lumen), sharing.status(Requester::rampart), mergedStatus,
        world_.shoalStatus);
 }
 
@@ -41,9 +41,9 @@ void SharingPipeline::buildIntake() {
        world_.subIntfConfigDir, world_.subIntfStatusDir, helper_, selector, mergedStatus);
 }
 
-void SharingPipeline::rebuild(Machine machine, Follower* follower) {
+void SharingPipeline::rebuild(Machine machine, Observer* observer) {
    if (machine == Machine::merge) {
-      rebuildOne(merge, machine, follower, [&] {
+      rebuildOne(merge, machine, observer, [&] {
          buildMerge();
          merge->handleInitialized();
       });
@@ -51,7 +51,7 @@ void SharingPipeline::rebuild(Machine machine, Follower* follower) {
       // The agent's settings, which the intake does not keep by itself.
       Seconds quantum = codef->backlogQuantum();
       Seconds interval = codef->retryTimeInterval();
-      rebuildOne(codef, machine, follower, [&] {
+      rebuildOne(codef, machine, observer, [&] {
          buildIntake();
          codef->backlogQuantumIs(quantum);
          codef->retryTimeIntervalIs(interval);

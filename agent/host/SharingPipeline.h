@@ -1,8 +1,8 @@
-// What the pipelines of both chip generations have in common: the features' tables of the
+// What the first pipeline has in common on both chip generations: the requesters' tables of the
 // generation, the merge, the intake, and the entities between them, mounted in Corestate.
 #pragma once
 
-#include "agent/host/Follower.h"
+#include "agent/host/Observer.h"
 #include "agent/world/World.h"
 #include "ShoalTunnel/TcamSharing/TcamSharingCodef.h"
 #include "ShoalTunnel/TcamSharing/TcamSharingMergeSm.h"
@@ -19,26 +19,28 @@ using Hardware::ShoalTunnel::TcamSharingRequest;
 using Hardware::ShoalTunnel::TcamSharingStatus;
 using Orv::Seconds;
 
-enum class Feature { acl, lumen, rampart };
-inline constexpr std::size_t kFeatures = 3;
-inline constexpr std::array<std::string_view, kFeatures> featureNames{"acl", "lumen", "rampart"};
+// Who asks for policies: the features of the switch that share TCAM space.
+enum class Requester { acl, lumen, rampart };
+inline constexpr std::size_t kRequesters = 3;
+inline constexpr std::array<std::string_view, kRequesters> requesterNames{"acl", "lumen",
+                                                                          "rampart"};
 
-// One configuration and one status per feature.
-class FeatureTables {
+// One configuration and one status per requester: request -> policy, request -> response.
+class SharingTables {
  public:
    // Mounted below `folder`.
-   FeatureTables(World& world, std::string const& folder);
+   SharingTables(World& world, std::string const& folder);
 
-   Orv::Ptr<TcamSharingConfig> const& config(Feature feature) const {
-      return config_[static_cast<std::size_t>(feature)];
+   Orv::Ptr<TcamSharingConfig> const& config(Requester requester) const {
+      return config_[static_cast<std::size_t>(requester)];
    }
-   Orv::Ptr<TcamSharingStatus> const& status(Feature feature) const {
-      return status_[static_cast<std::size_t>(feature)];
+   Orv::Ptr<TcamSharingStatus> const& status(Requester requester) const {
+      return status_[static_cast<std::size_t>(requester)];
    }
 
  private:
-   std::array<Orv::Ptr<TcamSharingConfig>, kFeatures> config_;
-   std::array<Orv::Ptr<TcamSharingStatus>, kFeatures> status_;
+   std::array<Orv::Ptr<TcamSharingConfig>, kRequesters> config_;
+   std::array<Orv::Ptr<TcamSharingStatus>, kRequesters> status_;
 };
 
 class SharingPipeline {
@@ -51,11 +53,11 @@ class SharingPipeline {
    }
 
    // Destroys the machine and builds it again on the same entities, as after a restart of its
-   // process; does nothing when the pipeline has none of this kind. `follower` may be null.
-   virtual void rebuild(Machine machine, Follower* follower);
+   // process; does nothing when the pipeline has none of this kind. `observer` may be null.
+   virtual void rebuild(Machine machine, Observer* observer);
 
    std::string const name; // as its folder in Corestate: "isem", "inlif"
-   FeatureTables features;
+   SharingTables sharing;
    Orv::Ptr<TcamSharingConfig> merged;
    Orv::Ptr<TcamSharingStatus> mergedStatus;
    Orv::Ptr<Hardware::ShoalTunnel::TcamSharingMergeSm> merge;
@@ -71,21 +73,21 @@ class SharingPipeline {
    void buildIntake();
    // `machine` again, through `build`.
    template<class T, class Build>
-   void rebuildOne(Orv::Ptr<T>& present, Machine machine, Follower* follower, Build build) {
+   void rebuildOne(Orv::Ptr<T>& present, Machine machine, Observer* observer, Build build) {
       present = nullptr;
-      if (follower != nullptr) {
-         follower->handleGone(machine, this);
+      if (observer != nullptr) {
+         observer->handleGone(machine, this);
       }
       build();
-      if (follower != nullptr) {
-         follower->handleBuilt(machine, this);
+      if (observer != nullptr) {
+         observer->handleBuilt(machine, this);
       }
    }
 
    template<class T, class... Args>
    Orv::Ptr<T> mounted(World& world, std::string const& entityName, Args&&... args) const {
       auto entity = Orv::make<T>(std::forward<Args>(args)...);
-      world.corestate().mount(name + "/" + entityName, entity);
+      world.corestate.mount(name + "/" + entityName, entity);
       return entity;
    }
 

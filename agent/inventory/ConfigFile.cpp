@@ -1,6 +1,7 @@
 #include "agent/inventory/ConfigFile.h"
 
 #include "agent/inventory/InterfaceName.h"
+#include "agent/text/Printable.h"
 
 #include <algorithm>
 #include <charconv>
@@ -206,15 +207,15 @@ std::optional<std::pair<std::string, std::string>> ConfigFile::pairKey(std::stri
 }
 
 std::optional<uint64_t> ConfigFile::number(std::string const& table, Row const& row,
-                                           char const* field, uint64_t most) {
+                                           char const* field, uint64_t max) {
    auto at = row.fields->find(field);
    if (at == row.fields->end()) {
       return std::nullopt;
    }
    auto value = wholeNumber(*at);
-   if (value > most) {
+   if (value > max) {
       report(table, row.key,
-             std::string(field) + " " + printed(*at) + " is above " + std::to_string(most) +
+             std::string(field) + " " + formatValue(*at) + " is above " + std::to_string(max) +
                  ", left out");
       return std::nullopt;
    }
@@ -253,7 +254,7 @@ void ConfigFile::checkFields(std::string const& table, Row const& row,
    }
 }
 
-std::string ConfigFile::printed(ConfigJson const& value) {
+std::string ConfigFile::formatValue(ConfigJson const& value) {
    constexpr std::size_t longest = 40;
    std::string text = value.is_string() ? value.get<std::string>() : value.dump();
    if (text.size() <= longest) {

@@ -32,9 +32,9 @@ class ConfigFile {
    // The parts of a "a|b" key; reports keys of another shape and gives none.
    std::optional<std::pair<std::string, std::string>> pairKey(std::string const& table,
                                                               std::string const& key);
-   // A number, also written as text. None when absent; reported when it is none or above `most`.
+   // A number, also written as text. None when absent; reported when it is none or above `max`.
    std::optional<uint64_t> number(std::string const& table, Row const& row, char const* field,
-                                  uint64_t most);
+                                  uint64_t max);
    // A number, also written as text; those above 64 bits count as UINT64_MAX.
    static std::optional<uint64_t> wholeNumber(ConfigJson const& value);
    // Reports fields that are none of these: for tables that are ours alone.
@@ -43,7 +43,7 @@ class ConfigFile {
    // A field that is text; empty for others and where it is absent.
    static std::string text(Row const& row, char const* field);
    // Any value, in a report: text as it is, the rest as JSON, cut where it is long.
-   static std::string printed(ConfigJson const& value);
+   static std::string formatValue(ConfigJson const& value);
 
    void report(std::string const& table, std::string const& key, std::string const& text);
 

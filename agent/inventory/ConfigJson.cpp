@@ -1,6 +1,6 @@
 #include "agent/inventory/ConfigJson.h"
 
-#include "agent/inventory/Inventory.h"
+#include "agent/errors/Errors.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,5 +1,7 @@
 #include "agent/inventory/InterfaceName.h"
 
+#include "agent/text/Printable.h"
+
 #include <algorithm>
 #include <charconv>
 

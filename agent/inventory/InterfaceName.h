@@ -12,10 +12,6 @@ namespace Agent {
 // and zero padding stay as they are.
 std::string longName(std::string_view name);
 
-inline bool isControl(char c) {
-   return static_cast<unsigned char>(c) < 0x20 || c == 0x7f;
-}
-
 // Whether the name stands for itself in a command: not empty, and without blanks, quotes, comment
 // marks, wildcards and control characters.
 bool plainName(std::string_view name);

@@ -6,7 +6,6 @@
 #pragma once
 
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -109,12 +108,6 @@ struct Inventory {
  private:
    // Bare name -> unique names, in the order of the lists above.
    std::unordered_map<std::string, std::vector<std::string>> byBareName_;
-};
-
-// The file is unreadable or no JSON; the text begins with the place.
-class InventoryError : public std::runtime_error {
- public:
-   using std::runtime_error::runtime_error;
 };
 
 } // namespace Agent

@@ -57,7 +57,7 @@ InventoryBuilder::Metadata InventoryBuilder::metadata(ConfigFile::Section const&
       if (row.key != "localhost") {
          continue;
       }
-      if (auto id = file_.number("DEVICE_METADATA", row, "switch_id", mostUnit)) {
+      if (auto id = file_.number("DEVICE_METADATA", row, "switch_id", maxUnit)) {
          found.switchId = static_cast<uint32_t>(*id);
       }
       std::string asic = ConfigFile::text(row, "asic_name");
@@ -97,7 +97,7 @@ void InventoryBuilder::buildUnits() {
       uint32_t id = facts[i].switchId.value_or(next);
       auto const& [key, tables] = file_.units()[i];
       std::string name = key.empty() ? "unit0" : withSlashes(key);
-      if (id > mostUnit) {
+      if (id > maxUnit) {
          file_.report("-", key, "no unit id is left for it, left out");
       } else if (!unitNames.insert(name).second) {
          file_.report("-", key, name + " is the name of another unit, left out");
@@ -144,7 +144,7 @@ std::set<uint32_t> InventoryBuilder::configuredVlans() {
          continue;
       }
       for (auto const& [key, fields] : table->items()) {
-         if (auto id = parseVlanName(key); id && *id <= mostVlan) {
+         if (auto id = parseVlanName(key); id && *id <= maxVlan) {
             found.insert(static_cast<uint32_t>(*id));
          }
       }
@@ -186,14 +186,14 @@ void InventoryBuilder::numberSystemPorts() {
       if (at >= inventory_.ports.size()) {
          continue;
       }
-      while (next <= mostSystemPort && systemPorts_.taken(next)) {
+      while (next <= maxSystemPort && systemPorts_.taken(next)) {
          ++next;
       }
       InventoryPort& port = inventory_.ports[at];
-      if (next > mostSystemPort) {
+      if (next > maxSystemPort) {
          file_.report("PORT", port.name, "no system port is left for it");
       }
-      port.systemPort = std::min(next, mostSystemPort + 1);
+      port.systemPort = std::min(next, maxSystemPort + 1);
       next = port.systemPort + 1;
    }
 }

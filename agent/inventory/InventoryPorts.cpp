@@ -84,14 +84,14 @@ void InventoryBuilder::placePorts(std::size_t first) {
    auto byCorePort = [](InventoryPort const& port) { return port.corePort; };
    auto byCore = [](InventoryPort const& port) {
       return port.corePort < portsPerCore ? port.core * portsPerCore + port.corePort
-                                          : mostUnitPort + 1;
+                                          : maxUnitPort + 1;
    };
    auto fits = [&](auto rule) {
       std::set<uint32_t> taken;
       for (std::size_t i = first; i < inventory_.ports.size(); ++i) {
          InventoryPort& port = inventory_.ports[i];
          port.unitPort = rule(port);
-         if (port.unitPort > mostUnitPort || !taken.insert(port.unitPort).second) {
+         if (port.unitPort > maxUnitPort || !taken.insert(port.unitPort).second) {
             return false;
          }
       }
@@ -102,7 +102,7 @@ void InventoryBuilder::placePorts(std::size_t first) {
       fits([number = uint32_t{0}](InventoryPort const&) mutable { return number++; });
    }
    reportPlaces(first, !placed);
-   while (inventory_.ports.size() > first + mostUnitPort + 1) {
+   while (inventory_.ports.size() > first + maxUnitPort + 1) {
       file_.report("PORT", inventory_.ports.back().name, "the unit has no room for it, left out");
       inventory_.ports.pop_back();
       placeSources_.pop_back();
@@ -223,7 +223,7 @@ void InventoryBuilder::numberDomains(std::size_t firstPort, std::size_t firstLag
    std::set<uint32_t> taken;
    for (auto const& row : file_.rows(tables, "SHOAL_PORT")) {
       file_.checkFields("SHOAL_PORT", row, {"vlan_domain"});
-      if (auto domain = file_.number("SHOAL_PORT", row, "vlan_domain", mostDomain)) {
+      if (auto domain = file_.number("SHOAL_PORT", row, "vlan_domain", maxDomain)) {
          given.emplace(row.key, static_cast<uint32_t>(*domain));
          taken.insert(static_cast<uint32_t>(*domain));
       }
@@ -236,10 +236,10 @@ void InventoryBuilder::numberDomains(std::size_t firstPort, std::size_t firstLag
          given.erase(own);
          return;
       }
-      while (next <= mostDomain && !taken.insert(next).second) {
+      while (next <= maxDomain && !taken.insert(next).second) {
          ++next;
       }
-      each.vlanDomain = next <= mostDomain ? next : 0;
+      each.vlanDomain = next <= maxDomain ? next : 0;
       if (each.vlanDomain == 0) {
          file_.report("-", each.name, "the unit has no VLAN domain left for it");
       }

@@ -1,6 +1,7 @@
 // Reads CONFIG_DB JSON into an Inventory.
 #pragma once
 
+#include "agent/errors/Errors.h"
 #include "agent/inventory/Inventory.h"
 
 namespace Agent {

@@ -17,12 +17,12 @@ uint32_t tagOf(ConfigFile& file, ConfigFile::Row const& row, char const* field, 
       return missing;
    }
    auto tag = ConfigFile::wholeNumber(*at);
-   if (tag && *tag >= 1 && *tag <= mostVlan) {
+   if (tag && *tag >= 1 && *tag <= maxVlan) {
       return static_cast<uint32_t>(*tag);
    }
    file.report("VLAN_SUB_INTERFACE", row.key,
-               std::string(field) + " " + ConfigFile::printed(*at) + " is not a tag from 1 to " +
-                   std::to_string(mostVlan) + consequence);
+               std::string(field) + " " + ConfigFile::formatValue(*at) +
+                   " is not a tag from 1 to " + std::to_string(maxVlan) + consequence);
    return 0;
 }
 
@@ -33,7 +33,7 @@ void InventoryBuilder::buildVlans(UnitNames& names) {
    for (auto const& row : file_.rows(*names.tables, "VLAN")) {
       auto fromName = parseVlanName(row.key);
       auto id = file_.number("VLAN", row, "vlanid", UINT64_MAX);
-      if (!fromName || *fromName > mostVlan) {
+      if (!fromName || *fromName > maxVlan) {
          file_.report("VLAN", row.key, "is no Vlan1 to Vlan4094, left out");
          continue;
       }
@@ -78,7 +78,7 @@ bool InventoryBuilder::isTagged(ConfigFile::Row const& member) {
    if (mode != member.fields->end() && *mode != "tagged" && *mode != "untagged" &&
        *mode != "priority_tagged") {
       file_.report("VLAN_MEMBER", member.key,
-                   "tagging_mode " + ConfigFile::printed(*mode) +
+                   "tagging_mode " + ConfigFile::formatValue(*mode) +
                        " is not tagged, untagged or priority_tagged: taken as untagged");
    }
    return mode != member.fields->end() && *mode == "tagged";
@@ -120,7 +120,7 @@ void InventoryBuilder::buildSubInterfaces(UnitNames& names) {
          file_.report("VLAN_SUB_INTERFACE", row.key,
                       parsed->parent + " is a member of " + lag->second);
       }
-      bool nameIsTag = parsed->id <= mostVlan;
+      bool nameIsTag = parsed->id <= maxVlan;
       if (!row.fields->contains("vlan") && !nameIsTag) {
          file_.report("VLAN_SUB_INTERFACE", row.key, "has no vlan, and its id is no tag");
       }
@@ -133,7 +133,7 @@ void InventoryBuilder::buildSubInterfaces(UnitNames& names) {
 
 void InventoryBuilder::buildRoutedPorts(UnitNames& names) {
    std::set<std::string> routed;
-   uint32_t next = mostVlan;
+   uint32_t next = maxVlan;
    for (char const* table : {"INTERFACE", "PORTCHANNEL_INTERFACE"}) {
       for (auto const& row : file_.rows(*names.tables, table)) {
          std::string name = longName(row.key.substr(0, row.key.find('|')));
@@ -164,7 +164,7 @@ void InventoryBuilder::buildVlanInterfaces(UnitNames& names) {
       if (!seen.insert(name).second) {
          continue;
       }
-      if (!id || *id < 1 || *id > mostVlan) {
+      if (!id || *id < 1 || *id > maxVlan) {
          file_.report("VLAN_INTERFACE", row.key, "is no Vlan1 to Vlan4094, left out");
          continue;
       }
@@ -211,7 +211,7 @@ void InventoryBuilder::checkTunnelMaps(UnitNames const& names) {
       } else if (!vlan->is_string() || vlans == names.tables->end() ||
                  !vlans->contains(vlan->get<std::string>())) {
          file_.report("VXLAN_TUNNEL_MAP", row.key,
-                      "there is no " + ConfigFile::printed(*vlan) + ", left out");
+                      "there is no " + ConfigFile::formatValue(*vlan) + ", left out");
       }
    }
 }

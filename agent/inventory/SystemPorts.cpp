@@ -17,8 +17,8 @@ void SystemPorts::read(ConfigJson const& tables) {
          file_.report("SYSTEM_PORT", row.key, "is no key of host, asic and port, left out");
          continue;
       }
-      auto id = file_.number("SYSTEM_PORT", row, "system_port_id", mostSystemPort);
-      auto unitId = file_.number("SYSTEM_PORT", row, "switch_id", mostUnit);
+      auto id = file_.number("SYSTEM_PORT", row, "system_port_id", maxSystemPort);
+      auto unitId = file_.number("SYSTEM_PORT", row, "switch_id", maxUnit);
       auto core = file_.number("SYSTEM_PORT", row, "core_index", 255);
       auto corePort = file_.number("SYSTEM_PORT", row, "core_port_index", 255);
       if (!id || !unitId || !core || !corePort) {

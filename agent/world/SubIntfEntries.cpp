@@ -1,6 +1,6 @@
 #include "agent/world/SubIntfEntries.h"
 
-#include "agent/world/World.h"
+#include "agent/world/WorldView.h"
 
 #include <algorithm>
 

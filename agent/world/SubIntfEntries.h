@@ -13,11 +13,11 @@
 
 namespace Agent {
 
-class World;
+class WorldView;
 
 class SubIntfEntries {
  public:
-   explicit SubIntfEntries(World const& world) : world_(world) {}
+   explicit SubIntfEntries(WorldView const& world) : world_(world) {}
 
    // Makes the entries what the world says now: those that are right stay untouched.
    void refresh(Plexus::IntfId subIntf);
@@ -31,7 +31,7 @@ class SubIntfEntries {
    };
    std::vector<Entry> wanted(Plexus::IntfId subIntf) const;
 
-   World const& world_;
+   WorldView const& world_;
    std::map<Plexus::IntfId, std::vector<Entry>> entries_;
    uint32_t lastLif_ = 0;
 };

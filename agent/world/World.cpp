@@ -1,6 +1,6 @@
 #include "agent/world/World.h"
 
-#include "agent/command/Registry.h"
+#include "agent/errors/Errors.h"
 
 #include <algorithm>
 
@@ -16,40 +16,21 @@ using Hardware::ShoalTunnel::LagFapKey;
 using Plexus::PortChannelIntfId;
 using Plexus::SubIntfId;
 
-World::World(Inventory inventory) : inventory_(std::move(inventory)) {
-   scsd = mounted<Hardware::ShoalTunnel::ShoalTunnelCommonSmData>("scsd");
-   shoalStatus = mounted<Hardware::Shoal::Status>("shoalStatus");
-   vlanDomainStatus = mounted<Hardware::Shoal::VlanDomainStatus>("vlanDomainStatus");
-   subIntfConfigDir = mounted<Interface::SubIntfConfigDir>("subIntfConfigDir");
-   intfVlanIdTable = mounted<IntfVlanId::Table>("intfVlanIdTable");
-   ethIntfStatusDir = mounted<Interface::EthLagIntfStatusDir>("ethIntfStatusDir");
-   portMapHelper = mounted<Hardware::ShoalTunnel::ShoalTunnelPortMapHelper>("portMapHelper");
-   vlanTagToVsiMapperSm =
-       mounted<Hardware::ShoalTunnel::VlanTagToVsiMapperSm>("vlanTagToVsiMapper");
-   subIntfStatusDir = mounted<Interface::SubIntfStatusDir>("subIntfStatusDir");
-   dynSubIntfEncap = mounted<Interface::SubIntfDynDot1qEncap>("dynSubIntfEncap");
-   subIntfDot1qEncapChange =
-       mounted<Hardware::ShoalTunnel::SubIntfDot1qEncapChange>("subIntfDot1qEncapChange");
-   vtagToVsiConfig = mounted<Hardware::ShoalTunnel::VlanTagToVsiMapperConfig>("vtagToVsiConfig");
-   lagConfig = mounted<Lag::Config>("lagConfig");
-   lagPhyIntfMapping = mounted<Lag::LagPhyIntfMapping>("lagPhyIntfMapping");
-   untaggedVlanDir = mounted<Bridging::UntaggedVlanDir>("untaggedVlanDir");
-   localPortMapStatus = mounted<Hardware::Shoal::LocalPortMapStatus>("localPortMapStatus");
+World::World(Inventory inventory) : WorldView(std::move(inventory)) {
    fill();
    fillFeatures();
 }
 
 void World::fill() {
-   for (auto const& unit : inventory_.units) {
+   for (auto const& unit : inventory().units) {
       FapId fapId(unit.fapId);
       shoalStatus->fapNameIs(fapId, unit.name);
       fapTypeIs(fapId, unit.fapType);
       extLkupTypeIs(fapId, unit.extLkupType);
    }
-   for (auto const& port : inventory_.ports) {
+   for (auto const& port : inventory().ports) {
       IntfId intf(port.name);
       core_.set(intf, port.core % Hardware::Shoal::kCoresPerFap);
-      names_.push_back(intf);
       PortMap place{FapId(port.fapId), static_cast<uint16_t>(port.unitPort)};
       if (port.vlanDomain != 0) {
          vlanDomainStatus->portTunnelDataIs(
@@ -60,12 +41,11 @@ void World::fill() {
          portMapIs(intf, place);
       }
    }
-   for (auto const& lag : inventory_.portChannels) {
+   for (auto const& lag : inventory().portChannels) {
       fillPortChannel(lag);
    }
-   for (auto const& sub : inventory_.subInterfaces) {
+   for (auto const& sub : inventory().subInterfaces) {
       IntfId intf(sub.name);
-      names_.push_back(intf);
       Dot1qEncap encap{static_cast<uint16_t>(sub.outer), static_cast<uint16_t>(sub.inner)};
       auto config = Orv::make<Interface::SubIntfConfig>();
       config->dot1qEncapIs(encap);
@@ -77,20 +57,13 @@ void World::fill() {
       subIntfsOf_[SubIntfId::parentIntfId(intf)].push_back(intf);
       subIntfEntries_.refresh(intf);
    }
-   for (auto const& svi : inventory_.vlanInterfaces) {
-      names_.emplace_back(svi.name);
-   }
-   for (auto const& tunnel : inventory_.tunnels) {
-      names_.emplace_back(tunnel.name);
-   }
-   for (auto const& routed : inventory_.routedPorts) {
+   for (auto const& routed : inventory().routedPorts) {
       intfVlanIdTable->internalVlanIdIs(IntfId(routed.name), VlanIdOrNone(routed.internalVlan));
    }
 }
 
 void World::fillPortChannel(InventoryPortChannel const& lag) {
    IntfId intf(lag.name);
-   names_.push_back(intf);
    lagDomain_.set(intf, static_cast<uint8_t>(lag.vlanDomain));
    auto status = ethIntfStatusDir->ethLagIntfStatusIs(intf);
    for (auto const& member : lag.members) {
@@ -123,12 +96,6 @@ void World::tellEncapsulation(IntfId subIntf) {
       subIntfDot1qEncapChange->dot1qEncapIs(subIntf, encap);
    }
    subIntfEntries_.refresh(subIntf);
-}
-
-Dot1qEncap World::encapsulation(IntfId subIntf) const {
-   Dot1qEncap dynamic = dynSubIntfEncap->dot1qEncap(subIntf);
-   auto config = subIntfConfigDir->subIntfConfig(subIntf);
-   return !dynamic.isZero() ? dynamic : config ? config->dot1qEncap() : Dot1qEncap();
 }
 
 void World::dynamicEncapsulationIs(IntfId subIntf, Dot1qEncap encap) {
@@ -217,11 +184,6 @@ void World::extLkupTypeIs(FapId unit, Hardware::Shoal::ExtLkupType type) {
    } else {
       shoalStatus->fapExtLkupTypeIs(unit, type);
    }
-}
-
-bool World::isPortOfInventory(IntfId port) const {
-   return std::any_of(inventory_.ports.begin(), inventory_.ports.end(),
-                      [&](InventoryPort const& each) { return each.name == port.name(); });
 }
 
 // The helper's tables first: who resolves in between still finds a unit.
@@ -352,7 +314,7 @@ void World::refreshLagDomains(IntfId lag) {
    auto manager = vlanTagToVsiMapperSm->vlanDomainManager();
    auto units = unitsOf(lag);
    uint8_t domain = lagDomain_.get(lag);
-   for (auto const& unit : inventory_.units) {
+   for (auto const& unit : inventory().units) {
       FapId fapId(unit.fapId);
       LagFapKey key = lagKey(lag, fapId);
       if (domain == 0 || std::find(units.begin(), units.end(), fapId) == units.end()) {

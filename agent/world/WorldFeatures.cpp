@@ -1,6 +1,6 @@
 // The facts behind in-LIF features: membership of port-channels, untagged VLANs, TCAMs and their
 // layouts.
-#include "agent/command/Registry.h"
+#include "agent/errors/Errors.h"
 #include "agent/world/World.h"
 #include "platform/ShoalTcam/TcamDbStatusInterface.h"
 
@@ -9,7 +9,6 @@
 namespace Agent {
 
 using Bridging::VlanIdOrNone;
-using Hardware::Shoal::kCoresPerFap;
 using Hardware::Shoal::SystemTcamId;
 using Hardware::ShoalTunnel::InLifFeatureType;
 using Plexus::PortChannelIntfId;
@@ -35,73 +34,19 @@ void World::fillFeatures() {
              type, TcamShareQualInfo(place, (1U << defaultWidth) - 1));
       }
    }
-   for (auto const& lag : inventory_.portChannels) {
+   for (auto const& lag : inventory().portChannels) {
       portChannelIs(IntfId(lag.name), true);
       for (auto const& member : lag.members) {
          joinLag(IntfId(lag.name), IntfId(member));
       }
    }
-   for (auto const& vlan : inventory_.vlans) {
+   for (auto const& vlan : inventory().vlans) {
       for (auto const& member : vlan.members) {
          if (!member.tagged) {
             untaggedVlanDir->untaggedVlanIs(IntfId(member.interface), VlanIdOrNone(vlan.vlanId));
          }
       }
    }
-}
-
-std::vector<SystemTcamId> World::tcams() const {
-   std::vector<SystemTcamId> found;
-   for (auto const& unit : inventory_.units) {
-      for (uint32_t core = 0; core < kCoresPerFap; ++core) {
-         found.push_back(
-             Hardware::Shoal::fapLocalCoreIdToSystemTcamId(shoalStatus, FapId(unit.fapId), core));
-      }
-   }
-   return found;
-}
-
-SystemTcamId World::tcam(std::string_view typed) const {
-   auto colon = typed.rfind(':');
-   if (colon == std::string_view::npos || typed.substr(colon + 1).size() != 1 ||
-       typed[colon + 1] < '0' || typed[colon + 1] >= static_cast<char>('0' + kCoresPerFap)) {
-      throw CommandError("a TCAM is UNIT:CORE with core 0 or 1, not '" + std::string(typed) + "'");
-   }
-   return Hardware::Shoal::fapLocalCoreIdToSystemTcamId(
-       shoalStatus, unit(typed.substr(0, colon)), static_cast<uint32_t>(typed[colon + 1] - '0'));
-}
-
-std::string World::tcamName(SystemTcamId tcam) const {
-   for (auto const& unit : inventory_.units) {
-      for (uint32_t core = 0; core < kCoresPerFap; ++core) {
-         if (tcam ==
-             Hardware::Shoal::fapLocalCoreIdToSystemTcamId(shoalStatus, FapId(unit.fapId), core)) {
-            return unit.name + ":" + std::to_string(core);
-         }
-      }
-   }
-   return "none";
-}
-
-std::vector<SystemTcamId> World::tcamsOf(IntfId intf) const {
-   std::vector<SystemTcamId> found;
-   auto add = [&](SystemTcamId tcam) {
-      if (tcam != SystemTcamId() && std::find(found.begin(), found.end(), tcam) == found.end()) {
-         found.push_back(tcam);
-      }
-   };
-   if (Plexus::VlanIntfId::isVlanIntfId(intf)) {
-      for (FapId fap : unitsOf(intf)) {
-         for (uint32_t core = 0; core < kCoresPerFap; ++core) {
-            add(Hardware::Shoal::fapLocalCoreIdToSystemTcamId(shoalStatus, fap, core));
-         }
-      }
-   }
-   IntfId base = SubIntfId::isSubIntfId(intf) ? SubIntfId::parentIntfId(intf) : intf;
-   for (IntfId port : portsOf(base)) {
-      add(shoalStatus->sysTcamId(port));
-   }
-   return found;
 }
 
 // A port's own entry before the member list, and out of the old port-channel before into the new:

@@ -2,7 +2,7 @@
 //
 // Iteration is in order of insertion (overwriting keeps the place). Reading an absent key gives the
 // value type's default. A write that changes a value notifies the reactors before it returns; an
-// equal write and the deletion of an absent key notify nobody (but see Writes::areEvents).
+// equal write and the deletion of an absent key notify nobody (but see Notify::onEveryWrite).
 //
 // Everything may be changed from a handler or during a walk. A Walk visits each member that was
 // there when it began and is still there when its turn comes, once; what is added on the way is not
@@ -20,9 +20,9 @@
 
 namespace Orv {
 
-enum class Writes {
-   areChanges, // equal writes notify nobody
-   areEvents,  // every write notifies: the table carries answers, not states
+enum class Notify {
+   onChange,     // equal writes notify nobody
+   onEveryWrite, // every write notifies: the table carries answers, not states
 };
 
 // Told of each member that comes or goes, before any reactor is. For indices over a collection.
@@ -90,7 +90,7 @@ class Watched {
    mutable std::unique_ptr<Watchers<K>> watchers_;
 };
 
-template<class K, class V, class Storage, Writes writes = Writes::areChanges>
+template<class K, class V, class Storage, Notify when = Notify::onChange>
 class Collection : public Watched<K> {
  public:
    using Key = K;
@@ -130,7 +130,7 @@ class Collection : public Watched<K> {
       } else if (V& present = storage_.at(slot).value; present != value) {
          // Released only after the new value stands: dropping it may run code that looks here.
          std::swap(present, value);
-      } else if (writes == Writes::areChanges) {
+      } else if (when == Notify::onChange) {
          return;
       }
       this->notify(key);

@@ -45,7 +45,8 @@ class ORV_EXPORT Entity : public RefCounted {
 
 // The same for a collection of which every write is an event.
 #define ORV_EVENTS(attr, K, V, Storage)                                                            \
-   ORV_COLLECTION_AS(attr, K, V, ::Orv::Collection<K, V, Storage<K, V>, ::Orv::Writes::areEvents>)
+   ORV_COLLECTION_AS(attr, K, V,                                                                   \
+                     ::Orv::Collection<K, V, Storage<K, V>, ::Orv::Notify::onEveryWrite>)
 
 #define ORV_COLLECTION_AS(attr, K, V, ...)                                                         \
  private:                                                                                          \

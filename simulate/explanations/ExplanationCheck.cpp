@@ -11,7 +11,7 @@ using namespace Hardware::ShoalTunnel;
 
 namespace {
 
-std::string printedProblems(Host& host) {
+std::string formatProblems(Host& host) {
    std::ostringstream out;
    Arguments arguments(split("--format json", " "));
    commandRegistry().find("problems")->run(host, arguments, out);
@@ -23,7 +23,7 @@ std::string printedProblems(Host& host) {
 void ExplanationCheck::check(Findings& findings) const {
    witness_.noteQuietEvents();
    std::set<std::string> listed;
-   Json const problems = Json::parse(printedProblems(host_));
+   Json const problems = Json::parse(formatProblems(host_));
    for (auto const& row : problems.at("rows")) {
       listed.insert(row.at("request").get<std::string>());
    }
@@ -33,11 +33,11 @@ void ExplanationCheck::check(Findings& findings) const {
       RequestTruth truth(host_, facts_, witness_, leads, request);
       Explanation explanation = explain(situations.of(request), host_);
       for (std::string const& untruth : truth.untruths(explanation)) {
-         findings.add("explanations are true", printedRequest(request), ": ", untruth, ", in \"",
+         findings.add("explanations are true", formatRequest(request), ": ", untruth, ", in \"",
                       explanation.verdict, "\"");
       }
-      if (listed.contains(printedRequest(request)) == truth.sound()) {
-         findings.add("problems are told", printedRequest(request),
+      if (listed.contains(formatRequest(request)) == truth.sound()) {
+         findings.add("problems are told", formatRequest(request),
                       truth.sound() ? " is a row" : " is no row", ": ", explanation.verdict);
       }
    }

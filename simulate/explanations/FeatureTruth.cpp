@@ -81,7 +81,7 @@ class FeatureTruth {
       }
       if (auto parts = fit(sentence, "It was answered %")) {
          auto status = pipeline_.featureStatus->response(key_).status;
-         return answered() && (*parts)[0] == printedFeatureStatus(status);
+         return answered() && (*parts)[0] == formatFeatureStatus(status);
       }
       if (fits("The value % is wider than its field of %; the rest runs into the bits above it, "
                "where a "

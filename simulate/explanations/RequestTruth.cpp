@@ -210,13 +210,13 @@ bool RequestTruth::isReason(std::string const& reason) const {
       return lacking((*parts)[0], absent) && !witness_.saw(Event::removed, (*parts)[0]);
    }
    if (auto parts = fit(reason, "% took out % at % s")) {
-      std::string who = (*parts)[0] == "it" ? printedRequest(request_) : (*parts)[0];
+      std::string who = (*parts)[0] == "it" ? formatRequest(request_) : (*parts)[0];
       return lacking((*parts)[1], absent) &&
              witness_.saw(Event::removed, (*parts)[1], (*parts)[2]) &&
              (!isem_ || witness_.sawLeave(who, (*parts)[1], (*parts)[2]));
    }
    if (auto parts = fit(reason, "% moved off % at % s")) {
-      std::string who = (*parts)[0] == "it" ? printedRequest(request_) : (*parts)[0];
+      std::string who = (*parts)[0] == "it" ? formatRequest(request_) : (*parts)[0];
       return lacking((*parts)[1], absent) &&
              witness_.saw(Event::removed, (*parts)[1], (*parts)[2]) &&
              witness_.sawLeave(who, (*parts)[1], (*parts)[2]);

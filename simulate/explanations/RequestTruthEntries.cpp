@@ -68,7 +68,7 @@ std::vector<TcamSharingRequest> Leads::requestsAt(EntryKey const& key) const {
 
 std::vector<TcamSharingRequest> Leads::requestsAt(std::string const& key) const {
    for (auto const& [each, requests] : requests_) {
-      if (printedKey(each) == key) {
+      if (formatKey(each) == key) {
          return requests;
       }
    }
@@ -94,7 +94,7 @@ template<class T>
 RequestTruth::Entry RequestTruth::entry(ChipTable<T> const& chip, typename T::Config const& config,
                                         typename T::Key key, uint64_t wanted) const {
    Entry entry;
-   entry.key = printedKey(key);
+   entry.key = formatKey(key);
    entry.configured = plain(config.configCollection().find(key));
    entry.wanted = wanted;
    entry.unit = request_.fapId();
@@ -124,7 +124,7 @@ RequestTruth::Entry RequestTruth::isemEntry(AradSemKeyAndFap key) const {
    if (auto users = host_.isem().common->semToRequest(key)) {
       for (auto const& [user, present] : users->requestIter()) {
          if (present && user != request_) {
-            found.recorded.push_back(printedRequest(user));
+            found.recorded.push_back(formatRequest(user));
          }
       }
    }
@@ -134,14 +134,14 @@ RequestTruth::Entry RequestTruth::isemEntry(AradSemKeyAndFap key) const {
 }
 
 RequestTruth::Entry RequestTruth::mapperEntry(VlanTagToVsiMapperKey key) const {
-   Entry found = entry(host_.chip().mapper(), *host_.inLif().mapperConfig, key, policy_ % 1024);
+   Entry found = entry(host_.chip().mapper(), *host_.mapper().mapperConfig, key, policy_ % 1024);
    found.unit = facts_.world().placeOf(key.fields().intfId).fapId;
    addUsers(found, at_.requestsAt(key));
    return found;
 }
 
 RequestTruth::Entry RequestTruth::tunnelEntry() const {
-   Entry found = entry(host_.chip().tunnels(), *host_.inLif().tunnelConfig,
+   Entry found = entry(host_.chip().tunnels(), *host_.mapper().tunnelConfig,
                        TunnelPolicyMapperKey(request_.intfId(), request_.fapId()), policy_ % 1024);
    found.owned = true;
    return found;
@@ -149,7 +149,7 @@ RequestTruth::Entry RequestTruth::tunnelEntry() const {
 
 void RequestTruth::addUsers(Entry& entry, std::vector<TcamSharingRequest> const& requests) const {
    for (TcamSharingRequest request : requests) {
-      std::string name = printedRequest(request);
+      std::string name = formatRequest(request);
       if (request != request_ &&
           std::find(entry.users.begin(), entry.users.end(), name) == entry.users.end()) {
          entry.users.push_back(name);
@@ -209,12 +209,12 @@ void RequestTruth::findPending() {
          }
       }
    }
-   for (auto const& [key, pending] : host_.inLif().common->pendingLifEntriesIter()) {
+   for (auto const& [key, pending] : host_.mapper().common->pendingLifEntriesIter()) {
       if (pending.request() == request_) {
          pending_.push_back(mapperEntry(key));
       }
    }
-   for (auto const& [key, pending] : host_.inLif().common->pendingTunnelLifEntriesIter()) {
+   for (auto const& [key, pending] : host_.mapper().common->pendingTunnelLifEntriesIter()) {
       if (pending.request() == request_) {
          pending_.push_back(tunnelEntry());
       }
@@ -252,8 +252,8 @@ bool RequestTruth::findLack() const {
 }
 
 bool RequestTruth::asked() const {
-   for (std::size_t i = 0; i < kFeatures; ++i) {
-      if (host_.features().config(static_cast<Feature>(i))->requestHas(request_)) {
+   for (std::size_t i = 0; i < kRequesters; ++i) {
+      if (host_.sharing().config(static_cast<Requester>(i))->requestHas(request_)) {
          return true;
       }
    }
@@ -262,15 +262,15 @@ bool RequestTruth::asked() const {
 
 std::vector<std::string> RequestTruth::overruled() const {
    std::vector<std::string> told;
-   for (std::size_t i = 0; i < kFeatures; ++i) {
-      auto feature = static_cast<Feature>(i);
-      uint64_t asks = host_.features().config(feature)->request(request_).value();
-      uint64_t own = feature != Feature::acl          ? Facts::labelBits
+   for (std::size_t i = 0; i < kRequesters; ++i) {
+      auto feature = static_cast<Requester>(i);
+      uint64_t asks = host_.sharing().config(feature)->request(request_).value();
+      uint64_t own = feature != Requester::acl        ? Facts::labelBits
                      : facts_.lumen(request_.fapId()) ? Facts::aclBits()
                                                       : ~uint64_t{0};
       // Every bit that it asks for is there, and its fields have no others.
       if (asks != 0 && ((asks & ~policy_) != 0 || (policy_ & own & ~asks) != 0)) {
-         told.push_back(std::string(featureNames[i]) + " asks for " + inWords(asks) +
+         told.push_back(std::string(requesterNames[i]) + " asks for " + inWords(asks) +
                         ", but the merged policy has " + inWords(policy_ & (own | asks)) +
                         " there");
       }
@@ -286,7 +286,7 @@ bool RequestTruth::sound() const {
 }
 
 std::string RequestTruth::inWords(uint64_t policy) {
-   return printedPolicy(TcamSharingPolicyId(policy));
+   return formatPolicy(TcamSharingPolicyId(policy));
 }
 
 } // namespace Simulate

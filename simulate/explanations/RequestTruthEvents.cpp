@@ -15,7 +15,7 @@ bool RequestTruth::isWaiting(std::string const& sentence) const {
              std::any_of(pending_.begin(), pending_.end(), holds);
    };
    if (auto parts = fit(sentence, "It waits in the backlog for the slice at % s")) {
-      return queued_ && clock.waiting() && (*parts)[0] == printedSeconds(clock.timeMin());
+      return queued_ && clock.waiting() && (*parts)[0] == formatSeconds(clock.timeMin());
    }
    auto retry = fit(sentence, "It is retried at % s");
    auto vain = fit(sentence, "It is retried at % s, to no avail");
@@ -23,12 +23,12 @@ bool RequestTruth::isWaiting(std::string const& sentence) const {
       auto tags = facts_.tags(request_);
       bool never = request_.fapId().value() > 128 || (tags && tags->inner != 0) ||
                    !request_.intfId().fields().subIntf;
-      return !retried_.empty() && (*parts)[0] == printedSeconds(pipeline_.codef->nextRetry()) &&
+      return !retried_.empty() && (*parts)[0] == formatSeconds(pipeline_.codef->nextRetry()) &&
              (!vain || (never && lacks_));
    }
    if (auto parts = fit(sentence, "The retry list forgets it at % s")) {
       return policy_ == 0 && !retried_.empty() &&
-             (*parts)[0] == printedSeconds(pipeline_.codef->nextRetry());
+             (*parts)[0] == formatSeconds(pipeline_.codef->nextRetry());
    }
    if (sentence == "Nothing retries it") {
       return retried_.empty() && !queued_ && lacks_;
@@ -37,7 +37,7 @@ bool RequestTruth::isWaiting(std::string const& sentence) const {
    if (auto parts = other ? other : fit(sentence, "The chip's answer is due at % s")) {
       return anyEntry([&](Entry const& entry) {
          return std::any_of(entry.due.begin(), entry.due.end(),
-                            [&](Seconds due) { return printedSeconds(due) == (*parts)[0]; }) &&
+                            [&](Seconds due) { return formatSeconds(due) == (*parts)[0]; }) &&
                 (!other || witness_.sawWriteFor((*parts)[1], entry.key));
       });
    }
@@ -71,8 +71,8 @@ bool RequestTruth::isWaiting(std::string const& sentence) const {
 }
 
 bool RequestTruth::isAnswer(std::string const& sentence) const {
-   std::string name = printedRequest(request_);
-   std::string older = " for " + printedPolicy(response_.policyId) + ", not for the present policy";
+   std::string name = formatRequest(request_);
+   std::string older = " for " + formatPolicy(response_.policyId) + ", not for the present policy";
    bool past = response_.policyId.value() != policy_;
    if (auto parts = fit(sentence, "It was answered success at % s")) {
       return response_.status == 1 && !past && witness_.sawResponse(name, (*parts)[0]);
@@ -109,7 +109,7 @@ bool RequestTruth::isAnswer(std::string const& sentence) const {
 
 bool RequestTruth::countsInVain(std::string const& count) const {
    TcamSharingEntry entry(request_, TcamSharingPolicyId(policy_));
-   auto const& common = *host_.inLif().common;
+   auto const& common = *host_.mapper().common;
    for (auto const& [key, pending] : common.pendingLifEntriesIter()) {
       if (pending == entry) {
          return false;
@@ -164,11 +164,11 @@ uint64_t RequestTruth::missing(FapId unit) const {
       bool here = kind() == ChipTableKind::isem && key.fapId() == unit;
       count += here && !chip.isem().entries().contains(key) ? 1 : 0;
    }
-   for (auto const& [key, data] : host_.inLif().tunnelConfig->configIter()) {
+   for (auto const& [key, data] : host_.mapper().tunnelConfig->configIter()) {
       bool here = kind() == ChipTableKind::tunnel && key.fapId() == unit;
       count += here && !chip.tunnels().entries().contains(key) ? 1 : 0;
    }
-   for (auto const& [key, data] : host_.inLif().mapperConfig->configIter()) {
+   for (auto const& [key, data] : host_.mapper().mapperConfig->configIter()) {
       bool here = kind() == ChipTableKind::mapper &&
                   facts_.world().placeOf(key.fields().intfId).fapId == unit;
       count += here && !chip.mapper().entries().contains(key) ? 1 : 0;
@@ -270,7 +270,7 @@ bool RequestTruth::isFact(std::string const& label, std::string const& text) con
    }
    if (label == "retry list") {
       return std::any_of(retried_.begin(), retried_.end(), [&](TcamSharingEntry const& entry) {
-         return text.starts_with("for " + printedPolicy(entry.policyId()) + ", ");
+         return text.starts_with("for " + formatPolicy(entry.policyId()) + ", ");
       });
    }
    if (label == "response") {
@@ -279,12 +279,12 @@ bool RequestTruth::isFact(std::string const& label, std::string const& text) con
       if (response_.status == 0) {
          return text == head;
       }
-      auto parts = fit(text, head + " for " + printedPolicy(response_.policyId) + " since % s, %");
-      return parts && witness_.sawResponse(printedRequest(request_), (*parts)[0]) &&
+      auto parts = fit(text, head + " for " + formatPolicy(response_.policyId) + " since % s, %");
+      return parts && witness_.sawResponse(formatRequest(request_), (*parts)[0]) &&
              isCause((*parts)[1], (*parts)[0]);
    }
    if (label == "output policy") {
-      return text == printedPolicy(pipeline_.output(request_));
+      return text == formatPolicy(pipeline_.output(request_));
    }
    if (label == "merged policy") {
       return text.starts_with(inWords(policy_));
@@ -296,16 +296,16 @@ bool RequestTruth::isFact(std::string const& label, std::string const& text) con
    }
    if (label == "answers awaited") {
       TcamSharingEntry entry(request_, TcamSharingPolicyId(policy_));
-      return text == std::to_string(host_.inLif().common->tcamSharingEntryRefCount(entry));
+      return text == std::to_string(host_.mapper().common->tcamSharingEntryRefCount(entry));
    }
-   for (std::size_t i = 0; i < kFeatures; ++i) {
-      if (label == std::string(featureNames[i]) + " asks") {
-         auto const& tables = host_.features();
-         auto feature = static_cast<Feature>(i);
+   for (std::size_t i = 0; i < kRequesters; ++i) {
+      if (label == std::string(requesterNames[i]) + " asks") {
+         auto const& tables = host_.sharing();
+         auto feature = static_cast<Requester>(i);
          auto answer = tables.status(feature)->response(request_);
-         std::string asks = printedPolicy(tables.config(feature)->request(request_)) + ", status ";
+         std::string asks = formatPolicy(tables.config(feature)->request(request_)) + ", status ";
          return text.starts_with(asks) &&
-                (answer.status == 0 || text.ends_with(" for " + printedPolicy(answer.policyId)));
+                (answer.status == 0 || text.ends_with(" for " + formatPolicy(answer.policyId)));
       }
    }
    return true; // of an entry
@@ -358,7 +358,7 @@ bool RequestTruth::isEntryEvent(std::string const& label, std::string const& tex
       Entry entry;
       entry.key = key;
       for (auto const& [of, users] : host_.isem().common->semToRequestIter()) {
-         if (printedKey(of) == key) {
+         if (formatKey(of) == key) {
             entry = isemEntry(of);
          }
       }
@@ -369,7 +369,7 @@ bool RequestTruth::isEntryEvent(std::string const& label, std::string const& tex
       Entry const* entry = byKey(key);
       return policy_ == 0 || (time && entry != nullptr &&
                               std::any_of(entry->due.begin(), entry->due.end(), [&](Seconds due) {
-                                 return printedSeconds(due) == (*time)[0];
+                                 return formatSeconds(due) == (*time)[0];
                               }));
    }
    return true;
@@ -409,7 +409,7 @@ bool RequestTruth::isCause(std::string const& why, std::string const& time) cons
       });
    }
    return why == "when it was worked"
-              ? witness_.sawWorked(printedRequest(request_), time)
+              ? witness_.sawWorked(formatRequest(request_), time)
               : why == "when the chip restarted" && witness_.sawRestart(time);
 }
 

@@ -38,10 +38,10 @@ Witness::Event eventOf(TunnelPolicyMapperStatusType const& status) {
 Witness::Witness(Host& host) : host_(host) {
    writes_ = chipWrites();
    auto const& isem = host.isem();
-   auto const& inLif = host.inLif();
+   auto const& inLif = host.mapper();
    for (auto const& [key, result] : inLif.mapperConfig->configIter()) {
       lifs_[key] = result.lif;
-      note(Event::made, printedKey(key));
+      note(Event::made, formatKey(key));
    }
    watch<IsemTable>(*isem.table, *isem.tableStatus);
    watch<MapperTable>(*inLif.mapperConfig, *inLif.mapperStatus);
@@ -49,13 +49,13 @@ Witness::Witness(Host& host) : host_(host) {
    for (SharingPipeline* pipeline : host.pipelines()) {
       watchers_.watch<TcamSharingRequest>(pipeline->mergedStatus->responseCollection(),
                                           [this](TcamSharingRequest const& request) {
-                                             responses_[printedRequest(request)].push_back(now());
+                                             responses_[formatRequest(request)].push_back(now());
                                           });
    }
    for (auto const& output : {isem.outputTable, inLif.tagOutput, inLif.tunnelOutput}) {
       watchers_.watch<TcamSharingRequest>(output->requestCollection(),
                                           [this](TcamSharingRequest const& request) {
-                                             worked_[printedRequest(request)].push_back(now());
+                                             worked_[formatRequest(request)].push_back(now());
                                           });
    }
    watchers_.watch<TcamSharingRequest>(
@@ -64,7 +64,7 @@ Witness::Witness(Host& host) : host_(host) {
           auto key = host_.isem().common->tcamRequestToIsemKeyMapping(request);
           auto& before = mapping_[request];
           if (before != AradSemKeyAndFap() && before != key) {
-             leaves_[printedRequest(request) + " " + printedKey(before)].push_back(now());
+             leaves_[formatRequest(request) + " " + formatKey(before)].push_back(now());
           }
           before = key;
        });
@@ -76,21 +76,21 @@ void Witness::watch(typename T::Config const& config, typename T::Status const& 
    watchers_.watch<Key>(config.configCollection(), [this, &config](Key const& key) {
       auto data = config.configCollection().find(key);
       if constexpr (std::is_same_v<T, MapperTable>) {
-         writers_[key] = host_.inLif().common->pendingLifEntries(key).request();
+         writers_[key] = host_.mapper().common->pendingLifEntries(key).request();
          if (data && lifs_[key] != data->lif) {
             lifs_[key] = data->lif;
-            note(Event::made, printedKey(key));
-            noteLoss(printedKey(key));
+            note(Event::made, formatKey(key));
+            noteLoss(formatKey(key));
             return;
          }
       }
-      note(data ? Event::written : Event::removed, printedKey(key));
-      noteLoss(printedKey(key));
+      note(data ? Event::written : Event::removed, formatKey(key));
+      noteLoss(formatKey(key));
    });
    watchers_.watch<Key>(status.statusCollection(), [this, &status](Key const& key) {
       noteRestarts();
       auto answer = status.statusCollection().find(key);
-      note(answer ? eventOf(*answer) : Event::gone, printedKey(key));
+      note(answer ? eventOf(*answer) : Event::gone, formatKey(key));
    });
 }
 
@@ -122,7 +122,7 @@ bool Witness::sawWriteFor(std::string const& request, std::string const& key) co
    for (Event event : {Event::written, Event::removed}) {
       if (auto found = events_.find({event, key}); found != events_.end()) {
          for (Seconds time : found->second) {
-            if (sawWorked(request, printedSeconds(time))) {
+            if (sawWorked(request, formatSeconds(time))) {
                return true;
             }
          }

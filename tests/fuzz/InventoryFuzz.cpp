@@ -1,5 +1,5 @@
 // Any bytes as an inventory: an error that names the place, or a switch that works.
-#include "agent/host/ScenarioRunner.h"
+#include "agent/command/ScenarioRunner.h"
 #include "agent/inventory/InventoryReader.h"
 #include "tests/fuzz/Rehearsals.h"
 

@@ -3,9 +3,9 @@
 // A scenario is carried out without rehearsals, which is fast and counts coverage. When that stops
 // the library, the last change before must be one that the rehearsal refuses; else all is run again
 // as the agent does it, and if that ends, so would the agent.
+#include "agent/command/Advice.h"
 #include "agent/command/Registry.h"
-#include "agent/host/Rehearsal.h"
-#include "agent/host/ScenarioRunner.h"
+#include "agent/command/ScenarioRunner.h"
 #include "agent/inventory/InventoryReader.h"
 #include "platform/Orv/Exception.h"
 #include "platform/Orv/Failure.h"
@@ -32,7 +32,7 @@ constexpr char const* inventory = R"({
           "VLAN_INTERFACE": {"Vlan7": {}}, "VXLAN_TUNNEL": {"t": {}}, "SHOAL_UNIT": {"u|1": {"fap_type": 2}}},
   "u|2": {"PORT": {"Ethernet0": {}}, "SHOAL_UNIT": {"u|2": {"ext_lkup_type": 4}}}})";
 
-constexpr std::size_t mostLines = 100;
+constexpr std::size_t maxLines = 100;
 
 using Lines = std::vector<std::string>;
 
@@ -55,7 +55,7 @@ std::vector<std::string> wordsOf(std::string const& line) {
 Lines linesOf(std::string const& text) {
    Lines lines;
    std::istringstream in(text);
-   for (std::string line; lines.size() < mostLines && std::getline(in, line);) {
+   for (std::string line; lines.size() < maxLines && std::getline(in, line);) {
       auto words = wordsOf(line);
       if (words.size() < 2 || words[0] != "trace" || (words[1] != "file" && words[1] != "ring")) {
          lines.push_back(line);
@@ -66,7 +66,7 @@ Lines linesOf(std::string const& text) {
 
 class FuzzedAgent {
  public:
-   FuzzedAgent() : host_(chassis()) { host_.traceFileIs("/dev/null"); }
+   FuzzedAgent() : host_(chassis()) { host_.traceFile().pathIs("/dev/null"); }
    FuzzedAgent(FuzzedAgent const&) = delete;
    FuzzedAgent& operator=(FuzzedAgent const&) = delete;
    // The levels are the process's.
@@ -135,7 +135,7 @@ bool refuses(Lines const& lines, std::size_t at) {
       agent.tryOut(lines[i]);
    }
    try {
-      Agent::rehearse(agent.host(), [&] { agent.carryOut(wordsOf(lines[at])); });
+      Agent::requireHarmless(agent.host(), [&] { agent.carryOut(wordsOf(lines[at])); });
    } catch (Agent::CommandError const&) {
       return true;
    }

@@ -1,6 +1,6 @@
 #include "simulate/Simulation.h"
 
-#include "agent/host/ScenarioRunner.h"
+#include "agent/command/ScenarioRunner.h"
 #include "agent/inventory/FileContent.h"
 #include "agent/inventory/InventoryReader.h"
 #include "platform/Orv/Failure.h"

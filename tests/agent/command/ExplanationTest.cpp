@@ -1,5 +1,5 @@
 // What the agent says of a request, in each state that it can be in.
-#include "tests/agent/host/Scenario.h"
+#include "tests/agent/command/Scenario.h"
 
 namespace Agent {
 namespace {

@@ -1,7 +1,7 @@
 #include "agent/inventory/SystemPorts.h"
 
 #include "agent/inventory/FileContent.h"
-#include "tests/agent/host/Scenario.h"
+#include "tests/agent/command/Scenario.h"
 #include "tests/agent/inventory/Reports.h"
 
 namespace Agent {

@@ -285,7 +285,7 @@ TYPED_TEST(CollectionTest, RandomHistoriesAgreeWithAModel) {
 }
 
 TEST(CollectionKindsTest, EventsTellEveryWriteAndOrderedOnesGoByKey) {
-   Collection<Number, int, SlabStorage<Number, int>, Writes::areEvents> events;
+   Collection<Number, int, SlabStorage<Number, int>, Notify::onEveryWrite> events;
    int told = 0;
    Watcher<Number> watcher([&](Number const&) { ++told; });
    events.watch(watcher);

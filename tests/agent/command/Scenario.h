@@ -1,7 +1,7 @@
 // Scenarios on a small chassis, for the tests of the agent.
 #pragma once
 
-#include "agent/host/ScenarioRunner.h"
+#include "agent/command/ScenarioRunner.h"
 #include "agent/inventory/InventoryReader.h"
 
 #include <gmock/gmock.h>

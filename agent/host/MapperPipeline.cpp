@@ -1,11 +1,11 @@
-#include "agent/host/InLifPipeline.h"
+#include "agent/host/MapperPipeline.h"
 
 namespace Agent {
 
 using namespace Hardware::ShoalTunnel;
 
-InLifPipeline::InLifPipeline(World& world, Orv::Timers& timers,
-                             Orv::Ptr<TcamSharingHelper> const& helper)
+MapperPipeline::MapperPipeline(World& world, Orv::Timers& timers,
+                               Orv::Ptr<TcamSharingHelper> const& helper)
     : SharingPipeline(world, timers, helper, "inlif") {
    tagOutput = mounted<TcamSharingConfig>(world, "tcamSharingTagConfigOut");
    tunnelOutput = mounted<TcamSharingConfig>(world, "tcamSharingTunnelConfigOut");
@@ -18,29 +18,29 @@ InLifPipeline::InLifPipeline(World& world, Orv::Timers& timers,
    selector = Orv::make<TcamSharingInLifSelector>(tagOutput, tunnelOutput);
    buildMerge();
    buildIntake();
-   buildInLifSm();
+   buildMapperSm();
    buildTunnelSm();
    // Everything that the merge reads is mounted now.
    merge->handleInitialized();
 }
 
-void InLifPipeline::buildInLifSm() {
-   inLifSm = tcamSharingInLifSmFactory(world_.shoalStatus, tagOutput, mergedStatus, helper_,
-                                       mapperConfig, mapperStatus, common);
+void MapperPipeline::buildMapperSm() {
+   mapperSm = tcamSharingInLifSmFactory(world_.shoalStatus, tagOutput, mergedStatus, helper_,
+                                        mapperConfig, mapperStatus, common);
 }
 
-void InLifPipeline::buildTunnelSm() {
+void MapperPipeline::buildTunnelSm() {
    tunnelSm = tcamSharingTunnelInLifSmFactory(world_.shoalStatus, tunnelOutput, mergedStatus,
                                               helper_, tunnelConfig, tunnelStatus, common);
 }
 
-void InLifPipeline::rebuild(Machine machine, Follower* follower) {
+void MapperPipeline::rebuild(Machine machine, Observer* observer) {
    if (machine == Machine::mapper) {
-      rebuildOne(inLifSm, machine, follower, [&] { buildInLifSm(); });
+      rebuildOne(mapperSm, machine, observer, [&] { buildMapperSm(); });
    } else if (machine == Machine::tunnel) {
-      rebuildOne(tunnelSm, machine, follower, [&] { buildTunnelSm(); });
+      rebuildOne(tunnelSm, machine, observer, [&] { buildTunnelSm(); });
    } else {
-      SharingPipeline::rebuild(machine, follower);
+      SharingPipeline::rebuild(machine, observer);
    }
 }
 

@@ -1,4 +1,4 @@
-#include "tests/agent/host/Scenario.h"
+#include "tests/agent/command/Scenario.h"
 #include "agent/command/Tables.h"
 #include "agent/inventory/FileContent.h"
 #include "platform/Trace/Trace.h"
@@ -263,7 +263,7 @@ member lc10/ASIC0/PortChannel2 remove lc09/ASIC0/Ethernet0
 member lc10/ASIC0/PortChannel2 add lc09/ASIC0/Ethernet12
 unit 32 available
 settle
-chip well
+chip clear-faults
 settle
 request acl lc10/ASIC0/PortChannel*.* own qos=12
 request acl lc09/ASIC0/Ethernet*.* own qos=4

@@ -1,6 +1,6 @@
 // What patterns and `own` name, and what commands tell of it.
 #include "agent/command/Registry.h"
-#include "tests/agent/host/Scenario.h"
+#include "tests/agent/command/Scenario.h"
 
 namespace Agent {
 namespace {

@@ -1,4 +1,4 @@
-// The library's machines as the agent can build them again, and who wants to hear of it.
+// The library's machines that the agent can build again, and who is told of it.
 #pragma once
 
 #include <array>
@@ -36,10 +36,10 @@ inline constexpr std::array<std::string_view, 12> machineNames{"merge",
                                                                "merged-words",
                                                                "sub-interface-words"};
 
-// Follows an agent's machines from the outside.
-class Follower {
+// Watches an agent's machines from the outside.
+class Observer {
  public:
-   virtual ~Follower() = default;
+   virtual ~Observer() = default;
    // The machine is gone, and is about to be built on the entities that it left behind.
    // `pipeline`: the one that it belongs to; null for none.
    virtual void handleGone(Machine machine, SharingPipeline* pipeline) = 0;
@@ -47,9 +47,9 @@ class Follower {
    virtual void handleBuilt(Machine machine, SharingPipeline* pipeline) = 0;
    // All machines of in-LIF features stand again, on empty tables.
    virtual void handleFeaturesFresh() = 0;
-   // The library stops by this invariant just now, and has to.
+   // Whether this failure of an invariant is expected now.
    virtual bool stopsBy(std::string_view condition) const = 0;
-   // The rehearsal of a change ended in a way that had no reason; the change was refused.
+   // A change was refused because its rehearsal ended in a way that was not expected.
    virtual void handleUnexplained(std::string const& reason) = 0;
 };
 

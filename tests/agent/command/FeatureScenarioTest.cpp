@@ -1,5 +1,5 @@
 #include "agent/inventory/FileContent.h"
-#include "tests/agent/host/Scenario.h"
+#include "tests/agent/command/Scenario.h"
 
 #include <algorithm>
 

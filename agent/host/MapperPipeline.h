@@ -8,12 +8,12 @@
 
 namespace Agent {
 
-class InLifPipeline : public SharingPipeline {
+class MapperPipeline : public SharingPipeline {
  public:
-   InLifPipeline(World& world, Orv::Timers& timers,
-                 Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> const& helper);
+   MapperPipeline(World& world, Orv::Timers& timers,
+                  Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> const& helper);
 
-   void rebuild(Machine machine, Follower* follower) override;
+   void rebuild(Machine machine, Observer* observer) override;
 
    Orv::Ptr<TcamSharingConfig> tagOutput;
    Orv::Ptr<TcamSharingConfig> tunnelOutput;
@@ -24,11 +24,11 @@ class InLifPipeline : public SharingPipeline {
    Orv::Ptr<Hardware::ShoalTunnel::VlanTagToVsiMapperStatus> mapperStatus;
    Orv::Ptr<Hardware::ShoalTunnel::TunnelPolicyMapperConfig> tunnelConfig;
    Orv::Ptr<Hardware::ShoalTunnel::TunnelPolicyMapperStatus> tunnelStatus;
-   Orv::Ptr<Hardware::ShoalTunnel::TcamSharingInLifSm> inLifSm;
+   Orv::Ptr<Hardware::ShoalTunnel::TcamSharingInLifSm> mapperSm;
    Orv::Ptr<Hardware::ShoalTunnel::TcamSharingTunnelInLifSm> tunnelSm;
 
  private:
-   void buildInLifSm();
+   void buildMapperSm();
    void buildTunnelSm();
 };
 

@@ -1,13 +1,15 @@
-// What people type, found in the world; and who stands where.
-#include "agent/command/Registry.h"
+#include "agent/world/WorldView.h"
+
+#include "agent/errors/Errors.h"
 #include "agent/inventory/InterfaceName.h"
-#include "agent/world/World.h"
 
 #include <algorithm>
 #include <set>
 
 namespace Agent {
 
+using Hardware::Shoal::kCoresPerFap;
+using Hardware::Shoal::SystemTcamId;
 using Plexus::SubIntfId;
 
 namespace {
@@ -42,11 +44,24 @@ bool matchesText(std::string_view pattern, std::string_view name) {
 
 } // namespace
 
-bool World::isPort(IntfId intf) {
+WorldView::WorldView(Inventory inventory) : inventory_(std::move(inventory)) {
+   auto add = [this](auto const& list) {
+      for (auto const& each : list) {
+         interfaces_.emplace_back(each.name);
+      }
+   };
+   add(inventory_.ports);
+   add(inventory_.portChannels);
+   add(inventory_.subInterfaces);
+   add(inventory_.vlanInterfaces);
+   add(inventory_.tunnels);
+}
+
+bool WorldView::isPort(IntfId intf) {
    return intf.fields().kind == Plexus::IntfKind::port && !SubIntfId::isSubIntfId(intf);
 }
 
-IntfId World::interface(std::string_view typed) const {
+IntfId WorldView::interface(std::string_view typed) const {
    bool flood = typed.ends_with(floodMark);
    auto found = inventory_.find(flood ? typed.substr(0, typed.size() - floodMark.size()) : typed);
    if (found.name.empty()) {
@@ -65,7 +80,7 @@ IntfId World::interface(std::string_view typed) const {
    return IntfId(found.name + std::string(floodMark));
 }
 
-bool World::matches(std::string_view pattern, IntfId intf) {
+bool WorldView::matches(std::string_view pattern, IntfId intf) {
    std::string_view name = intf.name();
    if (bareName(pattern) == "*") {
       return matchesText(pattern, name);
@@ -90,13 +105,13 @@ bool World::matches(std::string_view pattern, IntfId intf) {
           matchesText(pattern, name);
 }
 
-std::vector<IntfId> World::interfaces(std::string_view pattern) const {
+std::vector<IntfId> WorldView::interfaces(std::string_view pattern) const {
    if (!isPattern(pattern)) {
       return {interface(pattern)};
    }
    bool flood = pattern.ends_with(floodMark);
    std::vector<IntfId> found;
-   for (IntfId intf : names_) {
+   for (IntfId intf : interfaces_) {
       if (flood && !isRouted(intf)) {
          continue;
       }
@@ -111,7 +126,7 @@ std::vector<IntfId> World::interfaces(std::string_view pattern) const {
    return found;
 }
 
-FapId World::unit(std::string_view typed) const {
+FapId WorldView::unit(std::string_view typed) const {
    for (auto const& unit : inventory_.units) {
       if (typed == unit.name || typed == unit.key || typed == std::to_string(unit.fapId)) {
          return FapId(unit.fapId);
@@ -124,14 +139,14 @@ FapId World::unit(std::string_view typed) const {
    throw CommandError("the inventory has no unit '" + std::string(typed) + "'; it has " + known);
 }
 
-InventoryUnit const& World::inventoryUnit(FapId unit) const {
+InventoryUnit const& WorldView::inventoryUnit(FapId unit) const {
    auto found = std::find_if(
        inventory_.units.begin(), inventory_.units.end(),
        [&](InventoryUnit const& candidate) { return candidate.fapId == unit.value(); });
    return *found;
 }
 
-std::vector<FapId> World::unitsOf(IntfId intf) const {
+std::vector<FapId> WorldView::unitsOf(IntfId intf) const {
    std::string name = intf.name();
    if (auto mark = name.rfind(floodMark); mark != std::string::npos) {
       intf = IntfId(name.substr(0, mark));
@@ -165,11 +180,11 @@ std::vector<FapId> World::unitsOf(IntfId intf) const {
    return {units.begin(), units.end()};
 }
 
-bool World::isRouted(IntfId intf) const {
+bool WorldView::isRouted(IntfId intf) const {
    return intfVlanIdTable->internalVlanIdHas(intf);
 }
 
-std::vector<IntfId> World::portsOf(IntfId portOrLag) const {
+std::vector<IntfId> WorldView::portsOf(IntfId portOrLag) const {
    std::vector<IntfId> ports;
    if (isPort(portOrLag)) {
       ports.push_back(portOrLag);
@@ -179,6 +194,71 @@ std::vector<IntfId> World::portsOf(IntfId portOrLag) const {
       }
    }
    return ports;
+}
+
+bool WorldView::isPortOfInventory(IntfId port) const {
+   return std::any_of(inventory_.ports.begin(), inventory_.ports.end(),
+                      [&](InventoryPort const& each) { return each.name == port.name(); });
+}
+
+std::vector<SystemTcamId> WorldView::tcams() const {
+   std::vector<SystemTcamId> found;
+   for (auto const& unit : inventory_.units) {
+      for (uint32_t core = 0; core < kCoresPerFap; ++core) {
+         found.push_back(
+             Hardware::Shoal::fapLocalCoreIdToSystemTcamId(shoalStatus, FapId(unit.fapId), core));
+      }
+   }
+   return found;
+}
+
+SystemTcamId WorldView::tcam(std::string_view typed) const {
+   auto colon = typed.rfind(':');
+   if (colon == std::string_view::npos || typed.substr(colon + 1).size() != 1 ||
+       typed[colon + 1] < '0' || typed[colon + 1] >= static_cast<char>('0' + kCoresPerFap)) {
+      throw CommandError("a TCAM is UNIT:CORE with core 0 or 1, not '" + std::string(typed) + "'");
+   }
+   return Hardware::Shoal::fapLocalCoreIdToSystemTcamId(
+       shoalStatus, unit(typed.substr(0, colon)), static_cast<uint32_t>(typed[colon + 1] - '0'));
+}
+
+std::string WorldView::tcamName(SystemTcamId tcam) const {
+   for (auto const& unit : inventory_.units) {
+      for (uint32_t core = 0; core < kCoresPerFap; ++core) {
+         if (tcam ==
+             Hardware::Shoal::fapLocalCoreIdToSystemTcamId(shoalStatus, FapId(unit.fapId), core)) {
+            return unit.name + ":" + std::to_string(core);
+         }
+      }
+   }
+   return "none";
+}
+
+std::vector<SystemTcamId> WorldView::tcamsOf(IntfId intf) const {
+   std::vector<SystemTcamId> found;
+   auto add = [&](SystemTcamId tcam) {
+      if (tcam != SystemTcamId() && std::find(found.begin(), found.end(), tcam) == found.end()) {
+         found.push_back(tcam);
+      }
+   };
+   if (Plexus::VlanIntfId::isVlanIntfId(intf)) {
+      for (FapId fap : unitsOf(intf)) {
+         for (uint32_t core = 0; core < kCoresPerFap; ++core) {
+            add(Hardware::Shoal::fapLocalCoreIdToSystemTcamId(shoalStatus, fap, core));
+         }
+      }
+   }
+   IntfId base = SubIntfId::isSubIntfId(intf) ? SubIntfId::parentIntfId(intf) : intf;
+   for (IntfId port : portsOf(base)) {
+      add(shoalStatus->sysTcamId(port));
+   }
+   return found;
+}
+
+Bridging::Dot1qEncap WorldView::encapsulation(IntfId subIntf) const {
+   auto dynamic = dynSubIntfEncap->dot1qEncap(subIntf);
+   auto config = subIntfConfigDir->subIntfConfig(subIntf);
+   return !dynamic.isZero() ? dynamic : config ? config->dot1qEncap() : Bridging::Dot1qEncap();
 }
 
 } // namespace Agent

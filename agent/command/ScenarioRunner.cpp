@@ -1,7 +1,7 @@
-#include "agent/host/ScenarioRunner.h"
+#include "agent/command/ScenarioRunner.h"
 
+#include "agent/command/Advice.h"
 #include "agent/command/Registry.h"
-#include "agent/host/Rehearsal.h"
 
 #include <sstream>
 #include <string_view>
@@ -55,7 +55,7 @@ void ScenarioRunner::runCommand(std::vector<std::string> words) {
       command->run(host_, arguments, out);
    };
    if (command->changes && options_.rehearse) {
-      rehearse(host_, [&] {
+      requireHarmless(host_, [&] {
          std::ostringstream dropped;
          carryOut(dropped);
       });
@@ -67,7 +67,7 @@ bool ScenarioRunner::runLine(std::string const& line, std::string const& name, s
    bool sound = tryLine(line, name + ":" + std::to_string(number));
    // A signal that ends the agent later takes nothing with it.
    out_.flush();
-   host_.flushTraceFile();
+   host_.traceFile().flush();
    return sound;
 }
 

@@ -1,0 +1,164 @@
+#include "agent/command/Advice.h"
+
+#include "agent/command/Names.h"
+#include "agent/command/Resolution.h"
+#include "agent/host/Rehearsal.h"
+
+#include <algorithm>
+#include <system_error>
+
+namespace Agent {
+
+using namespace Hardware::ShoalTunnel;
+
+namespace {
+
+std::string usersOf(Host const& host, AradSemKeyAndFap key, TcamSharingRequest except) {
+   std::string text;
+   if (auto mapping = host.isem().common->semToRequest(key)) {
+      for (auto const& [user, present] : mapping->requestIter()) {
+         if (user != except) {
+            text += (text.empty() ? "" : " and ") + formatRequest(user);
+         }
+      }
+   }
+   return text;
+}
+
+// The request that was being withdrawn: answered, out of the output, and without a mapping.
+std::string describeUnmapped(Host const& host, Orv::Failure const&) {
+   auto const& pipeline = host.isem();
+   for (auto const& [request, response] : pipeline.mergedStatus->responseIter()) {
+      if (response.status == tcamSharingInProgress || pipeline.outputTable->requestHas(request) ||
+          pipeline.common->tcamRequestToIsemKeyMappingHas(request)) {
+         continue;
+      }
+      std::string text = formatRequest(request) + " would be withdrawn, but it was answered " +
+                         std::string(formatStatus(response.status)) +
+                         " without an entry of its own";
+      auto keys = resolve(host, request).keys;
+      auto const* key = keys.empty() ? nullptr : std::get_if<AradSemKeyAndFap>(&keys.front());
+      std::string users = key != nullptr ? usersOf(host, *key, request) : "";
+      if (users.empty()) {
+         return text + "; first have it programmed itself (a single tag, then another policy)";
+      }
+      return text + ": the entry " + formatKey(*key) + " belongs to " + users +
+             "; first withdraw " + users + ", then give " + request.intfId().name() +
+             " another policy, so that it is programmed itself";
+   }
+   return "";
+}
+
+// The request that was being moved: it still maps to a key whose users it has left.
+std::string describeMoved(Host const& host, Orv::Failure const&) {
+   auto const& common = host.isem().common;
+   for (auto const& [request, key] : common->tcamRequestToIsemKeyMappingIter()) {
+      auto mapping = common->semToRequest(key);
+      if (mapping && !mapping->requestHas(request)) {
+         std::string users = usersOf(host, key, request);
+         return formatRequest(request) + " would move off the entry " + formatKey(key) +
+                ", which " + users + " still use" + (mapping->requests() == 1 ? "s" : "") +
+                "; withdraw " + users + " first";
+      }
+   }
+   return "";
+}
+
+// Requests from before the unit had the lookup: whoever reads them anew finds the label.
+std::string describeLabels(Host const& host, Orv::Failure const&) {
+   std::string labelled;
+   for (auto const& [request, policy] : host.sharing().config(Requester::acl)->requestIter()) {
+      if (policy.lumenAclLabel() != 0 &&
+          host.world().shoalStatus->fapExtLkupType(request.fapId()) ==
+              Hardware::Shoal::extLkupTypeLumen_) {
+         labelled += (labelled.empty() ? "" : " and ") + formatRequest(request);
+      }
+   }
+   return labelled.empty() ? ""
+                           : "the acl feature asks with lumen= for " + labelled +
+                                 ", and a unit with the lumen lookup leaves that field to others; "
+                                 "ask again without lumen= first";
+}
+
+std::string describeUnplaced(Host const&, Orv::Failure const& failure) {
+   return failure.explanation +
+          ", which carries a feature word: give it a place first (port-map), or withdraw its "
+          "features while it has one";
+}
+
+template<char const* text>
+std::string say(Host const&, Orv::Failure const&) {
+   return text;
+}
+constexpr char typeChange[] =
+    "a withdrawal that is still under way would meet a unit of the other type; settle first";
+constexpr char portMapVersion[] =
+    "a new version while the port map is not valid; say port-map-state valid first";
+
+struct Advice {
+   std::string_view condition;
+   std::string (*text)(Host const&, Orv::Failure const&);
+};
+constexpr Advice advices[] = {
+    {"keyToDel != AradSemKeyAndFap()", describeUnmapped},
+    {"tcamSharingCommon()->semToRequest( prevKey ) == NULL", describeMoved},
+    {"policyId.lumenAclLabel() == 0", describeLabels},
+    {"sysTcamId != Hardware::Shoal::SystemTcamId()", describeUnplaced},
+    {"shoalStatus()->fapType( request.fapId() ) != Hardware::Shoal::fapTypeArad()",
+     say<typeChange>},
+    {"shoalStatus()->portMapValid()", say<portMapVersion>},
+};
+
+// Empty: the change is harmless.
+std::string objectionTo(Rehearsal const& rehearsal) {
+   switch (rehearsal.end) {
+   case Rehearsal::End::sound:
+      return "";
+   case Rehearsal::End::stopped:
+      return rehearsal.text;
+   case Rehearsal::End::outOfRange:
+      return "it would leave a range: " + rehearsal.text;
+   case Rehearsal::End::restless:
+      return "what it brings about cannot be looked ahead: the system would still be moving "
+             "after " +
+             std::to_string(static_cast<int>(longestRehearsal)) + " s";
+   case Rehearsal::End::overtime:
+      return "what it brings about cannot be looked ahead: that takes more than " +
+             std::to_string(maxProcessorTime) + " s of processor time";
+   case Rehearsal::End::abnormal:
+      break;
+   }
+   return "the rehearsal of this command ended abnormally";
+}
+
+} // namespace
+
+std::string advise(Host const& host, Orv::Failure const& failure) {
+   std::string condition = failure.condition;
+   auto const* known =
+       std::find_if(std::begin(advices), std::end(advices),
+                    [&](Advice const& each) { return each.condition == condition; });
+   std::string text = known == std::end(advices) ? "" : known->text(host, failure);
+   return (text.empty() ? "it would stop the library" : text) + " (invariant " + condition + ")";
+}
+
+void requireHarmless(Host& host, std::function<void()> const& change) {
+   std::string objection;
+   bool expected = false;
+   try {
+      Rehearsal rehearsal = rehearse(host, change, advise);
+      objection = objectionTo(rehearsal);
+      expected = rehearsal.expected;
+   } catch (std::system_error const& error) {
+      throw CommandError("cannot rehearse the command: " + error.code().message());
+   }
+   if (objection.empty()) {
+      return;
+   }
+   if (!expected && host.observer() != nullptr) {
+      host.observer()->handleUnexplained(objection);
+   }
+   throw CommandError(objection);
+}
+
+} // namespace Agent
