@@ -1,9 +1,9 @@
 // Interned values: each distinct value is stored once and handled as a 32-bit index.
 //
-// The key of the hot collections is such a handle: it compares as an integer, is copied as one, and
-// indexes paged arrays directly (PagedTable), so that one hash look-up, when the value is made,
-// serves every table it enters afterwards. Index 0 is the default value. What is interned stays for
-// the life of the process; the set of interfaces, units and VLANs of a switch bounds it.
+// A handle is copied and compared as an integer, and indexes PagedStorage directly: one hash
+// look-up, when the value is made, serves every collection that has the handle as its key. Index 0
+// is the default value. An interned value stays for the life of the process, so a type of which
+// ever new values appear must not be interned.
 #pragma once
 
 #include "platform/Orv/SlotIndex.h"
@@ -101,7 +101,7 @@ class Interned {
    uint32_t index_ = 0;
 };
 
-// A key that PagedTable can index by: dense small integers, and back.
+// A key of PagedStorage: it converts to a small integer, densely used, and back.
 template<class K>
 concept Indexed = requires(K key, uint32_t index) {
    { key.index() } -> std::convertible_to<uint32_t>;
