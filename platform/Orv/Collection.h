@@ -131,10 +131,6 @@ class Collection : public Watched<K> {
             member.reset();
          }
       }
-      std::optional<K> takeKey() {
-         auto slot = take();
-         return slot ? std::optional<K>(collection_->storage_.key(*slot)) : std::nullopt;
-      }
       std::optional<K> peekKey() const {
          return next_ == kNil ? std::nullopt : std::optional<K>(collection_->storage_.key(next_));
       }
