@@ -26,18 +26,14 @@ struct InLifFeatureKeyFields {
 TCAM_SHARING_EXPORT extern Orv::Interner<InLifFeatureKeyFields> inLifFeatureKeyInterner;
 
 // Interned, like InLifIntfKey.
-class InLifFeatureKey : public Orv::Interned<InLifFeatureKeyFields, inLifFeatureKeyInterner> {
+class InLifFeatureKey
+    : public Orv::Interned<InLifFeatureKey, InLifFeatureKeyFields, inLifFeatureKeyInterner> {
  public:
    constexpr InLifFeatureKey() = default;
    // Throws Orv::RangeException for anything but the twelve feature types.
    TCAM_SHARING_EXPORT InLifFeatureKey(InLifIntfKey intfKey, InLifFeatureType featureType);
    InLifFeatureKey(Plexus::IntfId intfId, Shoal::SystemTcamId tcamId, InLifFeatureType featureType)
        : InLifFeatureKey(InLifIntfKey(intfId, tcamId), featureType) {}
-   static InLifFeatureKey fromIndex(uint32_t index) {
-      InLifFeatureKey key;
-      key.index_ = index;
-      return key;
-   }
    // The key if it was ever made, the default key otherwise: for walks over all types, which must
    // not fill the process with keys of features that nobody asks for.
    TCAM_SHARING_EXPORT static InLifFeatureKey existing(InLifIntfKey intfKey,

@@ -23,19 +23,14 @@ TCAM_SHARING_EXPORT extern Orv::Interner<TcamSharingRequestFields> tcamSharingRe
 
 // The key of every per-request collection: an interface that wants an entry on a unit. Interned: a
 // request is hashed once, when it is made from its fields, and indexes every table after that.
-class TcamSharingRequest
-    : public Orv::Interned<TcamSharingRequestFields, tcamSharingRequestInterner> {
+class TcamSharingRequest : public Orv::Interned<TcamSharingRequest, TcamSharingRequestFields,
+                                                tcamSharingRequestInterner> {
  public:
    constexpr TcamSharingRequest() = default;
    // `l3FloodPortVlanId`: for a routed port's flood entry, the VLAN that stands for the port.
    TcamSharingRequest(Plexus::IntfId intfId, Shoal::FapId fapId,
                       Bridging::VlanIdOrNone l3FloodPortVlanId = {})
        : Interned(Fields{intfId, fapId, l3FloodPortVlanId}) {}
-   static TcamSharingRequest fromIndex(uint32_t index) {
-      TcamSharingRequest request;
-      request.index_ = index;
-      return request;
-   }
 
    Plexus::IntfId intfId() const { return fields().intfId; }
    Shoal::FapId fapId() const { return fields().fapId; }

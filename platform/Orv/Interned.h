@@ -74,30 +74,33 @@ class Interner {
    uint32_t last_ = 0;
 };
 
-// Handle of a value kept in `interner`, the one table of its kind in the process.
-template<class Fields, Interner<Fields>& interner>
+// Handle of a value kept in `interner`, the one table of its kind in the process. `Self` is the
+// type of the handle, which derives from this one.
+template<class Self, class Fields, Interner<Fields>& interner>
 class Interned {
  public:
    constexpr Interned() = default;
    explicit Interned(Fields const& fields) : index_(interner.intern(fields)) {}
+
+   // The handle whose index() was this.
+   static Self fromIndex(uint32_t index) {
+      Self self;
+      self.index_ = index;
+      return self;
+   }
 
    Fields const& fields() const { return interner[index_]; }
    uint32_t index() const { return index_; }
    uint64_t hash() const { return mixHash(index_); }
 
    friend bool operator==(Interned a, Interned b) { return a.index_ == b.index_; }
-   // By fields. (Ids that are interned by name, as interfaces are, order by first use.)
+   // By fields. A type for which another order is meant has operators of its own.
    friend auto operator<=>(Interned a, Interned b) { return a.fields() <=> b.fields(); }
    friend std::ostream& operator<<(std::ostream& out, Interned value) {
       return out << value.fields();
    }
 
  protected:
-   static Interned fromIndex(uint32_t index) {
-      Interned value;
-      value.index_ = index;
-      return value;
-   }
    uint32_t index_ = 0;
 };
 
@@ -105,7 +108,7 @@ class Interned {
 template<class K>
 concept Indexed = requires(K key, uint32_t index) {
    { key.index() } -> std::convertible_to<uint32_t>;
-   { K::fromIndex(index) } -> std::convertible_to<K>;
+   { K::fromIndex(index) } -> std::same_as<K>;
 };
 
 } // namespace Orv

@@ -20,7 +20,7 @@ struct PairFields {
    ORV_VALUE(PairFields, "Test::Pair", first, second)
 };
 Interner<PairFields> pairs;
-struct Pair : Interned<PairFields, pairs> {
+struct Pair : Interned<Pair, PairFields, pairs> {
    Pair() = default;
    Pair(int first, std::string second) : Interned(PairFields{first, std::move(second)}) {}
 };
