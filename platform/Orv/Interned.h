@@ -59,8 +59,6 @@ class Interner {
       return pages_[at >> kPageBits][at & (kPageSize - 1)];
    }
 
-   uint32_t last() const { return last_; }
-
  private:
    static Fields const& defaultFields() {
       static Fields const fields{};

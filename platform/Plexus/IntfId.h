@@ -50,7 +50,6 @@ class ORV_EXPORT IntfId : public Orv::Interned<IntfId, IntfIdFields, intfIdInter
 
    std::string const& name() const { return fields().name; }
    bool l3Flood() const { return fields().l3Flood; }
-   uint32_t blipIndex() const { return index_; }
    std::string_view blipName() const { return name(); }
 
    friend auto operator<=>(IntfId a, IntfId b) { return a.index() <=> b.index(); }
