@@ -1,6 +1,7 @@
 // What the machines of this folder take for granted about interfaces.
 #pragma once
 
+#include "platform/Bridging/VlanId.h"
 #include "platform/Orv/Entity.h"
 #include "platform/Plexus/IntfId.h"
 #include "ShoalTunnel/Export.h"

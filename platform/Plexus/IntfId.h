@@ -14,7 +14,6 @@
 // default id. Names stay for the life of the process.
 #pragma once
 
-#include "platform/Bridging/VlanId.h"
 #include "platform/Export.h"
 #include "platform/Orv/Interned.h"
 
