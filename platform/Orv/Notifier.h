@@ -6,7 +6,7 @@
 // that was removed is not called again, not even for the change in flight.
 #pragma once
 
-#include "platform/Export.h"
+#include "platform/Orv/Export.h"
 
 #include <utility>
 

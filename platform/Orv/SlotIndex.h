@@ -7,7 +7,7 @@
 // never touches the entries.
 #pragma once
 
-#include "platform/Export.h"
+#include "platform/Orv/Export.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // The registry of entity types, by full name.
 #pragma once
 
-#include "platform/Export.h"
+#include "platform/Orv/Export.h"
 
 #include <string>
 #include <string_view>

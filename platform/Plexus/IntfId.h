@@ -14,7 +14,7 @@
 // default id. Names stay for the life of the process.
 #pragma once
 
-#include "platform/Export.h"
+#include "platform/Orv/Export.h"
 #include "platform/Orv/Interned.h"
 
 #include <string>

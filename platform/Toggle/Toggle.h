@@ -1,7 +1,7 @@
 // Feature toggles, read from flat JSON files: {"DynamicISemData": false}.
 #pragma once
 
-#include "platform/Export.h"
+#include "platform/Orv/Export.h"
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
 // Reads a Blipline file back into the words of its trace points.
 #pragma once
 
-#include "platform/Export.h"
+#include "platform/Orv/Export.h"
 
 #include <iosfwd>
 #include <stdexcept>
