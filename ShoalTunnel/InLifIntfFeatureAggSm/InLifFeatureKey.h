@@ -27,18 +27,14 @@ struct InLifFeatureKeyFields {
 TCAM_SHARING_EXPORT extern Orv::Interner<InLifFeatureKeyFields> inLifFeatureKeyInterner;
 
 // Interned, like InLifIntfKey.
-class InLifFeatureKey : public Orv::Interned<InLifFeatureKeyFields, inLifFeatureKeyInterner> {
+class InLifFeatureKey
+    : public Orv::Interned<InLifFeatureKey, InLifFeatureKeyFields, inLifFeatureKeyInterner> {
  public:
    constexpr InLifFeatureKey() = default;
    // Throws Orv::RangeException unless `featureType` is one of the twelve feature types.
    TCAM_SHARING_EXPORT InLifFeatureKey(InLifIntfKey intfKey, InLifFeatureType featureType);
    InLifFeatureKey(Plexus::IntfId intfId, Shoal::SystemTcamId tcamId, InLifFeatureType featureType)
        : InLifFeatureKey(InLifIntfKey(intfId, tcamId), featureType) {}
-   static InLifFeatureKey fromIndex(uint32_t index) {
-      InLifFeatureKey key;
-      key.index_ = index;
-      return key;
-   }
    // The key if it was made before, otherwise the default key. For walks over all types, so that
    // they do not intern keys that nobody uses.
    TCAM_SHARING_EXPORT static InLifFeatureKey existing(InLifIntfKey intfKey,

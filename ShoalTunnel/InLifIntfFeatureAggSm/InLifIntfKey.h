@@ -20,16 +20,11 @@ TCAM_SHARING_EXPORT extern Orv::Interner<InLifIntfKeyFields> inLifIntfKeyInterne
 // An interface (port, port-channel, VLAN interface, sub-interface) on a system TCAM. Interned: it
 // is hashed once, when it is made from its fields, and is an index after that. The default key is
 // the empty interface on the unset TCAM.
-class InLifIntfKey : public Orv::Interned<InLifIntfKeyFields, inLifIntfKeyInterner> {
+class InLifIntfKey : public Orv::Interned<InLifIntfKey, InLifIntfKeyFields, inLifIntfKeyInterner> {
  public:
    constexpr InLifIntfKey() = default;
    InLifIntfKey(Plexus::IntfId intfId, Shoal::SystemTcamId tcamId)
        : Interned(InLifIntfKeyFields{intfId, tcamId}) {}
-   static InLifIntfKey fromIndex(uint32_t index) {
-      InLifIntfKey key;
-      key.index_ = index;
-      return key;
-   }
 
    Plexus::IntfId intfId() const { return fields().intfId; }
    Shoal::SystemTcamId tcamId() const { return fields().tcamId; }

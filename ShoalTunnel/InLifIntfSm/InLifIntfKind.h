@@ -1,6 +1,7 @@
 // Checks of interface kinds for the machines of this folder.
 #pragma once
 
+#include "platform/Bridging/VlanId.h"
 #include "platform/Orv/Entity.h"
 #include "platform/Plexus/IntfId.h"
 #include "ShoalTunnel/Export.h"

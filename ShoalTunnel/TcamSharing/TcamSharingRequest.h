@@ -22,19 +22,14 @@ TCAM_SHARING_EXPORT extern Orv::Interner<TcamSharingRequestFields> tcamSharingRe
 
 // The key of every collection per request: an interface for which a policy is requested on a unit.
 // Interned: a request is hashed once, when it is made from its fields, and is an index after that.
-class TcamSharingRequest
-    : public Orv::Interned<TcamSharingRequestFields, tcamSharingRequestInterner> {
+class TcamSharingRequest : public Orv::Interned<TcamSharingRequest, TcamSharingRequestFields,
+                                                tcamSharingRequestInterner> {
  public:
    constexpr TcamSharingRequest() = default;
    // `l3FloodPortVlanId`: the internal VLAN of the port, for the flood entry of a routed port.
    TcamSharingRequest(Plexus::IntfId intfId, Shoal::FapId fapId,
                       Bridging::VlanIdOrNone l3FloodPortVlanId = {})
        : Interned(Fields{intfId, fapId, l3FloodPortVlanId}) {}
-   static TcamSharingRequest fromIndex(uint32_t index) {
-      TcamSharingRequest request;
-      request.index_ = index;
-      return request;
-   }
 
    Plexus::IntfId intfId() const { return fields().intfId; }
    Shoal::FapId fapId() const { return fields().fapId; }

@@ -77,15 +77,6 @@ Orv::Ptr<Orv::Entity> Corestate::entity(std::string_view path) const {
    return at;
 }
 
-void Corestate::unmount(std::string_view path) {
-   auto cut = path.rfind('/');
-   Orv::Ptr<Orv::Entity> parent =
-       cut == std::string_view::npos ? root_ : entity(path.substr(0, cut));
-   if (auto* dir = asDir(parent)) {
-      dir->entryDel(std::string(cut == std::string_view::npos ? path : path.substr(cut + 1)));
-   }
-}
-
 std::vector<Corestate::Mounted> Corestate::mounted() const {
    std::vector<Mounted> found;
    collect(*root_, "", found);

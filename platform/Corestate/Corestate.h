@@ -1,6 +1,6 @@
 // The shared state database: a tree of entities by path ("tcamSharing/shoalAcl/config").
 //
-// The hosting agent mounts entities; whoever needs one looks it up by path and type.
+// The hosting agent mounts entities; whoever needs one looks it up by path.
 #pragma once
 
 #include "platform/Orv/Dir.h"
@@ -17,16 +17,9 @@ class ORV_EXPORT Corestate {
    // is malformed (empty, or with an empty part), taken, or below a mounted entity that is no
    // directory.
    void mount(std::string_view path, Orv::Ptr<Orv::Entity> const& entity);
-   // Harmless when nothing is mounted there. Those who hold the entity keep it.
-   void unmount(std::string_view path);
 
    // null when nothing is mounted there.
    Orv::Ptr<Orv::Entity> entity(std::string_view path) const;
-   // null when nothing of this type is mounted there.
-   template<class T>
-   Orv::Ptr<T> lookUp(std::string_view path) const {
-      return Orv::Ptr<T>(dynamic_cast<T*>(entity(path).get()));
-   }
 
    struct Mounted {
       std::string path;

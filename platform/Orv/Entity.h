@@ -15,6 +15,7 @@
 
 #include "platform/Orv/Attribute.h"
 #include "platform/Orv/Collection.h"
+#include "platform/Orv/OrderedCollection.h"
 #include "platform/Orv/Ptr.h"
 #include "platform/Orv/Type.h"
 

@@ -2,7 +2,7 @@
 // wrong is either an invariant failure (Failure.h) or a status.
 #pragma once
 
-#include "platform/Export.h"
+#include "platform/Orv/Export.h"
 
 #include <stdexcept>
 

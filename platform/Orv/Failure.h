@@ -1,7 +1,7 @@
 // Invariant failures: bugs, never states of the world. They print and stop the agent.
 #pragma once
 
-#include "platform/Export.h"
+#include "platform/Orv/Export.h"
 
 #include <sstream>
 #include <string>

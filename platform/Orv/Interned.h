@@ -1,9 +1,9 @@
 // Interned values: each distinct value is stored once and handled as a 32-bit index.
 //
-// The key of the hot collections is such a handle: it compares as an integer, is copied as one, and
-// indexes paged arrays directly (PagedTable), so that one hash look-up, when the value is made,
-// serves every table it enters afterwards. Index 0 is the default value. What is interned stays for
-// the life of the process; the set of interfaces, units and VLANs of a switch bounds it.
+// A handle is copied and compared as an integer, and indexes PagedStorage directly: one hash
+// look-up, when the value is made, serves every collection that has the handle as its key. Index 0
+// is the default value. An interned value stays for the life of the process, so a type of which
+// ever new values appear must not be interned.
 #pragma once
 
 #include "platform/Orv/SlotIndex.h"
@@ -59,8 +59,6 @@ class Interner {
       return pages_[at >> kPageBits][at & (kPageSize - 1)];
    }
 
-   uint32_t last() const { return last_; }
-
  private:
    static Fields const& defaultFields() {
       static Fields const fields{};
@@ -74,38 +72,41 @@ class Interner {
    uint32_t last_ = 0;
 };
 
-// Handle of a value kept in `interner`, the one table of its kind in the process.
-template<class Fields, Interner<Fields>& interner>
+// Handle of a value kept in `interner`, the one table of its kind in the process. `Self` is the
+// type of the handle, which derives from this one.
+template<class Self, class Fields, Interner<Fields>& interner>
 class Interned {
  public:
    constexpr Interned() = default;
    explicit Interned(Fields const& fields) : index_(interner.intern(fields)) {}
+
+   // The handle whose index() was this.
+   static Self fromIndex(uint32_t index) {
+      Self self;
+      self.index_ = index;
+      return self;
+   }
 
    Fields const& fields() const { return interner[index_]; }
    uint32_t index() const { return index_; }
    uint64_t hash() const { return mixHash(index_); }
 
    friend bool operator==(Interned a, Interned b) { return a.index_ == b.index_; }
-   // By fields. (Ids that are interned by name, as interfaces are, order by first use.)
+   // By fields. A type for which another order is meant has operators of its own.
    friend auto operator<=>(Interned a, Interned b) { return a.fields() <=> b.fields(); }
    friend std::ostream& operator<<(std::ostream& out, Interned value) {
       return out << value.fields();
    }
 
  protected:
-   static Interned fromIndex(uint32_t index) {
-      Interned value;
-      value.index_ = index;
-      return value;
-   }
    uint32_t index_ = 0;
 };
 
-// A key that PagedTable can index by: dense small integers, and back.
+// A key of PagedStorage: it converts to a small integer, densely used, and back.
 template<class K>
 concept Indexed = requires(K key, uint32_t index) {
    { key.index() } -> std::convertible_to<uint32_t>;
-   { K::fromIndex(index) } -> std::convertible_to<K>;
+   { K::fromIndex(index) } -> std::same_as<K>;
 };
 
 } // namespace Orv

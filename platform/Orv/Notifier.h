@@ -6,7 +6,7 @@
 // that was removed is not called again, not even for the change in flight.
 #pragma once
 
-#include "platform/Export.h"
+#include "platform/Orv/Export.h"
 
 #include <utility>
 
@@ -42,7 +42,6 @@ class ORV_EXPORT NotifierBase {
    ~NotifierBase();
 
    void add(ReactorBase& reactor);
-   void removeReactor(ReactorBase& reactor);
    bool empty() const { return first_ == nullptr; }
 
  protected:
@@ -62,6 +61,9 @@ class ORV_EXPORT NotifierBase {
    };
 
  private:
+   friend class ReactorBase;
+   void removeReactor(ReactorBase& reactor);
+
    ReactorBase* first_ = nullptr;
    ReactorBase* last_ = nullptr;
    Delivery* deliveries_ = nullptr;

@@ -1,7 +1,7 @@
 // Reference-counted pointers. One thread: the count is a plain integer.
 #pragma once
 
-#include "platform/Export.h"
+#include "platform/Orv/Export.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -6,6 +6,19 @@
 
 namespace Orv {
 
+SlotIndex::~SlotIndex() {
+   if (directory_ == nullptr) {
+      return;
+   }
+   std::size_t count = std::size_t{1} << depth_;
+   for (std::size_t i = 0; i < count;) {
+      Segment* segment = directory_[i];
+      i += std::size_t{1} << (depth_ - segment->depth);
+      freeSegment(segment);
+   }
+   delete[] directory_;
+}
+
 SlotIndex::Segment* SlotIndex::makeSegment(uint32_t slots, uint32_t depth) {
    std::size_t size = offsetof(Segment, slots) + slots * sizeof(Slot);
    auto* segment = static_cast<Segment*>(::operator new(size));
@@ -113,21 +126,6 @@ void SlotIndex::erase(uint64_t hash, uint32_t entry) {
    }
    segment.slots[at].entry = kNil;
    --segment.used;
-}
-
-void SlotIndex::clear() {
-   if (directory_ == nullptr) {
-      return;
-   }
-   std::size_t count = std::size_t{1} << depth_;
-   for (std::size_t i = 0; i < count;) {
-      Segment* segment = directory_[i];
-      i += std::size_t{1} << (depth_ - segment->depth);
-      freeSegment(segment);
-   }
-   delete[] directory_;
-   directory_ = nullptr;
-   depth_ = 0;
 }
 
 } // namespace Orv

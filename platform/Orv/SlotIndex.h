@@ -7,7 +7,7 @@
 // never touches the entries.
 #pragma once
 
-#include "platform/Export.h"
+#include "platform/Orv/Export.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -21,7 +21,7 @@ class ORV_EXPORT SlotIndex {
    constexpr SlotIndex() = default;
    SlotIndex(SlotIndex const&) = delete;
    SlotIndex& operator=(SlotIndex const&) = delete;
-   ~SlotIndex() { clear(); }
+   ~SlotIndex();
 
    // The entry with this hash that `equals` accepts, or kNil.
    template<class Equals>
@@ -46,7 +46,6 @@ class ORV_EXPORT SlotIndex {
    void insert(uint64_t hash, uint32_t entry);
    // The entry must be in the index under this hash.
    void erase(uint64_t hash, uint32_t entry);
-   void clear();
 
  private:
    struct Slot {

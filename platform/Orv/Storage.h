@@ -65,7 +65,7 @@ class PagedStorage {
    Entry const& at(uint32_t slot) const {
       return pages_[slot >> kPageBits]->entries[slot & kPageMask];
    }
-   K key(uint32_t slot) const { return static_cast<K>(K::fromIndex(slot)); }
+   K key(uint32_t slot) const { return K::fromIndex(slot); }
 
  private:
    static constexpr uint32_t kPageBits = 7;

@@ -5,7 +5,7 @@
 // same each time.
 #pragma once
 
-#include "platform/Export.h"
+#include "platform/Orv/Export.h"
 
 namespace Orv {
 

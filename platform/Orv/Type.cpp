@@ -1,8 +1,5 @@
 #include "platform/Orv/Type.h"
 
-#include "platform/Orv/Entity.h"
-#include "platform/Orv/Exception.h"
-
 #include <map>
 #include <memory>
 
@@ -16,11 +13,11 @@ std::map<std::string, std::unique_ptr<Type>, std::less<>>& registry() {
 }
 } // namespace
 
-Type const& Type::named(std::string_view name, Factory factory) {
+Type const& Type::named(std::string_view name) {
    auto found = registry().find(name);
    if (found == registry().end()) {
       std::string key(name);
-      found = registry().emplace(key, std::make_unique<Type>(key, factory)).first;
+      found = registry().emplace(key, std::make_unique<Type>(key)).first;
    }
    return *found->second;
 }
@@ -28,13 +25,6 @@ Type const& Type::named(std::string_view name, Factory factory) {
 Type const* Type::find(std::string_view name) {
    auto found = registry().find(name);
    return found == registry().end() ? nullptr : found->second.get();
-}
-
-Ptr<Entity> Type::make() const {
-   if (factory_ == nullptr) {
-      throw NoImplementationException(name_ + " cannot be made without arguments");
-   }
-   return factory_();
 }
 
 } // namespace Orv

@@ -1,49 +1,34 @@
-// The registry of entity types: by full name, with a factory where a type can be made without
-// arguments.
+// The registry of entity types, by full name.
 #pragma once
 
-#include "platform/Export.h"
-#include "platform/Orv/Ptr.h"
+#include "platform/Orv/Export.h"
 
 #include <string>
 #include <string_view>
-#include <type_traits>
+#include <utility>
 
 namespace Orv {
 
-class Entity;
-
 class ORV_EXPORT Type {
  public:
-   using Factory = Ptr<Entity> (*)();
-
    // The one Type object of this name in the process; registers it when new.
-   static Type const& named(std::string_view name, Factory factory = nullptr);
+   static Type const& named(std::string_view name);
    // null when no type of this name was registered.
    static Type const* find(std::string_view name);
 
    std::string const& name() const { return name_; }
-   // A new entity; throws NoImplementationException for types that need arguments.
-   Ptr<Entity> make() const;
 
-   Type(std::string name, Factory factory) : name_(std::move(name)), factory_(factory) {}
+   explicit Type(std::string name) : name_(std::move(name)) {}
    Type(Type const&) = delete;
    Type& operator=(Type const&) = delete;
 
  private:
    std::string name_;
-   Factory factory_;
 };
 
 template<class T>
 Type const& typeOf() {
-   static Type const& type = [&]() -> Type const& {
-      if constexpr (std::is_default_constructible_v<T>) {
-         return Type::named(T::orvFullName, []() -> Ptr<Entity> { return Ptr<Entity>(new T()); });
-      } else {
-         return Type::named(T::orvFullName);
-      }
-   }();
+   static Type const& type = Type::named(T::orvFullName);
    return type;
 }
 

@@ -14,8 +14,7 @@
 // default id. Names stay for the life of the process.
 #pragma once
 
-#include "platform/Bridging/VlanId.h"
-#include "platform/Export.h"
+#include "platform/Orv/Export.h"
 #include "platform/Orv/Interned.h"
 
 #include <string>
@@ -39,7 +38,7 @@ struct IntfIdFields {
 
 ORV_EXPORT extern Orv::Interner<IntfIdFields> intfIdInterner;
 
-class ORV_EXPORT IntfId {
+class ORV_EXPORT IntfId : public Orv::Interned<IntfId, IntfIdFields, intfIdInterner> {
  public:
    constexpr IntfId() = default;
    explicit IntfId(std::string_view name);
@@ -47,25 +46,13 @@ class ORV_EXPORT IntfId {
    // The id of a name that was used before; the empty id for a name that never was. For look-ups
    // of what people type, which must not be remembered for ever.
    static IntfId existing(std::string_view name);
-   static IntfId fromIndex(uint32_t index) {
-      IntfId id;
-      id.index_ = index;
-      return id;
-   }
 
    std::string const& name() const { return fields().name; }
-   IntfIdFields const& fields() const { return intfIdInterner[index_]; }
    bool l3Flood() const { return fields().l3Flood; }
-   uint32_t index() const { return index_; }
-   uint64_t hash() const { return Orv::mixHash(index_); }
-   uint32_t blipIndex() const { return index_; }
    std::string_view blipName() const { return name(); }
 
-   friend auto operator<=>(IntfId, IntfId) = default;
+   friend auto operator<=>(IntfId a, IntfId b) { return a.index() <=> b.index(); }
    friend std::ostream& operator<<(std::ostream& out, IntfId id) { return out << id.name(); }
-
- private:
-   uint32_t index_ = 0;
 };
 
 struct SubIntfId {

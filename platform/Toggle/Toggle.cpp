@@ -8,15 +8,15 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <set>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 
 namespace Toggle {
 
 namespace {
-
-std::optional<std::string> directory;
 
 constexpr std::uintmax_t largestFile = 1U << 20;
 
@@ -136,16 +136,14 @@ class Parser {
    std::size_t at_ = 0;
 };
 
-// A directory that somebody has named should have the file.
-bool directoryNamed() {
-   char const* environment = std::getenv("SHOAL_TOGGLE_DIR");
-   return directory ? !directory->empty() : environment != nullptr && *environment != '\0';
+// Empty for the working directory. One that somebody has named should have the file.
+std::string directory() {
+   char const* named = std::getenv("SHOAL_TOGGLE_DIR");
+   return named != nullptr ? named : "";
 }
 
 std::string pathOf(std::string const& file) {
-   return !directoryNamed()
-              ? file
-              : (directory ? *directory : std::getenv("SHOAL_TOGGLE_DIR")) + "/" + file;
+   return directory().empty() ? file : directory() + "/" + file;
 }
 
 struct Remembered {
@@ -187,7 +185,7 @@ Remembered read(std::string const& name, std::string const& file, bool defaultVa
    reading.note = objection(reading.path);
    if (!reading.note.empty()) {
       std::error_code error;
-      reading.odd = directoryNamed() || std::filesystem::exists(reading.path, error);
+      reading.odd = !directory().empty() || std::filesystem::exists(reading.path, error);
       return found;
    }
    std::ifstream in(reading.path, std::ios::binary);
@@ -216,15 +214,6 @@ bool isAskedFor(std::string const& path, std::string const& name) {
 }
 
 } // namespace
-
-void directoryIs(std::string const& path) {
-   directory = path;
-}
-
-std::optional<bool> findToggle(std::string_view content, std::string_view name) {
-   std::set<std::string> names;
-   return Parser(content).find(name, names);
-}
 
 bool getToggleState(std::string const& name, std::string const& file, bool defaultValue) {
    Remembered found = read(name, file, defaultValue);

@@ -1,18 +1,17 @@
 // Feature toggles, read from flat JSON files: {"DynamicISemData": false}.
 #pragma once
 
-#include "platform/Export.h"
+#include "platform/Orv/Export.h"
 
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace Toggle {
 
-// The toggle `name` in the file `file` of the toggle directory. The default where the file or the
-// name is missing, and also where the file is malformed or the value is neither true nor false:
-// readings() says so. Reads the file at each call, and prints nothing.
+// The toggle `name` in the file `file` of the toggle directory: that of the environment variable
+// SHOAL_TOGGLE_DIR, else the working directory, where no file is needed. The default where the file
+// or the name is missing, and also where the file is malformed or the value is neither true nor
+// false: readings() says so. Reads the file at each call, and prints nothing.
 ORV_EXPORT bool getToggleState(std::string const& name, std::string const& file, bool defaultValue);
 
 // What getToggleState() found at its last call for a name and file.
@@ -30,13 +29,5 @@ struct Reading {
 ORV_EXPORT std::vector<Reading> readings();
 // What is odd: a line each, "path:line:column: warning: reason; NAME is taken as true".
 ORV_EXPORT std::vector<std::string> warnings();
-
-// Where toggle files are looked for; at start the environment variable SHOAL_TOGGLE_DIR, else the
-// working directory, where no file is needed.
-ORV_EXPORT void directoryIs(std::string const& path);
-
-// What `content` says of `name`. Malformed content throws std::runtime_error with
-// "line:column: reason".
-ORV_EXPORT std::optional<bool> findToggle(std::string_view content, std::string_view name);
 
 } // namespace Toggle

@@ -11,7 +11,7 @@
 //    value type (orvFields)    "(field:% field:% )"
 #pragma once
 
-#include "platform/Export.h"
+#include "platform/Orv/Export.h"
 #include "platform/Orv/Value.h"
 #include "platform/Trace/BliplineFormat.h"
 

@@ -2,7 +2,7 @@
 // the last of it survives whatever ends the process. Read it with BliplineReader.
 #pragma once
 
-#include "platform/Export.h"
+#include "platform/Orv/Export.h"
 
 #include <cstdint>
 #include <string>

@@ -167,10 +167,6 @@ class Reader {
 
 } // namespace
 
-void printBlipline(std::istream& in, uint64_t size, std::ostream& out) {
-   Reader(in, size).print(out);
-}
-
 void printBlipline(std::string const& path, std::ostream& out) {
    // Asked before it is opened: to open a pipe waits for a writer.
    auto status = std::filesystem::status(path); // throws what is a std::system_error
@@ -181,7 +177,7 @@ void printBlipline(std::string const& path, std::ostream& out) {
    if (!in) {
       throw std::system_error(errno, std::generic_category());
    }
-   printBlipline(in, std::filesystem::file_size(path), out);
+   Reader(in, std::filesystem::file_size(path)).print(out);
 }
 
 } // namespace Trace

@@ -1,9 +1,8 @@
 // Reads a Blipline file back into the words of its trace points.
 #pragma once
 
-#include "platform/Export.h"
+#include "platform/Orv/Export.h"
 
-#include <cstdint>
 #include <iosfwd>
 #include <stdexcept>
 #include <string>
@@ -19,12 +18,10 @@ class ORV_EXPORT BliplineError : public std::runtime_error {
 };
 
 // Prints "<seconds> <level> <words>" per record, oldest first, then "lost: N" when N older records
-// were overwritten and "dictionary lost: N" when N entries found no room. `in` stands at the
-// beginning of the file, of `size` bytes and in any state: nothing in it is trusted. What the
-// header promises is checked before it is read, and records are read one by one.
-ORV_EXPORT void printBlipline(std::istream& in, uint64_t size, std::ostream& out);
-// The same for a file by name. Throws std::system_error when there is none that can be read;
-// anything but a regular file is refused.
+// were overwritten and "dictionary lost: N" when N entries found no room. Nothing in the file is
+// trusted: what the header promises is checked before it is read, and records are read one by one.
+// Throws std::system_error when there is no file that can be read; anything but a regular file is
+// refused.
 ORV_EXPORT void printBlipline(std::string const& path, std::ostream& out);
 
 } // namespace Trace

@@ -1,15 +1,13 @@
 // Any bytes as a Blipline file: words, or an error.
 #include "platform/Trace/BliplineReader.h"
+#include "tests/fuzz/InputFile.h"
 
 #include <ostream>
-#include <sstream>
-#include <string>
 
-extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, std::size_t size) {
    try {
       std::ostream nowhere(nullptr);
-      std::istringstream in(std::string(reinterpret_cast<char const*>(data), size));
-      Trace::printBlipline(in, size, nowhere);
+      Trace::printBlipline(Fuzz::inputFile(data, size), nowhere);
    } catch (Trace::BliplineError const&) {
       // As it should be.
    }

@@ -1,13 +1,15 @@
 // The features that an in-LIF can carry, and what is kept per feature.
 #pragma once
 
-#include "platform/Orv/Collection.h"
 #include "platform/Orv/Exception.h"
+#include "platform/Orv/Walk.h"
 
 #include <array>
 #include <bit>
 #include <cstdint>
+#include <optional>
 #include <ostream>
+#include <utility>
 
 namespace Hardware::ShoalTunnel {
 
@@ -60,7 +62,6 @@ class InLifFeatureMap {
  public:
    using Key = InLifFeatureType;
    using Value = V;
-   class Walk;
 
    V get(Key type) const { return has(type) ? values_[slot(type)] : V{}; }
    bool has(Key type) const {
@@ -78,35 +79,25 @@ class InLifFeatureMap {
       }
    }
    void delAll() { present_ = 0; }
-   Walk walk() const { return Walk(*this); }
 
-   class Walk {
+   class Cursor {
     public:
-      explicit Walk(InLifFeatureMap const& map) : map_(map) {}
-      struct End {};
-      class Iterator {
-       public:
-         Iterator(InLifFeatureMap const& map) : map_(&map), left_(map.present_) {}
-         Orv::Member<Key, V> operator*() const {
-            auto type = static_cast<Key>(std::countr_zero(left_));
-            return {type, map_->values_[slot(type)]};
+      explicit Cursor(InLifFeatureMap const& map) : map_(map), left_(map.present_) {}
+      void next(std::optional<Orv::Member<Key, V>>& member) {
+         if (left_ == 0) {
+            member.reset();
+            return;
          }
-         Iterator& operator++() {
-            left_ &= static_cast<uint16_t>(left_ - 1);
-            return *this;
-         }
-         bool operator==(End) const { return left_ == 0; }
-
-       private:
-         InLifFeatureMap const* map_;
-         uint16_t left_; // types still to come
-      };
-      Iterator begin() const { return Iterator(map_); }
-      End end() const { return {}; }
+         auto type = static_cast<Key>(std::countr_zero(left_));
+         member.emplace(Orv::Member<Key, V>{type, map_.values_[slot(type)]});
+         left_ &= static_cast<uint16_t>(left_ - 1);
+      }
 
     private:
       InLifFeatureMap map_;
+      uint16_t left_; // types still to come
    };
+   Orv::Walk<Key, V, Cursor> walk() const { return Orv::Walk<Key, V, Cursor>(*this); }
 
  private:
    static std::size_t slot(Key type) { return static_cast<std::size_t>(type) - 1; }

@@ -55,18 +55,14 @@ struct AradSemKeyAndFapFields {
 ORV_EXPORT extern Orv::Interner<AradSemKeyAndFapFields> aradSemKeyAndFapInterner;
 
 // A key and the unit that holds it; the default value stands for no key. Interned.
-class AradSemKeyAndFap : public Orv::Interned<AradSemKeyAndFapFields, aradSemKeyAndFapInterner> {
+class AradSemKeyAndFap
+    : public Orv::Interned<AradSemKeyAndFap, AradSemKeyAndFapFields, aradSemKeyAndFapInterner> {
  public:
    static constexpr uint16_t maxFapId = 128;
 
    constexpr AradSemKeyAndFap() = default;
    // Units above maxFapId have no place in the key: Orv::RangeException.
    AradSemKeyAndFap(AradSemKey key, Shoal::FapId fapId) : Interned(checked(key, fapId)) {}
-   static AradSemKeyAndFap fromIndex(uint32_t index) {
-      AradSemKeyAndFap key;
-      key.index_ = index;
-      return key;
-   }
 
    AradSemKey key() const { return fields().key; }
    Shoal::FapId fapId() const { return fields().fapId; }

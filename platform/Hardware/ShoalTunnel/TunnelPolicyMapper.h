@@ -22,16 +22,12 @@ ORV_EXPORT extern Orv::Interner<TunnelPolicyMapperKeyFields> tunnelPolicyMapperK
 
 // A tunnel's entry on one unit. Interned.
 class TunnelPolicyMapperKey
-    : public Orv::Interned<TunnelPolicyMapperKeyFields, tunnelPolicyMapperKeyInterner> {
+    : public Orv::Interned<TunnelPolicyMapperKey, TunnelPolicyMapperKeyFields,
+                           tunnelPolicyMapperKeyInterner> {
  public:
    constexpr TunnelPolicyMapperKey() = default;
    TunnelPolicyMapperKey(Plexus::IntfId intfId, Shoal::FapId fapId)
        : Interned(TunnelPolicyMapperKeyFields{intfId, fapId}) {}
-   static TunnelPolicyMapperKey fromIndex(uint32_t index) {
-      TunnelPolicyMapperKey key;
-      key.index_ = index;
-      return key;
-   }
 
    Plexus::IntfId intfId() const { return fields().intfId; }
    Shoal::FapId fapId() const { return fields().fapId; }

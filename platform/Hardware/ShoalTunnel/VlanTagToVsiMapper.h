@@ -35,7 +35,8 @@ ORV_EXPORT extern Orv::Interner<VlanTagToVsiMapperKeyFields> vlanTagToVsiMapperK
 
 // One mapper entry: the tags of a sub-interface on one port. Interned.
 class VlanTagToVsiMapperKey
-    : public Orv::Interned<VlanTagToVsiMapperKeyFields, vlanTagToVsiMapperKeyInterner> {
+    : public Orv::Interned<VlanTagToVsiMapperKey, VlanTagToVsiMapperKeyFields,
+                           vlanTagToVsiMapperKeyInterner> {
  public:
    constexpr VlanTagToVsiMapperKey() = default;
    explicit VlanTagToVsiMapperKey(VlanTagToVsiMapperKeyFields const& fields) : Interned(fields) {}
@@ -52,11 +53,6 @@ class VlanTagToVsiMapperKey
           encapKind == otherTagEncapKind ? VlanTagType::encapKind4 : VlanTagType::dot1q;
       fields.subIntfId = subIntf;
       return VlanTagToVsiMapperKey(fields);
-   }
-   static VlanTagToVsiMapperKey fromIndex(uint32_t index) {
-      VlanTagToVsiMapperKey key;
-      key.index_ = index;
-      return key;
    }
 };
 

@@ -185,7 +185,8 @@ TYPED_TEST(CollectionTest, CursorsKeepTheirPlace) {
    cursor.toKey({9});
    EXPECT_TRUE(cursor.atEnd());
    cursor.toKey({3});
-   EXPECT_EQ(cursor.takeKey()->value, 3U);
+   EXPECT_EQ(cursor.peekKey()->value, 3U);
+   cursor.take();
    of.del({4}); // where it stands
    EXPECT_TRUE(cursor.atEnd());
    this->fill({5});
@@ -195,8 +196,9 @@ TYPED_TEST(CollectionTest, CursorsKeepTheirPlace) {
    EXPECT_EQ(cursor.peekKey()->value, 2U);
    this->fill({6});
    Sequence rest;
-   while (auto key = cursor.takeKey()) {
+   while (auto key = cursor.peekKey()) {
       rest.push_back(key->value);
+      cursor.take();
    }
    EXPECT_EQ(rest, (Sequence{2, 3, 5, 6})) << "an unbounded one sees what was added";
 }
@@ -432,10 +434,6 @@ TEST(SlotIndexTest, FindsWhatIsThereAndNothingElse) {
    for (uint32_t entry = 0; entry < hashes.size(); ++entry) {
       ASSERT_TRUE(hashes[entry] == 0 || found(entry, hashes[entry])) << entry;
    }
-   index.clear();
-   EXPECT_EQ(index.find(hashes.back(), [](uint32_t) { return true; }), kNil);
-   index.insert(3, 1);
-   EXPECT_TRUE(found(1, 3));
 }
 
 template<class Of>

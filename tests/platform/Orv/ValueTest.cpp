@@ -20,7 +20,7 @@ struct PairFields {
    ORV_VALUE(PairFields, "Test::Pair", first, second)
 };
 Interner<PairFields> pairs;
-struct Pair : Interned<PairFields, pairs> {
+struct Pair : Interned<Pair, PairFields, pairs> {
    Pair() = default;
    Pair(int first, std::string second) : Interned(PairFields{first, std::move(second)}) {}
 };
@@ -134,8 +134,7 @@ TEST(CorestateTest, MountsByPathAndRefusesInvalidPaths) {
    auto status = make<Hardware::Shoal::Status>();
    state.mount("hw/shoal/status", status);
    state.mount("hw/shoal/counter", make<Counter>(5));
-   EXPECT_EQ(state.lookUp<Hardware::Shoal::Status>("hw/shoal/status"), status);
-   EXPECT_EQ(state.lookUp<Counter>("hw/shoal/status"), nullptr);
+   EXPECT_EQ(state.entity("hw/shoal/status"), Ptr<Entity>(status));
    EXPECT_EQ(state.entity("hw/shoal/status/x"), nullptr);
    EXPECT_EQ(state.entity("hw/other"), nullptr);
    EXPECT_EQ(state.entity("hw/shoal")->orvType().name(), "Orv::Dir");
@@ -149,9 +148,6 @@ TEST(CorestateTest, MountsByPathAndRefusesInvalidPaths) {
    auto mounted = state.mounted();
    ASSERT_EQ(mounted.size(), 2U);
    EXPECT_EQ(mounted[0].path, "hw/shoal/counter");
-   state.unmount("hw/shoal/status");
-   state.unmount("hw/none/status");
-   EXPECT_EQ(state.mounted().size(), 1U);
 }
 
 TEST(TypeTest, TypesAreRegisteredByName) {
@@ -159,10 +155,7 @@ TEST(TypeTest, TypesAreRegisteredByName) {
    Type const* counter = Type::find("Test::Counter");
    ASSERT_NE(counter, nullptr);
    EXPECT_EQ(counter, &make<Counter>(1)->orvType());
-   EXPECT_THROW(counter->make(), NoImplementationException);
-   auto made = Type::find("Hardware::Shoal::Status")->make();
-   EXPECT_NE(dynamic_cast<Hardware::Shoal::Status*>(made.get()), nullptr);
-   EXPECT_EQ(&made->orvType(), Type::find("Hardware::Shoal::Status"));
+   EXPECT_EQ(&make<Hardware::Shoal::Status>()->orvType(), Type::find("Hardware::Shoal::Status"));
 }
 
 TEST(StatusTest, SystemTcamsOfUnitsDifferAndAreNeverTheUnsetOne) {
