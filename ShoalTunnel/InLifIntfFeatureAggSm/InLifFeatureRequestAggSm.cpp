@@ -16,14 +16,14 @@ InLifFeatureRequestAggSm::InLifFeatureRequestAggSm(
 }
 
 void InLifFeatureRequestAggSm::handleRequest(InLifFeatureKey const& reqKey) {
-   TRACE(8, *this, __func__);
+   SHOAL_TRACE(8, *this, __func__);
    InLifIntfKey intfKey = reqKey.intfKey();
    InLifFeatureType type = reqKey.featureType();
    auto request = requestDir_ ? requestDir_->requestCollection().find(reqKey) : std::nullopt;
    if (request) {
       auto aggr = inLifIntfCfg_->requestIs(intfKey);
       aggr->featureAggIs(type, request->value);
-      TRACE(7, "Added/modified intfCfg: ", intfKey, " feature: ", type);
+      SHOAL_TRACE(7, "Added/modified intfCfg: ", intfKey, " feature: ", type);
       aggr->versionInc(1);
       return;
    }
@@ -33,17 +33,17 @@ void InLifFeatureRequestAggSm::handleRequest(InLifFeatureKey const& reqKey) {
    }
    aggr->featureAggDel(type);
    if (aggr->featureAggs() != 0) {
-      TRACE(7, "Removed feature for intfCfg: ", intfKey, " feature: ", type);
+      SHOAL_TRACE(7, "Removed feature for intfCfg: ", intfKey, " feature: ", type);
       aggr->versionInc(1);
    } else {
       // No new version: consumers see the aggregate go.
-      TRACE(7, "Deleting intfCfg for: ", intfKey);
+      SHOAL_TRACE(7, "Deleting intfCfg for: ", intfKey);
       inLifIntfCfg_->requestDel(intfKey);
    }
 }
 
 void InLifFeatureRequestAggSm::handleAllRequest() {
-   TRACE(8, *this, __func__);
+   SHOAL_TRACE(8, *this, __func__);
    if (requestDir_) {
       for (auto const& [reqKey, request] : requestDir_->requestIter()) {
          handleRequest(reqKey);

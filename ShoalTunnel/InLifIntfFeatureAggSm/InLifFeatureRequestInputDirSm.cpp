@@ -22,13 +22,13 @@ InLifFeatureRequestInputDirSm::InLifFeatureRequestInputDirSm(Orv::Ptr<Orv::Dir c
 }
 
 void InLifFeatureRequestInputDirSm::handleInput(Orv::Name const& name) {
-   TRACE(8, "InLifFeatureRequestInputSm::", __func__, "( ", name, " )");
+   SHOAL_TRACE(8, "InLifFeatureRequestInputSm::", __func__, "( ", name, " )");
    auto entry = inputDir_ ? inputDir_->entry(name) : nullptr;
    if (!entry) {
-      TRACE(7, "Deleteing sm for: ", name);
+      SHOAL_TRACE(7, "Deleteing sm for: ", name);
       inLifFeatureRequestAggSmDel(name);
    } else if (auto requestDir = requestDirOf(entry)) {
-      TRACE(7, "Starting sm for: ", name);
+      SHOAL_TRACE(7, "Starting sm for: ", name);
       inLifFeatureRequestAggSmIs(
           name, Orv::make<InLifFeatureRequestAggSm>(std::move(requestDir), inLifIntfCfg_));
    }
@@ -36,7 +36,7 @@ void InLifFeatureRequestInputDirSm::handleInput(Orv::Name const& name) {
 }
 
 void InLifFeatureRequestInputDirSm::handleAllInput() {
-   TRACE(8, "InLifFeatureRequestInputSm::", __func__, "()");
+   SHOAL_TRACE(8, "InLifFeatureRequestInputSm::", __func__, "()");
    if (inputDir_) {
       for (auto const& [name, entry] : inputDir_->entryIter()) {
          if (requestDirOf(entry)) {

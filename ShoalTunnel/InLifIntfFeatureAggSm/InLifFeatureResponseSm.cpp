@@ -61,7 +61,7 @@ void InLifFeatureResponseSm::lifStatusResponseDelAll() {
 }
 
 void InLifFeatureResponseSm::OrvLifStatusResponse::handleVersion() {
-   TRACE(8, *this, __func__);
+   SHOAL_TRACE(8, *this, __func__);
    // The status may go, and this reactor with it, from inside the write of a response. So it is
    // kept, and every feature looks at what stands at its turn.
    Orv::Ptr<OrvLifStatusResponse> self(this);
@@ -73,7 +73,7 @@ void InLifFeatureResponseSm::OrvLifStatusResponse::handleVersion() {
 void InLifFeatureResponseSm::OrvLifStatusResponse::doUpdateFeature(InLifFeatureType type) {
    auto handled = sm_->inLifIntfStatus_->response(key());
    if (!handled || !handled->featureAggHas(type)) {
-      TRACE(7, *this, "Deleting response for ", type);
+      SHOAL_TRACE(7, *this, "Deleting response for ", type);
       sm_->statusDir_->responseDel(InLifFeatureKey::existing(key(), type));
       return;
    }
@@ -87,16 +87,16 @@ void InLifFeatureResponseSm::OrvLifStatusResponse::doUpdateFeature(InLifFeatureT
    InLifFeatureResponse response{InLifFeatureKey(key(), type), programmed,
                                  InLifFeatureResponseStatus::success};
    if (valueOf(*requested, type) == programmed) {
-      TRACE(7, *this, "Setting response for ", type, " to success ", "value:", programmed);
+      SHOAL_TRACE(7, *this, "Setting response for ", type, " to success ", "value:", programmed);
    } else {
-      TRACE(7, *this, "Setting response for ", type, " to fail ", "value:", programmed);
+      SHOAL_TRACE(7, *this, "Setting response for ", type, " to fail ", "value:", programmed);
       response.status = InLifFeatureResponseStatus::failure;
    }
    sm_->statusDir_->responseIs(response);
 }
 
 void InLifFeatureResponseSm::OrvLifStatusResponse::handleDelete() {
-   TRACE(8, *this, __func__);
+   SHOAL_TRACE(8, *this, __func__);
    for (InLifFeatureType type : inLifFeatureTypes) {
       // Who hears of the end may ask anew at once: the answers are another reactor's from then on.
       if (sm_->lifStatusResponse_.has(key())) {

@@ -22,7 +22,7 @@ BaseInLifIntfSm::BaseInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
 BaseInLifIntfSm::~BaseInLifIntfSm() = default;
 
 void BaseInLifIntfSm::handleInitialized() {
-   TRACE(8, "BaseInLifIntfSm::", __func__);
+   SHOAL_TRACE(8, "BaseInLifIntfSm::", __func__);
    // What was handled by an earlier machine, and withdrawn when there was none.
    for (auto const& [key, response] : inLifIntfStatus_->responseIter()) {
       if (!inLifIntfCfg_->requestHas(key)) {
@@ -58,7 +58,7 @@ void BaseInLifIntfSm::doForgetWithdrawn(bool (*isOwn)(IntfId)) {
 }
 
 void BaseInLifIntfSm::handleTcamKeyVersion() {
-   TRACE(8, "BaseInLifIntfSm::", __func__);
+   SHOAL_TRACE(8, "BaseInLifIntfSm::", __func__);
    if (!initialized_) {
       return;
    }
@@ -81,10 +81,10 @@ void BaseInLifIntfSm::doHandleRequest(InLifIntfKey const&, bool) {
 }
 
 void BaseInLifIntfSm::doUpdateResponse(InLifIntfKey const& key) {
-   TRACE(8, "BaseInLifIntfSm::", __func__, " key: ", key);
+   SHOAL_TRACE(8, "BaseInLifIntfSm::", __func__, " key: ", key);
    auto aggr = inLifIntfCfg_->request(key);
    if (!aggr) {
-      TRACE(7, " Deleted local status for lifIntfKey: ", key);
+      SHOAL_TRACE(7, " Deleted local status for lifIntfKey: ", key);
       inLifIntfStatus_->responseDel(key);
       return;
    }
@@ -97,7 +97,7 @@ void BaseInLifIntfSm::doUpdateResponse(InLifIntfKey const& key) {
          response->featureAggDel(type);
       }
    }
-   TRACE(7, " Updated local status for lifIntfKey: ", key, ", version: ", aggr->version());
+   SHOAL_TRACE(7, " Updated local status for lifIntfKey: ", key, ", version: ", aggr->version());
    // Last, so that nobody compares a new version with old features.
    response->versionIs(aggr->version());
 }
@@ -139,11 +139,11 @@ void BaseInLifIntfSm::lifIntfCfgDelAll() {
 }
 
 void BaseInLifIntfSm::OrvLifIntfCfg::handleInitialized() {
-   TRACE(8, *this, __func__);
+   SHOAL_TRACE(8, *this, __func__);
 }
 
 void BaseInLifIntfSm::OrvLifIntfCfg::handleVersion() {
-   TRACE(8, *this, __func__, ", version:", lifIntfCfg() ? lifIntfCfg()->version() : 0);
+   SHOAL_TRACE(8, *this, __func__, ", version:", lifIntfCfg() ? lifIntfCfg()->version() : 0);
    if (sm_->initialized()) {
       // A copy: the reactor may go with what the machine does.
       InLifIntfKey lifIntfKey = key();
@@ -152,7 +152,7 @@ void BaseInLifIntfSm::OrvLifIntfCfg::handleVersion() {
 }
 
 void BaseInLifIntfSm::OrvLifIntfCfg::handleDelete() {
-   TRACE(8, *this, __func__);
+   SHOAL_TRACE(8, *this, __func__);
    if (sm_->initialized()) {
       InLifIntfKey lifIntfKey = key();
       sm_->doHandleRequest(lifIntfKey, false);

@@ -24,14 +24,14 @@ DefaultLifFeatureMergeSm::DefaultLifFeatureMergeSm(
 }
 
 void DefaultLifFeatureMergeSm::handleInitialized() {
-   TRACE(8, "DefaultLifFeatureMergeSm::", __func__);
+   SHOAL_TRACE(8, "DefaultLifFeatureMergeSm::", __func__);
    defaultMergedLifFeatureCfg_->lifFeatureAttrDelAll();
    initialized_ = true;
    handleAllFeatureCfg();
 }
 
 void DefaultLifFeatureMergeSm::handleAllFeatureCfg() {
-   TRACE(8, "DefaultLifFeatureMergeSm::", __func__);
+   SHOAL_TRACE(8, "DefaultLifFeatureMergeSm::", __func__);
    for (auto const& side : {defaultPortLifFeatureCfg_, defaultVlanLifFeatureCfg_}) {
       if (side) {
          for (auto const& [intfId, attributes] : side->lifFeatureAttrIter()) {
@@ -43,11 +43,11 @@ void DefaultLifFeatureMergeSm::handleAllFeatureCfg() {
 
 void DefaultLifFeatureMergeSm::handleFeatureCfg(Plexus::IntfId const& intfId) {
    if (!initialized_) {
-      TRACE(8, "DefaultLifFeatureMergeSm::", __func__, ": intfId: ", intfId,
-            ", not initialized yet");
+      SHOAL_TRACE(8, "DefaultLifFeatureMergeSm::", __func__, ": intfId: ", intfId,
+                  ", not initialized yet");
       return;
    }
-   TRACE(8, "DefaultLifFeatureMergeSm::", __func__, ": intfId: ", intfId);
+   SHOAL_TRACE(8, "DefaultLifFeatureMergeSm::", __func__, ": intfId: ", intfId);
    for (auto const& side : {defaultVlanLifFeatureCfg_, defaultPortLifFeatureCfg_}) {
       if (side && side->lifFeatureAttrHas(intfId)) {
          defaultMergedLifFeatureCfg_->lifFeatureAttrIs(intfId, side->lifFeatureAttr(intfId));

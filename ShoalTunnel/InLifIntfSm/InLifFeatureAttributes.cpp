@@ -28,9 +28,9 @@ InLifFeatureAttributes getInLifFeatureAttr(Orv::Ptr<InLifIntfFeatureAggr const> 
    for (auto const& [type, value] : aggr->featureAggIter()) {
       auto place = inLifData ? inLifData->tcamShareQualInfoNoCheck(type) : std::nullopt;
       if (!place) {
-         TRACE_SPLIT(7,
-                     TEXT(" Invalid request found: ", " key: ", type, std::hex, " value: ", value),
-                     BLIP(" Invalid request found: ", " key: ", type, " value: ", value));
+         SHOAL_TRACE_SPLIT(
+             7, (" Invalid request found: ", " key: ", type, std::hex, " value: ", value),
+             (" Invalid request found: ", " key: ", type, " value: ", value));
          continue;
       }
       uint16_t offset = place->offset();
@@ -38,13 +38,13 @@ InLifFeatureAttributes getInLifFeatureAttr(Orv::Ptr<InLifIntfFeatureAggr const> 
       word &= ~shifted(mask, offset);
       // The whole value: requesters answer for what does not fit.
       word |= shifted(value, offset);
-      if (TRACE_ON(7)) [[unlikely]] {
+      if (SHOAL_TRACE_ON(7)) [[unlikely]] {
          auto [data0, data1, eei] = attributesOf(word);
-         TRACE_SPLIT(7,
-                     TEXT(" key: ", type, std::hex, " value:", value, " data0:", data0,
-                          " data1:", data1, " eei:", eei, " offset:", offset, " mask:", mask),
-                     BLIP(" key: ", type, " value:", value, " data0:", data0, " data1:", data1,
-                          " eei:", eei, " offset:", offset, " mask:", mask));
+         SHOAL_TRACE_SPLIT(7,
+                           (" key: ", type, std::hex, " value:", value, " data0:", data0,
+                            " data1:", data1, " eei:", eei, " offset:", offset, " mask:", mask),
+                           (" key: ", type, " value:", value, " data0:", data0, " data1:", data1,
+                            " eei:", eei, " offset:", offset, " mask:", mask));
       }
    }
    return attributesOf(word);

@@ -79,25 +79,25 @@ void PortInLifIntfSm::forEachCovered(Use&& use) const {
 }
 
 void PortInLifIntfSm::doHandleRequest(InLifIntfKey const& key, bool isAdd) {
-   TRACE_SPLIT(
-       8, TEXT("PortInLifIntfSm::", __func__, std::string_view(isAdd ? " add " : " del "), key),
-       BLIP("PortInLifIntfSm::", __func__, key));
+   SHOAL_TRACE_SPLIT(
+       8, ("PortInLifIntfSm::", __func__, std::string_view(isAdd ? " add " : " del "), key),
+       ("PortInLifIntfSm::", __func__, key));
    IntfId intfId = key.intfId();
    if (isSubIntfOrVlan(intfId)) {
-      TRACE(7, "  We don't care about subinterfaces or vlans, only ports");
+      SHOAL_TRACE(7, "  We don't care about subinterfaces or vlans, only ports");
       return;
    }
    if (isAdd && !shoalStatus()->portMapValid()) {
-      TRACE(0, "PortInLifIntfSm::", " ", "add", " portmap is not valid for ", key);
+      SHOAL_TRACE(0, "PortInLifIntfSm::", " ", "add", " portmap is not valid for ", key);
       return;
    }
    if (!isAdd && !initialized() && !shoalStatus()->portMapValid()) {
-      TRACE(7, "  An earlier machine's, which the next port map version takes back");
+      SHOAL_TRACE(7, "  An earlier machine's, which the next port map version takes back");
       return;
    }
    if (isPortChannel(intfId)) {
       if (!lagPhyIntfMapping_->lagPhyIntfConfigHas(intfId)) {
-         TRACE(7, "  Lag was not found in lag config:", intfId);
+         SHOAL_TRACE(7, "  Lag was not found in lag config:", intfId);
          if (!isAdd) {
             doUpdateResponse(key);
          }
@@ -105,7 +105,7 @@ void PortInLifIntfSm::doHandleRequest(InLifIntfKey const& key, bool isAdd) {
       }
    } else if (isLagMember(intfId)) {
       // The port-channel's request counts, and the port's own is answered as if it did.
-      TRACE(7, "  ", intfId, " is a lag member, ignoring cfg");
+      SHOAL_TRACE(7, "  ", intfId, " is a lag member, ignoring cfg");
    }
    forEachCovered(key, [&](IntfId phyIntf) { doUpdateDefaultLifFeatureCfg(key, phyIntf, isAdd); });
    doUpdateResponse(key);
@@ -113,9 +113,8 @@ void PortInLifIntfSm::doHandleRequest(InLifIntfKey const& key, bool isAdd) {
 
 void PortInLifIntfSm::doUpdateDefaultLifFeatureCfg(InLifIntfKey const& lifIntfKey, IntfId phyIntf,
                                                    bool isAdd) {
-   TRACE_SPLIT(8, static_cast<void>(0),
-               BLIP("PortInLifIntfSm::", __func__, std::string_view(isAdd ? " add " : " del "),
-                    lifIntfKey, " ", phyIntf));
+   SHOAL_TRACE_BLIP(8, "PortInLifIntfSm::", __func__, std::string_view(isAdd ? " add " : " del "),
+                    lifIntfKey, " ", phyIntf);
    InLifIntfKey expandedKey(phyIntf, lifIntfKey.tcamId());
    if (!isAdd) {
       defaultPortLifFeatureCfg_->lifFeatureAttrDel(phyIntf);
@@ -134,18 +133,18 @@ void PortInLifIntfSm::doUpdateDefaultLifFeatureCfg(InLifIntfKey const& lifIntfKe
 }
 
 void PortInLifIntfSm::handleLagPhyIntf(IntfId lag, IntfId phyIntf) {
-   TRACE(8, "PortInLifIntfSm::", __func__, " lag intf ", lag, " phy intf ", phyIntf);
+   SHOAL_TRACE(8, "PortInLifIntfSm::", __func__, " lag intf ", lag, " phy intf ", phyIntf);
    if (initialized()) {
       doOnLagMember(lag, phyIntf, lagPhyIntfMapping_->isMember(lag, phyIntf));
    }
 }
 
 void PortInLifIntfSm::doOnLagMember(IntfId lag, IntfId phyIntf, bool isAdd) {
-   TRACE(8, "PortInLifIntfSm::", __func__, " lag intf ", lag, " phy intf ", phyIntf,
-         std::string_view(isAdd ? " add" : " delete"));
+   SHOAL_TRACE(8, "PortInLifIntfSm::", __func__, " lag intf ", lag, " phy intf ", phyIntf,
+               std::string_view(isAdd ? " add" : " delete"));
    if (!shoalStatus()->portMapValid()) {
-      TRACE(0, "PortInLifIntfSm::", " ", std::string_view(isAdd ? "add" : "del"),
-            " portmap is not valid for ", lag, ", ", phyIntf);
+      SHOAL_TRACE(0, "PortInLifIntfSm::", " ", std::string_view(isAdd ? "add" : "del"),
+                  " portmap is not valid for ", lag, ", ", phyIntf);
       return;
    }
    Shoal::SystemTcamId tcamId = shoalStatus()->sysTcamId(phyIntf);
@@ -168,7 +167,7 @@ void PortInLifIntfSm::doOnLagMember(IntfId lag, IntfId phyIntf, bool isAdd) {
 // Ports that stay covered keep their words through the whole pass: first what nobody asks for any
 // more goes, then every request is applied again, in the order of a fresh start.
 void PortInLifIntfSm::handlePortMapVersion() {
-   TRACE(8, "PortInLifIntfSm::", __func__);
+   SHOAL_TRACE(8, "PortInLifIntfSm::", __func__);
    if (!initialized()) {
       return;
    }

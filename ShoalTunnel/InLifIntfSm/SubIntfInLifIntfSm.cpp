@@ -15,9 +15,10 @@ SubIntfInLifIntfSm::SubIntfInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntf
       subIntfLifFeatureCfg_(ORV_NOT_NULL(subIntfLifFeatureCfg)) {}
 
 void SubIntfInLifIntfSm::doHandleRequest(InLifIntfKey const& key, bool isAdd) {
-   TRACE(8, "SubIntfInLifIntfSm::", __func__, std::string_view(isAdd ? " add " : " del "), key);
+   SHOAL_TRACE(8, "SubIntfInLifIntfSm::", __func__, std::string_view(isAdd ? " add " : " del "),
+               key);
    if (!Plexus::SubIntfId::isSubIntfId(key.intfId())) {
-      TRACE(7, "SubIntfInLifIntfSm::", "  We only care about subinterfaces");
+      SHOAL_TRACE(7, "SubIntfInLifIntfSm::", "  We only care about subinterfaces");
       return;
    }
    doUpdateSubIntfLifFeatureCfg(key, isAdd);
@@ -25,9 +26,8 @@ void SubIntfInLifIntfSm::doHandleRequest(InLifIntfKey const& key, bool isAdd) {
 }
 
 void SubIntfInLifIntfSm::doUpdateSubIntfLifFeatureCfg(InLifIntfKey const& lifIntfKey, bool isAdd) {
-   TRACE_SPLIT(8, static_cast<void>(0),
-               BLIP("SubIntfInLifIntfSm::", __func__, std::string_view(isAdd ? " add " : " del "),
-                    lifIntfKey));
+   SHOAL_TRACE_BLIP(8, "SubIntfInLifIntfSm::", __func__,
+                    std::string_view(isAdd ? " add " : " del "), lifIntfKey);
    if (!isAdd) {
       subIntfLifFeatureCfg_->lifFeatureAttrDel(lifIntfKey);
       return;

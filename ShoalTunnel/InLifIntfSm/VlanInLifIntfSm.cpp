@@ -78,18 +78,18 @@ void VlanInLifIntfSm::doRemoveLeftWords() {
 }
 
 void VlanInLifIntfSm::doHandleRequest(InLifIntfKey const& key, bool isAdd) {
-   TRACE(8, "VlanInLifIntfSm::", __func__, std::string_view(isAdd ? " add " : " del "), key);
+   SHOAL_TRACE(8, "VlanInLifIntfSm::", __func__, std::string_view(isAdd ? " add " : " del "), key);
    if (!isVlanIntf(key.intfId())) {
-      TRACE(7, "VlanInLifIntfSm::", "  We only care about vlans");
+      SHOAL_TRACE(7, "VlanInLifIntfSm::", "  We only care about vlans");
       return;
    }
    if (isAdd && !shoalStatus()->portMapValid()) {
-      TRACE(0, "VlanInLifIntfSm::", " ", "add", " portmap is not valid for ", key);
+      SHOAL_TRACE(0, "VlanInLifIntfSm::", " ", "add", " portmap is not valid for ", key);
       return;
    }
    if (!isAdd && !initialized() && !shoalStatus()->portMapValid()) {
-      TRACE(7, "VlanInLifIntfSm::",
-            "  An earlier machine's, which the next port map version takes back");
+      SHOAL_TRACE(7, "VlanInLifIntfSm::",
+                  "  An earlier machine's, which the next port map version takes back");
       return;
    }
    if (isAdd) {
@@ -109,28 +109,28 @@ void VlanInLifIntfSm::doHandleRequest(InLifIntfKey const& key, bool isAdd) {
 }
 
 void VlanInLifIntfSm::handleUntaggedVlan(IntfId const& intfId) {
-   TRACE(8, "VlanInLifIntfSm::", __func__, " intf ", intfId);
+   SHOAL_TRACE(8, "VlanInLifIntfSm::", __func__, " intf ", intfId);
    if (initialized()) {
       forEachPort(intfId, [&](IntfId phyIntf) { doUpdatePort(phyIntf); });
    }
 }
 
 void VlanInLifIntfSm::handlePhyIntfLag(IntfId const& phyIntf) {
-   TRACE(8, "VlanInLifIntfSm::", __func__, " phy intf ", phyIntf);
+   SHOAL_TRACE(8, "VlanInLifIntfSm::", __func__, " phy intf ", phyIntf);
    if (initialized()) {
       doUpdatePort(phyIntf);
    }
 }
 
 void VlanInLifIntfSm::handleLagPhyIntf(IntfId lag, IntfId phyIntf) {
-   TRACE(8, "VlanInLifIntfSm::", __func__, " lag intf ", lag, " phy intf ", phyIntf);
+   SHOAL_TRACE(8, "VlanInLifIntfSm::", __func__, " lag intf ", lag, " phy intf ", phyIntf);
    if (initialized()) {
       doUpdatePort(phyIntf);
    }
 }
 
 void VlanInLifIntfSm::handleInLifIntfCfgLagExp(InLifIntfKey const& key) {
-   TRACE(8, "VlanInLifIntfSm::", __func__, " key: ", key);
+   SHOAL_TRACE(8, "VlanInLifIntfSm::", __func__, " key: ", key);
    doFollowPortFeatures(key);
    if (!inLifIntfCfgLagExp_->requestHas(key)) {
       doHandlePortFeatures(key);
@@ -159,12 +159,12 @@ void VlanInLifIntfSm::doHandlePortFeatures(InLifIntfKey const& key) {
 
 // Every port anew, on the TCAM that serves it now.
 void VlanInLifIntfSm::handlePortMapVersion() {
-   TRACE(8, "VlanInLifIntfSm::", __func__);
+   SHOAL_TRACE(8, "VlanInLifIntfSm::", __func__);
    if (!initialized()) {
       return;
    }
    if (!shoalStatus()->portMapValid()) {
-      TRACE(0, "VlanInLifIntfSm::", " portmap is not valid");
+      SHOAL_TRACE(0, "VlanInLifIntfSm::", " portmap is not valid");
       return;
    }
    // All keys before the first port, so that no port loses its word in between.

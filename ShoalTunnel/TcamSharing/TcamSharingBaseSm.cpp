@@ -28,7 +28,7 @@ void TcamSharingBaseSm::handleTcamSharingConfig(TcamSharingRequest const&) {
 }
 
 void TcamSharingBaseSm::handleInitialized() {
-   TRACE(8, "TcamSharingBaseSm::handleInitialized");
+   SHOAL_TRACE(8, "TcamSharingBaseSm::handleInitialized");
    ORV_ASSERT(!initialized_, "!initialized()");
    initialized_ = true;
 }

@@ -58,27 +58,28 @@ void TcamSharingCodef::handleInitialized() {
 }
 
 void TcamSharingCodef::handleTcamSharingConfigIn(TcamSharingRequest const& request) {
-   TRACE(8, "TcamSharingCodef::", __func__, ": request:", request);
+   SHOAL_TRACE(8, "TcamSharingCodef::", __func__, ": request:", request);
    Seconds start = Orv::System::currentTime();
    updatesSeenInc(1);
    TcamSharingPolicyId inStatus = tcamSharingConfigIn_->request(request);
    TcamSharingPolicyId outStatus = tcamSharingSelector_->getRequest(request);
-   if (TRACE_ON(7)) [[unlikely]] {
-      TRACE(7, __func__, ": inStatus: ", inStatus);
-      TRACE(7, __func__, ": outStatus: ", outStatus);
+   if (SHOAL_TRACE_ON(7)) [[unlikely]] {
+      SHOAL_TRACE(7, __func__, ": inStatus: ", inStatus);
+      SHOAL_TRACE(7, __func__, ": outStatus: ", outStatus);
    }
    if (inStatus == outStatus) {
-      TRACE(7, __func__, ": Nothing to be done for ", request);
+      SHOAL_TRACE(7, __func__, ": Nothing to be done for ", request);
    } else if (backlog(request)) {
       // Coalesced: the slice reads whatever is configured by then.
       if (inStatus.empty()) {
-         TRACE(8, __func__, ": Got a delete for ", request,
-               " before backlog processed previous create.");
+         SHOAL_TRACE(8, __func__, ": Got a delete for ", request,
+                     " before backlog processed previous create.");
       } else {
-         TRACE(8, __func__, ": Got a create for ", request, " before backlog processed the delete");
+         SHOAL_TRACE(8, __func__, ": Got a create for ", request,
+                     " before backlog processed the delete");
       }
    } else {
-      TRACE(8, __func__, ": Adding ", request, " to backlog");
+      SHOAL_TRACE(8, __func__, ": Adding ", request, " to backlog");
       backlogIs(request, true);
    }
    doTriggerDispatch();
@@ -86,7 +87,7 @@ void TcamSharingCodef::handleTcamSharingConfigIn(TcamSharingRequest const& reque
 }
 
 uint32_t TcamSharingCodef::processBacklog(Seconds const& start) {
-   TRACE(8, "TcamSharingCodef::processBacklog");
+   SHOAL_TRACE(8, "TcamSharingCodef::processBacklog");
    Seconds stop = start + backlogQuantum();
    uint32_t processed = 0;
    using Cursor = std::remove_cvref_t<decltype(backlogCollection())>::Cursor;
@@ -99,11 +100,11 @@ uint32_t TcamSharingCodef::processBacklog(Seconds const& start) {
       TcamSharingRequest request = *cursor.peekKey();
       Seconds now = Orv::System::currentTime();
       if (processed > 0 && now >= stop) {
-         TRACE(7, __func__, ": Yielding backlog processing at ", request);
+         SHOAL_TRACE(7, __func__, ": Yielding backlog processing at ", request);
          bookmarkIs(request);
          return processed;
       }
-      TRACE(7, __func__, ": Backlog processing ", request);
+      SHOAL_TRACE(7, __func__, ": Backlog processing ", request);
       cursor.take();
       backlogDel(request);
       ++processed;
@@ -118,7 +119,7 @@ uint32_t TcamSharingCodef::processBacklog(Seconds const& start) {
          throw;
       }
    }
-   TRACE(7, __func__, ": Backlog processing done. Processed ", processed, " items");
+   SHOAL_TRACE(7, __func__, ": Backlog processing done. Processed ", processed, " items");
    return processed;
 }
 
@@ -126,14 +127,15 @@ void TcamSharingCodef::doProcessRequest(TcamSharingRequest const& request) {
    static constexpr char const* step = "processBacklog";
    TcamSharingPolicyId inStatus = tcamSharingConfigIn_->request(request);
    TcamSharingPolicyId outStatus = tcamSharingSelector_->getRequest(request);
-   if (TRACE_ON(7)) [[unlikely]] {
-      TRACE(7, step, ": inStatus: ", inStatus);
-      TRACE(7, step, ": outStatus: ", outStatus);
+   if (SHOAL_TRACE_ON(7)) [[unlikely]] {
+      SHOAL_TRACE(7, step, ": inStatus: ", inStatus);
+      SHOAL_TRACE(7, step, ": outStatus: ", outStatus);
    }
    TcamSharingEntry entry(request, outStatus);
    if (tcamSharingCommon_->retryList(entry)) {
-      TRACE(7, step,
-            ": Deleting an item that is on the retryList, but has not been retried yet: ", entry);
+      SHOAL_TRACE(
+          7, step,
+          ": Deleting an item that is on the retryList, but has not been retried yet: ", entry);
       tcamSharingCommon_->retryListDel(entry);
    }
    if (inStatus == outStatus && inStatus.empty()) {
@@ -155,10 +157,10 @@ void TcamSharingCodef::doProcessRequest(TcamSharingRequest const& request) {
       }
       addAgain();
    } else if (inStatus.empty()) {
-      TRACE(7, step, ": Deleting ", request, " from output");
+      SHOAL_TRACE(7, step, ": Deleting ", request, " from output");
       tcamSharingSelector_->delRequest(request);
    } else {
-      TRACE(7, step, ": Adding ", request, " to output");
+      SHOAL_TRACE(7, step, ": Adding ", request, " to output");
       tcamSharingSelector_->addRequest(request, tcamSharingConfigIn_->request(request));
    }
 }
@@ -166,13 +168,13 @@ void TcamSharingCodef::doProcessRequest(TcamSharingRequest const& request) {
 bool TcamSharingCodef::doProcessRetryEntry(TcamSharingEntry const& entry) {
    TcamSharingRequest request = entry.request();
    if (backlog(request)) {
-      TRACE(7, __func__, ": already in backlog, nothing to do for ", entry);
+      SHOAL_TRACE(7, __func__, ": already in backlog, nothing to do for ", entry);
       return false;
    }
-   TRACE(7, __func__, ": processing retryEntry: ", entry);
+   SHOAL_TRACE(7, __func__, ": processing retryEntry: ", entry);
    if (tcamSharingCommon_->retryList(entry)) {
-      TRACE(7, __func__,
-            ": Deleting an item that is obsolete, but has not been retried yet: ", entry);
+      SHOAL_TRACE(7, __func__,
+                  ": Deleting an item that is obsolete, but has not been retried yet: ", entry);
       tcamSharingCommon_->retryListDel(entry);
    }
    backlogIs(request, true);
@@ -180,24 +182,24 @@ bool TcamSharingCodef::doProcessRetryEntry(TcamSharingEntry const& entry) {
 }
 
 void TcamSharingCodef::doProcessRetryList(bool noTrigger) {
-   TRACE(9, "TcamSharingCodef::", __func__,
-         ": size: ", static_cast<uint64_t>(tcamSharingCommon_->retryLists()),
-         " -------------------------------");
+   SHOAL_TRACE(9, "TcamSharingCodef::", __func__,
+               ": size: ", static_cast<uint64_t>(tcamSharingCommon_->retryLists()),
+               " -------------------------------");
    bool queued = false;
    for (auto const& [entry, waiting] : tcamSharingCommon_->retryListIter()) {
       TcamSharingRequest request = entry.request();
       TcamSharingPolicyId inStatus = tcamSharingConfigIn_->request(request);
       TcamSharingPolicyId outStatus = tcamSharingSelector_->getRequest(request);
-      TRACE_SPLIT(7, TEXT(__func__, ": retryEntry: ", entry),
-                  BLIP(__func__, ": retryEntry: ", entry, " inStatus ", inStatus, " outStatus ",
-                       outStatus, " inBacklog ", backlogHas(request)));
+      SHOAL_TRACE_SPLIT(7, (__func__, ": retryEntry: ", entry),
+                        (__func__, ": retryEntry: ", entry, " inStatus ", inStatus, " outStatus ",
+                         outStatus, " inBacklog ", backlogHas(request)));
       tcamSharingCommon_->retryListDel(entry);
       if (inStatus.empty()) {
          continue;
       }
       if (doProcessRetryEntry(entry)) {
          numOfRetriedItemsInc(1);
-         TRACE(7, __func__, ": retrying entry: ", entry);
+         SHOAL_TRACE(7, __func__, ": retrying entry: ", entry);
          queued = true;
       }
    }

@@ -11,8 +11,8 @@ using Plexus::IntfId;
 using Shoal::FapId;
 
 void TcamSharingCodef::OrvSubIntfStatus::handleProgramInHw() {
-   TRACE(8, "handleProgramInHw", ": intfId: ", status_->intfId(),
-         ", programInHw: ", status_->programInHw());
+   SHOAL_TRACE(8, "handleProgramInHw", ": intfId: ", status_->intfId(),
+               ", programInHw: ", status_->programInHw());
    if (status_->programInHw()) {
       codef_->doMaybeUpdateMappingsForIntf(status_->intfId());
    } else {
@@ -53,7 +53,8 @@ void TcamSharingCodef::doRequeue(TcamSharingRequest const& request) {
 void TcamSharingCodef::doMaybeUpdateMappingsForIntf(IntfId intfId) {
    for (TcamSharingRequest request : requestsOf(intfId)) {
       if (tcamSharingConfigIn_->requestHas(request)) {
-         TRACE(7, __func__, ": update mapping for: ", intfId, ", on fapId: ", request.fapId());
+         SHOAL_TRACE(7, __func__, ": update mapping for: ", intfId,
+                     ", on fapId: ", request.fapId());
          doRequeue(request);
       }
    }
@@ -62,7 +63,7 @@ void TcamSharingCodef::doMaybeUpdateMappingsForIntf(IntfId intfId) {
 void TcamSharingCodef::doMaybeDeleteMappingsForIntf(IntfId intfId) {
    for (TcamSharingRequest request : requestsOf(intfId)) {
       if (tcamSharingConfigIn_->requestHas(request)) {
-         TRACE(7, __func__, ": del mapping for: ", intfId, ", on fapId: ", request.fapId());
+         SHOAL_TRACE(7, __func__, ": del mapping for: ", intfId, ", on fapId: ", request.fapId());
          tcamSharingSelector_->delRequest(request);
       }
    }
@@ -71,7 +72,7 @@ void TcamSharingCodef::doMaybeDeleteMappingsForIntf(IntfId intfId) {
 void TcamSharingCodef::handleInternalVlanChange(IntfId const& intfId) {
    bool add = intfVlanIdTable_->internalVlanId(intfId).value() != 0;
    // The class word of this line differs from the class's name, as operators know it.
-   TRACE(8, "TcamSharingSm::", __func__, ": intfId: ", intfId, ", add:", add);
+   SHOAL_TRACE(8, "TcamSharingSm::", __func__, ": intfId: ", intfId, ", add:", add);
    if (add) {
       for (TcamSharingRequest request : requestsOf(intfId)) {
          if (tcamSharingConfigIn_->requestHas(request)) {
@@ -82,13 +83,13 @@ void TcamSharingCodef::handleInternalVlanChange(IntfId const& intfId) {
    }
    for (TcamSharingRequest request : isemMappingByIntf_.members(intfId)) {
       if (tcamSharingCommon_->tcamRequestToIsemKeyMappingHas(request)) {
-         TRACE(7, __func__, ": deleting key: ", request);
+         SHOAL_TRACE(7, __func__, ": deleting key: ", request);
          tcamSharingSelector_->delRequest(request);
       }
    }
    for (TcamSharingRequest request : vsiMappingByIntf_.members(intfId)) {
       if (tcamSharingCommon_->tcamRequestToVlanTagToVsiKeyMappingHas(request)) {
-         TRACE(7, __func__, ": deleting key: ", request);
+         SHOAL_TRACE(7, __func__, ": deleting key: ", request);
          tcamSharingSelector_->delRequest(request);
       }
    }
@@ -123,16 +124,16 @@ void TcamSharingCodef::handleInternalVlanChange(IntfId const& intfId) {
 // (2) Only the record of the change went; the configured encapsulation still stands.
 void TcamSharingCodef::handleDot1qEncapChange(IntfId const& subIntfId) {
    ORV_ASSERT(subIntfId != IntfId(), "subIntfId != Plexus::IntfId()");
-   TRACE(8, "TcamSharingCodef::", __func__, ": intfId: ", subIntfId);
+   SHOAL_TRACE(8, "TcamSharingCodef::", __func__, ": intfId: ", subIntfId);
    // A record without tags counts, too: only its absence is a removal.
    bool add = subIntfDot1qEncapChange_->dot1qEncapHas(subIntfId);
    Dot1qEncap dot1qEncap = subIntfDot1qEncapChange_->dot1qEncap(subIntfId);
-   TRACE(7, __func__, ": dot1qEncap: ", dot1qEncap, ", add: ", add);
+   SHOAL_TRACE(7, __func__, ": dot1qEncap: ", dot1qEncap, ", add: ", add);
    IntfId parentIntfId = Plexus::SubIntfId::parentIntfId(subIntfId);
-   TRACE(7, __func__, ": parentIntfId: ", parentIntfId);
+   SHOAL_TRACE(7, __func__, ": parentIntfId: ", parentIntfId);
    FapId parentFap = tcamSharingHelper_->getParentFapId(parentIntfId);
    if (parentFap.isNull()) {
-      TRACE(7, __func__, ": parentFap not found: add: ", add, ", fapId: ", parentFap);
+      SHOAL_TRACE(7, __func__, ": parentFap not found: add: ", add, ", fapId: ", parentFap);
    }
    if (add) {
       doHandleEncapAdded(subIntfId, parentFap, dot1qEncap);
@@ -150,10 +151,10 @@ void TcamSharingCodef::doHandleEncapAdded(IntfId subIntfId, FapId parentFap,
       }
       if (parentFap.isNull() &&
           !tcamSharingHelper_->getVlanDomainForIntf(subIntfId, request.fapId())) {
-         TRACE(7, handler, ": vlanDomain not found for intf ", subIntfId,
-               ", on fapId: ", request.fapId());
+         SHOAL_TRACE(7, handler, ": vlanDomain not found for intf ", subIntfId,
+                     ", on fapId: ", request.fapId());
       }
-      TRACE(7, handler, ": updating dot1qEncap: ", dot1qEncap);
+      SHOAL_TRACE(7, handler, ": updating dot1qEncap: ", dot1qEncap);
       doRequeue(request);
    }
 }
@@ -162,23 +163,23 @@ void TcamSharingCodef::doHandleEncapRemoved(IntfId subIntfId, FapId parentFap) {
    static constexpr char const* handler = "handleDot1qEncapChange";
    auto requests = requestsOf(subIntfId, parentFap);
    if (requests.empty()) {
-      TRACE(7, handler, ": dont care removal");
+      SHOAL_TRACE(7, handler, ": dont care removal");
       return;
    }
    auto config = subIntfConfigDir_->subIntfConfig(subIntfId);
    if (!config) {
-      TRACE(7, handler, ": config does not exist: ", subIntfId);
+      SHOAL_TRACE(7, handler, ": config does not exist: ", subIntfId);
       for (TcamSharingRequest request : requests) {
          if (tcamSharingConfigIn_->requestHas(request)) {
-            TRACE(7, handler, ": t-removing intf: ", subIntfId);
+            SHOAL_TRACE(7, handler, ": t-removing intf: ", subIntfId);
             tcamSharingSelector_->delRequest(request);
          }
       }
       return;
    }
    if (!config->dot1qEncap().isZero()) {
-      TRACE_SPLIT(7, TEXT(handler, ": not disable encap, no action."),
-                  BLIP(handler, ": not disable encap, no action"));
+      SHOAL_TRACE_SPLIT(7, (handler, ": not disable encap, no action."),
+                        (handler, ": not disable encap, no action"));
       return;
    }
    for (TcamSharingRequest request : requests) {
@@ -186,12 +187,12 @@ void TcamSharingCodef::doHandleEncapRemoved(IntfId subIntfId, FapId parentFap) {
          continue;
       }
       if (auto domain = tcamSharingHelper_->getVlanDomainForIntf(subIntfId, request.fapId())) {
-         TRACE(7, handler, ": parent vlanDomain is still here: ", *domain);
+         SHOAL_TRACE(7, handler, ": parent vlanDomain is still here: ", *domain);
          continue;
       }
-      TRACE(7, handler, ": vlanDomain not found for intf ", subIntfId,
-            ", on fapId: ", request.fapId());
-      TRACE(7, handler, ": d-removing intf: ", subIntfId, ", fap: ", request.fapId());
+      SHOAL_TRACE(7, handler, ": vlanDomain not found for intf ", subIntfId,
+                  ", on fapId: ", request.fapId());
+      SHOAL_TRACE(7, handler, ": d-removing intf: ", subIntfId, ", fap: ", request.fapId());
       tcamSharingSelector_->delRequest(request);
    }
 }

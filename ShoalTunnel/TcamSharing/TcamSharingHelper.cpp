@@ -50,14 +50,14 @@ FapId TcamSharingHelper::getHelperChangedFapIdForIntf(IntfId intf) const {
 
 FapId TcamSharingHelper::getParentFapId(IntfId intf) const {
    FapId fap = getFapIdForIntf(intf);
-   TRACE(7, __func__, ": parentFap1: ", fap);
+   SHOAL_TRACE(7, __func__, ": parentFap1: ", fap);
    if (fap.isNull()) {
       fap = getHelperFapIdForIntf(intf);
-      TRACE(7, __func__, ": parentFap2: ", fap);
+      SHOAL_TRACE(7, __func__, ": parentFap2: ", fap);
    }
    if (fap.isNull()) {
       fap = getHelperChangedFapIdForIntf(intf);
-      TRACE(7, __func__, ": parentFap3: ", fap);
+      SHOAL_TRACE(7, __func__, ": parentFap3: ", fap);
    }
    return fap;
 }
@@ -91,22 +91,22 @@ std::optional<VlanDomain> TcamSharingHelper::getVlanDomainForIntf(IntfId intf, F
 std::optional<VlanDomain> TcamSharingHelper::domainOfLagSubIntf(IntfId intf, IntfId parent,
                                                                 FapId fapId) const {
    static constexpr char const* operation = "getVlanDomainForIntf";
-   TRACE(7, operation, ": port-channel subintf: ", intf);
+   SHOAL_TRACE(7, operation, ": port-channel subintf: ", intf);
    auto lagStatus = ethIntfStatusDir_->ethLagIntfStatus(parent);
    if (!lagStatus) {
-      TRACE(0, operation, ": parentPortChanStatus not found");
+      SHOAL_TRACE(0, operation, ": parentPortChanStatus not found");
       return std::nullopt;
    }
    auto memberCount = static_cast<uint64_t>(lagStatus->members());
-   TRACE(7, operation, ": memberId size: ", memberCount);
+   SHOAL_TRACE(7, operation, ": memberId size: ", memberCount);
    if (memberCount == 0) {
-      TRACE(0, operation, ": portChan ", parent, " has no members. ");
+      SHOAL_TRACE(0, operation, ": portChan ", parent, " has no members. ");
       return std::nullopt;
    }
    auto entry = getVlanDomainForLagFap(parent, fapId);
    if (!entry) {
-      TRACE(0, operation, ": no vlanDomainPerLagFap entry found for lag: ", parent,
-            ", on fap: ", fapId);
+      SHOAL_TRACE(0, operation, ": no vlanDomainPerLagFap entry found for lag: ", parent,
+                  ", on fap: ", fapId);
       return std::nullopt;
    }
    return entry->vlanDomain();
@@ -115,14 +115,14 @@ std::optional<VlanDomain> TcamSharingHelper::domainOfLagSubIntf(IntfId intf, Int
 std::optional<VlanDomain> TcamSharingHelper::domainOfPortSubIntf(IntfId intf, IntfId parent) const {
    static constexpr char const* operation = "getVlanDomainForIntf";
    PortMap portMap = intfToPortMap(parent);
-   TRACE(7, operation, ": portMap: ", portMap);
+   SHOAL_TRACE(7, operation, ": portMap: ", portMap);
    if (portMap.isNull()) {
-      TRACE(0, operation, ": portMap not found for port-subintf: ", intf);
+      SHOAL_TRACE(0, operation, ": portMap not found for port-subintf: ", intf);
       return std::nullopt;
    }
    auto data = vlanDomainStatus_->portTunnelDataCollection().find(portMap);
    if (!data) {
-      TRACE(0, operation, ": vlanDomain not found for subintf:", intf);
+      SHOAL_TRACE(0, operation, ": vlanDomain not found for subintf:", intf);
       return std::nullopt;
    }
    return data->vlanDomain;
@@ -135,7 +135,7 @@ TcamSharingHelper::getDot1qEncapForIntf(IntfId intfId,
       return encapOfSubIntf(intfId);
    }
    if (Plexus::VlanIntfId::isVlanIntfId(intfId)) {
-      TRACE(7, __func__, ": SVI: ", intfId);
+      SHOAL_TRACE(7, __func__, ": SVI: ", intfId);
       return {Dot1qEncap{Plexus::VlanIntfId::vlanId(intfId), 0}, true};
    }
    if (intfId.l3Flood()) {
@@ -144,7 +144,7 @@ TcamSharingHelper::getDot1qEncapForIntf(IntfId intfId,
    }
    Bridging::VlanIdOrNone internalVlanId = intfVlanIdTable_->internalVlanId(intfId);
    if (internalVlanId.value() == 0) {
-      TRACE(0, __func__, ": no internalVlanId for routed port ", intfId);
+      SHOAL_TRACE(0, __func__, ": no internalVlanId for routed port ", intfId);
       return {};
    }
    return {Dot1qEncap{internalVlanId.value(), 0}, true};
@@ -154,16 +154,16 @@ TcamSharingDot1qEncapResponse TcamSharingHelper::encapOfSubIntf(IntfId intfId) c
    static constexpr char const* operation = "getDot1qEncapForIntf";
    auto config = subIntfConfigDir_->subIntfConfig(intfId);
    if (!config) {
-      TRACE(0, operation, ": subinterface does not exist: ", intfId);
+      SHOAL_TRACE(0, operation, ": subinterface does not exist: ", intfId);
       return {};
    }
    Dot1qEncap encap = dynSubIntfEncap_->dot1qEncap(intfId);
    if (encap.isZero()) {
       encap = config->dot1qEncap();
    }
-   TRACE(7, operation, ": final subintf dot1qEncap: <", encap.outer, ",", encap.inner, ">");
+   SHOAL_TRACE(7, operation, ": final subintf dot1qEncap: <", encap.outer, ",", encap.inner, ">");
    if (encap.isZero()) {
-      TRACE(0, operation, ": dot1qEncap not found for subintf: ", intfId);
+      SHOAL_TRACE(0, operation, ": dot1qEncap not found for subintf: ", intfId);
       return {};
    }
    return {encap, true};
@@ -172,8 +172,8 @@ TcamSharingDot1qEncapResponse TcamSharingHelper::encapOfSubIntf(IntfId intfId) c
 VlanTagToVsiMapperKey
 TcamSharingHelper::getVlanTagToVsiMapperKeyForSubIntf(IntfId parentIntf, TcamSharingRequest request,
                                                       Dot1qEncap dot1qEncap) const {
-   TRACE(8, "TcamSharingHelper::", __func__, " parentIntf: ", parentIntf,
-         " TcamSharing request: ", request, " Dot1Q encap is: ", dot1qEncap);
+   SHOAL_TRACE(8, "TcamSharingHelper::", __func__, " parentIntf: ", parentIntf,
+               " TcamSharing request: ", request, " Dot1Q encap is: ", dot1qEncap);
    auto status = subIntfStatusDir_->subIntfStatus(request.intfId());
    return VlanTagToVsiMapperKey::ofSubIntf(parentIntf, request.intfId(), dot1qEncap,
                                            status ? status->encapKind() : 0);

@@ -40,17 +40,17 @@ void TcamSharingInLifSm::orvDoZombieReactors(bool zombie) {
 }
 
 void TcamSharingInLifSm::handleTcamSharingConfig(TcamSharingRequest const& request) {
-   TRACE(8, "TcamSharingInLifSm::", __func__, " ", request);
+   SHOAL_TRACE(8, "TcamSharingInLifSm::", __func__, " ", request);
    if (tcamSharingCommon_->notARealDelete()) {
       return;
    }
    TcamSharingPolicyId policyId = tcamSharingConfig()->request(request);
    ORV_ASSERT(shoalStatus()->fapType(request.fapId()) != Shoal::fapTypeArad,
               "shoalStatus()->fapType( request.fapId() ) != Hardware::Shoal::fapTypeArad()");
-   TRACE(7, __func__, ": policyId: ", policyId);
+   SHOAL_TRACE(7, __func__, ": policyId: ", policyId);
    TcamSharingEntry entry(request, policyId);
    bool fapAvailable = shoalStatus()->fapAvailable(request.fapId());
-   TRACE(7, __func__, ": fapAvailable: ", fapAvailable);
+   SHOAL_TRACE(7, __func__, ": fapAvailable: ", fapAvailable);
    auto vlanDomain = tcamSharingHelper()->getVlanDomainForIntf(request.intfId(), request.fapId());
    auto encap =
        tcamSharingHelper()->getDot1qEncapForIntf(request.intfId(), request.l3FloodPortVlanId());
@@ -86,12 +86,12 @@ void TcamSharingInLifSm::doProgramOnPort(TcamSharingEntry const& entry, IntfId p
    auto result = vtagToVsiConfig_->configCollection().find(key);
    if (!result) {
       doWaitForMapperEntry(entry);
-      TRACE(7, "Subintf is not programmed");
+      SHOAL_TRACE(7, "Subintf is not programmed");
       return;
    }
    if (result->inLifAdditionalData == newData) {
-      TRACE(7, configHandler, " : bypassing Lif programming, no change ", "required for ",
-            entry.request());
+      SHOAL_TRACE(7, configHandler, " : bypassing Lif programming, no change ", "required for ",
+                  entry.request());
       doAnswerBypassed(entry, newData);
       return;
    }
@@ -108,8 +108,8 @@ void TcamSharingInLifSm::doProgramOnPortChannel(TcamSharingEntry const& entry, I
    auto lagEntry = tcamSharingHelper()->getVlanDomainForLagFap(portChannel, entry.fapId());
    if (!lagEntry) {
       // Dropped, not retried: resolved a moment ago, it went while this request was worked.
-      TRACE(0, configHandler, ": no vlanDomainPerLagFap entry found for lag: ", portChannel,
-            ", on fap: ", entry.fapId());
+      SHOAL_TRACE(0, configHandler, ": no vlanDomainPerLagFap entry found for lag: ", portChannel,
+                  ", on fap: ", entry.fapId());
       return;
    }
    for (auto const& [port, present] : lagEntry->memberPortIter()) {
@@ -123,8 +123,8 @@ void TcamSharingInLifSm::doProgramOnPortChannel(TcamSharingEntry const& entry, I
          return;
       }
       if (result->inLifAdditionalData == newData) {
-         TRACE(7, configHandler, " : bypassing Lif programming for ", entry.request(),
-               " on intfId: ", member);
+         SHOAL_TRACE(7, configHandler, " : bypassing Lif programming for ", entry.request(),
+                     " on intfId: ", member);
          doAnswerBypassed(entry, newData);
          continue;
       }
@@ -150,17 +150,17 @@ void TcamSharingInLifSm::doAnswerBypassed(TcamSharingEntry const& entry, uint64_
 }
 
 void TcamSharingInLifSm::handleVtagToVsiStatus(VlanTagToVsiMapperKey const& key) {
-   TRACE(8, "TcamSharingInLifSm::", __func__, " ", key);
+   SHOAL_TRACE(8, "TcamSharingInLifSm::", __func__, " ", key);
    TcamSharingEntry entry = tcamSharingCommon_->pendingLifEntries(key);
    if (entry == TcamSharingEntry()) {
-      TRACE(7, __func__, ": response we can safely ignore");
+      SHOAL_TRACE(7, __func__, ": response we can safely ignore");
       return;
    }
    VlanTagToVsiMapperStatusType status = vtagToVsiStatus_->status(key);
-   TRACE(7, __func__, ": statusEntry: ", status);
+   SHOAL_TRACE(7, __func__, ": statusEntry: ", status);
    if (status.inLifAdditionalData != vtagToVsiConfig_->config(key).inLifAdditionalData) {
       // The key stays pending until the latest write is answered.
-      TRACE(7, __func__, ": PolicyId updated. Ignoring this response");
+      SHOAL_TRACE(7, __func__, ": PolicyId updated. Ignoring this response");
       doDecrementRefCountOnTcamSharingEntry(entry);
       return;
    }
@@ -187,7 +187,7 @@ void TcamSharingInLifSm::doAnswer(TcamSharingEntry const& entry,
                                       TcamSharingResponse{tcamSharingFailed, entry.policyId()});
       tcamSharingCommon_->tcamRequestToVlanTagToVsiKeyMappingDel(request);
    } else {
-      TRACE(7, "Adding to lif response");
+      SHOAL_TRACE(7, "Adding to lif response");
       if (status.inLifAdditionalData == 0) {
          tcamSharingStatus()->responseDel(request);
          tcamSharingCommon_->tcamRequestToVlanTagToVsiKeyMappingDel(request);
@@ -200,7 +200,7 @@ void TcamSharingInLifSm::doAnswer(TcamSharingEntry const& entry,
 }
 
 void TcamSharingInLifSm::doDecrementRefCountOnTcamSharingEntry(TcamSharingEntry const& entry) {
-   TRACE(8, "TcamSharingInLifSm::", __func__, ": ", entry);
+   SHOAL_TRACE(8, "TcamSharingInLifSm::", __func__, ": ", entry);
    uint32_t count = tcamSharingCommon_->tcamSharingEntryRefCount(entry);
    if (count == 1) {
       tcamSharingCommon_->tcamSharingEntryRefCountDel(entry);

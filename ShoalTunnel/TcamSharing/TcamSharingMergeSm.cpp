@@ -29,9 +29,9 @@ TcamSharingPolicyId policyOf(Orv::Ptr<TcamSharingConfig const> const& config,
 } // namespace
 
 #define TRACE_ENTRY(request)                                                                       \
-   TRACE_SPLIT(8, TEXT("TcamSharingMergeSm::", __func__, ": request:", request),                   \
-               BLIP("TcamSharingMergeSm::", __func__, ": request(", (request).intfId(), ", fap ",  \
-                    (request).fapId(), ")"))
+   SHOAL_TRACE_SPLIT(8, ("TcamSharingMergeSm::", __func__, ": request:", request),                 \
+                     ("TcamSharingMergeSm::", __func__, ": request(", (request).intfId(),          \
+                      ", fap ", (request).fapId(), ")"))
 
 TcamSharingMergeSm::TcamSharingMergeSm(
     Orv::Ptr<TcamSharingConfig const> tcamSharingShoalAclConfig,
@@ -69,7 +69,7 @@ TcamSharingMergeSm::TcamSharingMergeSm(
 }
 
 void TcamSharingMergeSm::handleInitialized() {
-   TRACE(8, "TcamSharingMergeSm::handleInitialized");
+   SHOAL_TRACE(8, "TcamSharingMergeSm::handleInitialized");
    initialized_ = true;
    tcamSharingShoalAclStatus_->responseDelAll();
    tcamSharingShoalLumenStatus_->responseDelAll();

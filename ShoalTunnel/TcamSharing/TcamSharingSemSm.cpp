@@ -34,12 +34,12 @@ void TcamSharingSemSm::orvDoZombieReactors(bool zombie) {
 }
 
 void TcamSharingSemSm::handleTcamSharingConfig(TcamSharingRequest const& request) {
-   TRACE(8, "TcamSharingSemSm::handleTcamSharingConfig");
+   SHOAL_TRACE(8, "TcamSharingSemSm::handleTcamSharingConfig");
    if (tcamSharingCommon_->notARealDelete()) {
       return;
    }
    TcamSharingPolicyId policyId = tcamSharingConfig()->request(request);
-   TRACE(7, __func__, ": policyId: ", policyId);
+   SHOAL_TRACE(7, __func__, ": policyId: ", policyId);
    if (policyId.empty()) {
       doRemove(request);
    } else {
@@ -51,16 +51,16 @@ void TcamSharingSemSm::doRemove(TcamSharingRequest const& request) {
    AradSemKeyAndFap keyToDel = tcamSharingCommon_->tcamRequestToIsemKeyMapping(request);
    switch (tcamSharingStatus()->response(request).status) {
    case tcamSharingFailed:
-      TRACE(7, configHandler, ": deleting previously failed req");
+      SHOAL_TRACE(7, configHandler, ": deleting previously failed req");
       ORV_ASSERT(keyToDel != AradSemKeyAndFap(), "keyToDel != AradSemKeyAndFap()",
                  " we should have stored a mapping for failed request: ", request);
       break;
    case tcamSharingInProgress:
-      TRACE(7, configHandler, ": del of in progress status");
+      SHOAL_TRACE(7, configHandler, ": del of in progress status");
       tcamSharingStatus()->responseDel(request);
       break;
    case tcamSharingSuccess:
-      TRACE(7, configHandler, ": deleting successful req");
+      SHOAL_TRACE(7, configHandler, ": deleting successful req");
       ORV_ASSERT(keyToDel != AradSemKeyAndFap(), "keyToDel != AradSemKeyAndFap()",
                  " we should have stored a mapping for successful request: ", request);
       break;
@@ -70,7 +70,7 @@ void TcamSharingSemSm::doRemove(TcamSharingRequest const& request) {
    if (keyToDel == AradSemKeyAndFap()) {
       return;
    }
-   TRACE(7, configHandler, ": removing keyToDel: ", keyToDel);
+   SHOAL_TRACE(7, configHandler, ": removing keyToDel: ", keyToDel);
    // The entry goes even when other requests share it: theirs is to be programmed again when they
    // next change.
    if (isemBTableConfig_->configHas(keyToDel)) {
@@ -78,7 +78,8 @@ void TcamSharingSemSm::doRemove(TcamSharingRequest const& request) {
       doEnqueuePending(keyToDel, false, TcamSharingEntry(request, TcamSharingPolicyId()));
       isemBTableConfig_->configDel(keyToDel);
    } else {
-      TRACE(7, configHandler, ": no longer in isemConfig, deleting ", "TcamSharingStatus directly");
+      SHOAL_TRACE(7, configHandler, ": no longer in isemConfig, deleting ",
+                  "TcamSharingStatus directly");
       tcamSharingStatus()->responseDel(request);
    }
    doDropUser(keyToDel, request);
@@ -91,31 +92,32 @@ void TcamSharingSemSm::doProgram(TcamSharingRequest const& request, TcamSharingP
    auto vlanDomain = tcamSharingHelper()->getVlanDomainForIntf(request.intfId(), request.fapId());
    auto encap =
        tcamSharingHelper()->getDot1qEncapForIntf(request.intfId(), request.l3FloodPortVlanId());
-   TRACE(7, configHandler, ": fapAvailable: ", fapAvailable);
+   SHOAL_TRACE(7, configHandler, ": fapAvailable: ", fapAvailable);
    if (!fapAvailable || !vlanDomain || !encap.valid) {
       tcamSharingCommon_->retryListIs(entry, true);
-      TRACE(5, configHandler,
-            ": posting in progress for pending entry missing: ", "fapAvailable: ", fapAvailable,
-            ", vlanDomain.success: ", vlanDomain.has_value(), ", vlanId.success: ", encap.valid);
+      SHOAL_TRACE(5, configHandler, ": posting in progress for pending entry missing: ",
+                  "fapAvailable: ", fapAvailable, ", vlanDomain.success: ", vlanDomain.has_value(),
+                  ", vlanId.success: ", encap.valid);
       tcamSharingStatus()->responseIs(request,
                                       TcamSharingResponse{tcamSharingInProgress, policyId});
       return;
    }
    if (encap.dot1qEncap.inner != 0) {
       // One tag is all that the key holds: neither programmed nor answered.
-      TRACE(7, configHandler, ": QinQ L3 subinterface dot1qEncap:", encap.dot1qEncap);
+      SHOAL_TRACE(7, configHandler, ": QinQ L3 subinterface dot1qEncap:", encap.dot1qEncap);
       return;
    }
    VlanId vlanId(encap.dot1qEncap.outer);
-   if (TRACE_ON(5)) [[unlikely]] {
-      TRACE(5, configHandler, ": vlanDomain: ", *vlanDomain);
-      TRACE(5, configHandler, ": vlanId: ", vlanId);
+   if (SHOAL_TRACE_ON(5)) [[unlikely]] {
+      SHOAL_TRACE(5, configHandler, ": vlanDomain: ", *vlanDomain);
+      SHOAL_TRACE(5, configHandler, ": vlanId: ", vlanId);
    }
    AradSemPayload payload = AradSemPayload::basic(
        TcamSharingIsemPolicyId(policyId).makeISemPayloadValue(shoalStatus(), request.fapId()));
    AradSemKeyAndFap newKey(AradISemKeyTcamSharing(vlanId, *vlanDomain).key(), request.fapId());
    if (isemBTableConfig_->configHas(newKey) && isemBTableConfig_->config(newKey) == payload) {
-      TRACE(7, configHandler, ": bypassing isem programming, no change required for ", request);
+      SHOAL_TRACE(7, configHandler, ": bypassing isem programming, no change required for ",
+                  request);
       tcamSharingStatus()->responseIs(request, TcamSharingResponse{tcamSharingSuccess, policyId});
       return;
    }
@@ -128,16 +130,16 @@ void TcamSharingSemSm::doProgram(TcamSharingRequest const& request, TcamSharingP
    tcamSharingCommon_->tcamRequestToIsemKeyMappingIs(request, newKey);
    // Last: with everything recorded, an answer from inside this write finds its request.
    isemBTableConfig_->configIs(newKey, payload);
-   TRACE_SPLIT(7, TEXT(configHandler, ": finished on ", request),
-               BLIP(configHandler, ": finished on (", request.intfId(), ", fap ", request.fapId(),
-                    ", pol ", policyId, ")"));
+   SHOAL_TRACE_SPLIT(7, (configHandler, ": finished on ", request),
+                     (configHandler, ": finished on (", request.intfId(), ", fap ", request.fapId(),
+                      ", pol ", policyId, ")"));
 }
 
 void TcamSharingSemSm::doLeavePrevKey(TcamSharingRequest const& request, AradSemKeyAndFap prevKey) {
    ORV_ASSERT(prevKey.key().keyType() == AradSemKeyType::isemTcamSharing_,
               "prevKey.key().keyType() == AradSemKeyType::isemTcamSharing_",
               "We expect all keyTypes to be TcamSharing in this SM.");
-   TRACE(7, configHandler, ": del prevKey: ", prevKey);
+   SHOAL_TRACE(7, configHandler, ": del prevKey: ", prevKey);
    doDropUser(prevKey, request);
    ORV_ASSERT(!tcamSharingCommon_->semToRequestHas(prevKey),
               "tcamSharingCommon()->semToRequest( prevKey ) == NULL",
@@ -162,24 +164,24 @@ void TcamSharingSemSm::doDropUser(AradSemKeyAndFap key, TcamSharingRequest const
 }
 
 void TcamSharingSemSm::handleIsemBTableStatus(AradSemKeyAndFap const& keyAndFap) {
-   TRACE(8, "TcamSharingSemSm::handleIsemBTableStatus: ", keyAndFap,
-         ", keyType: ", static_cast<uint32_t>(keyAndFap.key().keyType()));
+   SHOAL_TRACE(8, "TcamSharingSemSm::handleIsemBTableStatus: ", keyAndFap,
+               ", keyType: ", static_cast<uint32_t>(keyAndFap.key().keyType()));
    SemTableStatusEntry statusEntry = isemBTableStatus_->status(keyAndFap);
    // An entry answers a write; its absence answers a removal.
    bool statusFromPendingInsert = statusEntry != SemTableStatusEntry();
-   if (TRACE_ON(7)) [[unlikely]] {
-      TRACE(7, __func__, ": statusEntry: ", statusEntry);
-      TRACE(7, __func__, ": statusFromPendingInsert: ", statusFromPendingInsert);
-      TRACE(7, __func__, ": stored keyAndFap: ", keyAndFap);
+   if (SHOAL_TRACE_ON(7)) [[unlikely]] {
+      SHOAL_TRACE(7, __func__, ": statusEntry: ", statusEntry);
+      SHOAL_TRACE(7, __func__, ": statusFromPendingInsert: ", statusFromPendingInsert);
+      SHOAL_TRACE(7, __func__, ": stored keyAndFap: ", keyAndFap);
    }
    if (ignoreIsemStatus()) {
-      TRACE(7, __func__, ": ignoring ISEM status, breadth test only");
+      SHOAL_TRACE(7, __func__, ": ignoring ISEM status, breadth test only");
       return;
    }
    PendingSemWriteKey pendingKey{keyAndFap, statusFromPendingInsert};
    auto pendingSemWrite = tcamSharingCommon_->pendingSemWrite(pendingKey);
    if (!pendingSemWrite) {
-      TRACE(7, __func__, ": response we can safely ignore");
+      SHOAL_TRACE(7, __func__, ": response we can safely ignore");
       return;
    }
    ORV_ASSERT(pendingSemWrite->pendingSharingEntrys() != 0,
@@ -190,16 +192,16 @@ void TcamSharingSemSm::handleIsemBTableStatus(AradSemKeyAndFap const& keyAndFap)
    if (pendingSemWrite->pendingSharingEntrys() == 0) {
       tcamSharingCommon_->pendingSemWriteDel(pendingKey);
    }
-   TRACE(7, __func__, ": pendingEntry: ", entry);
+   SHOAL_TRACE(7, __func__, ": pendingEntry: ", entry);
    if (!statusFromPendingInsert) {
-      TRACE(7, __func__, ": responseDel");
+      SHOAL_TRACE(7, __func__, ": responseDel");
       tcamSharingStatus()->responseDel(entry.request());
    } else if (statusEntry.statusCode == SemTableStatusEntry::success) {
-      TRACE(7, __func__, ": successful isem status");
+      SHOAL_TRACE(7, __func__, ": successful isem status");
       tcamSharingStatus()->responseIs(entry.request(),
                                       TcamSharingResponse{tcamSharingSuccess, entry.policyId()});
    } else {
-      TRACE(0, __func__, ": write failure isem status");
+      SHOAL_TRACE(0, __func__, ": write failure isem status");
       tcamSharingStatus()->responseIs(entry.request(),
                                       TcamSharingResponse{tcamSharingFailed, entry.policyId()});
    }

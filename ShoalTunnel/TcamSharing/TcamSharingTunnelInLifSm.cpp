@@ -40,7 +40,8 @@ TcamSharingTunnelInLifSm::getInLifAdditionalData(TcamSharingPolicyId const& poli
 }
 
 void TcamSharingTunnelInLifSm::handleTcamSharingConfig(TcamSharingRequest const& request) {
-   TRACE(8, "TcamSharingTunnelInLifSm::", __func__, " ", request.intfId(), " ", request.fapId());
+   SHOAL_TRACE(8, "TcamSharingTunnelInLifSm::", __func__, " ", request.intfId(), " ",
+               request.fapId());
    if (tcamSharingCommon_->notARealDelete()) {
       return;
    }
@@ -48,32 +49,32 @@ void TcamSharingTunnelInLifSm::handleTcamSharingConfig(TcamSharingRequest const&
    TunnelPolicyMapperKey key(request.intfId(), request.fapId());
    TcamSharingEntry entry(request, policyId);
    if (!policyId.empty()) {
-      TRACE(7, __func__, ": policy create request");
+      SHOAL_TRACE(7, __func__, ": policy create request");
       tcamSharingCommon_->pendingTunnelLifEntriesIs(key, entry);
       tunnelToPolicyConfig_->configIs(key, {getInLifAdditionalData(policyId)});
       return;
    }
-   TRACE(7, __func__, ": policy delete request");
+   SHOAL_TRACE(7, __func__, ": policy delete request");
    if (tunnelToPolicyConfig_->config(key) != TunnelPolicyMapperResult()) {
       tcamSharingCommon_->pendingTunnelLifEntriesIs(key, entry);
       tunnelToPolicyConfig_->configDel(key);
    } else {
-      TRACE(7, __func__, ": entry not present in hardware");
+      SHOAL_TRACE(7, __func__, ": entry not present in hardware");
       tcamSharingStatus()->responseDel(request);
    }
 }
 
 void TcamSharingTunnelInLifSm::handleTunnelToPolicyStatus(TunnelPolicyMapperKey const& key) {
-   TRACE(8, "TcamSharingTunnelInLifSm::", __func__, " ", key.intfId(), " ", key.fapId());
+   SHOAL_TRACE(8, "TcamSharingTunnelInLifSm::", __func__, " ", key.intfId(), " ", key.fapId());
    TunnelPolicyMapperStatusType status = tunnelToPolicyStatus_->status(key);
    TcamSharingEntry entry = tcamSharingCommon_->pendingTunnelLifEntries(key);
    if (entry == TcamSharingEntry()) {
-      TRACE(7, __func__, ": entry not in pending list");
+      SHOAL_TRACE(7, __func__, ": entry not in pending list");
    } else if (status != TunnelPolicyMapperStatusType()) {
-      TRACE(7, __func__, ": response received for a create request");
+      SHOAL_TRACE(7, __func__, ": response received for a create request");
       doHandleWriteAnswer(entry, status);
    } else {
-      TRACE(7, __func__, ": response received for a delete request");
+      SHOAL_TRACE(7, __func__, ": response received for a delete request");
       doHandleRemovalAnswer(entry, key);
    }
 }
@@ -82,21 +83,21 @@ void TcamSharingTunnelInLifSm::handleTunnelToPolicyStatus(TunnelPolicyMapperKey 
 void TcamSharingTunnelInLifSm::doHandleWriteAnswer(TcamSharingEntry const& entry,
                                                    TunnelPolicyMapperStatusType const& status) {
    if (status.inLifAdditionalData != getInLifAdditionalData(entry.policyId())) {
-      TRACE(7, statusHandler, ": policyId mismatch in response");
+      SHOAL_TRACE(7, statusHandler, ": policyId mismatch in response");
       return;
    }
    TcamSharingResponseStatus answer = tcamSharingFailed;
    switch (status.statusCode) {
    case TunnelPolicyMapperStatusType::programmed:
-      TRACE(5, statusHandler, ": tunnel lif programming successful");
+      SHOAL_TRACE(5, statusHandler, ": tunnel lif programming successful");
       answer = tcamSharingSuccess;
       break;
    case TunnelPolicyMapperStatusType::inProgress:
-      TRACE(5, statusHandler, ": tunnel lif programming in progress");
+      SHOAL_TRACE(5, statusHandler, ": tunnel lif programming in progress");
       answer = tcamSharingInProgress;
       break;
    default:
-      TRACE(0, statusHandler, ": tunnel lif programming failed");
+      SHOAL_TRACE(0, statusHandler, ": tunnel lif programming failed");
       break;
    }
    tcamSharingStatus()->responseIs(entry.request(), TcamSharingResponse{answer, entry.policyId()});
@@ -105,7 +106,7 @@ void TcamSharingTunnelInLifSm::doHandleWriteAnswer(TcamSharingEntry const& entry
 void TcamSharingTunnelInLifSm::doHandleRemovalAnswer(TcamSharingEntry const& entry,
                                                      TunnelPolicyMapperKey key) {
    if (!entry.policyId().empty()) {
-      TRACE(7, statusHandler, ": stale delete response");
+      SHOAL_TRACE(7, statusHandler, ": stale delete response");
       return;
    }
    tcamSharingStatus()->responseDel(entry.request());

@@ -26,7 +26,7 @@ VlanDomainSm::VlanDomainSm(Orv::Ptr<Shoal::Status const> shoalStatus,
 }
 
 void VlanDomainSm::handleInitialized() {
-   TRACE(8, "VlanDomainSm::", __func__);
+   SHOAL_TRACE(8, "VlanDomainSm::", __func__);
    handlePortMapVersion();
 }
 
@@ -35,7 +35,7 @@ VlanDomain VlanDomainSm::vlanDomainOf(PortMap const& portMap) const {
 }
 
 void VlanDomainSm::handlePortMapVersion() {
-   TRACE(8, "VlanDomainSm::", __func__);
+   SHOAL_TRACE(8, "VlanDomainSm::", __func__);
    if (!shoalStatus_->portMapValid()) {
       return;
    }
@@ -66,7 +66,7 @@ void VlanDomainSm::handlePortMapVersion() {
 }
 
 void VlanDomainSm::handleSysPhyPortId(IntfId const& intf) {
-   TRACE(8, "VlanDomainSm::", __func__);
+   SHOAL_TRACE(8, "VlanDomainSm::", __func__);
    PortMap portMap = shoalStatus_->portMap(shoalStatus_->sysPhyPortId(intf));
    if (portMap.isNull()) {
       // The port is gone: what was published stays until the port map's next version.
@@ -90,7 +90,7 @@ void VlanDomainSm::handleSysPhyPortId(IntfId const& intf) {
 }
 
 void VlanDomainSm::handleVlanDomainStatus(PortMap const& portMap) {
-   TRACE(8, "VlanDomainSm::", __func__);
+   SHOAL_TRACE(8, "VlanDomainSm::", __func__);
    IntfId intf = portMapToIntf(portMap);
    if (intf == IntfId()) {
       return;

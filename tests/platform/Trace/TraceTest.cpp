@@ -67,7 +67,7 @@ int counted() {
 
 TEST_F(TraceTest, ADisabledLevelEvaluatesNothingAndLevelsSwitchAtRunTime) {
    evaluated = 0;
-   auto hit = [] { TRACE(7, "n: ", counted()); };
+   auto hit = [] { SHOAL_TRACE(7, "n: ", counted()); };
    hit();
    EXPECT_EQ(evaluated, 0);
    Trace::textLevelIs(8, true); // another level changes nothing
@@ -87,10 +87,10 @@ TEST_F(TraceTest, BothChannelsSayTheSameWords) {
    time_.advanceTo(1.5);
    time_.costPerReadingIs(1.0); // a trace only looks at the time
    Plexus::IntfId intf("Ethernet3.7");
-   TRACE(7, __func__, ": 100% of ", intf, " is ", -4, ", flag ", true, ", half ", 0.5, " by ",
-         std::string("name"));
-   TRACE_SPLIT(8, TEXT("no action."), BLIP("no action"));
-   TRACE(5, "encap ", Bridging::Dot1qEncap{10, 3}, " ", Point3{}, " ", UINT64_MAX);
+   SHOAL_TRACE(7, __func__, ": 100% of ", intf, " is ", -4, ", flag ", true, ", half ", 0.5, " by ",
+               std::string("name"));
+   SHOAL_TRACE_SPLIT(8, ("no action."), ("no action"));
+   SHOAL_TRACE(5, "encap ", Bridging::Dot1qEncap{10, 3}, " ", Point3{}, " ", UINT64_MAX);
    EXPECT_EQ(text_.str(),
              "1.500000 7 TestBody: 100% of Ethernet3.7 is -4, flag 1, half 0.5 by name\n"
              "1.500000 8 no action.\n"
@@ -105,13 +105,13 @@ TEST_F(TraceTest, TheRingKeepsTheLastRecordsAndCountsTheLost) {
    Trace::Blipline::open(path_, 3);
    Trace::blipLevelIs(0, true);
    for (int i = 0; i < 8; ++i) {
-      TRACE(0, "i ", i);
+      SHOAL_TRACE(0, "i ", i);
    }
    EXPECT_EQ(decoded(), "0.000000 0 i 5\n0.000000 0 i 6\n0.000000 0 i 7\nlost: 5\n");
    // A new file knows the trace points that were hit before it.
    Trace::Blipline::open(path_, 3);
    for (int i = 8; i < 10; ++i) {
-      TRACE(0, "j ", i);
+      SHOAL_TRACE(0, "j ", i);
    }
    EXPECT_EQ(decoded(), "0.000000 0 j 8\n0.000000 0 j 9\n");
 }
@@ -119,7 +119,7 @@ TEST_F(TraceTest, TheRingKeepsTheLastRecordsAndCountsTheLost) {
 TEST_F(TraceTest, FieldsPastTheTwelfthAreMarked) {
    Trace::Blipline::open(path_, 3);
    Trace::blipLevelIs(0, true);
-   TRACE(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, " end");
+   SHOAL_TRACE(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, " end");
    EXPECT_EQ(decoded(), "0.000000 0 123456789101112? end\n");
 }
 
@@ -128,7 +128,7 @@ TEST_F(TraceTest, TheFileSurvivesItsWriter) {
    if (child == 0) {
       Trace::Blipline::open(path_, 8);
       Trace::blipLevelIs(7, true);
-      TRACE(7, "last words ", 42);
+      SHOAL_TRACE(7, "last words ", 42);
       ::raise(SIGKILL);
    }
    int status = 0;
@@ -149,7 +149,7 @@ TEST_F(TraceTest, AFileIsNeverCutUnderSomebody) {
    ::waitpid(child, &status, 0);
    EXPECT_FALSE(Trace::Blipline::writes(path_));
    for (int i = 0; i < 8; ++i) {
-      TRACE(7, "into what was there ", i);
+      SHOAL_TRACE(7, "into what was there ", i);
    }
    EXPECT_EQ(decoded(), "");
    Trace::Blipline::open(path_, 8);
@@ -164,17 +164,17 @@ TEST_F(TraceTest, AFileIsNeverCutUnderSomebody) {
    ::setrlimit(RLIMIT_FSIZE, &before);
    std::signal(SIGXFSZ, old);
    EXPECT_THROW(Trace::Blipline::open("/dev/null", 8), std::runtime_error);
-   TRACE(7, "still there");
+   SHOAL_TRACE(7, "still there");
    EXPECT_EQ(decoded(), "0.000000 7 still there\n");
    std::ofstream(path_, std::ios::in) << std::string(64, '\0'); // a header of zeros, capacity 0
-   TRACE(7, "no harm");
+   SHOAL_TRACE(7, "no harm");
 }
 
 TEST_F(TraceTest, DamagedFilesGiveAnErrorNeverACrash) {
    Trace::Blipline::open(path_, 4);
    Trace::blipLevelIs(7, true);
    for (int i = 0; i < 6; ++i) {
-      TRACE(7, "number ", i, " of ", std::string("some"));
+      SHOAL_TRACE(7, "number ", i, " of ", std::string("some"));
    }
    std::string good = content();
    std::size_t meaningful = 400; // header and the dictionary in use
