@@ -66,6 +66,20 @@ TEST_F(PortInLifTest, MemberSetsItsOwnRequestAside) {
    EXPECT_FALSE(ports->lifFeatureAttrHas(IntfId("Ethernet2")));
 }
 
+// The member list may name a port before the port's own entry names the port-channel, and longer.
+TEST_F(PortInLifTest, TheMemberListDecidesWhoseWordAPortHas) {
+   ask("Ethernet1", 1, 2, 5);
+   ask("PortChannel1", 1, 1, 7);
+   auto members = mapping->lagPhyIntfConfigIs(IntfId("PortChannel1"));
+   std::string seen;
+   Hearer<IntfId> writes(ports->lifFeatureAttrCollection(),
+                         [&](IntfId of) { seen += std::to_string(portWord(of.name())) + " "; });
+   members->phyIntfIs(IntfId("Ethernet1"));
+   EXPECT_EQ(seen, "7 ");
+   members->phyIntfDel(IntfId("Ethernet1"));
+   EXPECT_EQ(seen, "7 80 ") << "without a moment that has no word";
+}
+
 TEST_F(PortInLifTest, UnknownPortChannelIsAnsweredOnlyForARemoval) {
    std::string text = Trace::traced([&] { ask("PortChannel1", 1, 1, 7); });
    EXPECT_THAT(text, HasSubstr("7   Lag was not found in lag config:PortChannel1\n"));
