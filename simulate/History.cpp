@@ -1,7 +1,5 @@
 #include "simulate/History.h"
 
-#include "agent/chip/ChipFaults.h"
-#include "agent/command/Output.h"
 #include "agent/host/Observer.h"
 
 #include <algorithm>
@@ -9,455 +7,318 @@
 
 namespace Simulate {
 
-using namespace Agent;
-
 namespace {
 
-// Up to `count` members of `from` that suit, drawn without repetition, in their order.
-template<class T, class Draw, class Suits>
-std::vector<std::string> some(std::vector<T> const& from, std::size_t count, Draw draw,
-                              Suits suits) {
+// The kinds of commands with their weights, and what they are made of. An alternative that stands
+// twice is drawn twice as often.
+struct Rule {
+   double weight; // 0: part of others
+   char const* name;
+   std::vector<std::string> alternatives;
+};
+
+std::vector<Rule> const& grammar() {
+   static std::vector<Rule> const rules{
+       {20, "request", {"request {ask}"}},
+       {9, "withdraw", {"withdraw {asker}"}},
+       {5, "encapsulation", {"encapsulation {sub} {tags}"}},
+       {3,
+        "dynamic-encapsulation",
+        {"dynamic-encapsulation {sub} none", "dynamic-encapsulation {sub} {tags}"}},
+       {0.1, "delete-subinterface", {"delete-subinterface {sub}"}},
+       {4, "program-in-hw", {"program-in-hw {sub} on", "program-in-hw {sub} off"}},
+       {3,
+        "internal-vlan",
+        {"internal-vlan {routed} none", "internal-vlan {routed} 4000",
+         "internal-vlan {routed} 4001"}},
+       {2.5,
+        "vlan-domain",
+        {"vlan-domain {lag} {domain}", "vlan-domain {port} {domain}", "vlan-domain {lag} {domain}",
+         "vlan-domain {port} {domain}", "vlan-domain {lag} none", "vlan-domain {port} none"}},
+       {3,
+        "unit",
+        {"unit {unit} unavailable", "unit {unit} unavailable", "unit {unit} available",
+         "unit {unit} available", "unit {unit} available", "unit {unit} type arad",
+         "unit {unit} type 2", "unit {unit} type none", "unit {unit} lookup lumen",
+         "unit {unit} lookup lumen", "unit {unit} lookup none"}},
+       {1.5, "port-map", {"port-map {port} none", "{place}", "{place}"}},
+       {0, "place", {"port-map {port} {unit} {0-7}"}},
+       {1.5,
+        "system-port",
+        {"system-port {port} none", "system-port {port} {system}", "system-port {port} {system}"}},
+       {1.5,
+        "port-map-state",
+        {"port-map-state version", "port-map-state version", "port-map-state valid",
+         "port-map-state invalid"}},
+       {2.5, "member", {"member {lag} add {port}", "member {lag} remove {port}"}},
+       {4,
+        "chip-fault",
+        {"chip {fault} {often}", "chip {fault} {often}", "chip {fault} {often} unit {unit}",
+         "chip {fault} {often} table {table}"}},
+       {2,
+        "chip",
+        {"chip restart", "chip delay {delay}", "chip slowness {slowness}",
+         "chip capacity {unit} {0-2}", "chip capacity {unit} none", "chip replay", "chip replay",
+         "chip replay", "chip clear-faults", "chip clear-faults", "chip clear-faults"}},
+       {20, "advance", {"advance {time}"}},
+       {9, "settle", {"settle"}},
+       {0.7, "set", {"set {constant}"}},
+       {1.2, "rebuild", {"rebuild {machine}"}},
+       {1, "encap-kind", {"encap-kind {sub} 0", "encap-kind {sub} 4"}},
+       {1,
+        "feature-directory",
+        {"feature-directory {directory} add", "feature-directory {directory} add",
+         "feature-directory {directory} remove", "feature-directory {directory} foreign"}},
+       {12, "feature", {"feature {key} {value}"}},
+       {6, "withdraw-feature", {"withdraw-feature {key}"}},
+       {0.7,
+        "tcam-layout",
+        {"tcam-layout {unit}:{0-1} {type} none", "{field}", "{field}", "{field}"}},
+       {0, "field", {"tcam-layout {unit}:{0-1} {type} {0-63} {width}"}},
+       {0.7, "tcam-key-version", {"tcam-key-version"}},
+       {0.4, "port-channel", {"port-channel {lag} add", "port-channel {lag} remove"}},
+       {3,
+        "untagged-vlan",
+        {"untagged-vlan {port} {vlan}", "untagged-vlan {lag} {vlan}", "untagged-vlan {port} {vlan}",
+         "untagged-vlan {port} none", "untagged-vlan {lag} none"}},
+       {0.1, "start-features-fresh", {"start-features-fresh"}},
+
+       {0, "own", {"own", "own", "own", "own", "own", "own", "own", "own", "{unit}"}},
+       {0,
+        "asker",
+        {"acl {requester} {own}", "acl {requester} {own}", "acl {requester} {own}", "acl {flooded}",
+         "lumen {requester} {own}", "rampart {requester} {own}"}},
+       {0,
+        "ask",
+        {"acl {requester} {own} {policy}", "acl {requester} {own} {policy}",
+         "acl {requester} {own} {policy}", "acl {requester} {own} {policy}",
+         "acl {requester} {own} {policy}", "acl {flooded} {policy}",
+         "lumen {requester} {own} {label}", "rampart {requester} {own} {label}"}},
+       {0, "flooded", {"{routed}-L3Flood {own} flood 200", "{routed}-L3Flood {own} flood 201"}},
+       // Few values, so that policies meet; now and then the largest that the field holds.
+       {0, "few", {"1", "2", "1", "2", "1", "2", "1", "2", "1", "2", "31"}},
+       {0,
+        "policy",
+        {"qos={few}", "qos={few}", "qos={few}", "qos={few}", "qos={few}", "qos={few},pbr={few}",
+         "qos={few},acl={few}", "pbr={few}", "acl={few}", "acl=127", "qos={few},lumen={few}",
+         "qos={few},other={few}", "lumen=1", "other={few}"}},
+       {0, "label", {"lumen=1", "lumen=2", "lumen=1", "lumen=127", "lumen=2,other=1"}},
+       {0, "tags", {"{tag}", "{tag}", "{tag}", "{tag}", "{tag}", "{tag}", "{tag},7", "none"}},
+       {0, "fault", {"refuse", "lose", "duplicate", "reorder", "slow", "defer"}},
+       {0, "table", {"isem", "mapper", "tunnel"}},
+       {0,
+        "often",
+        {"next 1", "next 2", "next 3", "next 1", "next 2", "next 3", "next 1", "next 2", "often 0",
+         "often 0.1", "often 0.3"}},
+       {0, "delay", {"0", "0.001", "0.01", "0.3"}},
+       {0, "slowness", {"0.02", "0.5", "3"}},
+       {0, "time", {"0", "0.0001", "0.001", "0.005", "0.011", "0.011", "0.1", "0.5", "2.5"}},
+       {0, "directory", {"red", "blue", "green"}},
+       {0, "tcam", {"own", "own", "own", "own", "own", "own", "{unit}:0", "{unit}:1"}},
+       {0, "type", {"1", "2", "3", "12"}},
+       // One key often, so that directories meet.
+       {0,
+        "key",
+        {"{directory} {meeting} own 1", "{directory} {carrier} {tcam} {type}",
+         "{directory} {carrier} {tcam} {type}", "{directory} {carrier} {tcam} {type}",
+         "{directory} {carrier} {tcam} {type}"}},
+       // Most values fit their field.
+       {0, "value", {"{0-31}", "{0-31}", "{0-31}", "{0-31}", "{0-31}", "{0-31}", "{0-4294967295}"}},
+       {0, "width", {"1", "2", "4", "5", "8", "16"}}};
+   return rules;
+}
+
+template<class T, class Suits>
+std::vector<std::string> namesOf(std::vector<T> const& list, Suits suits) {
    std::vector<std::string> names;
-   for (T const& each : from) {
+   for (T const& each : list) {
       if (suits(each)) {
          names.push_back(each.name);
       }
    }
-   while (names.size() > count) {
-      names.erase(names.begin() + static_cast<std::ptrdiff_t>(draw(names.size())));
-   }
    return names;
 }
 
-// Drawn in the order in which they are written, whatever the compiler.
-std::string words(std::initializer_list<std::string> list) {
-   std::string text;
-   for (std::string const& word : list) {
-      text += (text.empty() ? "" : " ") + word;
-   }
-   return text;
+void add(std::vector<std::string>& to, std::vector<std::string> const& names) {
+   to.insert(to.end(), names.begin(), names.end());
 }
 
 } // namespace
 
 History::History(Inventory const& inventory, uint64_t seed) : random_(seed) {
+   for (Rule const& rule : grammar()) {
+      alternatives_[rule.name] = rule.alternatives;
+   }
+   names("machine").assign(Agent::machineNames.begin(), Agent::machineNames.end());
    chooseInterfaces(inventory);
    chooseWeights();
 }
 
+History::Names History::some(Names names, std::size_t count) {
+   while (names.size() > count) {
+      names.erase(names.begin() + static_cast<std::ptrdiff_t>(below(names.size())));
+   }
+   return names;
+}
+
+void History::chooseOn(Inventory const& inventory, uint32_t unit) {
+   auto here = [unit](auto const& each) { return each.fapId == unit; };
+   Names ports = namesOf(inventory.ports, here);
+   Names lags = some(namesOf(inventory.portChannels, here), 1);
+   // Parents whose sub-interfaces meet: the port-channel and one port.
+   std::set<std::string> parents(lags.begin(), lags.end());
+   for (auto const& sub : inventory.subInterfaces) {
+      if (parents.size() < lags.size() + 1 && chance(0.4) &&
+          std::find(ports.begin(), ports.end(), sub.parent) != ports.end()) {
+         parents.insert(sub.parent);
+      }
+   }
+   for (std::string const& parent : parents) {
+      auto below = [&](auto const& each) { return each.parent == parent; };
+      add(names("sub"), some(namesOf(inventory.subInterfaces, below), 1 + this->below(3)));
+      if (lags.empty() || parent != lags.front()) {
+         names("port").push_back(parent);
+      }
+   }
+   add(names("unit"), {std::to_string(unit)});
+   add(names("lag"), lags);
+   add(names("routed"), some(namesOf(inventory.routedPorts, here), 1));
+   add(names("requester"), some(namesOf(inventory.tunnels, here), 1));
+   Names vlans = some(namesOf(inventory.vlanInterfaces, here), 2);
+   add(names("carrier"), vlans);
+   for (auto const& each : inventory.vlanInterfaces) {
+      if (std::find(vlans.begin(), vlans.end(), each.name) != vlans.end()) {
+         names("vlan").push_back(std::to_string(each.vlanId));
+      }
+   }
+   add(names("requester"), some(vlans, 1));
+   for (auto const& lag : inventory.portChannels) {
+      if (!lags.empty() && lag.name == lags.front()) {
+         add(names("port"), lag.members);
+      }
+   }
+   add(names("port"), some(ports, 1));
+}
+
 void History::chooseInterfaces(Inventory const& inventory) {
-   auto draw = [this](std::size_t limit) { return below(limit); };
    std::set<uint32_t> units;
-   std::size_t count = 1 + below(2);
-   while (units.size() < std::min(count, inventory.units.size())) {
-      units.insert(any(inventory.units).fapId);
+   std::size_t count = std::min<std::size_t>(1 + below(2), inventory.units.size());
+   while (units.size() < count) {
+      units.insert(inventory.units[below(inventory.units.size())].fapId);
    }
    for (uint32_t unit : units) {
-      units_.push_back(std::to_string(unit));
-      auto here = [unit](auto const& each) { return each.fapId == unit; };
-      auto add = [](std::vector<std::string>& to, std::vector<std::string> const& names) {
-         to.insert(to.end(), names.begin(), names.end());
-      };
-      auto lags = some(inventory.portChannels, 1, draw, here);
-      add(portChannels_, lags);
-      std::set<std::string> parents(lags.begin(), lags.end());
-      for (auto const& sub : inventory.subInterfaces) {
-         // Sub-interfaces of a port of this unit: one port is enough to meet on.
-         bool port =
-             std::any_of(inventory.ports.begin(), inventory.ports.end(), [&](auto const& each) {
-                return each.fapId == unit && each.name == sub.parent;
-             });
-         if (port && parents.size() < lags.size() + 1 && chance(0.4)) {
-            parents.insert(sub.parent);
-         }
-      }
-      for (std::string const& parent : parents) {
-         add(subInterfaces_, some(inventory.subInterfaces, 1 + below(3), draw,
-                                  [&](auto const& each) { return each.parent == parent; }));
-         if (lags.empty() || parent != lags.front()) {
-            ports_.push_back(parent);
-         }
-      }
-      auto routed = some(inventory.routedPorts, 1, draw, here);
-      add(routed_, routed);
-      auto vlanInterfaces = some(inventory.vlanInterfaces, 2, draw, here);
-      add(carriers_, vlanInterfaces);
-      for (auto const& each : inventory.vlanInterfaces) {
-         if (std::find(vlanInterfaces.begin(), vlanInterfaces.end(), each.name) !=
-             vlanInterfaces.end()) {
-            vlans_.push_back(std::to_string(each.vlanId));
-         }
-      }
-      vlanInterfaces.resize(std::min<std::size_t>(vlanInterfaces.size(), 1));
-      add(requesters_, vlanInterfaces);
-      add(requesters_, some(inventory.tunnels, 1, draw, here));
-      for (auto const& lag : inventory.portChannels) {
-         if (!lags.empty() && lag.name == lags.front()) {
-            add(ports_, lag.members);
-         }
-      }
-      add(ports_, some(inventory.ports, 1, draw, here));
+      chooseOn(inventory, unit);
    }
-   std::sort(ports_.begin(), ports_.end());
-   ports_.erase(std::unique(ports_.begin(), ports_.end()), ports_.end());
-   for (auto const* list : {&ports_, &portChannels_, &subInterfaces_}) {
-      carriers_.insert(carriers_.end(), list->begin(), list->end());
+   Names& ports = names("port");
+   std::sort(ports.begin(), ports.end());
+   ports.erase(std::unique(ports.begin(), ports.end()), ports.end());
+   for (char const* list : {"port", "lag", "sub"}) {
+      add(names("carrier"), names(list));
    }
-   for (std::string const& port : routed_) {
-      requesters_.push_back(port);
-      requesters_.push_back(port + "-L3Flood");
-   }
-   // Sharers come from here, so they weigh more.
-   for (int i = 0; i < 2; ++i) {
-      requesters_.insert(requesters_.end(), subInterfaces_.begin(), subInterfaces_.end());
+   add(names("requester"), names("routed"));
+   for (int i = 0; i < 2; ++i) { // sharers come from here, so they weigh more
+      add(names("requester"), names("sub"));
    }
    for (auto const& port : inventory.ports) {
-      if (std::find(ports_.begin(), ports_.end(), port.name) != ports_.end()) {
-         systemPorts_.push_back(std::to_string(port.systemPort));
-         domains_.push_back(std::to_string(std::max(1U, port.vlanDomain)));
+      if (std::find(ports.begin(), ports.end(), port.name) != ports.end()) {
+         names("system").push_back(std::to_string(port.systemPort));
+         names("domain").push_back(std::to_string(std::max(1U, port.vlanDomain)));
       }
    }
-   systemPorts_.push_back("16000");
-   outerTags_ = {"10", std::to_string(11 + below(3))};
+   names("system").push_back("16000");
+   names("tag") = {"10", std::to_string(11 + below(3))};
    // What the inventory does not have is drawn all the same, and refused.
-   for (auto* list : {&ports_, &portChannels_, &subInterfaces_, &routed_, &requesters_, &carriers_,
-                      &vlans_, &domains_}) {
-      if (list->empty()) {
-         list->emplace_back("none");
+   for (char const* list :
+        {"port", "lag", "sub", "routed", "requester", "carrier", "vlan", "domain"}) {
+      if (names(list).empty()) {
+         names(list).emplace_back("none");
       }
    }
+   names("meeting") = {names("carrier").front()};
 }
 
 void History::chooseWeights() {
-   kinds_ = {{20, &History::request},
-             {9, &History::withdraw},
-             {5, &History::encapsulation},
-             {3, &History::dynamicEncapsulation},
-             {0.1, &History::deleteSubInterface},
-             {4, &History::programInHw},
-             {3, &History::internalVlan},
-             {2.5, &History::vlanDomain},
-             {3, &History::unit},
-             {1.5, &History::portMap},
-             {1.5, &History::systemPort},
-             {1.5, &History::portMapState},
-             {2.5, &History::member},
-             {4, &History::fault},
-             {2, &History::chip},
-             {20, &History::advance},
-             {9, &History::settle},
-             {0.7, &History::set},
-             {1.2, &History::rebuild},
-             {1, &History::encapKind},
-             {1, &History::featureDirectory},
-             {12, &History::feature},
-             {6, &History::withdrawFeature},
-             {0.7, &History::tcamLayout},
-             {0.7, &History::tcamKeyVersion},
-             {0.4, &History::portChannel},
-             {3, &History::untaggedVlan},
-             {0.1, &History::startFeaturesFresh}};
-   // Each history has its own profile: some things often, some hardly, some not at all.
-   for (Kind& kind : kinds_) {
-      static constexpr double factors[] = {0.0, 0.1, 0.5, 1.0, 1.0, 1.0, 2.0};
-      kind.weight *= factors[below(std::size(factors))];
-      weights_ += kind.weight;
+   // Each history does some things often, some rarely, some not at all.
+   static constexpr double factors[] = {0.0, 0.1, 0.5, 1.0, 1.0, 1.0, 2.0};
+   for (Rule const& rule : grammar()) {
+      if (rule.weight > 0.0) {
+         weights_.emplace_back(rule.weight * factors[below(std::size(factors))], rule.name);
+         weight_ += weights_.back().first;
+      }
    }
 }
 
+std::string History::drawn(std::string_view text) {
+   std::string command;
+   for (std::size_t at = 0; at < text.size();) {
+      if (text[at] != '{') {
+         command += text[at++];
+         continue;
+      }
+      std::string name(text.substr(at + 1, text.find('}', at) - at - 1));
+      at = text.find('}', at) + 1;
+      auto alternatives = alternatives_.find(name);
+      if (alternatives == alternatives_.end()) { // a range of numbers, "0-7"
+         command += std::to_string(below(std::stoull(name.substr(2)) + 1));
+      } else {
+         command += drawn(std::string(alternatives->second[below(alternatives->second.size())]));
+      }
+   }
+   return command;
+}
+
 std::string History::next() {
-   double drawn = static_cast<double>(below(1U << 30)) / (1U << 30) * weights_;
-   for (Kind const& kind : kinds_) {
-      drawn -= kind.weight;
-      if (drawn < 0.0) {
-         return (this->*kind.draw)();
+   double place = static_cast<double>(below(1U << 30)) / (1U << 30) * weight_;
+   for (auto const& [weight, name] : weights_) {
+      place -= weight;
+      if (place < 0.0) {
+         return drawn("{" + name + "}");
       }
    }
    return "settle";
 }
 
-std::string History::duration(std::vector<double> const& seconds) {
-   return formatSeconds(any(seconds));
-}
-
 std::vector<std::string> History::opening() {
-   static std::vector<double> const costs{0.0, 0.0, 0.0, 1e-5, 1e-3};
-   clockCost_ = any(costs);
-   std::vector<std::string> commands{
-       "set cost-per-reading " + formatSeconds(clockCost_),
-       "set quantum " + duration({0.0, 0.0001, 0.01, 0.1, 0.1}),
-       // A pass takes time, too: it must come to an end before the next one.
-       "set retry-interval " + duration(clockCost_ > 1e-4 ? std::vector<double>{2.0, 30.0}
-                                                          : std::vector<double>{0.05, 0.5, 2.0}),
-       "chip seed " + std::to_string(below(1000000)),
-       "chip delay " + duration({0.0, 0.001, 0.01, 0.01, 0.3}),
-       "chip slowness " + duration({0.02, 0.5, 1.0, 3.0})};
+   names("cost") = {"0", "0", "0", "0.00001", "0.001"};
+   std::string cost = drawn("{cost}");
+   names("quantum") = {"0", "0.0001", "0.01", "0.1", "0.1"};
+   // A pass takes time, too: it must come to an end before the next one.
+   names("interval") = cost == "0.001" ? Names{"2", "30"} : Names{"0.05", "0.5", "2"};
+   names("constant") = cost != "0"
+                           ? Names{"quantum 0", "quantum 0.001", "quantum 0.1"}
+                           : Names{"retry-interval 0.01", "retry-interval 0.5", "retry-interval 2"};
+   Names commands{"set cost-per-reading " + cost,
+                  drawn("set quantum {quantum}"),
+                  drawn("set retry-interval {interval}"),
+                  drawn("chip seed {0-999999}"),
+                  drawn("chip delay {delay}"),
+                  drawn("chip slowness {slowness}")};
    // The inventory's units are mostly of one generation.
-   for (std::string const& unit : units_) {
+   for (std::string const& unit : names("unit")) {
       if (chance(0.45)) {
-         commands.push_back(words({"unit", unit, "type", any<std::string>({"2", "2", "none"})}));
+         commands.push_back("unit " + unit + (chance(0.3) ? " type none" : " type 2"));
       }
    }
-   for (char const* name : {"red", "blue"}) {
-      commands.push_back(words({"feature-directory", name, "add"}));
-   }
-   for (std::string const& subIntf : subInterfaces_) {
+   add(commands, {"feature-directory red add", "feature-directory blue add"});
+   for (std::string const& subIntf : names("sub")) {
       if (chance(0.7)) {
-         commands.push_back("encapsulation " + subIntf + " " + any(outerTags_));
+         commands.push_back("encapsulation " + subIntf + drawn(" {tag}"));
       }
    }
    return commands;
 }
 
 std::vector<std::string> History::closing() {
-   std::vector<std::string> commands{"chip clear-faults"};
-   for (std::string const& unit : units_) {
+   Names commands{"chip clear-faults"};
+   for (std::string const& unit : names("unit")) {
       commands.push_back("chip capacity " + unit + " none");
    }
-   // Words that wait for a version are to be compared in some histories, to differ in others.
+   // In some histories words still wait for a version.
    if (chance(0.7)) {
-      commands.insert(commands.end(),
-                      {"port-map-state valid", "tcam-key-version", "port-map-state version"});
+      add(commands, {"port-map-state valid", "tcam-key-version", "port-map-state version"});
    }
    commands.emplace_back("settle");
-   // Where all is withdrawn, pasts end, and what is asked for then is as in an agent that starts.
-   if (chance(0.5)) {
-      std::set<std::string> requesters(requesters_.begin(), requesters_.end());
-      for (char const* feature : {"rampart", "lumen", "acl"}) {
-         for (std::string const& intf : requesters) {
-            commands.push_back(words({"withdraw", feature, intf, "own"}));
-         }
-      }
-      commands.emplace_back("settle");
-      // What requests need to be resolved.
-      for (std::string const& unit : units_) {
-         commands.push_back(words({"unit", unit, "available"}));
-      }
-      for (auto const* carriers : {&ports_, &portChannels_}) {
-         for (std::string const& carrier : *carriers) {
-            commands.push_back(words({"vlan-domain", carrier, any(domains_)}));
-         }
-      }
-      for (std::string const& port : routed_) {
-         commands.push_back(words({"internal-vlan", port, "4000"}));
-      }
-      for (std::string const& subIntf : subInterfaces_) {
-         commands.push_back(words({"encapsulation", subIntf, std::to_string(20 + below(20))}));
-         commands.push_back(words({"program-in-hw", subIntf, "on"}));
-      }
-      for (int i = 0; i < 10; ++i) {
-         commands.push_back(request());
-      }
-      commands.emplace_back("settle");
-   }
    return commands;
-}
-
-std::string History::unitOrOwn() {
-   return chance(0.9) ? "own" : any(units_);
-}
-
-std::string History::requester(std::string const& verb) {
-   std::string feature(chance(0.75) ? "acl" : chance(0.6) ? "lumen" : "rampart");
-   std::string intf = any(requesters_);
-   std::string unit = unitOrOwn();
-   std::string text = words({verb, feature, intf, unit});
-   if (intf.ends_with("-L3Flood") && chance(0.7)) {
-      text = words({text, "flood", std::to_string(200 + below(2))});
-   }
-   return verb == "request" ? words({text, policy(feature)}) : text;
-}
-
-std::string History::policy(std::string const& feature) {
-   std::string text;
-   // Few values, so that policies meet; now and then the most that the field holds.
-   auto field = [&](char const* name, uint64_t values, uint64_t most, double often) {
-      if (chance(often)) {
-         text += (text.empty() ? "" : ",") + std::string(name) + "=";
-         text += std::to_string(chance(0.04) ? most : 1 + below(values));
-      }
-   };
-   if (feature != "acl") {
-      field("lumen", 2, 127, 1.0);
-      field("other", 1, 1, 0.1);
-      return text;
-   }
-   field("qos", 2, 31, 0.85);
-   field("pbr", 2, 31, 0.2);
-   field("acl", 2, 127, text.empty() ? 1.0 : 0.2);
-   field("lumen", 1, 127, 0.1);
-   field("other", 2, 2, 0.15);
-   return text;
-}
-
-std::string History::request() {
-   return requester("request");
-}
-
-std::string History::withdraw() {
-   return requester("withdraw");
-}
-
-std::string History::tags() {
-   if (chance(0.12)) {
-      return "none";
-   }
-   std::string outer = any(outerTags_);
-   return chance(0.15) ? outer + ",7" : outer;
-}
-
-std::string History::encapsulation() {
-   return words({"encapsulation", any(subInterfaces_), tags()});
-}
-
-std::string History::dynamicEncapsulation() {
-   return words({"dynamic-encapsulation", any(subInterfaces_), chance(0.5) ? "none" : tags()});
-}
-
-std::string History::deleteSubInterface() {
-   return words({"delete-subinterface", any(subInterfaces_)});
-}
-
-std::string History::programInHw() {
-   return words({"program-in-hw", any(subInterfaces_), chance(0.45) ? "off" : "on"});
-}
-
-std::string History::internalVlan() {
-   return words(
-       {"internal-vlan", any(routed_), chance(0.35) ? "none" : std::to_string(4000 + below(2))});
-}
-
-std::string History::vlanDomain() {
-   bool lag = chance(0.5);
-   return words({"vlan-domain", lag ? any(portChannels_) : any(ports_),
-                 chance(0.3) ? "none" : any(domains_)});
-}
-
-std::string History::unit() {
-   return words({"unit", any(units_),
-                 any<std::string>({"unavailable", "unavailable", "available", "available",
-                                   "available", "type arad", "type 2", "type none", "lookup lumen",
-                                   "lookup lumen", "lookup none"})});
-}
-
-std::string History::portMap() {
-   std::string port = any(ports_);
-   return chance(0.3) ? words({"port-map", port, "none"})
-                      : words({"port-map", port, any(units_), std::to_string(below(8))});
-}
-
-std::string History::systemPort() {
-   return words({"system-port", any(ports_), chance(0.3) ? "none" : any(systemPorts_)});
-}
-
-std::string History::portMapState() {
-   return words({"port-map-state", any<std::string>({"version", "version", "valid", "invalid"})});
-}
-
-std::string History::member() {
-   return words({"member", any(portChannels_), chance(0.55) ? "add" : "remove", any(ports_)});
-}
-
-std::string History::fault() {
-   std::string text = words({"chip", std::string(faultNames[below(kFaults)])});
-   text += chance(0.9) ? " next " + std::to_string(1 + below(3))
-                       : " often " + formatSeconds(static_cast<double>(below(4)) / 10);
-   if (chance(0.2)) {
-      text += " unit " + any(units_);
-   }
-   return chance(0.3) ? words({text, "table", std::string(chipTableNames[below(3)])}) : text;
-}
-
-std::string History::chip() {
-   switch (below(12)) {
-   case 0:
-      return "chip restart";
-   case 1:
-      return "chip delay " + duration({0.0, 0.001, 0.01, 0.3});
-   case 2:
-      return "chip slowness " + duration({0.02, 0.5, 3.0});
-   case 3:
-      return words({"chip capacity", any(units_), std::to_string(below(3))});
-   case 4:
-      return words({"chip capacity", any(units_), "none"});
-   case 5:
-   case 6:
-   case 7:
-      return "chip replay";
-   default:
-      return "chip clear-faults";
-   }
-}
-
-std::string History::advance() {
-   return "advance " + duration({0.0, 0.0001, 0.001, 0.005, 0.011, 0.011, 0.1, 0.5, 2.5});
-}
-
-std::string History::settle() {
-   return "settle";
-}
-
-std::string History::set() {
-   return clockCost_ > 0.0 ? "set quantum " + duration({0.0, 0.001, 0.1})
-                           : "set retry-interval " + duration({0.01, 0.5, 2.0});
-}
-
-std::string History::rebuild() {
-   return words({"rebuild", std::string(any(std::vector<std::string_view>(machineNames.begin(),
-                                                                          machineNames.end())))});
-}
-
-std::string History::featureDirectory() {
-   return words({"feature-directory", any<std::string>({"red", "blue", "green"}),
-                 any<std::string>({"add", "add", "remove", "foreign"})});
-}
-
-// A directory, and an interface on a TCAM.
-std::string History::featureKey() {
-   std::string directory = any<std::string>({"red", "blue", "green"});
-   std::string tcam = chance(0.85) ? "own" : any(units_) + ":" + std::to_string(below(2));
-   std::string type = std::to_string(any<int>({1, 2, 3, 12}));
-   // One of them often, so that directories meet.
-   return chance(0.2) ? words({directory, carriers_.front(), "own", "1"})
-                      : words({directory, any(carriers_), tcam, type});
-}
-
-std::string History::feature() {
-   // Most values fit their field.
-   uint64_t value = chance(0.9) ? below(32) : below(uint64_t{1} << 32);
-   return words({"feature", featureKey(), std::to_string(value)});
-}
-
-std::string History::withdrawFeature() {
-   return words({"withdraw-feature", featureKey()});
-}
-
-std::string History::tcamLayout() {
-   std::string text = words({"tcam-layout", any(units_) + ":" + std::to_string(below(2)),
-                             std::to_string(any<int>({1, 2, 3, 12}))});
-   return chance(0.2) ? words({text, "none"})
-                      : words({text, std::to_string(below(64)), std::to_string(1 + below(16))});
-}
-
-std::string History::tcamKeyVersion() {
-   return "tcam-key-version";
-}
-
-std::string History::portChannel() {
-   return words({"port-channel", any(portChannels_), chance(0.6) ? "add" : "remove"});
-}
-
-std::string History::untaggedVlan() {
-   return words({"untagged-vlan", chance(0.5) ? any(ports_) : any(portChannels_),
-                 chance(0.25) ? "none" : any(vlans_)});
-}
-
-std::string History::encapKind() {
-   return words({"encap-kind", any(subInterfaces_), any<std::string>({"0", "4"})});
-}
-
-std::string History::startFeaturesFresh() {
-   return "start-features-fresh";
 }
 
 } // namespace Simulate
