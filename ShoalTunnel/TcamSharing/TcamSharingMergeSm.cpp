@@ -28,10 +28,11 @@ TcamSharingPolicyId policyOf(Orv::Ptr<TcamSharingConfig const> const& config,
 
 } // namespace
 
-#define TRACE_ENTRY(request)                                                                       \
-   SHOAL_TRACE_SPLIT(8, ("TcamSharingMergeSm::", __func__, ": request:", request),                 \
-                     ("TcamSharingMergeSm::", __func__, ": request(", (request).intfId(),          \
-                      ", fap ", (request).fapId(), ")"))
+// A macro, since the words of a trace point are the same at each hit: `handler` is a __func__.
+#define SHOAL_TRACE_ENTRY(handler, request)                                                        \
+   SHOAL_TRACE_SPLIT(8, ("TcamSharingMergeSm::", handler, ": request:", request),                  \
+                     ("TcamSharingMergeSm::", handler, ": request(", (request).intfId(), ", fap ", \
+                      (request).fapId(), ")"))
 
 TcamSharingMergeSm::TcamSharingMergeSm(
     Orv::Ptr<TcamSharingConfig const> tcamSharingShoalAclConfig,
@@ -92,7 +93,7 @@ void TcamSharingMergeSm::handleInitialized() {
 }
 
 void TcamSharingMergeSm::handleTcamSharingShoalAclConfig(TcamSharingRequest const& request) {
-   TRACE_ENTRY(request);
+   SHOAL_TRACE_ENTRY(__func__, request);
    if (!initialized_) {
       return;
    }
@@ -107,14 +108,14 @@ void TcamSharingMergeSm::handleTcamSharingShoalAclConfig(TcamSharingRequest cons
 }
 
 void TcamSharingMergeSm::handleTcamSharingShoalLumenConfig(TcamSharingRequest const& request) {
-   TRACE_ENTRY(request);
+   SHOAL_TRACE_ENTRY(__func__, request);
    if (initialized_) {
       doMergeLumenAclLabel(__PRETTY_FUNCTION__, tcamSharingShoalLumenConfig_, request);
    }
 }
 
 void TcamSharingMergeSm::handleTcamSharingShoalRampartConfig(TcamSharingRequest const& request) {
-   TRACE_ENTRY(request);
+   SHOAL_TRACE_ENTRY(__func__, request);
    if (initialized_) {
       doMergeLumenAclLabel(__PRETTY_FUNCTION__, tcamSharingShoalRampartConfig_, request);
    }
@@ -145,7 +146,7 @@ void TcamSharingMergeSm::doPublish(TcamSharingRequest const& request,
 
 // The Rampart status stays empty: the Lumen status has the outcome of the label for both features.
 void TcamSharingMergeSm::handleTcamSharingStatus(TcamSharingRequest const& request) {
-   TRACE_ENTRY(request);
+   SHOAL_TRACE_ENTRY(__func__, request);
    if (!initialized_) {
       return;
    }
@@ -172,5 +173,7 @@ void TcamSharingMergeSm::handleTcamSharingStatus(TcamSharingRequest const& reque
    writePart(tcamSharingShoalAclStatus_, aclMask());
    writePart(tcamSharingShoalLumenStatus_, lumenMask);
 }
+
+#undef SHOAL_TRACE_ENTRY
 
 } // namespace Hardware::ShoalTunnel

@@ -57,39 +57,6 @@
 // Takes the parentheses off a list of parts.
 #define SHOAL_TRACE_PARTS(...) __VA_ARGS__
 
-// The old names.
-#define TEXT(...) ::Trace::textParts(point, __VA_ARGS__)
-#define BLIP(...) ::Trace::blipParts(point, __VA_ARGS__)
-#define TRACE(level, ...) TRACE_SPLIT(level, TEXT(__VA_ARGS__), BLIP(__VA_ARGS__))
-
-// Around several trace points of one level on a hot path, so that they cost one check together:
-//    if (TRACE_ON(7)) [[unlikely]] { TRACE(7, ...); TRACE(7, ...); }
-#ifdef SHOAL_TRACE_OFF
-#define TRACE_ON(level) false
-#else
-#define TRACE_ON(level) ::Trace::on(level)
-#endif
-
-// The parts are evaluated once per channel that is on.
-#ifdef SHOAL_TRACE_OFF
-#define TRACE_SPLIT(level, text, blip) TRACE_IF(false, level, text, blip)
-#else
-#define TRACE_SPLIT(level, text, blip) TRACE_IF(::Trace::on(level), level, text, blip)
-#endif
-
-#define TRACE_IF(condition, traceLevel, text, blip)                                                \
-   do {                                                                                            \
-      if (condition) [[unlikely]] {                                                                \
-         static constinit ::Trace::Point point{traceLevel, __FILE__, __LINE__};                    \
-         if (::Trace::textLevel(traceLevel)) {                                                     \
-            text;                                                                                  \
-         }                                                                                         \
-         if (::Trace::blipLevel(traceLevel)) {                                                     \
-            blip;                                                                                  \
-         }                                                                                         \
-      }                                                                                            \
-   } while (false)
-
 namespace Trace {
 
 inline constexpr unsigned kLevels = 10;
