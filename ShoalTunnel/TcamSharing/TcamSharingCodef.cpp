@@ -104,8 +104,7 @@ uint32_t TcamSharingCodef::processBacklog(Seconds const& start) {
          return processed;
       }
       TRACE(7, __func__, ": Backlog processing ", request);
-      cursor.take();
-      backlogDel(request);
+      backlogDel(request); // which moves the cursor on
       ++processed;
       try {
          doProcessRequest(request);

@@ -75,6 +75,7 @@ TEST_F(CodefTest, ASliceWorksAtLeastOneRequestAndResumesAtItsBookmark) {
    EXPECT_EQ(codef->processBacklog(time.peek()), 1U);
    EXPECT_EQ(log.take(), "+Ethernet1.10=5");
    EXPECT_EQ(codef->bookmark(), request("Ethernet1.20"));
+   ASSERT_EQ(codef->backlogSize(), 3U) << "what was worked has left";
    withdraw("Ethernet1.20"); // still queued
    ask("Ethernet3.10", 5, 2);
    EXPECT_EQ(codef->processBacklog(time.peek()), 1U);
@@ -88,6 +89,8 @@ TEST_F(CodefTest, ASliceWorksAtLeastOneRequestAndResumesAtItsBookmark) {
    EXPECT_EQ(codef->dispatchCount(), 2U);
    EXPECT_EQ(codef->yieldBeforeFinishingCount(), 1U);
    EXPECT_EQ(codef->bookmark(), request("Ethernet3.10", 2)) << "left as it was by the last slice";
+   EXPECT_EQ(codef->backlogSize(), 0U);
+   EXPECT_FALSE(codef->clockNotifiee().waiting());
    ask("Ethernet1.20", 8);
    run();
    EXPECT_EQ(log.take(), "+Ethernet1.20=8") << "a bookmark that is gone means the first";
