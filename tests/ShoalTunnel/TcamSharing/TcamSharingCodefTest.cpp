@@ -166,6 +166,28 @@ TEST_F(CodefTest, TheRetryPassPutsBackWhatIsStillAskedFor) {
    EXPECT_EQ(codef->numOfRetriedItems(), 5U);
 }
 
+TEST_F(CodefTest, ARetryPassAsksForASliceOnlyWhenItQueuedSomething) {
+   auto asked = [&](bool noTrigger) {
+      codef->clockNotifiee().timeMinDel();
+      codef->doProcessRetryList(noTrigger);
+      return codef->clockNotifiee().waiting();
+   };
+   EXPECT_FALSE(asked(false)) << "an empty list";
+   common->retryListIs(entry("Ethernet1.10", 5), true);
+   EXPECT_FALSE(asked(false)) << "withdrawn";
+   ask("Ethernet1.10", 5);
+   common->retryListIs(entry("Ethernet1.10", 5), true);
+   EXPECT_FALSE(asked(false)) << "queued before";
+   codef->clockNotifiee().timeMinIs(0.0);
+   run();
+   common->retryListIs(entry("Ethernet1.10", 5), true);
+   EXPECT_FALSE(asked(true)) << "queued, by a pass that is not to ask";
+   EXPECT_EQ(codef->backlogSize(), 1U);
+   codef->backlogDelAll();
+   common->retryListIs(entry("Ethernet1.10", 5), true);
+   EXPECT_TRUE(asked(false));
+}
+
 TEST_F(CodefTest, ARetryEntryIsSupersededByWorkOnItsRequest) {
    status->fapNameDel(FapId(1));
    ask("Ethernet1.10", 5);
