@@ -88,11 +88,15 @@ TEST_F(ResponseTest, ResponsesStandWhileTheStatusDoes) {
    EXPECT_EQ(sm->lifStatusResponses(), 0U);
 
    // A machine that starts on a filled status answers it, and clears what an earlier one left.
+   sm = nullptr;
    responses->responseIs(stray);
-   request(1, {{Type::feature1, 10}});
-   handled(1, {{Type::feature1, 10}});
+   request(1, {{Type::feature1, 10}, {Type::feature2, 20}});
+   handled(1, {{Type::feature1, 10}, {Type::feature2, 21}});
+   EXPECT_EQ(answers(), "feature5=5:2 ") << "nobody is there to answer";
    sm = inLifFeatureResponseSmFactory(status, config, responses);
-   EXPECT_EQ(answers(), "feature1=10:1 ");
+   EXPECT_EQ(answers(), "feature1=10:1 feature2=21:2 ");
+   handled(2, {{Type::feature2, 21}});
+   EXPECT_EQ(answers(), "feature2=21:2 ") << "and follows it";
    EXPECT_EQ(InLifFeatureResponseSm::OrvLifStatusResponse(nullptr, nullptr).lifIntfKey(),
              InLifIntfKey());
 }
