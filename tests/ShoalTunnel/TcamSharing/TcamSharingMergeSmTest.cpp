@@ -98,20 +98,26 @@ TEST_F(MergeTest, StartReplaysTheFeaturesAndClearsTheirStatuses) {
    merged->requestIs(stray, policy(qos5));
    rampartStatus->responseIs(stray, response(tcamSharingFailed, 1));
    lumenStatus->responseIs(stray, response(tcamSharingFailed, 1));
-   merge = Orv::make<TcamSharingMergeSm>(acl, lumen, nullptr, merged, aclStatus, lumenStatus,
+   merge = Orv::make<TcamSharingMergeSm>(acl, lumen, rampart, merged, aclStatus, lumenStatus,
                                          rampartStatus, mergedStatus, status);
    std::string entry = traced([&] { acl->requestIs(plain, policy(qos5)); });
    EXPECT_THAT(entry, testing::HasSubstr(
                           "8 TcamSharingMergeSm::handleTcamSharingShoalAclConfig: request:Value('"
                           "Hardware::ShoalTunnel::TcamSharingRequest', ** {'intfId': Ethernet1.10, "
                           "'fapId': 1, 'l3FloodPortVlanId': 0})"));
+   TcamSharingRequest ofBoth = request("Ethernet3.20", 2);
+   rampart->requestIs(ofBoth, policy(label2));
+   rampart->requestIs(request("Ethernet3", 2), policy(label2));
+   lumen->requestIs(ofBoth, policy(label1));
    lumen->requestIs(onLumen, policy(label1));
    mergedStatus->responseIs(plain, response(tcamSharingSuccess, qos5));
    EXPECT_EQ(merged->requests(), 1U) << "nothing before the start";
    EXPECT_EQ(aclStatus->responses(), 0U);
    merge->handleInitialized();
-   EXPECT_EQ(merged->requests(), 3U) << "what stood in the merged table stays";
+   EXPECT_EQ(merged->requests(), 5U) << "what stood in the merged table stays";
    EXPECT_EQ(mergedValue(onLumen), label1);
+   EXPECT_EQ(mergedValue(request("Ethernet3", 2)), label2);
+   EXPECT_EQ(mergedValue(ofBoth), label2) << "Rampart is the last, whoever asked first";
    EXPECT_EQ(rampartStatus->responses() + lumenStatus->responses() + aclStatus->responses(), 0U);
 }
 
