@@ -51,6 +51,14 @@ class Watcher : public Reactor<K> {
    std::function<void(K const&)> action_;
 };
 
+// Keeps the members that it was told of.
+struct Members : Observer<Number> {
+   explicit Members(Sequence& keys) : keys_(keys) {}
+   void inserted(Number const& key) override { keys_.push_back(key.value); }
+   void erased(Number const& key) override { std::erase(keys_, key.value); }
+   Sequence& keys_;
+};
+
 template<class Of>
 class CollectionTest : public testing::Test {
  public:
@@ -59,6 +67,10 @@ class CollectionTest : public testing::Test {
       for (uint32_t value : values) {
          collection.set({value}, static_cast<int>(value));
       }
+   }
+   void refill() {
+      collection.delAll();
+      fill({1, 2, 3, 4, 5});
    }
    // The keys that a walk visits while `action` runs at each.
    Sequence walking(std::function<void(uint32_t)> const& action) {
@@ -74,6 +86,13 @@ class CollectionTest : public testing::Test {
 
 using Kinds = testing::Types<Keyed<Number, int>, KeyedByIndex<Number, int>, Small<Number, int>>;
 TYPED_TEST_SUITE(CollectionTest, Kinds);
+
+// What holds in key order as well as in order of insertion.
+template<class Of>
+class AnyCollectionTest : public CollectionTest<Of> {};
+using AllKinds = testing::Types<Keyed<Number, int>, KeyedByIndex<Number, int>, Small<Number, int>,
+                                OrderedCollection<Number, int>>;
+TYPED_TEST_SUITE(AnyCollectionTest, AllKinds);
 
 TYPED_TEST(CollectionTest, ReadsWritesAndKeepsTheOrderOfInsertion) {
    auto& of = this->collection;
@@ -94,10 +113,16 @@ TYPED_TEST(CollectionTest, ReadsWritesAndKeepsTheOrderOfInsertion) {
    EXPECT_EQ(keys(of), (Sequence{2, 1}));
 }
 
-TYPED_TEST(CollectionTest, OnlyChangesAreTold) {
+TYPED_TEST(AnyCollectionTest, OnlyChangesAreTold) {
    auto& of = this->collection;
    Sequence told;
-   Watcher<Number> watcher([&](Number const& key) { told.push_back(key.value); });
+   Sequence observed;
+   Watcher<Number> watcher([&](Number const& key) {
+      told.push_back(key.value);
+      EXPECT_EQ(observed, keys(of)) << "observers are told first";
+   });
+   Members members(observed);
+   of.observe(members);
    of.watch(watcher);
    this->fill({1, 1, 2});
    of.set({1}, 5);
@@ -106,49 +131,36 @@ TYPED_TEST(CollectionTest, OnlyChangesAreTold) {
    of.del({2});
    of.set({3}, 0); // the default value is a member all the same
    EXPECT_EQ(told, (Sequence{1, 2, 1, 2, 3}));
+   watcher.remove();
+   of.unobserve(members);
+   of.set({4}, 4);
+   of.del({4});
+   EXPECT_EQ(observed, (Sequence{1, 3}));
+   EXPECT_EQ(of.get({1}), 5);
+   EXPECT_EQ(of.find({3}), 0);
+   EXPECT_EQ(of.find({2}), std::nullopt);
+   EXPECT_EQ(of.get({2}), 0);
+   EXPECT_EQ(keys(of), (Sequence{1, 3}));
+   EXPECT_EQ(of.size(), 2U);
 }
 
-TYPED_TEST(CollectionTest, WalksSurviveWhateverTheirBodyDoes) {
+TYPED_TEST(AnyCollectionTest, WalksSurviveWhatTheirBodyErases) {
    auto& of = this->collection;
-   auto again = [&] {
-      of.delAll();
-      this->fill({1, 2, 3, 4, 5});
-   };
-   again();
+   this->refill();
    EXPECT_EQ(this->walking([&](uint32_t key) { of.del({key}); }), (Sequence{1, 2, 3, 4, 5}))
        << "the current one";
    EXPECT_EQ(of.size(), 0U);
-   again();
+   this->refill();
    EXPECT_EQ(this->walking([&](uint32_t key) { of.del({key + 1}); }), (Sequence{1, 3, 5}))
        << "the next";
-   again();
+   this->refill();
    EXPECT_EQ(this->walking([&](uint32_t key) { of.del({6 - key}); }), (Sequence{1, 2, 3}))
        << "the last ones";
-   again();
+   this->refill();
    EXPECT_EQ(this->walking([&](uint32_t key) { key == 2 ? of.delAll() : void(); }),
              (Sequence{1, 2}))
        << "all";
-   again();
-   EXPECT_EQ(this->walking([&](uint32_t key) { of.set({key + 100}, static_cast<int>(key) + 100); }),
-             (Sequence{1, 2, 3, 4, 5}))
-       << "what is added meanwhile is not visited";
-   again();
-   EXPECT_EQ(this->walking([&](uint32_t key) {
-      of.del({key});
-      of.set({key}, static_cast<int>(key));
-   }),
-             (Sequence{1, 2, 3, 4, 5}))
-       << "nothing is visited twice";
-   EXPECT_EQ(keys(of), (Sequence{1, 2, 3, 4, 5}));
-   again();
-   EXPECT_EQ(this->walking([&](uint32_t key) {
-      if (key == 2) { // everything, and back in another order
-         of.delAll();
-         this->fill({5, 4, 3});
-      }
-   }),
-             (Sequence{1, 2}));
-   again();
+   this->refill();
    Sequence inner;
    EXPECT_EQ(this->walking([&](uint32_t key) {
       for (uint32_t each :
@@ -160,7 +172,31 @@ TYPED_TEST(CollectionTest, WalksSurviveWhateverTheirBodyDoes) {
    EXPECT_EQ(inner, (Sequence{11, 12, 13, 14, 15, 21, 22, 23, 24, 25, 31, 32, 33, 34, 35}));
 }
 
-TYPED_TEST(CollectionTest, DelAllLeavesWhatHandlersAddAndDeletesOnce) {
+TYPED_TEST(CollectionTest, WalksDoNotVisitWhatTheirBodyAdds) {
+   auto& of = this->collection;
+   this->refill();
+   EXPECT_EQ(this->walking([&](uint32_t key) { of.set({key + 100}, static_cast<int>(key) + 100); }),
+             (Sequence{1, 2, 3, 4, 5}))
+       << "what is added meanwhile is not visited";
+   this->refill();
+   EXPECT_EQ(this->walking([&](uint32_t key) {
+      of.del({key});
+      of.set({key}, static_cast<int>(key));
+   }),
+             (Sequence{1, 2, 3, 4, 5}))
+       << "nothing is visited twice";
+   EXPECT_EQ(keys(of), (Sequence{1, 2, 3, 4, 5}));
+   this->refill();
+   EXPECT_EQ(this->walking([&](uint32_t key) {
+      if (key == 2) { // everything, and back in another order
+         of.delAll();
+         this->fill({5, 4, 3});
+      }
+   }),
+             (Sequence{1, 2}));
+}
+
+TYPED_TEST(AnyCollectionTest, DelAllLeavesWhatHandlersAddAndDeletesOnce) {
    auto& of = this->collection;
    this->fill({1, 2, 3});
    Sequence told;
@@ -201,7 +237,7 @@ TYPED_TEST(CollectionTest, CursorsKeepTheirPlace) {
    EXPECT_EQ(rest, (Sequence{2, 3, 5, 6})) << "an unbounded one sees what was added";
 }
 
-TYPED_TEST(CollectionTest, TheCollectionMayGoWhileItIsWalkedOrTells) {
+TYPED_TEST(AnyCollectionTest, TheCollectionMayGoWhileItIsWalkedOrTells) {
    auto of = std::make_unique<TypeParam>();
    of->set({1}, 1);
    of->set({2}, 2);
