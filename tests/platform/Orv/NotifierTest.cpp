@@ -90,6 +90,8 @@ TEST_F(NotifierTest, ReactorsThatGoDuringAChangeAreNotCalled) {
        << "new ones see later changes";
    b->action_ = nullptr;
    EXPECT_EQ(change(), "abcd");
+   b->action_ = [&] { c.reset(); };
+   EXPECT_EQ(change(), "abd") << "the next one, and one is behind it";
    EXPECT_EQ(three([&] {
                 c.reset();
                 d = std::make_unique<Named>(this, 'd');
