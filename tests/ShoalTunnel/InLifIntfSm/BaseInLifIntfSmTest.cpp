@@ -69,16 +69,21 @@ TEST_F(BaseInLifTest, NothingHappensBeforeTheStart) {
    std::string text = Trace::traced([&] { ask("Vlan5", 1, 1, 1); });
    EXPECT_THAT(text, HasSubstr("8 LifIntfCfg(Vlan5, 1)::handleInitialized\n"));
    untag("Ethernet1", 5);
+   ask("PortChannel1", 1, 1, 1);
    join("PortChannel1", "Ethernet2");
    portMapChanged();
    layoutChanged();
    ask("Vlan6", 1, 1, 1);
-   later.handled->responseIs(key("Vlan6", 1));
+   ask("Ethernet1.10", 1, 1, 1);
+   later.handled->responseIs(key("Vlan6", 1)); // by an earlier machine
    withdraw("Vlan6", 1, 1);
+   EXPECT_EQ(later.handled->responses(), 1U);
    EXPECT_TRUE(later.handled->responseHas(key("Vlan6", 1)));
+   EXPECT_EQ(later.ports->lifFeatureAttrs() + later.vlans->lifFeatureAttrs() +
+                 later.subIntfs->lifFeatureAttrs() + later.expanded->requests(),
+             0U);
    later.handled->responseDelAll();
-   EXPECT_EQ(later.handled->responses() + later.merged->lifFeatureAttrs(), 0U);
-   later.vlans->lifFeatureAttrIs(IntfId("Ethernet2"), {}); // by an earlier machine
+   later.vlans->lifFeatureAttrIs(IntfId("Ethernet2"), {});
    text = Trace::traced([&] { later.start(); });
    EXPECT_EQ(later.vlans->lifFeatureAttrs(), 1U);
    EXPECT_THAT(text, testing::StartsWith("8 BaseInLifIntfSm::handleInitialized\n"
