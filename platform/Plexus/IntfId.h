@@ -76,7 +76,7 @@ struct SubIntfId {
 
 struct VlanIntfId {
    static bool isVlanIntfId(IntfId id) { return id.fields().kind == IntfKind::vlan; }
-   // 0 when `id` is no VLAN interface.
+   // The number in the name, 0 included; 0 when `id` is no VLAN interface.
    static uint16_t vlanId(IntfId id) { return id.fields().vlanId; }
 };
 

@@ -102,6 +102,7 @@ TEST_F(HelperTest, Encapsulations) {
    EXPECT_THAT(traced([&] { EXPECT_EQ(encap("Ethernet1.99"), "-"); }),
                HasSubstr("0 getDot1qEncapForIntf: subinterface does not exist: Ethernet1.99\n"));
    EXPECT_EQ(encap("lc1/Vlan4094"), "<4094,0>");
+   EXPECT_EQ(encap("Vlan0"), "<0,0>") << "a VLAN interface, whose number others refuse";
    EXPECT_EQ(encap("Ethernet1-L3Flood", 77), "<77,0>");
    EXPECT_THAT(traced([&] { EXPECT_EQ(encap("Ethernet1"), "-"); }),
                HasSubstr("0 getDot1qEncapForIntf: no internalVlanId for routed port Ethernet1\n"));

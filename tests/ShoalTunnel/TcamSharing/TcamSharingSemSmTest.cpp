@@ -283,6 +283,7 @@ TEST_F(SemTest, RangesOfTheKey) {
    };
    encapsulate("Ethernet1.10", 4095);
    EXPECT_EQ(error([&] { ask("Ethernet1.10", 5); }), "VlanId::value < 1 or > 4094 not allowed");
+   EXPECT_EQ(error([&] { ask("Vlan0", 5); }), "VlanId::value < 1 or > 4094 not allowed");
    status->fapNameIs(FapId(129), "far");
    status->fapNameIs(FapId(128), "near");
    EXPECT_EQ(error([&] { ask("Ethernet1.20", 5, 129); }),

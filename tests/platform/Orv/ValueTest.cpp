@@ -87,6 +87,8 @@ TEST(IntfIdTest, WhatAnInterfaceIsFollowsFromItsName) {
             Case{"PortChannel0001", IntfKind::portChannel, "", 0, false},
             Case{"PortChannel0001.7", IntfKind::portChannel, "PortChannel0001", 0, false},
             Case{"lc.1/Vlan4094", IntfKind::vlan, "", 4094, false},
+            Case{"Vlan0", IntfKind::vlan, "", 0, false},
+            Case{"Vlan00", IntfKind::other, "", 0, false},
             Case{"Vlan4095", IntfKind::vlan, "", 4095, false},
             Case{"Vlan70000", IntfKind::vlan, "", 65535, false},
             Case{"lc1/Vlan99999999999", IntfKind::vlan, "", 65535, false},
