@@ -4,31 +4,28 @@
 
 namespace Orv {
 
-ClockNotifiee* Timers::earliest() const {
-   if (ahead_.empty()) {
-      return first_;
-   }
-   Request const& ahead = *ahead_.begin();
-   return first_ != nullptr && Request{first_->time_, first_->order_, first_} < ahead
-              ? first_
-              : ahead.notifiee;
-}
-
 Seconds Timers::next() const {
-   return earliest()->time_;
+   if (first_ == nullptr) {
+      return ahead_.begin()->time;
+   }
+   Seconds now = System::peekTime();
+   return ahead_.empty() ? now : std::min(now, ahead_.begin()->time);
 }
 
 std::size_t Timers::runDue() {
    Seconds now = System::currentTime();
    uint64_t lastOrder = asked_;
    std::size_t called = 0;
-   while (ClockNotifiee* notifiee = earliest()) {
-      if (notifiee->time_ > now || notifiee->order_ > lastOrder) {
-         break;
-      }
+   auto call = [&](ClockNotifiee* notifiee) {
       notifiee->timeMinDel();
       ++called;
       notifiee->handleTime();
+   };
+   while (!ahead_.empty() && ahead_.begin()->time <= now) {
+      call(ahead_.begin()->notifiee);
+   }
+   while (first_ != nullptr && first_->order_ <= lastOrder) {
+      call(first_);
    }
    return called;
 }
@@ -38,22 +35,15 @@ ClockNotifiee::~ClockNotifiee() {
 }
 
 void ClockNotifiee::timeMinIs(Seconds time) {
-   Timers& timers = clock_->timers();
-   if (waiting_ && atOnce_ && time <= 0.0) {
-      unlink();
-      link();
-      return;
-   }
    timeMinDel();
-   Seconds now = System::currentTime();
-   time_ = std::max(time, now);
+   time_ = time;
+   order_ = ++clock_->timers().asked_;
    waiting_ = true;
-   atOnce_ = time <= now;
+   atOnce_ = time <= 0.0 || time <= System::currentTime();
    if (atOnce_) {
       link();
    } else {
-      order_ = ++timers.asked_;
-      timers.ahead_.insert({time_, order_, this});
+      clock_->timers().ahead_.insert({time_, order_, this});
    }
 }
 
@@ -71,15 +61,9 @@ void ClockNotifiee::timeMinDel() {
 
 void ClockNotifiee::link() {
    Timers& timers = clock_->timers();
-   order_ = ++timers.asked_;
    previous_ = timers.last_;
    next_ = nullptr;
-   if (previous_ != nullptr) {
-      time_ = std::max(time_, previous_->time_);
-      previous_->next_ = this;
-   } else {
-      timers.first_ = this;
-   }
+   (previous_ != nullptr ? previous_->next_ : timers.first_) = this;
    timers.last_ = this;
 }
 

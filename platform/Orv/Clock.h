@@ -1,10 +1,13 @@
 // Timers on the event loop's thread.
 //
-// A notifiee asks to be called once at an absolute time; asking again moves the request. A time
-// that is not in the future (0 above all) means at once, but from the loop, never from inside the
-// caller, and after everything that was due before: a machine that always asks for another slice
-// leaves room for every other event. Asking for at once costs no search and no allocation, and
-// asking again does not read the time: a machine may do so at every change of a burst.
+// A notifiee asks to be called once at an absolute time; asking again moves the request behind
+// those of the same time. A time that is not in the future (0 above all) means at once, but from
+// the loop, never from inside the caller, and behind every timer that is due by then: a machine
+// that always asks for another slice leaves room for every other event.
+//
+// A request for at once has no time, only its place among those for at once. So asking with 0 costs
+// no search, no allocation and no reading of the time, first or again, and asking again leaves
+// nothing of the first request behind: a machine may do so at every change of a burst.
 #pragma once
 
 #include "platform/Orv/Entity.h"
@@ -17,7 +20,7 @@ namespace Orv {
 class Clock;
 class ClockNotifiee;
 
-// The timers of one event loop in order of time, then of asking. The loop calls runDue().
+// The timers of one event loop. The loop calls runDue().
 class ORV_EXPORT Timers {
  public:
    Timers() = default;
@@ -25,9 +28,11 @@ class ORV_EXPORT Timers {
    Timers& operator=(Timers const&) = delete;
 
    bool idle() const { return ahead_.empty() && first_ == nullptr; }
-   // When the next notifiee wants to be called; only while not idle().
+   // When the next notifiee wants to be called, at most the present time when one asked for at
+   // once; only while not idle().
    Seconds next() const;
-   // Calls each notifiee that is due now and was when this call began; what those calls ask for
+   // Calls each notifiee that was due when this call began: those with a time in order of time,
+   // then of asking; behind them those for at once in order of asking. What those calls ask for
    // waits for the next run. Returns how many were called.
    std::size_t runDue();
 
@@ -42,10 +47,9 @@ class ORV_EXPORT Timers {
          return byTime != 0 ? byTime : std::partial_ordering(a.order <=> b.order);
       }
    };
-   ClockNotifiee* earliest() const; // null while idle
 
    std::set<Request> ahead_; // asked for a time ahead
-   // Asked for at once, linked in order of asking; their times ascend.
+   // Asked for at once, linked in order of asking.
    ClockNotifiee* first_ = nullptr;
    ClockNotifiee* last_ = nullptr;
    uint64_t asked_ = 0;
@@ -71,7 +75,8 @@ class ORV_EXPORT ClockNotifiee {
    void timeMinIs(Seconds time);
    void timeMinDel(); // withdraws the request
    bool waiting() const { return waiting_; }
-   Seconds timeMin() const { return time_; } // of the present or last request
+   // Of the present or last request; while one for at once waits, the present time.
+   Seconds timeMin() const { return waiting_ && atOnce_ ? System::peekTime() : time_; }
    virtual void handleTime() = 0;
 
  private:

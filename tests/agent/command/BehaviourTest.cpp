@@ -1,6 +1,6 @@
 // The scenarios of docs/behaviour.md.
 #include "agent/inventory/FileContent.h"
-#include "tests/agent/host/Scenario.h"
+#include "tests/agent/command/Scenario.h"
 
 #include <filesystem>
 #include <regex>

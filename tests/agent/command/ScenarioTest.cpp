@@ -226,24 +226,18 @@ TEST(AgentTest, BothGenerationsAreOneTableToAFeature) {
 
 // Sub-interfaces on ports and on port-channels with members on several units, and tunnels, through
 // refusals, lost, late and reordered answers, and members that come and go meanwhile.
-TEST(AgentTest, APublishedChassisRunsBothGenerations) {
-   auto inventory = fileContent("../shared/inventories/07-chassis-8card-assembled.json");
-   if (!inventory) {
-      GTEST_SKIP() << "the published inventories are not here";
-   }
-   Result result = run(R"(unit 32 type 2
-unit 36 type 2
-unit 28 lookup lumen
-member lc10/ASIC0/PortChannel1 add lc08/ASIC0/Ethernet0
-member lc10/ASIC0/PortChannel2 add lc09/ASIC0/Ethernet0
-member lc10/ASIC0/PortChannel3 add lc09/ASIC0/Ethernet4
-member lc10/ASIC0/PortChannel3 add lc09/ASIC0/Ethernet8
-request acl lc08/ASIC0/Ethernet*.* own qos=5,pbr=1
-request lumen lc08/ASIC0/Ethernet*.* own lumen=4
-request acl lc09/ASIC0/Ethernet*.* own qos=3,acl=7
-request acl lc10/ASIC0/PortChannel*.* own qos=9
-request acl lc10/ASIC0/Tunnel-vtep_v4 own qos=1
-request acl */PortChannel??? own qos=2
+TEST(AgentTest, AChassisRunsBothGenerations) {
+   Result result = run(R"(member card5/npu0/PortChannel501 add card4/npu0/Ethernet80
+member card5/npu0/PortChannel502 add card4/npu0/Ethernet84
+member card5/npu0/PortChannel502 add card4/npu0/Ethernet88
+member card1/npu0/PortChannel101 add card3/npu0/Ethernet144
+request acl card2/npu0/Ethernet*.3? own qos=5,pbr=1
+request lumen card2/npu0/Ethernet*.3? own lumen=4
+request acl card4/npu0/Ethernet*.* own qos=3,acl=7
+request acl card1/npu0/PortChannel*.40? own qos=8
+request acl card5/npu0/PortChannel*.* own qos=9
+request acl card5/npu0/Tunnel-edge_? own qos=1
+request acl card3/*/PortChannel3?3 own qos=2
 chip refuse often 0.05
 chip lose often 0.05 table mapper
 chip lose next 1 table tunnel
@@ -252,36 +246,39 @@ chip duplicate often 0.05
 chip reorder often 0.05
 chip defer next 1
 settle
-request acl lc10/ASIC0/PortChannel*.* own qos=10
+request acl card5/npu0/PortChannel*.* own qos=10
 advance 0.004
-member lc10/ASIC0/PortChannel3 remove lc09/ASIC0/Ethernet8
-encapsulation lc09/ASIC0/Ethernet92.10 10,20
-unit 32 unavailable
-request acl lc10/ASIC0/PortChannel*.* own qos=11
+member card5/npu0/PortChannel502 remove card4/npu0/Ethernet88
+encapsulation card4/npu0/Ethernet16.30 10,20
+unit card4/npu0 unavailable
+request acl card5/npu0/PortChannel*.* own qos=11
 advance 0.004
-member lc10/ASIC0/PortChannel2 remove lc09/ASIC0/Ethernet0
-member lc10/ASIC0/PortChannel2 add lc09/ASIC0/Ethernet12
-unit 32 available
+member card5/npu0/PortChannel501 remove card4/npu0/Ethernet80
+member card5/npu0/PortChannel501 add card4/npu0/Ethernet92
+unit card4/npu0 available
 settle
 chip clear-faults
 settle
-request acl lc10/ASIC0/PortChannel*.* own qos=12
-request acl lc09/ASIC0/Ethernet*.* own qos=4
-request acl lc10/ASIC0/Tunnel-vtep_v4 own qos=2
-request acl */PortChannel??? own qos=3
-request acl lc08/ASIC0/Ethernet*.* own qos=6
+request acl card5/npu0/PortChannel*.* own qos=12
+request acl card4/npu0/Ethernet*.* own qos=4
+request acl card5/npu0/Tunnel-edge_? own qos=2
+request acl card3/*/PortChannel3?3 own qos=3
+request acl card2/npu0/Ethernet*.3? own qos=6
+request acl card1/npu0/PortChannel*.40? own qos=7
 settle
-expect status acl lc10/ASIC0/PortChannel*.* own success qos=12
-expect status acl lc09/ASIC0/Ethernet*.* own success qos=4
-expect status acl */PortChannel??? own success qos=3
-expect status lumen lc08/ASIC0/Ethernet*.* own success lumen=4
-expect in-hardware lc10/ASIC0/PortChannel*.* own
-expect in-hardware lc08/ASIC0/Ethernet*.* own
-expect in-hardware lc10/ASIC0/Tunnel-vtep_v4 own
-expect mapper lc10/ASIC0/PortChannel2.1100 lc09/ASIC0/Ethernet12 qos=12
-expect mapper lc10/ASIC0/PortChannel2.1100 lc09/ASIC0/Ethernet0 absent
+expect status acl card5/npu0/PortChannel*.* own success qos=12
+expect status acl card4/npu0/Ethernet*.* own success qos=4
+expect status acl card3/*/PortChannel3?3 own success qos=3
+expect status acl card1/npu0/PortChannel*.40? own success qos=7
+expect status lumen card2/npu0/Ethernet*.3? own success lumen=4
+expect in-hardware card5/npu0/PortChannel*.* own
+expect in-hardware card2/npu0/Ethernet*.3? own
+expect in-hardware card5/npu0/Tunnel-edge_? own
+expect in-hardware card1/npu0/PortChannel*.40? own
+expect mapper card5/npu0/PortChannel501.400 card4/npu0/Ethernet92 qos=12
+expect mapper card5/npu0/PortChannel501.400 card4/npu0/Ethernet80 absent
 )",
-                       {}, *inventory);
+                       {}, fileContent("examples/eight-cards.json").value());
    EXPECT_EQ(result.code, 0) << result.errors;
 }
 

@@ -20,9 +20,9 @@ std::map<std::string, std::vector<uint32_t>> places(Inventory const& inventory, 
 }
 
 TEST(SystemPortsTest, ACardAloneHasThePlacesThatItHasInItsChassis) {
-   for (char const* path :
-        {"examples/chassis.json", "../shared/inventories/04-chassis-3card-lab.json",
-         "../shared/inventories/07-chassis-8card-assembled.json"}) {
+   for (char const* path : {"examples/chassis.json", "examples/eight-cards.json",
+                            "../shared/inventories/04-chassis-3card-lab.json",
+                            "../shared/inventories/07-chassis-8card-assembled.json"}) {
       auto content = fileContent(path);
       if (!content && std::string(path).starts_with("..")) {
          continue; // the published inventories are not everywhere

@@ -94,6 +94,35 @@ TEST_F(ClockTest, AtOnceMeansFromTheLoopBehindWhatWasDue) {
    EXPECT_TRUE(timers.idle());
 }
 
+TEST_F(ClockTest, ARequestForAtOnceHasNoTimeOfItsOwn) {
+   time.costPerReadingIs(0.25);
+   Bell a(this, 'a');
+   Bell due(this, 'd');
+   Bell past(this, 'p');
+   a.timeMinIs(0);
+   a.timeMinIs(0);
+   EXPECT_EQ(time.peek(), 0.0) << "asked for without reading the time";
+   time.costPerReadingIs(0.0);
+   due.timeMinIs(3);
+   time.advanceTo(4);
+   past.timeMinIs(2);
+   EXPECT_EQ(a.timeMin(), time.peek());
+   EXPECT_EQ(past.timeMin(), time.peek());
+   // Whoever asked first for at once: the timer was due before the loop came to them.
+   EXPECT_EQ(run(), "dap");
+   // Asked for again in a call, it waits for the next run, and keeps no timer waiting.
+   a.timeMinIs(0);
+   past.action_ = [&] { a.timeMinIs(0); };
+   due.timeMinIs(6);
+   past.timeMinIs(5);
+   EXPECT_EQ(timers.next(), 4);
+   time.advanceTo(20);
+   EXPECT_EQ(timers.next(), 5);
+   EXPECT_EQ(run(), "pd");
+   EXPECT_EQ(timers.next(), 20);
+   EXPECT_EQ(run(), "a");
+}
+
 TEST_F(ClockTest, NotifieesMayGoWhenTheyOrOthersAreCalled) {
    auto a = std::make_unique<Bell>(this, 'a');
    auto b = std::make_unique<Bell>(this, 'b');
