@@ -30,14 +30,17 @@ void check(Host& host, Arguments& arguments, std::ostream&) {
 } // namespace
 
 void addSimulateCommands(Registry& registry) {
-   registry.add({"follow", "",
-                 "keep an account of what the machines should do, for check; at the "
-                 "start, before anything is asked for",
-                 false, follow});
-   registry.add({"check", "[settled|fresh]",
-                 "fail unless every table is what the account says; settled: also what holds only "
-                 "then; fresh: unless an agent started now would come to the same",
-                 false, check});
+   static constexpr Command table[] = {
+       {"follow", "",
+        "keep an account of what the machines should do, for check; at the start, before anything "
+        "is asked for",
+        Effect::none, follow},
+       {"check", "[settled|fresh]",
+        "fail unless every table is what the account says; settled: also what holds only then; "
+        "fresh: unless an agent started now would come to the same",
+        Effect::none, check},
+   };
+   registry.add(table);
 }
 
 } // namespace Agent
