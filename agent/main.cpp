@@ -1,6 +1,6 @@
 // shoal-agent: hosts the library over a simulated chip.
 #include "agent/command/ProgramOptions.h"
-#include "agent/command/Registry.h"
+#include "agent/command/Reference.h"
 #include "agent/command/ScenarioRunner.h"
 #include "agent/inventory/FileContent.h"
 #include "agent/inventory/InventoryReader.h"
@@ -9,7 +9,9 @@
 #include <algorithm>
 #include <CLI/CLI.hpp>
 #include <csignal>
+#include <functional>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <sstream>
 #include <system_error>
@@ -19,14 +21,17 @@ namespace {
 
 using Agent::usageError;
 
-struct Options {
+// What the command line asks for.
+using Run = std::function<int()>;
+
+struct ScenarioOptions {
    Agent::InventoryOptions inventory;
    std::optional<std::string> scenario; // "-": standard input
    std::vector<std::string> then;
    Agent::RunOptions run;
 };
 
-int runScenario(Options const& options) {
+int runScenario(ScenarioOptions const& options) {
    // Who gives commands has given what is to run.
    std::string path = options.scenario.value_or(options.then.empty() ? "-" : "");
    bool standardInput = path == "-";
@@ -60,6 +65,19 @@ int runScenario(Options const& options) {
    return result;
 }
 
+void defineRun(CLI::App& app, Run& chosen) {
+   auto options = std::make_shared<ScenarioOptions>();
+   auto& run = *app.add_subcommand("run", "run a scenario on an inventory, on virtual time");
+   addInventoryOptions(run, options->inventory);
+   run.add_option("--scenario", options->scenario,
+                  "file of commands; - is standard input, the default without --then");
+   run.add_option("--then", options->then, "a command to run after the scenario; repeatable")
+       ->allow_extra_args(false);
+   run.add_flag("--keep-going", options->run.keepGoing, "go on after an error");
+   run.add_flag("--echo", options->run.echo, "print each command before it runs");
+   run.callback([=, &chosen] { chosen = [=] { return runScenario(*options); }; });
+}
+
 int decode(std::string const& path) {
    try {
       Trace::printBlipline(path, std::cout);
@@ -73,38 +91,56 @@ int decode(std::string const& path) {
    return 0;
 }
 
+void defineDecode(CLI::App& app, Run& chosen) {
+   auto path = std::make_shared<std::string>();
+   auto& decoding = *app.add_subcommand("decode", "print a Blipline file in words");
+   decoding.add_option("FILE", *path, "Blipline file")->required();
+   decoding.callback([=, &chosen] { chosen = [=] { return decode(*path); }; });
+}
+
 int listCommands() {
    for (auto const& [name, command] : Agent::commandRegistry().commands()) {
-      std::cout << name << " " << command.arguments << "\n    " << command.help << "\n";
+      Agent::printCommand(std::cout, command);
    }
    return 0;
+}
+
+void defineCommands(CLI::App& app, Run& chosen) {
+   app.add_subcommand("commands", "list the commands of scenarios")->callback([&chosen] {
+      chosen = listCommands;
+   });
+}
+
+void defineHelp(CLI::App& app, Run& chosen) {
+   auto& help = *app.add_subcommand("help", "list the commands of scenarios for other programs");
+   auto& format = *help.add_option_group("format")->require_option(1);
+   auto markdown = std::make_shared<bool>(false);
+   auto dictionary = std::make_shared<bool>(false);
+   format.add_flag("--markdown", *markdown, "as the table in docs/agent.md");
+   format.add_flag("--dictionary", *dictionary, "as a dictionary for a fuzzer");
+   help.callback([=, &chosen] {
+      chosen = [=] {
+         *dictionary ? Agent::printDictionary(std::cout) : Agent::printMarkdown(std::cout);
+         return 0;
+      };
+   });
 }
 
 int runProgram(int argc, char** argv) {
    CLI::App app("shoal-agent: hosts the TcamSharing library over a simulated chip");
    app.require_subcommand(1);
-   Options options;
-   auto* run = app.add_subcommand("run", "run a scenario on an inventory, on virtual time");
-   addInventoryOptions(*run, options.inventory);
-   run->add_option("--scenario", options.scenario,
-                   "file of commands; - is standard input, the default without --then");
-   run->add_option("--then", options.then, "a command to run behind the scenario; repeatable")
-       ->allow_extra_args(false);
-   run->add_flag("--keep-going", options.run.keepGoing, "go on behind an error");
-   run->add_flag("--echo", options.run.echo, "print each command before it runs");
-   std::string blipline;
-   auto* decoding = app.add_subcommand("decode", "print a Blipline file in words");
-   decoding->add_option("FILE", blipline, "Blipline file")->required();
-   app.add_subcommand("commands", "list the commands of scenarios");
+   Run chosen;
+   defineRun(app, chosen);
+   defineDecode(app, chosen);
+   defineCommands(app, chosen);
+   defineHelp(app, chosen);
    try {
       app.parse(argc, argv);
    } catch (CLI::ParseError const& error) {
       return app.exit(error) == 0 ? 0 : usageError;
    }
    try {
-      return run->parsed()        ? runScenario(options)
-             : decoding->parsed() ? decode(blipline)
-                                  : listCommands();
+      return chosen();
    } catch (Agent::InventoryError const& error) {
       std::cerr << error.what() << "\n";
       return usageError;

@@ -51,6 +51,7 @@ struct ChipCounters {
 template<class T>
 class ChipTable {
  public:
+   static constexpr ChipTableKind kind = T::kind;
    using Key = typename T::Key;
    using Data = typename T::Data;
    using UnitOf = std::function<FapId(Key)>;

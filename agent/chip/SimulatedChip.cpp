@@ -40,49 +40,37 @@ SimulatedChip::SimulatedChip(Orv::Timers& timers, Tables const& tables,
       tunnels_(Orv::make<Orv::Clock>(timers), faults_, tables.tunnelConfig, tables.tunnelStatus,
                [](TunnelPolicyMapperKey key) { return key.fapId(); }) {}
 
-void SimulatedChip::capacityIs(std::optional<ChipTableKind> table, FapId unit,
+void SimulatedChip::capacityIs(std::optional<ChipTableKind> kind, FapId unit,
                                std::optional<uint64_t> entries) {
-   auto limit = [&](ChipTableKind kind, auto& of) {
-      if (!table || *table == kind) {
-         of.capacityIs(unit, entries);
+   forEachTable([&](auto& table) {
+      if (!kind || *kind == table.kind) {
+         table.capacityIs(unit, entries);
       }
-   };
-   limit(ChipTableKind::isem, isem_);
-   limit(ChipTableKind::mapper, mapper_);
-   limit(ChipTableKind::tunnel, tunnels_);
+   });
 }
 
 SimulatedChip::Capacities SimulatedChip::capacities() const {
    Capacities found;
-   auto add = [&](ChipTableKind kind, auto const& of) {
-      for (auto const& [unit, entries] : of.capacities()) {
-         found[{kind, unit}] = entries;
+   forEachTable([&](auto const& table) {
+      for (auto const& [unit, entries] : table.capacities()) {
+         found[{table.kind, unit}] = entries;
       }
-   };
-   add(ChipTableKind::isem, isem_);
-   add(ChipTableKind::mapper, mapper_);
-   add(ChipTableKind::tunnel, tunnels_);
+   });
    return found;
 }
 
 void SimulatedChip::clearFaults() {
    faults_.clear();
-   isem_.releaseHeldBack();
-   mapper_.releaseHeldBack();
-   tunnels_.releaseHeldBack();
+   forEachTable([](auto& table) { table.releaseHeldBack(); });
 }
 
 void SimulatedChip::restart() {
    ++restarts_;
-   isem_.restart();
-   mapper_.restart();
-   tunnels_.restart();
+   forEachTable([](auto& table) { table.restart(); });
 }
 
 void SimulatedChip::replay() {
-   isem_.replay();
-   mapper_.replay();
-   tunnels_.replay();
+   forEachTable([](auto& table) { table.replay(); });
 }
 
 bool SimulatedChip::busy() const {

@@ -63,16 +63,20 @@ class SimulatedChip {
    // For all tables: see ChipTable::writerOfIs.
    template<class WriterOf>
    void writerOfIs(WriterOf const& writerOf) {
-      isem_.writerOfIs(writerOf);
-      mapper_.writerOfIs(writerOf);
-      tunnels_.writerOfIs(writerOf);
+      forEachTable([&](auto& table) { table.writerOfIs(writerOf); });
    }
    ChipTable<IsemTable> const& isem() const { return isem_; }
    ChipTable<MapperTable> const& mapper() const { return mapper_; }
    ChipTable<TunnelTable> const& tunnels() const { return tunnels_; }
+   template<class Visit>
+   void forEachTable(Visit visit) const {
+      visit(isem_);
+      visit(mapper_);
+      visit(tunnels_);
+   }
 
    // Of one table, or of each.
-   void capacityIs(std::optional<ChipTableKind> table, FapId unit, std::optional<uint64_t> entries);
+   void capacityIs(std::optional<ChipTableKind> kind, FapId unit, std::optional<uint64_t> entries);
    using Capacities = std::map<std::pair<ChipTableKind, FapId>, uint64_t>;
    // Those that are limited.
    Capacities capacities() const;
@@ -86,6 +90,13 @@ class SimulatedChip {
    uint64_t restarts() const { return restarts_; }
 
  private:
+   template<class Visit>
+   void forEachTable(Visit visit) {
+      visit(isem_);
+      visit(mapper_);
+      visit(tunnels_);
+   }
+
    ChipFaults faults_;
    ChipTable<IsemTable> isem_;
    ChipTable<MapperTable> mapper_;

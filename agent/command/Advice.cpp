@@ -14,15 +14,15 @@ using namespace Hardware::ShoalTunnel;
 namespace {
 
 std::string usersOf(Host const& host, AradSemKeyAndFap key, TcamSharingRequest except) {
-   std::string text;
+   std::vector<TcamSharingRequest> users;
    if (auto mapping = host.isem().common->semToRequest(key)) {
       for (auto const& [user, present] : mapping->requestIter()) {
          if (user != except) {
-            text += (text.empty() ? "" : " and ") + formatRequest(user);
+            users.push_back(user);
          }
       }
    }
-   return text;
+   return formatRequests(users, " and ");
 }
 
 // The request that was being withdrawn: answered, out of the output, and without a mapping.
@@ -33,18 +33,18 @@ std::string describeUnmapped(Host const& host, Orv::Failure const&) {
           pipeline.common->tcamRequestToIsemKeyMappingHas(request)) {
          continue;
       }
-      std::string text = formatRequest(request) + " would be withdrawn, but it was answered " +
-                         std::string(formatStatus(response.status)) +
-                         " without an entry of its own";
+      std::string text =
+          fmt::format("{} would be withdrawn, but it was answered {} without an entry of its own",
+                      formatRequest(request), formatStatus(response.status));
       auto keys = resolve(host, request).keys;
       auto const* key = keys.empty() ? nullptr : std::get_if<AradSemKeyAndFap>(&keys.front());
       std::string users = key != nullptr ? usersOf(host, *key, request) : "";
       if (users.empty()) {
          return text + "; first have it programmed itself (a single tag, then another policy)";
       }
-      return text + ": the entry " + formatKey(*key) + " belongs to " + users +
-             "; first withdraw " + users + ", then give " + request.intfId().name() +
-             " another policy, so that it is programmed itself";
+      return fmt::format("{0}: the entry {1} belongs to {2}; first withdraw {2}, then give {3} "
+                         "another policy, so that it is programmed itself",
+                         text, formatKey(*key), users, request.intfId().name());
    }
    return "";
 }
@@ -56,9 +56,9 @@ std::string describeMoved(Host const& host, Orv::Failure const&) {
       auto mapping = common->semToRequest(key);
       if (mapping && !mapping->requestHas(request)) {
          std::string users = usersOf(host, key, request);
-         return formatRequest(request) + " would move off the entry " + formatKey(key) +
-                ", which " + users + " still use" + (mapping->requests() == 1 ? "s" : "") +
-                "; withdraw " + users + " first";
+         return fmt::format(
+             "{0} would move off the entry {1}, which {2} still use{3}; withdraw {2} first",
+             formatRequest(request), formatKey(key), users, mapping->requests() == 1 ? "s" : "");
       }
    }
    return "";
@@ -66,18 +66,19 @@ std::string describeMoved(Host const& host, Orv::Failure const&) {
 
 // Requests from before the unit had the lookup: whoever reads them anew finds the label.
 std::string describeLabels(Host const& host, Orv::Failure const&) {
-   std::string labelled;
+   std::vector<TcamSharingRequest> labelled;
    for (auto const& [request, policy] : host.sharing().config(Requester::acl)->requestIter()) {
       if (policy.lumenAclLabel() != 0 &&
           host.world().shoalStatus->fapExtLkupType(request.fapId()) ==
               Hardware::Shoal::extLkupTypeLumen_) {
-         labelled += (labelled.empty() ? "" : " and ") + formatRequest(request);
+         labelled.push_back(request);
       }
    }
-   return labelled.empty() ? ""
-                           : "the acl feature asks with lumen= for " + labelled +
-                                 ", and a unit with the lumen lookup leaves that field to others; "
-                                 "ask again without lumen= first";
+   return labelled.empty()
+              ? ""
+              : fmt::format("the acl feature asks with lumen= for {}, and a unit with the lumen "
+                            "lookup leaves that field to others; ask again without lumen= first",
+                            formatRequests(labelled, " and "));
 }
 
 std::string describeUnplaced(Host const&, Orv::Failure const& failure) {
@@ -119,12 +120,13 @@ std::string objectionTo(Rehearsal const& rehearsal) {
    case Rehearsal::End::outOfRange:
       return "it would leave a range: " + rehearsal.text;
    case Rehearsal::End::restless:
-      return "what it brings about cannot be looked ahead: the system would still be moving "
-             "after " +
-             std::to_string(static_cast<int>(longestRehearsal)) + " s";
+      return fmt::format("its effect cannot be predicted: the system would still be moving after "
+                         "{} s",
+                         static_cast<int>(longestRehearsal));
    case Rehearsal::End::overtime:
-      return "what it brings about cannot be looked ahead: that takes more than " +
-             std::to_string(maxProcessorTime) + " s of processor time";
+      return fmt::format("its effect cannot be predicted: that takes more than {} s of processor "
+                         "time",
+                         maxProcessorTime);
    case Rehearsal::End::abnormal:
       break;
    }
@@ -139,7 +141,8 @@ std::string advise(Host const& host, Orv::Failure const& failure) {
        std::find_if(std::begin(advices), std::end(advices),
                     [&](Advice const& each) { return each.condition == condition; });
    std::string text = known == std::end(advices) ? "" : known->text(host, failure);
-   return (text.empty() ? "it would stop the library" : text) + " (invariant " + condition + ")";
+   return fmt::format("{} (invariant {})", text.empty() ? "it would stop the library" : text,
+                      condition);
 }
 
 void requireHarmless(Host& host, std::function<void()> const& change) {
@@ -150,7 +153,7 @@ void requireHarmless(Host& host, std::function<void()> const& change) {
       objection = objectionTo(rehearsal);
       expected = rehearsal.expected;
    } catch (std::system_error const& error) {
-      throw CommandError("cannot rehearse the command: " + error.code().message());
+      throw CommandError("cannot rehearse the command: {}", error.code().message());
    }
    if (objection.empty()) {
       return;

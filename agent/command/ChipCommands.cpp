@@ -1,4 +1,4 @@
-// What the chip does: how fast it answers, and what goes wrong.
+// How the simulated chip answers: how fast, and what goes wrong.
 #include "agent/command/Names.h"
 
 namespace Agent {
@@ -21,73 +21,92 @@ FaultScope parseScope(Host& host, Arguments& arguments) {
    return scope;
 }
 
-FaultScope parseFaultScope(Host& host, Arguments& arguments, Fault which) {
-   FaultScope scope = parseScope(host, arguments);
-   if (which == Fault::defer &&
-       scope.table.value_or(ChipTableKind::tunnel) != ChipTableKind::tunnel) {
-      throw CommandError("only the tunnel table answers \"in progress\"");
-   }
-   return scope;
-}
-
-void fault(Host& host, Arguments& arguments, Fault which) {
+template<Fault fault>
+void chipFault(Host& host, Arguments& arguments, std::ostream&) {
+   ChipFaults& faults = host.chip().faults();
+   auto scope = [&] {
+      FaultScope parsed = parseScope(host, arguments);
+      if (fault == Fault::defer &&
+          parsed.table.value_or(ChipTableKind::tunnel) != ChipTableKind::tunnel) {
+         throw CommandError("only the tunnel table answers \"in progress\"");
+      }
+      return parsed;
+   };
    if (arguments.accept("often")) {
       double probability = arguments.parseReal("PROBABILITY", 0.0, 1.0);
-      host.chip().faults().often(which, probability, parseFaultScope(host, arguments, which));
-      return;
-   }
-   if (!arguments.accept("next")) {
+      faults.often(fault, probability, scope());
+   } else if (arguments.accept("next")) {
+      uint64_t count = arguments.parseNumber("N", 1, 1000000);
+      faults.next(fault, count, scope());
+   } else {
       throw CommandError("a fault is 'next N' or 'often PROBABILITY'");
    }
-   uint64_t count = arguments.parseNumber("N", 1, 1000000);
-   host.chip().faults().next(which, count, parseFaultScope(host, arguments, which));
 }
 
-void chipSetting(Host& host, Arguments& arguments, std::ostream&) {
-   std::string what = arguments.next("what the chip does");
-   for (std::size_t i = 0; i < kFaults; ++i) {
-      if (what == faultNames[i]) {
-         fault(host, arguments, static_cast<Fault>(i));
-         return;
-      }
-   }
-   SimulatedChip& chip = host.chip();
-   if (what == "delay" || what == "slowness") {
-      double seconds = arguments.parseReal("SECONDS", 0.0, 3600.0);
-      arguments.end();
-      what == "delay" ? chip.faults().delayIs(seconds) : chip.faults().slownessIs(seconds);
-   } else if (what == "seed") {
-      uint64_t seed = arguments.parseNumber("SEED", 0, UINT64_MAX);
-      arguments.end();
-      chip.faults().seedIs(seed);
-   } else if (what == "capacity") {
-      FapId unit = host.world().unit(arguments.next("UNIT"));
-      std::optional<uint64_t> entries;
-      if (!arguments.accept("none")) {
-         entries = arguments.parseNumber("ENTRIES", 0, 1U << 20);
-      }
-      chip.capacityIs(parseScope(host, arguments).table, unit, entries);
-   } else if (what == "clear-faults" || what == "restart" || what == "replay") {
-      arguments.end();
-      what == "clear-faults" ? chip.clearFaults()
-      : what == "restart"    ? chip.restart()
-                             : chip.replay();
-   } else {
-      throw CommandError("the chip knows refuse, lose, duplicate, reorder, slow, defer, delay, "
-                         "slowness, seed, capacity, clear-faults, restart and replay, not '" +
-                         what + "'");
-   }
+template<void (ChipFaults::*set)(Seconds)>
+void chipTime(Host& host, Arguments& arguments, std::ostream&) {
+   double seconds = arguments.parseReal("SECONDS", 0.0, 3600.0);
+   arguments.end();
+   (host.chip().faults().*set)(seconds);
 }
+
+void chipSeed(Host& host, Arguments& arguments, std::ostream&) {
+   uint64_t seed = arguments.parseNumber("SEED", 0, UINT64_MAX);
+   arguments.end();
+   host.chip().faults().seedIs(seed);
+}
+
+void chipCapacity(Host& host, Arguments& arguments, std::ostream&) {
+   FapId unit = host.world().unit(arguments.next("UNIT"));
+   std::optional<uint64_t> entries;
+   if (!arguments.accept("none")) {
+      entries = arguments.parseNumber("ENTRIES", 0, 1U << 20);
+   }
+   host.chip().capacityIs(parseScope(host, arguments).table, unit, entries);
+}
+
+template<void (SimulatedChip::*act)()>
+void chipAct(Host& host, Arguments& arguments, std::ostream&) {
+   arguments.end();
+   (host.chip().*act)();
+}
+
+constexpr std::string_view faultGrammar =
+    "next N|often PROBABILITY [unit UNIT] [table isem|mapper|tunnel]";
 
 } // namespace
 
-void addChipCommands(Registry& registry) {
-   registry.add(
-       {"chip",
-        "refuse|lose|duplicate|reorder|slow|defer next N|often P [unit UNIT] "
-        "[table isem|mapper|tunnel] | delay S | slowness S | seed N | "
-        "capacity UNIT N|none [table isem|mapper|tunnel] | clear-faults | restart | replay",
-        "how the simulated chip answers from now on", true, chipSetting});
+std::span<Command const> chipCommands() {
+   using enum Effect;
+   static constexpr Command table[] = {
+       {"chip refuse", faultGrammar,
+        "the next N writes, or each with this probability, are refused", change,
+        chipFault<Fault::refuse>},
+       {"chip lose", faultGrammar, "answers are lost; the writes are carried out", change,
+        chipFault<Fault::lose>},
+       {"chip duplicate", faultGrammar, "answers come twice", change, chipFault<Fault::duplicate>},
+       {"chip reorder", faultGrammar, "answers are held back, and given last one first", change,
+        chipFault<Fault::reorder>},
+       {"chip slow", faultGrammar, "answers come later, by the slowness", change,
+        chipFault<Fault::slow>},
+       {"chip defer", "next N|often PROBABILITY [unit UNIT] [table tunnel]",
+        "writes of the tunnel table are answered \"in progress\" first, in full later", change,
+        chipFault<Fault::defer>},
+       {"chip delay", "SECONDS", "the time from a write to its answer", change,
+        chipTime<&ChipFaults::delayIs>},
+       {"chip slowness", "SECONDS", "the extra time of a slow or deferred answer", change,
+        chipTime<&ChipFaults::slownessIs>},
+       {"chip seed", "SEED", "the seed from which probabilities are drawn", change, chipSeed},
+       {"chip capacity", "UNIT ENTRIES|none [table isem|mapper|tunnel]",
+        "the entries that a unit holds at most, in one table or in each", change, chipCapacity},
+       {"chip clear-faults", "", "end all faults; answers held back are given", change,
+        chipAct<&SimulatedChip::clearFaults>},
+       {"chip restart", "", "the chip restarts empty; its statuses are cleared", change,
+        chipAct<&SimulatedChip::restart>},
+       {"chip replay", "", "write the configuration to the chip again", change,
+        chipAct<&SimulatedChip::replay>},
+   };
+   return table;
 }
 
 } // namespace Agent

@@ -3,22 +3,24 @@
 #include "agent/command/FeatureSituation.h"
 #include "agent/command/Tables.h"
 
-#include <cinttypes>
-#include <cstdio>
-
 namespace Agent {
 
 namespace {
 
 using Hardware::ShoalTunnel::AradISemKeyTcamSharing;
 
-[[noreturn]] void fail(std::string const& what, std::string const& wanted, std::string const& got) {
-   throw ExpectationFailed("expected " + what + " to be " + wanted + ", but it is " + got);
+// `more`: what is said behind what was got.
+void require(std::string const& what, std::string_view wanted, std::string_view got,
+             std::string const& more = "") {
+   if (wanted != got) {
+      throw ExpectationFailed(
+          fmt::format("expected {} to be {}, but it is {}{}", what, wanted, got, more));
+   }
 }
 
-void expectStatus(Host& host, Arguments& arguments) {
+void expectStatus(Host& host, Arguments& arguments, std::ostream&) {
    bool merged = arguments.accept("merged");
-   auto feature = merged ? Requester::acl : parseRequester(arguments);
+   auto requester = merged ? Requester::acl : parseRequester(arguments);
    auto requests = parseRequests(host, arguments);
    auto wanted = parseStatus(arguments);
    std::optional<TcamSharingPolicyId> policy;
@@ -28,21 +30,21 @@ void expectStatus(Host& host, Arguments& arguments) {
    arguments.end();
    for (TcamSharingRequest request : requests) {
       auto const& status =
-          merged ? host.pipelineOf(request).mergedStatus : host.sharing().status(feature);
+          merged ? host.pipelineOf(request).mergedStatus : host.sharing().status(requester);
       auto response = status->response(request);
       if (response.status != wanted) {
-         fail("the status of " + formatRequest(request), std::string(formatStatus(wanted)),
-              std::string(formatStatus(response.status)) + " (" + explain(host, request).verdict +
-                  ")");
+         require("the status of " + formatRequest(request), formatStatus(wanted),
+                 formatStatus(response.status), " (" + explain(host, request).verdict + ")");
       }
-      if (policy && response.policyId != *policy) {
-         fail("the answered policy of " + formatRequest(request), formatPolicy(*policy),
-              formatPolicy(response.policyId));
+      if (policy) {
+         require("the answered policy of " + formatRequest(request), formatPolicy(*policy),
+                 formatPolicy(response.policyId));
       }
    }
 }
 
-void expectPolicy(Host& host, Arguments& arguments, std::string const& where) {
+template<bool merged>
+void expectPolicy(Host& host, Arguments& arguments, std::ostream&) {
    auto requests = parseRequests(host, arguments);
    TcamSharingPolicyId wanted;
    if (!arguments.accept("none")) {
@@ -51,51 +53,42 @@ void expectPolicy(Host& host, Arguments& arguments, std::string const& where) {
    arguments.end();
    for (TcamSharingRequest request : requests) {
       SharingPipeline const& pipeline = host.pipelineOf(request);
-      auto got = where == "merged" ? pipeline.merged->request(request) : pipeline.output(request);
-      if (got != wanted) {
-         fail("the " + where + " policy of " + formatRequest(request), formatPolicy(wanted),
-              formatPolicy(got));
-      }
+      auto got = merged ? pipeline.merged->request(request) : pipeline.output(request);
+      require(
+          fmt::format("the {} policy of {}", merged ? "merged" : "output", formatRequest(request)),
+          formatPolicy(wanted), formatPolicy(got));
    }
 }
 
-void expectCount(Host& host, Arguments& arguments) {
+void expectCount(Host& host, Arguments& arguments, std::ostream&) {
    NamedTable const& table = namedTable(arguments.next("TABLE"));
    uint64_t wanted = arguments.parseNumber("N", 0, UINT64_MAX);
    arguments.end();
-   std::size_t got = table.make(host).rows.size();
-   if (got != wanted) {
-      fail("the number of rows of " + std::string(table.name), std::to_string(wanted),
-           std::to_string(got));
-   }
+   require(fmt::format("the number of rows of {}", table.name), std::to_string(wanted),
+           std::to_string(table.make(host).rows.size()));
 }
 
 // What an entry holds: a policy, none (no data), or absent (no entry).
-void expectData(std::string const& what, std::string const& word, std::optional<uint64_t> data) {
-   std::string wanted = word == "none" || word == "absent" ? word : formatPolicy(parsePolicy(word));
-   std::string got = data ? formatData(*data) : "absent";
-   if (got != wanted) {
-      fail(what, wanted, got);
-   }
+void requireData(std::string const& what, std::string const& word, std::optional<uint64_t> data) {
+   require(what, word == "none" || word == "absent" ? word : formatPolicy(parsePolicy(word)),
+           data ? formatData(*data) : "absent");
 }
 
-void expectIsem(Host& host, Arguments& arguments) {
-   Bridging::VlanId vlan(static_cast<uint32_t>(arguments.parseNumber("VLAN", 1, 4094)));
-   Hardware::Shoal::VlanDomain domain(
-       static_cast<uint8_t>(arguments.parseNumber("DOMAIN", 0, 255)));
+void expectIsem(Host& host, Arguments& arguments, std::ostream&) {
+   Bridging::VlanId vlan(arguments.parse<uint32_t>("VLAN", 1, 4094));
+   Hardware::Shoal::VlanDomain domain(arguments.parse<uint8_t>("DOMAIN", 0, 255));
    FapId unit = host.world().unit(arguments.next("UNIT"));
    std::string word = arguments.next("POLICY, none or absent");
    arguments.end();
    AradSemKeyAndFap key(AradISemKeyTcamSharing(vlan, domain).key(), unit);
    auto payload = host.isem().table->configCollection().find(key);
-   expectData("the entry " + formatKey(key), word,
-              payload ? std::optional(policyOfPayload(*payload).value()) : std::nullopt);
+   requireData("the entry " + formatKey(key), word,
+               payload ? std::optional(policyOfPayload(*payload).value()) : std::nullopt);
 }
 
-void expectMapper(Host& host, Arguments& arguments) {
-   World const& world = host.world();
-   IntfId subIntf = world.interface(arguments.next("SUBINTERFACE"));
-   IntfId port = world.interface(arguments.next("PORT"));
+void expectMapper(Host& host, Arguments& arguments, std::ostream&) {
+   IntfId subIntf = host.world().interface(arguments.next("SUBINTERFACE"));
+   IntfId port = host.world().interface(arguments.next("PORT"));
    std::string word = arguments.next("POLICY, none or absent");
    arguments.end();
    std::optional<uint64_t> data;
@@ -104,163 +97,149 @@ void expectMapper(Host& host, Arguments& arguments) {
          data = result.inLifAdditionalData;
       }
    }
-   expectData("the mapper entry of " + subIntf.name() + " on " + port.name(), word, data);
+   requireData(fmt::format("the mapper entry of {} on {}", subIntf.name(), port.name()), word,
+               data);
 }
 
-void expectTunnel(Host& host, Arguments& arguments) {
+void expectTunnel(Host& host, Arguments& arguments, std::ostream&) {
    IntfId tunnel = host.world().interface(arguments.next("TUNNEL"));
    TunnelPolicyMapperKey key(tunnel, host.world().unit(arguments.next("UNIT")));
    std::string word = arguments.next("POLICY, none or absent");
    arguments.end();
    auto result = host.mapper().tunnelConfig->configCollection().find(key);
-   expectData("the tunnel entry " + formatKey(key), word,
-              result ? std::optional(result->inLifAdditionalData) : std::nullopt);
+   requireData("the tunnel entry " + formatKey(key), word,
+               result ? std::optional(result->inLifAdditionalData) : std::nullopt);
 }
 
-void expectPublished(Host& host, Arguments& arguments) {
+void expectPublished(Host& host, Arguments& arguments, std::ostream&) {
    IntfId intf = host.world().interface(arguments.next("PORT"));
    std::string unit = arguments.next("UNIT or none");
    std::string domain = arguments.next("DOMAIN or none");
    arguments.end();
-   auto fap = host.intfToFapIdStatus()->intfToFapCollection().find(intf);
-   auto vlanDomain = host.intfToVlanDomainStatus()->vlanDomainCollection().find(intf);
-   std::string wanted =
-       (unit == "none" ? unit : std::to_string(host.world().unit(unit).value())) + " and " + domain;
-   std::string got = (fap ? std::to_string(fap->value()) : "none") + " and " +
-                     (vlanDomain ? std::to_string(vlanDomain->value()) : "none");
-   if (got != wanted) {
-      fail("the published unit and VLAN domain of " + intf.name(), wanted, got);
-   }
+   auto text = [](auto const& id) { return id ? std::to_string(id->value()) : "none"; };
+   auto fap = unit == "none" ? std::nullopt : std::optional(host.world().unit(unit));
+   require(fmt::format("the published unit and VLAN domain of {}", intf.name()),
+           fmt::format("{} and {}", text(fap), domain),
+           fmt::format("{} and {}",
+                       text(host.intfToFapIdStatus()->intfToFapCollection().find(intf)),
+                       text(host.intfToVlanDomainStatus()->vlanDomainCollection().find(intf))));
 }
 
-void expectFeature(Host& host, Arguments& arguments) {
+void expectFeature(Host& host, Arguments& arguments, std::ostream&) {
    auto keys = parseInLifKeys(host, arguments);
    InLifFeatureType type = parseFeatureType(arguments);
    std::string wanted = arguments.next("none, success or failure");
-   if (arguments.more()) {
-      wanted += " for " + std::to_string(arguments.parseNumber("VALUE", 0, UINT32_MAX));
+   bool ofValue = arguments.more();
+   if (ofValue) {
+      wanted += fmt::format(" for {}", arguments.parseNumber("VALUE", 0, UINT32_MAX));
    }
    arguments.end();
-   for (InLifIntfKey key : keys) {
-      auto response = host.inLifFeatures().featureStatus->response(InLifFeatureKey(key, type));
+   for (InLifIntfKey intfKey : keys) {
+      InLifFeatureKey key(intfKey, type);
+      auto response = host.inLifFeatures().featureStatus->response(key);
       std::string got(formatFeatureStatus(response.status));
-      if (wanted.find(' ') != std::string::npos) {
-         got += " for " + std::to_string(response.value);
+      if (ofValue) {
+         got += fmt::format(" for {}", response.value);
       }
       if (got != wanted) {
-         fail("the response of " + formatInLifKey(host, key), wanted,
-              got + " (" + explainFeature(host, InLifFeatureKey(key, type)).verdict + ")");
+         require("the response of " + formatInLifKey(host, intfKey), wanted, got,
+                 " (" + explainFeature(host, key).verdict + ")");
       }
    }
 }
 
-// PORT, or SUBINTERFACE UNIT:CORE|own.
-void expectWord(Host& host, Arguments& arguments, bool ofSubInterface) {
-   auto const& pipeline = host.inLifFeatures();
-   std::string of;
-   std::string got = "none";
-   if (ofSubInterface) {
-      InLifIntfKey key = parseInLifKey(host, arguments);
-      of = formatInLifKey(host, key);
-      if (pipeline.subIntfWords->lifFeatureAttrHas(key)) {
-         got = formatWord(pipeline.subIntfWords->lifFeatureAttr(key));
-      }
-   } else {
-      IntfId intf = host.world().interface(arguments.next("PORT"));
-      of = intf.name();
-      if (pipeline.mergedWords->lifFeatureAttrHas(intf)) {
-         got = formatWord(pipeline.mergedWords->lifFeatureAttr(intf));
-      }
-   }
+template<class Words, class Key>
+void requireWord(Arguments& arguments, std::string const& of, Words const& words, Key key) {
    std::string wanted = arguments.next("WORD (0x and 16 digits) or none");
-   if (wanted != "none") {
-      char text[24];
-      std::snprintf(text, sizeof text, "0x%016" PRIx64, parseNumber(wanted, "WORD", 0, UINT64_MAX));
-      wanted = text;
-   }
    arguments.end();
-   if (got != wanted) {
-      fail("the word of " + of, wanted, got);
+   if (wanted != "none") {
+      wanted = fmt::format("0x{:016x}", parseNumber(wanted, "WORD", 0, UINT64_MAX));
    }
+   auto word = words->lifFeatureAttrCollection().find(key);
+   require("the word of " + of, wanted, word ? formatWord(*word) : "none");
 }
 
-void expectInHardware(Host& host, Arguments& arguments, bool wanted) {
+void expectWord(Host& host, Arguments& arguments, std::ostream&) {
+   IntfId intf = host.world().interface(arguments.next("PORT"));
+   requireWord(arguments, intf.name(), host.inLifFeatures().mergedWords, intf);
+}
+
+void expectSubInterfaceWord(Host& host, Arguments& arguments, std::ostream&) {
+   InLifIntfKey key = parseInLifKey(host, arguments);
+   requireWord(arguments, formatInLifKey(host, key), host.inLifFeatures().subIntfWords, key);
+}
+
+template<bool wanted>
+void expectInHardware(Host& host, Arguments& arguments, std::ostream&) {
    auto requests = parseRequests(host, arguments);
    arguments.end();
    Situations situations(host);
    for (TcamSharingRequest request : requests) {
       Situation situation = situations.of(request);
       if (situation.inHardware != wanted) {
-         throw ExpectationFailed("expected the policy of " + formatRequest(request) + " to be " +
-                                 (wanted ? "in" : "out of") +
-                                 " hardware, but: " + explain(situation, host).verdict);
+         throw ExpectationFailed(fmt::format("expected the policy of {} to be {} hardware, but: {}",
+                                             formatRequest(request), wanted ? "in" : "out of",
+                                             explain(situation, host).verdict));
       }
    }
 }
 
-void expectListed(Host& host, Arguments& arguments, bool retryList) {
+// REQUEST yes|no
+template<bool retryList>
+void expectListed(Host& host, Arguments& arguments, std::ostream&) {
    TcamSharingRequest request = parseRequest(host, arguments);
-   bool wanted = arguments.parseChoice("yes or no", {"no", "yes"}) == 1;
+   std::size_t wanted = arguments.parseChoice("yes or no", {"no", "yes"});
    arguments.end();
    SharingPipeline const& pipeline = host.pipelineOf(request);
-   bool got = pipeline.codef->backlog(request);
-   if (retryList) {
-      got = false;
-      for (auto const& [entry, waiting] : pipeline.commonBase->retryListIter()) {
-         got = got || (waiting && entry.request() == request);
-      }
+   bool got = !retryList && pipeline.codef->backlog(request);
+   for (auto const& [entry, waiting] : pipeline.commonBase->retryListIter()) {
+      got = got || (retryList && waiting && entry.request() == request);
    }
-   if (got != wanted) {
-      fail(formatRequest(request) + (retryList ? " on the retry list" : " in the backlog"),
-           wanted ? "yes" : "no", got ? "yes" : "no");
-   }
-}
-
-void expect(Host& host, Arguments& arguments, std::ostream&) {
-   std::string what = arguments.next("WHAT");
-   if (what == "status") {
-      expectStatus(host, arguments);
-   } else if (what == "merged" || what == "output") {
-      expectPolicy(host, arguments, what);
-   } else if (what == "count") {
-      expectCount(host, arguments);
-   } else if (what == "isem") {
-      expectIsem(host, arguments);
-   } else if (what == "mapper") {
-      expectMapper(host, arguments);
-   } else if (what == "tunnel") {
-      expectTunnel(host, arguments);
-   } else if (what == "published") {
-      expectPublished(host, arguments);
-   } else if (what == "feature") {
-      expectFeature(host, arguments);
-   } else if (what == "word" || what == "sub-interface-word") {
-      expectWord(host, arguments, what != "word");
-   } else if (what == "in-hardware" || what == "out-of-hardware") {
-      expectInHardware(host, arguments, what == "in-hardware");
-   } else if (what == "retry" || what == "backlog") {
-      expectListed(host, arguments, what == "retry");
-   } else {
-      throw CommandError("one can expect status, merged, output, count, isem, mapper, tunnel, "
-                         "published, feature, word, sub-interface-word, in-hardware, "
-                         "out-of-hardware, retry and backlog, not '" +
-                         what + "'");
-   }
+   static constexpr std::string_view words[] = {"no", "yes"};
+   require(formatRequest(request) + (retryList ? " on the retry list" : " in the backlog"),
+           words[wanted], words[got ? 1 : 0]);
 }
 
 } // namespace
 
-void addExpectCommands(Registry& registry) {
-   registry.add(
-       {"expect",
-        "status FEATURE|merged REQUEST STATUS [POLICY] | merged|output REQUEST POLICY|none "
-        "| count TABLE N | isem VLAN DOMAIN UNIT POLICY|none|absent | "
-        "mapper SUBINTERFACE PORT POLICY|none|absent | tunnel TUNNEL UNIT POLICY|none|absent | "
-        "published PORT UNIT|none DOMAIN|none | "
-        "feature INTERFACE UNIT:CORE|own TYPE none|success|failure [VALUE] | word PORT WORD|none | "
-        "sub-interface-word SUBINTERFACE UNIT:CORE|own WORD|none | "
-        "in-hardware|out-of-hardware REQUEST | retry|backlog REQUEST yes|no",
-        "fail unless the condition holds; REQUEST is INTERFACE UNIT [flood VLAN]", false, expect});
+std::span<Command const> expectCommands() {
+   using enum Effect;
+   static constexpr Command table[] = {
+       {"expect status",
+        "acl|lumen|rampart|merged INTERFACE UNIT|own [flood VLAN] none|success|in-progress|failed "
+        "[POLICY]",
+        "fail unless a request is answered so", none, expectStatus},
+       {"expect merged", "INTERFACE UNIT|own [flood VLAN] POLICY|none",
+        "fail unless this is the merged policy of a request", none, expectPolicy<true>},
+       {"expect output", "INTERFACE UNIT|own [flood VLAN] POLICY|none",
+        "fail unless the programming machine was handed this policy", none, expectPolicy<false>},
+       {"expect count", "TABLE N", "fail unless a table has so many rows", none, expectCount},
+       {"expect isem", "VLAN DOMAIN UNIT POLICY|none|absent",
+        "fail unless the ISEM table holds this", none, expectIsem},
+       {"expect mapper", "SUBINTERFACE PORT POLICY|none|absent",
+        "fail unless the mapper entry of a sub-interface on a port holds this", none, expectMapper},
+       {"expect tunnel", "TUNNEL UNIT POLICY|none|absent",
+        "fail unless the tunnel's entry holds this", none, expectTunnel},
+       {"expect published", "PORT UNIT|none DOMAIN|none",
+        "fail unless these are published as the port's unit and VLAN domain", none,
+        expectPublished},
+       {"expect feature", "INTERFACE UNIT:CORE|own TYPE none|success|failure [VALUE]",
+        "fail unless an in-LIF feature is answered so", none, expectFeature},
+       {"expect word", "PORT WORD|none", "fail unless this is the feature word of a port", none,
+        expectWord},
+       {"expect sub-interface-word", "SUBINTERFACE UNIT:CORE|own WORD|none",
+        "fail unless this is the feature word of a sub-interface", none, expectSubInterfaceWord},
+       {"expect in-hardware", "INTERFACE UNIT|own [flood VLAN]",
+        "fail unless the policy is in hardware in every entry that the request leads to", none,
+        expectInHardware<true>},
+       {"expect out-of-hardware", "INTERFACE UNIT|own [flood VLAN]",
+        "fail unless the policy is not in hardware", none, expectInHardware<false>},
+       {"expect retry", "INTERFACE UNIT|own [flood VLAN] yes|no",
+        "fail unless a request is, or is not, on the retry list", none, expectListed<true>},
+       {"expect backlog", "INTERFACE UNIT|own [flood VLAN] yes|no",
+        "fail unless a request is, or is not, in the backlog", none, expectListed<false>},
+   };
+   return table;
 }
 
 } // namespace Agent

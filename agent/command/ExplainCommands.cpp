@@ -1,12 +1,13 @@
-// Why requests are where they are.
+// Why requests and in-LIF features are where they are.
 #include "agent/command/Explanation.h"
+#include "agent/command/FeatureSituation.h"
 
 namespace Agent {
 
 namespace {
 
 // INTERFACE UNIT [flood VLAN]; a pattern or own explains each request that it names.
-void explainCommand(Host& host, Arguments& arguments, std::ostream& out) {
+void explainRequests(Host& host, Arguments& arguments, std::ostream& out) {
    auto requests = parseRequests(host, arguments);
    arguments.end();
    Situations situations(host);
@@ -15,7 +16,14 @@ void explainCommand(Host& host, Arguments& arguments, std::ostream& out) {
    }
 }
 
-// Each request of which something is to be said, with the sentences that say it.
+void explainOneFeature(Host& host, Arguments& arguments, std::ostream& out) {
+   InLifIntfKey key = parseInLifKey(host, arguments);
+   InLifFeatureType type = parseFeatureType(arguments);
+   arguments.end();
+   printExplanation(out, explainFeature(host, InLifFeatureKey(key, type)), arguments.format());
+}
+
+// Each request that is not sound, with the sentences that say why.
 void problems(Host& host, Arguments& arguments, std::ostream& out) {
    arguments.end();
    Table table{"problems", {"request", "merged policy", "status", "why"}, {}};
@@ -24,8 +32,7 @@ void problems(Host& host, Arguments& arguments, std::ostream& out) {
       Situation situation = situations.of(request);
       if (!situation.sound()) {
          table.add({formatRequest(request), formatPolicy(situation.merged),
-                    std::string(formatStatus(situation.response.status)),
-                    explain(situation, host).verdict});
+                    formatStatus(situation.response.status), explain(situation, host).verdict});
       }
    }
    print(out, table, arguments.format());
@@ -33,15 +40,20 @@ void problems(Host& host, Arguments& arguments, std::ostream& out) {
 
 } // namespace
 
-void addExplainCommands(Registry& registry) {
-   registry.add(
+std::span<Command const> explainCommands() {
+   using enum Effect;
+   static constexpr Command table[] = {
        {"explain", "INTERFACE UNIT|own [flood VLAN] [--format json]",
-        "why a request is where it is: what it waits for, since when, who shares its entry", false,
-        explainCommand});
-   registry.add({"problems", "[--format json]",
-                 "every request that is not in hardware, not successful, or has left an entry "
-                 "behind, and why",
-                 false, problems});
+        "why a request is where it is: what it waits for, since when, who shares its entry", none,
+        explainRequests},
+       {"explain-feature", "INTERFACE UNIT:CORE|own TYPE [--format json]",
+        "why an in-LIF feature is answered as it is, or not yet", none, explainOneFeature},
+       {"problems", "[--format json]",
+        "every request that is not in hardware, not successful, or has left an entry behind, and "
+        "why",
+        none, problems},
+   };
+   return table;
 }
 
 } // namespace Agent

@@ -13,15 +13,12 @@ namespace {
 using Role = EntrySituation::Role;
 
 std::string since(std::optional<Seconds> time) {
-   return time ? " since " + formatSeconds(*time) + " s" : "";
+   return time ? fmt::format(" since {} s", formatSeconds(*time)) : "";
 }
 
-std::string listed(std::vector<TcamSharingRequest> const& requests, char const* separator) {
-   std::string text;
-   for (TcamSharingRequest request : requests) {
-      text += (text.empty() ? "" : separator) + formatRequest(request);
-   }
-   return text;
+std::string formatAnswer(TcamSharingResponse const& answer) {
+   std::string text(formatStatus(answer.status));
+   return answer.status == tcamSharingNone ? text : text + " for " + formatPolicy(answer.policyId);
 }
 
 class FactList {
@@ -46,17 +43,13 @@ class FactList {
    }
 
    void addAsked() {
-      for (std::size_t i = 0; i < kRequesters; ++i) {
-         auto requester = static_cast<Requester>(i);
+      for (Requester requester : requesters) {
          auto const& config = host_.sharing().config(requester);
          auto answer = host_.sharing().status(requester)->response(is_.request);
          if (config->requestHas(is_.request) || answer.status != tcamSharingNone) {
-            std::string text = formatPolicy(config->request(is_.request)) + ", status " +
-                               std::string(formatStatus(answer.status));
-            if (answer.status != tcamSharingNone) {
-               text += " for " + formatPolicy(answer.policyId);
-            }
-            fact(std::string(requesterNames[i]) + " asks", text);
+            fact(fmt::format("{} asks", requesterName(requester)),
+                 fmt::format("{}, status {}", formatPolicy(config->request(is_.request)),
+                             formatAnswer(answer)));
          }
       }
       fact("merged policy", formatPolicy(is_.merged) + since(is_.times.asked));
@@ -65,20 +58,17 @@ class FactList {
    void addProgress() {
       fact("output policy", formatPolicy(is_.output));
       if (is_.queued) {
-         fact("queued",
-              "in the backlog" + since(is_.times.queued) +
-                  (is_.nextSlice ? ", next slice at " + formatSeconds(*is_.nextSlice) + " s" : ""));
+         fact("queued", "in the backlog" + since(is_.times.queued) +
+                            (is_.nextSlice ? ", next slice " + at(*is_.nextSlice) : ""));
       }
       for (TcamSharingPolicyId policy : is_.retried) {
-         fact("retry list", "for " + formatPolicy(policy) + ", next tried at " +
-                                formatSeconds(is_.pipeline->codef->nextRetry()) + " s");
+         fact("retry list", fmt::format("for {}, next tried {}", formatPolicy(policy),
+                                        at(is_.pipeline->codef->nextRetry())));
       }
-      std::string text(formatStatus(is_.response.status));
-      if (is_.response.status != tcamSharingNone) {
-         text += " for " + formatPolicy(is_.response.policyId) + since(is_.times.status) +
-                 formatCause(is_.times.cause);
-      }
-      fact("response", text);
+      bool answered = is_.response.status != tcamSharingNone;
+      fact("response",
+           formatAnswer(is_.response) +
+               (answered ? since(is_.times.status) + formatCause(is_.times.cause) : ""));
       if (!is_.resolution.missing.empty()) {
          fact("missing", is_.resolution.missing);
       }
@@ -89,8 +79,8 @@ class FactList {
       case ResponseCause::Kind::worked:
          return ", when it was worked";
       case ResponseCause::Kind::answered:
-         return ", by the chip's answer for " + formatKey(*cause.key) + " (" +
-                std::string(outcomeName(cause.answer.outcome)) + ")" + toWhom(cause.answer.writer);
+         return fmt::format(", by the chip's answer for {} ({}){}", formatKey(*cause.key),
+                            outcomeName(cause.answer.outcome), forOther(cause.answer.writer));
       case ResponseCause::Kind::restarted:
          return ", when the chip restarted";
       }
@@ -99,17 +89,17 @@ class FactList {
 
    void addEntry(EntrySituation const& entry) {
       fact(entry.role == Role::current ? "entry" : "earlier entry",
-           entry.name + ": table holds " + entry.configured.value_or("no entry") + ", chip holds " +
-               entry.held.value_or("no entry"));
+           fmt::format("{}: table holds {}, chip holds {}", entry.name,
+                       entry.configured.value_or("no entry"), entry.held.value_or("no entry")));
       if (entry.change) {
          fact("last change", formatChange(*entry.change));
       }
       if (auto const& write = entry.chip.lastWrite) {
-         fact("last write", std::string(outcomeName(write->outcome)) + " " + at(write->at));
+         fact("last write", fmt::format("{} {}", outcomeName(write->outcome), at(write->at)));
       }
       if (auto const& answer = entry.chip.lastAnswer) {
-         fact("last answer", std::string(outcomeName(answer->outcome)) + " " + at(answer->at) +
-                                 toWhom(answer->writer));
+         fact("last answer", fmt::format("{} {}{}", outcomeName(answer->outcome), at(answer->at),
+                                         forOther(answer->writer)));
       }
       if (entry.chip.lost) {
          fact("answer lost", at(entry.chip.lost->at));
@@ -121,27 +111,25 @@ class FactList {
          fact("answer due", at(*entry.awaited->due));
       }
       if (!entry.writes.empty()) {
-         fact("unanswered writes", listed(entry.writes, ", then "));
+         fact("unanswered writes", formatRequests(entry.writes, ", then "));
       }
       if (!entry.removals.empty()) {
-         fact("unanswered removals", listed(entry.removals, ", then "));
+         fact("unanswered removals", formatRequests(entry.removals, ", then "));
       }
       if (!entry.shared.empty()) {
-         fact("shared with", listed(entry.shared, ", "));
+         fact("shared with", formatRequests(entry.shared));
       }
    }
 
-   // Of an answer: to the write for another request.
-   std::string toWhom(std::optional<uint32_t> writer) const {
-      return writer && *writer != is_.request.index()
-                 ? ", to the write for " + formatRequest(TcamSharingRequest::fromIndex(*writer))
-                 : "";
+   std::string forOther(std::optional<uint32_t> writer) const {
+      auto other = otherWriter(writer, is_.request);
+      return other ? ", to the write for " + formatRequest(*other) : "";
    }
 
    static std::string formatChange(EntryChange const& change) {
       static constexpr char const* kinds[] = {"written", "made by its owner", "removed", "left"};
-      return kinds[static_cast<std::size_t>(change.kind)] + std::string(" ") + at(change.at) +
-             (change.by ? " for " + formatRequest(*change.by) : "");
+      return fmt::format("{} {}{}", kinds[static_cast<std::size_t>(change.kind)], at(change.at),
+                         change.by ? " for " + formatRequest(*change.by) : "");
    }
 
    Situation const& is_;
@@ -199,9 +187,8 @@ std::vector<TcamSharingRequest> knownRequests(Host const& host) {
          found.push_back(request);
       }
    };
-   for (std::size_t i = 0; i < kRequesters; ++i) {
-      for (auto const& [request, policy] :
-           host.sharing().config(static_cast<Requester>(i))->requestIter()) {
+   for (Requester requester : requesters) {
+      for (auto const& [request, policy] : host.sharing().config(requester)->requestIter()) {
          add(request);
       }
    }

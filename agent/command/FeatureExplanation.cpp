@@ -33,17 +33,14 @@ std::string waitsFor(Host const& host, InLifFeatureKey key) {
    return "it was passed over while the port map was not valid: say port-map-state version";
 }
 
-// Of many words, so many by name.
+// Of many words, so many are named.
 constexpr std::size_t shown = 3;
 
-std::string listed(std::vector<IntfId> const& interfaces) {
-   std::string text;
-   for (std::size_t i = 0; i < std::min(shown, interfaces.size()); ++i) {
-      text += (i == 0 ? "" : ", ") + interfaces[i].name();
-   }
-   return interfaces.size() <= shown
-              ? text
-              : text + " and " + std::to_string(interfaces.size() - shown) + " more";
+std::string listed(std::vector<IntfId> interfaces) {
+   std::size_t more = interfaces.size() - std::min(shown, interfaces.size());
+   interfaces.resize(interfaces.size() - more);
+   std::string text = join(interfaces, ", ", [](IntfId intf) { return intf.name(); });
+   return more == 0 ? text : fmt::format("{} and {} more", text, more);
 }
 
 // What stands in the field of words that the key does not lead to.
@@ -51,42 +48,40 @@ std::string strangeWords(FeatureSituation const& is) {
    std::string text;
    for (std::size_t i = 0; i < is.strange.size() && i < shown; ++i) {
       auto const& [intf, value] = is.strange[i];
-      text += " The word of " + intf.name() + " has " + std::to_string(value) + " in this field.";
+      text += fmt::format(" The word of {} has {} in this field.", intf.name(), value);
    }
    if (is.strange.size() > shown) {
-      text += " So have " + std::to_string(is.strange.size() - shown) + " more words something.";
+      text += fmt::format(" More words with a value in this field: {}.", is.strange.size() - shown);
    }
    return text;
 }
 
 std::string whereItIs(FeatureSituation const& is) {
    if (!is.unreached.empty()) {
-      return "It leads to no word: " + is.unreached + "." + strangeWords(is);
+      return fmt::format("It leads to no word: {}.{}", is.unreached, strangeWords(is));
    }
    if (is.inWords()) {
-      std::string words = is.reached.size() == 1 ? "In the word of " : "In the words of ";
-      return words + listed(is.reached) + ".";
+      return fmt::format("In the word{} of {}.", is.reached.size() == 1 ? "" : "s",
+                         listed(is.reached));
    }
    auto const& first = is.absent.front();
-   std::string text = "Not in the word of " + first.intf.name() + ": " + first.why + ".";
+   std::string text = fmt::format("Not in the word of {}: {}.", first.intf.name(), first.why);
    if (is.reached.size() > 1) {
-      text += " " + std::to_string(is.reached.size() - is.absent.size()) + " of " +
-              std::to_string(is.reached.size()) + " words carry it.";
+      text += fmt::format(" Words that carry it: {} of {}.", is.reached.size() - is.absent.size(),
+                          is.reached.size());
    }
    return text;
 }
 
 std::string verdict(Host const& host, FeatureSituation const& is) {
-   std::string requesters;
-   for (auto const& [name, value] : is.askedBy) {
-      requesters += (requesters.empty() ? "" : ", ") + name;
-   }
+   std::string requesters = join(is.askedBy, ", ", [](auto const& each) { return each.first; });
    if (!is.wanted) {
       return (requesters.empty()
                   ? "No directory asks for this feature here."
-                  : "Not in the aggregate, although " + requesters +
-                        (is.askedBy.size() == 1 ? " asks" : " ask") +
-                        ": another directory withdrew it. Asking again brings it back.") +
+                  : fmt::format(
+                        "Not in the aggregate, although {} ask{}: another directory withdrew "
+                        "it. Asking again brings it back.",
+                        requesters, is.askedBy.size() == 1 ? "s" : "")) +
              strangeWords(is) +
              (is.response.status != InLifFeatureResponseStatus::none
                   ? " The answer to the last request still stands."
@@ -94,14 +89,15 @@ std::string verdict(Host const& host, FeatureSituation const& is) {
    }
    std::string text = whereItIs(is);
    if (!is.answered()) {
-      text += " No answer to the present request: " + waitsFor(host, is.key) + ".";
+      text += fmt::format(" No answer to the present request: {}.", waitsFor(host, is.key));
    } else if (!is.inWords()) {
-      text += " It was answered " + std::string(formatFeatureStatus(is.response.status)) + ".";
+      text += fmt::format(" It was answered {}.", formatFeatureStatus(is.response.status));
    }
    if (is.spills()) {
-      text += " The value " + std::to_string(is.value) + " is wider than its field of " +
-              formatWidth(is.field->mask()) +
-              "; the rest runs into the bits above it, where a later feature's value replaces it.";
+      text +=
+          fmt::format(" The value {} is wider than its field of {}; the rest runs into the bits "
+                      "above it, where a later feature's value replaces it.",
+                      is.value, formatWidth(is.field->mask()));
    }
    if (requesters.empty()) {
       text += " No directory asks for it any more: the one that did went without withdrawing it.";
@@ -117,24 +113,21 @@ Explanation explainFeature(Host const& host, InLifFeatureKey key) {
    auto fact = [&](std::string label, std::string text) {
       found.facts.emplace_back(std::move(label), std::move(text));
    };
-   std::ostringstream subject;
-   subject << formatInLifKey(host, key.intfKey()) << " " << key.featureType();
-   found.subject = subject.str();
+   found.subject =
+       fmt::format("{} {}", formatInLifKey(host, key.intfKey()), formatType(key.featureType()));
    for (auto const& [name, value] : is.askedBy) {
-      fact("asked by", name + ": " + std::to_string(value));
+      fact("asked by", fmt::format("{}: {}", name, value));
    }
    auto version = [](auto const& aggregate) {
-      return aggregate ? ", version " + std::to_string(aggregate->version()) : "";
+      return aggregate ? fmt::format(", version {}", aggregate->version()) : "";
    };
    fact("requested", formatValue(is.requested, key.featureType()) + version(is.requested));
    fact("programmed", formatValue(is.handled, key.featureType()) + version(is.handled));
-   fact("response", std::string(formatFeatureStatus(is.response.status)) +
-                        (is.response.status == InLifFeatureResponseStatus::none
-                             ? ""
-                             : " for " + std::to_string(is.response.value)));
+   bool answered = is.response.status != InLifFeatureResponseStatus::none;
+   fact("response", fmt::format("{}{}", formatFeatureStatus(is.response.status),
+                                answered ? fmt::format(" for {}", is.response.value) : ""));
    if (is.field) {
-      fact("field",
-           formatWidth(is.field->mask()) + " at bit " + std::to_string(is.field->offset()));
+      fact("field", fmt::format("{} at bit {}", formatWidth(is.field->mask()), is.field->offset()));
    }
    auto const& pipeline = host.inLifFeatures();
    for (IntfId intf : is.reached) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <sstream>
 
 namespace Agent {
 
@@ -24,9 +25,9 @@ std::vector<InLifIntfKey> parseInLifKeys(Host const& host, Arguments& arguments)
                     (kind == Plexus::IntfKind::port || kind == Plexus::IntfKind::portChannel ||
                      kind == Plexus::IntfKind::vlan);
       if (!served) {
-         throw CommandError(intf.name() +
-                            " is no port, port-channel, sub-interface or VLAN interface: nothing "
-                            "serves in-LIF features there");
+         throw CommandError("{} is not a port, port-channel, sub-interface or VLAN interface: "
+                            "nothing serves in-LIF features there",
+                            intf.name());
       }
       if (word != "own") {
          keys.emplace_back(intf, world.tcam(word));
@@ -34,7 +35,7 @@ std::vector<InLifIntfKey> parseInLifKeys(Host const& host, Arguments& arguments)
       }
       auto tcams = world.tcamsOf(intf);
       if (tcams.empty()) {
-         throw CommandError(intf.name() + " is served by no TCAM; name one as UNIT:CORE");
+         throw CommandError("{} is served by no TCAM; name one as UNIT:CORE", intf.name());
       }
       for (auto tcam : tcams) {
          keys.emplace_back(intf, tcam);
@@ -46,34 +47,33 @@ std::vector<InLifIntfKey> parseInLifKeys(Host const& host, Arguments& arguments)
 InLifIntfKey parseInLifKey(Host const& host, Arguments& arguments) {
    auto keys = parseInLifKeys(host, arguments);
    if (keys.size() != 1) {
-      throw CommandError("that names " + std::to_string(keys.size()) + " keys; one is wanted here");
+      throw CommandError("that names {}; one is wanted here", counted(keys.size(), "key"));
    }
    return keys.front();
 }
 
-std::string formatInLifKey(Host const& host, InLifIntfKey key) {
-   return key.intfId().name() + " on " + host.world().tcamName(key.tcamId());
-}
-
-std::string formatFeatures(InLifIntfFeatureAggr const& aggregate) {
+std::string formatType(InLifFeatureType type) {
    std::ostringstream text;
-   char const* separator = "";
-   for (auto const& [type, value] : aggregate.featureAggIter()) {
-      text << separator << type << '=' << value;
-      separator = ",";
-   }
+   text << type;
    return text.str();
 }
 
+std::string formatInLifKey(Host const& host, InLifIntfKey key) {
+   return fmt::format("{} on {}", key.intfId().name(), host.world().tcamName(key.tcamId()));
+}
+
+std::string formatFeatures(InLifIntfFeatureAggr const& aggregate) {
+   return join(aggregate.featureAggIter(), ",", [](auto const& feature) {
+      return fmt::format("{}={}", formatType(feature.key), feature.value);
+   });
+}
+
 std::string formatWord(InLifFeatureAttributes const& word) {
-   char text[24];
-   std::snprintf(text, sizeof text, "0x%08x%04x%04x", word.eei, word.data1, word.data0);
-   return text;
+   return fmt::format("0x{:08x}{:04x}{:04x}", word.eei, word.data1, word.data0);
 }
 
 std::string formatWidth(uint32_t mask) {
-   int width = std::popcount(mask);
-   return std::to_string(width) + (width == 1 ? " bit" : " bits");
+   return counted(static_cast<std::size_t>(std::popcount(mask)), "bit");
 }
 
 std::string_view formatFeatureStatus(InLifFeatureResponseStatus status) {

@@ -18,6 +18,8 @@ std::vector<InLifIntfKey> parseInLifKeys(Host const& host, Arguments& arguments)
 // The same for one key.
 InLifIntfKey parseInLifKey(Host const& host, Arguments& arguments);
 
+// "feature4"
+std::string formatType(InLifFeatureType type);
 // "lc1/asic0/Ethernet0 on lc1/asic0:0"
 std::string formatInLifKey(Host const& host, InLifIntfKey key);
 // "feature1=3,feature4=7"

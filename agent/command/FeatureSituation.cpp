@@ -2,6 +2,8 @@
 
 #include "ShoalTunnel/InLifIntfSm/BaseInLifIntfSm.h"
 
+#include <set>
+
 namespace Agent {
 
 using namespace Hardware::ShoalTunnel;
@@ -64,27 +66,29 @@ class FeatureGathering {
       bool isSubIntf = SubIntfId::isSubIntfId(intf_);
       IntfId lag = isSubIntf ? IntfId() : world_.lagPhyIntfMapping->phyIntfLag(intf_);
       if (!isSubIntf && VlanIntfId::isVlanIntfId(intf_)) {
+         auto served = unitsWithOwnKey();
          for (auto const& [port, systemPort] : world_.shoalStatus->sysPhyPortIdIter()) {
             if (world_.shoalStatus->sysTcamId(port) == tcam_ &&
                 world_.untaggedVlanDir->untaggedVlan(carrier(port)).value() ==
                     intf_.fields().vlanId &&
-                isNearest(port)) {
+                isNearest(port, served)) {
                found_.reached.push_back(port);
             }
          }
-         found_.unreached = "no port of " + tcam +
-                            " has this VLAN untagged, and the features of a "
-                            "VLAN reach untagged ports only";
+         found_.unreached =
+             fmt::format("no port of {} has this VLAN untagged, and the features of a "
+                         "VLAN reach untagged ports only",
+                         tcam);
       } else if (!isSubIntf && PortChannelIntfId::isPortChannelIntfId(intf_)) {
          for (IntfId port : world_.portsOf(intf_)) {
             if (world_.shoalStatus->sysTcamId(port) == tcam_) {
                found_.reached.push_back(port);
             }
          }
-         found_.unreached = intf_.name() + " has no member on " + tcam;
+         found_.unreached = fmt::format("{} has no member on {}", intf_.name(), tcam);
       } else if (lag != IntfId()) {
-         found_.unreached =
-             "the port is a member of " + lag.name() + ", whose features count while it is";
+         found_.unreached = fmt::format(
+             "the port is a member of {}, whose features count while it is", lag.name());
       } else {
          found_.reached.push_back(intf_);
       }
@@ -93,20 +97,23 @@ class FeatureGathering {
       }
    }
 
-   // Of the VLAN interfaces of one number, a port has that of its own unit, else that of none.
-   bool isNearest(IntfId port) const {
-      uint32_t unit = intf_.fields().unit;
-      if (unit == port.fields().unit) {
-         return true;
-      }
-      bool own = false;
+   // The units whose own VLAN interface of this number has a key on the TCAM.
+   std::set<uint32_t> unitsWithOwnKey() const {
+      std::set<uint32_t> units;
       for (auto const& [key, features] : pipeline_.inLifIntfCfg->requestIter()) {
          IntfId other = key.intfId();
-         own = own || (key.tcamId() == tcam_ && VlanIntfId::isVlanIntfId(other) &&
-                       !other.l3Flood() && other.fields().vlanId == intf_.fields().vlanId &&
-                       other.fields().unit == port.fields().unit);
+         if (key.tcamId() == tcam_ && VlanIntfId::isVlanIntfId(other) && !other.l3Flood() &&
+             other.fields().vlanId == intf_.fields().vlanId) {
+            units.insert(other.fields().unit);
+         }
       }
-      return unit == 0 && !own;
+      return units;
+   }
+
+   // Of the VLAN interfaces of one number, a port has that of its own unit, else that of none.
+   bool isNearest(IntfId port, std::set<uint32_t> const& served) const {
+      uint32_t unit = intf_.fields().unit;
+      return unit == port.fields().unit || (unit == 0 && !served.contains(port.fields().unit));
    }
 
    void readStrangeWords() {
@@ -153,7 +160,7 @@ class FeatureGathering {
       if (there == (found_.value & found_.field->mask())) {
          return "";
       }
-      std::string text = "the word has " + std::to_string(there) + " in this field";
+      std::string text = fmt::format("the word has {} in this field", there);
       if (wordOf(*word) == wordOf(getInLifFeatureAttr(found_.requested))) {
          return text + ": the value of another feature runs into it";
       }

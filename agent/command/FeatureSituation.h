@@ -37,7 +37,7 @@ struct FeatureSituation {
    std::vector<std::pair<IntfId, uint64_t>> strange;
 
    bool answered() const { return wanted && handled && handled->version() == requested->version(); }
-   // Bits of the value that do not fit its field run into the next one.
+   // Bits of the value that do not fit its field run into the bits above it.
    bool spills() const { return wanted && field && (value & ~field->mask()) != 0; }
    bool inWords() const { return wanted && !reached.empty() && absent.empty(); }
 };

@@ -12,12 +12,6 @@ std::vector<Json> keyCells(Host const& host, InLifIntfKey key) {
    return {key.intfId().name(), host.world().tcamName(key.tcamId())};
 }
 
-std::string typeName(InLifFeatureType type) {
-   std::ostringstream text;
-   text << type;
-   return text.str();
-}
-
 Table features(Host const& host) {
    Table table{
        "features",
@@ -33,8 +27,8 @@ Table features(Host const& host) {
          auto response = pipeline.featureStatus->response(key);
          bool answered = response.status != InLifFeatureResponseStatus::none;
          auto row = joined({name}, keyCells(host, key.intfKey()));
-         table.add(joined(row, {typeName(key.featureType()), request.value,
-                                std::string(formatFeatureStatus(response.status)),
+         table.add(joined(row, {formatType(key.featureType()), request.value,
+                                formatFeatureStatus(response.status),
                                 answered ? Json(response.value) : Json(),
                                 featureSituation(host, key).inWords()}));
       }
@@ -45,9 +39,9 @@ Table features(Host const& host) {
 Table featureResponses(Host const& host) {
    Table table{"feature-responses", {"interface", "TCAM", "type", "response", "programmed"}, {}};
    for (auto const& [key, response] : host.inLifFeatures().featureStatus->responseIter()) {
-      table.add(joined(keyCells(host, key.intfKey()),
-                       {typeName(key.featureType()),
-                        std::string(formatFeatureStatus(response.status)), response.value}));
+      table.add(joined(
+          keyCells(host, key.intfKey()),
+          {formatType(key.featureType()), formatFeatureStatus(response.status), response.value}));
    }
    return table;
 }
@@ -97,7 +91,7 @@ Table layouts(Host const& host) {
    auto const& library = ShoalTcam::TcamDbStatusInterface::tcamDbStatusInterface();
    for (auto const& [tcam, data] : library->inLifDataIter()) {
       for (auto const& [type, place] : data->tcamShareQualInfoIter()) {
-         table.add({host.world().tcamName(tcam), typeName(type), place.offset(), place.mask()});
+         table.add({host.world().tcamName(tcam), formatType(type), place.offset(), place.mask()});
       }
    }
    return table;

@@ -129,41 +129,40 @@ Table tunnels(Host const& host) {
    return table;
 }
 
-Table chip(Host const& host) {
-   Table table{"chip", {"table", "entry", "policy"}, {}};
-   for (auto const& [key, payload] : host.chip().isem().entries()) {
-      table.add({"isem", formatKey(key), formatPolicy(policyOfPayload(payload))});
-   }
-   for (auto const& [key, result] : host.chip().mapper().entries()) {
-      table.add({"mapper", formatKey(key), formatData(result.inLifAdditionalData)});
-   }
-   for (auto const& [key, result] : host.chip().tunnels().entries()) {
-      table.add({"tunnel", formatKey(key), formatData(result.inLifAdditionalData)});
-   }
-   return table;
+std::string_view chipTableName(ChipTableKind kind) {
+   return chipTableNames[static_cast<std::size_t>(kind)];
 }
 
-template<class T>
-void addAnswers(Table& table, char const* name, ChipTable<T> const& of) {
-   for (auto const& answer : of.unanswered()) {
-      table.add({name, formatKey(answer.key),
-                 !answer.written                         ? "removal"
-                 : answer.outcome == Outcome::inProgress ? "in progress"
-                                                         : "write",
-                 answer.since, answer.due});
-   }
+std::string formatContent(AradSemPayload payload) {
+   return formatPolicy(policyOfPayload(payload));
+}
+template<class Result>
+std::string formatContent(Result const& result) {
+   return formatData(result.inLifAdditionalData);
+}
+
+Table chip(Host const& host) {
+   Table table{"chip", {"table", "entry", "policy"}, {}};
+   host.chip().forEachTable([&](auto const& of) {
+      for (auto const& [key, content] : of.entries()) {
+         table.add({chipTableName(of.kind), formatKey(key), formatContent(content)});
+      }
+   });
+   return table;
 }
 
 Table answers(Host const& host) {
    Table table{"answers", {"table", "entry", "kind", "written", "due"}, {}};
-   addAnswers(table, "isem", host.chip().isem());
-   addAnswers(table, "mapper", host.chip().mapper());
-   addAnswers(table, "tunnel", host.chip().tunnels());
+   host.chip().forEachTable([&](auto const& of) {
+      for (auto const& answer : of.unanswered()) {
+         table.add({chipTableName(of.kind), formatKey(answer.key),
+                    !answer.written                         ? "removal"
+                    : answer.outcome == Outcome::inProgress ? "in progress"
+                                                            : "write",
+                    answer.since, answer.due});
+      }
+   });
    return table;
-}
-
-Json chipTableCell(ChipTableKind kind) {
-   return std::string(chipTableNames[static_cast<std::size_t>(kind)]);
 }
 
 Table faults(Host const& host) {
@@ -172,12 +171,12 @@ Table faults(Host const& host) {
    for (auto const& setting : faults.settings()) {
       auto const& scope = setting.scope;
       table.add({std::string(faultNames[static_cast<std::size_t>(setting.fault)]),
-                 scope.table ? chipTableCell(*scope.table) : Json(),
+                 scope.table ? Json(chipTableName(*scope.table)) : Json(),
                  scope.unit ? Json(scope.unit->value()) : Json(), setting.next, setting.probability,
                  Json()});
    }
    for (auto const& [of, entries] : host.chip().capacities()) {
-      table.add({"capacity", chipTableCell(of.first), of.second.value(), Json(), Json(), entries});
+      table.add({"capacity", chipTableName(of.first), of.second.value(), Json(), Json(), entries});
    }
    auto add = [&](char const* name, Json value) {
       table.add({name, Json(), Json(), Json(), Json(), std::move(value)});
@@ -206,33 +205,24 @@ void addCounters(Table& table, SharingPipeline const& pipeline) {
    add("startupLatency", codef.startupLatency());
 }
 
-void addCounters(Table& table, std::string const& name, ChipCounters const& counters) {
-   table.add({name, "chip writes", counters.writes});
-   table.add({name, "chip removals", counters.removals});
-   table.add({name, "chip answers", counters.answers});
-   table.add({name, "chip full", counters.full});
-}
-
 Table counters(Host const& host) {
    Table table{"counters", {"of", "counter", "value"}, {}};
    for (SharingPipeline const* pipeline : host.pipelines()) {
       addCounters(table, *pipeline);
    }
    table.add({"isem", "numOfIsemBStatusHandled", host.isem().semSm->numOfIsemBStatusHandled()});
-   addCounters(table, "isem", host.chip().isem().counters());
-   addCounters(table, "mapper", host.chip().mapper().counters());
-   addCounters(table, "tunnel", host.chip().tunnels().counters());
+   host.chip().forEachTable([&](auto const& of) {
+      std::string_view name = chipTableName(of.kind);
+      table.add({name, "chip writes", of.counters().writes});
+      table.add({name, "chip removals", of.counters().removals});
+      table.add({name, "chip answers", of.counters().answers});
+      table.add({name, "chip full", of.counters().full});
+   });
    table.add({"chip", "restarts", host.chip().restarts()});
    for (std::size_t i = 0; i < kFaults; ++i) {
-      table.add({"chip", std::string(faultNames[i]),
-                 host.chip().faults().suffered(static_cast<Fault>(i))});
+      table.add({"chip", faultNames[i], host.chip().faults().suffered(static_cast<Fault>(i))});
    }
    return table;
-}
-
-template<class T>
-Json nextAnswer(ChipTable<T> const& of) {
-   return of.unanswered().empty() ? Json() : Json(of.unanswered().front().due);
 }
 
 Table clocks(Host const& host) {
@@ -247,9 +237,11 @@ Table clocks(Host const& host) {
       table.add({pipeline->name, "quantum", codef.backlogQuantum()});
       table.add({pipeline->name, "retry interval", codef.retryTimeInterval()});
    }
-   table.add({"isem", "next answer", nextAnswer(host.chip().isem())});
-   table.add({"mapper", "next answer", nextAnswer(host.chip().mapper())});
-   table.add({"tunnel", "next answer", nextAnswer(host.chip().tunnels())});
+   host.chip().forEachTable([&](auto const& of) {
+      auto const& due = of.unanswered();
+      table.add(
+          {chipTableName(of.kind), "next answer", due.empty() ? Json() : Json(due.front().due)});
+   });
    return table;
 }
 

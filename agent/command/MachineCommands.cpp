@@ -19,18 +19,19 @@ void startFeaturesFresh(Host& host, Arguments& arguments, std::ostream&) {
 
 } // namespace
 
-void addMachineCommands(Registry& registry) {
-   std::string machines;
-   for (std::string_view name : machineNames) {
-      machines += (machines.empty() ? "" : ", ") + std::string(name);
-   }
-   registry.add({"rebuild", "MACHINE",
-                 "a machine of the library goes and is built again on the same tables: " + machines,
-                 true, rebuild});
-   registry.add({"start-features-fresh", "",
-                 "build the in-LIF feature machines anew on empty tables, as an agent that starts "
-                 "now would",
-                 true, startFeaturesFresh});
+std::span<Command const> machineCommands() {
+   using enum Effect;
+   static constexpr Command table[] = {
+       {"rebuild",
+        "merge|intake|isem|mapper|tunnel|vlan-domain|feature-requests|feature-responses|"
+        "port-words|vlan-words|merged-words|sub-interface-words",
+        "destroy a machine of the library and build it again on the same tables", change, rebuild},
+       {"start-features-fresh", "",
+        "build the in-LIF feature machines again on empty tables, as an agent that starts now "
+        "does, to compare",
+        change, startFeaturesFresh},
+   };
+   return table;
 }
 
 } // namespace Agent

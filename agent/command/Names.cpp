@@ -18,31 +18,34 @@ struct PolicyField {
    uint64_t max;
 };
 constexpr PolicyField policyFields[] = {
-    {"qos", 0, 31}, {"pbr", 5, 31}, {"acl", 10, 127}, {"lumen", 17, 127}};
-constexpr unsigned otherShift = 24;
+    {"qos", 0, 31},
+    {"pbr", 5, 31},
+    {"acl", 10, 127},
+    {"lumen", 17, 127},
+    {"other", 24, UINT64_MAX >> 24},
+};
 
 constexpr std::string_view statusNames[] = {"none", "success", "in-progress", "failed"};
 
 } // namespace
 
 std::string formatRequest(TcamSharingRequest request) {
-   std::string text = request.intfId().name() + " unit " + std::to_string(request.fapId().value());
    uint16_t flood = request.l3FloodPortVlanId().value();
-   return flood == 0 ? text : text + " flood " + std::to_string(flood);
+   return fmt::format("{} unit {}{}", request.intfId().name(), request.fapId().value(),
+                      flood == 0 ? "" : fmt::format(" flood {}", flood));
+}
+
+std::string formatRequests(std::vector<TcamSharingRequest> const& requests,
+                           std::string_view separator) {
+   return join(requests, separator, formatRequest);
 }
 
 std::string formatPolicy(TcamSharingPolicyId policy) {
    std::string text;
-   auto add = [&](std::string_view name, std::string const& value) {
-      text += (text.empty() ? "" : ",") + std::string(name) + "=" + value;
-   };
    for (auto const& field : policyFields) {
       if (uint64_t value = policy.value() >> field.shift & field.max; value != 0) {
-         add(field.name, std::to_string(value));
+         append(text, ",", fmt::format("{}={}", field.name, value));
       }
-   }
-   if (uint64_t other = policy.value() >> otherShift; other != 0) {
-      add("other", std::to_string(other));
    }
    return text.empty() ? "none" : text;
 }
@@ -59,20 +62,16 @@ TcamSharingPolicyId parsePolicy(std::string_view text) {
       std::string_view name = part.substr(0, part.find('='));
       auto const* field = std::find_if(std::begin(policyFields), std::end(policyFields),
                                        [&](PolicyField const& each) { return each.name == name; });
-      bool other = name == "other";
-      if ((field == std::end(policyFields) && !other) || part.size() == name.size()) {
-         throw CommandError("POLICY has fields qos=, pbr=, acl=, lumen=, other=, not '" +
-                            std::string(part) + "'");
+      if (field == std::end(policyFields) || part.size() == name.size()) {
+         throw CommandError("POLICY has fields qos=, pbr=, acl=, lumen=, other=, not '{}'", part);
       }
       if (!seen.insert(name).second) {
-         throw CommandError("POLICY has '" + std::string(name) + "' twice");
+         throw CommandError("POLICY has '{}' twice", name);
       }
-      uint64_t max = other ? UINT64_MAX >> otherShift : field->max;
-      value |= parseNumber(part.substr(name.size() + 1), name, 0, max)
-               << (other ? otherShift : field->shift);
+      value |= parseNumber(part.substr(name.size() + 1), name, 0, field->max) << field->shift;
    }
    if (value == 0) {
-      throw CommandError("a POLICY of 0 is no policy; withdraw the request instead");
+      throw CommandError("a POLICY of 0 is not a policy; withdraw the request instead");
    }
    return TcamSharingPolicyId(value);
 }
@@ -88,24 +87,28 @@ TcamSharingResponseStatus parseStatus(Arguments& arguments) {
 
 std::string formatKey(AradSemKeyAndFap key) {
    AradISemKeyTcamSharing fields(key.key());
-   return "(vlan " + std::to_string(fields.vlanId()) + ", domain " +
-          std::to_string(fields.vlanDomain().value()) + ", unit " +
-          std::to_string(key.fapId().value()) + ")";
+   return fmt::format("(vlan {}, domain {}, unit {})", fields.vlanId(), fields.vlanDomain().value(),
+                      key.fapId().value());
 }
 
 std::string formatTags(uint32_t outer, uint32_t inner) {
-   return std::to_string(outer) + (inner == 0 ? "" : "," + std::to_string(inner));
+   return inner == 0 ? std::to_string(outer) : fmt::format("{},{}", outer, inner);
 }
 
 std::string formatKey(VlanTagToVsiMapperKey key) {
    auto const& fields = key.fields();
-   return "(" + fields.subIntfId.name() + " on " + fields.intfId.name() + ", tags " +
-          formatTags(fields.outerVlan.value(), fields.innerVlan) +
-          (fields.tagType == Hardware::ShoalTunnel::VlanTagType::dot1q ? ")" : ", other tag type)");
+   bool dot1q = fields.tagType == Hardware::ShoalTunnel::VlanTagType::dot1q;
+   return fmt::format("({} on {}, tags {}{})", fields.subIntfId.name(), fields.intfId.name(),
+                      formatTags(fields.outerVlan.value(), fields.innerVlan),
+                      dot1q ? "" : ", other tag type");
 }
 
 std::string formatKey(TunnelPolicyMapperKey key) {
-   return "(" + key.intfId().name() + ", unit " + std::to_string(key.fapId().value()) + ")";
+   return fmt::format("({}, unit {})", key.intfId().name(), key.fapId().value());
+}
+
+std::string formatKey(EntryKey const& key) {
+   return std::visit([](auto const& each) { return formatKey(each); }, key);
 }
 
 std::string formatData(uint64_t inLifAdditionalData) {
@@ -117,14 +120,7 @@ TcamSharingPolicyId policyOfPayload(AradSemPayload payload) {
 }
 
 std::string formatUnitType(Hardware::Shoal::FapType type) {
-   switch (type) {
-   case 0:
-      return "none";
-   case Hardware::Shoal::fapTypeArad:
-      return "arad";
-   default:
-      return std::to_string(type);
-   }
+   return type == 0 ? "none" : type == Hardware::Shoal::fapTypeArad ? "arad" : std::to_string(type);
 }
 
 std::string formatLookup(Hardware::Shoal::ExtLkupType type) {
@@ -175,10 +171,10 @@ std::vector<TcamSharingRequest> existingRequests(Host const& host, NamedRequests
    auto vlan = floodVlan(host.world(), intf, named);
    for (auto const& unit : host.world().inventory().units) {
       TcamSharingRequest candidate(intf, FapId(unit.fapId), vlan.value_or(VlanIdOrNone()));
-      for (std::size_t i = 0; i < kRequesters && !named.unit; ++i) {
-         if (host.sharing().config(static_cast<Requester>(i))->requestHas(candidate)) {
-            found.push_back(candidate);
-         }
+      if (!named.unit && std::any_of(requesters.begin(), requesters.end(), [&](Requester each) {
+             return host.sharing().config(each)->requestHas(candidate);
+          })) {
+         found.push_back(candidate);
       }
    }
    return found;
@@ -196,7 +192,7 @@ std::vector<TcamSharingRequest> parseRequests(Host const& host, Arguments& argum
       named.unit = world.unit(word);
    }
    if (arguments.accept("flood")) {
-      named.flood = VlanIdOrNone(static_cast<uint32_t>(arguments.parseNumber("VLAN", 1, 4094)));
+      named.flood = VlanIdOrNone(arguments.parse<uint32_t>("VLAN", 1, 4094));
    }
    bool pattern = World::isPattern(named.typed);
    std::vector<TcamSharingRequest> existing;
@@ -217,15 +213,15 @@ std::vector<TcamSharingRequest> parseRequests(Host const& host, Arguments& argum
    for (IntfId intf : named.interfaces) {
       bool mayLack = asking.contains(intf) || (pattern && naming == Naming::requests);
       if (named.flood && !intf.l3Flood()) {
-         throw CommandError(intf.name() + " is no flood entry, so it takes no flood VLAN");
+         throw CommandError("{} is not a flood entry, so it takes no flood VLAN", intf.name());
       }
       auto vlan = floodVlan(world, intf, named);
       if (!vlan && !mayLack) {
-         throw CommandError(intf.name() + " has no internal VLAN; say flood VLAN");
+         throw CommandError("{} has no internal VLAN; say flood VLAN", intf.name());
       }
       auto units = named.unit ? std::vector{*named.unit} : world.unitsOf(intf);
       if (units.empty() && !mayLack) {
-         throw CommandError(intf.name() + " is on no unit");
+         throw CommandError("{} is on no unit", intf.name());
       }
       for (FapId unit : units) {
          if (vlan) {
@@ -240,8 +236,7 @@ std::vector<TcamSharingRequest> parseRequests(Host const& host, Arguments& argum
 TcamSharingRequest parseRequest(Host const& host, Arguments& arguments) {
    auto requests = parseRequests(host, arguments, Naming::interfaces);
    if (requests.size() != 1) {
-      throw CommandError("that names " + std::to_string(requests.size()) +
-                         " requests; one is wanted here");
+      throw CommandError("that names {}; one is wanted here", counted(requests.size(), "request"));
    }
    return requests.front();
 }

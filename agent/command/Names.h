@@ -15,6 +15,9 @@ using Hardware::ShoalTunnel::TcamSharingResponseStatus;
 
 // "lc1/asic0/Ethernet4.10 unit 0", with " flood 200" where it has one.
 std::string formatRequest(TcamSharingRequest request);
+// Each of them, with the separator between.
+std::string formatRequests(std::vector<TcamSharingRequest> const& requests,
+                           std::string_view separator = ", ");
 // "qos=5,pbr=1,acl=3,lumen=2", fields of 0 left out; "other=0x..." for bits above; "none" for 0.
 std::string formatPolicy(TcamSharingPolicyId policy);
 // The same, or the whole value as a number. Throws CommandError.
@@ -29,6 +32,8 @@ std::string formatKey(AradSemKeyAndFap key);
 std::string formatKey(VlanTagToVsiMapperKey key);
 // "(lc1/asic0/Tunnel-a, unit 3)"
 std::string formatKey(TunnelPolicyMapperKey key);
+// Of whichever kind.
+std::string formatKey(EntryKey const& key);
 std::string formatTags(uint32_t outer, uint32_t inner);
 // The part of a policy that in-LIF additional data carry.
 std::string formatData(uint64_t inLifAdditionalData);

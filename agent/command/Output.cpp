@@ -1,7 +1,8 @@
 #include "agent/command/Output.h"
 
+#include "agent/text/Text.h"
+
 #include <algorithm>
-#include <cstdio>
 
 namespace Agent {
 
@@ -21,8 +22,7 @@ std::string cellText(Json const& cell) {
 }
 
 void printText(std::ostream& out, Table const& table) {
-   out << table.title << ": " << table.rows.size() << (table.rows.size() == 1 ? " row" : " rows")
-       << "\n";
+   out << table.title << ": " << counted(table.rows.size(), "row") << "\n";
    if (table.rows.empty()) {
       return;
    }
@@ -42,7 +42,7 @@ void printText(std::ostream& out, Table const& table) {
    for (auto const& line : lines) {
       std::string text = " ";
       for (std::size_t i = 0; i < line.size(); ++i) {
-         text += " " + line[i] + std::string(widths[i] - line[i].size() + 1, ' ');
+         text += fmt::format(" {:{}} ", line[i], widths[i]);
       }
       text.erase(text.find_last_not_of(' ') + 1);
       out << text << "\n";
@@ -52,14 +52,12 @@ void printText(std::ostream& out, Table const& table) {
 } // namespace
 
 std::string formatSeconds(double seconds) {
-   char text[64];
-   std::snprintf(text, sizeof text, "%.6f", seconds);
-   std::string printed = text;
-   printed.erase(printed.find_last_not_of('0') + 1);
-   if (printed.ends_with('.')) {
-      printed.pop_back();
+   std::string text = fmt::format("{:.6f}", seconds);
+   text.erase(text.find_last_not_of('0') + 1);
+   if (text.ends_with('.')) {
+      text.pop_back();
    }
-   return printed;
+   return text;
 }
 
 void print(std::ostream& out, Table const& table, Format format) {

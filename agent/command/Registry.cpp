@@ -1,125 +1,58 @@
 #include "agent/command/Registry.h"
 
-#include <algorithm>
-#include <charconv>
-#include <cmath>
-
 namespace Agent {
 
-Arguments::Arguments(std::vector<std::string> words) : words_(std::move(words)) {
-   auto option = std::find(words_.begin(), words_.end(), "--format");
-   if (option == words_.end()) {
-      return;
+void Registry::add(std::span<Command const> commands) {
+   for (Command const& command : commands) {
+      commands_.emplace(command.name, command);
    }
-   if (option + 1 == words_.end() || (option[1] != "json" && option[1] != "text")) {
-      throw CommandError("--format takes text or json");
-   }
-   format_ = option[1] == "json" ? Format::json : Format::text;
-   words_.erase(option, option + 2);
 }
 
-std::string Arguments::next(std::string_view what) {
-   if (!more()) {
-      throw CommandError(std::string(what) + " is missing");
+std::vector<Command const*> Registry::named(std::string_view name) const {
+   std::vector<Command const*> found;
+   for (auto at = commands_.lower_bound(name); at != commands_.end(); ++at) {
+      std::string_view rest = at->first;
+      if (!rest.starts_with(name)) {
+         break;
+      }
+      rest.remove_prefix(name.size());
+      if (rest.empty() || rest.front() == ' ') {
+         found.push_back(&at->second);
+      }
    }
-   return words_[next_++];
-}
-
-bool Arguments::accept(std::string_view word) {
-   bool found = more() && words_[next_] == word;
-   next_ += found ? 1 : 0;
    return found;
 }
 
-uint64_t parseNumber(std::string_view text, std::string_view what, uint64_t min, uint64_t max) {
-   bool hexadecimal = text.starts_with("0x");
-   std::string_view digits = hexadecimal ? text.substr(2) : text;
-   uint64_t number = 0;
-   auto [end, error] =
-       std::from_chars(digits.data(), digits.data() + digits.size(), number, hexadecimal ? 16 : 10);
-   bool whole = end == digits.data() + digits.size() && !digits.empty();
-   if (error == std::errc::invalid_argument || !whole) {
-      throw CommandError(std::string(what) + " is a number, not '" + std::string(text) + "'");
+Command const& Registry::take(std::vector<std::string>& words) const {
+   auto named = this->named(words.front());
+   if (named.empty()) {
+      throw CommandError("there is no command '{}' (help lists them)", words.front());
    }
-   if (error != std::errc() || number < min || number > max) {
-      throw CommandError(std::string(what) + " is " + std::to_string(min) + " to " +
-                         std::to_string(max) + ", not " + std::string(text));
-   }
-   return number;
-}
-
-uint64_t Arguments::parseNumber(std::string_view what, uint64_t min, uint64_t max) {
-   return Agent::parseNumber(next(what), what, min, max);
-}
-
-double Arguments::parseReal(std::string_view what, double min, double max) {
-   std::string text = next(what);
-   double number = 0.0;
-   auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-   if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(number)) {
-      throw CommandError(std::string(what) + " is a number, not '" + text + "'");
-   }
-   if (number < min || number > max) {
-      throw CommandError(std::string(what) + " is " + formatSeconds(min) + " to " +
-                         formatSeconds(max) + ", not " + text);
-   }
-   return number;
-}
-
-bool Arguments::parseSwitch(std::string_view what) {
-   return parseChoice(what, {"off", "on"}) == 1;
-}
-
-std::size_t Arguments::parseChoice(std::string_view what,
-                                   std::vector<std::string_view> const& choices) {
-   std::string word = next(what);
-   auto found = std::find(choices.begin(), choices.end(), word);
-   if (found == choices.end()) {
-      std::string list;
-      for (auto choice : choices) {
-         list += (list.empty() ? "" : ", ") + std::string(choice);
+   std::size_t first = words.front().size();
+   for (Command const* command : named) {
+      bool two = command->name.size() > first;
+      if (!two || (words.size() > 1 && command->name.substr(first + 1) == words[1])) {
+         words.erase(words.begin(), words.begin() + (two ? 2 : 1));
+         return *command;
       }
-      throw CommandError(std::string(what) + " is one of " + list + ", not '" + word + "'");
    }
-   return static_cast<std::size_t>(found - choices.begin());
-}
-
-void Arguments::end() const {
-   if (more()) {
-      throw CommandError("'" + words_[next_] + "' is one word too many");
+   if (words.size() == 1) {
+      throw CommandError("WHAT is missing behind {}", words.front());
    }
-}
-
-std::string Arguments::rest() {
-   std::string text;
-   while (more()) {
-      text += (text.empty() ? "" : " ") + next("");
-   }
-   return text;
-}
-
-void Registry::add(Command command) {
-   commands_.emplace(command.name, std::move(command));
-}
-
-Command const* Registry::find(std::string const& name) const {
-   auto found = commands_.find(name);
-   return found == commands_.end() ? nullptr : &found->second;
+   throw CommandError(
+       "{} is followed by one of {}, not '{}'", words.front(),
+       join(named, ", ", [&](Command const* each) { return each->name.substr(first + 1); }),
+       words[1]);
 }
 
 Registry& commandRegistry() {
    static Registry registry = [] {
       Registry made;
-      addRequestCommands(made);
-      addWorldCommands(made);
-      addFeatureCommands(made);
-      addChipCommands(made);
-      addTimeCommands(made);
-      addShowCommands(made);
-      addExplainCommands(made);
-      addExpectCommands(made);
-      addTraceCommands(made);
-      addMachineCommands(made);
+      for (auto commands : {requestCommands(), worldCommands(), featureCommands(),
+                            machineCommands(), chipCommands(), timeCommands(), showCommands(),
+                            explainCommands(), expectCommands(), traceCommands()}) {
+         made.add(commands);
+      }
       return made;
    }();
    return registry;

@@ -1,13 +1,12 @@
-// The one list of commands: what the scenario runner accepts, what `help` prints, and what
-// docs/agent.md is checked against.
+// The commands of the agent as data: what the scenario runner accepts, what `help` prints, and what
+// the table in docs/agent.md and the dictionary of the scenario fuzzer are made from.
 #pragma once
 
-#include "agent/command/Output.h"
-#include "agent/errors/Errors.h"
+#include "agent/command/Arguments.h"
 
-#include <functional>
 #include <map>
 #include <ostream>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,70 +15,48 @@ namespace Agent {
 
 class Host;
 
-// The words behind the command's name, taken one by one. Running out of words and leaving some over
-// are errors that name what is missing or too much.
-class Arguments {
- public:
-   explicit Arguments(std::vector<std::string> words);
-
-   bool more() const { return next_ < words_.size(); }
-   std::string next(std::string_view what);
-   // The next word when it is this one.
-   bool accept(std::string_view word);
-   uint64_t parseNumber(std::string_view what, uint64_t min, uint64_t max);
-   // Seconds, or a probability, within [min, max].
-   double parseReal(std::string_view what, double min, double max);
-   bool parseSwitch(std::string_view what); // on | off
-   // One of these words; its place in the list.
-   std::size_t parseChoice(std::string_view what, std::vector<std::string_view> const& choices);
-   // Throws when words are left.
-   void end() const;
-   // "--format json" anywhere among the words.
-   Format format() const { return format_; }
-   std::string rest();
-
- private:
-   std::vector<std::string> words_;
-   std::size_t next_ = 0;
-   Format format_ = Format::text;
+enum class Effect {
+   none,
+   change // of something that the library sees: such a command is rehearsed first
 };
 
-uint64_t parseNumber(std::string_view text, std::string_view what, uint64_t min, uint64_t max);
-
 struct Command {
-   std::string name;
-   std::string arguments; // "INTERFACE UNIT [flood VLAN]"
-   std::string help;      // one line
-   // Whether it changes anything that the library sees: such a command is rehearsed first.
-   bool changes;
-   std::function<void(Host&, Arguments&, std::ostream&)> run;
+   std::string_view name;    // one word, or two: "chip capacity"
+   std::string_view grammar; // of the words behind the name: "INTERFACE UNIT [flood VLAN]"
+   std::string_view help;    // one line
+   Effect effect;
+   void (*run)(Host&, Arguments&, std::ostream&);
+
+   bool changes() const { return effect == Effect::change; }
 };
 
 class Registry {
  public:
-   // Does nothing when the name is taken.
-   void add(Command command);
-   // null when there is none.
-   Command const* find(std::string const& name) const;
-   std::map<std::string, Command> const& commands() const { return commands_; }
+   // The texts have to outlive the registry. A name that is taken stays as it is.
+   void add(std::span<Command const> commands);
+   // The command that a line begins with; takes its name off the words. CommandError for none.
+   Command const& take(std::vector<std::string>& words) const;
+   // Those whose name is `name` or begins with that word, in order of name. May be empty.
+   std::vector<Command const*> named(std::string_view name) const;
+   std::map<std::string_view, Command> const& commands() const { return commands_; }
 
  private:
-   std::map<std::string, Command> commands_;
+   std::map<std::string_view, Command> commands_;
 };
 
 // All commands of the agent; whoever stands above it adds its own.
 Registry& commandRegistry();
 
-// Each file of commands adds its own.
-void addRequestCommands(Registry& registry);
-void addWorldCommands(Registry& registry);
-void addFeatureCommands(Registry& registry);
-void addChipCommands(Registry& registry);
-void addTimeCommands(Registry& registry);
-void addShowCommands(Registry& registry);
-void addExplainCommands(Registry& registry);
-void addExpectCommands(Registry& registry);
-void addTraceCommands(Registry& registry);
-void addMachineCommands(Registry& registry);
+// One table per file of commands.
+std::span<Command const> requestCommands();
+std::span<Command const> worldCommands();
+std::span<Command const> featureCommands();
+std::span<Command const> machineCommands();
+std::span<Command const> chipCommands();
+std::span<Command const> timeCommands();
+std::span<Command const> showCommands();
+std::span<Command const> explainCommands();
+std::span<Command const> expectCommands();
+std::span<Command const> traceCommands();
 
 } // namespace Agent

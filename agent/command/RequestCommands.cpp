@@ -1,4 +1,4 @@
-// What the features do: ask for policies, and withdraw them.
+// What the requesters do: ask for policies, and withdraw them.
 #include "agent/command/Names.h"
 
 namespace Agent {
@@ -10,31 +10,32 @@ using Hardware::Shoal::extLkupTypeLumen_;
 // The invariants of the merge, told as refusals.
 void checkPolicy(World const& world, Requester requester, TcamSharingRequest request,
                  TcamSharingPolicyId policy) {
-   std::string unit = "unit " + std::to_string(request.fapId().value());
+   uint32_t unit = request.fapId().value();
    bool lumenUnit = world.shoalStatus->fapExtLkupType(request.fapId()) == extLkupTypeLumen_;
    if (requester == Requester::acl) {
       if (lumenUnit && policy.lumenAclLabel() != 0) {
-         throw CommandError(unit + " has the lumen lookup, where the lumen label is not the acl "
-                                   "feature's to ask for");
+         throw CommandError("unit {} has the lumen lookup, where the acl feature cannot ask for "
+                            "the lumen label",
+                            unit);
       }
       return;
    }
-   std::string name(requesterNames[static_cast<std::size_t>(requester)]);
+   std::string_view name = requesterName(requester);
    if (!lumenUnit) {
-      throw CommandError(unit + " has no lumen lookup, so the " + name +
-                         " feature cannot ask there (unit UNIT lookup lumen)");
+      throw CommandError("unit {} has no lumen lookup, so the {} feature cannot ask there (unit "
+                         "UNIT lookup lumen)",
+                         unit, name);
    }
    if (policy.qosPolicy() != 0 || policy.pbrPolicy() != 0) {
-      throw CommandError("the " + name + " feature asks for lumen= only, not for qos= or pbr=");
+      throw CommandError("the {} feature asks for lumen= only, not for qos= or pbr=", name);
    }
 }
 
 void checkUnit(World const& world, FapId unit) {
    bool arad = world.shoalStatus->fapType(unit) == Hardware::Shoal::fapTypeArad;
    if (arad && unit.value() > AradSemKeyAndFap::maxFapId) {
-      throw CommandError("unit " + std::to_string(unit.value()) + " is above " +
-                         std::to_string(AradSemKeyAndFap::maxFapId) +
-                         ", the last that an ISEM key can name");
+      throw CommandError("unit {} is above {}, the last that an ISEM key can name", unit.value(),
+                         AradSemKeyAndFap::maxFapId);
    }
 }
 
@@ -60,8 +61,7 @@ void withdraw(Host& host, Arguments& arguments, std::ostream&) {
    // A pattern names what is there; a single name that asks for nothing is a slip.
    std::erase_if(requests, [&](TcamSharingRequest each) { return !config->requestHas(each); });
    if (requests.empty()) {
-      throw CommandError("the " + std::string(requesterNames[static_cast<std::size_t>(requester)]) +
-                         " feature asks for nothing there");
+      throw CommandError("the {} feature asks for nothing there", requesterName(requester));
    }
    for (TcamSharingRequest each : requests) {
       config->requestDel(each);
@@ -70,11 +70,15 @@ void withdraw(Host& host, Arguments& arguments, std::ostream&) {
 
 } // namespace
 
-void addRequestCommands(Registry& registry) {
-   registry.add({"request", "FEATURE INTERFACE UNIT [flood VLAN] POLICY",
-                 "a feature (acl, lumen, rampart) asks for a policy", true, request});
-   registry.add({"withdraw", "FEATURE INTERFACE UNIT [flood VLAN]",
-                 "a feature asks for it no longer", true, withdraw});
+std::span<Command const> requestCommands() {
+   using enum Effect;
+   static constexpr Command table[] = {
+       {"request", "acl|lumen|rampart INTERFACE UNIT|own [flood VLAN] POLICY",
+        "a feature asks for a policy", change, request},
+       {"withdraw", "acl|lumen|rampart INTERFACE UNIT|own [flood VLAN]",
+        "the feature asks for it no longer", change, withdraw},
+   };
+   return table;
 }
 
 } // namespace Agent

@@ -51,9 +51,8 @@ Table responses(Host const& host) {
    Table table{"responses", requestColumns({"pipeline", "status", "policy"}), {}};
    for (SharingPipeline const* pipeline : host.pipelines()) {
       for (auto const& [request, response] : pipeline->mergedStatus->responseIter()) {
-         table.add(joined(requestCells(request),
-                          {pipeline->name, std::string(formatStatus(response.status)),
-                           formatPolicy(response.policyId)}));
+         table.add(joined(requestCells(request), {pipeline->name, formatStatus(response.status),
+                                                  formatPolicy(response.policyId)}));
       }
    }
    return table;
@@ -99,13 +98,12 @@ Table requestTable(Host const& host) {
                 "in hardware"},
                {}};
    Situations situations(host);
-   for (std::size_t i = 0; i < kRequesters; ++i) {
-      auto requester = static_cast<Requester>(i);
+   for (Requester requester : requesters) {
       for (auto const& [request, policy] : host.sharing().config(requester)->requestIter()) {
          RequesterPart part = requesterPart(host, situations.of(request), requester);
          bool answered = part.answer.status != tcamSharingNone;
-         auto row = joined({std::string(requesterNames[i])}, requestCells(request));
-         table.add(joined(row, {formatPolicy(policy), std::string(formatStatus(part.answer.status)),
+         auto row = joined({requesterName(requester)}, requestCells(request));
+         table.add(joined(row, {formatPolicy(policy), formatStatus(part.answer.status),
                                 answered ? Json(formatPolicy(part.answer.policyId)) : Json(),
                                 formatPart(part.inHardware)}));
       }
@@ -119,11 +117,10 @@ Table summaryTable(Host const& host) {
                 "failed", "none"},
                {}};
    Situations situations(host);
-   for (std::size_t i = 0; i < kRequesters; ++i) {
+   for (Requester requester : requesters) {
       std::array<std::size_t, 4> counts{};
       std::size_t inHardware = 0;
       std::size_t older = 0;
-      auto requester = static_cast<Requester>(i);
       auto const& config = host.sharing().config(requester);
       for (auto const& [request, policy] : config->requestIter()) {
          RequesterPart part = requesterPart(host, situations.of(request), requester);
@@ -131,7 +128,7 @@ Table summaryTable(Host const& host) {
          older += part.answeredOlder() ? 1 : 0;
          counts[part.answer.status] += part.answeredOlder() ? 0 : 1;
       }
-      table.add({std::string(requesterNames[i]), config->requests(), inHardware,
+      table.add({requesterName(requester), config->requests(), inHardware,
                  counts[tcamSharingSuccess], older, counts[tcamSharingInProgress],
                  counts[tcamSharingFailed], counts[tcamSharingNone]});
    }

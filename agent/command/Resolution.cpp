@@ -16,7 +16,7 @@ class Resolver {
  public:
    Resolver(Host const& host, TcamSharingRequest request)
        : host_(host), world_(host.world()), request_(request), intf_(request.intfId()),
-         unit_("unit " + std::to_string(request.fapId().value())) {}
+         unit_(fmt::format("unit {}", request.fapId().value())) {}
 
    Resolution resolve() {
       bool isem = &host_.pipelineOf(request_) == &host_.isem();
@@ -40,9 +40,7 @@ class Resolver {
    }
 
  private:
-   void miss(std::string const& what) {
-      found_.missing += (found_.missing.empty() ? "" : "; ") + what;
-   }
+   void miss(std::string const& what) { append(found_.missing, "; ", what); }
    void never(std::string const& what) {
       miss(what);
       found_.never = true;
@@ -57,19 +55,19 @@ class Resolver {
       auto units = world_.unitsOf(parent);
       if (World::isPort(parent)) {
          bool here = std::find(units.begin(), units.end(), request_.fapId()) != units.end();
-         miss(units.empty() ? parent.name() + " is on no unit"
-              : here        ? "no VLAN domain for " + parent.name() + " on " + unit_
-                            : "no VLAN domain for " + parent.name() + ", which is on unit " +
-                           std::to_string(units.front().value()));
+         miss(units.empty() ? fmt::format("{} is on no unit", parent.name())
+              : here        ? fmt::format("no VLAN domain for {} on {}", parent.name(), unit_)
+                     : fmt::format("no VLAN domain for {}, which is on unit {}", parent.name(),
+                                   units.front().value()));
       } else if (!world_.ethIntfStatusDir->ethLagIntfStatusHas(parent)) {
          miss(parent.name() + " does not exist");
       } else if (std::find(units.begin(), units.end(), request_.fapId()) == units.end()) {
-         miss(parent.name() + " has no member on " + unit_);
+         miss(fmt::format("{} has no member on {}", parent.name(), unit_));
       } else if (auto type = world_.shoalStatus->fapType(request_.fapId());
                  type != Hardware::Shoal::fapTypeArad && type != 2) {
          miss(unit_ + " is of a type that keeps no VLAN domain for port-channels");
       } else {
-         miss("no VLAN domain for " + parent.name() + " on " + unit_);
+         miss(fmt::format("no VLAN domain for {} on {}", parent.name(), unit_));
       }
    }
 
@@ -97,8 +95,9 @@ class Resolver {
       if (request_.fapId().value() > AradSemKeyAndFap::maxFapId) {
          never("an ISEM key cannot name " + unit_);
       } else if (tags_->inner != 0) {
-         never("it has two tags (" + formatTags(tags_->outer, tags_->inner) +
-               "), which the ISEM does not hold, so it is not programmed");
+         never(fmt::format("it has two tags ({}), which the ISEM does not hold, so it is not "
+                           "programmed",
+                           formatTags(tags_->outer, tags_->inner)));
       } else {
          found_.keys.emplace_back(AradSemKeyAndFap(
              AradISemKeyTcamSharing(Bridging::VlanId(tags_->outer), *domain_).key(),
@@ -119,14 +118,14 @@ class Resolver {
          auto key = VlanTagToVsiMapperKey::ofSubIntf(port, intf_, *tags_,
                                                      status ? status->encapKind() : 0);
          if (!host_.mapper().mapperConfig->configHas(key)) {
-            miss("the sub-interface is not programmed on " + port.name() +
-                 (off ? ", since program-in-hw is off" : ""));
+            miss(fmt::format("the sub-interface is not programmed on {}{}", port.name(),
+                             off ? ", since program-in-hw is off" : ""));
             found_.flag = off && !others;
          }
          found_.keys.emplace_back(key);
       }
       if (found_.keys.empty()) {
-         miss(parent.name() + " has no member on " + unit_);
+         miss(fmt::format("{} has no member on {}", parent.name(), unit_));
       }
    }
 

@@ -15,7 +15,7 @@ std::vector<std::string> splitWords(std::string const& line) {
    bool quoted = false;
    for (char c : line) {
       if (c == '\0') {
-         throw CommandError("a command has no NUL characters, unlike '" + line + "'");
+         throw CommandError("a command has no NUL characters, unlike '{}'", line);
       }
       bool space = c == ' ' || c == '\t' || c == '\r';
       if (c == '"') {
@@ -45,16 +45,12 @@ std::vector<std::string> splitWords(std::string const& line) {
 }
 
 void ScenarioRunner::runCommand(std::vector<std::string> words) {
-   Command const* command = commandRegistry().find(words.front());
-   if (command == nullptr) {
-      throw CommandError("there is no command '" + words.front() + "' (help lists them)");
-   }
-   words.erase(words.begin());
+   Command const& command = commandRegistry().take(words);
    auto carryOut = [&](std::ostream& out) {
       Arguments arguments(words);
-      command->run(host_, arguments, out);
+      command.run(host_, arguments, out);
    };
-   if (command->changes && options_.rehearse) {
+   if (command.changes() && options_.rehearse) {
       requireHarmless(host_, [&] {
          std::ostringstream dropped;
          carryOut(dropped);
@@ -64,7 +60,7 @@ void ScenarioRunner::runCommand(std::vector<std::string> words) {
 }
 
 bool ScenarioRunner::runLine(std::string const& line, std::string const& name, std::size_t number) {
-   bool sound = tryLine(line, name + ":" + std::to_string(number));
+   bool sound = tryLine(line, fmt::format("{}:{}", name, number));
    // A signal that ends the agent later takes nothing with it.
    out_.flush();
    host_.traceFile().flush();

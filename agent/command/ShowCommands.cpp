@@ -1,4 +1,5 @@
-// What people look at: tables, help.
+// Tables and help.
+#include "agent/command/Reference.h"
 #include "agent/command/Tables.h"
 
 namespace Agent {
@@ -15,54 +16,63 @@ void echo(Host&, Arguments& arguments, std::ostream& out) {
    out << arguments.rest() << "\n";
 }
 
-void helpOn(std::string const& name, std::ostream& out, Format format) {
-   Command const* command = commandRegistry().find(name);
-   if (command == nullptr) {
-      throw CommandError("there is no command '" + name + "'");
-   }
-   bool tables = name == "show" || name == "expect";
-   if (format == Format::json) {
-      Json object{
-          {"name", command->name}, {"arguments", command->arguments}, {"help", command->help}};
-      for (auto const& table : namedTables()) {
-         if (tables) {
-            object["tables"].push_back(
-                {{"name", std::string(table.name)}, {"help", std::string(table.help)}});
-         }
-      }
-      out << object.dump() << "\n";
-      return;
-   }
-   out << command->name << " " << command->arguments << "\n    " << command->help << "\n";
+// The tables stand below the help of commands that take one.
+bool takesTable(Command const& command) {
+   return command.grammar.starts_with("TABLE");
+}
+
+Json helpObject(Command const& command) {
+   Json object{{"name", command.name}, {"arguments", command.grammar}, {"help", command.help}};
    for (auto const& table : namedTables()) {
-      if (tables) {
+      if (takesTable(command)) {
+         object["tables"].push_back({{"name", table.name}, {"help", table.help}});
+      }
+   }
+   return object;
+}
+
+void printHelp(Command const& command, std::ostream& out) {
+   printCommand(out, command);
+   for (auto const& table : namedTables()) {
+      if (takesTable(command)) {
          out << "    " << table.name << ": " << table.help << "\n";
       }
    }
 }
 
 void help(Host&, Arguments& arguments, std::ostream& out) {
-   if (arguments.more()) {
-      std::string name = arguments.next("COMMAND");
-      arguments.end();
-      helpOn(name, out, arguments.format());
+   if (!arguments.more()) {
+      Table table{"commands", {"command", "arguments", "help"}, {}};
+      for (auto const& [name, command] : commandRegistry().commands()) {
+         table.add({name, command.grammar, command.help});
+      }
+      print(out, table, arguments.format());
       return;
    }
-   Table table{"commands", {"command", "arguments", "help"}, {}};
-   for (auto const& [name, command] : commandRegistry().commands()) {
-      table.add({name, command.arguments, command.help});
+   std::string name = arguments.rest();
+   auto named = commandRegistry().named(name);
+   if (named.empty()) {
+      throw CommandError("there is no command '{}'", name);
    }
-   print(out, table, arguments.format());
+   for (Command const* command : named) {
+      if (arguments.format() == Format::json) {
+         out << helpObject(*command).dump() << "\n";
+      } else {
+         printHelp(*command, out);
+      }
+   }
 }
 
 } // namespace
 
-void addShowCommands(Registry& registry) {
-   registry.add(
-       {"show", "TABLE [--format json]", "print a table (help show lists them)", false, show});
-   registry.add({"echo", "TEXT", "print a line", false, echo});
-   registry.add(
-       {"help", "[COMMAND] [--format json]", "list the commands, or explain one", false, help});
+std::span<Command const> showCommands() {
+   using enum Effect;
+   static constexpr Command table[] = {
+       {"show", "TABLE [--format json]", "print a table (help show lists them)", none, show},
+       {"echo", "TEXT", "print a line", none, echo},
+       {"help", "[COMMAND] [--format json]", "list the commands, or explain one", none, help},
+   };
+   return table;
 }
 
 } // namespace Agent

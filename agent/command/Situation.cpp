@@ -68,9 +68,7 @@ class Gathering {
          }
       }
       addLeftBehind();
-      findCrowded(host_.chip().isem());
-      findCrowded(host_.chip().mapper());
-      findCrowded(host_.chip().tunnels());
+      host_.chip().forEachTable([this](auto const& table) { findCrowded(table); });
       found_.inHardware =
           !found_.merged.empty() && !found_.resolution.keys.empty() && carriesSomething() &&
           std::all_of(found_.entries.begin(), found_.entries.end(), [](auto const& entry) {
@@ -263,8 +261,9 @@ class Gathering {
       auto data = [](auto const& entry) { return entry ? entry->inLifAdditionalData : 0; };
       Awaited awaited{removal, table.isHeldBack(key), std::nullopt, std::nullopt};
       for (auto const& answer : table.unanswered()) {
-         bool told = std::is_same_v<T, TunnelTable> && answer.written.has_value() == removal;
-         if (answer.key == key && !told && data(answer.written) == data(table.configured(key)) &&
+         bool otherKind = std::is_same_v<T, TunnelTable> && answer.written.has_value() == removal;
+         if (answer.key == key && !otherKind &&
+             data(answer.written) == data(table.configured(key)) &&
              answer.outcome != Outcome::inProgress) {
             awaited.due = answer.due;
             return awaited;
@@ -399,8 +398,7 @@ Situation Situations::of(TcamSharingRequest request) const {
    found.resolution = resolve(host_, request);
    found.carried =
        found.resolution.keys.empty() ? UINT64_MAX : carriedBits(found.resolution.keys.front());
-   for (std::size_t i = 0; i < kRequesters; ++i) {
-      auto requester = static_cast<Requester>(i);
+   for (Requester requester : requesters) {
       found.asked = found.asked || host_.sharing().config(requester)->requestHas(request);
       TcamSharingPolicyId asks = host_.sharing().config(requester)->request(request);
       uint64_t fields = fieldsOf(host_, requester, request.fapId()) | asks.value();

@@ -22,11 +22,8 @@ NamedTable const& namedTable(std::string_view name) {
    auto found = std::find_if(tables.begin(), tables.end(),
                              [&](NamedTable const& table) { return table.name == name; });
    if (found == tables.end()) {
-      std::string known;
-      for (auto const& table : tables) {
-         known += (known.empty() ? "" : ", ") + std::string(table.name);
-      }
-      throw CommandError("there is no table '" + std::string(name) + "'; there are " + known);
+      throw CommandError("there is no table '{}'; there are {}", name,
+                         join(tables, ", ", [](NamedTable const& table) { return table.name; }));
    }
    return *found;
 }

@@ -19,32 +19,42 @@ void settle(Host& host, Arguments& arguments, std::ostream& out) {
    }
 }
 
-void set(Host& host, Arguments& arguments, std::ostream&) {
-   std::size_t what =
-       arguments.parseChoice("WHAT", {"quantum", "retry-interval", "cost-per-reading"});
-   // A retry pass every instant would leave time no room to move.
-   double seconds = arguments.parseReal("SECONDS", what == 1 ? 0.01 : 0.0, 3600.0);
+void setQuantum(Host& host, Arguments& arguments, std::ostream&) {
+   double seconds = arguments.parseReal("SECONDS", 0.0, 3600.0);
    arguments.end();
-   if (what < 2) {
-      for (SharingPipeline* pipeline : host.pipelines()) {
-         what == 0 ? pipeline->codef->backlogQuantumIs(seconds)
-                   : pipeline->codef->retryTimeIntervalIs(seconds);
-      }
-   } else if (seconds > 1.0) {
-      throw CommandError("a reading of the clock costs 1 s at most");
-   } else {
-      host.time().costPerReadingIs(seconds);
+   for (SharingPipeline* pipeline : host.pipelines()) {
+      pipeline->codef->backlogQuantumIs(seconds);
    }
+}
+
+void setRetryInterval(Host& host, Arguments& arguments, std::ostream&) {
+   // A retry pass every instant would leave time no room to move.
+   double seconds = arguments.parseReal("SECONDS", 0.01, 3600.0);
+   arguments.end();
+   for (SharingPipeline* pipeline : host.pipelines()) {
+      pipeline->codef->retryTimeIntervalIs(seconds);
+   }
+}
+
+void setCostPerReading(Host& host, Arguments& arguments, std::ostream&) {
+   double seconds = arguments.parseReal("SECONDS", 0.0, 1.0);
+   arguments.end();
+   host.time().costPerReadingIs(seconds);
 }
 
 } // namespace
 
-void addTimeCommands(Registry& registry) {
-   registry.add({"advance", "SECONDS", "let time pass", false, advance});
-   registry.add({"settle", "", "let time pass until nothing moves but retries", false, settle});
-   registry.add({"set", "quantum|retry-interval|cost-per-reading SECONDS",
-                 "length of a slice, time between retry passes, time that reading the clock takes",
-                 true, set});
+std::span<Command const> timeCommands() {
+   using enum Effect;
+   static constexpr Command table[] = {
+       {"advance", "SECONDS", "let time pass", none, advance},
+       {"settle", "", "let time pass until nothing moves but retries", none, settle},
+       {"set quantum", "SECONDS", "the length of a slice of the backlog", change, setQuantum},
+       {"set retry-interval", "SECONDS", "the time between retry passes", change, setRetryInterval},
+       {"set cost-per-reading", "SECONDS", "the time that a reading of the clock takes", change,
+        setCostPerReading},
+   };
+   return table;
 }
 
 } // namespace Agent

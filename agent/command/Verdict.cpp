@@ -18,26 +18,21 @@ constexpr char const* clearing = "chip replay clears it";
 constexpr char const* noData = "no policy";
 constexpr char const* replay = "chip replay writes it again";
 
-std::string listed(std::vector<TcamSharingRequest> const& requests) {
-   std::string text;
-   for (TcamSharingRequest request : requests) {
-      text += (text.empty() ? "" : ", ") + formatRequest(request);
-   }
-   return text;
-}
-
 } // namespace
 
 std::string at(Seconds time) {
-   return "at " + formatSeconds(time) + " s";
+   return fmt::format("at {} s", formatSeconds(time));
 }
 
 std::string whyRefused(Outcome outcome) {
    return outcome == Outcome::full ? ", since the unit was full" : "";
 }
 
-std::string formatKey(EntryKey const& key) {
-   return std::visit([](auto const& each) { return formatKey(each); }, key);
+std::optional<TcamSharingRequest> otherWriter(std::optional<uint32_t> writer,
+                                              TcamSharingRequest request) {
+   return writer && *writer != request.index()
+              ? std::optional(TcamSharingRequest::fromIndex(*writer))
+              : std::nullopt;
 }
 
 std::string Verdict::text() {
@@ -50,12 +45,11 @@ std::string Verdict::text() {
       sayLeftBehind();
    }
    for (auto const& each : is_.overruled) {
-      say(std::string(requesterNames[static_cast<std::size_t>(each.requester)]) + " asks for " +
-          formatPolicy(each.asks) + ", but the merged policy has " + formatPolicy(each.there) +
-          " there.");
+      say("{} asks for {}, but the merged policy has {} there.", requesterName(each.requester),
+          formatPolicy(each.asks), formatPolicy(each.there));
    }
    if (!remedy_.empty()) {
-      say(remedy_ + waitOf(remedy_) + ".");
+      say("{}{}.", remedy_, waitOf(remedy_));
    }
    return text_;
 }
@@ -85,8 +79,8 @@ void Verdict::sayNotWanted() {
 
 void Verdict::sayStillHeld(EntrySituation const& entry) {
    if (!entry.shared.empty()) {
-      say("It is still recorded at " + entry.name + ", which " + listed(entry.shared) +
-          (entry.shared.size() == 1 ? " uses." : " use."));
+      say("It is still recorded at {}, which {} {}.", entry.name, formatRequests(entry.shared),
+          entry.shared.size() == 1 ? "uses" : "use");
       return;
    }
    auto const& write = entry.chip.lastWrite;
@@ -96,8 +90,8 @@ void Verdict::sayStillHeld(EntrySituation const& entry) {
    bool clear = !entry.configured || (inLif && entry.configuredRight);
    bool refused =
        clear && write && (write->outcome == Outcome::refused || write->outcome == Outcome::full);
-   say("The chip still holds " + *entry.held + " at " + entry.name +
-       (refused ? ", since it refused to clear it " + at(write->at) : "") + ".");
+   say("The chip still holds {} at {}{}.", *entry.held, entry.name,
+       refused ? ", since it refused to clear it " + at(write->at) : "");
    if (clear) {
       remedy_ = clearing;
    } else if (!is_.queued && !entry.awaited && is_.resolution.missing.empty() &&
@@ -113,16 +107,17 @@ void Verdict::sayInHardware() {
    if (above == 0) {
       say("In hardware.");
    } else if (carried == 0) {
-      say("Its entry is in hardware, but carries nothing of the policy: " + left +
-          " is beyond the bits of an entry.");
+      say("Its entry is in hardware, but carries nothing of the policy: {} is beyond the bits of "
+          "an "
+          "entry.",
+          left);
    } else {
-      say("In hardware, as far as an entry carries it: " + left +
-          " is beyond the bits of an entry.");
+      say("In hardware, as far as an entry carries it: {} is beyond the bits of an entry.", left);
    }
 }
 
 void Verdict::sayWhere() {
-   say("Not in hardware: " + reason() + ".");
+   say("Not in hardware: {}.", reason());
    sayHeldInstead();
 }
 
@@ -132,7 +127,7 @@ void Verdict::sayHeldInstead() {
       // Else the reason has said what the table and the chip carry.
       bool told = entry.held == entry.configured && text_.find(entry.name) != std::string::npos;
       if (entry.role == Role::current && !entry.carries && !none && !told) {
-         say("The chip holds " + *entry.held + " at " + entry.name + ".");
+         say("The chip holds {} at {}.", *entry.held, entry.name);
       }
    }
 }
@@ -174,9 +169,9 @@ std::string Verdict::takenOut() {
    } else if (is_.retried.empty()) {
       remedy_ = off ? "program-in-hw on brings it back" : "Another policy brings it back";
    }
-   return (off ? "it was taken out, since program-in-hw is off"
-               : std::string("it was taken out of the output")) +
-          (missing.empty() ? "" : "; " + missing);
+   return fmt::format("it was taken out{}{}{}",
+                      off ? ", since program-in-hw is off" : " of the output",
+                      missing.empty() ? "" : "; ", missing);
 }
 
 std::string Verdict::reasonOf(EntrySituation const& entry) {
@@ -188,32 +183,34 @@ std::string Verdict::reasonOf(EntrySituation const& entry) {
       remedy_ = replay;
       auto const& write = entry.chip.lastWrite;
       bool bad = write && (write->outcome == Outcome::refused || write->outcome == Outcome::full);
-      std::string refused = bad ? "the chip refused the write of " + entry.name + " " +
-                                      at(write->at) + whyRefused(write->outcome)
+      std::string refused = bad ? fmt::format("the chip refused the write of {} {}{}", entry.name,
+                                              at(write->at), whyRefused(write->outcome))
                                 : "";
       if (entry.chip.restarted) {
-         return (bad ? refused + ", and" : std::string("the chip")) + " restarted " +
-                at(*entry.chip.restarted) + ", and nothing wrote " + entry.name + " since";
+         return fmt::format("{} restarted {}, and nothing wrote {} since",
+                            bad ? refused + ", and" : "the chip", at(*entry.chip.restarted),
+                            entry.name);
       }
       return bad ? refused : "the chip does not hold " + entry.name;
    }
    remedy_ = anotherPolicy;
    if (!entry.configured) {
-      std::string removed = change && change->kind == Kind::left ? " moved off " : " took out ";
       if (!change || change->kind == Kind::written || change->kind == Kind::made) {
-         return "nothing wrote " + entry.name + ", to which it leads now";
+         return fmt::format("nothing wrote {}, to which it leads now", entry.name);
       }
-      return (by.empty() ? "it" : by) + removed + entry.name + " " + at(change->at);
+      return fmt::format("{} {} {} {}", by.empty() ? "it" : by,
+                         change->kind == Kind::left ? "moved off" : "took out", entry.name,
+                         at(change->at));
    }
    if (change && change->kind == Kind::made) {
       auto const& write = entry.chip.lastWrite;
       bool absent = !entry.held && write && write->outcome == Outcome::full;
-      return entry.name + " was made anew " + at(change->at) +
-             (absent ? ", and the chip refused it, since the unit was full"
-                     : ", and carries nothing until the request is worked again");
+      return fmt::format("{} was made anew {}, and {}", entry.name, at(change->at),
+                         absent ? "the chip refused it, since the unit was full"
+                                : "carries nothing until the request is worked again");
    }
-   return entry.name + " carries " + *entry.configured +
-          (by.empty() ? "" : " for " + by + ", written " + at(change->at));
+   return fmt::format("{} carries {}{}", entry.name, *entry.configured,
+                      by.empty() ? "" : fmt::format(" for {}, written {}", by, at(change->at)));
 }
 
 EntrySituation const* Verdict::awaiting() const {
@@ -232,14 +229,14 @@ EntrySituation const* Verdict::awaiting() const {
 
 void Verdict::sayWaiting() {
    if (is_.queued) {
-      say("It waits in the backlog" +
-          (is_.nextSlice ? " for the slice " + at(*is_.nextSlice) : std::string()) + ".");
+      say("It waits in the backlog{}.",
+          is_.nextSlice ? " for the slice " + at(*is_.nextSlice) : "");
    }
    std::string next = at(is_.pipeline->codef->nextRetry());
    if (!is_.retried.empty() && is_.merged.empty()) {
-      say("The retry list forgets it " + next + ".");
+      say("The retry list forgets it {}.", next);
    } else if (!is_.retried.empty() && !is_.queued) {
-      say("It is retried " + next + (is_.resolution.never ? ", to no avail." : "."));
+      say("It is retried {}{}.", next, is_.resolution.never ? ", to no avail" : "");
    } else if (!is_.queued && !is_.inHardware && !is_.resolution.missing.empty() &&
               !is_.resolution.never && !is_.merged.empty() && !is_.output.empty()) {
       say("Nothing retries it.");
@@ -252,28 +249,22 @@ void Verdict::sayWaiting() {
 void Verdict::sayAwaited(EntrySituation const& entry) {
    Awaited const& awaited = *entry.awaited;
    if (awaited.due) {
-      say("The chip's answer is due " + at(*awaited.due) +
-          (awaited.writer ? ", to the write for " + formatRequest(*awaited.writer) : "") + ".");
+      say("The chip's answer is due {}{}.", at(*awaited.due),
+          awaited.writer ? ", to the write for " + formatRequest(*awaited.writer) : "");
    } else if (awaited.heldBack) {
       say("The chip's answer is held back, to be given out of order.");
    } else {
       std::string why;
       if (entry.chip.lost) {
-         why = "an answer for the entry was lost " + at(entry.chip.lost->at);
+         why = ": an answer for the entry was lost " + at(entry.chip.lost->at);
       }
       if (entry.chip.dropped) {
-         why += (why.empty() ? "" : "; ") + std::string("the chip restarted ") +
-                at(entry.chip.dropped->at) + " before it answered";
+         why += fmt::format("{} the chip restarted {} before it answered", why.empty() ? ":" : ";",
+                            at(entry.chip.dropped->at));
       }
-      say((awaited.removal ? "The removal of " : "The write of ") + entry.name +
-          " is not answered, and no answer is on its way" + (why.empty() ? "." : ": " + why + "."));
+      say("The {} of {} is not answered, and no answer is on its way{}.",
+          awaited.removal ? "removal" : "write", entry.name, why);
    }
-}
-
-std::string Verdict::forWhom(std::optional<uint32_t> writer) const {
-   return writer && *writer != is_.request.index()
-              ? " for " + formatRequest(TcamSharingRequest::fromIndex(*writer))
-              : "";
 }
 
 std::string Verdict::waitOf(std::string const& remedy) const {
@@ -284,48 +275,47 @@ std::string Verdict::waitOf(std::string const& remedy) const {
    // Who moves off an entry that another request is recorded for is refused.
    for (EntrySituation const& entry : is_.entries) {
       if (!replays && entry.role == Role::leftBehind && !entry.recorded.empty()) {
-         return " once " + listed(entry.recorded) +
-                (entry.recorded.size() == 1 ? " is withdrawn" : " are withdrawn");
+         return fmt::format(" once {} {} withdrawn", formatRequests(entry.recorded),
+                            entry.recorded.size() == 1 ? "is" : "are");
       }
    }
    auto const& crowded = replays ? is_.crowdedForReplay : is_.crowded;
-   return !crowded  ? ""
-          : replays ? ", as far as unit " + std::to_string(crowded->value()) + " has room"
-                    : " once unit " + std::to_string(crowded->value()) + " has room";
+   return crowded ? fmt::format("{} unit {} has room", replays ? ", as far as" : " once",
+                                crowded->value())
+                  : "";
 }
 
 void Verdict::sayAnswer() {
    TcamSharingResponse const& response = is_.response;
    if (is_.answeredSuccess()) {
       if (!is_.inHardware) {
-         say("It was answered success " + at(is_.times.status.value_or(0.0)) + ".");
+         say("It was answered success {}.", at(is_.times.status.value_or(0.0)));
       }
       return;
    }
-   bool clearing = response.policyId.empty();
+   bool ofRemoval = response.policyId.empty();
    std::string policy =
-       response.policyId == is_.merged || clearing
+       response.policyId == is_.merged || ofRemoval
            ? ""
-           : " for " + formatPolicy(response.policyId) + ", not for the present policy";
-   std::string counting;
-   if (is_.answersAwaited != 0) {
-      counting = "; answers that it counts on do not come (" + std::to_string(is_.answersAwaited) +
-                 " of them)";
-   }
+           : fmt::format(" for {}, not for the present policy", formatPolicy(response.policyId));
+   std::string counting = is_.answersAwaited == 0
+                              ? ""
+                              : fmt::format("; answers that it counts on do not come ({} of them)",
+                                            is_.answersAwaited);
    ResponseCause const& cause = is_.times.cause;
    switch (response.status) {
    case tcamSharingNone:
       if (!is_.queued && !is_.output.empty() && awaiting() == nullptr) {
-         say("It is not answered" + counting + ".");
+         say("It is not answered{}.", counting);
       }
       break;
    case tcamSharingSuccess:
-      say("It was answered success" + policy + ".");
+      say("It was answered success{}.", policy);
       break;
    case tcamSharingInProgress:
       if (is_.retried.empty() && !is_.queued && awaiting() == nullptr) {
-         say("It was answered in progress" + policy +
-             (counting.empty() ? ", and waits for nothing." : counting + "."));
+         say("It was answered in progress{}{}.", policy,
+             counting.empty() ? ", and waits for nothing" : counting);
       }
       break;
    case tcamSharingFailed: {
@@ -333,15 +323,16 @@ void Verdict::sayAnswer() {
       if (cause.kind == ResponseCause::Kind::restarted) {
          why = " when the chip restarted";
       } else if (cause.key && cause.answer.outcome == Outcome::removed) {
-         why = ": " + formatKey(*cause.key) + " was removed before it was answered";
+         why = fmt::format(": {} was removed before it was answered", formatKey(*cause.key));
       } else if (cause.key && cause.answer.outcome == Outcome::accepted) {
          why = ": an earlier answer had failed";
       } else if (cause.key) {
-         why = (clearing ? ": the chip refused to clear " : ": the chip refused the write of ") +
-               formatKey(*cause.key) + forWhom(cause.answer.writer) +
-               whyRefused(cause.answer.outcome);
+         auto other = otherWriter(cause.answer.writer, is_.request);
+         why = fmt::format(": the chip refused {} {}{}{}", ofRemoval ? "to clear" : "the write of",
+                           formatKey(*cause.key), other ? " for " + formatRequest(*other) : "",
+                           whyRefused(cause.answer.outcome));
       }
-      say("It was answered failed " + at(is_.times.status.value_or(0.0)) + policy + why + ".");
+      say("It was answered failed {}{}{}.", at(is_.times.status.value_or(0.0)), policy, why);
       if (!is_.queued && !is_.output.empty() && is_.resolution.missing.empty() &&
           (is_.pipeline == &host_.isem() || (is_.merged.value() & is_.carried) != 0)) {
          remedy_ = remedy_.empty() ? anotherPolicy : remedy_;
@@ -359,15 +350,17 @@ void Verdict::sayLeftBehind() {
          ++left;
          if (told < 3) {
             ++told;
-            say(entry.shared.empty()
-                    ? "Its earlier entry " + entry.name + " is still in hardware."
-                    : "It is still recorded at its earlier entry " + entry.name + ", which " +
-                          listed(entry.shared) + (entry.shared.size() == 1 ? " uses." : " use."));
+            if (entry.shared.empty()) {
+               say("Its earlier entry {} is still in hardware.", entry.name);
+            } else {
+               say("It is still recorded at its earlier entry {}, which {} {}.", entry.name,
+                   formatRequests(entry.shared), entry.shared.size() == 1 ? "uses" : "use");
+            }
          }
       }
    }
    if (left > told) {
-      say("So are " + std::to_string(left - told) + " more.");
+      say("More such entries: {}.", left - told);
    }
 }
 

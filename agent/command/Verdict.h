@@ -3,6 +3,7 @@
 #pragma once
 
 #include "agent/command/Situation.h"
+#include "agent/text/Text.h"
 
 namespace Agent {
 
@@ -24,14 +25,15 @@ class Verdict {
    std::string reasonOf(EntrySituation const& entry);
    EntrySituation const* awaiting() const;
    void sayAwaited(EntrySituation const& entry);
-   // " for" another request that an answer is to; empty: it is to this one's write.
-   std::string forWhom(std::optional<uint32_t> writer) const;
    // What the remedy has to wait for: " once unit 3 has room", or another request.
    std::string waitOf(std::string const& remedy) const;
    // What a current entry holds instead, where the reason is another one.
    void sayHeldInstead();
 
-   void say(std::string const& sentence) { text_ += (text_.empty() ? "" : " ") + sentence; }
+   template<class... Parts>
+   void say(fmt::format_string<Parts...> sentence, Parts&&... parts) {
+      append(text_, " ", fmt::format(sentence, std::forward<Parts>(parts)...));
+   }
 
    Situation const& is_;
    Host const& host_;
@@ -39,10 +41,12 @@ class Verdict {
    std::string remedy_;
 };
 
-// "7 s"
+// "at 7 s"
 std::string at(Seconds time);
+// The request whose write an answer is to, where that is another one.
+std::optional<TcamSharingRequest> otherWriter(std::optional<uint32_t> writer,
+                                              TcamSharingRequest request);
 // ", since the unit was full", or nothing.
 std::string whyRefused(Outcome outcome);
-std::string formatKey(EntryKey const& key);
 
 } // namespace Agent

@@ -1,4 +1,4 @@
-// What happens around the library: interfaces, VLANs, units and ports change.
+// Changes of what surrounds the library: interfaces, VLANs, units and ports.
 #include "agent/command/Names.h"
 
 #include <algorithm>
@@ -28,22 +28,22 @@ Dot1qEncap parseEncapsulation(Arguments& arguments) {
    return encap;
 }
 
+// VLAN or none.
+VlanIdOrNone parseVlan(Arguments& arguments) {
+   return arguments.accept("none") ? VlanIdOrNone()
+                                   : VlanIdOrNone(arguments.parse<uint32_t>("VLAN", 1, 4094));
+}
+
 IntfId parseInterface(Host& host, Arguments& arguments, std::string_view what) {
    return host.world().interface(arguments.next(what));
 }
 
+template<void (World::*set)(IntfId, Dot1qEncap)>
 void encapsulation(Host& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "SUBINTERFACE");
    Dot1qEncap encap = parseEncapsulation(arguments);
    arguments.end();
-   host.world().encapsulationIs(intf, encap);
-}
-
-void dynamicEncapsulation(Host& host, Arguments& arguments, std::ostream&) {
-   IntfId intf = parseInterface(host, arguments, "SUBINTERFACE");
-   Dot1qEncap encap = parseEncapsulation(arguments);
-   arguments.end();
-   host.world().dynamicEncapsulationIs(intf, encap);
+   (host.world().*set)(intf, encap);
 }
 
 void deleteSubInterface(Host& host, Arguments& arguments, std::ostream&) {
@@ -61,41 +61,43 @@ void programInHw(Host& host, Arguments& arguments, std::ostream&) {
 
 void encapKind(Host& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "SUBINTERFACE");
-   auto kind = static_cast<uint32_t>(arguments.parseNumber("KIND", 0, 255));
+   auto kind = arguments.parse<uint32_t>("KIND", 0, 255);
    arguments.end();
    host.world().encapKindIs(intf, kind);
 }
 
 void internalVlan(Host& host, Arguments& arguments, std::ostream&) {
+   World& world = host.world();
    IntfId intf = parseInterface(host, arguments, "INTERFACE");
-   VlanIdOrNone vlan;
-   if (!arguments.accept("none")) {
-      vlan = VlanIdOrNone(static_cast<uint32_t>(arguments.parseNumber("VLAN", 1, 4094)));
-   }
+   VlanIdOrNone vlan = parseVlan(arguments);
    arguments.end();
-   if (vlan.value() != 0) {
-      for (auto const& [other, taken] : host.world().intfVlanIdTable->internalVlanIdIter()) {
-         if (other != intf && taken == vlan &&
-             host.world().unitsOf(other) == host.world().unitsOf(intf)) {
-            throw CommandError("VLAN " + std::to_string(vlan.value()) +
-                               " is the internal VLAN of " + other.name());
-         }
+   for (auto const& [other, taken] : world.intfVlanIdTable->internalVlanIdIter()) {
+      if (vlan.value() != 0 && other != intf && taken == vlan &&
+          world.unitsOf(other) == world.unitsOf(intf)) {
+         throw CommandError("VLAN {} is the internal VLAN of {}", vlan.value(), other.name());
       }
    }
-   host.world().internalVlanIs(intf, vlan);
+   world.internalVlanIs(intf, vlan);
+}
+
+void untaggedVlan(Host& host, Arguments& arguments, std::ostream&) {
+   IntfId intf = parseInterface(host, arguments, "INTERFACE");
+   VlanIdOrNone vlan = parseVlan(arguments);
+   arguments.end();
+   host.world().untaggedVlanIs(intf, vlan);
 }
 
 void vlanDomain(Host& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "INTERFACE");
    std::optional<VlanDomain> domain;
    if (!arguments.accept("none")) {
-      domain = VlanDomain(static_cast<uint8_t>(arguments.parseNumber("DOMAIN", 1, 254)));
+      domain = VlanDomain(arguments.parse<uint8_t>("DOMAIN", 1, 254));
    }
    arguments.end();
    host.world().vlanDomainIs(intf, domain);
 }
 
-// Requests of the features on a unit; those of `from` on.
+// Requests on a unit; of the requesters from `from` on.
 std::size_t requestsOn(Host const& host, FapId unit, Requester from) {
    std::size_t count = 0;
    for (auto i = static_cast<std::size_t>(from); i < kRequesters; ++i) {
@@ -107,48 +109,54 @@ std::size_t requestsOn(Host const& host, FapId unit, Requester from) {
    return count;
 }
 
-void unit(Host& host, Arguments& arguments, std::ostream&) {
+// The number that a word stands for, that of `none`, or any other up to 255.
+uint32_t parseType(Arguments& arguments, std::string_view word, uint32_t type,
+                   std::string_view what) {
+   uint32_t parsed = arguments.accept("none") ? 0
+                     : arguments.accept(word) ? type
+                                              : arguments.parse<uint32_t>(what, 1, 255);
+   arguments.end();
+   return parsed;
+}
+
+void unitType(Host& host, Arguments& arguments, FapId unit) {
+   using Hardware::Shoal::fapTypeArad;
    World& world = host.world();
-   FapId fapId = world.unit(arguments.next("UNIT"));
-   std::string what = arguments.next("type, lookup, available or unavailable");
-   if (what == "type") {
-      bool none = arguments.accept("none");
-      bool arad = !none && arguments.accept("arad");
-      auto type = none   ? 0
-                  : arad ? Hardware::Shoal::fapTypeArad
-                         : static_cast<uint32_t>(arguments.parseNumber("TYPE", 1, 255));
-      arad = type == Hardware::Shoal::fapTypeArad;
-      arguments.end();
-      // Units of the two generations must never meet in one pipeline.
-      bool otherGeneration =
-          arad != (world.shoalStatus->fapType(fapId) == Hardware::Shoal::fapTypeArad);
-      std::size_t count = requestsOn(host, fapId, Requester::acl);
-      if (otherGeneration && count > 0) {
-         throw CommandError("unit " + std::to_string(fapId.value()) + " has " +
-                            std::to_string(count) +
-                            " requests in the pipeline of its present type; withdraw them before "
-                            "it changes");
-      }
-      world.fapTypeIs(fapId, type);
-   } else if (what == "lookup") {
-      uint32_t type = arguments.accept("none") ? 0
-                      : arguments.accept("lumen")
-                          ? Hardware::Shoal::extLkupTypeLumen_
-                          : static_cast<uint32_t>(arguments.parseNumber("LOOKUP", 1, 255));
-      arguments.end();
-      std::size_t count = requestsOn(host, fapId, Requester::lumen);
-      if (type != Hardware::Shoal::extLkupTypeLumen_ && count > 0) {
-         throw CommandError("unit " + std::to_string(fapId.value()) + " has " +
-                            std::to_string(count) +
-                            " lumen or rampart requests, which need the lumen lookup; withdraw "
-                            "them first");
-      }
-      world.extLkupTypeIs(fapId, type);
-   } else if (what == "available" || what == "unavailable") {
-      arguments.end();
-      world.fapAvailableIs(fapId, what == "available");
+   uint32_t type = parseType(arguments, "arad", fapTypeArad, "TYPE");
+   // Units of the two generations must never meet in one pipeline.
+   bool otherGeneration =
+       (type == fapTypeArad) != (world.shoalStatus->fapType(unit) == fapTypeArad);
+   std::size_t count = requestsOn(host, unit, Requester::acl);
+   if (otherGeneration && count > 0) {
+      throw CommandError(
+          "unit {} has {} in the pipeline of its present type; withdraw {} before it changes",
+          unit.value(), counted(count, "request"), count == 1 ? "it" : "them");
+   }
+   world.fapTypeIs(unit, type);
+}
+
+void unitLookup(Host& host, Arguments& arguments, FapId unit) {
+   using Hardware::Shoal::extLkupTypeLumen_;
+   uint32_t type = parseType(arguments, "lumen", extLkupTypeLumen_, "LOOKUP");
+   std::size_t count = requestsOn(host, unit, Requester::lumen);
+   if (type != extLkupTypeLumen_ && count > 0) {
+      throw CommandError("unit {} has {}, which need{} the lumen lookup; withdraw {} first",
+                         unit.value(), counted(count, "lumen or rampart request"),
+                         count == 1 ? "s" : "", count == 1 ? "it" : "them");
+   }
+   host.world().extLkupTypeIs(unit, type);
+}
+
+void unit(Host& host, Arguments& arguments, std::ostream&) {
+   FapId unit = host.world().unit(arguments.next("UNIT"));
+   std::size_t what = arguments.parseChoice("WHAT", {"unavailable", "available", "type", "lookup"});
+   if (what == 2) {
+      unitType(host, arguments, unit);
+   } else if (what == 3) {
+      unitLookup(host, arguments, unit);
    } else {
-      throw CommandError("a unit has type, lookup, available and unavailable, not '" + what + "'");
+      arguments.end();
+      host.world().fapAvailableIs(unit, what == 1);
    }
 }
 
@@ -157,7 +165,7 @@ void portMap(Host& host, Arguments& arguments, std::ostream&) {
    std::optional<PortMap> place;
    if (!arguments.accept("none")) {
       FapId fapId = host.world().unit(arguments.next("UNIT"));
-      place = PortMap{fapId, static_cast<uint16_t>(arguments.parseNumber("UNITPORT", 0, 255))};
+      place = PortMap{fapId, arguments.parse<uint16_t>("UNITPORT", 0, 255)};
    }
    arguments.end();
    host.world().portMapIs(intf, place);
@@ -167,21 +175,16 @@ void systemPort(Host& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "PORT");
    std::optional<SystemPhyPortId> port;
    if (!arguments.accept("none")) {
-      port = SystemPhyPortId(
-          static_cast<uint32_t>(arguments.parseNumber("SYSTEMPORT", 0, SystemPhyPortId::null - 1)));
+      port = SystemPhyPortId(arguments.parse<uint32_t>("SYSTEMPORT", 0, SystemPhyPortId::null - 1));
    }
    arguments.end();
    host.world().systemPortIs(intf, port);
 }
 
 void portMapState(Host& host, Arguments& arguments, std::ostream&) {
-   std::size_t what = arguments.parseChoice("WHAT", {"version", "invalid", "valid"});
+   std::size_t what = arguments.parseChoice("WHAT", {"invalid", "valid", "version"});
    arguments.end();
-   if (what == 0) {
-      host.world().portMapVersionInc();
-   } else {
-      host.world().portMapValidIs(what == 2);
-   }
+   what == 2 ? host.world().portMapVersionInc() : host.world().portMapValidIs(what == 1);
 }
 
 void member(Host& host, Arguments& arguments, std::ostream&) {
@@ -192,35 +195,56 @@ void member(Host& host, Arguments& arguments, std::ostream&) {
    host.world().memberIs(lag, port, present);
 }
 
+void portChannel(Host& host, Arguments& arguments, std::ostream&) {
+   IntfId lag = parseInterface(host, arguments, "PORTCHANNEL");
+   bool present = arguments.parseChoice("add or remove", {"remove", "add"}) == 1;
+   arguments.end();
+   host.world().portChannelIs(lag, present);
+}
+
 } // namespace
 
-void addWorldCommands(Registry& registry) {
-   registry.add({"encapsulation", "SUBINTERFACE OUTER[,INNER]|none",
-                 "the configured tags of a sub-interface change", true, encapsulation});
-   registry.add({"dynamic-encapsulation", "SUBINTERFACE OUTER[,INNER]|none",
-                 "tags assigned at run time, which override the configured ones", true,
-                 dynamicEncapsulation});
-   registry.add({"delete-subinterface", "SUBINTERFACE", "a sub-interface goes, with all it had",
-                 true, deleteSubInterface});
-   registry.add({"program-in-hw", "SUBINTERFACE on|off",
-                 "whether a sub-interface is to be programmed", true, programInHw});
-   registry.add({"encap-kind", "SUBINTERFACE KIND",
-                 "the kind of its encapsulation (4: the chip matches its tags in another type)",
-                 true, encapKind});
-   registry.add({"internal-vlan", "INTERFACE VLAN|none",
-                 "the internal VLAN of a routed port changes", true, internalVlan});
-   registry.add(
-       {"vlan-domain", "PORT|PORTCHANNEL DOMAIN|none", "a VLAN domain changes", true, vlanDomain});
-   registry.add({"unit", "UNIT type arad|N|none | lookup lumen|N|none | available | unavailable",
-                 "a forwarding unit changes", true, unit});
-   registry.add({"port-map", "PORT UNIT UNITPORT | PORT none",
-                 "the place of a port's system port changes, or goes", true, portMap});
-   registry.add({"system-port", "PORT SYSTEMPORT|none", "a port takes another system port, or goes",
-                 true, systemPort});
-   registry.add({"port-map-state", "version|invalid|valid",
-                 "a new version of the port map; or whether it is whole", true, portMapState});
-   registry.add({"member", "PORTCHANNEL add|remove PORT", "a port joins or leaves a port-channel",
-                 true, member});
+std::span<Command const> worldCommands() {
+   using enum Effect;
+   static constexpr Command table[] = {
+       {"encapsulation", "SUBINTERFACE OUTER[,INNER]|none",
+        "set the configured tags of a sub-interface", change,
+        encapsulation<&World::encapsulationIs>},
+       {"dynamic-encapsulation", "SUBINTERFACE OUTER[,INNER]|none",
+        "set the tags assigned at run time, which override the configured ones", change,
+        encapsulation<&World::dynamicEncapsulationIs>},
+       {"delete-subinterface", "SUBINTERFACE", "delete a sub-interface with all that it had",
+        change, deleteSubInterface},
+       {"program-in-hw", "SUBINTERFACE on|off", "set whether a sub-interface is to be programmed",
+        change, programInHw},
+       {"encap-kind", "SUBINTERFACE KIND",
+        "set the kind of a sub-interface's encapsulation; 4: the chip matches its tags in another "
+        "type",
+        change, encapKind},
+       {"internal-vlan", "INTERFACE VLAN|none", "set the internal VLAN of a routed port", change,
+        internalVlan},
+       {"untagged-vlan", "PORT|PORTCHANNEL VLAN|none", "set the VLAN of untagged frames", change,
+        untaggedVlan},
+       {"vlan-domain", "PORT|PORTCHANNEL DOMAIN|none", "set a VLAN domain", change, vlanDomain},
+       {"unit",
+        "UNIT type arad|TYPE|none | UNIT lookup lumen|LOOKUP|none | UNIT available|unavailable",
+        "set the type or the external look-up type of a unit, or its availability", change, unit},
+       {"port-map", "PORT UNIT UNITPORT | PORT none",
+        "set the place of a port's system port; UNITPORT is the port's number on the unit, 0 to "
+        "255, and the port keeps its core",
+        change, portMap},
+       {"system-port", "PORT SYSTEMPORT|none", "set the system port of a port; none: the port goes",
+        change, systemPort},
+       {"port-map-state", "version|invalid|valid",
+        "publish a new version of the port map, or set whether the map is whole", change,
+        portMapState},
+       {"member", "PORTCHANNEL add|remove PORT",
+        "add a port to a port-channel, or remove one that is a member", change, member},
+       {"port-channel", "PORTCHANNEL add|remove",
+        "remove a port-channel, its members first, or add it again without any", change,
+        portChannel},
+   };
+   return table;
 }
 
 } // namespace Agent

@@ -16,9 +16,8 @@ Table units(Host const& host) {
            host.pipelineOf(TcamSharingRequest(IntfId(), fapId)).merged->requestIter()) {
          requests += request.fapId() == fapId ? 1 : 0;
       }
-      uint64_t entries = host.chip().isem().entriesOn(fapId) +
-                         host.chip().mapper().entriesOn(fapId) +
-                         host.chip().tunnels().entriesOn(fapId);
+      uint64_t entries = 0;
+      host.chip().forEachTable([&](auto const& of) { entries += of.entriesOn(fapId); });
       table.add({unit.fapId, unit.name, formatUnitType(world.shoalStatus->fapType(fapId)),
                  formatLookup(world.shoalStatus->fapExtLkupType(fapId)),
                  world.shoalStatus->fapAvailable(fapId), requests, entries});
@@ -59,10 +58,8 @@ Table portChannels(Host const& host) {
    Table table{"port-channels", {"port-channel", "members", "unit", "domain"}, {}};
    auto const& world = host.world();
    for (auto const& [lag, status] : world.ethIntfStatusDir->ethLagIntfStatusIter()) {
-      std::string members;
-      for (auto const& [member, present] : status->memberIter()) {
-         members += (members.empty() ? "" : ",") + member.name();
-      }
+      auto members =
+          join(status->memberIter(), ",", [](auto const& member) { return member.key.name(); });
       bool any = false;
       for (FapId unit : world.unitsOf(lag)) {
          auto entry = host.helper()->getVlanDomainForLagFap(lag, unit);
@@ -137,7 +134,7 @@ void addWorldTables(std::vector<NamedTable>& tables) {
                   {"published", "each interface's unit and VLAN domain, as published", published},
                   {"port-channels", "port-channels and their members", portChannels},
                   {"sub-interfaces", "sub-interfaces and their tags", subInterfaces},
-                  {"diagnostics", "what is odd in the inventory", diagnostics},
+                  {"diagnostics", "the diagnostics of the inventory", diagnostics},
                   {"corestate", "the mounted entities", corestate}});
 }
 

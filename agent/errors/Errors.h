@@ -1,6 +1,8 @@
 // The errors that the agent reports to its user.
 #pragma once
 
+#include "agent/text/Text.h"
+
 #include <stdexcept>
 #include <string>
 
@@ -18,6 +20,10 @@ class InventoryError : public std::runtime_error {
 class CommandError : public std::runtime_error {
  public:
    explicit CommandError(std::string const& text);
+   template<class First, class... Rest>
+   explicit CommandError(fmt::format_string<First, Rest...> format, First&& first, Rest&&... rest)
+       : CommandError(
+             fmt::format(format, std::forward<First>(first), std::forward<Rest>(rest)...)) {}
 };
 
 // A condition that does not hold.

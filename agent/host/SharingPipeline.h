@@ -25,6 +25,12 @@ inline constexpr std::size_t kRequesters = 3;
 inline constexpr std::array<std::string_view, kRequesters> requesterNames{"acl", "lumen",
                                                                           "rampart"};
 
+inline constexpr std::array<Requester, kRequesters> requesters{Requester::acl, Requester::lumen,
+                                                               Requester::rampart};
+inline std::string_view requesterName(Requester requester) {
+   return requesterNames[static_cast<std::size_t>(requester)];
+}
+
 // One configuration and one status per requester: request -> policy, request -> response.
 class SharingTables {
  public:

@@ -27,8 +27,8 @@ struct SharingRouter::Path {
 
 SharingRouter::SharingRouter(World& world, IsemPipeline& isem, MapperPipeline& mapper)
     : world_(world), isem_(isem), mapper_(mapper), tables_(world, "features"), orvFapType_(this) {
-   for (std::size_t i = 0; i < kRequesters; ++i) {
-      paths_.push_back(std::make_unique<Path>(this, static_cast<Requester>(i)));
+   for (Requester requester : requesters) {
+      paths_.push_back(std::make_unique<Path>(this, requester));
    }
    world_.shoalStatus->fapTypeCollection().watch(orvFapType_);
 }
@@ -65,8 +65,7 @@ void SharingRouter::handleStatus(Requester requester, TcamSharingRequest const& 
 void SharingRouter::handleFapType(FapId const& unit) {
    for (SharingPipeline* pipeline :
         {static_cast<SharingPipeline*>(&isem_), static_cast<SharingPipeline*>(&mapper_)}) {
-      for (std::size_t i = 0; i < kRequesters; ++i) {
-         auto requester = static_cast<Requester>(i);
+      for (Requester requester : requesters) {
          for (auto const& [request, response] :
               pipeline->sharing.status(requester)->responseIter()) {
             if (request.fapId() == unit) {

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 
 namespace Agent {
 
@@ -92,9 +91,7 @@ std::string onOneLine(std::string const& text) {
    std::string line;
    for (char c : text) {
       if (isControl(c)) {
-         char escape[8];
-         std::snprintf(escape, sizeof escape, "\\x%02x", static_cast<unsigned char>(c));
-         line += escape;
+         line += fmt::format("\\x{:02x}", static_cast<unsigned char>(c));
       } else {
          line += c;
       }
@@ -109,7 +106,7 @@ ConfigFile::ConfigFile(std::string const& content, std::string file, Inventory& 
    ParsedConfig parsed = parseConfig(content, file_);
    root_ = std::move(parsed.root);
    for (auto const& [place, key] : parsed.duplicates) {
-      report(place.empty() ? "-" : place, key, "comes twice; the later one stands");
+      report(place.empty() ? "-" : place, key, "comes twice; the later one is used");
    }
    findUnits();
 }
@@ -125,7 +122,7 @@ void ConfigFile::findUnits() {
       checkTables(root_);
       for (auto const& [key, tables] : root_.items()) {
          if (holdsTables(key, tables)) {
-            report("-", key, "stands beside the tables of a file of one unit, left out");
+            report("-", key, "is beside the tables of a file of one unit, left out");
          }
       }
       return;
@@ -135,18 +132,19 @@ void ConfigFile::findUnits() {
          continue;
       }
       if (!tables.is_object()) {
-         report("-", key, "is no object of tables, left out");
+         report("-", key, "is not an object of tables, left out");
       } else if (key == "localhost") {
          shared_.push_back(&tables);
          checkTables(tables);
          for (char const* table :
               {"PORT", "PORTCHANNEL", "VLAN", "VLAN_SUB_INTERFACE", "TUNNEL", "VXLAN_TUNNEL"}) {
             if (tables.contains(table)) {
-               report(table, "-", "describes interfaces of no unit: it belongs into one, left out");
+               report(table, "-",
+                      "describes interfaces of no unit: it belongs to a unit, left out");
             }
          }
       } else if (!canBeTyped(key)) {
-         report("-", key, "is no name of a unit, left out");
+         report("-", key, "is not the name of a unit, left out");
       } else if (std::none_of(
                      std::begin(knownTables), std::end(knownTables),
                      [&in = tables](KnownTable const& table) { return in.contains(table.name); })) {
@@ -166,8 +164,7 @@ void ConfigFile::checkTables(ConfigJson const& tables) {
          continue;
       }
       if (std::string_view meant = meantTable(table); !meant.empty()) {
-         report(table, "-",
-                "is not a known table, left out; did you mean " + std::string(meant) + "?");
+         report(table, "-", "is not a known table, left out; did you mean {}?", meant);
       } else if (letters(table).starts_with("SHOAL")) {
          report(table, "-", "is not a known table, left out; there are SHOAL_UNIT and SHOAL_PORT");
       }
@@ -182,12 +179,12 @@ std::vector<ConfigFile::Row> ConfigFile::rows(ConfigJson const& tables, std::str
       return found;
    }
    if (!at->is_object()) {
-      report(table, "-", "is no object of rows, left out");
+      report(table, "-", "is not an object of rows, left out");
       return found;
    }
    for (auto const& [key, fields] : at->items()) {
       if (!fields.is_object()) {
-         report(table, key, "is no object of fields, read as empty");
+         report(table, key, "is not an object of fields, read as empty");
       }
       found.push_back({key, fields.is_object() ? &fields : &empty});
    }
@@ -200,7 +197,7 @@ std::optional<std::pair<std::string, std::string>> ConfigFile::pairKey(std::stri
                                                                        std::string const& key) {
    auto bar = key.find('|');
    if (bar == std::string::npos || bar == 0 || bar + 1 == key.size()) {
-      report(table, key, "is no key of two parts, left out");
+      report(table, key, "is not a key of two parts, left out");
       return std::nullopt;
    }
    return std::pair(key.substr(0, bar), key.substr(bar + 1));
@@ -214,13 +211,11 @@ std::optional<uint64_t> ConfigFile::number(std::string const& table, Row const& 
    }
    auto value = wholeNumber(*at);
    if (value > max) {
-      report(table, row.key,
-             std::string(field) + " " + formatValue(*at) + " is above " + std::to_string(max) +
-                 ", left out");
+      report(table, row.key, "{} {} is above {}, left out", field, formatValue(*at), max);
       return std::nullopt;
    }
    if (!value) {
-      report(table, row.key, std::string(field) + " is no number, left out");
+      report(table, row.key, "{} is not a number, left out", field);
    }
    return value;
 }
@@ -249,7 +244,7 @@ void ConfigFile::checkFields(std::string const& table, Row const& row,
                              std::initializer_list<std::string_view> known) {
    for (auto const& [field, value] : row.fields->items()) {
       if (std::find(known.begin(), known.end(), field) == known.end()) {
-         report(table, row.key, field + " is no field of this table, left out");
+         report(table, row.key, "{} is not a field of this table, left out", field);
       }
    }
 }

@@ -3,6 +3,7 @@
 
 #include "agent/inventory/ConfigJson.h"
 #include "agent/inventory/Inventory.h"
+#include "agent/text/Text.h"
 
 #include <initializer_list>
 #include <optional>
@@ -45,7 +46,14 @@ class ConfigFile {
    // Any value, in a report: text as it is, the rest as JSON, cut where it is long.
    static std::string formatValue(ConfigJson const& value);
 
+   // Adds a diagnostic. With arguments, `text` is a format.
    void report(std::string const& table, std::string const& key, std::string const& text);
+   template<class First, class... Rest>
+   void report(std::string const& table, std::string const& key,
+               fmt::format_string<First, Rest...> text, First&& first, Rest&&... rest) {
+      report(table, key,
+             fmt::format(text, std::forward<First>(first), std::forward<Rest>(rest)...));
+   }
 
  private:
    void findUnits();

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdint>
-#include <cstdio>
 
 namespace Agent {
 
@@ -19,14 +18,11 @@ constexpr std::size_t longestShown = 24;
    std::string_view before(content.data(), offset);
    auto line = std::count(before.begin(), before.end(), '\n') + 1;
    auto column = offset - (before.rfind('\n') + 1) + 1;
-   throw InventoryError(file + ":" + std::to_string(line) + ":" + std::to_string(column) +
-                        ": error: " + reason);
+   throw InventoryError(fmt::format("{}:{}:{}: error: {}", file, line, column, reason));
 }
 
 std::string hexByte(char byte) {
-   char text[8];
-   std::snprintf(text, sizeof text, "0x%02x", static_cast<unsigned char>(byte));
-   return text;
+   return fmt::format("0x{:02x}", static_cast<unsigned char>(byte));
 }
 
 std::string shown(std::string const& token) {
@@ -196,7 +192,7 @@ ParsedConfig parseConfig(std::string const& content, std::string const& file) {
    Builder builder(content, file, parsed);
    ConfigJson::sax_parse(content, &builder);
    if (!parsed.root.is_object()) {
-      fail(file, content, 0, "the file is no JSON object of tables");
+      fail(file, content, 0, "the file is not a JSON object of tables");
    }
    return parsed;
 }

@@ -35,7 +35,7 @@ void InventoryBuilder::build() {
       // A single-unit file is its own shared part.
       bool several = file_.units().empty() || !file_.units().front().key.empty();
       if (several && tables->contains("SHOAL_PORT")) {
-         file_.report("SHOAL_PORT", "-", "names ports of no unit: it belongs into one, left out");
+         file_.report("SHOAL_PORT", "-", "names ports of no unit: it belongs to a unit, left out");
       }
    }
    for (auto const& section : file_.units()) {
@@ -82,8 +82,8 @@ void InventoryBuilder::buildUnits() {
       }
       if (unit.switchId && !taken.insert(*unit.switchId).second) {
          file_.report("DEVICE_METADATA", section.key,
-                      "switch_id " + std::to_string(*unit.switchId) + source +
-                          " is another unit's; a free one is used");
+                      "switch_id {}{} is another unit's; a free one is used", *unit.switchId,
+                      source);
          unit.switchId.reset();
       }
       facts.push_back(std::move(unit));
@@ -100,7 +100,7 @@ void InventoryBuilder::buildUnits() {
       if (id > maxUnit) {
          file_.report("-", key, "no unit id is left for it, left out");
       } else if (!unitNames.insert(name).second) {
-         file_.report("-", key, name + " is the name of another unit, left out");
+         file_.report("-", key, "{} is the name of another unit, left out", name);
       } else {
          for (std::string const& reference : {key, name, std::to_string(id), facts[i].host}) {
             unitByReference_.emplace(reference, inventory_.units.size());
@@ -174,7 +174,7 @@ bool InventoryBuilder::usable(std::string const& table, std::string const& name)
       return false;
    }
    if (!plainName(name) || name.size() > longestName || name.find('/') != std::string::npos) {
-      file_.report(table, name, "is no name of an interface, left out");
+      file_.report(table, name, "is not the name of an interface, left out");
       return false;
    }
    return true;

@@ -23,7 +23,7 @@ void InventoryBuilder::buildPorts(UnitNames& names) {
          continue;
       }
       if (!row.key.starts_with("Ethernet")) {
-         file_.report("PORT", row.key, "is no name of a port, left out");
+         file_.report("PORT", row.key, "is not the name of a port, left out");
          continue;
       }
       InventoryPort port{uniqueName(names, row.key),
@@ -38,10 +38,8 @@ void InventoryBuilder::buildPorts(UnitNames& names) {
                          ConfigFile::text(row, "role")};
       placePort(port, names, row);
       if (uint32_t cores = Hardware::Shoal::kCoresPerFap; port.core >= cores) {
-         file_.report("PORT", row.key,
-                      "a unit has cores 0 to " + std::to_string(cores - 1) + ": core " +
-                          std::to_string(port.core) + " is taken as " +
-                          std::to_string(port.core % cores));
+         file_.report("PORT", row.key, "a unit has cores 0 to {}: core {} is taken as {}",
+                      cores - 1, port.core, port.core % cores);
       }
       names.ports.emplace(row.key, inventory_.ports.size());
       inventory_.ports.push_back(std::move(port));
@@ -64,9 +62,8 @@ void InventoryBuilder::placePort(InventoryPort& port, UnitNames const& names,
    }
    if (auto const* system = systemPorts_.find(names.index, row.key)) {
       if ((core && *core != system->core) || (corePort && *corePort != system->corePort)) {
-         file_.report("PORT", row.key,
-                      "its system port is on core " + std::to_string(system->core) +
-                          ", core port " + std::to_string(system->corePort) + ", which stands");
+         file_.report("PORT", row.key, "its system port is on core {}, core port {}, which is used",
+                      system->core, system->corePort);
       }
       port.core = system->core;
       port.corePort = system->corePort;
@@ -123,17 +120,16 @@ void InventoryBuilder::reportPlaces(std::size_t first, bool numbered) {
       }
       auto [other, free] = places.emplace(std::pair(port.core, port.corePort), i);
       if (port.corePort >= portsPerCore) {
-         file_.report(source.table, source.key,
-                      std::string(source.corePortField) + " " + std::to_string(port.corePort) +
-                          " is above " + std::to_string(portsPerCore - 1) + ": the unit port is " +
-                          std::to_string(port.unitPort) +
-                          (numbered ? ", its number in the order of names"
-                                    : ", as core ports do not repeat on the unit"));
+         file_.report(source.table, source.key, "{} {} is above {}: the unit port is {}, {}",
+                      source.corePortField, port.corePort, portsPerCore - 1, port.unitPort,
+                      numbered ? "its number in the order of names"
+                               : "as core ports do not repeat on the unit");
       } else if (numbered && !free && !told) {
          told = true;
          file_.report(source.table, source.key,
-                      "core and core port are those of " + placeSources_[other->second].key +
-                          ": the unit ports are numbers in the order of names");
+                      "core and core port are those of {}: the unit ports are numbers in the "
+                      "order of names",
+                      placeSources_[other->second].key);
       }
    }
 }
@@ -148,7 +144,7 @@ void InventoryBuilder::buildPortChannels(UnitNames& names) {
          continue;
       }
       if (!row.key.starts_with("PortChannel") || parseSubInterface(row.key)) {
-         file_.report("PORTCHANNEL", row.key, "is no name of a port-channel, left out");
+         file_.report("PORTCHANNEL", row.key, "is not the name of a port-channel, left out");
          continue;
       }
       lags.push_back(row);
@@ -164,11 +160,11 @@ void InventoryBuilder::buildPortChannels(UnitNames& names) {
       auto const& [lag, port] = *key;
       members[lag].insert(port);
       if (!names.portChannels.contains(lag)) {
-         file_.report("PORTCHANNEL_MEMBER", row.key, "there is no port-channel " + lag);
+         file_.report("PORTCHANNEL_MEMBER", row.key, "there is no port-channel {}", lag);
       } else if (!names.ports.contains(port)) {
-         file_.report("PORTCHANNEL_MEMBER", row.key, "there is no port " + port);
+         file_.report("PORTCHANNEL_MEMBER", row.key, "there is no port {}", port);
       } else if (auto [other, first] = names.memberOf.emplace(port, lag); !first) {
-         file_.report("PORTCHANNEL_MEMBER", row.key, port + " is a member of " + other->second);
+         file_.report("PORTCHANNEL_MEMBER", row.key, "{} is a member of {}", port, other->second);
       } else {
          inventory_.portChannels[names.portChannels[lag]].members.push_back(
              uniqueName(names, port));
@@ -204,15 +200,15 @@ void InventoryBuilder::checkMemberList(ConfigFile::Row const& lag,
    for (std::string const& port : named) {
       if (!members.contains(port)) {
          file_.report("PORTCHANNEL", lag.key,
-                      "members has " + port +
-                          ", which has no row in PORTCHANNEL_MEMBER: it is not a member");
+                      "members has {}, which has no row in PORTCHANNEL_MEMBER: it is not a member",
+                      port);
       }
    }
    for (std::string const& port : members) {
       if (!named.contains(port)) {
          file_.report("PORTCHANNEL", lag.key,
-                      "members lacks " + port +
-                          ", which has a row in PORTCHANNEL_MEMBER: the row stands");
+                      "members lacks {}, which has a row in PORTCHANNEL_MEMBER: the row is used",
+                      port);
       }
    }
 }

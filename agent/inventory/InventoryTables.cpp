@@ -20,9 +20,8 @@ uint32_t tagOf(ConfigFile& file, ConfigFile::Row const& row, char const* field, 
    if (tag && *tag >= 1 && *tag <= maxVlan) {
       return static_cast<uint32_t>(*tag);
    }
-   file.report("VLAN_SUB_INTERFACE", row.key,
-               std::string(field) + " " + ConfigFile::formatValue(*at) +
-                   " is not a tag from 1 to " + std::to_string(maxVlan) + consequence);
+   file.report("VLAN_SUB_INTERFACE", row.key, "{} {} is not a tag from 1 to {}{}", field,
+               ConfigFile::formatValue(*at), maxVlan, consequence);
    return 0;
 }
 
@@ -34,12 +33,11 @@ void InventoryBuilder::buildVlans(UnitNames& names) {
       auto fromName = parseVlanName(row.key);
       auto id = file_.number("VLAN", row, "vlanid", UINT64_MAX);
       if (!fromName || *fromName > maxVlan) {
-         file_.report("VLAN", row.key, "is no Vlan1 to Vlan4094, left out");
+         file_.report("VLAN", row.key, "is not a name from Vlan1 to Vlan4094, left out");
          continue;
       }
       if (id && *id != *fromName) {
-         file_.report("VLAN", row.key,
-                      "vlanid " + std::to_string(*id) + " is not that of the name, which stands");
+         file_.report("VLAN", row.key, "vlanid {} is not that of the name, which is used", *id);
       }
       byName.emplace(row.key, inventory_.vlans.size());
       inventory_.vlans.push_back(
@@ -54,17 +52,17 @@ void InventoryBuilder::buildVlans(UnitNames& names) {
       auto vlan = byName.find(key->first);
       std::string port = longName(key->second);
       if (vlan == byName.end()) {
-         file_.report("VLAN_MEMBER", row.key, "there is no " + key->first);
+         file_.report("VLAN_MEMBER", row.key, "there is no {}", key->first);
       } else if (!known(names, port)) {
-         file_.report("VLAN_MEMBER", row.key, "there is no port or port-channel " + key->second);
+         file_.report("VLAN_MEMBER", row.key, "there is no port or port-channel {}", key->second);
       } else {
          names.vlanMembers.insert(port);
          bool tagged = isTagged(row);
          if (!tagged) {
             auto [first, free] = untagged.emplace(port, key->first);
             if (!free) {
-               file_.report("VLAN_MEMBER", row.key,
-                            port + " is untagged in " + first->second + ", left out");
+               file_.report("VLAN_MEMBER", row.key, "{} is untagged in {}, left out", port,
+                            first->second);
                continue;
             }
          }
@@ -78,8 +76,8 @@ bool InventoryBuilder::isTagged(ConfigFile::Row const& member) {
    if (mode != member.fields->end() && *mode != "tagged" && *mode != "untagged" &&
        *mode != "priority_tagged") {
       file_.report("VLAN_MEMBER", member.key,
-                   "tagging_mode " + ConfigFile::formatValue(*mode) +
-                       " is not tagged, untagged or priority_tagged: taken as untagged");
+                   "tagging_mode {} is not tagged, untagged or priority_tagged: taken as untagged",
+                   ConfigFile::formatValue(*mode));
    }
    return mode != member.fields->end() && *mode == "tagged";
 }
@@ -98,13 +96,14 @@ void InventoryBuilder::buildSubInterfaces(UnitNames& names) {
          continue;
       }
       if (!parsed) {
-         file_.report("VLAN_SUB_INTERFACE", row.key, "is no PARENT.1 to PARENT.99999999, left out");
+         file_.report("VLAN_SUB_INTERFACE", row.key,
+                      "is not a name from PARENT.1 to PARENT.99999999, left out");
          continue;
       }
       std::string unique = uniqueName(names, longName(name));
       if (!seen.insert(unique).second) {
          if (!address) {
-            file_.report("VLAN_SUB_INTERFACE", row.key, "is there in another form of its name");
+            file_.report("VLAN_SUB_INTERFACE", row.key, "is present in another form of its name");
          }
          continue;
       }
@@ -113,16 +112,16 @@ void InventoryBuilder::buildSubInterfaces(UnitNames& names) {
       }
       if (!known(names, parsed->parent)) {
          file_.report("VLAN_SUB_INTERFACE", row.key,
-                      "there is no port or port-channel " + parsed->parent + ", left out");
+                      "there is no port or port-channel {}, left out", parsed->parent);
          continue;
       }
       if (auto lag = names.memberOf.find(parsed->parent); lag != names.memberOf.end()) {
-         file_.report("VLAN_SUB_INTERFACE", row.key,
-                      parsed->parent + " is a member of " + lag->second);
+         file_.report("VLAN_SUB_INTERFACE", row.key, "{} is a member of {}", parsed->parent,
+                      lag->second);
       }
       bool nameIsTag = parsed->id <= maxVlan;
       if (!row.fields->contains("vlan") && !nameIsTag) {
-         file_.report("VLAN_SUB_INTERFACE", row.key, "has no vlan, and its id is no tag");
+         file_.report("VLAN_SUB_INTERFACE", row.key, "has no vlan, and its id is not a tag");
       }
       uint32_t outer = tagOf(file_, row, "vlan", nameIsTag ? parsed->id : 0, ": it has no tags");
       uint32_t inner = tagOf(file_, row, "inner_vlan", 0, ": it has no inner tag");
@@ -141,7 +140,7 @@ void InventoryBuilder::buildRoutedPorts(UnitNames& names) {
             continue;
          }
          if (!known(names, name)) {
-            file_.report(table, row.key, "there is no port or port-channel " + name);
+            file_.report(table, row.key, "there is no port or port-channel {}", name);
             continue;
          }
          while (next > 0 && vlans_.contains(next)) {
@@ -165,11 +164,11 @@ void InventoryBuilder::buildVlanInterfaces(UnitNames& names) {
          continue;
       }
       if (!id || *id < 1 || *id > maxVlan) {
-         file_.report("VLAN_INTERFACE", row.key, "is no Vlan1 to Vlan4094, left out");
+         file_.report("VLAN_INTERFACE", row.key, "is not a name from Vlan1 to Vlan4094, left out");
          continue;
       }
       if (!vlans_.contains(static_cast<uint32_t>(*id))) {
-         file_.report("VLAN_INTERFACE", row.key, "there is no " + name);
+         file_.report("VLAN_INTERFACE", row.key, "there is no {}", name);
       }
       inventory_.vlanInterfaces.push_back(
           {uniqueName(names, name), static_cast<uint32_t>(*id), names.unit->fapId});
@@ -202,16 +201,15 @@ void InventoryBuilder::checkTunnelMaps(UnitNames const& names) {
          continue;
       }
       if (tunnels == names.tables->end() || !tunnels->contains(key->first)) {
-         file_.report("VXLAN_TUNNEL_MAP", row.key,
-                      "there is no tunnel " + key->first + ", left out");
+         file_.report("VXLAN_TUNNEL_MAP", row.key, "there is no tunnel {}, left out", key->first);
       }
       auto vlan = row.fields->find("vlan");
       if (vlan == row.fields->end()) {
          file_.report("VXLAN_TUNNEL_MAP", row.key, "has no vlan, left out");
       } else if (!vlan->is_string() || vlans == names.tables->end() ||
                  !vlans->contains(vlan->get<std::string>())) {
-         file_.report("VXLAN_TUNNEL_MAP", row.key,
-                      "there is no " + ConfigFile::formatValue(*vlan) + ", left out");
+         file_.report("VXLAN_TUNNEL_MAP", row.key, "there is no {}, left out",
+                      ConfigFile::formatValue(*vlan));
       }
    }
 }
@@ -219,7 +217,7 @@ void InventoryBuilder::checkTunnelMaps(UnitNames const& names) {
 void InventoryBuilder::checkMembers(UnitNames& names) {
    for (auto const& [port, lag] : names.memberOf) {
       if (names.vlanMembers.contains(port)) {
-         file_.report("VLAN_MEMBER", port, "is a member of " + lag + " and of a VLAN");
+         file_.report("VLAN_MEMBER", port, "is a member of {} and of a VLAN", lag);
       }
    }
 }
@@ -231,15 +229,15 @@ void InventoryBuilder::checkAcls(UnitNames& names) {
          continue;
       }
       if (!ports->is_array()) {
-         file_.report("ACL_TABLE", row.key, "ports is no list");
+         file_.report("ACL_TABLE", row.key, "ports is not a list");
          continue;
       }
       for (auto const& port : *ports) {
          if (!port.is_string()) {
-            file_.report("ACL_TABLE", row.key, "a port is no name");
+            file_.report("ACL_TABLE", row.key, "a port is not a name");
          } else if (std::string name = longName(port.get<std::string>());
                     !known(names, name) && !parseVlanName(name)) {
-            file_.report("ACL_TABLE", row.key, "there is no port or port-channel " + name);
+            file_.report("ACL_TABLE", row.key, "there is no port or port-channel {}", name);
          }
       }
    }

@@ -14,7 +14,7 @@ void SystemPorts::read(ConfigJson const& tables) {
       ++inventory_.systemPorts;
       auto bar = row.key.rfind('|');
       if (bar == std::string::npos || bar == 0 || bar + 1 == row.key.size()) {
-         file_.report("SYSTEM_PORT", row.key, "is no key of host, asic and port, left out");
+         file_.report("SYSTEM_PORT", row.key, "is not a key of host, asic and port, left out");
          continue;
       }
       auto id = file_.number("SYSTEM_PORT", row, "system_port_id", maxSystemPort);
@@ -36,13 +36,12 @@ void SystemPorts::read(ConfigJson const& tables) {
       auto [place, free] =
           places.emplace(std::tuple(port.switchId, port.core, port.corePort), row.key);
       if (!free) {
-         file_.report("SYSTEM_PORT", row.key, "is on the place of " + place->second);
+         file_.report("SYSTEM_PORT", row.key, "is on the place of {}", place->second);
       }
       if (same != byKey_.end()) {
          file_.report("SYSTEM_PORT", row.key, "contradicts an earlier row of this key, left out");
       } else if (!ids_.insert(port.id).second) {
-         file_.report("SYSTEM_PORT", row.key,
-                      "system_port_id " + std::to_string(port.id) + " is taken, left out");
+         file_.report("SYSTEM_PORT", row.key, "system_port_id {} is taken, left out", port.id);
       } else {
          switchIds_.emplace(port.host(), port.switchId);
          rowUnits_.insert(port.switchId);
@@ -59,8 +58,8 @@ std::optional<uint32_t> SystemPorts::switchIdOf(std::string const& host) const {
 
 void SystemPorts::reportUnknown(Row const& row) {
    if (unknownUnits_.insert(row.switchId).second) {
-      file_.report("SYSTEM_PORT", row.key,
-                   "unit " + std::to_string(row.switchId) + " is known by its system ports only");
+      file_.report("SYSTEM_PORT", row.key, "unit {} is known by its system ports only",
+                   row.switchId);
    }
 }
 
@@ -86,8 +85,8 @@ void SystemPorts::assign(std::vector<Unit> const& units) {
       } else if (named == byHost.end()) {
          strangers.push_back(i);
       } else if (named->second != numbered->second) {
-         file_.report("SYSTEM_PORT", row.key,
-                      "switch_id is that of " + units[numbered->second].name);
+         file_.report("SYSTEM_PORT", row.key, "switch_id is that of {}",
+                      units[numbered->second].name);
       }
       if (named != byHost.end()) {
          ofUnit_[named->second].emplace(row.port(), i);
@@ -98,22 +97,21 @@ void SystemPorts::assign(std::vector<Unit> const& units) {
       Row const& row = rows_[i];
       std::size_t unit = bySwitchId.at(row.switchId);
       if (!ofUnit_[unit].emplace(row.port(), i).second) {
-         file_.report("SYSTEM_PORT", row.key,
-                      units[unit].name + " has another row for this port, left out");
+         file_.report("SYSTEM_PORT", row.key, "{} has another row for this port, left out",
+                      units[unit].name);
       } else if (told.insert(row.host()).second) {
          file_.report("SYSTEM_PORT", row.key,
-                      row.host() + " names no unit of this file; by its switch_id it is taken as " +
-                          units[unit].name);
+                      "{} names no unit of this file; by its switch_id it is taken as {}",
+                      row.host(), units[unit].name);
       }
    }
    for (std::size_t i = 0; i < units.size(); ++i) {
       if (units[i].single && ofUnit_[i].empty() && !rows_.empty()) {
          file_.report(
-             "SYSTEM_PORT", "-",
-             (units[i].hosts.empty()
-                  ? "DEVICE_METADATA has no hostname or switch_id to find the unit's rows by"
-                  : "no row is for " + units[i].hosts.front()) +
-                 std::string(": ports are placed and numbered without them"));
+             "SYSTEM_PORT", "-", "{}: ports are placed and numbered without them",
+             units[i].hosts.empty()
+                 ? "DEVICE_METADATA has no hostname or switch_id to find the unit's rows by"
+                 : "no row is for " + units[i].hosts.front());
       }
    }
 }
@@ -134,8 +132,8 @@ void SystemPorts::checkPorts(std::size_t unit,
    }
    std::sort(missing.begin(), missing.end());
    for (std::size_t row : missing) {
-      file_.report("SYSTEM_PORT", rows_[row].key,
-                   "there is no port " + rows_[row].port() + ", left out");
+      file_.report("SYSTEM_PORT", rows_[row].key, "there is no port {}, left out",
+                   rows_[row].port());
    }
 }
 

@@ -1,7 +1,8 @@
 #include "agent/text/Printable.h"
 
+#include "agent/text/Text.h"
+
 #include <algorithm>
-#include <cstdio>
 
 namespace Agent {
 
@@ -23,7 +24,7 @@ std::string firstOf(std::string_view text, std::size_t size) {
 std::string shortened(std::string_view text, std::size_t longest, std::size_t shown) {
    return text.size() <= longest
               ? std::string(text)
-              : firstOf(text, shown) + " (" + std::to_string(text.size()) + " characters)";
+              : fmt::format("{} ({} characters)", firstOf(text, shown), text.size());
 }
 
 std::string shownWord(std::string_view word) {
@@ -32,7 +33,7 @@ std::string shownWord(std::string_view word) {
       return shortened(word, longestWord, shownOfWord);
    }
    word = word.substr(1, word.size() - 2);
-   return "'" + firstOf(word, shownOfWord) + "' (" + std::to_string(word.size()) + " characters)";
+   return fmt::format("'{}' ({} characters)", firstOf(word, shownOfWord), word.size());
 }
 
 } // namespace
@@ -47,9 +48,8 @@ std::string printable(std::string_view text) {
    }
    std::string escaped;
    for (char c : shortened(shown, longestText, longestText)) {
-      char code[8];
-      std::snprintf(code, sizeof code, "\\x%02x", static_cast<unsigned char>(c));
-      escaped += isControl(c) && c != '\n' ? code : std::string(1, c);
+      escaped += isControl(c) && c != '\n' ? fmt::format("\\x{:02x}", static_cast<unsigned char>(c))
+                                           : std::string(1, c);
    }
    return escaped;
 }

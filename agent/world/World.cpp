@@ -74,10 +74,10 @@ void World::fillPortChannel(InventoryPortChannel const& lag) {
 
 void World::requireSubInterface(IntfId subIntf) const {
    if (!SubIntfId::isSubIntfId(subIntf)) {
-      throw CommandError(subIntf.name() + " is no sub-interface");
+      throw CommandError("{} is not a sub-interface", subIntf.name());
    }
    if (!subIntfConfigDir->subIntfConfigHas(subIntf)) {
-      throw CommandError(subIntf.name() + " was deleted");
+      throw CommandError("{} was deleted", subIntf.name());
    }
 }
 
@@ -132,7 +132,7 @@ void World::encapKindIs(IntfId subIntf, uint32_t kind) {
 
 void World::internalVlanIs(IntfId routedPort, VlanIdOrNone vlan) {
    if (!isRouted(routedPort)) {
-      throw CommandError(routedPort.name() + " is no routed port");
+      throw CommandError("{} is not a routed port", routedPort.name());
    }
    // 0 counts as none; the entry stays, so that the port is still known as routed.
    intfVlanIdTable->internalVlanIdIs(routedPort, vlan);
@@ -141,7 +141,7 @@ void World::internalVlanIs(IntfId routedPort, VlanIdOrNone vlan) {
 void World::vlanDomainIs(IntfId intf, std::optional<VlanDomain> domain) {
    if (SubIntfId::isSubIntfId(intf) ||
        (!isPort(intf) && !PortChannelIntfId::isPortChannelIntfId(intf))) {
-      throw CommandError(intf.name() + " is neither a port nor a port-channel");
+      throw CommandError("{} is neither a port nor a port-channel", intf.name());
    }
    if (!isPort(intf)) {
       lagDomain_.set(intf, domain ? domain->value() : 0);
@@ -150,7 +150,7 @@ void World::vlanDomainIs(IntfId intf, std::optional<VlanDomain> domain) {
    }
    PortMap place = placeOf(intf);
    if (place.isNull()) {
-      throw CommandError(intf.name() + " is on no unit");
+      throw CommandError("{} is on no unit", intf.name());
    }
    if (domain) {
       vlanDomainStatus->portTunnelDataIs(place, PortTunnelData{*domain});
@@ -209,16 +209,17 @@ void World::enterPlace(IntfId port, PortMap place) {
 void World::requireFree(PortMap place, IntfId port) const {
    IntfId other = scsd->portMapToIntf(place);
    if (other != IntfId() && other != port) {
-      throw CommandError("port " + std::to_string(place.fapPortId) + " of unit " +
-                         std::to_string(place.fapId.value()) + " is taken by " + other.name());
+      throw CommandError("port {} of unit {} is taken by {}", place.fapPortId, place.fapId.value(),
+                         other.name());
    }
 }
 
 void World::portMapIs(IntfId port, std::optional<PortMap> place) {
    SystemPhyPortId systemPort = shoalStatus->sysPhyPortId(port);
    if (systemPort.value() == SystemPhyPortId::null) {
-      throw CommandError(port.name() + (isPortOfInventory(port) ? " has no system port"
-                                                                : " is no port of the inventory"));
+      throw CommandError("{} {}", port.name(),
+                         isPortOfInventory(port) ? "has no system port"
+                                                 : "is not a port of the inventory");
    }
    PortMap old = shoalStatus->portMap(systemPort);
    if (place) {
@@ -236,12 +237,11 @@ void World::portMapIs(IntfId port, std::optional<PortMap> place) {
 
 void World::systemPortIs(IntfId port, std::optional<SystemPhyPortId> systemPort) {
    if (!isPortOfInventory(port)) {
-      throw CommandError(port.name() + " is no port of the inventory");
+      throw CommandError("{} is not a port of the inventory", port.name());
    }
    for (auto const& [other, taken] : shoalStatus->sysPhyPortIdIter()) {
       if (systemPort && other != port && taken == *systemPort) {
-         throw CommandError("system port " + std::to_string(taken.value()) + " is taken by " +
-                            other.name());
+         throw CommandError("system port {} is taken by {}", taken.value(), other.name());
       }
    }
    PortMap place = systemPort ? shoalStatus->portMap(*systemPort) : PortMap();
@@ -281,17 +281,17 @@ void World::refreshAround(IntfId portOrLag) {
 void World::memberIs(IntfId lag, IntfId port, bool present) {
    auto status = ethIntfStatusDir->ethLagIntfStatus(lag);
    if (!status || !isPortOfInventory(port)) {
-      throw CommandError(lag.name() + " and " + port.name() + " are no port-channel and port");
+      throw CommandError("{} and {} are not a port-channel and a port", lag.name(), port.name());
    }
    for (auto const& [other, otherStatus] : ethIntfStatusDir->ethLagIntfStatusIter()) {
       if (present && other != lag && otherStatus->memberHas(port)) {
-         throw CommandError(port.name() + " is a member of " + other.name() +
-                            "; remove it there first");
+         throw CommandError("{} is a member of {}; remove it there first", port.name(),
+                            other.name());
       }
    }
    if (present == status->memberHas(port)) {
       if (!present) {
-         throw CommandError(port.name() + " is not a member of " + lag.name());
+         throw CommandError("{} is not a member of {}", port.name(), lag.name());
       }
       return;
    }

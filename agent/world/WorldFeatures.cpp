@@ -66,7 +66,7 @@ void World::leaveLag(IntfId lag, IntfId port) {
 
 void World::portChannelIs(IntfId lag, bool present) {
    if (!PortChannelIntfId::isPortChannelIntfId(lag) || SubIntfId::isSubIntfId(lag)) {
-      throw CommandError(lag.name() + " is no port-channel");
+      throw CommandError("{} is not a port-channel", lag.name());
    }
    if (present) {
       ethIntfStatusDir->ethLagIntfStatusIs(lag);
@@ -85,7 +85,7 @@ void World::portChannelIs(IntfId lag, bool present) {
 void World::untaggedVlanIs(IntfId intf, VlanIdOrNone vlan) {
    if (intf.l3Flood() || SubIntfId::isSubIntfId(intf) ||
        (!isPort(intf) && !PortChannelIntfId::isPortChannelIntfId(intf))) {
-      throw CommandError(intf.name() + " is neither a port nor a port-channel");
+      throw CommandError("{} is neither a port nor a port-channel", intf.name());
    }
    if (vlan.value() == 0) {
       untaggedVlanDir->untaggedVlanDel(intf);

@@ -65,17 +65,16 @@ IntfId WorldView::interface(std::string_view typed) const {
    bool flood = typed.ends_with(floodMark);
    auto found = inventory_.find(flood ? typed.substr(0, typed.size() - floodMark.size()) : typed);
    if (found.name.empty()) {
-      std::string text = "there is no interface '" + std::string(typed) + "'";
-      for (std::size_t i = 0; i < std::min<std::size_t>(found.candidates.size(), 5); ++i) {
-         text += (i == 0 ? "; did you mean " : ", ") + found.candidates[i];
-      }
-      throw CommandError(text);
+      bool any = !found.candidates.empty();
+      found.candidates.resize(std::min<std::size_t>(found.candidates.size(), 5));
+      throw CommandError("there is no interface '{}'{}{}", typed, any ? "; did you mean " : "",
+                         join(found.candidates, ", "));
    }
    if (!flood) {
       return IntfId(found.name);
    }
    if (!isRouted(IntfId(found.name))) {
-      throw CommandError(found.name + " is no routed port, so it has no flood entry");
+      throw CommandError("{} is not a routed port, so it has no flood entry", found.name);
    }
    return IntfId(found.name + std::string(floodMark));
 }
@@ -121,7 +120,7 @@ std::vector<IntfId> WorldView::interfaces(std::string_view pattern) const {
       }
    }
    if (found.empty()) {
-      throw CommandError("no interface matches '" + std::string(pattern) + "'");
+      throw CommandError("no interface matches '{}'", pattern);
    }
    return found;
 }
@@ -132,11 +131,10 @@ FapId WorldView::unit(std::string_view typed) const {
          return FapId(unit.fapId);
       }
    }
-   std::string known;
-   for (auto const& unit : inventory_.units) {
-      known += (known.empty() ? "" : ", ") + std::to_string(unit.fapId) + " (" + unit.name + ")";
-   }
-   throw CommandError("the inventory has no unit '" + std::string(typed) + "'; it has " + known);
+   throw CommandError("the inventory has no unit '{}'; it has {}", typed,
+                      join(inventory_.units, ", ", [](InventoryUnit const& unit) {
+                         return fmt::format("{} ({})", unit.fapId, unit.name);
+                      }));
 }
 
 InventoryUnit const& WorldView::inventoryUnit(FapId unit) const {
@@ -155,14 +153,10 @@ std::vector<FapId> WorldView::unitsOf(IntfId intf) const {
       intf = SubIntfId::parentIntfId(intf);
    }
    std::set<FapId> units;
-   auto addPort = [&](IntfId port) {
-      FapId unit = placeOf(port).fapId;
-      if (!unit.isNull()) {
+   for (IntfId port : portsOf(intf)) {
+      if (FapId unit = placeOf(port).fapId; !unit.isNull()) {
          units.insert(unit);
       }
-   };
-   for (IntfId port : portsOf(intf)) {
-      addPort(port);
    }
    auto addNamed = [&](auto const& list) {
       for (auto const& each : list) {
@@ -216,7 +210,7 @@ SystemTcamId WorldView::tcam(std::string_view typed) const {
    auto colon = typed.rfind(':');
    if (colon == std::string_view::npos || typed.substr(colon + 1).size() != 1 ||
        typed[colon + 1] < '0' || typed[colon + 1] >= static_cast<char>('0' + kCoresPerFap)) {
-      throw CommandError("a TCAM is UNIT:CORE with core 0 or 1, not '" + std::string(typed) + "'");
+      throw CommandError("a TCAM is UNIT:CORE with core 0 or 1, not '{}'", typed);
    }
    return Hardware::Shoal::fapLocalCoreIdToSystemTcamId(
        shoalStatus, unit(typed.substr(0, colon)), static_cast<uint32_t>(typed[colon + 1] - '0'));
@@ -227,7 +221,7 @@ std::string WorldView::tcamName(SystemTcamId tcam) const {
       for (uint32_t core = 0; core < kCoresPerFap; ++core) {
          if (tcam ==
              Hardware::Shoal::fapLocalCoreIdToSystemTcamId(shoalStatus, FapId(unit.fapId), core)) {
-            return unit.name + ":" + std::to_string(core);
+            return fmt::format("{}:{}", unit.name, core);
          }
       }
    }

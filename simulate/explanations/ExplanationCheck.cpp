@@ -13,8 +13,10 @@ namespace {
 
 std::string formatProblems(Host& host) {
    std::ostringstream out;
-   Arguments arguments(split("--format json", " "));
-   commandRegistry().find("problems")->run(host, arguments, out);
+   std::vector<std::string> words{"problems", "--format", "json"};
+   Command const& command = commandRegistry().take(words);
+   Arguments arguments(words);
+   command.run(host, arguments, out);
    return out.str();
 }
 

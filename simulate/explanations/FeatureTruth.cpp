@@ -55,7 +55,7 @@ class FeatureTruth {
             return (*parts)[0] == each.first.name() && (*parts)[1] == std::to_string(each.second);
          });
       }
-      if (auto parts = fit(sentence, "So have % more words something")) {
+      if (auto parts = fit(sentence, "More words with a value in this field: %")) {
          return (*parts)[0] == std::to_string(strange().size() - 3);
       }
       if (sentence == "The answer to the last request still stands") {
@@ -70,7 +70,7 @@ class FeatureTruth {
       if (auto parts = fit(sentence, "Not in the word of %: %")) {
          return wanted_ && !inWords() && isAbsent((*parts)[0], (*parts)[1]);
       }
-      if (auto parts = fit(sentence, "% of % words carry it")) {
+      if (auto parts = fit(sentence, "Words that carry it: % of %")) {
          auto carrying = std::count_if(words_.begin(), words_.end(),
                                        [&](auto const& word) { return carries(word); });
          return (*parts)[0] == std::to_string(carrying) &&

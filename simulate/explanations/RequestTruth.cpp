@@ -59,7 +59,7 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
           says(("Its earlier entry " + entry.key + " is still in hardware").c_str()) ||
           says(("It is still recorded at " + entry.key).c_str()) ||
           says(("It is still recorded at its earlier entry " + entry.key).c_str()) ||
-          (policy_ != 0 && says("So are "));
+          (policy_ != 0 && says("More such entries: "));
       require(!entry.held || told, "silent on " + entry.key);
    }
    require(policy_ == 0 || response_.status != 1 || response_.policyId.value() == policy_ ||
@@ -139,7 +139,7 @@ bool RequestTruth::isLeft(std::string const& sentence) const {
                           entry.heldBack || witness_.saw(Witness::Event::answerLost, entry.key))));
              });
    }
-   if (auto parts = fit(sentence, "So are % more")) {
+   if (auto parts = fit(sentence, "More such entries: %")) {
       return std::to_string(
                  std::count_if(left_.begin(), left_.end(),
                                [](Entry const& entry) { return entry.held.has_value(); }) -

@@ -43,9 +43,11 @@ struct Stopped {};
 std::vector<std::string> wordsOf(std::string const& line) {
    try {
       auto words = Agent::splitWords(line);
-      return !words.empty() && Agent::commandRegistry().find(words[0]) != nullptr
-                 ? words
-                 : std::vector<std::string>();
+      if (!words.empty()) {
+         auto rest = words;
+         (void)Agent::commandRegistry().take(rest);
+      }
+      return words;
    } catch (Agent::CommandError const&) {
       return {};
    }
@@ -76,11 +78,10 @@ class FuzzedAgent {
 
    // A command as it is, without rehearsal.
    void carryOut(std::vector<std::string> words) {
-      auto const* command = Agent::commandRegistry().find(words[0]);
-      words.erase(words.begin());
+      auto const& command = Agent::commandRegistry().take(words);
       Agent::Arguments arguments(std::move(words));
       std::ostringstream out;
-      command->run(host_, arguments, out);
+      command.run(host_, arguments, out);
    }
 
    void tryOut(std::string const& line) {
@@ -125,7 +126,7 @@ std::optional<std::size_t> stopOf(Lines const& lines) {
 
 bool changes(std::string const& line) {
    auto words = wordsOf(line);
-   return !words.empty() && Agent::commandRegistry().find(words[0])->changes;
+   return !words.empty() && Agent::commandRegistry().take(words).changes();
 }
 
 // Whether the rehearsal of a line refuses it behind those in front of it.

@@ -90,7 +90,7 @@ TEST(FeatureScenarioTest, WhatWouldStopTheLibraryIsRefused) {
             std::pair{"feature x u/3/Ethernet0 own 1 1", "there is no request directory 'x'"},
             std::pair{"withdraw-feature qos u/3/Ethernet0 own 1", "asks for nothing there"},
             std::pair{"tcam-layout u/3:0 1 60 8", "does not fit into 64 bits"},
-            std::pair{"port-channel u/3/Ethernet0 remove", "is no port-channel"},
+            std::pair{"port-channel u/3/Ethernet0 remove", "is not a port-channel"},
             std::pair{"untagged-vlan u/3/Ethernet0.5 7", "neither a port nor a port-channel"},
             std::pair{"feature-directory x remove", "there is no directory 'x'"},
         }) {

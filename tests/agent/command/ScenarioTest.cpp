@@ -1,6 +1,8 @@
 #include "tests/agent/command/Scenario.h"
+#include "agent/command/Reference.h"
 #include "agent/command/Tables.h"
 #include "agent/inventory/FileContent.h"
+#include "agent/simulate/SimulateCommands.h"
 #include "platform/Trace/Trace.h"
 
 #include <filesystem>
@@ -32,35 +34,36 @@ TEST(ScenarioTest, BadInputNamesThePlaceAndTheReason) {
             Case{"request acl u/0/Ethernet0.5 own qos=0", "withdraw the request instead"},
             Case{"request acl u/0/Ethernet0.5 own size=1", "not 'size=1'"},
             Case{"request acl u/0/Ethernet0.5 own 5 6", "'6' is one word too many"},
-            Case{"request acl u/0/Ethernet0.5 own flood 7 5", "is no flood entry"},
-            Case{"request acl u/0/Ethernet0-L3Flood own 5", "is no routed port"},
+            Case{"request acl u/0/Ethernet0.5 own flood 7 5", "is not a flood entry"},
+            Case{"request acl u/0/Ethernet0-L3Flood own 5", "is not a routed port"},
             Case{"request acl u/0/Ethernet8-L3Flood own flood 5000 5", "VLAN is 1 to 4094"},
             Case{"request acl u/2/Ethernet0 own 5", "above 128"},
-            Case{"request acl u/1/Ethernet0 own lumen=1", "not the acl feature's to ask for"},
+            Case{"request acl u/1/Ethernet0 own lumen=1", "cannot ask for the lumen label"},
             Case{"request lumen u/0/Ethernet0.5 own lumen=1", "has no lumen lookup"},
             Case{"request rampart u/0/Ethernet0.5 own lumen=1", "has no lumen lookup"},
             Case{"request lumen u/1/Ethernet0 own qos=1,lumen=1", "asks for lumen= only"},
             Case{"withdraw acl u/0/Ethernet0.5 own", "asks for nothing there"},
             Case{"encapsulation u/0/Ethernet0.5 0", "OUTER is 1 to 4094"},
             Case{"encapsulation u/0/Ethernet0.5 5,", "INNER is a number, not ''"},
-            Case{"encapsulation u/0/Ethernet0 5", "is no sub-interface"},
+            Case{"encapsulation u/0/Ethernet0 5", "is not a sub-interface"},
             Case{"program-in-hw u/0/Ethernet0.5 maybe", "on or off is one of off, on, not 'maybe'"},
-            Case{"internal-vlan u/0/Ethernet0 5", "is no routed port"},
+            Case{"internal-vlan u/0/Ethernet0 5", "is not a routed port"},
             Case{"vlan-domain u/0/Ethernet0.5 3", "neither a port nor a port-channel"},
             Case{"vlan-domain u/0/Ethernet0 255", "DOMAIN is 1 to 254"},
             Case{"unit 0 colour red", "not 'colour'"},
             Case{"port-map u/0/Ethernet0 0 1", "is taken by u/0/Ethernet4"},
             Case{"port-map u/0/Vlan9 none", "there is no interface"},
-            Case{"port-map u/0/PortChannel1 none", "is no port of the inventory"},
+            Case{"port-map u/0/PortChannel1 none", "is not a port of the inventory"},
             Case{"system-port u/0/Ethernet0 16384", "SYSTEMPORT is 0 to 16383"},
             Case{"system-port u/0/Ethernet0 1", "system port 1 is taken by u/0/Ethernet4"},
             Case{"port-map-state dirty", "not 'dirty'"},
             Case{"chip refuse next 1 table sem", "not 'sem'"},
             Case{"chip refuse next 1 units 3", "'units' is one word too many"},
-            Case{"member u/0/PortChannel1 add u/0/Tunnel-t", "are no port-channel and port"},
+            Case{"member u/0/PortChannel1 add u/0/Tunnel-t", "are not a port-channel and a port"},
             Case{"chip refuse next 0", "N is 1 to"},
             Case{"chip lose often 1.5", "PROBABILITY is 0 to 1"},
-            Case{"chip explode", "not 'explode'"},
+            Case{"chip explode", "clear-faults, defer, delay"},
+            Case{"chip", "WHAT is missing behind chip"},
             Case{"advance -1", "SECONDS is 0 to"},
             Case{"advance soon", "SECONDS is a number"},
             Case{"advance nan", "SECONDS is a number"},
@@ -173,13 +176,15 @@ TEST(RehearsalTest, AnOldAnswerBehindARemovalIsRefused) {
 
 TEST(RehearsalTest, UnitsWithRequestsKeepTheirTypeAndLookup) {
    std::string label = "request lumen u/1/Vlan9 1 lumen=3\nsettle\n";
-   EXPECT_THAT(refusal(label + "unit 1 lookup none"), HasSubstr("1 lumen or rampart requests"));
+   EXPECT_THAT(refusal(label + "unit 1 lookup none"),
+               HasSubstr("1 lumen or rampart request, which needs the lumen lookup; withdraw it"));
    expectSound(label +
                "withdraw lumen u/1/Vlan9 1\nsettle\nunit 1 lookup none\nexpect count responses 0");
    for (char const* change : {"request acl u/0/Ethernet0.5 own 5\nunit 0 type 2",
                               "request acl u/0/Ethernet0.5 own 5\nunit 0 type none",
                               "request acl u/3/Ethernet0.5 own 5\nunit 3 type arad"}) {
-      EXPECT_THAT(refusal(change), HasSubstr("1 requests in the pipeline of its present type"));
+      EXPECT_THAT(refusal(change),
+                  HasSubstr("1 request in the pipeline of its present type; withdraw it before"));
    }
    expectSound("request acl u/3/Ethernet0.5 own 5\nunit 3 type 7\nsettle\n"
                "expect status acl u/3/Ethernet0.5 own success");
@@ -356,12 +361,21 @@ TEST(AgentTest, OutputIsTheSameEachTimeAndJsonIsJson) {
    EXPECT_EQ(documents, namedTables().size() + 1);
 }
 
-TEST(AgentTest, EveryCommandIsDocumented) {
-   std::string document = fileContent("docs/agent.md").value();
+TEST(AgentTest, WhatIsMadeFromTheRegistryIsUpToDate) {
+   addSimulateCommands(commandRegistry());
+   std::ostringstream table;
+   printMarkdown(table);
+   EXPECT_THAT(fileContent("docs/agent.md").value(),
+               HasSubstr("<!-- commands -->\n" + table.str() + "<!-- end of commands -->\n"))
+       << "scripts/update-commands writes it";
+   std::ostringstream words;
+   printDictionary(words);
+   EXPECT_THAT(fileContent("tests/fuzz/scenario.dict").value(),
+               HasSubstr("and tables.\n" + words.str() + "# Names of"))
+       << "scripts/update-commands writes it";
    for (auto const& [name, command] : commandRegistry().commands()) {
-      EXPECT_NE(document.find("`" + name), std::string::npos) << name;
       EXPECT_FALSE(command.help.empty());
-      expectSound("help " + name);
+      EXPECT_THAT(run("help " + std::string(name)).out, HasSubstr(command.help));
    }
 }
 

@@ -20,9 +20,9 @@ TEST(InventoryReportTest, NothingIsDroppedSilently) {
        auto const& [tables, reports] : {
            Case{R"("lc1|a0": {"PORT": {}}, "asic0": {"PORT": {"Ethernet0": {}}}, "localhost": {},
                     "FLEX_COUNTER_TABLE": {"PORT": {"FLEX_COUNTER_STATUS": "enable"}})",
-                {"- asic0: stands beside the tables of a file of one unit, left out",
-                 "- lc1|a0: stands beside the tables of a file of one unit, left out",
-                 "- localhost: stands beside the tables of a file of one unit, left out"}},
+                {"- asic0: is beside the tables of a file of one unit, left out",
+                 "- lc1|a0: is beside the tables of a file of one unit, left out",
+                 "- localhost: is beside the tables of a file of one unit, left out"}},
            Case{
                R"("SHOAL_PORTS": {}, "SHOALPORT": {}, "shoal-unit": {}, "SHOAL_CORE": {},
                     "VLAN_SUB_INTERFACES": {}, "PORT_CHANNEL": {}, "SYSTEMPORT": {})",
@@ -51,7 +51,7 @@ TEST(InventoryReportTest, NothingIsDroppedSilently) {
            Case{R"("PORTCHANNEL": {"PortChannel1": {"members": []}},
                     "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}})",
                 {"PORTCHANNEL PortChannel1: members lacks Ethernet0, which has a row in "
-                 "PORTCHANNEL_MEMBER: the row stands"}},
+                 "PORTCHANNEL_MEMBER: the row is used"}},
            Case{R"("VLAN": {"Vlan10": {}, "Vlan20": {}},
                     "VLAN_MEMBER": {"Vlan10|Ethernet0": {}, "Vlan20|Ethernet0": {"tagging_mode": "untagged"},
                                     "Vlan20|Ethernet4": {"tagging_mode": "Tagged"},
@@ -62,7 +62,7 @@ TEST(InventoryReportTest, NothingIsDroppedSilently) {
            Case{R"("VLAN": {"Vlan10": {}}, "VXLAN_TUNNEL": {"t": {}},
                     "VXLAN_TUNNEL_MAP": {"t|a": {"vlan": "Vlan10"}, "t|b": {"vlan": "Vlan11"}, "t|c": {},
                                          "u|d": {"vlan": "Vlan10"}, "t": {}})",
-                {"VXLAN_TUNNEL_MAP t: is no key of two parts, left out",
+                {"VXLAN_TUNNEL_MAP t: is not a key of two parts, left out",
                  "VXLAN_TUNNEL_MAP t|b: there is no Vlan11, left out",
                  "VXLAN_TUNNEL_MAP t|c: has no vlan, left out",
                  "VXLAN_TUNNEL_MAP u|d: there is no tunnel u, left out"}},
@@ -81,7 +81,7 @@ TEST(InventoryReportTest, NothingIsDroppedSilently) {
                                       "u|0": {"PORT": {}, "SHOAL_PROT": {}}})",
                                   "f")),
              (Lines{"SHOAL_UNITS -: is not a known table, left out; did you mean SHOAL_UNIT?",
-                    "PORT -: describes interfaces of no unit: it belongs into one, left out",
+                    "PORT -: describes interfaces of no unit: it belongs to a unit, left out",
                     "SHOAL_PROT -: is not a known table, left out; there are SHOAL_UNIT and "
                     "SHOAL_PORT"}));
 }
@@ -126,10 +126,10 @@ TEST(InventoryReportTest, KeysThatComeTwiceAreReportedWhereTheyStand) {
                     "Ethernet0": {"alias": "b", "alias": "c", "lanes": [{"x": 1, "x": 2}, {"x": 1}]}},
            "NTP": 1, "NTP": 2})",
        "f");
-   EXPECT_EQ(texts(inventory), (Lines{"PORT Ethernet0: comes twice; the later one stands",
-                                      "PORT/Ethernet0 alias: comes twice; the later one stands",
-                                      "PORT/Ethernet0/lanes x: comes twice; the later one stands",
-                                      "- NTP: comes twice; the later one stands"}));
+   EXPECT_EQ(texts(inventory), (Lines{"PORT Ethernet0: comes twice; the later one is used",
+                                      "PORT/Ethernet0 alias: comes twice; the later one is used",
+                                      "PORT/Ethernet0/lanes x: comes twice; the later one is used",
+                                      "- NTP: comes twice; the later one is used"}));
    EXPECT_EQ(inventory.ports[0].alias, "c");
 }
 

@@ -58,7 +58,7 @@ TEST(InventoryTest, MalformedJsonNamesThePlace) {
             Case{"{\"a\":\n [1, 2", "f:2:7: error: the file ends before its JSON does"},
             Case{"{\"a\": \"b", "f:1:9: error: the file ends before its JSON does"},
             Case{"{\"a\": 1 true}", "f:1:9: error: 'true' is not valid JSON here"},
-            Case{"[]", "f:1:1: error: the file is no JSON object of tables"},
+            Case{"[]", "f:1:1: error: the file is not a JSON object of tables"},
             Case{"{\"a\": \"\xff\"}", "f:1:8: error: the string is not UTF-8 text at byte 0xff"},
             Case{"{\"a\": \"\xc3(\"}", "f:1:9: error: the string is not UTF-8 text at byte 0x28"},
             Case{"{\"a\n\": 1}", "f:1:4: error: the string does not end on its line"},
@@ -180,34 +180,34 @@ TEST(InventoryTest, WhatIsMissingOrContradictoryIsReportedAndTheRestLoads) {
      "ACL_TABLE": {"A": {"ports": ["Ethernet4", "PortChannel0017", 5]}}})",
                                         "f");
    std::vector<std::string> expected{
-       "PORT Ethernet0: comes twice; the later one stands",
+       "PORT Ethernet0: comes twice; the later one is used",
        "DEVICE_METADATA localhost: switch_id 3000 is above 2047, left out",
        "PORT Eth12: is a short name, left out",
-       "PORT Ethernet4: speed is no number, left out",
-       "PORT PortChannel1: is no name of a port, left out",
-       "PORT Vlan10: is no name of a port, left out",
+       "PORT Ethernet4: speed is not a number, left out",
+       "PORT PortChannel1: is not the name of a port, left out",
+       "PORT Vlan10: is not the name of a port, left out",
        "PORT Ethernet8-L3Flood: L3Flood is reserved for flood entries, left out",
-       "PORTCHANNEL Lag: is no name of a port-channel, left out",
-       "PORTCHANNEL PortChannel1.5: is no name of a port-channel, left out",
+       "PORTCHANNEL Lag: is not the name of a port-channel, left out",
+       "PORTCHANNEL PortChannel1.5: is not the name of a port-channel, left out",
        "PORTCHANNEL_MEMBER PortChannel1|Ethernet0: Ethernet0 is a member of PortChannel0001",
        "PORTCHANNEL_MEMBER PortChannel1|Ethernet99: there is no port Ethernet99",
        "PORTCHANNEL_MEMBER PortChannel7|Ethernet4: there is no port-channel PortChannel7",
-       "PORTCHANNEL_MEMBER x: is no key of two parts, left out",
-       "VLAN Vlan10: vlanid 11 is not that of the name, which stands",
-       "VLAN Vlan5000: is no Vlan1 to Vlan4094, left out",
+       "PORTCHANNEL_MEMBER x: is not a key of two parts, left out",
+       "VLAN Vlan10: vlanid 11 is not that of the name, which is used",
+       "VLAN Vlan5000: is not a name from Vlan1 to Vlan4094, left out",
        "VLAN_MEMBER Vlan10|Ethernet77: there is no port or port-channel Ethernet77",
        "VLAN_MEMBER Vlan99|Ethernet4: there is no Vlan99",
        "VLAN_SUB_INTERFACE Ethernet0.3: Ethernet0 is a member of PortChannel0001",
        "VLAN_SUB_INTERFACE Ethernet4.8|1.2.3.4/31: has an address but no row of its own",
-       "VLAN_SUB_INTERFACE Ethernet8.7: is there in another form of its name",
-       "VLAN_SUB_INTERFACE Ethernet8.5000: has no vlan, and its id is no tag",
+       "VLAN_SUB_INTERFACE Ethernet8.7: is present in another form of its name",
+       "VLAN_SUB_INTERFACE Ethernet8.5000: has no vlan, and its id is not a tag",
        "VLAN_SUB_INTERFACE Ethernet77.1: there is no port or port-channel Ethernet77, left out",
        "INTERFACE Ethernet88: there is no port or port-channel Ethernet88",
        "VLAN_INTERFACE Vlan12: there is no Vlan12",
        "TUNNEL vtep: is the name of another tunnel, left out",
        "VLAN_MEMBER Ethernet0: is a member of PortChannel0001 and of a VLAN",
        "ACL_TABLE A: there is no port or port-channel PortChannel0017",
-       "ACL_TABLE A: a port is no name",
+       "ACL_TABLE A: a port is not a name",
    };
    auto got = texts(inventory);
    std::sort(got.begin(), got.end());
@@ -240,18 +240,18 @@ TEST(InventoryTest, WhatNoCommandCouldNameOrNoTableHasIsReported) {
    auto got = texts(inventory);
    std::sort(got.begin(), got.end());
    EXPECT_EQ(got, (std::vector<std::string>{
-                      "- 17: is no name of a unit, left out",
-                      "- : is no name of a unit, left out",
+                      "- 17: is not the name of a unit, left out",
+                      "- : is not the name of a unit, left out",
                       "- PORTS: has no table of a unit, left out",
-                      "- a b: is no name of a unit, left out",
-                      "- a#b: is no name of a unit, left out",
-                      "- a\\x0ab: is no name of a unit, left out",
-                      "- own: is no name of a unit, left out",
+                      "- a b: is not the name of a unit, left out",
+                      "- a#b: is not the name of a unit, left out",
+                      "- a\\x0ab: is not the name of a unit, left out",
+                      "- own: is not the name of a unit, left out",
                       "PORT Ethernet0: a unit has cores 0 to 1: core 3 is taken as 1",
-                      "PORT Ethernet1\\x1b[2J: is no name of an interface, left out",
-                      "SHOAL_PORT -: names ports of no unit: it belongs into one, left out",
-                      "SHOAL_PORT Ethernet0: domain is no field of this table, left out",
-                      "SHOAL_UNIT u|0: fap_typ is no field of this table, left out",
+                      "PORT Ethernet1\\x1b[2J: is not the name of an interface, left out",
+                      "SHOAL_PORT -: names ports of no unit: it belongs to a unit, left out",
+                      "SHOAL_PORT Ethernet0: domain is not a field of this table, left out",
+                      "SHOAL_UNIT u|0: fap_typ is not a field of this table, left out",
                   }));
    EXPECT_EQ(inventory.units.size(), 1U);
    EXPECT_EQ(texts(parseInventory("{}", "f")),
@@ -298,7 +298,7 @@ TEST(InventoryTest, WhatFindsNoRoomInTheChassisIsLeftOutAndTheSwitchIsBuilt) {
    EXPECT_EQ(reports["no unit id is left for it, left out"], 3);
    EXPECT_EQ(reports["u/0 is the name of another unit, left out"], 1);
    EXPECT_EQ(reports["no system port is left for it"], 63 * 256 + 1983 - 16384);
-   EXPECT_EQ(reports["is no name of an interface, left out"], 2046);
+   EXPECT_EQ(reports["is not the name of an interface, left out"], 2046);
    Host host(std::move(inventory));
    EXPECT_EQ(host.world().shoalStatus->sysPhyPortIds(), 16384U);
 }

@@ -158,7 +158,7 @@ TEST(SystemPortsTest, PlacesThatDoNotFitAreReported) {
             Case{R"("Ethernet0": {"core_id": 1, "core_port_id": 5})",
                  row("h|Ethernet0", 1, 0, 0, 5),
                  {5},
-                 "PORT Ethernet0: its system port is on core 0, core port 5, which stands"},
+                 "PORT Ethernet0: its system port is on core 0, core port 5, which is used"},
         }) {
       Inventory inventory = unit(ports, rows);
       std::vector<uint32_t> got;
