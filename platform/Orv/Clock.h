@@ -1,10 +1,10 @@
 // Timers on the event loop's thread.
 //
-// A notifiee asks to be called once at an absolute time; asking again moves the request. A time
-// that is not in the future (0 above all) means at once, but from the loop, never from inside the
-// caller, and after everything that was due before: a machine that always asks for another slice
-// leaves room for every other event. Asking for at once costs no search and no allocation, and
-// asking again does not read the time: a machine may do so at every change of a burst.
+// A notifiee requests one call at an absolute time; a new request replaces the old one. A time that
+// is not in the future, such as 0, means at once: the event loop makes the call, never timeMinIs()
+// itself, and it makes it after all calls that were due before. So a notifiee that always requests
+// another call does not starve the others. A request for at once needs no search and no allocation,
+// and repeating it does not read the time, so it may be made at every change of a burst.
 #pragma once
 
 #include "platform/Orv/Entity.h"
@@ -17,7 +17,7 @@ namespace Orv {
 class Clock;
 class ClockNotifiee;
 
-// The timers of one event loop in order of time, then of asking. The loop calls runDue().
+// The requests of one event loop, in order of time, then of request. The loop calls runDue().
 class ORV_EXPORT Timers {
  public:
    Timers() = default;
@@ -25,10 +25,10 @@ class ORV_EXPORT Timers {
    Timers& operator=(Timers const&) = delete;
 
    bool idle() const { return ahead_.empty() && first_ == nullptr; }
-   // When the next notifiee wants to be called; only while not idle().
+   // The time of the earliest request. Must not be called while idle().
    Seconds next() const;
-   // Calls each notifiee that is due now and was when this call began; what those calls ask for
-   // waits for the next run. Returns how many were called.
+   // Calls each notifiee whose request is due. Requests made during this run wait for the next one.
+   // Returns the number of calls.
    std::size_t runDue();
 
  private:
@@ -44,8 +44,8 @@ class ORV_EXPORT Timers {
    };
    ClockNotifiee* earliest() const; // null while idle
 
-   std::set<Request> ahead_; // asked for a time ahead
-   // Asked for at once, linked in order of asking; their times ascend.
+   std::set<Request> ahead_; // requests for a later time
+   // Requests for at once, linked in order of request, in which their times ascend.
    ClockNotifiee* first_ = nullptr;
    ClockNotifiee* last_ = nullptr;
    uint64_t asked_ = 0;
@@ -69,15 +69,15 @@ class ORV_EXPORT ClockNotifiee {
    virtual ~ClockNotifiee();
 
    void timeMinIs(Seconds time);
-   void timeMinDel(); // withdraws the request
+   void timeMinDel(); // cancels the request
    bool waiting() const { return waiting_; }
-   Seconds timeMin() const { return time_; } // of the present or last request
+   Seconds timeMin() const { return time_; } // of the present request, else of the last one
    virtual void handleTime() = 0;
 
  private:
    friend class Timers;
-   void link();   // behind the last of those that asked for at once
-   void unlink(); // from among them
+   void link();   // appends to the requests for at once
+   void unlink(); // removes from them
 
    Ptr<Clock const> clock_;
    Seconds time_ = 0.0;
@@ -85,7 +85,7 @@ class ORV_EXPORT ClockNotifiee {
    ClockNotifiee* next_ = nullptr;
    ClockNotifiee* previous_ = nullptr;
    bool waiting_ = false;
-   bool atOnce_ = false; // waits among those that asked for at once
+   bool atOnce_ = false; // while waiting: is among the requests for at once
 };
 
 } // namespace Orv
