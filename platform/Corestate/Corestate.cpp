@@ -46,7 +46,7 @@ void Corestate::mount(std::string_view path, Orv::Ptr<Orv::Entity> const& entity
                                      "'");
       }
    }
-   // All is checked before anything is made: a refused mount leaves no directories behind.
+   // The whole path is checked first: a refused mount creates no directories.
    Orv::Ptr<Orv::Dir> dir = root_;
    for (std::size_t i = 0; dir && i < names.size(); ++i) {
       Orv::Ptr<Orv::Entity> next = dir->entry(names[i]);

@@ -1,4 +1,4 @@
-// The shared state database: a tree of entities by path ("tcamSharing/shoalAcl/config").
+// The shared state database: a tree of entities by path ("hardware/shoal/status").
 //
 // The hosting agent mounts entities; whoever needs one looks it up by path.
 #pragma once
@@ -14,7 +14,7 @@ namespace Corestate {
 class ORV_EXPORT Corestate {
  public:
    // Throws Orv::NullArgumentException for a null entity and std::invalid_argument for a path that
-   // is malformed (empty, or with an empty part), taken, or below a mounted entity that is no
+   // is malformed (empty, or with an empty part), taken, or below a mounted entity that is not a
    // directory.
    void mount(std::string_view path, Orv::Ptr<Orv::Entity> const& entity);
 
@@ -25,7 +25,7 @@ class ORV_EXPORT Corestate {
       std::string path;
       Orv::Ptr<Orv::Entity> entity;
    };
-   // Everything mounted, directories left out, in order of path.
+   // All mounted entities except directories, in order of path.
    std::vector<Mounted> mounted() const;
 
  private:

@@ -1,9 +1,10 @@
-// Base of backlog processors: machines that note work as it comes and do it in time slices.
+// Base of backlog processors: machines that queue work as changes arrive and do it in time slices.
 //
-// Owns the dispatch timer. When it fires, the derived class's processBacklog(now) works one slice
-// and returns how many items it worked; while backlogSize() is above 0 the base asks for another
-// slice at once, behind whatever else the loop has to do. A slice that ends by an exception counts
-// like any other, and is followed by the next; the exception goes on to whoever runs the timers.
+// Owns the dispatch timer. When it fires, the derived class's processBacklog(start) works one slice
+// and returns the number of items worked. While backlogSize() is above 0, the base requests another
+// slice at once, which runs after the other timers that are due. A slice that ends with an
+// exception is counted and followed like any other. The exception propagates to the caller of
+// Timers::runDue().
 #pragma once
 
 #include "platform/Orv/Clock.h"
@@ -24,16 +25,16 @@ class ORV_EXPORT CodefBase : public Orv::RefCounted {
    Seconds backlogQuantum() const { return backlogQuantum_; }
    void backlogQuantumIs(Seconds quantum) { backlogQuantum_ = quantum; }
 
-   // Changes noted; the derived class counts them.
+   // Changes received; the derived class counts them.
    ORV_COUNTER(updatesSeen)
    // Items worked, and slices run.
    ORV_COUNTER(updatesProcessed)
    ORV_COUNTER(dispatchCount)
    // Slices that ended with work left.
    ORV_COUNTER(yieldBeforeFinishingCount)
-   // Changes that needed no item of their own, because one item stood for several changes or
-   // because nothing was left to do: changes seen less items worked and items waiting. Items that
-   // were queued again without a change (retries) are no changes, and make this figure smaller.
+   // Changes without an item of their own, because one item covered several changes or because
+   // there was nothing to do: the changes received, less the items worked and those waiting. An
+   // item that is queued again without a change (a retry) makes this number smaller.
    uint64_t updatesCoalesced() const;
    // Seconds spent in slices.
    Seconds timeUsed() const { return timeUsed_; }
@@ -52,8 +53,8 @@ class ORV_EXPORT CodefBase : public Orv::RefCounted {
    Dispatch const& clockNotifiee() const { return clockNotifiee_; }
 
  protected:
-   // For a slice that an exception leaves, in place of its return value: the number of items
-   // worked, the one that threw included. That one must be out of the backlog.
+   // Replaces the return value of a slice that ends with an exception: the number of items worked,
+   // including the one that threw, which must not be in the backlog any more.
    void workedBeforeExceptionIs(uint32_t items) { workedBeforeException_ = items; }
 
  private:

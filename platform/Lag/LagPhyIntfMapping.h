@@ -1,8 +1,8 @@
-// Which ports make up which port-channel, seen from both ends.
+// The members of port-channels, by port-channel and by port.
 //
-// The writer keeps the two in step. A port that joins or leaves has its own entry (phyIntfLag)
-// written before the member list: who follows the list then finds the entry right. A port that
-// moves leaves its old port-channel before it joins the new one.
+// The writer keeps the two consistent. When a port joins or leaves, the writer changes the port's
+// entry (phyIntfLag) before the member list, so that a reactor on the list reads the new entry. A
+// port that moves leaves its old port-channel before it joins the new one.
 #pragma once
 
 #include "platform/Orv/Entity.h"

@@ -16,7 +16,7 @@ class Attribute {
    explicit Attribute(T initial) : value_(std::move(initial)) {}
 
    T get() const { return value_; }
-   // Notifies before it returns; an equal write is no change.
+   // Notifies the reactors before it returns. An equal value is no change and notifies nobody.
    void set(T value) {
       if (value_ == value) {
          return;
@@ -38,7 +38,7 @@ class Attribute {
    mutable std::unique_ptr<Notifier<>> notifier_;
 };
 
-// How much went through a queue since it was made.
+// Counts over the life of a queue.
 struct QueueMetadata {
    uint64_t enqueued = 0;
    uint64_t dequeued = 0;
@@ -52,14 +52,14 @@ class Queue {
       values_.push_back(std::move(value));
       ++metadata_.enqueued;
    }
-   // Harmless on an empty queue.
+   // Does nothing on an empty queue.
    void dequeue() {
       if (size() == 0) {
          return;
       }
       ++first_;
       ++metadata_.dequeued;
-      // Half of the room is spent: move the rest down, at a constant cost per value.
+      // Dropping the dequeued values when they are half of the vector costs a constant per value.
       if (first_ * 2 >= values_.size()) {
          values_.erase(values_.begin(), values_.begin() + static_cast<std::ptrdiff_t>(first_));
          first_ = 0;
@@ -71,7 +71,7 @@ class Queue {
       first_ = 0;
    }
    std::size_t size() const { return values_.size() - first_; }
-   // 0 is the head.
+   // The head is at 0.
    T const& operator[](std::size_t at) const { return values_[first_ + at]; }
    QueueMetadata const& metadata() const { return metadata_; }
 

@@ -73,7 +73,7 @@ class ORV_EXPORT ClockNotifiee {
    virtual ~ClockNotifiee();
 
    void timeMinIs(Seconds time);
-   void timeMinDel(); // withdraws the request
+   void timeMinDel(); // cancels the request
    bool waiting() const { return waiting_; }
    // Of the present or last request; while one for at once waits, the present time.
    Seconds timeMin() const { return waiting_ && atOnce_ ? System::peekTime() : time_; }
@@ -81,8 +81,8 @@ class ORV_EXPORT ClockNotifiee {
 
  private:
    friend class Timers;
-   void link();   // behind the last of those that asked for at once
-   void unlink(); // from among them
+   void link();   // appends to the requests for at once
+   void unlink(); // removes from them
 
    Ptr<Clock const> clock_;
    Seconds time_ = 0.0;
@@ -90,7 +90,7 @@ class ORV_EXPORT ClockNotifiee {
    ClockNotifiee* next_ = nullptr;
    ClockNotifiee* previous_ = nullptr;
    bool waiting_ = false;
-   bool atOnce_ = false; // waits among those that asked for at once
+   bool atOnce_ = false; // while waiting: is among the requests for at once
 };
 
 } // namespace Orv

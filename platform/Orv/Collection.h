@@ -1,12 +1,13 @@
-// Keyed collections: the tables of entities.
+// Keyed collections: the attributes of entities that map keys to values.
 //
-// Iteration is in order of insertion (overwriting keeps the place). Reading an absent key gives the
-// value type's default. A write that changes a value notifies the reactors before it returns; an
-// equal write and the deletion of an absent key notify nobody (but see Notify::onEveryWrite).
+// Iteration is in order of insertion; overwriting a value keeps its place. Reading an absent key
+// gives the value type's default. A write that changes a value notifies the reactors before it
+// returns. An equal write and the deletion of an absent key notify nobody (but see
+// Notify::onEveryWrite).
 //
-// Everything may be changed from a handler or during a walk. A walk visits each member that was
-// there when it began and is still there when its turn comes, once; what is added on the way is not
-// visited. Keys and values are handed out by value, so no reference dangles.
+// A collection may be changed from a handler and during a walk. A walk visits each member that was
+// there when it began and is still there when its turn comes, once. It does not visit members that
+// are inserted on the way. Keys and values are returned by value, so that no reference dangles.
 #pragma once
 
 #include "platform/Orv/Storage.h"
@@ -20,7 +21,7 @@ namespace Orv {
 
 enum class Notify {
    onChange,     // equal writes notify nobody
-   onEveryWrite, // every write notifies: the table carries answers, not states
+   onEveryWrite, // equal writes notify too: the values are events rather than states
 };
 
 template<class K, class V, class Storage, Notify when = Notify::onChange>
@@ -52,7 +53,7 @@ class Collection : public Watched<K> {
    bool has(K const& key) const { return storage_.find(key) != kNil; }
    std::size_t size() const { return size_; }
 
-   // By value: the arguments may live in what the handlers change.
+   // By value: a handler may change the object from which an argument was taken.
    void set(K key, V value) {
       uint32_t slot = storage_.find(key);
       if (slot == kNil) {
@@ -60,7 +61,7 @@ class Collection : public Watched<K> {
          storage_.at(slot).value = std::move(value);
          this->noteInserted(key);
       } else if (V& present = storage_.at(slot).value; present != value) {
-         // Released only after the new value stands: dropping it may run code that looks here.
+         // The old value is destroyed last: its destructor may read this collection.
          std::swap(present, value);
       } else if (when == Notify::onChange) {
          return;
@@ -72,12 +73,12 @@ class Collection : public Watched<K> {
       if (slot == kNil) {
          return;
       }
-      // Lives to the end: dropping it may run code that looks here.
+      // Destroyed last: its destructor may read this collection.
       [[maybe_unused]] V dropped = unlink(slot);
       this->noteErased(key);
       this->notify(key);
    }
-   // Deletes, in order, what is there now; what handlers add meanwhile stays.
+   // Deletes the present members in order. Members that a handler inserts meanwhile stay.
    void delAll() {
       for (Cursor cursor(*this); auto slot = cursor.take();) {
          del(storage_.key(*slot));
@@ -85,8 +86,9 @@ class Collection : public Watched<K> {
    }
    Walk<K, V, Cursor> walk() const { return Walk<K, V, Cursor>(*this); }
 
-   // A place in the order that survives every change: it names the next member to take, and moves
-   // on when that one goes.
+   // A position in the order, valid under every change of the collection. It is at the next member
+   // to take, and moves on when that member is deleted. A bounded cursor ends behind the member
+   // that was the last when the cursor was made.
    class Cursor {
     public:
       enum Bound { bounded, unbounded };
@@ -109,11 +111,11 @@ class Collection : public Watched<K> {
       }
       bool atEnd() const { return next_ == kNil; }
       void toFirst() { next_ = collection_ != nullptr ? collection_->first_ : kNil; }
-      // To this key; to the end when it is not a member.
+      // Moves to this key, or to the end when it is not a member.
       void toKey(K const& key) {
          next_ = collection_ != nullptr ? collection_->storage_.find(key) : kNil;
       }
-      // The member at hand, and a step forward.
+      // Moves past the next member and returns its slot.
       std::optional<uint32_t> take() {
          if (next_ == kNil) {
             return std::nullopt;
@@ -122,7 +124,7 @@ class Collection : public Watched<K> {
          step();
          return slot;
       }
-      // For a walk, which asks with the member that it had before.
+      // The step of a walk (Walk.h).
       void next(std::optional<Member<K, V>>& member) {
          if (auto slot = take()) {
             member.emplace(Member<K, V>{collection_->storage_.key(*slot),
@@ -137,7 +139,7 @@ class Collection : public Watched<K> {
 
     private:
       friend class Collection;
-      // The destructor takes the cursor off the list, which the compiler does not see.
+      // The destructor removes the cursor from the list, but g++ warns of a dangling pointer.
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdangling-pointer"
@@ -159,7 +161,7 @@ class Collection : public Watched<K> {
             last_ = collection_->storage_.at(slot).links.previous;
          }
       }
-      Collection const* collection_; // null once it is gone
+      Collection const* collection_; // null once it is destroyed
       Cursor* outer_;
       uint32_t next_;
       uint32_t last_;
@@ -196,7 +198,8 @@ class Collection : public Watched<K> {
    mutable Cursor* cursors_ = nullptr;
 };
 
-// The usual kinds.
+// The kinds for the schema macros (Entity.h): for any hashable key, for a key with an index, and
+// for collections that usually have one member.
 template<class K, class V>
 using Keyed = Collection<K, V, SlabStorage<K, V>>;
 template<class K, class V>

@@ -1,4 +1,4 @@
-// A directory: entities by name. An entry's type is asked of the entry (orvType()).
+// A directory: entities of any type, by name. Entity::orvType() gives the type of an entry.
 #pragma once
 
 #include "platform/Orv/Entity.h"
@@ -9,7 +9,7 @@ namespace Orv {
 
 class ORV_EXPORT Dir : public Entity {
    ORV_ENTITY(Dir, "Orv::Dir")
-   // name -> entity, in order of name; a null entity reads as no entry.
+   // Name -> entity, in order of name. A null entity counts as no entry.
    ORV_COLLECTION(entry, std::string, Ptr<Entity>, OrderedCollection)
 };
 

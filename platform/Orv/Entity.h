@@ -1,16 +1,16 @@
-// Entities: the named, reference-counted nodes of the state database, and the schema macros that
-// declare their attributes.
+// Entities: reference-counted objects whose attributes notify reactors, and the schema macros that
+// declare the attributes.
 //
-// For an attribute `request` the operations are request(key), requestIs(key, value),
-// requestDel(key), requestDelAll(), requestHas(key), the count requests(), requestIter() for
-// range-for, and requestCollection() for reactors, cursors and indices:
-//
-//    class TcamSharingConfig : public Orv::Entity {
-//       ORV_ENTITY(TcamSharingConfig, "Hardware::ShoalTunnel::TcamSharingConfig")
-//       ORV_COLLECTION(request, TcamSharingRequest, TcamSharingPolicyId, Orv::KeyedByIndex)
+//    class PortConfig : public Orv::Entity {
+//       ORV_ENTITY(PortConfig, "Example::PortConfig")
+//       ORV_COLLECTION(speed, PortId, uint32_t, Orv::KeyedByIndex)
 //    };
 //
-// Every macro leaves the class in its public section.
+// For the collection `speed` the operations are speed(key), speedIs(key, value), speedDel(key),
+// speedDelAll(), speedHas(key), the count speeds(), speedIter() for range-for, and
+// speedCollection() for reactors, cursors and indices.
+//
+// Each macro ends in the public section of the class.
 #pragma once
 
 #include "platform/Orv/Attribute.h"
@@ -44,7 +44,7 @@ class ORV_EXPORT Entity : public RefCounted {
 // `Kind` is Orv::Keyed, Orv::KeyedByIndex, Orv::Small or Orv::OrderedCollection.
 #define ORV_COLLECTION(attr, K, V, Kind) ORV_COLLECTION_AS(attr, K, V, Kind<K, V>)
 
-// The same for a collection of which every write is an event.
+// A collection of which every write is an event. `Storage` is one of Storage.h.
 #define ORV_EVENTS(attr, K, V, Storage)                                                            \
    ORV_COLLECTION_AS(attr, K, V,                                                                   \
                      ::Orv::Collection<K, V, Storage<K, V>, ::Orv::Notify::onEveryWrite>)
@@ -62,8 +62,8 @@ class ORV_EXPORT Entity : public RefCounted {
    }                                                                                               \
    ORV_COLLECTION_COMMON(attr, K)
 
-// Members that are entities made by the collection: fooIs(key) finds or makes the member,
-// constructed with its key, and returns it; foo(key) is null when absent.
+// A collection that makes its members, which are entities: fooIs(key) returns the member, and
+// constructs it from its key when it is absent; foo(key) is null when it is absent.
 #define ORV_OWNED_COLLECTION(attr, K, E, Kind)                                                     \
  private:                                                                                          \
    Kind<K, ::Orv::Ptr<E>> attr##_;                                                                 \
@@ -82,7 +82,7 @@ class ORV_EXPORT Entity : public RefCounted {
    }                                                                                               \
    ORV_COLLECTION_COMMON(attr, K)
 
-// A set: fooIs(key) adds, fooIs(key, false) takes out, so that every member is true.
+// A set of keys: fooIs(key) inserts, fooIs(key, false) erases, foo(key) tells membership.
 #define ORV_SET(attr, K, Kind)                                                                     \
  private:                                                                                          \
    Kind<K, bool> attr##_;                                                                          \
@@ -152,7 +152,8 @@ class ORV_EXPORT Entity : public RefCounted {
       attr##_ -= n < attr##_ ? n : attr##_;                                                        \
    }
 
-// First in, first out: fooEnq(value), fooDeq(), the head foo(), foos(), fooDelAll(), fooMetadata().
+// A first-in first-out queue: fooEnq(value), fooDeq(), the head foo(), the count foos(),
+// fooDelAll(), fooMetadata(), and fooQueue() for its values.
 #define ORV_QUEUE(attr, T)                                                                         \
  private:                                                                                          \
    ::Orv::Queue<T> attr##_;                                                                        \

@@ -2,7 +2,7 @@
 
 namespace Orv {
 
-// Out of line, so that each type has one home for its vtable across shared objects.
+// Defined here, so that one shared object has the vtable and type information of each exception.
 RangeException::~RangeException() = default;
 NullArgumentException::~NullArgumentException() = default;
 NoImplementationException::~NoImplementationException() = default;

@@ -1,5 +1,5 @@
-// The framework's errors: range, null argument, missing implementation. Everything else that goes
-// wrong is either an invariant failure (Failure.h) or a status.
+// The framework's exceptions: range, null argument, missing implementation. Every other error is
+// either an invariant failure (Failure.h) or a status.
 #pragma once
 
 #include "platform/Orv/Export.h"
@@ -21,7 +21,7 @@ class ORV_EXPORT NullArgumentException : public std::invalid_argument {
    ~NullArgumentException() override;
 };
 
-// A base-class operation that a derived class had to override.
+// A call of a base-class operation that a derived class has to override.
 class ORV_EXPORT NoImplementationException : public std::logic_error {
  public:
    using std::logic_error::logic_error;

@@ -1,4 +1,4 @@
-// Marks what a shared library with entities offers to others; everything else stays hidden.
+// Marks the exported symbols of a shared library; the others are hidden.
 #pragma once
 
 #define ORV_EXPORT __attribute__((visibility("default")))

@@ -1,4 +1,5 @@
-// Invariant failures: bugs, never states of the world. They print and stop the agent.
+// Invariant failures: bugs in the program, not conditions of its environment. A failure prints a
+// message and aborts the process.
 #pragma once
 
 #include "platform/Orv/Export.h"
@@ -17,8 +18,8 @@ struct Failure {
    int line;
 };
 
-// Called before the agent stops, with what failed; it may end the process itself. For hosts that
-// rehearse a change in a copy of themselves. nullptr removes it.
+// Called before the message is printed; it may end the process itself. For a program that tries a
+// change in a forked copy of itself. nullptr removes the hook.
 using FailureHook = void (*)(Failure const& failure);
 ORV_EXPORT void failureHookIs(FailureHook hook);
 
@@ -46,12 +47,12 @@ Pointer notNull(Pointer pointer, char const* condition, char const* function, ch
 
 } // namespace Orv
 
-// `text` is the condition in the words that the operator sees, to the character; what follows it
-// is streamed as the explanation.
+// `text` is the condition as the message has it, which may differ from the code. The arguments
+// after it are streamed as the explanation.
 #define ORV_ASSERT(condition, text, ...)                                                           \
    ORV_ASSERT_IN(__PRETTY_FUNCTION__, condition, text __VA_OPT__(, ) __VA_ARGS__)
 
-// The same for a step that several handlers share: the failure names the handler.
+// The same for a step that several handlers share: `function` is the one that the message names.
 #define ORV_ASSERT_IN(function, condition, text, ...)                                              \
    do {                                                                                            \
       if (!(condition)) [[unlikely]] {                                                             \
@@ -59,7 +60,7 @@ Pointer notNull(Pointer pointer, char const* condition, char const* function, ch
       }                                                                                            \
    } while (false)
 
-// For initializers: the pointer, moved. A null one is an invariant failure that names it.
+// For initializers: the pointer, moved. A null pointer is an invariant failure.
 #define ORV_NOT_NULL(pointer)                                                                      \
    ::Orv::notNull(std::move(pointer), #pointer " != nullptr", __PRETTY_FUNCTION__, __FILE__,       \
                   __LINE__)

@@ -1,8 +1,8 @@
-// The members of a collection by a part of their key, such as all requests of one interface.
+// An index of a collection's members by a part of their key.
 //
-// Kept in step by the collection itself (Observer), so it is right inside every handler. Finding a
-// group costs the size of the group, whatever else the collection holds; its order is the
-// collection's.
+// The collection updates it before it notifies (Observer), so it is up to date inside every
+// handler. Finding a group takes time in proportion to the size of the group. The members of a
+// group are in order of insertion.
 #pragma once
 
 #include "platform/Orv/Collection.h"
@@ -12,7 +12,7 @@
 
 namespace Orv {
 
-// `part` names the accessor of the key that gives the group.
+// `part` is the accessor of the key that gives the group.
 template<Indexed K, class OfCollection, auto part>
 class GroupIndex : public Observer<K> {
  public:
@@ -29,8 +29,8 @@ class GroupIndex : public Observer<K> {
    GroupIndex& operator=(GroupIndex const&) = delete;
    ~GroupIndex() override { collection_.unobserve(*this); }
 
-   // A snapshot, so that the caller may change anything while it goes through the group. It asks
-   // the collection again before it acts on a key that an earlier step may have removed.
+   // A copy, so that the caller may change the collection in a loop over the group. A step may
+   // delete a key before the loop reaches it: ask the collection again.
    std::vector<K> members(Group const& group) const {
       std::vector<K> keys;
       uint32_t at = groups_.find(group);
@@ -41,7 +41,8 @@ class GroupIndex : public Observer<K> {
       return keys;
    }
 
-   // Whether it holds just the collection's members, each in its group: a walk of both, for checks.
+   // Whether the index holds exactly the collection's members, each in its group. Walks both, for
+   // consistency checks.
    bool equalsWalk() const {
       std::size_t walked = 0;
       for (auto const& member : collection_.walk()) {
@@ -89,7 +90,7 @@ class GroupIndex : public Observer<K> {
    };
    OfCollection const& collection_;
    std::size_t size_ = 0;
-   PagedStorage<K, None> members_; // linked inside their group
+   PagedStorage<K, None> members_; // linked within their group
    PagedStorage<Group, Ends> groups_;
 };
 

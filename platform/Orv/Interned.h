@@ -1,4 +1,5 @@
-// Interned values: each distinct value is stored once and handled as a 32-bit index.
+// Interned values: each distinct value is stored once, and a 32-bit index, its handle, stands for
+// it.
 //
 // A handle is copied and compared as an integer, and indexes PagedStorage directly: one hash
 // look-up, when the value is made, serves every collection that has the handle as its key. Index 0
@@ -29,14 +30,14 @@ class Interner {
           [&] { return fields; });
    }
 
-   // For values that are looked up by less than the whole of their fields.
+   // For values that are identified by a part of their fields, such as a name.
    template<class Equals, class Make>
    uint32_t intern(uint64_t hash, Equals&& equals, Make&& make) {
       uint32_t found = index_.find(hash, [&](uint32_t at) { return equals((*this)[at]); });
       if (found != kNil) {
          return found;
       }
-      // Made first: making a value may intern others of the same kind (a parent interface).
+      // Made before it gets an index: making a value may intern others of its type.
       Fields made = make();
       uint32_t at = ++last_;
       if ((at >> kPageBits) >= pages_.size()) {
@@ -72,15 +73,15 @@ class Interner {
    uint32_t last_ = 0;
 };
 
-// Handle of a value kept in `interner`, the one table of its kind in the process. `Self` is the
-// type of the handle, which derives from this one.
+// The handle of a value in `interner`. `Self` is the type of the handle, which derives from this
+// one.
 template<class Self, class Fields, Interner<Fields>& interner>
 class Interned {
  public:
    constexpr Interned() = default;
    explicit Interned(Fields const& fields) : index_(interner.intern(fields)) {}
 
-   // The handle whose index() was this.
+   // The handle that has this index().
    static Self fromIndex(uint32_t index) {
       Self self;
       self.index_ = index;
@@ -92,7 +93,7 @@ class Interned {
    uint64_t hash() const { return mixHash(index_); }
 
    friend bool operator==(Interned a, Interned b) { return a.index_ == b.index_; }
-   // By fields. A type for which another order is meant has operators of its own.
+   // By fields. A derived type may have another order.
    friend auto operator<=>(Interned a, Interned b) { return a.fields() <=> b.fields(); }
    friend std::ostream& operator<<(std::ostream& out, Interned value) {
       return out << value.fields();
@@ -102,7 +103,7 @@ class Interned {
    uint32_t index_ = 0;
 };
 
-// A key of PagedStorage: it converts to a small integer, densely used, and back.
+// What PagedStorage needs of a key: it converts to a small, densely used integer and back.
 template<class K>
 concept Indexed = requires(K key, uint32_t index) {
    { key.index() } -> std::convertible_to<uint32_t>;

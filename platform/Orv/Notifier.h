@@ -1,9 +1,8 @@
-// Delivery of changes to reactors: synchronous, in order of registration, and safe against
-// everything a handler may do.
+// Delivery of changes to reactors: synchronous and in order of registration.
 //
 // A handler may write the attribute again, register reactors (they see later changes only), destroy
 // any reactor including its own, and destroy the entity whose change is being delivered. A reactor
-// that was removed is not called again, not even for the change in flight.
+// that was removed is not called again, not even for the change that is being delivered.
 #pragma once
 
 #include "platform/Orv/Export.h"
@@ -14,7 +13,7 @@ namespace Orv {
 
 class NotifierBase;
 
-// One registration. Removing it (remove(), destruction) is allowed at any time.
+// One registration. It ends with remove() or the destructor, either of which may run at any time.
 class ORV_EXPORT ReactorBase {
  public:
    ReactorBase() = default;
@@ -24,7 +23,7 @@ class ORV_EXPORT ReactorBase {
 
    bool registered() const { return notifier_ != nullptr; }
    void remove();
-   // The watched entity went while this reactor was still registered.
+   // Called when the watched attribute is destroyed while this reactor is registered.
    virtual void handleDelete() {}
 
  private:
@@ -54,7 +53,7 @@ class ORV_EXPORT NotifierBase {
 
     private:
       friend class NotifierBase;
-      NotifierBase* notifier_; // null once the notifier is gone
+      NotifierBase* notifier_; // null once the notifier is destroyed
       Delivery* outer_;
       ReactorBase* next_;
       ReactorBase* last_; // later registrations do not see this change
@@ -109,8 +108,8 @@ struct BoundReactor<handler, void (Owner::*)(Key const&...)> {
 };
 } // namespace Detail
 
-// The usual nested reactor of a machine, one line:
-//    using OrvIntfVlanIdTable = Orv::ReactorFor<&TcamSharingCodef::handleInternalVlanChange>;
+// A reactor that calls a member function of its owner:
+//    using SpeedReactor = Orv::ReactorFor<&PortMonitor::handleSpeed>;
 template<auto handler>
 using ReactorFor = typename Detail::BoundReactor<handler>::type;
 

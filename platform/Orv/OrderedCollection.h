@@ -12,10 +12,11 @@
 
 namespace Orv {
 
-// In key order, for the few tables where an order is asked for. Look-up is O(log n).
+// Iterates in order of key, and a walk also visits members that are inserted ahead of it; otherwise
+// like Collection. Look-up is O(log n), so it is for collections of which the order matters.
 template<class K, class V>
 class OrderedCollection : public Watched<K> {
-   // Outlives the collection while a walk looks at it.
+   // Shared with the walks, which may outlive the collection.
    struct Alive : RefCounted {
       bool yes = true;
    };
@@ -73,8 +74,7 @@ class OrderedCollection : public Watched<K> {
       }
    }
 
-   // Goes on from the key after the member that it is given, so any change is safe; members that
-   // appear ahead of it are visited.
+   // Continues at the first key above that of the given member, so every change is safe.
    class Cursor {
     public:
       explicit Cursor(OrderedCollection const& collection)

@@ -1,4 +1,4 @@
-// Reference-counted pointers. One thread: the count is a plain integer.
+// Reference-counted pointers, for one thread: the count is not atomic.
 #pragma once
 
 #include "platform/Orv/Export.h"
@@ -43,8 +43,8 @@ class Ptr {
    }
    ~Ptr() { release(); }
 
-   // By value: the old target is released last, when the pointer already shows the new one, so a
-   // destructor that looks back at this pointer sees a sound state.
+   // By value, so that the old target is released last: its destructor may read this pointer, which
+   // has the new target then.
    Ptr& operator=(Ptr other) noexcept {
       std::swap(target_, other.target_);
       return *this;

@@ -66,7 +66,7 @@ void SlotIndex::insert(uint64_t hash, uint32_t entry) {
 
 void SlotIndex::grow(uint32_t hash) {
    Segment*& segment = directory_[directorySlot(hash)];
-   // Past kMaxDepth the hashes are equal in so many bits that splitting would not part them.
+   // Past kMaxDepth the hashes are equal in so many bits that splitting would not separate them.
    if (segment->mask + 1 >= kSegmentSlots && segment->depth < kMaxDepth) {
       split(hash);
       return;
@@ -100,7 +100,7 @@ void SlotIndex::split(uint32_t hash) {
          put(upper ? *high : *low, slot);
       }
    }
-   // The directory entries of the old segment are one run: its lower half and its upper half.
+   // The directory entries of the old segment are consecutive. The lower half of them gets `low`.
    uint32_t span = 1U << (depth_ - depth);
    uint32_t first = directorySlot(hash) / (span * 2) * (span * 2);
    std::fill_n(directory_ + first, span, low);
@@ -115,7 +115,7 @@ void SlotIndex::erase(uint64_t hash, uint32_t entry) {
    while (segment.slots[at].entry != entry) {
       at = (at + 1) & segment.mask;
    }
-   // Close the gap: a later slot of the run moves up unless it already stands at or after its home.
+   // Close the gap: a later slot of the run moves into it unless that is before its home.
    for (uint32_t next = (at + 1) & segment.mask; segment.slots[next].entry != kNil;
         next = (next + 1) & segment.mask) {
       uint32_t home = segment.slots[next].hash & segment.mask;

@@ -1,10 +1,9 @@
 // The hash index under keyed collections and intern tables: hash -> number of an entry.
 //
-// Slots live in small segments chosen by the top bits of the hash (a directory that doubles), and
-// are probed linearly inside a segment by its low bits. A full segment doubles or splits alone, so
-// the worst single insertion moves one segment (kSegmentSlots slots) whatever the size of the
-// whole: no insertion stalls the event loop. A slot keeps 32 bits of the hash, so moving slots
-// never touches the entries.
+// Extendible hashing: the top bits of the hash select a segment through a directory that doubles
+// when it has to, and the low bits start a linear probe inside the segment. A full segment doubles
+// or splits alone, so that one insertion moves kSegmentSlots slots at most, whatever the size of
+// the index. A slot has 32 bits of the hash, so moving it does not read the entry.
 #pragma once
 
 #include "platform/Orv/Export.h"

@@ -1,13 +1,13 @@
-// Where a collection keeps its entries. Three layouts under one set of operations:
+// The storage of a collection's entries, in three layouts with the same operations:
 //
-//    PagedStorage  key has a dense index (Interned.h): an array of pages over it, no hashing
-//    SlabStorage   any hashable key: entries in a slab, found through a SlotIndex; keeps the room
-//                  of its peak, since a table that was full once tends to be again
-//    SmallStorage  usually one entry: that one in place, a slab when there are more
+//    PagedStorage  for keys with a dense index (Interned.h): an array of pages, no hashing
+//    SlabStorage   for any hashable key: entries in a slab, found through a SlotIndex; it keeps the
+//                  memory of its largest size, since a collection tends to reach it again
+//    SmallStorage  for usually one entry: in place, or in a slab when there are more
 //
-// An entry is named by a slot number that stays valid until the entry is released; slots never
-// move, so links between entries (Collection.h) are slot numbers. No operation moves more than one
-// hash segment or allocates more than one page, whatever the number of entries.
+// A slot number identifies an entry until the entry is released. Entries never move, so links
+// between them (Collection.h) are slot numbers. No operation moves more than one hash segment or
+// allocates more than one page, whatever the number of entries.
 #pragma once
 
 #include "platform/Orv/Interned.h"
@@ -57,7 +57,8 @@ class PagedStorage {
       auto& page = pages_[slot >> kPageBits];
       page->entries[slot & kPageMask] = Entry{};
       if (--page->used == 0) {
-         // One empty page stays at hand: a table that swings around empty does not allocate.
+         // One empty page is kept: a collection that alternates between empty and one entry does
+         // not allocate.
          spare_ = std::move(page);
       }
    }
@@ -127,8 +128,8 @@ class SlabStorage {
    K const& key(uint32_t slot) const { return at(slot).key; }
 
  private:
-   // Chunks of 4, 8, ... 256 entries, then 256 each: small tables stay small, large ones grow
-   // without copying.
+   // Chunks of 4, 8, ... 128 entries, then 256 each: a small collection stays small, a large one
+   // grows without copying.
    static constexpr uint32_t kFirst = 4;
    static constexpr uint32_t kChunk = 256;
    static constexpr uint32_t kGrowing = 6; // chunks before the first of full size

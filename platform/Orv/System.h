@@ -1,8 +1,7 @@
-// The framework's view of time.
+// The time source of the framework.
 //
-// Every machine asks currentTime(); none sleeps or reads a clock of its own. A live agent uses the
-// monotonic clock (the default), scenarios and tests install a VirtualTime, so that a run is the
-// same each time.
+// All code reads the time here, and none sleeps. The default source is the monotonic clock; with a
+// VirtualTime, a run is reproducible.
 #pragma once
 
 #include "platform/Orv/Export.h"
@@ -15,17 +14,17 @@ class ORV_EXPORT TimeSource {
  public:
    virtual ~TimeSource();
    virtual Seconds now() = 0;
-   // The same for observers, such as traces: looking changes nothing.
+   // The same without an effect on the source, for observers such as traces.
    virtual Seconds peek() const = 0;
 };
 
-// Time that moves only when told. `costPerReading` lets each reading take that long, so that work
-// slices end inside a run on virtual time as they would on a real machine.
+// Time that advances when told, and by `costPerReading` at each reading: with a cost, code that
+// works until a given time comes to an end as it does on the monotonic clock.
 class ORV_EXPORT VirtualTime : public TimeSource {
  public:
    Seconds now() override;
    Seconds peek() const override { return now_; }
-   void advanceTo(Seconds time); // never moves back
+   void advanceTo(Seconds time); // does nothing for an earlier time
    void costPerReadingIs(Seconds cost) { costPerReading_ = cost; }
    Seconds costPerReading() const { return costPerReading_; }
 

@@ -6,7 +6,7 @@
 namespace Orv {
 
 namespace {
-// Function-local: types register while other static objects are still being made.
+// Function-local, since static objects of other files register types while they are constructed.
 std::map<std::string, std::unique_ptr<Type>, std::less<>>& registry() {
    static std::map<std::string, std::unique_ptr<Type>, std::less<>> types;
    return types;

@@ -32,7 +32,7 @@ Type const& typeOf() {
    return type;
 }
 
-// Registers T when the program starts; ORV_ENTITY makes one.
+// Registers T when the program starts; ORV_ENTITY declares one.
 template<class T>
 struct TypeRegistration {
    TypeRegistration() { typeOf<T>(); }

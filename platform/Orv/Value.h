@@ -1,13 +1,13 @@
 // Value types: plain structs with one field list.
 //
-//    struct Dot1qEncap {
-//       uint16_t outer = 0;
-//       uint16_t inner = 0;
-//       ORV_VALUE(Dot1qEncap, "Bridging::Dot1qEncap", outer, inner)
+//    struct Range {
+//       uint16_t first = 0;
+//       uint16_t last = 0;
+//       ORV_VALUE(Range, "Example::Range", first, last)
 //    };
 //
-// From the list come equality, lexicographic order, Orv::hashOf, and printing as
-// "Value('Bridging::Dot1qEncap', ** {'outer': 100, 'inner': 0})".
+// The list gives equality, lexicographic order, Orv::hashOf(), and printing as
+// "Value('Example::Range', ** {'first': 100, 'last': 0})".
 #pragma once
 
 #include <compare>
@@ -78,14 +78,14 @@ uint64_t hashOf(T const& value) {
    }
 }
 
-// A scoped enumeration whose enumerators have a text form of their own.
+// A scoped enumeration with a stream operator of its own.
 template<class T>
 concept NamedEnum =
     std::is_enum_v<T> && !std::is_convertible_v<T, int> && requires(std::ostream & out, T value) {
    out << value;
 };
 
-// Writes one field of a value; bytes are numbers and flags are 0 or 1.
+// Prints one field of a value: bytes as numbers, flags as 0 or 1.
 template<class T>
 void printField(std::ostream& out, T const& field) {
    if constexpr (std::is_integral_v<T>) {
@@ -104,7 +104,7 @@ std::ostream& printValue(std::ostream& out, T const& value) {
    auto printOne = [&](auto const& field) {
       auto comma = names.find(',');
       std::string_view name = names.substr(0, comma);
-      // A field kept privately is listed with its trailing underscore and printed without it.
+      // The name of a private field is printed without its trailing underscore.
       if (name.ends_with('_')) {
          name.remove_suffix(1);
       }

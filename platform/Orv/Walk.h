@@ -5,7 +5,7 @@
 
 namespace Orv {
 
-// A member as a walk hands it out.
+// A member of a collection, as a copy.
 template<class K, class V>
 struct Member {
    K key;
@@ -14,8 +14,8 @@ struct Member {
 
 // for (auto const& [key, value] : entity->requestIter())
 //
-// `Cursor` is the place in the collection: next(member) replaces an absent member by the first one,
-// any other by the one after it, and the last one by none.
+// `Cursor` is a position in the collection. Its next(member) replaces an absent member by the first
+// one, a present one by the one after it, and the last one by none.
 template<class K, class V, class Cursor>
 class Walk {
  public:

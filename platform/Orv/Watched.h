@@ -1,4 +1,4 @@
-// Who watches a keyed collection: reactors, and observers for indices over it.
+// Registration of reactors and observers with a keyed collection.
 #pragma once
 
 #include "platform/Orv/Notifier.h"
@@ -8,7 +8,8 @@
 
 namespace Orv {
 
-// Told of each member that comes or goes, before any reactor is. For indices over a collection.
+// Called for each member that is inserted or erased, before any reactor. For indices
+// (GroupIndex.h).
 template<class K>
 class Observer {
  public:
@@ -17,18 +18,18 @@ class Observer {
    virtual void erased(K const& key) = 0;
 };
 
-// A collection's reactors and observers; made when the first one comes.
+// A collection's reactors and observers; allocated when the first one registers.
 template<class K>
 struct Watchers {
    Notifier<K> notifier;
    std::vector<Observer<K>*> observers;
 };
 
-// What both kinds of collection do for those who watch them.
+// The base of the collections.
 template<class K>
 class Watched {
  public:
-   // Reactors watch const entities too: watching changes nothing of the content.
+   // const, since watching does not change the content: a reactor may watch a const entity.
    void watch(Reactor<K>& reactor) const { watchers().notifier.add(reactor); }
    void observe(Observer<K>& observer) const { watchers().observers.push_back(&observer); }
    void unobserve(Observer<K>& observer) const { std::erase(watchers().observers, &observer); }
@@ -39,7 +40,7 @@ class Watched {
          watchers_->notifier.deliver(key);
       }
    }
-   // Before the members go: who hears of the end may still look at them.
+   // To be called before the members are destroyed: handleDelete() may still read them.
    void endWatch() { watchers_.reset(); }
    void noteInserted(K const& key) {
       if (watchers_ != nullptr) {

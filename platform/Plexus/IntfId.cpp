@@ -21,11 +21,10 @@ bool allDigits(std::string_view text) {
           std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
-// The number of "Vlan<number>" without padding; nothing for every other name. Whether it is a VLAN
-// is for those to say who use it as one: a number beyond 16 bits reads as the largest, which is
-// none.
+// The number of "Vlan<number>" without zero padding; nothing for other names. The number need not
+// be a VLAN id: one of more than 16 bits gives 65535, so that it stays outside the range.
 std::optional<uint16_t> vlanOf(std::string_view base) {
-   // A flood entry's name carries its mark behind the number.
+   // The name of a flood entry has its mark after the number.
    std::string_view digits = base.substr(4, std::min(base.size(), base.find("-L3Flood")) - 4);
    uint16_t vlan = 0;
    auto error = std::from_chars(digits.data(), digits.data() + digits.size(), vlan).ec;
@@ -36,7 +35,7 @@ std::optional<uint16_t> vlanOf(std::string_view base) {
    return error == std::errc() ? vlan : std::numeric_limits<uint16_t>::max();
 }
 
-// Units are numbered as their names are first seen, from 1.
+// Numbers units from 1, in the order in which their names are first used.
 uint32_t unitOf(std::string_view unit) {
    static std::map<std::string, uint32_t, std::less<>> numbers;
    auto found = numbers.find(unit);
@@ -64,7 +63,7 @@ IntfIdFields classify(std::string_view name) {
    }
    if (dotInBase) {
       std::string_view number = name.substr(dot + 1);
-      // A flood entry's name may carry its mark behind the number.
+      // The name of a flood entry may have its mark after the number.
       number = number.substr(0, number.find("-L3Flood"));
       IntfId parent(name.substr(0, dot));
       IntfKind kind = parent.fields().kind;

@@ -1,17 +1,17 @@
 // Interface ids: an interface of any kind, as a small integer.
 //
-// What an interface is follows from its name and is decided once, when the id is made from it:
+// The kind of an interface follows from its name and is determined once, when the id is made:
 //
 //    Ethernet3, Ethernet-BP4             port
 //    PortChannel0001                     port-channel (zero padding is part of the name)
 //    Vlan100                             VLAN interface of VLAN 100 (any number without padding)
 //    Tunnel-vtep                         tunnel
 //    <port or port-channel>.<1..99999999>  sub-interface; long names only
-//    any name that contains "L3Flood"    flood entry of a routed port, of its kind otherwise
+//    any name that contains "L3Flood"    flood entry of a routed port; the kind is as above
 //
 // A prefix up to the last '/' names the card and unit ("lc3/asic0/Ethernet8") and is part of the
-// identity, not of the kind. Ids compare as integers, in order of first use; the empty name is the
-// default id. Names stay for the life of the process.
+// identity; it does not affect the kind. Ids compare as integers, in order of first use; the empty
+// name is the default id. Names stay for the life of the process.
 #pragma once
 
 #include "platform/Orv/Export.h"
@@ -43,8 +43,8 @@ class ORV_EXPORT IntfId : public Orv::Interned<IntfId, IntfIdFields, intfIdInter
    constexpr IntfId() = default;
    explicit IntfId(std::string_view name);
 
-   // The id of a name that was used before; the empty id for a name that never was. For look-ups
-   // of what people type, which must not be remembered for ever.
+   // The id of a name that was used before, else the empty id. For names that a user types, which
+   // must not be interned without limit.
    static IntfId existing(std::string_view name);
 
    std::string const& name() const { return fields().name; }
@@ -57,13 +57,13 @@ class ORV_EXPORT IntfId : public Orv::Interned<IntfId, IntfIdFields, intfIdInter
 
 struct SubIntfId {
    static bool isSubIntfId(IntfId id) { return id.fields().subIntf; }
-   // The empty id when `id` is no sub-interface.
+   // The empty id when `id` is not a sub-interface.
    static IntfId parentIntfId(IntfId id) { return IntfId::fromIndex(id.fields().parentIndex); }
 };
 
 struct VlanIntfId {
    static bool isVlanIntfId(IntfId id) { return id.fields().kind == IntfKind::vlan; }
-   // The number in the name, 0 included; 0 when `id` is no VLAN interface.
+   // The number in the name, 0 included; 0 when `id` is not a VLAN interface.
    static uint16_t vlanId(IntfId id) { return id.fields().vlanId; }
 };
 

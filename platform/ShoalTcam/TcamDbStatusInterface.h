@@ -1,7 +1,7 @@
-// The TCAM library's view of TCAM keys: where each feature of an in-LIF sits in the feature word.
+// The layout of TCAM keys: the position of each in-LIF feature in the feature word.
 //
-// Written by whoever decides on key layouts; may change at any time. A change shows in feature
-// words with the next TCAM key version (Hardware::Shoal::Status).
+// The owner of the layouts may write it at any time. A change takes effect in feature words with
+// the next TCAM key version (Hardware::Shoal::Status).
 #pragma once
 
 #include "platform/Hardware/Shoal/Ids.h"
@@ -51,7 +51,7 @@ class ORV_EXPORT TcamDbStatusInterface : public Orv::Entity {
    ORV_ENTITY(TcamDbStatusInterface, "ShoalTcam::TcamDbStatusInterface")
    ORV_OWNED_COLLECTION(inLifData, Hardware::Shoal::SystemTcamId, InLifData, Orv::KeyedByIndex)
 
-   // The one of the process.
+   // The instance of the process.
    static Orv::Ptr<TcamDbStatusInterface> const& tcamDbStatusInterface();
 
    // null for a TCAM without a layout: it has no place for any feature.

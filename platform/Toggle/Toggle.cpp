@@ -20,12 +20,12 @@ namespace {
 
 constexpr std::uintmax_t largestFile = 1U << 20;
 
-// One object of named values. Values of other kinds are passed over, however deep.
+// Reads one JSON object. Skips values that are not toggles, at any depth.
 class Parser {
  public:
    explicit Parser(std::string_view content) : content_(content) {}
 
-   // `names` takes those of the object.
+   // Adds the names in the object to `names`.
    std::optional<bool> find(std::string_view name, std::set<std::string>& names) {
       std::optional<bool> found;
       expect('{');
@@ -81,7 +81,7 @@ class Parser {
          fail(at_, std::string("expected '") + c + "'");
       }
    }
-   // Escapes are kept as written: names of toggles have none.
+   // Leaves escapes as they are: names of toggles have none.
    std::string string() {
       std::size_t begin = at_;
       if (!take('"')) {
@@ -96,7 +96,7 @@ class Parser {
       }
       return std::string(content_.substr(first, at_++ - first));
    }
-   // Without recursion: the nesting is only counted.
+   // Counts the nesting instead of recursing, so that deep input does not exhaust the stack.
    void value() {
       std::size_t begin = at_;
       std::size_t depth = 0;
@@ -136,7 +136,7 @@ class Parser {
    std::size_t at_ = 0;
 };
 
-// Empty for the working directory. One that somebody has named should have the file.
+// Empty for the working directory, where a missing file is normal.
 std::string directory() {
    char const* named = std::getenv("SHOAL_TOGGLE_DIR");
    return named != nullptr ? named : "";
@@ -148,7 +148,7 @@ std::string pathOf(std::string const& file) {
 
 struct Remembered {
    Reading reading;
-   std::set<std::string> names; // of the file's
+   std::set<std::string> names; // all in the file
 };
 
 std::vector<Remembered>& remembered() {
@@ -166,7 +166,7 @@ std::string objection(std::filesystem::path const& path) {
                  ? "there is no directory " + folder.string()
                  : "there is no such file";
    }
-   // To open a pipe would wait for a writer.
+   // Opening a pipe would wait for a writer.
    if (!std::filesystem::is_regular_file(status)) {
       return "is not a regular file";
    }
@@ -201,7 +201,7 @@ Remembered read(std::string const& name, std::string const& file, bool defaultVa
       reading.place = text.substr(0, end);
       reading.note = text.substr(end + 2);
       reading.odd = true;
-      found.names.clear(); // of a part of the file only
+      found.names.clear(); // incomplete
    }
    return found;
 }

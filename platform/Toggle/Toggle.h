@@ -8,10 +8,10 @@
 
 namespace Toggle {
 
-// The toggle `name` in the file `file` of the toggle directory: that of the environment variable
-// SHOAL_TOGGLE_DIR, else the working directory, where no file is needed. The default where the file
-// or the name is missing, and also where the file is malformed or the value is neither true nor
-// false: readings() says so. Reads the file at each call, and prints nothing.
+// The toggle `name` in the file `file` of the directory that the environment variable
+// SHOAL_TOGGLE_DIR names, else of the working directory. Returns the default when the file or the
+// name is missing, when the file is malformed, and when the value is neither true nor false;
+// readings() has the reason. Reads the file at each call. Prints nothing.
 ORV_EXPORT bool getToggleState(std::string const& name, std::string const& file, bool defaultValue);
 
 // What getToggleState() found at its last call for a name and file.
@@ -20,14 +20,14 @@ struct Reading {
    std::string path;
    bool value = false;
    bool fromFile = false; // else the default
-   std::string place;     // "line:column" of what is malformed
-   std::string note;      // in words; empty when there is nothing to say
-   bool odd = false;      // nobody can have meant what the note says
+   std::string place;     // "line:column" in a malformed file
+   std::string note;      // why the default, or what is wrong with the file
+   bool odd = false;      // the note tells of a mistake, not of a normal case
 };
-// In order of first use. Names in a file that nobody has asked for are told in the note of the
-// first toggle of that file: one of them may be a toggle that is misspelt.
+// In order of first use. The note of a file's first toggle has the names in the file that were
+// never read: one of them may be a misspelt toggle.
 ORV_EXPORT std::vector<Reading> readings();
-// What is odd: a line each, "path:line:column: warning: reason; NAME is taken as true".
+// A line for each odd reading: "path:line:column: warning: reason; NAME is taken as true".
 ORV_EXPORT std::vector<std::string> warnings();
 
 } // namespace Toggle

@@ -1,4 +1,4 @@
-// How parts of a trace point become words and numbers of the fast trace.
+// The words and numbers that the parts of a trace point become in the fast trace.
 //
 //    literal, char const*      words; the same at every hit of the trace point
 //    integer, bool, enum       a number
@@ -30,7 +30,7 @@ struct Point {
    uint32_t id = 0; // 0: not registered yet
 };
 
-// The fields of one record and, at a trace point's first hit, its words.
+// The fields of one record and, at the first hit of a trace point, its words.
 struct BlipParts {
    std::array<uint64_t, kBlipFields> fields{};
    unsigned count = 0;

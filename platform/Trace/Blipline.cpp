@@ -30,7 +30,7 @@ void setBit(uint32_t bit, bool on) {
 
 constexpr uint64_t kDictionarySize = kMostBliplineDictionary;
 
-// Trace points outlive files: a new file starts with all that are known.
+// The dictionary of a new file starts with the trace points that were hit before.
 struct KnownPoint {
    unsigned level;
    char const* file;
@@ -43,7 +43,7 @@ struct Ring {
    char* dictionary = nullptr;
    FileRecord* records = nullptr;
    std::size_t size = 0;
-   // The file says these too, but others can write there: what bounds our own writes is kept here.
+   // Copies of what the header has: other processes can change the file, but not our bounds.
    uint64_t capacity = 0;
    uint64_t dictionaryUsed = 0;
    dev_t device = 0;
@@ -155,7 +155,8 @@ namespace {
    throw std::runtime_error(path + ": " + std::strerror(error));
 }
 
-// The file that a link leads to is replaced, not the link; what is no file is left alone.
+// The path with links resolved: the file is replaced, not the link to it. Throws for anything but a
+// regular file.
 std::string fileOf(std::string const& path) {
    std::error_code error;
    if (!std::filesystem::exists(path, error)) {
@@ -176,12 +177,12 @@ void open(std::string const& path, uint64_t records) {
                                std::to_string(kMostBliplineRecords) + " records");
    }
    std::size_t size = sizeof(FileHeader) + kDictionarySize + records * sizeof(FileRecord);
-   // Made beside its place and moved there when it is whole: a file that somebody has mapped, this
-   // process included, is never cut. Its blocks are reserved, since a full disk would otherwise
-   // show itself as a signal at some trace point.
+   // The file is made under another name and renamed when it is complete, so that a file which a
+   // process has mapped is never truncated. Its blocks are allocated now: otherwise a trace point
+   // would meet a full disk as a signal.
    std::string target = fileOf(path);
    std::string temporary = target + "." + std::to_string(::getpid()) + ".new";
-   ::unlink(temporary.c_str()); // of a process with our number that was killed
+   ::unlink(temporary.c_str()); // left by a killed process that had our process id
    int file = ::open(temporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
    if (file < 0) {
       fail(path, errno);

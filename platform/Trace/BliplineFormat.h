@@ -1,5 +1,5 @@
 // The Blipline file, version 1. Numbers in the byte order of the machine that wrote it (see
-// `byteOrder`), no padding beyond what stands here.
+// `byteOrder`), no padding but the `unused` fields.
 //
 //    FileHeader | dictionary: dictionarySize bytes | ring: capacity x FileRecord
 //
@@ -15,7 +15,7 @@ namespace Trace {
 inline constexpr uint32_t kBlipFields = 12;
 inline constexpr char kBliplineMagic[8] = {'B', 'L', 'I', 'P', 'L', 'I', 'N', 'E'};
 inline constexpr uint32_t kBliplineVersion = 1;
-// What a file holds at most, so that a reader can tell damage from size.
+// Limits of a file, by which a reader detects damage.
 inline constexpr uint64_t kMostBliplineRecords = 1U << 24;
 inline constexpr uint64_t kMostBliplineDictionary = 1U << 20;
 inline constexpr uint32_t kBliplineByteOrder = 0x01020304;

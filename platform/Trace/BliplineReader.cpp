@@ -34,7 +34,7 @@ class Reader {
    }
 
  private:
-   // Reads on from where the last one ended.
+   // Reads at the present position of the stream; `offset` is that position, for the error.
    template<class T>
    T next(uint64_t offset) {
       T value;
@@ -101,8 +101,7 @@ class Reader {
       for (uint64_t number = header_.written - kept; number < header_.written; ++number) {
          uint64_t place = number % header_.capacity;
          uint64_t offset = ring + place * sizeof(FileRecord);
-         // Seeking drops what the stream has buffered: only to the oldest record, and where the
-         // ring begins again.
+         // Seeking discards the buffer of the stream, so only to the oldest record and at the wrap.
          if (number == header_.written - kept || place == 0) {
             in_.seekg(static_cast<std::streamoff>(offset));
          }
@@ -168,8 +167,8 @@ class Reader {
 } // namespace
 
 void printBlipline(std::string const& path, std::ostream& out) {
-   // Asked before it is opened: to open a pipe waits for a writer.
-   auto status = std::filesystem::status(path); // throws what is a std::system_error
+   // Before opening it: opening a pipe waits for a writer.
+   auto status = std::filesystem::status(path); // throws a std::system_error
    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
       throw BliplineError("is not a regular file");
    }

@@ -1,4 +1,4 @@
-// Reads a Blipline file back into the words of its trace points.
+// Decodes a Blipline file into the words of its trace points.
 #pragma once
 
 #include "platform/Orv/Export.h"
@@ -9,8 +9,8 @@
 
 namespace Trace {
 
-// The file is no Blipline file or is damaged; the text names the byte offset and the reason, or the
-// reason alone for what is not a regular file.
+// The file is damaged or not a Blipline file. The text is "offset N: reason", or the reason alone
+// when the file is not a regular one.
 class ORV_EXPORT BliplineError : public std::runtime_error {
  public:
    using std::runtime_error::runtime_error;

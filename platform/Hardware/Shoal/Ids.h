@@ -78,7 +78,7 @@ class SystemPhyPortId {
    uint16_t value_ = null;
 };
 
-// Where a port sits: unit, and port on the unit (0 to 255). (2048, 256) when unset.
+// The place of a port: its unit, and its number on the unit (0 to 255). (2048, 256) when unset.
 struct PortMap {
    FapId fapId;
    uint16_t fapPortId = 256;
@@ -105,8 +105,8 @@ class VlanDomain {
    uint8_t value_ = 0;
 };
 
-// A virtual switching instance, or a VLAN tag where the chip keeps one in its place: 0 to 8192
-// (the invalid mark). Larger values throw Orv::RangeException.
+// A virtual switching instance, or a VLAN tag where the chip has one in its place: 0 to 8192, which
+// marks an invalid one. Larger values throw Orv::RangeException.
 class Vsi {
  public:
    static constexpr uint32_t min = 0;

@@ -9,7 +9,7 @@ namespace Hardware::Shoal {
 
 class ORV_EXPORT LocalPortMapStatus : public Orv::Entity {
    ORV_ENTITY(LocalPortMapStatus, "Hardware::Shoal::LocalPortMapStatus")
-   // Port -> where it sits.
+   // Port -> its place.
    ORV_COLLECTION(portMap, Plexus::IntfId, PortMap, Orv::KeyedByIndex)
 };
 

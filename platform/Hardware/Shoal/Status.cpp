@@ -7,7 +7,7 @@ SystemTcamId fapLocalCoreIdToSystemTcamId(Orv::Ptr<Status const> const& status, 
    if (!status || fapId.isNull() || localCoreId >= kCoresPerFap) {
       return SystemTcamId();
    }
-   // Numbers above 2048 are taken as well, so that no unit shares the mark of an unset id.
+   // 2048 is left out: it marks an unset id.
    uint32_t number = fapId.value() * kCoresPerFap + localCoreId;
    return SystemTcamId(static_cast<uint16_t>(number < 2048 ? number : number + 1));
 }

@@ -6,7 +6,7 @@
 
 namespace Hardware::Shoal {
 
-// What the driver keeps per port for tunnels; the VLAN domain is the part read here.
+// The tunnel data of a port.
 struct PortTunnelData {
    VlanDomain vlanDomain;
 

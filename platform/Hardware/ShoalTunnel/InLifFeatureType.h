@@ -1,4 +1,4 @@
-// The features that an in-LIF can carry, and what is kept per feature.
+// The features that an in-LIF can carry, and collections keyed by them.
 #pragma once
 
 #include "platform/Orv/Exception.h"
@@ -13,8 +13,8 @@
 
 namespace Hardware::ShoalTunnel {
 
-// Which features these are is between those who ask for them and the TCAM layouts; none is the mark
-// of an unset type.
+// The meaning of each type is agreed between the features and the TCAM layouts. `none` marks an
+// unset type.
 enum class InLifFeatureType : uint8_t {
    none = 0,
    feature1 = 1,
@@ -55,8 +55,8 @@ inline InLifFeatureType checkedInLifFeatureType(InLifFeatureType type) {
    return type;
 }
 
-// A collection over the twelve types, in order of type, in place: no allocation, and nobody watches
-// it. A walk goes through a copy, so everything may be changed meanwhile.
+// A collection keyed by the twelve types, in order of type. It is stored in place, without
+// allocation and without reactors. A walk goes through a copy, so the map may be changed meanwhile.
 template<class V>
 class InLifFeatureMap {
  public:
@@ -68,7 +68,7 @@ class InLifFeatureMap {
       return static_cast<unsigned>(type) < kInLifFeatureTypeBound && (present_ & bit(type)) != 0;
    }
    std::size_t size() const { return static_cast<std::size_t>(std::popcount(present_)); }
-   // Throws Orv::RangeException for a type that is none of the twelve.
+   // Throws Orv::RangeException for anything but the twelve types.
    void set(Key type, V value) {
       values_[slot(checkedInLifFeatureType(type))] = std::move(value);
       present_ |= bit(type);

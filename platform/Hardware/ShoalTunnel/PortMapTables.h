@@ -1,4 +1,4 @@
-// Port maps as other components of the tunnel family keep them.
+// Port maps and encapsulation changes that other components of the tunnel family maintain.
 #pragma once
 
 #include "platform/Bridging/VlanId.h"
@@ -22,8 +22,8 @@ class ORV_EXPORT ShoalTunnelPortMapHelper : public Orv::Entity {
    ORV_COLLECTION(changedIntfToFap, Plexus::IntfId, Shoal::FapId, Orv::KeyedByIndex)
 };
 
-// The encapsulations of sub-interfaces as they change: an entry says added or changed, its removal
-// says removed.
+// Changes of sub-interface encapsulations: an entry is written when an encapsulation is added or
+// changed, and deleted when the encapsulation is removed.
 class ORV_EXPORT SubIntfDot1qEncapChange : public Orv::Entity {
    ORV_ENTITY(SubIntfDot1qEncapChange, "Hardware::ShoalTunnel::SubIntfDot1qEncapChange")
    ORV_COLLECTION(dot1qEncap, Plexus::IntfId, Bridging::Dot1qEncap, Orv::KeyedByIndex)

@@ -1,8 +1,8 @@
 // The chip's exact-match tables (SEM): keys, payloads, and the tables through which they are
 // programmed.
 //
-// A machine writes SemTableConfig; the hardware layer answers in SemTableStatus, later: an entry
-// there answers a write of that key, the removal of the entry answers a removal.
+// A machine writes SemTableConfig. The hardware layer answers later, in SemTableStatus: it writes
+// an entry to answer a write of that key, and deletes the entry to answer a deletion.
 #pragma once
 
 #include "platform/Bridging/VlanId.h"
@@ -35,7 +35,7 @@ class AradISemKeyTcamSharing {
  public:
    AradISemKeyTcamSharing(Bridging::VlanId vlanId, Shoal::VlanDomain vlanDomain)
        : value_(static_cast<uint32_t>(vlanId.value()) << 8 | vlanDomain.value()) {}
-   // From a key of this type; the operators read tables in these terms.
+   // From a key of this type.
    explicit AradISemKeyTcamSharing(AradSemKey key) : value_(key.value()) {}
    uint16_t vlanId() const { return (value_ >> 8) & 0xfff; }
    Shoal::VlanDomain vlanDomain() const { return Shoal::VlanDomain(value_ & 0xff); }
@@ -61,7 +61,7 @@ class AradSemKeyAndFap
    static constexpr uint16_t maxFapId = 128;
 
    constexpr AradSemKeyAndFap() = default;
-   // Units above maxFapId have no place in the key: Orv::RangeException.
+   // Throws Orv::RangeException for a unit above maxFapId, which does not fit into the key.
    AradSemKeyAndFap(AradSemKey key, Shoal::FapId fapId) : Interned(checked(key, fapId)) {}
 
    AradSemKey key() const { return fields().key; }
@@ -80,7 +80,7 @@ class AradSemKeyAndFap
    }
 };
 
-// What a key's entry carries: a policy value in bits 3-19, bit 0 set in every entry written.
+// The payload of an entry: a policy value in bits 3-19. Bit 0 is set in every entry written.
 struct AradSemPayload {
    uint32_t value = 0;
 
@@ -90,8 +90,8 @@ struct AradSemPayload {
    ORV_VALUE(AradSemPayload, "Hardware::ShoalTunnel::AradSemPayload", value)
 };
 
-// An answer: code 1 says that the entry stands with this payload, any other code that the chip
-// refused it. The default entry stands for none.
+// An answer: code 1 means that the entry is programmed with this payload, any other code that the
+// chip refused it. The default value means no answer.
 struct SemTableStatusEntry {
    static constexpr uint32_t success = 1;
 
@@ -108,7 +108,7 @@ class ORV_EXPORT SemTableConfig : public Orv::Entity {
 
 class ORV_EXPORT SemTableStatus : public Orv::Entity {
    ORV_ENTITY(SemTableStatus, "Hardware::ShoalTunnel::SemTableStatus")
-   // Every write is an answer, also one that repeats the last.
+   // Every write is an answer, even of an equal value.
    ORV_EVENTS(status, AradSemKeyAndFap, SemTableStatusEntry, Orv::PagedStorage)
 };
 

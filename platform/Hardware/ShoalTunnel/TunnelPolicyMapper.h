@@ -1,6 +1,6 @@
-// The tunnel-to-policy mapper: which in-LIF additional data a tunnel carries on a unit. The
-// hardware layer answers each write in the status, later: a status answers a write, its removal a
-// removal.
+// The tunnel-to-policy mapper: the in-LIF additional data of a tunnel on a unit. The hardware layer
+// answers later, in the status: it writes a status to answer a write, and deletes the status to
+// answer a deletion.
 #pragma once
 
 #include "platform/Hardware/Shoal/Ids.h"
@@ -40,7 +40,7 @@ struct TunnelPolicyMapperResult {
              inLifAdditionalData)
 };
 
-// All zero: the key has no status. Other codes than these say that the write failed.
+// All zero: the key has no status. A code that is neither of these means that the write failed.
 struct TunnelPolicyMapperStatusType {
    static constexpr uint32_t programmed = 2;
    static constexpr uint32_t inProgress = 3;
@@ -59,7 +59,7 @@ class ORV_EXPORT TunnelPolicyMapperConfig : public Orv::Entity {
 
 class ORV_EXPORT TunnelPolicyMapperStatus : public Orv::Entity {
    ORV_ENTITY(TunnelPolicyMapperStatus, "Hardware::ShoalTunnel::TunnelPolicyMapperStatus")
-   // Every write is an answer, also one that repeats the last.
+   // Every write is an answer, even of an equal value.
    ORV_EVENTS(status, TunnelPolicyMapperKey, TunnelPolicyMapperStatusType, Orv::PagedStorage)
 };
 

@@ -1,8 +1,8 @@
 // The VLAN-tag-to-VSI mapper: its tables, and the VLAN domains that it assigned to port-channels.
 //
-// Its entries belong to the component that programs sub-interfaces: that one creates and removes
-// them. Others may change an entry's in-LIF additional data. The hardware layer answers each write
-// in the status, later.
+// The component that programs sub-interfaces owns the entries: it creates and removes them. Others
+// may change an entry's in-LIF additional data. The hardware layer answers each write later, in the
+// status.
 #pragma once
 
 #include "platform/Bridging/VlanId.h"
@@ -57,14 +57,14 @@ class VlanTagToVsiMapperKey
 };
 
 struct VlanTagToVsiMapperResult {
-   uint32_t lif = 0;                 // the logical interface; the owner's
+   uint32_t lif = 0;                 // the logical interface, set by the owner
    uint64_t inLifAdditionalData = 0; // 0: none
 
    ORV_VALUE(VlanTagToVsiMapperResult, "Hardware::ShoalTunnel::VlanTagToVsiMapperResult", lif,
              inLifAdditionalData)
 };
 
-// What the chip made of a write: the data that it was asked for, and how that went.
+// The answer to a write: the data written, and the result.
 struct VlanTagToVsiMapperStatusType {
    uint64_t inLifAdditionalData = 0;
    VlanTagToVsiMapperErrorType errorType = VlanTagToVsiMapperErrorType::none;
@@ -80,7 +80,7 @@ class ORV_EXPORT VlanTagToVsiMapperConfig : public Orv::Entity {
 
 class ORV_EXPORT VlanTagToVsiMapperStatus : public Orv::Entity {
    ORV_ENTITY(VlanTagToVsiMapperStatus, "Hardware::ShoalTunnel::VlanTagToVsiMapperStatus")
-   // Every write is an answer, also one that repeats the last.
+   // Every write is an answer, even of an equal value.
    ORV_EVENTS(status, VlanTagToVsiMapperKey, VlanTagToVsiMapperStatusType, Orv::PagedStorage)
 };
 
