@@ -117,9 +117,11 @@ void expectPublished(Host& host, Arguments& arguments, std::ostream&) {
    std::string domain = arguments.next("DOMAIN or none");
    arguments.end();
    auto text = [](auto const& id) { return id ? std::to_string(id->value()) : "none"; };
-   auto fap = unit == "none" ? std::nullopt : std::optional(host.world().unit(unit));
+   if (unit != "none") {
+      unit = std::to_string(host.world().unit(unit).value());
+   }
    require(fmt::format("the published unit and VLAN domain of {}", intf.name()),
-           fmt::format("{} and {}", text(fap), domain),
+           fmt::format("{} and {}", unit, domain),
            fmt::format("{} and {}",
                        text(host.intfToFapIdStatus()->intfToFapCollection().find(intf)),
                        text(host.intfToVlanDomainStatus()->vlanDomainCollection().find(intf))));
