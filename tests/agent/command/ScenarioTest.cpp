@@ -2,7 +2,6 @@
 #include "agent/command/Reference.h"
 #include "agent/command/Tables.h"
 #include "agent/inventory/FileContent.h"
-#include "agent/simulate/SimulateCommands.h"
 #include "platform/Trace/Trace.h"
 
 #include <filesystem>
@@ -362,7 +361,6 @@ TEST(AgentTest, OutputIsTheSameEachTimeAndJsonIsJson) {
 }
 
 TEST(AgentTest, WhatIsMadeFromTheRegistryIsUpToDate) {
-   addSimulateCommands(commandRegistry());
    std::ostringstream table;
    printMarkdown(table);
    EXPECT_THAT(fileContent("docs/agent.md").value(),
