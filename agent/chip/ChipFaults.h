@@ -1,4 +1,4 @@
-// What goes wrong at the simulated chip: which answers suffer, how late they are.
+// The faults of the simulated chip: which answers they affect, and how late answers are.
 //
 // Faults are either counted ("the next 3 answers are lost") or drawn with a probability from a
 // seeded generator, so a run is the same each time. Each may be limited to one table, one unit, or
@@ -51,7 +51,7 @@ class ChipFaults {
    void next(Fault fault, uint64_t count, FaultScope scope);
    // From now on each answer in the scope suffers it with this probability, 0 to 1.
    void often(Fault fault, double probability, FaultScope scope);
-   // The draw begins anew from here.
+   // Restarts the generator from this seed.
    void seedIs(uint64_t seed) {
       seed_ = seed;
       random_.seed(seed);

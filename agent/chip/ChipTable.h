@@ -69,7 +69,7 @@ class ChipTable {
       config_->configCollection().watch(orvConfig_);
    }
 
-   // Names, by a number of its own, for whom an entry is written or removed just now.
+   // Identifies, by an index, the request for which an entry is being written or removed.
    using WriterOf = std::function<std::optional<uint32_t>(Key)>;
    void writerOfIs(WriterOf writerOf) { writerOf_ = std::move(writerOf); }
 

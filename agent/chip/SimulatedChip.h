@@ -1,4 +1,4 @@
-// The simulated chip behind the hardware tables of both generations.
+// The simulated chip, which answers for the hardware tables of both generations.
 #pragma once
 
 #include "agent/chip/ChipTable.h"

@@ -64,7 +64,7 @@ std::string describeMoved(Host const& host, Orv::Failure const&) {
    return "";
 }
 
-// Requests from before the unit had the lookup: whoever reads them anew finds the label.
+// Requests from before the unit had the lookup: a merge that reads them again finds the label.
 std::string describeLabels(Host const& host, Orv::Failure const&) {
    std::vector<TcamSharingRequest> labelled;
    for (auto const& [request, policy] : host.sharing().config(Requester::acl)->requestIter()) {

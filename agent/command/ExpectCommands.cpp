@@ -9,7 +9,7 @@ namespace {
 
 using Hardware::ShoalTunnel::AradISemKeyTcamSharing;
 
-// `more`: what is said behind what was got.
+// `more` follows what was got.
 void require(std::string const& what, std::string_view wanted, std::string_view got,
              std::string const& more = "") {
    if (wanted != got) {

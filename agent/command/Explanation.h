@@ -13,7 +13,7 @@ struct Explanation {
    bool inHardware = false;
    // One line of sentences that answers "why is this policy (not) in hardware?".
    std::string verdict;
-   // What stands behind it: label and text, in reading order.
+   // The facts that support it: label and text, in reading order.
    std::vector<std::pair<std::string, std::string>> facts;
 };
 

@@ -1,5 +1,5 @@
-// What is so of one in-LIF feature, decided from the tables: where its value should stand, and
-// where it does. Every view of in-LIF features takes it from here.
+// The state of one in-LIF feature, decided from the tables: where its value should be, and where it
+// is. Every view of in-LIF features is made from it.
 #pragma once
 
 #include "agent/command/FeatureNames.h"
@@ -33,7 +33,7 @@ struct FeatureSituation {
    };
    std::vector<Absence> absent; // the reached ones whose word does not carry the value, and why
    // Words that the key does not lead to, and would if it were wanted: those of its interface.
-   // What they have in the field, be it of whomever, where that is not 0.
+   // What they have in the field, from any feature, where that is not 0.
    std::vector<std::pair<IntfId, uint64_t>> strange;
 
    bool answered() const { return wanted && handled && handled->version() == requested->version(); }

@@ -11,7 +11,7 @@
 namespace Agent {
 
 struct RunOptions {
-   bool keepGoing = false; // go on behind an error
+   bool keepGoing = false; // go on after an error
    bool echo = false;      // print each command before it runs
    // Off: the commands are known to be harmless, having been carried out before in this order.
    bool rehearse = true;
@@ -19,7 +19,7 @@ struct RunOptions {
 
 class ScenarioRunner {
  public:
-   // Results go to `out`, errors ("file:line: error: reason") to `errors`. Both are flushed behind
+   // Results go to `out`, errors ("file:line: error: reason") to `errors`. Both are flushed after
    // each command.
    ScenarioRunner(Host& host, std::ostream& out, std::ostream& errors, RunOptions options)
        : host_(host), out_(out), errors_(errors), options_(options) {}

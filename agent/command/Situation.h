@@ -1,5 +1,5 @@
-// What is so of one request, decided from the tables, the chip and the chronicle. Every view of
-// requests takes it from here, so that no two of them differ.
+// The state of one request, decided from the tables, the chip and the chronicle. Every view of
+// requests is made from it, so that no two of them differ.
 #pragma once
 
 #include "agent/command/Resolution.h"
@@ -65,14 +65,14 @@ struct Situation {
    // The chip holds the policy, as far as entries carry it, in every entry that the request leads
    // to now.
    bool inHardware = false;
-   // Entries that it had before stand still.
+   // Entries that it had before are still there.
    bool leftBehind = false;
 
    bool answeredSuccess() const {
       return response.status == Hardware::ShoalTunnel::tcamSharingSuccess &&
              response.policyId == merged;
    }
-   // A feature asks for something here, be it nothing that counts.
+   // A feature asks for something here, even if none of it counts.
    bool asked = false;
    // A feature that asks for what the merged policy does not have: it asks for bits that are not
    // its own on the unit, or another feature wrote or withdrew them last.
@@ -82,7 +82,7 @@ struct Situation {
       TcamSharingPolicyId there; // in the merged policy
    };
    std::vector<Overruled> overruled;
-   // Nothing is to be said of it.
+   // It is not a problem.
    bool sound() const {
       bool over =
           merged.empty() && !asked && response.status == Hardware::ShoalTunnel::tcamSharingNone;
@@ -90,7 +90,7 @@ struct Situation {
    }
 };
 
-// What is so of one feature's part of a request.
+// The state of one requester's part of a request.
 struct RequesterPart {
    TcamSharingPolicyId asked; // in the fields that are the feature's on the unit
    // What it is told: rampart's label is answered in lumen's status, for both.
@@ -109,7 +109,7 @@ struct RequesterPart {
 };
 RequesterPart requesterPart(Host const& host, Situation const& situation, Requester requester);
 
-// Decides for many requests: what is looked up for one of them serves the next.
+// Decides for many requests: what is looked up for one of them is kept for the next.
 class Situations {
  public:
    explicit Situations(Host const& host);

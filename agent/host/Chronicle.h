@@ -1,5 +1,5 @@
-// When what happened to each request and to each hardware entry, for those who ask why a request is
-// where it is. Only listens: nothing here changes what happens.
+// What happened to each request and to each hardware entry, and when, to explain the state of a
+// request. It only watches: nothing here changes what happens.
 #pragma once
 
 #include "agent/chip/SimulatedChip.h"

@@ -18,10 +18,11 @@ class FeaturePipeline {
  public:
    explicit FeaturePipeline(World& world);
 
-   // Empties every table that the machines write and builds the machines anew, as in an agent that
+   // Empties every table that the machines write and builds the machines again, as in an agent that
    // starts on the present facts and requests.
    void startFresh();
-   // Destroys the machine and builds it again on the same entities; none of the other pipelines.
+   // Destroys the machine and builds it again on the same entities. Ignores machines of the other
+   // pipelines.
    void rebuild(Machine machine);
 
    // null for a name that has no request directory.

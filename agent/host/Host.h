@@ -61,9 +61,9 @@ class Host {
 
    // Destroys a machine (in every pipeline that has it) and builds it again on the same entities.
    void rebuild(Machine machine);
-   // All machines of in-LIF features anew, on empty tables, as in an agent that starts now.
+   // Builds all machines of in-LIF features again on empty tables, as in an agent that starts now.
    void startFeaturesFresh();
-   // Hears of machines that are built again; goes with the agent. At most one.
+   // Is told of machines that are built again; ends with the agent. At most one.
    void observerIs(std::unique_ptr<Observer> observer) { observer_ = std::move(observer); }
    Observer* observer() const { return observer_.get(); }
 
@@ -88,8 +88,8 @@ class Host {
    std::unique_ptr<SimulatedChip> chip_;
    std::unique_ptr<Chronicle> chronicle_;
    std::unique_ptr<Settling> settling_;
-   std::unique_ptr<Observer> observer_; // goes before what it watches
-   TraceFile traceFile_;                // goes first: what goes behind it is not traced
+   std::unique_ptr<Observer> observer_; // destroyed before what it watches
+   TraceFile traceFile_;                // destroyed first: the destructors above are not traced
 };
 
 } // namespace Agent

@@ -40,12 +40,12 @@ inline constexpr std::array<std::string_view, 12> machineNames{"merge",
 class Observer {
  public:
    virtual ~Observer() = default;
-   // The machine is gone, and is about to be built on the entities that it left behind.
+   // The machine was destroyed, and is about to be built again on the same entities.
    // `pipeline`: the one that it belongs to; null for none.
    virtual void handleGone(Machine machine, SharingPipeline* pipeline) = 0;
-   // It stands again.
+   // The machine was built again.
    virtual void handleBuilt(Machine machine, SharingPipeline* pipeline) = 0;
-   // All machines of in-LIF features stand again, on empty tables.
+   // All machines of in-LIF features were built again, on empty tables.
    virtual void handleFeaturesFresh() = 0;
    // Whether this failure of an invariant is expected now.
    virtual bool stopsBy(std::string_view condition) const = 0;

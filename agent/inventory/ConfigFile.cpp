@@ -53,7 +53,7 @@ std::string letters(std::string_view name) {
    return found;
 }
 
-// The table that a name which is none may mean; empty: none.
+// The table that a misspelt name may mean; empty: none.
 std::string_view meantTable(std::string_view name) {
    std::string typed = letters(name);
    for (auto const& [table, ofUnit] : knownTables) {
@@ -65,7 +65,7 @@ std::string_view meantTable(std::string_view name) {
 }
 
 // Whether an object beside the tables of a single-unit file is a unit: it has a table with rows.
-// Some tables of the schema have rows named like tables, whose fields are no objects.
+// Some tables of the schema have rows named like tables, whose fields are not objects.
 bool holdsTables(std::string const& key, ConfigJson const& object) {
    if (!object.is_object() || isTable(key)) {
       return false;

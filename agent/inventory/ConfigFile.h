@@ -28,12 +28,14 @@ class ConfigFile {
       std::string key;
       ConfigJson const* fields; // an object
    };
-   // The rows of a table in natural order; rows that are no objects are reported and read as empty.
+   // The rows of a table in natural order; rows that are not objects are reported and read as
+   // empty.
    std::vector<Row> rows(ConfigJson const& tables, std::string const& table);
    // The parts of a "a|b" key; reports keys of another shape and gives none.
    std::optional<std::pair<std::string, std::string>> pairKey(std::string const& table,
                                                               std::string const& key);
-   // A number, also written as text. None when absent; reported when it is none or above `max`.
+   // A number, also written as text. None when absent; reported when it is not a number or above
+   // `max`.
    std::optional<uint64_t> number(std::string const& table, Row const& row, char const* field,
                                   uint64_t max);
    // A number, also written as text; those above 64 bits count as UINT64_MAX.

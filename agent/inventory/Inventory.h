@@ -1,8 +1,8 @@
 // A switch as its configuration files describe it: plain data, checked and completed.
 //
 // Every interface has one name that is unique in the chassis: in files of several units the unit
-// stands in front ("lc03/ASIC0/Ethernet0"). Ids are in range, places are unique; what the file has
-// that is not so is in `diagnostics`, and left out or replaced here.
+// stands in front ("lc03/ASIC0/Ethernet0"). Ids are in range, places are unique; whatever the
+// file has that is not so is in `diagnostics`, and left out or replaced here.
 #pragma once
 
 #include <cstdint>

@@ -9,7 +9,8 @@ namespace Agent {
 
 namespace {
 
-// The tag in a field: none, with a report, where it is no tag; `missing` where there is no field.
+// The tag in a field: none, with a report, where it is not a tag; `missing` where there is no
+// field.
 uint32_t tagOf(ConfigFile& file, ConfigFile::Row const& row, char const* field, uint32_t missing,
                char const* consequence) {
    auto at = row.fields->find(field);

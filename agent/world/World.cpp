@@ -83,7 +83,7 @@ void World::requireSubInterface(IntfId subIntf) const {
 
 void World::encapsulationIs(IntfId subIntf, Dot1qEncap encap) {
    requireSubInterface(subIntf);
-   // The fact first, then the news of it: who hears of the change finds it in place.
+   // The tags before the notification of the change: whoever is notified reads them.
    subIntfConfigDir->subIntfConfig(subIntf)->dot1qEncapIs(encap);
    tellEncapsulation(subIntf);
 }
@@ -119,7 +119,7 @@ void World::subInterfaceDel(IntfId subIntf) {
 
 void World::programInHwIs(IntfId subIntf, bool on) {
    requireSubInterface(subIntf);
-   // The flag first: a policy is taken out before the entry that carries it goes.
+   // The flag first: a policy is removed before the entry that carries it.
    subIntfStatusDir->subIntfStatusIs(subIntf)->programInHwIs(on);
    subIntfEntries_.refresh(subIntf);
 }
@@ -186,7 +186,7 @@ void World::extLkupTypeIs(FapId unit, Hardware::Shoal::ExtLkupType type) {
    }
 }
 
-// The helper's tables first: who resolves in between still finds a unit.
+// The helper's tables first: a machine that resolves the port meanwhile still finds a unit.
 void World::leavePlace(IntfId port, PortMap place) {
    if (!place.isNull()) {
       portMapHelper->changedIntfToFapIs(port, place.fapId);

@@ -20,33 +20,44 @@ class World : public WorldView {
    // Fills the entities with the facts of the inventory.
    explicit World(Inventory inventory);
 
-   // CommandError where the interface is of the wrong kind or was deleted.
+   // All throw CommandError where the interface is of the wrong kind or was deleted.
 
-   void encapsulationIs(IntfId subIntf, Bridging::Dot1qEncap encap); // zero: disabled
+   // Sub-interfaces. Zero tags: none.
+   void encapsulationIs(IntfId subIntf, Bridging::Dot1qEncap encap);
    void dynamicEncapsulationIs(IntfId subIntf, Bridging::Dot1qEncap encap);
    void subInterfaceDel(IntfId subIntf);
    void programInHwIs(IntfId subIntf, bool on);
    void encapKindIs(IntfId subIntf, uint32_t kind); // 4: the chip matches its tags in another type
+
+   // VLANs. 0: none.
    void internalVlanIs(IntfId routedPort, Bridging::VlanIdOrNone vlan);
-   // A port's domain, or a port-channel's on every unit where it has one. None: taken away.
+   void untaggedVlanIs(IntfId intf, Bridging::VlanIdOrNone vlan);
+   // Of a port, or of a port-channel on every unit where it has one. None: removed.
    void vlanDomainIs(IntfId intf, std::optional<Hardware::Shoal::VlanDomain> domain);
+
+   // Units.
    void fapTypeIs(FapId unit, Hardware::Shoal::FapType type); // 0: none recorded
    void fapAvailableIs(FapId unit, bool available);
    void extLkupTypeIs(FapId unit, Hardware::Shoal::ExtLkupType type); // 0: none recorded
+
+   // Ports.
    // The place of a port's system port; none: it has none. CommandError for a place that is taken.
-   // Who follows the port map's version hears of it with the next one.
+   // Machines that watch the port map's version see the change with the next version.
    void portMapIs(IntfId port, std::optional<Hardware::Shoal::PortMap> place);
    // The system port of a port; none: the port is gone. CommandError for one that is taken, or
    // whose place is.
    void systemPortIs(IntfId port, std::optional<Hardware::Shoal::SystemPhyPortId> systemPort);
    void portMapValidIs(bool valid);
    void portMapVersionInc();
-   void memberIs(IntfId lag, IntfId port, bool present);
-   // A port-channel goes with its members out of it first, or comes without any.
+
+   // Port-channels. One that is removed loses its members first; one that is added has none.
    void portChannelIs(IntfId lag, bool present);
-   void untaggedVlanIs(IntfId intf, Bridging::VlanIdOrNone vlan);
-   // A feature's place in the words of a TCAM; none: the TCAM has no place for it. Shows with the
-   // next TCAM key version.
+   // CommandError for a port of another port-channel, and for removing one that is not a member.
+   void memberIs(IntfId lag, IntfId port, bool present);
+
+   // TCAMs.
+   // A feature's place in the words of a TCAM; none: the TCAM has no place for it. Takes effect
+   // with the next TCAM key version.
    void tcamLayoutIs(Hardware::Shoal::SystemTcamId tcam,
                      Hardware::ShoalTunnel::InLifFeatureType type,
                      std::optional<ShoalTcam::TcamShareQualInfo> place);
@@ -62,11 +73,12 @@ class World : public WorldView {
    void tellEncapsulation(IntfId subIntf);
    // CommandError when another port sits there.
    void requireFree(Hardware::Shoal::PortMap place, IntfId port) const;
-   // A port came to or left a place: whatever stands on it follows.
+   // The tables by place and by port, for a port that leaves or enters a place.
    void leavePlace(IntfId port, Hardware::Shoal::PortMap place);
    void enterPlace(IntfId port, Hardware::Shoal::PortMap place);
+   // The entries of the sub-interfaces and port-channels on it.
    void refreshAround(IntfId portOrLag);
-   // Entries of a port-channel follow the units of its members.
+   // The port-channel's VLAN domain on each unit where it has members.
    void refreshLagDomains(IntfId lag);
    Hardware::ShoalTunnel::LagFapKey lagKey(IntfId lag, FapId unit) const;
 

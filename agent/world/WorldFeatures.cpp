@@ -1,5 +1,5 @@
-// The facts behind in-LIF features: membership of port-channels, untagged VLANs, TCAMs and their
-// layouts.
+// The facts that in-LIF features depend on: membership of port-channels, untagged VLANs, TCAMs and
+// their layouts.
 #include "agent/errors/Errors.h"
 #include "agent/world/World.h"
 #include "platform/ShoalTcam/TcamDbStatusInterface.h"
@@ -49,9 +49,10 @@ void World::fillFeatures() {
    }
 }
 
-// A port's own entry before the member list, and out of the old port-channel before into the new:
-// who hears of a list's change and looks at the port finds it where the list says. A list that
-// still named a port that has moved on would give it two port-channels' features.
+// A port's own entry is written before the member list, and a port leaves its old port-channel
+// before it joins the new one: a machine that is notified of a list then finds the port where the
+// list says. A list that still named a port that has moved would give it the features of two
+// port-channels.
 void World::joinLag(IntfId lag, IntfId port) {
    lagPhyIntfMapping->phyIntfLagIs(port, lag);
    lagPhyIntfMapping->lagPhyIntfConfigIs(lag)->phyIntfIs(port);

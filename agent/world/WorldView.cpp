@@ -98,7 +98,7 @@ bool WorldView::matches(std::string_view pattern, IntfId intf) {
              matchesText(pattern.substr(0, dot), name.substr(0, end)) &&
              matchesText(pattern.substr(dot + 1), name.substr(end + 1));
    }
-   // A '.' of a unit's name is none of the interface's.
+   // A '.' in the unit's name does not count.
    bool dotted = bareName(pattern).find('.') != std::string_view::npos;
    return (!dotted || bareName(name).find('.') != std::string_view::npos) &&
           matchesText(pattern, name);
