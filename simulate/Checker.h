@@ -14,7 +14,6 @@ class Checker : public Observer {
 
    // What is wrong now.
    Findings check() const;
-   Coverage const& coverage() const { return model_.context.coverage; }
    // How a rehearsal ended without a reason; empty: none did.
    std::string const& unexplained() const { return unexplained_; }
 

@@ -37,7 +37,7 @@ void FeatureModel::directoryChanged(Orv::Name const& name,
       directories_[name] = std::move(directory);
       readAll(name);
    } else {
-      hit("features: a directory goes"); // its features stay
+      hit("features: a directory goes"_met); // its features stay
       directories_.erase(name);
    }
 }
@@ -56,7 +56,7 @@ void FeatureModel::requestChanged(Orv::Name const& name, InLifFeatureKey key) {
    InLifIntfKey intf = key.intfKey();
    auto asked = asked_.find(intf);
    if (directory->second->requestHas(key)) {
-      hit("features: asked for");
+      hit("features: asked for"_met);
       if (asked == asked_.end()) {
          order_.push_back(intf);
       }
@@ -65,13 +65,13 @@ void FeatureModel::requestChanged(Orv::Name const& name, InLifFeatureKey key) {
       ++aggregate.version;
       handle(intf, true);
    } else if (asked == asked_.end()) {
-      hit("features: withdrawn when nothing was left");
+      hit("features: withdrawn when nothing was left"_met);
    } else if (asked->second.features.erase(key.featureType()); !asked->second.features.empty()) {
-      hit("features: one of several withdrawn");
+      hit("features: one of several withdrawn"_met);
       ++asked->second.version;
       handle(intf, true);
    } else {
-      hit("features: the last one withdrawn");
+      hit("features: the last one withdrawn"_met);
       asked_.erase(asked);
       std::erase(order_, intf);
       handle(intf, false);
@@ -86,7 +86,7 @@ void FeatureModel::handle(InLifIntfKey key, bool present) {
       words_->handleKey(key, present);
       return;
    }
-   hit("features: a sub-interface's word");
+   hit("features: a sub-interface's word"_met);
    if (present) {
       subIntfWords_[key] = featureWord(key.tcamId(), asked_.at(key).features);
    } else {
@@ -118,7 +118,7 @@ void FeatureModel::answer(InLifIntfKey key) {
       if (programmed == done.features.end()) {
          answers_.erase({key, type});
       } else if (asked == asked_.end() || asked->second.version != done.version) {
-         hit("features: an answer stays until the version is handled");
+         hit("features: an answer stays until the version is handled"_met);
       } else {
          auto wanted = asked->second.features.find(type);
          bool success =
@@ -129,7 +129,7 @@ void FeatureModel::answer(InLifIntfKey key) {
 }
 
 void FeatureModel::keyVersionChanged() {
-   hit("features: new layouts");
+   hit("features: new layouts"_met);
    for (InLifIntfKey key : order_) {
       handle(key, true);
    }

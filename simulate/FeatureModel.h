@@ -64,7 +64,6 @@ class FeatureModel {
    std::map<InLifIntfKey, uint64_t> const& subIntfWords() const { return subIntfWords_; }
 
  private:
-   void hit(std::string_view name) { context_.coverage.hit(name); }
    void readAll(Orv::Name const& name);
    void handle(InLifIntfKey key, bool present);
    void handleEvery(Machine machine);

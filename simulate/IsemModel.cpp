@@ -32,16 +32,16 @@ void IsemModel::remove(TcamSharingRequest request) {
    auto mapped = mapping_.find(request);
    auto given = response(request);
    if (given && given->status == tcamSharingInProgress) {
-      hit("isem: withdrawn while in progress");
+      hit("isem: withdrawn while in progress"_met);
       answer(request, std::nullopt);
    } else if (given && mapped == mapping_.end()) {
       context().failuresDue.emplace("keyToDel != AradSemKeyAndFap()");
    } else if (given) {
-      hit(given->status == tcamSharingFailed ? "isem: withdrawn after a refusal"
-                                             : "isem: withdrawn after success");
+      hit(given->status == tcamSharingFailed ? "isem: withdrawn after a refusal"_met
+                                             : "isem: withdrawn after success"_met);
    }
    if (mapped == mapping_.end()) {
-      hit("isem: withdrawn without an entry");
+      hit("isem: withdrawn without an entry"_met);
       return;
    }
    AradSemKeyAndFap key = mapped->second;
@@ -49,12 +49,12 @@ void IsemModel::remove(TcamSharingRequest request) {
    if (config_.erase(key) != 0) {
       pending_[{key, false}].emplace_back(request, TcamSharingPolicyId());
    } else {
-      hit("isem: withdrawn when its entry was gone");
+      hit("isem: withdrawn when its entry was gone"_met);
       answer(request, std::nullopt);
    }
    dropUser(key, request);
    if (users_.contains(key)) {
-      hit("isem: entry removed under a sharer");
+      hit("isem: entry removed under a sharer"_met);
    }
 }
 
@@ -64,16 +64,16 @@ void IsemModel::program(TcamSharingRequest request, TcamSharingPolicyId policy) 
       return;
    }
    if (!facts().resolves(request)) {
-      hit(!facts().available(request.fapId()) ? "isem: waits for its unit"
-          : !facts().tags(request)            ? "isem: waits for tags"
-                                              : "isem: waits for a VLAN domain");
+      hit(!facts().available(request.fapId()) ? "isem: waits for its unit"_met
+          : !facts().tags(request)            ? "isem: waits for tags"_met
+                                              : "isem: waits for a VLAN domain"_met);
       retry(request, policy);
       answer(request, TcamSharingResponse{tcamSharingInProgress, policy});
       return;
    }
    auto key = facts().sharedKey(request);
    if (!key) {
-      hit("isem: two tags");
+      hit("isem: two tags"_met);
       return;
    }
    AradSemPayload payload = Facts::payload(policy);
@@ -81,12 +81,12 @@ void IsemModel::program(TcamSharingRequest request, TcamSharingPolicyId policy) 
    bool own = mapped != mapping_.end() && mapped->second == *key;
    auto configured = config_.find(*key);
    if (configured != config_.end() && configured->second == payload) {
-      hit(own ? "isem: stands already" : "isem: stands already, another's");
+      hit(own ? "isem: stands already"_met : "isem: stands already, another's"_met);
       answer(request, TcamSharingResponse{tcamSharingSuccess, policy});
       return;
    }
    if (mapped != mapping_.end() && !own) {
-      hit("isem: moves to another entry");
+      hit("isem: moves to another entry"_met);
       AradSemKeyAndFap previous = mapped->second;
       dropUser(previous, request);
       if (users_.contains(previous)) {
@@ -97,11 +97,11 @@ void IsemModel::program(TcamSharingRequest request, TcamSharingPolicyId policy) 
    auto& writes = pending_[{*key, true}];
    writes.emplace_back(request, policy);
    if (writes.size() > 1) {
-      hit("isem: several writes of an entry unanswered");
+      hit("isem: several writes of an entry unanswered"_met);
    }
    users_[*key].insert(request);
    if (users_[*key].size() > 1) {
-      hit("isem: shared entry written");
+      hit("isem: shared entry written"_met);
    }
    mapping_[request] = *key;
    config_[*key] = payload;
@@ -111,7 +111,7 @@ void IsemModel::answered(AradSemKeyAndFap key, SemTableStatusEntry const& status
    bool written = status.statusCode != 0 || status.payload.value != 0;
    auto writes = pending_.find({key, written});
    if (writes == pending_.end()) {
-      hit("isem: answer for nobody");
+      hit("isem: answer for nobody"_met);
       return;
    }
    TcamSharingEntry entry = writes->second.front();
@@ -121,18 +121,19 @@ void IsemModel::answered(AradSemKeyAndFap key, SemTableStatusEntry const& status
    }
    bool present = !handedOver(entry.request()).empty();
    if (!written) {
-      hit(present ? "isem: removal answered when asked for again" : "isem: removal answered");
+      hit(present ? "isem: removal answered when asked for again"_met
+                  : "isem: removal answered"_met);
       answer(entry.request(), std::nullopt);
       return;
    }
    bool success = status.statusCode == 1;
-   hit(success ? "isem: write answered" : "isem: write refused");
+   hit(success ? "isem: write answered"_met : "isem: write refused"_met);
    if (status.payload != Facts::payload(entry.policyId())) {
-      hit("isem: an answer of another write");
+      hit("isem: an answer of another write"_met);
    } else if (!present) {
-      hit("isem: answered after the withdrawal");
+      hit("isem: answered after the withdrawal"_met);
    } else if (entry.policyId() != handedOver(entry.request())) {
-      hit("isem: answered for an older policy");
+      hit("isem: answered for an older policy"_met);
    }
    answer(entry.request(),
           TcamSharingResponse{success ? tcamSharingSuccess : tcamSharingFailed, entry.policyId()});

@@ -58,27 +58,27 @@ void MapperModel::program(TcamSharingRequest request, TcamSharingPolicyId policy
    TcamSharingEntry entry(request, policy);
    if (!facts().resolves(request)) {
       if (policy.empty()) {
-         hit("mapper: withdrawn while it does not resolve");
+         hit("mapper: withdrawn while it does not resolve"_met);
          return;
       }
-      hit("mapper: waits");
+      hit("mapper: waits"_met);
       retry(request, policy);
       answer(request, TcamSharingResponse{tcamSharingInProgress, policy});
       return;
    }
    auto const& fields = request.intfId().fields();
    if (!fields.subIntf) {
-      hit("mapper: no sub-interface");
+      hit("mapper: no sub-interface"_met);
    } else if (fields.kind == Plexus::IntfKind::portChannel) {
       // A walk that stops at a member without an entry.
       for (IntfId port : facts().membersOn(request)) {
          if (!programMember(entry, port, false)) {
-            hit("mapper: member without an entry");
+            hit("mapper: member without an entry"_met);
             return;
          }
       }
    } else if (!programMember(entry, IntfId::fromIndex(fields.parentIndex), true)) {
-      hit("mapper: port without an entry");
+      hit("mapper: port without an entry"_met);
    }
 }
 
@@ -94,16 +94,16 @@ bool MapperModel::programMember(TcamSharingEntry const& entry, IntfId port, bool
    }
    uint64_t data = Facts::lowBits(entry.policyId());
    if (found->second == data) {
-      hit(data != 0 ? "mapper: stands already" : "mapper: carries nothing already");
+      hit(data != 0 ? "mapper: stands already"_met : "mapper: carries nothing already"_met);
       if (data != 0) {
          answer(entry.request(), TcamSharingResponse{tcamSharingSuccess, entry.policyId()});
       }
       return true;
    }
    if (pending_.contains(key)) {
-      hit("mapper: written again before its answer");
+      hit("mapper: written again before its answer"_met);
    }
-   hit(data == 0 ? "mapper: cleared" : "mapper: written");
+   hit(data == 0 ? "mapper: cleared"_met : "mapper: written"_met);
    found->second = data;
    pending_[key] = entry;
    awaited_[entry] = countFromZero ? 1 : awaited_[entry] + 1;
@@ -120,13 +120,13 @@ void MapperModel::countDown(TcamSharingEntry const& entry) {
 void MapperModel::answered(VlanTagToVsiMapperKey key, VlanTagToVsiMapperStatusType const& status) {
    auto waiting = pending_.find(key);
    if (waiting == pending_.end()) {
-      hit("mapper: answer for nobody");
+      hit("mapper: answer for nobody"_met);
       return;
    }
    TcamSharingEntry entry = waiting->second;
    auto configured = data_.find(key);
    if (status.inLifAdditionalData != (configured == data_.end() ? 0 : configured->second)) {
-      hit("mapper: older answer"); // it counts all the same
+      hit("mapper: older answer"_met); // it counts all the same
       countDown(entry);
       return;
    }
@@ -138,11 +138,11 @@ void MapperModel::answered(VlanTagToVsiMapperKey key, VlanTagToVsiMapperStatusTy
    }
    confirmed_[entry.request()].insert(key);
    if (handedOver(entry.request()).empty()) {
-      hit("mapper: confirmed after the withdrawal");
+      hit("mapper: confirmed after the withdrawal"_met);
    }
    countDown(entry);
    if (awaited_.contains(entry)) {
-      hit("mapper: other members are awaited");
+      hit("mapper: other members are awaited"_met);
    } else {
       finish(entry, status.inLifAdditionalData);
    }
@@ -156,13 +156,13 @@ void MapperModel::finish(TcamSharingEntry const& entry, uint64_t data) {
       confirmed_.erase(entry.request());
    }
    if (success && data == 0) {
-      hit("mapper: clearing answered");
+      hit("mapper: clearing answered"_met);
       answer(entry.request(), std::nullopt);
       return;
    }
-   hit(success ? "mapper: answered" : "mapper: refused");
+   hit(success ? "mapper: answered"_met : "mapper: refused"_met);
    if (entry.policyId() != handedOver(entry.request())) {
-      hit("mapper: answered for an older policy");
+      hit("mapper: answered for an older policy"_met);
    }
    answer(entry.request(),
           TcamSharingResponse{success ? tcamSharingSuccess : tcamSharingFailed, entry.policyId()});
@@ -174,18 +174,18 @@ void MapperModel::programTunnel(TcamSharingRequest request, TcamSharingPolicyId 
    auto configured = tunnels_.find(key);
    if (!policy.empty()) {
       uint64_t data = Facts::lowBits(policy);
-      hit(data == 0 ? "tunnel: written without data" : "tunnel: written");
+      hit(data == 0 ? "tunnel: written without data"_met : "tunnel: written"_met);
       if (configured != tunnels_.end() && configured->second == data) {
-         hit("tunnel: the same data, not written again");
+         hit("tunnel: the same data, not written again"_met);
       }
       pendingTunnels_[key] = entry;
       tunnels_[key] = data;
    } else if (configured != tunnels_.end() && configured->second != 0) {
-      hit("tunnel: removed");
+      hit("tunnel: removed"_met);
       pendingTunnels_[key] = entry;
       tunnels_.erase(key);
    } else {
-      hit("tunnel: removed without an entry");
+      hit("tunnel: removed without an entry"_met);
       answer(request, std::nullopt);
    }
 }
@@ -193,25 +193,26 @@ void MapperModel::programTunnel(TcamSharingRequest request, TcamSharingPolicyId 
 void MapperModel::answered(TunnelPolicyMapperKey key, TunnelPolicyMapperStatusType const& status) {
    auto waiting = pendingTunnels_.find(key);
    if (waiting == pendingTunnels_.end()) {
-      hit("tunnel: answer for nobody");
+      hit("tunnel: answer for nobody"_met);
       return;
    }
    TcamSharingEntry entry = waiting->second;
    if (status.statusCode == 0 && status.inLifAdditionalData == 0) {
-      hit(entry.policyId().empty() ? "tunnel: removal answered" : "tunnel: stale removal answered");
+      hit(entry.policyId().empty() ? "tunnel: removal answered"_met
+                                   : "tunnel: stale removal answered"_met);
       if (entry.policyId().empty()) {
          answer(entry.request(), std::nullopt);
          pendingTunnels_.erase(waiting);
       }
    } else if (status.inLifAdditionalData != Facts::lowBits(entry.policyId())) {
-      hit("tunnel: older answer");
+      hit("tunnel: older answer"_met);
    } else {
       auto outcome = status.statusCode == 2   ? tcamSharingSuccess
                      : status.statusCode == 3 ? tcamSharingInProgress
                                               : tcamSharingFailed;
-      hit(outcome == tcamSharingSuccess      ? "tunnel: answered"
-          : outcome == tcamSharingInProgress ? "tunnel: in progress"
-                                             : "tunnel: refused");
+      hit(outcome == tcamSharingSuccess      ? "tunnel: answered"_met
+          : outcome == tcamSharingInProgress ? "tunnel: in progress"_met
+                                             : "tunnel: refused"_met);
       answer(entry.request(), TcamSharingResponse{outcome, entry.policyId()});
    }
 }

@@ -16,13 +16,13 @@ void PublishedModel::machineRestarts() {
 void PublishedModel::portMapVersionChanged() {
    auto const& status = *context_.world.shoalStatus;
    if (!status.portMapValid()) {
-      hit("published: version while the port map is not whole");
+      hit("published: version while the port map is not whole"_met);
       return;
    }
    for (auto const& [port, systemPort] : status.sysPhyPortIdIter()) {
       Place place = status.portMap(systemPort);
       if (place.isNull()) {
-         hit("published: port without a place");
+         hit("published: port without a place"_met);
          continue;
       }
       // A walk never takes a domain away.
@@ -36,14 +36,14 @@ void PublishedModel::portMapVersionChanged() {
    auto gone = [&](auto const& entry) { return !status.sysPhyPortIdHas(entry.first); };
    std::erase_if(domains_, gone);
    if (std::erase_if(units_, gone) != 0) {
-      hit("published: port gone");
+      hit("published: port gone"_met);
    }
 }
 
 void PublishedModel::systemPortChanged(IntfId port) {
    Place place = context_.world.placeOf(port);
    if (place.isNull()) {
-      hit("published: port loses its place");
+      hit("published: port loses its place"_met);
       return;
    }
    if (auto domain = domainAt(place)) {
@@ -53,11 +53,11 @@ void PublishedModel::systemPortChanged(IntfId port) {
    }
    auto previous = placeOf_.find(port);
    if (previous != placeOf_.end() && previous->second == place) {
-      hit("published: port comes back");
+      hit("published: port comes back"_met);
       return;
    }
    if (previous != placeOf_.end()) {
-      hit("published: port moves");
+      hit("published: port moves"_met);
       seenAt_.erase(previous->second);
    }
    seenAt_[place] = port;
@@ -68,12 +68,12 @@ void PublishedModel::systemPortChanged(IntfId port) {
 void PublishedModel::domainChanged(Place place) {
    auto port = seenAt_.find(place);
    if (port == seenAt_.end()) {
-      hit("published: domain of nobody's place");
+      hit("published: domain of nobody's place"_met);
    } else if (auto domain = domainAt(place)) {
-      hit("published: domain changes");
+      hit("published: domain changes"_met);
       domains_[port->second] = *domain;
    } else {
-      hit("published: domain goes");
+      hit("published: domain goes"_met);
       domains_.erase(port->second);
    }
 }

@@ -21,7 +21,6 @@ class PublishedModel {
    std::map<IntfId, VlanDomain> const& domains() const { return domains_; }
 
  private:
-   void hit(std::string_view name) { context_.coverage.hit(name); }
    std::optional<VlanDomain> domainAt(Place place) const;
 
    Context& context_;

@@ -72,13 +72,13 @@ void SharingModel::asked(Requester requester, TcamSharingRequest request,
    uint64_t asks = policy.value();
    uint64_t present = wanted(request).value();
    if (requester != Requester::acl) {
-      hit("merge: label");
+      hit("merge: label"_met);
       merge(request, (present & ~Facts::labelBits) | (asks & Facts::labelBits));
    } else if (!facts().lumen(request.fapId())) {
-      hit("merge: acl alone");
+      hit("merge: acl alone"_met);
       merge(request, asks);
    } else {
-      hit("merge: acl beside a label");
+      hit("merge: acl beside a label"_met);
       if ((asks & Facts::labelBits) != 0) {
          context_.failuresDue.emplace("policyId.lumenAclLabel() == 0");
       }
@@ -93,9 +93,9 @@ void SharingModel::merge(TcamSharingRequest request, uint64_t merged) {
    }
    put(merged_, request, policy, !policy.empty());
    if (policy == handedOver(request)) {
-      hit("intake: nothing to be done");
+      hit("intake: nothing to be done"_met);
    } else {
-      hit(queued_.contains(request) ? "intake: queued already" : "intake: queued");
+      hit(queued_.contains(request) ? "intake: queued already"_met : "intake: queued"_met);
       queued_[request] = true;
    }
 }
@@ -131,7 +131,7 @@ void SharingModel::answer(TcamSharingRequest request, std::optional<TcamSharingR
    } else if (!facts().lumen(request.fapId())) {
       part(Requester::acl, ~uint64_t{0}, true);
    } else {
-      hit("merge: answer in two parts");
+      hit("merge: answer in two parts"_met);
       part(Requester::acl, Facts::aclBits(), false);
       part(Requester::lumen, Facts::labelBits, false);
    }
@@ -152,13 +152,13 @@ void SharingModel::worked(TcamSharingRequest request) {
       takenByWork_ = waiting;
    }
    if (policy != present) {
-      hit(policy.empty() ? "intake: withdrawn" : "intake: handed over");
+      hit(policy.empty() ? "intake: withdrawn"_met : "intake: handed over"_met);
       handOver(request, policy);
    } else if (policy.empty()) {
-      hit("intake: came and went");
+      hit("intake: came and went"_met);
       answer(request, std::nullopt);
    } else {
-      hit("intake: handed over again");
+      hit("intake: handed over again"_met);
       output_[request].place = ++places_;
       program(request, policy);
    }
@@ -185,10 +185,10 @@ void SharingModel::retryTaken(TcamSharingEntry const& entry) {
    }
    for (auto const& [each, waiting] : std::map(std::move(retries_))) {
       if (merged_.contains(each.request())) {
-         hit("intake: retried");
+         hit("intake: retried"_met);
          queued_[each.request()] = true;
       } else {
-         hit("intake: withdrawn before its retry");
+         hit("intake: withdrawn before its retry"_met);
       }
    }
    retries_.clear();
@@ -210,7 +210,7 @@ void SharingModel::takeOut(TcamSharingRequest request) {
 void SharingModel::programInHwChanged(IntfId subIntf) {
    bool on = world().subIntfStatusDir->subIntfStatus(subIntf)->programInHw();
    for (TcamSharingRequest request : wantedOn(subIntf)) {
-      hit(on ? "intake: queued by its flag" : "intake: taken out by its flag");
+      hit(on ? "intake: queued by its flag"_met : "intake: taken out by its flag"_met);
       on ? requeue(request) : takeOut(request);
    }
 }
@@ -219,7 +219,7 @@ void SharingModel::internalVlanChanged(IntfId intf) {
    bool present = world().intfVlanIdTable->internalVlanId(intf).value() != 0;
    // Only what has an entry in hardware is taken out.
    for (TcamSharingRequest request : present ? wantedOn(intf) : programmed(intf)) {
-      hit(present ? "intake: queued by its VLAN" : "intake: taken out for want of a VLAN");
+      hit(present ? "intake: queued by its VLAN"_met : "intake: taken out for want of a VLAN"_met);
       present ? requeue(request) : takeOut(request);
    }
 }
@@ -230,16 +230,17 @@ void SharingModel::tagsChanged(IntfId subIntf) {
    auto config = world().subIntfConfigDir->subIntfConfig(subIntf);
    for (TcamSharingRequest request : wantedOn(subIntf)) {
       if (!unit.isNull() && request.fapId() != unit) {
-         hit("intake: tags change, another unit's request");
+         hit("intake: tags change, another unit's request"_met);
       } else if (present) {
-         hit(unit.isNull() ? "intake: queued by tags, no one unit" : "intake: queued by tags");
+         hit(unit.isNull() ? "intake: queued by tags, no one unit"_met
+                           : "intake: queued by tags"_met);
          requeue(request);
       } else if (config && !config->dot1qEncap().isZero()) {
-         hit("intake: only the record of a change goes");
+         hit("intake: only the record of a change goes"_met);
       } else if (config && facts().domain(subIntf, request.fapId())) {
-         hit("intake: tags go, VLAN domain stays");
+         hit("intake: tags go, VLAN domain stays"_met);
       } else {
-         hit("intake: taken out for want of tags");
+         hit("intake: taken out for want of tags"_met);
          takeOut(request);
       }
    }

@@ -23,7 +23,6 @@ struct Context {
    explicit Context(World const& of) : world(of), facts(of) {}
    World const& world;
    Facts facts;
-   Coverage coverage;
    std::set<std::string, std::less<>> failuresDue;
 };
 
@@ -68,7 +67,6 @@ class SharingModel {
    // The requests of an interface that the machine recorded as programmed.
    virtual std::vector<TcamSharingRequest> programmed(IntfId intf) const = 0;
 
-   void hit(std::string_view name) { context_.coverage.hit(name); }
    Facts const& facts() const { return context_.facts; }
    World const& world() const { return context_.world; }
    Context& context() { return context_; }

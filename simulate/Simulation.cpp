@@ -3,7 +3,6 @@
 #include "agent/inventory/FileContent.h"
 #include "simulate/History.h"
 #include "simulate/Orderly.h"
-#include "simulate/Refusals.h"
 
 #include <deque>
 #include <fstream>
@@ -53,18 +52,6 @@ Trial::Source drawn(Inventory const& inventory, SimulateOptions const& options, 
    };
 }
 
-// The same without the commands of these numbers.
-Trial::Source without(std::set<uint64_t> const& left, Trial::Source source) {
-   return [left, source = std::move(source), number = uint64_t{0}]() mutable {
-      auto command = source();
-      for (; command && left.contains(number); ++number) {
-         command = source();
-      }
-      ++number;
-      return command;
-   };
-}
-
 void writeScenario(SimulateOptions const& options, uint64_t seed, TrialOutcome const& failing,
                    std::ostream& out) {
    std::string path =
@@ -97,8 +84,6 @@ std::optional<TrialOutcome> shrink(Inventory const& inventory, TrialOutcome fail
    auto fails = [&](TrialOutcome const& outcome) {
       return outcome.failure && outcome.failure->check == failing.failure->check;
    };
-   // As a scenario runs it, so rehearsed: a stop in a run without rehearsals is an unexplained
-   // refusal there.
    TrialOutcome again = Trial(inventory, listed(failing.carriedOut), prepare).outcome();
    if (!again.failure) {
       return std::nullopt;
@@ -163,34 +148,21 @@ int simulate(Inventory const& inventory, SimulateOptions const& options, std::os
    uint64_t started = 0;
    uint64_t carriedOut = 0;
    uint64_t refused = 0;
-   std::optional<Refusals> known;
-   if (!options.refused.empty()) {
-      known = Refusals::read(options.refused);
-   }
-   if (!options.writeRefused.empty()) {
-      Refusals::checkWritable(options.writeRefused);
-   }
    if (!options.first.empty()) {
       checkFirst(inventory, options);
    }
-   Refusals refusals;
    Coverage coverage;
    for (uint64_t i = 0; i < options.seeds; ++i) {
       while (started < options.seeds && started < i + options.jobs) {
-         uint64_t seed = options.seed + started++;
-         auto source = drawn(inventory, options, seed);
-         running.emplace_back(
-             inventory,
-             known ? without(known->history(seed, options.steps), std::move(source)) : source,
-             options.prepare, !known);
+         running.emplace_back(inventory, drawn(inventory, options, options.seed + started++),
+                              options.prepare);
       }
       TrialOutcome outcome = running.front().outcome();
       running.pop_front();
       carriedOut += outcome.carriedOut.size();
       refused += outcome.refused.size();
-      refusals.historyIs(options.seed + i, options.steps, outcome.refused);
-      for (auto const& [name, count] : outcome.coverage.counts()) {
-         coverage.hit(name, count);
+      for (auto const& [name, count] : outcome.coverage) {
+         coverage[name] += count;
       }
       if (outcome.failure) {
          uint64_t seed = options.seed + i;
@@ -205,15 +177,12 @@ int simulate(Inventory const& inventory, SimulateOptions const& options, std::os
          return 1;
       }
    }
-   if (!options.writeRefused.empty()) {
-      refusals.write(options.writeRefused);
-   }
    out << options.seeds << " seeds from " << options.seed << ", " << options.steps
        << " steps each: " << carriedOut << " commands carried out, " << refused
        << " refused, all checks held\n";
    std::string never;
    bool allMet = true;
-   for (auto const& [name, count] : coverage.counts()) {
+   for (auto const& [name, count] : coverage) {
       allMet = allMet && count != 0;
       never += count == 0 ? "   " + name + "\n" : "";
       if (options.counts) {

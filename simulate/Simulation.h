@@ -17,8 +17,6 @@ struct SimulateOptions {
    unsigned jobs = 1;              // histories at a time
    std::vector<std::string> first; // commands at the head of every history
    std::string write;              // where a failing history goes; empty: simulate-SEED.scenario
-   std::string writeRefused;       // where the refused commands go; empty: nowhere
-   std::string refused;            // such a file: they are left out, and nothing is rehearsed
    bool counts = false;            // print how often each situation was met
    bool allMet = false;            // a situation that was never met is an error
    Trial::Prepare prepare;         // for tests: what goes wrong in each agent

@@ -34,9 +34,8 @@ void reportStop(Orv::Failure const& failure) {
 
 class Child {
  public:
-   Child(Inventory const& inventory, Trial::Prepare const& prepare, bool rehearse)
-       : host_(inventory), runner_(host_, output_, errors_, {.rehearse = rehearse}),
-         rehearses_(rehearse) {
+   Child(Inventory const& inventory, Trial::Prepare const& prepare)
+       : host_(inventory), runner_(host_, output_, errors_, {}) {
       tried = &host_;
       if (prepare) {
          prepare(host_);
@@ -62,9 +61,8 @@ class Child {
          if (!checker_->unexplained().empty()) {
             return tell(checker_->check());
          }
-         report(rehearses_ ? 'R' : 'F',
-                (rehearses_ ? "" : "another history than the known one\t") + error);
-         return rehearses_;
+         report('R', error);
+         return true;
       }
       report('C', "");
       carriedOut_.push_back(command);
@@ -75,14 +73,6 @@ class Child {
                       host_.mapper().codef->backlogSize(), " requests queued");
       }
       return tell(findings);
-   }
-
-   void reportCoverage() {
-      for (auto const& [name, count] : checker_->coverage().counts()) {
-         if (count != 0) {
-            report('P', name + "\t" + std::to_string(count));
-         }
-      }
    }
 
  private:
@@ -111,17 +101,18 @@ class Child {
    std::ostringstream errors_;
    ScenarioRunner runner_;
    Checker* checker_ = nullptr; // the host's
-   bool rehearses_;
    std::vector<std::string> carriedOut_;
 };
 
 [[noreturn]] void runChild(Inventory const& inventory, Trial::Source const& source,
-                           Trial::Prepare const& prepare, bool rehearse) {
+                           Trial::Prepare const& prepare) {
    {
-      Child child(inventory, prepare, rehearse);
+      Child child(inventory, prepare);
       for (auto command = source(); command && child.run(*command); command = source()) {
       }
-      child.reportCoverage();
+      for (auto const& [name, count] : Situation::coverage()) {
+         report('P', name + "\t" + std::to_string(count));
+      }
    }
    report('E', "");
    Copy::end();
@@ -147,16 +138,18 @@ void read(TrialOutcome& outcome, std::string& trying, bool& ended, std::string c
          outcome.firstRefusal = text;
       }
       outcome.refused.insert(outcome.carriedOut.size() + outcome.refused.size());
-      outcome.coverage.hit(text.find("(invariant ") != std::string::npos
-                               ? "history: refused, would stop the library"
-                               : "history: refused");
+      ++outcome.coverage
+            .find(text.find("(invariant ") != std::string::npos
+                      ? "history: refused, would stop the library"_met.name()
+                      : "history: refused"_met.name())
+            ->second;
       break;
    case 'F':
       outcome.failure = Finding{text.substr(0, tab), text.substr(tab + 1)};
       ended = true;
       break;
    case 'P':
-      outcome.coverage.hit(text.substr(0, tab), std::stoull(text.substr(tab + 1)));
+      outcome.coverage[text.substr(0, tab)] += std::stoull(text.substr(tab + 1));
       break;
    default:
       ended = true;
@@ -165,13 +158,12 @@ void read(TrialOutcome& outcome, std::string& trying, bool& ended, std::string c
 
 } // namespace
 
-Trial::Trial(Inventory const& inventory, Source const& source, Prepare const& prepare,
-             bool rehearse)
+Trial::Trial(Inventory const& inventory, Source const& source, Prepare const& prepare)
     // Room for a whole history, so that a trial goes on while another one is waited for.
     : copy_(
           [&](Copy::Report const& to) {
              reportTo = &to;
-             runChild(inventory, source, prepare, rehearse);
+             runChild(inventory, source, prepare);
           },
           1 << 20) {}
 

@@ -21,7 +21,7 @@ struct TrialOutcome {
    std::vector<std::string> carriedOut; // commands that were accepted, in order
    std::set<uint64_t> refused;          // the others, by their number among all
    std::string firstRefusal;            // what was said to the first of them
-   Coverage coverage;
+   Coverage coverage = Situation::coverage();
    std::optional<Finding> failure; // the check that failed, or how the agent ended
 };
 
@@ -32,10 +32,8 @@ class Trial {
    // Called on each new agent, before any command.
    using Prepare = std::function<void(Host&)>;
 
-   // Starts the process; `source` is asked there. Unrehearsed: the commands were all accepted
-   // before, in this order.
-   Trial(Inventory const& inventory, Source const& source, Prepare const& prepare,
-         bool rehearse = true);
+   // Starts the process; `source` is asked there.
+   Trial(Inventory const& inventory, Source const& source, Prepare const& prepare);
    // Waits for its end. Once.
    TrialOutcome outcome();
 

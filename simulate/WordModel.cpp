@@ -46,7 +46,7 @@ std::vector<IntfId> WordModel::covered(InLifIntfKey key) const {
 
 void WordModel::handleKey(InLifIntfKey key, bool present) {
    if (present && !portMapValid()) {
-      hit("features: not added while the port map is not valid");
+      hit("features: not added while the port map is not valid"_met);
    } else if (isVlan(key)) {
       handleVlanKey(key, present);
    } else {
@@ -58,17 +58,17 @@ void WordModel::handlePortKey(InLifIntfKey key, bool present) {
    IntfId intf = key.intfId();
    bool lag = intf.fields().kind == Plexus::IntfKind::portChannel;
    if (lag && !world().lagPhyIntfMapping->lagPhyIntfConfigHas(intf)) {
-      hit("features: a port-channel that is not there");
+      hit("features: a port-channel that is not there"_met);
       if (!present) {
          features_.respond(key);
       }
       return;
    }
    if (!lag && isMember(intf)) {
-      hit("features: a member's own request");
+      hit("features: a member's own request"_met);
    }
    for (IntfId port : covered(key)) {
-      hit(lag ? "features: a member's word" : "features: a port's word");
+      hit(lag ? "features: a member's word"_met : "features: a port's word"_met);
       if (present) {
          write(key, port);
       } else {
@@ -98,7 +98,7 @@ void WordModel::erase(InLifIntfKey expanded) {
 void WordModel::spreadChanged(InLifIntfKey expanded) {
    auto has = vlanKey_.find(expanded.intfId());
    if (has != vlanKey_.end() && has->second.tcamId() == expanded.tcamId()) {
-      hit("features: a port's features change below a VLAN's");
+      hit("features: a port's features change below a VLAN's"_met);
       updateVlanWord(expanded.intfId());
    }
 }
@@ -109,18 +109,18 @@ void WordModel::memberChanged(IntfId lag, IntfId port) {
    bool lagAsks = features_.asked().contains(on(lag, tcam));
    bool portAsks = features_.asked().contains(on(port, tcam));
    if (!portMapValid()) {
-      hit("features: a member changes while the port map is not valid");
+      hit("features: a member changes while the port map is not valid"_met);
    } else if (joined && lagAsks) {
-      hit("features: a member joins");
+      hit("features: a member joins"_met);
       write(on(lag, tcam), port);
       features_.respond(on(lag, tcam));
    } else if (joined) {
-      hit("features: a port that joins keeps its word");
+      hit("features: a port that joins keeps its word"_met);
    } else if (portAsks) {
-      hit("features: a port that leaves has its own request");
+      hit("features: a port that leaves has its own request"_met);
       handleKey(on(port, tcam), true);
    } else if (lagAsks) {
-      hit("features: a member leaves");
+      hit("features: a member leaves"_met);
       portWords_.erase(port);
       erase(on(port, tcam));
    }
@@ -132,7 +132,7 @@ void WordModel::portMapVersionChanged() {
       context_.failuresDue.emplace("shoalStatus()->portMapValid()");
       return;
    }
-   hit("features: a new port map");
+   hit("features: a new port map"_met);
    for (auto const& [port, word] : portWords_) {
       if (world().shoalStatus->sysTcamId(port) == SystemTcamId()) {
          context_.failuresDue.emplace("sysTcamId != Hardware::Shoal::SystemTcamId()");
@@ -164,7 +164,7 @@ void WordModel::dropUncovered() {
    }
    if (std::erase_if(portWords_, [&](auto const& each) { return !ports.contains(each.first); }) !=
        0) {
-      hit("features: a word that nobody asks for goes");
+      hit("features: a word that nobody asks for goes"_met);
    }
    for (auto const& [key, features] : std::map(spread_)) {
       if (!keys.contains(key)) {
@@ -231,17 +231,17 @@ void WordModel::updateVlanWord(IntfId port) {
    InLifIntfKey key = laidOver(port);
    if (key == InLifIntfKey()) {
       if (vlanKey_.erase(port) != 0) {
-         hit("features: a port leaves a VLAN's features");
+         hit("features: a port leaves a VLAN's features"_met);
          vlanWords_.erase(port);
       }
       return;
    }
    auto laid = features_.asked().at(key).features;
    if (auto own = spread_.find(on(port, key.tcamId())); own != spread_.end()) {
-      hit("features: a VLAN's word over a port's");
+      hit("features: a VLAN's word over a port's"_met);
       laid.insert(own->second.features.begin(), own->second.features.end());
    }
-   hit("features: a VLAN's word");
+   hit("features: a VLAN's word"_met);
    vlanKey_[port] = key;
    vlanWords_[port] = featureWord(key.tcamId(), laid);
 }

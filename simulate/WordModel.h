@@ -31,7 +31,6 @@ class WordModel {
  private:
    using Vlan = Bridging::VlanIdOrNone;
    World const& world() const { return context_.world; }
-   void hit(std::string_view name) { context_.coverage.hit(name); }
    bool portMapValid() const { return world().shoalStatus->portMapValid(); }
    bool isMember(IntfId port) const;
    // The ports whose words are made from a port's or port-channel's key.

@@ -37,11 +37,6 @@ void addOptions(CLI::App& app, SimulateOptions& options) {
                   "file for a failing history; simulate-SEED.scenario by default");
    app.add_flag("--counts", options.counts, "print how often each situation was met");
    app.add_flag("--all-met", options.allMet, "a situation that was never met is an error");
-   app.add_option("--write-refused", options.writeRefused,
-                  "file for the numbers of the commands that were refused");
-   app.add_option("--refused", options.refused,
-                  "such a file of the same histories: they are left out, and the rest is not "
-                  "rehearsed (faster under sanitizers)");
 }
 
 int run(int argc, char** argv) {

@@ -81,39 +81,6 @@ TEST(SimulationTest, RandomHistoriesHold) {
    EXPECT_THAT(out.str(), HasSubstr("6 seeds from 1, 400 steps each: "));
 }
 
-TEST(SimulationTest, KnownRefusalsAreLeftOutAndTheRestIsNotRehearsed) {
-   SimulateOptions options;
-   options.seeds = 2;
-   options.steps = 200;
-   options.writeRefused = temporary("simulation-refused");
-   std::ostringstream out;
-   ASSERT_EQ(simulate(chassis(), options, out), 0) << out.str();
-   std::string carriedOut = out.str().substr(0, out.str().find(" carried out"));
-   options.refused = std::exchange(options.writeRefused, "");
-   out.str("");
-   EXPECT_EQ(simulate(chassis(), options, out), 0) << out.str();
-   EXPECT_THAT(out.str(), HasSubstr(carriedOut + " carried out, 0 refused"));
-
-   // Of another run, and no such file.
-   options.seed = 2;
-   EXPECT_THAT([&] { simulate(chassis(), options, out); },
-               testing::ThrowsMessage<std::runtime_error>(HasSubstr("of seed 3, 200 steps")));
-   std::ofstream(options.refused) << "1 200: 5\n1 200 7\n";
-   EXPECT_THAT([&] { simulate(chassis(), options, out); },
-               testing::ThrowsMessage<std::runtime_error>(HasSubstr(":2: not SEED STEPS")));
-   std::ofstream(options.refused) << "1 200: 5 18446744073709551616\n";
-   EXPECT_THAT([&] { simulate(chassis(), options, out); },
-               testing::ThrowsMessage<std::runtime_error>(HasSubstr(":1: not SEED STEPS")));
-   // A refused command that is not left out is a finding.
-   std::ofstream(options.refused) << "2 200:\n3 200:\n";
-   options.write = temporary("simulation-scenario");
-   out.str("");
-   EXPECT_EQ(simulate(chassis(), options, out), 1);
-   EXPECT_THAT(out.str(), HasSubstr("another history than the known one"));
-   std::filesystem::remove(options.refused);
-   std::filesystem::remove(options.write);
-}
-
 // Answers success by hand to whatever asks for a pbr policy, once, behind the library's back.
 class Liar {
  public:
@@ -197,9 +164,6 @@ TEST(SimulationTest, WhatCannotBeDoneIsSaidBeforeTheFirstHistory) {
    EXPECT_THAT([&] { simulate(chassis(), options, out); },
                testing::ThrowsMessage<SimulateError>(
                    HasSubstr("--first:2: error: there is no interface 'nothing'")));
-   options.writeRefused = "/nonexistent/x";
-   EXPECT_THAT([&] { simulate(chassis(), options, out); },
-               testing::ThrowsMessage<std::runtime_error>("cannot write /nonexistent/x"));
 }
 
 TEST(SimulationTest, APlantedFaultIsFoundShrunkAndReplayed) {
