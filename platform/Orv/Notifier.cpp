@@ -24,7 +24,6 @@ void NotifierBase::add(ReactorBase& reactor) {
    reactor.remove();
    reactor.notifier_ = this;
    reactor.previous_ = last_;
-   reactor.next_ = nullptr;
    (last_ != nullptr ? last_->next_ : first_) = &reactor;
    last_ = &reactor;
 }

@@ -73,6 +73,35 @@ TEST_F(ResponseTest, AnswersComparedWithTheConfigurationOfTheSameVersion) {
    EXPECT_EQ(answers(), "feature2=21:1 ");
 }
 
+TEST_F(ResponseTest, AKeyIsKnownByTheTypesForWhichItWasMade) {
+   InLifIntfKey other(IntfId("EthernetOfOneType"), Shoal::SystemTcamId(3));
+   EXPECT_EQ(InLifFeatureKey::existing(other, Type::feature4), InLifFeatureKey());
+   InLifFeatureKey made(other, Type::feature4);
+   EXPECT_EQ(InLifFeatureKey::existing(other, Type::feature4), made);
+   EXPECT_EQ(InLifFeatureKey::existing(other, Type::feature5), InLifFeatureKey());
+}
+
+TEST_F(ResponseTest, AStatusThatIsReplacedWhileItGoesIsFollowed) {
+   struct Replacer : Orv::Reactor<InLifIntfKey> {
+      explicit Replacer(InLifIntfStatus& of) : status(of) { of.responseCollection().watch(*this); }
+      void handle(InLifIntfKey const& key) override {
+         if (!status.responseHas(key)) {
+            status.responseIs(key);
+         }
+      }
+      InLifIntfStatus& status;
+   };
+   sm = nullptr;
+   Replacer ahead(*status);
+   sm = inLifFeatureResponseSmFactory(status, config, responses);
+   request(1, {{Type::feature1, 10}});
+   handled(1, {{Type::feature1, 10}});
+   status->responseDel(key);
+   request(2, {{Type::feature1, 11}});
+   handled(2, {{Type::feature1, 11}});
+   EXPECT_EQ(answers(), "feature1=11:1 ");
+}
+
 TEST_F(ResponseTest, ResponsesStandWhileTheStatusDoes) {
    request(1, {{Type::feature1, 10}, {Type::feature12, 1}});
    handled(1, {{Type::feature1, 10}, {Type::feature12, 1}});

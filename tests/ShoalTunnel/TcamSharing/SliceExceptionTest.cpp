@@ -37,6 +37,27 @@ TEST_F(SliceExceptionTest, ASliceThatThrowsLeavesTheRestToTheNext) {
    EXPECT_FALSE(codef->clockNotifiee().waiting());
 }
 
+// A machine whose first slice throws behind three items, and the next ones before the first.
+TEST_F(SliceExceptionTest, WhatASliceWorkedAheadOfAnExceptionIsCountedOnce) {
+   struct Thrower : Keel::CodefBase {
+      using CodefBase::CodefBase;
+      uint32_t processBacklog(Keel::Seconds const&) override {
+         if (dispatchCount() == 1) {
+            workedBeforeExceptionIs(3);
+         }
+         throw Orv::RangeException("thrown by a slice");
+      }
+      std::size_t backlogSize() const override { return 1; }
+   };
+   auto thrower = Orv::make<Thrower>(Orv::make<Orv::Clock>(timers));
+   thrower->clockNotifiee().timeMinIs(0.0);
+   for (uint32_t slices = 1; slices <= 2; ++slices) {
+      EXPECT_THROW(timers.runDue(), Orv::RangeException);
+      EXPECT_EQ(thrower->dispatchCount(), slices);
+      EXPECT_EQ(thrower->updatesProcessed(), 3U);
+   }
+}
+
 TEST_F(SliceExceptionTest, AWithdrawalThatIsNotRealEndsWithTheExceptionThatLeavesIt) {
    struct Thrower : Orv::Reactor<TcamSharingRequest> {
       explicit Thrower(TcamSharingConfig const& output) : output_(output) {

@@ -378,6 +378,9 @@ TEST_F(CodefTest, StartQueuesWhatIsThereAndDropsOldStatuses) {
    ask("Ethernet1.10", 9);
    EXPECT_EQ(codef->lastLatency(), codef->maxLatency());
    EXPECT_GT(codef->lastLatency(), 0.2);
+   stop();
+   start();
+   EXPECT_GT(codef->startupLatency(), 0.2);
 }
 
 TEST_F(CodefTest, AFeatureThatReactsInsideItsStatusIsServed) {

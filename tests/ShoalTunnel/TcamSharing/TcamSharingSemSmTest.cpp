@@ -112,6 +112,7 @@ TEST_F(SemTest, ARefusalKeepsKeyAndMappingAndIsWithdrawnLikeASuccess) {
    withdraw("Ethernet1.10");
    text = traced([&] { run(); });
    EXPECT_THAT(text, HasSubstr(": deleting previously failed req\n"));
+   EXPECT_EQ(answer("Ethernet1.10"), response(tcamSharingFailed, 6)) << "until the chip says so";
    gone(shared);
    EXPECT_EQ(mergedStatus->responses(), 0U)
        << "the status entry of the refusal went, which is an answer";
@@ -344,6 +345,8 @@ TEST(TypesTest, RequestsEntriesAndPolicies) {
    EXPECT_EQ(std::tuple(packed.qosPolicy(), packed.pbrPolicy(), packed.aclLabel(),
                         packed.lumenAclLabel()),
              std::tuple(31U, 2U, 3U, 4U));
+   packed.valueIs(6);
+   EXPECT_EQ(packed, TcamSharingPolicyId(6));
    IntfId first("TypesFirst");
    IntfId second("TypesSecond");
    TcamSharingRequest low(first, FapId(1));

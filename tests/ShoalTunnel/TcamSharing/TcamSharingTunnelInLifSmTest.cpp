@@ -80,6 +80,9 @@ TEST_F(TunnelTest, DataOfZeroCountAsNoEntryInHardware) {
    EXPECT_TRUE(tunnelConfig->configHas(key)) << "the write of zero stands";
    answers(2, 0);
    EXPECT_EQ(answer(), response(tcamSharingSuccess, 0x400)) << "its late answer stays";
+   put(0x400);
+   put(0);
+   EXPECT_EQ(answer(), TcamSharingResponse()) << "until it is asked for and withdrawn again";
 }
 
 TEST_F(TunnelTest, ARemovalThatIsNotRealIsNotSeenAndAMachineIsBuiltAgain) {

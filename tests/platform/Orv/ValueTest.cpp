@@ -65,7 +65,10 @@ TEST(ValueTest, OutOfRangeIdsThrowTheirFixedTexts) {
    EXPECT_TRUE(FapId(2048).isNull() && FapId().isNull());
    EXPECT_EQ(error([] { Hardware::Shoal::Vsi(8193); }),
              "Vsi::value < Vsi::min or > Vsi::invalid not allowed");
+   EXPECT_EQ(error([] { Hardware::Shoal::Vsi(8192); }), "");
    EXPECT_TRUE(Hardware::Shoal::PortMap().isNull());
+   EXPECT_FALSE((Hardware::Shoal::PortMap{FapId(), 255}.isNull()));
+   EXPECT_FALSE((Hardware::Shoal::PortMap{FapId(1), 256}.isNull()));
    EXPECT_EQ(Hardware::Shoal::SystemTcamId().value(), 2048);
    EXPECT_EQ(Hardware::Shoal::SystemPhyPortId().value(), 16384);
 }
