@@ -54,7 +54,7 @@ int runScenario(ScenarioOptions const& options) {
       how.keepGoing = true; // who types sees the error and types again
    }
    Agent::readToggles();
-   Agent::Host host(std::move(*inventory));
+   Agent::AgentHost host(std::move(*inventory));
    Agent::ScenarioRunner runner(host, std::cout, std::cerr, how);
    std::istringstream commands(*scenario);
    int result = standardInput ? runner.run(std::cin, "standard input") : runner.run(commands, path);

@@ -2,10 +2,10 @@
 
 namespace Simulate {
 
-Checker::Checker(Host& host)
+Checker::Checker(AgentHost& host)
     : host_(host), model_(host.world()), recorder_(host, model_), explanations_(host) {}
 
-Checker& Checker::follow(Host& host) {
+Checker& Checker::follow(AgentHost& host) {
    auto* checker = new Checker(host);
    host.observerIs(std::unique_ptr<Observer>(checker));
    for (std::size_t i = 0; i < machineNames.size(); ++i) {

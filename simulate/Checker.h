@@ -10,7 +10,7 @@ namespace Simulate {
 class Checker : public Observer {
  public:
    // Goes with the agent, which was asked for nothing yet.
-   static Checker& follow(Host& host);
+   static Checker& follow(AgentHost& host);
 
    // What is wrong now.
    Findings check() const;
@@ -26,9 +26,9 @@ class Checker : public Observer {
    void handleUnexplained(std::string const& reason) override { unexplained_ = reason; }
 
  private:
-   explicit Checker(Host& host);
+   explicit Checker(AgentHost& host);
 
-   Host& host_;
+   AgentHost& host_;
    Model model_;
    Recorder recorder_;
    ExplanationCheck explanations_;

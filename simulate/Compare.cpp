@@ -117,7 +117,7 @@ void Model::compareFeatures(Findings& findings, FeaturePipeline const& pipeline)
 }
 
 // A requester sees the answers of both generations as one table: of each unit, those of its own.
-void Model::compareRouter(Findings& findings, Host const& host) const {
+void Model::compareRouter(Findings& findings, AgentHost const& host) const {
    for (std::size_t i = 0; i < kRequesters; ++i) {
       auto requester = static_cast<Requester>(i);
       std::map<TcamSharingRequest, TcamSharingResponse> expected;
@@ -136,7 +136,7 @@ void Model::compareRouter(Findings& findings, Host const& host) const {
    }
 }
 
-Findings Model::compare(Host const& host) const {
+Findings Model::compare(AgentHost const& host) const {
    Findings findings;
    for (std::string const& condition : context.failuresDue) {
       findings.add("an expected failure", "the library went on against ", condition);

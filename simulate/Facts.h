@@ -2,8 +2,8 @@
 // that programming a request needs, and how a policy looks in hardware.
 #pragma once
 
-#include "agent/host/SharingPipeline.h"
-#include "agent/world/World.h"
+#include "host/pipelines/SharingPipeline.h"
+#include "host/world/World.h"
 
 #include <map>
 #include <optional>

@@ -3,7 +3,7 @@
 // WordModel's.
 #pragma once
 
-#include "agent/host/FeaturePipeline.h"
+#include "host/pipelines/FeaturePipeline.h"
 #include "simulate/SharingModel.h"
 
 #include <memory>

@@ -1,6 +1,6 @@
 #include "simulate/History.h"
 
-#include "agent/host/Observer.h"
+#include "host/pipelines/Observer.h"
 
 #include <algorithm>
 #include <set>

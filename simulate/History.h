@@ -2,7 +2,7 @@
 // do, on a few interfaces of an inventory, so that those that share an entry meet often.
 #pragma once
 
-#include "agent/inventory/Inventory.h"
+#include "host/world/Inventory.h"
 
 #include <map>
 #include <random>

@@ -2,7 +2,7 @@
 // kept; Recorder feeds it, compare() holds the tables against it.
 #pragma once
 
-#include "agent/host/Host.h"
+#include "agent/host/AgentHost.h"
 #include "simulate/Findings.h"
 #include "simulate/IsemModel.h"
 #include "simulate/MapperModel.h"
@@ -21,7 +21,7 @@ struct Model {
       return arad ? static_cast<SharingModel&>(isem) : mapper;
    }
    // What differs between the tables of an agent and the model: every table, both ways.
-   Findings compare(Host const& host) const;
+   Findings compare(AgentHost const& host) const;
 
    Context context;
    IsemModel isem;
@@ -35,7 +35,7 @@ struct Model {
    void compareIsem(Findings& findings, IsemPipeline const& pipeline) const;
    void compareMapper(Findings& findings, MapperPipeline const& pipeline) const;
    void compareFeatures(Findings& findings, FeaturePipeline const& pipeline) const;
-   void compareRouter(Findings& findings, Host const& host) const;
+   void compareRouter(Findings& findings, AgentHost const& host) const;
 };
 
 } // namespace Simulate

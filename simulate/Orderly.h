@@ -3,7 +3,7 @@
 // which ("# check hardware", "# check fresh", "# check empty").
 #pragma once
 
-#include "agent/inventory/Inventory.h"
+#include "host/world/Inventory.h"
 
 #include <deque>
 #include <map>

@@ -15,7 +15,7 @@ using namespace Hardware::ShoalTunnel;
 namespace {
 
 // What each request asks for, over all requesters.
-std::map<TcamSharingRequest, uint64_t> askedFor(Host const& host) {
+std::map<TcamSharingRequest, uint64_t> askedFor(AgentHost const& host) {
    std::map<TcamSharingRequest, uint64_t> policies;
    for (std::size_t i = 0; i < kRequesters; ++i) {
       for (auto const& [request, policy] :
@@ -43,7 +43,7 @@ std::map<Key, uint64_t> carrying(std::map<Key, Data> const& entries) {
    return data;
 }
 
-void checkWords(Host const& host, Findings& findings) {
+void checkWords(AgentHost const& host, Findings& findings) {
    auto const& features = host.inLifFeatures();
    std::map<InLifIntfKey, FeatureValues> asked;
    for (auto const& [name, entry] : features.inputDir->entryIter()) {
@@ -70,7 +70,7 @@ void checkWords(Host const& host, Findings& findings) {
 }
 
 // Prints every table that a fresh start comes to as well; versions and order are the past's.
-std::vector<std::string> printed(Host const& host) {
+std::vector<std::string> printed(AgentHost const& host) {
    std::vector<std::string> lines;
    auto add = [&](char const* name, auto const& table) {
       for (auto const& [key, value] : table) {
@@ -110,7 +110,7 @@ std::vector<std::string> printed(Host const& host) {
 
 } // namespace
 
-void checkHardware(Host const& host, Findings& findings) {
+void checkHardware(AgentHost const& host, Findings& findings) {
    Facts facts(host.world());
    std::map<AradSemKeyAndFap, AradSemPayload> isem;
    std::map<VlanTagToVsiMapperKey, uint64_t> mapper;
@@ -152,7 +152,7 @@ void checkHardware(Host const& host, Findings& findings) {
    checkWords(host, findings);
 }
 
-void checkEmpty(Host const& host, Findings& findings) {
+void checkEmpty(AgentHost const& host, Findings& findings) {
    auto empty = [&](char const* table, uint64_t size) {
       if (size != 0) {
          findings.add("all is withdrawn", size, " left in ", table);
@@ -190,7 +190,7 @@ void checkEmpty(Host const& host, Findings& findings) {
    empty("words of ports and VLANs", features.mergedWords->lifFeatureAttrs());
 }
 
-void checkFresh(Host& host, std::vector<std::string> const& commands, Findings& findings) {
+void checkFresh(AgentHost& host, std::vector<std::string> const& commands, Findings& findings) {
    static constexpr std::array requests{"request", "feature"};
    std::map<std::string, std::string> asked; // by verb, requester, interface and so on
    std::vector<std::string> world;
@@ -210,7 +210,7 @@ void checkFresh(Host& host, std::vector<std::string> const& commands, Findings& 
    }
    std::vector<std::string> fresh;
    {
-      Host other(host.world().inventory());
+      AgentHost other(host.world().inventory());
       std::ostringstream out;
       ScenarioRunner runner(other, out, out, {.rehearse = false});
       for (std::string const& command : world) {

@@ -2,7 +2,7 @@
 // the world, the requests and the tables; none knows how the library gets there.
 #pragma once
 
-#include "agent/host/Host.h"
+#include "agent/host/AgentHost.h"
 #include "simulate/Findings.h"
 
 #include <string>
@@ -10,14 +10,14 @@
 
 namespace Simulate {
 
-using Agent::Host;
+using Agent::AgentHost;
 
 // The chip holds what the requests imply, and nothing else; each of them is answered success.
-void checkHardware(Host const& host, Findings& findings);
+void checkHardware(AgentHost const& host, Findings& findings);
 // All was withdrawn: every table of the library and of the chip is empty.
-void checkEmpty(Host const& host, Findings& findings);
+void checkEmpty(AgentHost const& host, Findings& findings);
 // A new agent that is taken to the same world, and asked for what is asked for now, comes to the
 // same tables. `commands`: what was carried out so far.
-void checkFresh(Host& host, std::vector<std::string> const& commands, Findings& findings);
+void checkFresh(AgentHost& host, std::vector<std::string> const& commands, Findings& findings);
 
 } // namespace Simulate

@@ -4,7 +4,7 @@ namespace Simulate {
 
 using namespace Hardware::ShoalTunnel;
 
-Recorder::Recorder(Host& host, Model& model) : host_(host), model_(model) {
+Recorder::Recorder(AgentHost& host, Model& model) : host_(host), model_(model) {
    watchRequesters();
    watchSlices();
    watchChip();

@@ -12,7 +12,7 @@ namespace Simulate {
 
 class Recorder {
  public:
-   Recorder(Host& host, Model& model);
+   Recorder(AgentHost& host, Model& model);
    // A machine goes and is built again; of that pipeline, or null.
    void machineGone(Machine machine, SharingPipeline* pipeline);
    void machineBuilt(Machine machine, SharingPipeline* pipeline);
@@ -31,7 +31,7 @@ class Recorder {
    void watchDirectory(Orv::Name const& name);
    void watchMembers(IntfId lag);
 
-   Host& host_;
+   AgentHost& host_;
    Model& model_;
    std::map<SharingPipeline*, std::unique_ptr<Orv::ReactorBase>> backlogs_;
    std::map<IntfId, std::unique_ptr<Orv::ReactorBase>> flags_;

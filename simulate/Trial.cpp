@@ -21,7 +21,7 @@ void report(char what, std::string const& text) {
 }
 
 // In the child: whose stop it is.
-Host const* tried = nullptr;
+AgentHost const* tried = nullptr;
 
 void reportStop(Orv::Failure const& failure) {
    Observer const* observer = tried->observer();
@@ -96,7 +96,7 @@ class Child {
       return findings.empty();
    }
 
-   Host host_;
+   AgentHost host_;
    std::ostringstream output_;
    std::ostringstream errors_;
    ScenarioRunner runner_;

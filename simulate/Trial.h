@@ -2,7 +2,7 @@
 // told here.
 #pragma once
 
-#include "agent/host/Host.h"
+#include "agent/host/AgentHost.h"
 #include "agent/process/Copy.h"
 #include "simulate/Coverage.h"
 #include "simulate/Findings.h"
@@ -13,8 +13,8 @@
 
 namespace Simulate {
 
+using Agent::AgentHost;
 using Agent::Copy;
-using Agent::Host;
 using Agent::Inventory;
 
 struct TrialOutcome {
@@ -30,7 +30,7 @@ class Trial {
    // The next command; none: the history is over.
    using Source = std::function<std::optional<std::string>()>;
    // Called on each new agent, before any command.
-   using Prepare = std::function<void(Host&)>;
+   using Prepare = std::function<void(AgentHost&)>;
 
    // Starts the process; `source` is asked there.
    Trial(Inventory const& inventory, Source const& source, Prepare const& prepare);

@@ -2,7 +2,7 @@
 #include "agent/command/ProgramOptions.h"
 #include "agent/inventory/FileContent.h"
 #include "agent/inventory/InventoryReader.h"
-#include "agent/text/Printable.h"
+#include "host/text/Printable.h"
 #include "simulate/Simulation.h"
 
 #include <algorithm>

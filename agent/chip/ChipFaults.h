@@ -5,8 +5,7 @@
 // both.
 #pragma once
 
-#include "platform/Hardware/Shoal/Ids.h"
-#include "platform/Orv/System.h"
+#include "host/driver/ChipTables.h"
 
 #include <array>
 #include <cstdint>
@@ -17,12 +16,7 @@
 
 namespace Agent {
 
-using Hardware::Shoal::FapId;
-using Orv::Seconds;
-
-// The chip's tables: shared entries, sub-interfaces' entries, tunnels' entries.
-enum class ChipTableKind { isem, mapper, tunnel };
-inline constexpr std::array<std::string_view, 3> chipTableNames{"isem", "mapper", "tunnel"};
+using namespace ShoalHost;
 
 // What may happen to an answer. `refuse` applies to writes of entries; `defer` to writes of the
 // tunnel table, which are answered "in progress" first and in full later; the others to all.

@@ -2,43 +2,60 @@
 
 namespace Agent {
 
-using namespace Hardware::ShoalTunnel;
-
-std::string_view outcomeName(Outcome outcome) {
-   static constexpr std::array<std::string_view, 5> names{
-       "removed", "accepted", "refused", "refused: the unit is full", "in progress"};
-   return names[static_cast<std::size_t>(outcome)];
+void SimulatedChip::start(AnswerSink& sink) {
+   sink_ = &sink;
+   tables_ = std::make_unique<Tables>(sink, faults_);
+   sink.forEachConfigured([this](EntryKey const& key, EntryData const& data) {
+      std::visit(
+          [&](auto each) {
+             auto& table = tableOf(each);
+             table.preset(each,
+                          std::get<typename std::remove_reference_t<decltype(table)>::Data>(data));
+          },
+          key);
+   });
 }
 
-void IsemTable::answer(Status& status, Key key, Data const& data, Outcome outcome) {
-   status.statusIs(key, SemTableStatusEntry{outcome == Outcome::accepted
-                                                ? SemTableStatusEntry::success
-                                                : static_cast<uint32_t>(outcome),
-                                            data});
+void SimulatedChip::write(ChipWrite const& write) {
+   std::visit([&](auto key) { tableOf(key).write(key, write); }, write.key);
 }
 
-void MapperTable::answer(Status& status, Key key, Data const& data, Outcome outcome) {
-   auto error = outcome == Outcome::accepted ? VlanTagToVsiMapperErrorType::success
-                                             : VlanTagToVsiMapperErrorType(outcome);
-   status.statusIs(key, VlanTagToVsiMapperStatusType{data.inLifAdditionalData, error});
+void SimulatedChip::readBack(EntryVisitor const& visit) const {
+   forEachTable([&](auto const& table) {
+      for (auto const& [key, data] : table.entries()) {
+         visit(key, data);
+      }
+   });
 }
 
-void TunnelTable::answer(Status& status, Key key, Data const& data, Outcome outcome) {
-   // Codes past those that mean something are failures.
-   uint32_t code = outcome == Outcome::accepted     ? TunnelPolicyMapperStatusType::programmed
-                   : outcome == Outcome::inProgress ? TunnelPolicyMapperStatusType::inProgress
-                                                    : 10 + static_cast<uint32_t>(outcome);
-   status.statusIs(key, TunnelPolicyMapperStatusType{code, data.inLifAdditionalData});
+std::optional<EntryData> SimulatedChip::held(EntryKey const& key) const {
+   return std::visit(
+       [this](auto each) {
+          auto const& entries = tableOf(each).entries();
+          auto found = entries.find(each);
+          return found == entries.end() ? std::nullopt : std::optional<EntryData>(found->second);
+       },
+       key);
 }
 
-SimulatedChip::SimulatedChip(Orv::Timers& timers, Tables const& tables,
-                             std::function<FapId(Plexus::IntfId)> const& unitOf)
-    : isem_(Orv::make<Orv::Clock>(timers), faults_, tables.isemConfig, tables.isemStatus,
-            [](AradSemKeyAndFap key) { return key.fapId(); }),
-      mapper_(Orv::make<Orv::Clock>(timers), faults_, tables.mapperConfig, tables.mapperStatus,
-              [unitOf](VlanTagToVsiMapperKey key) { return unitOf(key.fields().intfId); }),
-      tunnels_(Orv::make<Orv::Clock>(timers), faults_, tables.tunnelConfig, tables.tunnelStatus,
-               [](TunnelPolicyMapperKey key) { return key.fapId(); }) {}
+bool SimulatedChip::busy() const {
+   return !isem().unanswered().empty() || !mapper().unanswered().empty() ||
+          !tunnels().unanswered().empty();
+}
+
+std::optional<std::vector<ExpectedAnswer>> SimulatedChip::expected(EntryKey const& key) const {
+   return std::visit([this](auto each) { return tableOf(each).expected(each); }, key);
+}
+
+std::optional<uint64_t> SimulatedChip::room(ChipTableKind kind, FapId unit) const {
+   std::optional<uint64_t> found;
+   forEachTable([&](auto const& table) {
+      if (table.kind == kind) {
+         found = table.room(unit);
+      }
+   });
+   return found;
+}
 
 void SimulatedChip::capacityIs(std::optional<ChipTableKind> kind, FapId unit,
                                std::optional<uint64_t> entries) {
@@ -66,16 +83,9 @@ void SimulatedChip::clearFaults() {
 
 void SimulatedChip::restart() {
    ++restarts_;
-   forEachTable([](auto& table) { table.restart(); });
-}
-
-void SimulatedChip::replay() {
-   forEachTable([](auto& table) { table.replay(); });
-}
-
-bool SimulatedChip::busy() const {
-   return !isem_.unanswered().empty() || !mapper_.unanswered().empty() ||
-          !tunnels_.unanswered().empty();
+   std::vector<ChipWrite> unanswered;
+   forEachTable([&](auto& table) { table.restart(unanswered); });
+   sink_->restarted(unanswered);
 }
 
 } // namespace Agent

@@ -1,10 +1,11 @@
 #include "agent/command/Advice.h"
 
 #include "agent/command/Names.h"
-#include "agent/command/Resolution.h"
 #include "agent/host/Rehearsal.h"
+#include "host/insight/Resolution.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 #include <system_error>
 
 namespace Agent {
@@ -13,7 +14,7 @@ using namespace Hardware::ShoalTunnel;
 
 namespace {
 
-std::string usersOf(Host const& host, AradSemKeyAndFap key, TcamSharingRequest except) {
+std::string usersOf(AgentHost const& host, AradSemKeyAndFap key, TcamSharingRequest except) {
    std::vector<TcamSharingRequest> users;
    if (auto mapping = host.isem().common->semToRequest(key)) {
       for (auto const& [user, present] : mapping->requestIter()) {
@@ -26,7 +27,7 @@ std::string usersOf(Host const& host, AradSemKeyAndFap key, TcamSharingRequest e
 }
 
 // The request that was being withdrawn: answered, out of the output, and without a mapping.
-std::string describeUnmapped(Host const& host, Orv::Failure const&) {
+std::string describeUnmapped(AgentHost const& host, Orv::Failure const&) {
    auto const& pipeline = host.isem();
    for (auto const& [request, response] : pipeline.mergedStatus->responseIter()) {
       if (response.status == tcamSharingInProgress || pipeline.outputTable->requestHas(request) ||
@@ -50,7 +51,7 @@ std::string describeUnmapped(Host const& host, Orv::Failure const&) {
 }
 
 // The request that was being moved: it still maps to a key whose users it has left.
-std::string describeMoved(Host const& host, Orv::Failure const&) {
+std::string describeMoved(AgentHost const& host, Orv::Failure const&) {
    auto const& common = host.isem().common;
    for (auto const& [request, key] : common->tcamRequestToIsemKeyMappingIter()) {
       auto mapping = common->semToRequest(key);
@@ -65,7 +66,7 @@ std::string describeMoved(Host const& host, Orv::Failure const&) {
 }
 
 // Requests from before the unit had the lookup: a merge that reads them again finds the label.
-std::string describeLabels(Host const& host, Orv::Failure const&) {
+std::string describeLabels(AgentHost const& host, Orv::Failure const&) {
    std::vector<TcamSharingRequest> labelled;
    for (auto const& [request, policy] : host.sharing().config(Requester::acl)->requestIter()) {
       if (policy.lumenAclLabel() != 0 &&
@@ -81,14 +82,14 @@ std::string describeLabels(Host const& host, Orv::Failure const&) {
                             formatRequests(labelled, " and "));
 }
 
-std::string describeUnplaced(Host const&, Orv::Failure const& failure) {
+std::string describeUnplaced(AgentHost const&, Orv::Failure const& failure) {
    return failure.explanation +
           ", which carries a feature word: give it a place first (port-map), or withdraw its "
           "features while it has one";
 }
 
 template<char const* text>
-std::string say(Host const&, Orv::Failure const&) {
+std::string say(AgentHost const&, Orv::Failure const&) {
    return text;
 }
 constexpr char typeChange[] =
@@ -98,7 +99,7 @@ constexpr char portMapVersion[] =
 
 struct Advice {
    std::string_view condition;
-   std::string (*text)(Host const&, Orv::Failure const&);
+   std::string (*text)(AgentHost const&, Orv::Failure const&);
 };
 constexpr Advice advices[] = {
     {"keyToDel != AradSemKeyAndFap()", describeUnmapped},
@@ -135,7 +136,7 @@ std::string objectionTo(Rehearsal const& rehearsal) {
 
 } // namespace
 
-std::string advise(Host const& host, Orv::Failure const& failure) {
+std::string advise(AgentHost const& host, Orv::Failure const& failure) {
    std::string condition = failure.condition;
    auto const* known =
        std::find_if(std::begin(advices), std::end(advices),
@@ -145,7 +146,7 @@ std::string advise(Host const& host, Orv::Failure const& failure) {
                       condition);
 }
 
-void requireHarmless(Host& host, std::function<void()> const& change) {
+void requireHarmless(AgentHost& host, std::function<void()> const& change) {
    std::string objection;
    bool expected = false;
    try {

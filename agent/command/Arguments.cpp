@@ -1,5 +1,7 @@
 #include "agent/command/Arguments.h"
 
+#include "host/insight/Names.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>

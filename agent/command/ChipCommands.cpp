@@ -6,7 +6,7 @@ namespace Agent {
 namespace {
 
 // [unit UNIT] [table isem|mapper|tunnel], in any order.
-FaultScope parseScope(Host& host, Arguments& arguments) {
+FaultScope parseScope(AgentHost& host, Arguments& arguments) {
    FaultScope scope;
    while (arguments.more()) {
       if (arguments.accept("unit")) {
@@ -22,7 +22,7 @@ FaultScope parseScope(Host& host, Arguments& arguments) {
 }
 
 template<Fault fault>
-void chipFault(Host& host, Arguments& arguments, std::ostream&) {
+void chipFault(AgentHost& host, Arguments& arguments, std::ostream&) {
    ChipFaults& faults = host.chip().faults();
    auto scope = [&] {
       FaultScope parsed = parseScope(host, arguments);
@@ -44,19 +44,19 @@ void chipFault(Host& host, Arguments& arguments, std::ostream&) {
 }
 
 template<void (ChipFaults::*set)(Seconds)>
-void chipTime(Host& host, Arguments& arguments, std::ostream&) {
+void chipTime(AgentHost& host, Arguments& arguments, std::ostream&) {
    double seconds = arguments.parseReal("SECONDS", 0.0, 3600.0);
    arguments.end();
    (host.chip().faults().*set)(seconds);
 }
 
-void chipSeed(Host& host, Arguments& arguments, std::ostream&) {
+void chipSeed(AgentHost& host, Arguments& arguments, std::ostream&) {
    uint64_t seed = arguments.parseNumber("SEED", 0, UINT64_MAX);
    arguments.end();
    host.chip().faults().seedIs(seed);
 }
 
-void chipCapacity(Host& host, Arguments& arguments, std::ostream&) {
+void chipCapacity(AgentHost& host, Arguments& arguments, std::ostream&) {
    FapId unit = host.world().unit(arguments.next("UNIT"));
    std::optional<uint64_t> entries;
    if (!arguments.accept("none")) {
@@ -66,9 +66,14 @@ void chipCapacity(Host& host, Arguments& arguments, std::ostream&) {
 }
 
 template<void (SimulatedChip::*act)()>
-void chipAct(Host& host, Arguments& arguments, std::ostream&) {
+void chipAct(AgentHost& host, Arguments& arguments, std::ostream&) {
    arguments.end();
    (host.chip().*act)();
+}
+
+void chipReplay(AgentHost& host, Arguments& arguments, std::ostream&) {
+   arguments.end();
+   host.seam().replay();
 }
 
 constexpr std::string_view faultGrammar =
@@ -103,8 +108,7 @@ std::span<Command const> chipCommands() {
         chipAct<&SimulatedChip::clearFaults>},
        {"chip restart", "", "the chip restarts empty; its statuses are cleared", change,
         chipAct<&SimulatedChip::restart>},
-       {"chip replay", "", "write the configuration to the chip again", change,
-        chipAct<&SimulatedChip::replay>},
+       {"chip replay", "", "write the configuration to the chip again", change, chipReplay},
    };
    return table;
 }

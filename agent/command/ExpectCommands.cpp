@@ -1,7 +1,10 @@
 // Conditions that make a scenario a test.
-#include "agent/command/Explanation.h"
-#include "agent/command/FeatureSituation.h"
+#include "agent/command/FeatureNames.h"
 #include "agent/command/Tables.h"
+#include "host/insight/Explanation.h"
+#include "host/insight/FeatureSituation.h"
+
+#include <fmt/format.h>
 
 namespace Agent {
 
@@ -18,7 +21,7 @@ void require(std::string const& what, std::string_view wanted, std::string_view 
    }
 }
 
-void expectStatus(Host& host, Arguments& arguments, std::ostream&) {
+void expectStatus(AgentHost& host, Arguments& arguments, std::ostream&) {
    bool merged = arguments.accept("merged");
    auto requester = merged ? Requester::acl : parseRequester(arguments);
    auto requests = parseRequests(host, arguments);
@@ -44,7 +47,7 @@ void expectStatus(Host& host, Arguments& arguments, std::ostream&) {
 }
 
 template<bool merged>
-void expectPolicy(Host& host, Arguments& arguments, std::ostream&) {
+void expectPolicy(AgentHost& host, Arguments& arguments, std::ostream&) {
    auto requests = parseRequests(host, arguments);
    TcamSharingPolicyId wanted;
    if (!arguments.accept("none")) {
@@ -60,7 +63,7 @@ void expectPolicy(Host& host, Arguments& arguments, std::ostream&) {
    }
 }
 
-void expectCount(Host& host, Arguments& arguments, std::ostream&) {
+void expectCount(AgentHost& host, Arguments& arguments, std::ostream&) {
    NamedTable const& table = namedTable(arguments.next("TABLE"));
    uint64_t wanted = arguments.parseNumber("N", 0, UINT64_MAX);
    arguments.end();
@@ -74,7 +77,7 @@ void requireData(std::string const& what, std::string const& word, std::optional
            data ? formatData(*data) : "absent");
 }
 
-void expectIsem(Host& host, Arguments& arguments, std::ostream&) {
+void expectIsem(AgentHost& host, Arguments& arguments, std::ostream&) {
    Bridging::VlanId vlan(arguments.parse<uint32_t>("VLAN", 1, 4094));
    Hardware::Shoal::VlanDomain domain(arguments.parse<uint8_t>("DOMAIN", 0, 255));
    FapId unit = host.world().unit(arguments.next("UNIT"));
@@ -86,7 +89,7 @@ void expectIsem(Host& host, Arguments& arguments, std::ostream&) {
                payload ? std::optional(policyOfPayload(*payload).value()) : std::nullopt);
 }
 
-void expectMapper(Host& host, Arguments& arguments, std::ostream&) {
+void expectMapper(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId subIntf = host.world().interface(arguments.next("SUBINTERFACE"));
    IntfId port = host.world().interface(arguments.next("PORT"));
    std::string word = arguments.next("POLICY, none or absent");
@@ -101,7 +104,7 @@ void expectMapper(Host& host, Arguments& arguments, std::ostream&) {
                data);
 }
 
-void expectTunnel(Host& host, Arguments& arguments, std::ostream&) {
+void expectTunnel(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId tunnel = host.world().interface(arguments.next("TUNNEL"));
    TunnelPolicyMapperKey key(tunnel, host.world().unit(arguments.next("UNIT")));
    std::string word = arguments.next("POLICY, none or absent");
@@ -111,7 +114,7 @@ void expectTunnel(Host& host, Arguments& arguments, std::ostream&) {
                result ? std::optional(result->inLifAdditionalData) : std::nullopt);
 }
 
-void expectPublished(Host& host, Arguments& arguments, std::ostream&) {
+void expectPublished(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId intf = host.world().interface(arguments.next("PORT"));
    std::string unit = arguments.next("UNIT or none");
    std::string domain = arguments.next("DOMAIN or none");
@@ -127,7 +130,7 @@ void expectPublished(Host& host, Arguments& arguments, std::ostream&) {
                        text(host.intfToVlanDomainStatus()->vlanDomainCollection().find(intf))));
 }
 
-void expectFeature(Host& host, Arguments& arguments, std::ostream&) {
+void expectFeature(AgentHost& host, Arguments& arguments, std::ostream&) {
    auto keys = parseInLifKeys(host, arguments);
    InLifFeatureType type = parseFeatureType(arguments);
    std::string wanted = arguments.next("none, success or failure");
@@ -161,18 +164,18 @@ void requireWord(Arguments& arguments, std::string const& of, Words const& words
    require("the word of " + of, wanted, word ? formatWord(*word) : "none");
 }
 
-void expectWord(Host& host, Arguments& arguments, std::ostream&) {
+void expectWord(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId intf = host.world().interface(arguments.next("PORT"));
    requireWord(arguments, intf.name(), host.inLifFeatures().mergedWords, intf);
 }
 
-void expectSubInterfaceWord(Host& host, Arguments& arguments, std::ostream&) {
+void expectSubInterfaceWord(AgentHost& host, Arguments& arguments, std::ostream&) {
    InLifIntfKey key = parseInLifKey(host, arguments);
    requireWord(arguments, formatInLifKey(host, key), host.inLifFeatures().subIntfWords, key);
 }
 
 template<bool wanted>
-void expectInHardware(Host& host, Arguments& arguments, std::ostream&) {
+void expectInHardware(AgentHost& host, Arguments& arguments, std::ostream&) {
    auto requests = parseRequests(host, arguments);
    arguments.end();
    Situations situations(host);
@@ -188,7 +191,7 @@ void expectInHardware(Host& host, Arguments& arguments, std::ostream&) {
 
 // REQUEST yes|no
 template<bool retryList>
-void expectListed(Host& host, Arguments& arguments, std::ostream&) {
+void expectListed(AgentHost& host, Arguments& arguments, std::ostream&) {
    TcamSharingRequest request = parseRequest(host, arguments);
    std::size_t wanted = arguments.parseChoice("yes or no", {"no", "yes"});
    arguments.end();

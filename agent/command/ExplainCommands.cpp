@@ -1,13 +1,42 @@
 // Why requests and in-LIF features are where they are.
-#include "agent/command/Explanation.h"
-#include "agent/command/FeatureSituation.h"
+#include "agent/command/FeatureNames.h"
+#include "agent/command/Output.h"
+#include "host/insight/Explanation.h"
+#include "host/insight/FeatureSituation.h"
 
 namespace Agent {
 
 namespace {
 
+void printExplanation(std::ostream& out, Explanation const& explanation, Format format) {
+   if (format == Format::json) {
+      Json facts = Json::object();
+      for (auto const& [label, text] : explanation.facts) {
+         // A label that comes twice (two answers due) becomes a list.
+         if (!facts.contains(label)) {
+            facts[label] = text;
+         } else if (facts[label].is_array()) {
+            facts[label].push_back(text);
+         } else {
+            facts[label] = Json::array({facts[label], text});
+         }
+      }
+      out << Json{{"request", explanation.subject},
+                  {"inHardware", explanation.inHardware},
+                  {"verdict", explanation.verdict},
+                  {"facts", facts}}
+                 .dump(-1, ' ', false, Json::error_handler_t::replace)
+          << "\n";
+      return;
+   }
+   out << explanation.subject << ": " << explanation.verdict << "\n";
+   for (auto const& [label, text] : explanation.facts) {
+      out << "  " << label << ": " << text << "\n";
+   }
+}
+
 // INTERFACE UNIT [flood VLAN]; a pattern or own explains each request that it names.
-void explainRequests(Host& host, Arguments& arguments, std::ostream& out) {
+void explainRequests(AgentHost& host, Arguments& arguments, std::ostream& out) {
    auto requests = parseRequests(host, arguments);
    arguments.end();
    Situations situations(host);
@@ -16,7 +45,7 @@ void explainRequests(Host& host, Arguments& arguments, std::ostream& out) {
    }
 }
 
-void explainOneFeature(Host& host, Arguments& arguments, std::ostream& out) {
+void explainOneFeature(AgentHost& host, Arguments& arguments, std::ostream& out) {
    InLifIntfKey key = parseInLifKey(host, arguments);
    InLifFeatureType type = parseFeatureType(arguments);
    arguments.end();
@@ -24,7 +53,7 @@ void explainOneFeature(Host& host, Arguments& arguments, std::ostream& out) {
 }
 
 // Each request that is not sound, with the sentences that say why.
-void problems(Host& host, Arguments& arguments, std::ostream& out) {
+void problems(AgentHost& host, Arguments& arguments, std::ostream& out) {
    arguments.end();
    Table table{"problems", {"request", "merged policy", "status", "why"}, {}};
    Situations situations(host);

@@ -1,5 +1,8 @@
 // In-LIF features: who asks for them, and where TCAMs keep them.
-#include "agent/command/FeatureSituation.h"
+#include "agent/command/FeatureNames.h"
+#include "host/insight/FeatureSituation.h"
+
+#include <fmt/format.h>
 
 namespace Agent {
 
@@ -8,7 +11,7 @@ namespace {
 using namespace Hardware::ShoalTunnel;
 using ShoalTcam::TcamShareQualInfo;
 
-Orv::Ptr<InLifFeatureRequestDir> parseDirectory(Host& host, Arguments& arguments) {
+Orv::Ptr<InLifFeatureRequestDir> parseDirectory(AgentHost& host, Arguments& arguments) {
    std::string name = arguments.next("DIRECTORY");
    auto directory = host.inLifFeatures().directory(name);
    if (!directory) {
@@ -17,7 +20,7 @@ Orv::Ptr<InLifFeatureRequestDir> parseDirectory(Host& host, Arguments& arguments
    return directory;
 }
 
-void featureDirectory(Host& host, Arguments& arguments, std::ostream&) {
+void featureDirectory(AgentHost& host, Arguments& arguments, std::ostream&) {
    std::string name = arguments.next("NAME");
    std::size_t what = arguments.parseChoice("WHAT", {"remove", "add", "foreign"});
    arguments.end();
@@ -36,7 +39,7 @@ void featureDirectory(Host& host, Arguments& arguments, std::ostream&) {
 }
 
 // The value is written as it is; who asks has to know what fits.
-void warnOfWidth(Host const& host, InLifFeatureKey key, InLifFeatureValue value,
+void warnOfWidth(AgentHost const& host, InLifFeatureKey key, InLifFeatureValue value,
                  std::ostream& out) {
    auto field = featureField(key.tcamId(), key.featureType());
    if (field && (value & ~field->mask()) != 0) {
@@ -47,7 +50,7 @@ void warnOfWidth(Host const& host, InLifFeatureKey key, InLifFeatureValue value,
    }
 }
 
-void feature(Host& host, Arguments& arguments, std::ostream& out) {
+void feature(AgentHost& host, Arguments& arguments, std::ostream& out) {
    auto directory = parseDirectory(host, arguments);
    auto keys = parseInLifKeys(host, arguments);
    InLifFeatureType type = parseFeatureType(arguments);
@@ -60,7 +63,7 @@ void feature(Host& host, Arguments& arguments, std::ostream& out) {
    }
 }
 
-void withdrawFeature(Host& host, Arguments& arguments, std::ostream&) {
+void withdrawFeature(AgentHost& host, Arguments& arguments, std::ostream&) {
    auto directory = parseDirectory(host, arguments);
    auto keys = parseInLifKeys(host, arguments);
    InLifFeatureType type = parseFeatureType(arguments);
@@ -75,7 +78,7 @@ void withdrawFeature(Host& host, Arguments& arguments, std::ostream&) {
    }
 }
 
-void tcamLayout(Host& host, Arguments& arguments, std::ostream&) {
+void tcamLayout(AgentHost& host, Arguments& arguments, std::ostream&) {
    auto tcam = host.world().tcam(arguments.next("UNIT:CORE"));
    InLifFeatureType type = parseFeatureType(arguments);
    std::optional<TcamShareQualInfo> place;
@@ -92,7 +95,7 @@ void tcamLayout(Host& host, Arguments& arguments, std::ostream&) {
    host.world().tcamLayoutIs(tcam, type, place);
 }
 
-void tcamKeyVersion(Host& host, Arguments& arguments, std::ostream&) {
+void tcamKeyVersion(AgentHost& host, Arguments& arguments, std::ostream&) {
    arguments.end();
    host.world().tcamKeyVersionInc();
 }

@@ -14,7 +14,7 @@ InLifFeatureType parseFeatureType(Arguments& arguments) {
    return static_cast<InLifFeatureType>(parseNumber(number, "TYPE", 1, kInLifFeatureTypeBound - 1));
 }
 
-std::vector<InLifIntfKey> parseInLifKeys(Host const& host, Arguments& arguments) {
+std::vector<InLifIntfKey> parseInLifKeys(AgentHost const& host, Arguments& arguments) {
    World const& world = host.world();
    auto interfaces = world.interfaces(arguments.next("INTERFACE"));
    std::string word = arguments.next("UNIT:CORE or own");
@@ -44,41 +44,12 @@ std::vector<InLifIntfKey> parseInLifKeys(Host const& host, Arguments& arguments)
    return keys;
 }
 
-InLifIntfKey parseInLifKey(Host const& host, Arguments& arguments) {
+InLifIntfKey parseInLifKey(AgentHost const& host, Arguments& arguments) {
    auto keys = parseInLifKeys(host, arguments);
    if (keys.size() != 1) {
       throw CommandError("that names {}; one is wanted here", counted(keys.size(), "key"));
    }
    return keys.front();
-}
-
-std::string formatType(InLifFeatureType type) {
-   std::ostringstream text;
-   text << type;
-   return text.str();
-}
-
-std::string formatInLifKey(Host const& host, InLifIntfKey key) {
-   return fmt::format("{} on {}", key.intfId().name(), host.world().tcamName(key.tcamId()));
-}
-
-std::string formatFeatures(InLifIntfFeatureAggr const& aggregate) {
-   return join(aggregate.featureAggIter(), ",", [](auto const& feature) {
-      return fmt::format("{}={}", formatType(feature.key), feature.value);
-   });
-}
-
-std::string formatWord(InLifFeatureAttributes const& word) {
-   return fmt::format("0x{:08x}{:04x}{:04x}", word.eei, word.data1, word.data0);
-}
-
-std::string formatWidth(uint32_t mask) {
-   return counted(static_cast<std::size_t>(std::popcount(mask)), "bit");
-}
-
-std::string_view formatFeatureStatus(InLifFeatureResponseStatus status) {
-   static constexpr std::string_view names[] = {"none", "success", "failure"};
-   return names[static_cast<std::size_t>(status)];
 }
 
 } // namespace Agent

@@ -1,6 +1,6 @@
 // The tables of in-LIF features.
-#include "agent/command/FeatureSituation.h"
 #include "agent/command/Tables.h"
+#include "host/insight/FeatureSituation.h"
 
 namespace Agent {
 
@@ -8,11 +8,11 @@ using namespace Hardware::ShoalTunnel;
 
 namespace {
 
-std::vector<Json> keyCells(Host const& host, InLifIntfKey key) {
+std::vector<Json> keyCells(AgentHost const& host, InLifIntfKey key) {
    return {key.intfId().name(), host.world().tcamName(key.tcamId())};
 }
 
-Table features(Host const& host) {
+Table features(AgentHost const& host) {
    Table table{
        "features",
        {"directory", "interface", "TCAM", "type", "value", "response", "programmed", "in words"},
@@ -36,7 +36,7 @@ Table features(Host const& host) {
    return table;
 }
 
-Table featureResponses(Host const& host) {
+Table featureResponses(AgentHost const& host) {
    Table table{"feature-responses", {"interface", "TCAM", "type", "response", "programmed"}, {}};
    for (auto const& [key, response] : host.inLifFeatures().featureStatus->responseIter()) {
       table.add(joined(
@@ -46,7 +46,7 @@ Table featureResponses(Host const& host) {
    return table;
 }
 
-Table aggregates(Host const& host) {
+Table aggregates(AgentHost const& host) {
    Table table{"aggregates", {"interface", "TCAM", "features", "version", "handled version"}, {}};
    auto const& pipeline = host.inLifFeatures();
    for (auto const& [key, aggregate] : pipeline.inLifIntfCfg->requestIter()) {
@@ -57,7 +57,7 @@ Table aggregates(Host const& host) {
    return table;
 }
 
-Table spread(Host const& host) {
+Table spread(AgentHost const& host) {
    Table table{"spread", {"port", "TCAM", "features"}, {}};
    for (auto const& [key, aggregate] : host.inLifFeatures().inLifIntfCfgLagExp->requestIter()) {
       table.add(joined(keyCells(host, key), {formatFeatures(*aggregate)}));
@@ -65,7 +65,7 @@ Table spread(Host const& host) {
    return table;
 }
 
-Table words(Host const& host) {
+Table words(AgentHost const& host) {
    Table table{"words", {"port", "word", "port side", "VLAN side"}, {}};
    auto const& pipeline = host.inLifFeatures();
    auto cell = [](DefaultLifFeatureConfig const& of, IntfId intf) {
@@ -78,7 +78,7 @@ Table words(Host const& host) {
    return table;
 }
 
-Table subIntfWords(Host const& host) {
+Table subIntfWords(AgentHost const& host) {
    Table table{"sub-interface-words", {"sub-interface", "TCAM", "word"}, {}};
    for (auto const& [key, word] : host.inLifFeatures().subIntfWords->lifFeatureAttrIter()) {
       table.add(joined(keyCells(host, key), {formatWord(word)}));
@@ -86,7 +86,7 @@ Table subIntfWords(Host const& host) {
    return table;
 }
 
-Table layouts(Host const& host) {
+Table layouts(AgentHost const& host) {
    Table table{"tcam-layouts", {"TCAM", "type", "offset", "mask"}, {}};
    auto const& library = ShoalTcam::TcamDbStatusInterface::tcamDbStatusInterface();
    for (auto const& [tcam, data] : library->inLifDataIter()) {
@@ -97,7 +97,7 @@ Table layouts(Host const& host) {
    return table;
 }
 
-Table untagged(Host const& host) {
+Table untagged(AgentHost const& host) {
    Table table{"untagged-vlans", {"interface", "VLAN"}, {}};
    for (auto const& [intf, vlan] : host.world().untaggedVlanDir->untaggedVlanIter()) {
       table.add({intf.name(), vlan.value()});

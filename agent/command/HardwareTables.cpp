@@ -18,7 +18,7 @@ std::vector<Json> keyCells(VlanTagToVsiMapperKey key) {
            formatTags(fields.outerVlan.value(), fields.innerVlan)};
 }
 
-Table isem(Host const& host) {
+Table isem(AgentHost const& host) {
    Table table{"isem", {"vlan", "domain", "unit", "policy", "answer", "users"}, {}};
    auto const& pipeline = host.isem();
    for (auto const& [key, payload] : pipeline.table->configIter()) {
@@ -32,7 +32,7 @@ Table isem(Host const& host) {
    return table;
 }
 
-Table mapping(Host const& host) {
+Table mapping(AgentHost const& host) {
    Table table{"mapping", requestColumns({"entry"}), {}};
    for (auto const& [request, key] : host.isem().common->tcamRequestToIsemKeyMappingIter()) {
       table.add(joined(requestCells(request), {formatKey(key)}));
@@ -46,7 +46,7 @@ Table mapping(Host const& host) {
    return table;
 }
 
-Table users(Host const& host) {
+Table users(AgentHost const& host) {
    Table table{"users", {"vlan", "domain", "key unit", "interface", "unit", "flood"}, {}};
    for (auto const& [key, mapping] : host.isem().common->semToRequestIter()) {
       for (auto const& [request, present] : mapping->requestIter()) {
@@ -56,7 +56,7 @@ Table users(Host const& host) {
    return table;
 }
 
-Table pending(Host const& host) {
+Table pending(AgentHost const& host) {
    Table table{
        "pending", {"table", "entry", "kind", "place", "interface", "unit", "flood", "policy"}, {}};
    auto add = [&](std::vector<Json> const& what, TcamSharingEntry const& entry) {
@@ -78,7 +78,7 @@ Table pending(Host const& host) {
    return table;
 }
 
-Table lifCounts(Host const& host) {
+Table lifCounts(AgentHost const& host) {
    Table table{"lif-counts", requestColumns({"policy", "answers awaited", "error type"}), {}};
    auto const& common = *host.mapper().common;
    auto add = [&](TcamSharingEntry const& entry) {
@@ -100,7 +100,7 @@ Table lifCounts(Host const& host) {
    return table;
 }
 
-Table mapper(Host const& host) {
+Table mapper(AgentHost const& host) {
    Table table{"mapper", {"sub-interface", "port", "tags", "lif", "policy", "answer"}, {}};
    auto const& pipeline = host.mapper();
    for (auto const& [key, result] : pipeline.mapperConfig->configIter()) {
@@ -112,7 +112,7 @@ Table mapper(Host const& host) {
    return table;
 }
 
-Table tunnels(Host const& host) {
+Table tunnels(AgentHost const& host) {
    Table table{"tunnels", {"tunnel", "unit", "policy", "answer"}, {}};
    auto const& pipeline = host.mapper();
    for (auto const& [key, result] : pipeline.tunnelConfig->configIter()) {
@@ -141,7 +141,7 @@ std::string formatContent(Result const& result) {
    return formatData(result.inLifAdditionalData);
 }
 
-Table chip(Host const& host) {
+Table chip(AgentHost const& host) {
    Table table{"chip", {"table", "entry", "policy"}, {}};
    host.chip().forEachTable([&](auto const& of) {
       for (auto const& [key, content] : of.entries()) {
@@ -151,12 +151,12 @@ Table chip(Host const& host) {
    return table;
 }
 
-Table answers(Host const& host) {
+Table answers(AgentHost const& host) {
    Table table{"answers", {"table", "entry", "kind", "written", "due"}, {}};
    host.chip().forEachTable([&](auto const& of) {
       for (auto const& answer : of.unanswered()) {
          table.add({chipTableName(of.kind), formatKey(answer.key),
-                    !answer.written                         ? "removal"
+                    !answer.write.data                      ? "removal"
                     : answer.outcome == Outcome::inProgress ? "in progress"
                                                             : "write",
                     answer.since, answer.due});
@@ -165,7 +165,7 @@ Table answers(Host const& host) {
    return table;
 }
 
-Table faults(Host const& host) {
+Table faults(AgentHost const& host) {
    Table table{"faults", {"fault", "table", "unit", "next", "often", "value"}, {}};
    ChipFaults const& faults = host.chip().faults();
    for (auto const& setting : faults.settings()) {
@@ -205,13 +205,13 @@ void addCounters(Table& table, SharingPipeline const& pipeline) {
    add("startupLatency", codef.startupLatency());
 }
 
-Table counters(Host const& host) {
+Table counters(AgentHost const& host) {
    Table table{"counters", {"of", "counter", "value"}, {}};
    for (SharingPipeline const* pipeline : host.pipelines()) {
       addCounters(table, *pipeline);
    }
    table.add({"isem", "numOfIsemBStatusHandled", host.isem().semSm->numOfIsemBStatusHandled()});
-   host.chip().forEachTable([&](auto const& of) {
+   host.seam().forEachTable([&](auto const& of) {
       std::string_view name = chipTableName(of.kind);
       table.add({name, "chip writes", of.counters().writes});
       table.add({name, "chip removals", of.counters().removals});
@@ -225,7 +225,7 @@ Table counters(Host const& host) {
    return table;
 }
 
-Table clocks(Host const& host) {
+Table clocks(AgentHost const& host) {
    Table table{"clocks", {"of", "clock", "at"}, {}};
    table.add({"agent", "now", host.time().peek()});
    for (SharingPipeline const* pipeline : host.pipelines()) {

@@ -5,14 +5,14 @@ namespace Agent {
 
 namespace {
 
-void rebuild(Host& host, Arguments& arguments, std::ostream&) {
+void rebuild(AgentHost& host, Arguments& arguments, std::ostream&) {
    auto machine = static_cast<Machine>(
        arguments.parseChoice("MACHINE", {machineNames.begin(), machineNames.end()}));
    arguments.end();
    host.rebuild(machine);
 }
 
-void startFeaturesFresh(Host& host, Arguments& arguments, std::ostream&) {
+void startFeaturesFresh(AgentHost& host, Arguments& arguments, std::ostream&) {
    arguments.end();
    host.startFeaturesFresh();
 }

@@ -1,6 +1,6 @@
 #include "agent/command/Names.h"
 
-#include "agent/command/Explanation.h"
+#include "host/insight/Explanation.h"
 
 #include <algorithm>
 #include <set>
@@ -9,46 +9,6 @@ namespace Agent {
 
 using Bridging::VlanIdOrNone;
 using Hardware::ShoalTunnel::AradISemKeyTcamSharing;
-
-namespace {
-
-struct PolicyField {
-   std::string_view name;
-   unsigned shift;
-   uint64_t max;
-};
-constexpr PolicyField policyFields[] = {
-    {"qos", 0, 31},
-    {"pbr", 5, 31},
-    {"acl", 10, 127},
-    {"lumen", 17, 127},
-    {"other", 24, UINT64_MAX >> 24},
-};
-
-constexpr std::string_view statusNames[] = {"none", "success", "in-progress", "failed"};
-
-} // namespace
-
-std::string formatRequest(TcamSharingRequest request) {
-   uint16_t flood = request.l3FloodPortVlanId().value();
-   return fmt::format("{} unit {}{}", request.intfId().name(), request.fapId().value(),
-                      flood == 0 ? "" : fmt::format(" flood {}", flood));
-}
-
-std::string formatRequests(std::vector<TcamSharingRequest> const& requests,
-                           std::string_view separator) {
-   return join(requests, separator, formatRequest);
-}
-
-std::string formatPolicy(TcamSharingPolicyId policy) {
-   std::string text;
-   for (auto const& field : policyFields) {
-      if (uint64_t value = policy.value() >> field.shift & field.max; value != 0) {
-         append(text, ",", fmt::format("{}={}", field.name, value));
-      }
-   }
-   return text.empty() ? "none" : text;
-}
 
 TcamSharingPolicyId parsePolicy(std::string_view text) {
    if (text.find('=') == std::string_view::npos) {
@@ -76,47 +36,9 @@ TcamSharingPolicyId parsePolicy(std::string_view text) {
    return TcamSharingPolicyId(value);
 }
 
-std::string_view formatStatus(TcamSharingResponseStatus status) {
-   return statusNames[status];
-}
-
 TcamSharingResponseStatus parseStatus(Arguments& arguments) {
    return static_cast<TcamSharingResponseStatus>(arguments.parseChoice(
        "STATUS", std::vector<std::string_view>(std::begin(statusNames), std::end(statusNames))));
-}
-
-std::string formatKey(AradSemKeyAndFap key) {
-   AradISemKeyTcamSharing fields(key.key());
-   return fmt::format("(vlan {}, domain {}, unit {})", fields.vlanId(), fields.vlanDomain().value(),
-                      key.fapId().value());
-}
-
-std::string formatTags(uint32_t outer, uint32_t inner) {
-   return inner == 0 ? std::to_string(outer) : fmt::format("{},{}", outer, inner);
-}
-
-std::string formatKey(VlanTagToVsiMapperKey key) {
-   auto const& fields = key.fields();
-   bool dot1q = fields.tagType == Hardware::ShoalTunnel::VlanTagType::dot1q;
-   return fmt::format("({} on {}, tags {}{})", fields.subIntfId.name(), fields.intfId.name(),
-                      formatTags(fields.outerVlan.value(), fields.innerVlan),
-                      dot1q ? "" : ", other tag type");
-}
-
-std::string formatKey(TunnelPolicyMapperKey key) {
-   return fmt::format("({}, unit {})", key.intfId().name(), key.fapId().value());
-}
-
-std::string formatKey(EntryKey const& key) {
-   return std::visit([](auto const& each) { return formatKey(each); }, key);
-}
-
-std::string formatData(uint64_t inLifAdditionalData) {
-   return formatPolicy(TcamSharingPolicyId(inLifAdditionalData));
-}
-
-TcamSharingPolicyId policyOfPayload(AradSemPayload payload) {
-   return TcamSharingPolicyId((payload.value & 0xffff8) >> 3);
 }
 
 std::string formatUnitType(Hardware::Shoal::FapType type) {
@@ -155,7 +77,8 @@ std::optional<VlanIdOrNone> floodVlan(World const& world, IntfId intf, NamedRequ
 }
 
 // Those that are asked for, or answered still.
-std::vector<TcamSharingRequest> existingRequests(Host const& host, NamedRequests const& named) {
+std::vector<TcamSharingRequest> existingRequests(AgentHost const& host,
+                                                 NamedRequests const& named) {
    std::vector<TcamSharingRequest> found;
    if (World::isPattern(named.typed)) {
       for (TcamSharingRequest each : knownRequests(host)) {
@@ -182,7 +105,7 @@ std::vector<TcamSharingRequest> existingRequests(Host const& host, NamedRequests
 
 } // namespace
 
-std::vector<TcamSharingRequest> parseRequests(Host const& host, Arguments& arguments,
+std::vector<TcamSharingRequest> parseRequests(AgentHost const& host, Arguments& arguments,
                                               Naming naming) {
    World const& world = host.world();
    NamedRequests named;
@@ -233,7 +156,7 @@ std::vector<TcamSharingRequest> parseRequests(Host const& host, Arguments& argum
    return requests;
 }
 
-TcamSharingRequest parseRequest(Host const& host, Arguments& arguments) {
+TcamSharingRequest parseRequest(AgentHost const& host, Arguments& arguments) {
    auto requests = parseRequests(host, arguments, Naming::interfaces);
    if (requests.size() != 1) {
       throw CommandError("that names {}; one is wanted here", counted(requests.size(), "request"));

@@ -1,8 +1,9 @@
-// How requests, policies, keys and statuses are written in commands and in their output.
+// How requests, policies and statuses are written in commands.
 #pragma once
 
 #include "agent/command/Registry.h"
-#include "agent/host/Host.h"
+#include "agent/host/AgentHost.h"
+#include "host/insight/Names.h"
 
 #include <optional>
 #include <string>
@@ -10,35 +11,9 @@
 
 namespace Agent {
 
-using Hardware::ShoalTunnel::TcamSharingResponse;
-using Hardware::ShoalTunnel::TcamSharingResponseStatus;
-
-// "lc1/asic0/Ethernet4.10 unit 0", with " flood 200" where it has one.
-std::string formatRequest(TcamSharingRequest request);
-// Each of them, with the separator between.
-std::string formatRequests(std::vector<TcamSharingRequest> const& requests,
-                           std::string_view separator = ", ");
-// "qos=5,pbr=1,acl=3,lumen=2", fields of 0 left out; "other=0x..." for bits above; "none" for 0.
-std::string formatPolicy(TcamSharingPolicyId policy);
-// The same, or the whole value as a number. Throws CommandError.
+// "qos=5,pbr=1,acl=3,lumen=2,other=0x10", or the whole value as a number. Throws CommandError.
 TcamSharingPolicyId parsePolicy(std::string_view text);
-// success, in-progress, failed, none
-std::string_view formatStatus(TcamSharingResponseStatus status);
 TcamSharingResponseStatus parseStatus(Arguments& arguments);
-// "(vlan 100, domain 5, unit 3)"
-std::string formatKey(AradSemKeyAndFap key);
-// "(lc1/asic0/Ethernet4.10 on lc1/asic0/Ethernet4, tags 100,20)", with ", other tag type" where the
-// chip does not match the tags as 802.1Q.
-std::string formatKey(VlanTagToVsiMapperKey key);
-// "(lc1/asic0/Tunnel-a, unit 3)"
-std::string formatKey(TunnelPolicyMapperKey key);
-// Of whichever kind.
-std::string formatKey(EntryKey const& key);
-std::string formatTags(uint32_t outer, uint32_t inner);
-// The part of a policy that in-LIF additional data carry.
-std::string formatData(uint64_t inLifAdditionalData);
-// The policy that an entry's payload carries.
-TcamSharingPolicyId policyOfPayload(AradSemPayload payload);
 std::string formatUnitType(Hardware::Shoal::FapType type);
 std::string formatLookup(Hardware::Shoal::ExtLkupType type);
 
@@ -51,9 +26,9 @@ enum class Naming {
 };
 // CommandError with the reason for whatever the inventory cannot serve; for a pattern that names
 // requests it is no error when interfaces have none. May be empty then only.
-std::vector<TcamSharingRequest> parseRequests(Host const& host, Arguments& arguments,
+std::vector<TcamSharingRequest> parseRequests(AgentHost const& host, Arguments& arguments,
                                               Naming naming = Naming::patternsOfRequests);
 // The same for one request.
-TcamSharingRequest parseRequest(Host const& host, Arguments& arguments);
+TcamSharingRequest parseRequest(AgentHost const& host, Arguments& arguments);
 
 } // namespace Agent

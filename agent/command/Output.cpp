@@ -1,8 +1,10 @@
 #include "agent/command/Output.h"
 
-#include "agent/text/Text.h"
+#include "host/insight/Names.h"
+#include "host/text/Text.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 
 namespace Agent {
 
@@ -50,15 +52,6 @@ void printText(std::ostream& out, Table const& table) {
 }
 
 } // namespace
-
-std::string formatSeconds(double seconds) {
-   std::string text = fmt::format("{:.6f}", seconds);
-   text.erase(text.find_last_not_of('0') + 1);
-   if (text.ends_with('.')) {
-      text.pop_back();
-   }
-   return text;
-}
 
 void print(std::ostream& out, Table const& table, Format format) {
    if (format == Format::text) {

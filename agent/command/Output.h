@@ -1,6 +1,8 @@
 // What commands print: tables and reports, as text for people or as JSON for programs.
 #pragma once
 
+#include "agent/errors/Errors.h"
+
 #include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
@@ -24,8 +26,5 @@ struct Table {
 // Text: the title with the number of rows, then aligned columns. JSON: one line,
 // {"table": title, "rows": [{column: cell}]}.
 void print(std::ostream& out, Table const& table, Format format);
-
-// Seconds as commands print them, without trailing zeros.
-std::string formatSeconds(double seconds);
 
 } // namespace Agent

@@ -1,7 +1,8 @@
 // Options that shoal-agent and shoal-simulate have in common.
 #pragma once
 
-#include "agent/inventory/Inventory.h"
+#include "agent/errors/Errors.h"
+#include "host/world/Inventory.h"
 
 #include <CLI/CLI.hpp>
 #include <optional>

@@ -3,6 +3,7 @@
 #include "agent/command/Tables.h"
 
 #include <cctype>
+#include <fmt/format.h>
 #include <set>
 
 namespace Agent {

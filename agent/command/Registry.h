@@ -13,7 +13,7 @@
 
 namespace Agent {
 
-class Host;
+class AgentHost;
 
 enum class Effect {
    none,
@@ -25,7 +25,7 @@ struct Command {
    std::string_view grammar; // of the words behind the name: "INTERFACE UNIT [flood VLAN]"
    std::string_view help;    // one line
    Effect effect;
-   void (*run)(Host&, Arguments&, std::ostream&);
+   void (*run)(AgentHost&, Arguments&, std::ostream&);
 
    bool changes() const { return effect == Effect::change; }
 };

@@ -39,7 +39,7 @@ void checkUnit(World const& world, FapId unit) {
    }
 }
 
-void request(Host& host, Arguments& arguments, std::ostream&) {
+void request(AgentHost& host, Arguments& arguments, std::ostream&) {
    Requester requester = parseRequester(arguments);
    auto requests = parseRequests(host, arguments, Naming::interfaces);
    TcamSharingPolicyId policy = parsePolicy(arguments.next("POLICY"));
@@ -53,7 +53,7 @@ void request(Host& host, Arguments& arguments, std::ostream&) {
    }
 }
 
-void withdraw(Host& host, Arguments& arguments, std::ostream&) {
+void withdraw(AgentHost& host, Arguments& arguments, std::ostream&) {
    Requester requester = parseRequester(arguments);
    auto requests = parseRequests(host, arguments, Naming::requests);
    arguments.end();

@@ -1,6 +1,6 @@
 // What features ask for, and how far the pipelines are with it.
-#include "agent/command/Situation.h"
 #include "agent/command/Tables.h"
+#include "host/insight/Situation.h"
 
 namespace Agent {
 
@@ -24,7 +24,7 @@ std::vector<Json> joined(std::vector<Json> row, std::vector<Json> const& more) {
 
 namespace {
 
-Table merged(Host const& host) {
+Table merged(AgentHost const& host) {
    Table table{"merged", requestColumns({"pipeline", "policy"}), {}};
    for (SharingPipeline const* pipeline : host.pipelines()) {
       for (auto const& [request, policy] : pipeline->merged->requestIter()) {
@@ -34,7 +34,7 @@ Table merged(Host const& host) {
    return table;
 }
 
-Table output(Host const& host) {
+Table output(AgentHost const& host) {
    Table table{"output", requestColumns({"table", "policy"}), {}};
    auto add = [&](char const* name, TcamSharingConfig const& config) {
       for (auto const& [request, policy] : config.requestIter()) {
@@ -47,7 +47,7 @@ Table output(Host const& host) {
    return table;
 }
 
-Table responses(Host const& host) {
+Table responses(AgentHost const& host) {
    Table table{"responses", requestColumns({"pipeline", "status", "policy"}), {}};
    for (SharingPipeline const* pipeline : host.pipelines()) {
       for (auto const& [request, response] : pipeline->mergedStatus->responseIter()) {
@@ -58,7 +58,7 @@ Table responses(Host const& host) {
    return table;
 }
 
-Table backlog(Host const& host) {
+Table backlog(AgentHost const& host) {
    Table table{"backlog", requestColumns({"pipeline", "since"}), {}};
    for (SharingPipeline const* pipeline : host.pipelines()) {
       for (auto const& [request, queued] : pipeline->codef->backlogIter()) {
@@ -69,7 +69,7 @@ Table backlog(Host const& host) {
    return table;
 }
 
-Table retry(Host const& host) {
+Table retry(AgentHost const& host) {
    Table table{"retry", requestColumns({"pipeline", "policy", "next", "missing"}), {}};
    for (SharingPipeline const* pipeline : host.pipelines()) {
       for (auto const& [entry, waiting] : pipeline->commonBase->retryListIter()) {
@@ -92,7 +92,7 @@ char const* formatPart(RequesterPart::InHardware inHardware) {
 
 } // namespace
 
-Table requestTable(Host const& host) {
+Table requestTable(AgentHost const& host) {
    Table table{"requests",
                {"feature", "interface", "unit", "flood", "policy", "status", "answered policy",
                 "in hardware"},
@@ -111,7 +111,7 @@ Table requestTable(Host const& host) {
    return table;
 }
 
-Table summaryTable(Host const& host) {
+Table summaryTable(AgentHost const& host) {
    Table table{"summary",
                {"feature", "requests", "in hardware", "success", "success for older", "in-progress",
                 "failed", "none"},

@@ -3,6 +3,7 @@
 #include "agent/command/Advice.h"
 #include "agent/command/Registry.h"
 
+#include <fmt/format.h>
 #include <sstream>
 #include <string_view>
 

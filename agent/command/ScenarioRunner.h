@@ -2,7 +2,7 @@
 // spaces.
 #pragma once
 
-#include "agent/host/Host.h"
+#include "agent/host/AgentHost.h"
 
 #include <istream>
 #include <ostream>
@@ -21,7 +21,7 @@ class ScenarioRunner {
  public:
    // Results go to `out`, errors ("file:line: error: reason") to `errors`. Both are flushed after
    // each command.
-   ScenarioRunner(Host& host, std::ostream& out, std::ostream& errors, RunOptions options)
+   ScenarioRunner(AgentHost& host, std::ostream& out, std::ostream& errors, RunOptions options)
        : host_(host), out_(out), errors_(errors), options_(options) {}
 
    // 0, or 1 after an error or an expectation that did not hold.
@@ -33,7 +33,7 @@ class ScenarioRunner {
    bool tryLine(std::string const& line, std::string const& place);
    void runCommand(std::vector<std::string> words);
 
-   Host& host_;
+   AgentHost& host_;
    std::ostream& out_;
    std::ostream& errors_;
    RunOptions options_;

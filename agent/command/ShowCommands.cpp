@@ -6,13 +6,13 @@ namespace Agent {
 
 namespace {
 
-void show(Host& host, Arguments& arguments, std::ostream& out) {
+void show(AgentHost& host, Arguments& arguments, std::ostream& out) {
    NamedTable const& table = namedTable(arguments.next("TABLE"));
    arguments.end();
    print(out, table.make(host), arguments.format());
 }
 
-void echo(Host&, Arguments& arguments, std::ostream& out) {
+void echo(AgentHost&, Arguments& arguments, std::ostream& out) {
    out << arguments.rest() << "\n";
 }
 
@@ -40,7 +40,7 @@ void printHelp(Command const& command, std::ostream& out) {
    }
 }
 
-void help(Host&, Arguments& arguments, std::ostream& out) {
+void help(AgentHost&, Arguments& arguments, std::ostream& out) {
    if (!arguments.more()) {
       Table table{"commands", {"command", "arguments", "help"}, {}};
       for (auto const& [name, command] : commandRegistry().commands()) {

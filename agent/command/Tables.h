@@ -10,7 +10,7 @@ namespace Agent {
 struct NamedTable {
    std::string_view name;
    std::string_view help;
-   std::function<Table(Host const&)> make;
+   std::function<Table(AgentHost const&)> make;
 };
 
 std::vector<NamedTable> const& namedTables();
@@ -30,8 +30,8 @@ std::vector<Json> requestCells(TcamSharingRequest request);
 std::vector<Json> joined(std::vector<Json> row, std::vector<Json> const& more);
 
 // What each feature asked for and was answered, one row per feature and request.
-Table requestTable(Host const& host);
+Table requestTable(AgentHost const& host);
 // How many requests of each feature have which status.
-Table summaryTable(Host const& host);
+Table summaryTable(AgentHost const& host);
 
 } // namespace Agent

@@ -1,17 +1,19 @@
 // Virtual time, and the time constants of the agent.
 #include "agent/command/Names.h"
 
+#include "host/insight/Names.h"
+
 namespace Agent {
 
 namespace {
 
-void advance(Host& host, Arguments& arguments, std::ostream&) {
+void advance(AgentHost& host, Arguments& arguments, std::ostream&) {
    double seconds = arguments.parseReal("SECONDS", 0.0, 86400.0);
    arguments.end();
    host.advance(seconds);
 }
 
-void settle(Host& host, Arguments& arguments, std::ostream& out) {
+void settle(AgentHost& host, Arguments& arguments, std::ostream& out) {
    arguments.end();
    Seconds before = host.time().peek();
    if (!host.settle()) {
@@ -19,7 +21,7 @@ void settle(Host& host, Arguments& arguments, std::ostream& out) {
    }
 }
 
-void setQuantum(Host& host, Arguments& arguments, std::ostream&) {
+void setQuantum(AgentHost& host, Arguments& arguments, std::ostream&) {
    double seconds = arguments.parseReal("SECONDS", 0.0, 3600.0);
    arguments.end();
    for (SharingPipeline* pipeline : host.pipelines()) {
@@ -27,7 +29,7 @@ void setQuantum(Host& host, Arguments& arguments, std::ostream&) {
    }
 }
 
-void setRetryInterval(Host& host, Arguments& arguments, std::ostream&) {
+void setRetryInterval(AgentHost& host, Arguments& arguments, std::ostream&) {
    // A retry pass every instant would leave time no room to move.
    double seconds = arguments.parseReal("SECONDS", 0.01, 3600.0);
    arguments.end();
@@ -36,7 +38,7 @@ void setRetryInterval(Host& host, Arguments& arguments, std::ostream&) {
    }
 }
 
-void setCostPerReading(Host& host, Arguments& arguments, std::ostream&) {
+void setCostPerReading(AgentHost& host, Arguments& arguments, std::ostream&) {
    double seconds = arguments.parseReal("SECONDS", 0.0, 1.0);
    arguments.end();
    host.time().costPerReadingIs(seconds);

@@ -7,7 +7,7 @@ namespace Agent {
 
 namespace {
 
-Table toggles(Host const&) {
+Table toggles(AgentHost const&) {
    (void)Hardware::ShoalTunnel::toggleDynamicISemDataEnabled(); // read by now, if nobody asked yet
    Table table{"toggles", {"toggle", "value", "file", "source", "note"}, {}};
    for (Toggle::Reading const& reading : Toggle::readings()) {

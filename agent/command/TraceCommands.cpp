@@ -8,7 +8,7 @@ namespace Agent {
 namespace {
 
 template<void (*set)(unsigned, bool)>
-void traceLevel(Host&, Arguments& arguments, std::ostream&) {
+void traceLevel(AgentHost&, Arguments& arguments, std::ostream&) {
    bool all = arguments.accept("all");
    uint64_t level = all ? 0 : arguments.parseNumber("LEVEL", 0, Trace::kLevels - 1);
    bool on = arguments.parseSwitch("on or off");
@@ -20,13 +20,13 @@ void traceLevel(Host&, Arguments& arguments, std::ostream&) {
    }
 }
 
-void traceFile(Host& host, Arguments& arguments, std::ostream&) {
+void traceFile(AgentHost& host, Arguments& arguments, std::ostream&) {
    std::string path = arguments.next("PATH");
    arguments.end();
    host.traceFile().pathIs(path);
 }
 
-void traceRing(Host& host, Arguments& arguments, std::ostream&) {
+void traceRing(AgentHost& host, Arguments& arguments, std::ostream&) {
    std::string path = arguments.next("PATH");
    uint64_t records = arguments.more() ? arguments.parseNumber("RECORDS", 1, 1U << 24) : 65536;
    arguments.end();

@@ -34,39 +34,39 @@ VlanIdOrNone parseVlan(Arguments& arguments) {
                                    : VlanIdOrNone(arguments.parse<uint32_t>("VLAN", 1, 4094));
 }
 
-IntfId parseInterface(Host& host, Arguments& arguments, std::string_view what) {
+IntfId parseInterface(AgentHost& host, Arguments& arguments, std::string_view what) {
    return host.world().interface(arguments.next(what));
 }
 
 template<void (World::*set)(IntfId, Dot1qEncap)>
-void encapsulation(Host& host, Arguments& arguments, std::ostream&) {
+void encapsulation(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "SUBINTERFACE");
    Dot1qEncap encap = parseEncapsulation(arguments);
    arguments.end();
    (host.world().*set)(intf, encap);
 }
 
-void deleteSubInterface(Host& host, Arguments& arguments, std::ostream&) {
+void deleteSubInterface(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "SUBINTERFACE");
    arguments.end();
    host.world().subInterfaceDel(intf);
 }
 
-void programInHw(Host& host, Arguments& arguments, std::ostream&) {
+void programInHw(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "SUBINTERFACE");
    bool on = arguments.parseSwitch("on or off");
    arguments.end();
    host.world().programInHwIs(intf, on);
 }
 
-void encapKind(Host& host, Arguments& arguments, std::ostream&) {
+void encapKind(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "SUBINTERFACE");
    auto kind = arguments.parse<uint32_t>("KIND", 0, 255);
    arguments.end();
    host.world().encapKindIs(intf, kind);
 }
 
-void internalVlan(Host& host, Arguments& arguments, std::ostream&) {
+void internalVlan(AgentHost& host, Arguments& arguments, std::ostream&) {
    World& world = host.world();
    IntfId intf = parseInterface(host, arguments, "INTERFACE");
    VlanIdOrNone vlan = parseVlan(arguments);
@@ -80,14 +80,14 @@ void internalVlan(Host& host, Arguments& arguments, std::ostream&) {
    world.internalVlanIs(intf, vlan);
 }
 
-void untaggedVlan(Host& host, Arguments& arguments, std::ostream&) {
+void untaggedVlan(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "INTERFACE");
    VlanIdOrNone vlan = parseVlan(arguments);
    arguments.end();
    host.world().untaggedVlanIs(intf, vlan);
 }
 
-void vlanDomain(Host& host, Arguments& arguments, std::ostream&) {
+void vlanDomain(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "INTERFACE");
    std::optional<VlanDomain> domain;
    if (!arguments.accept("none")) {
@@ -98,7 +98,7 @@ void vlanDomain(Host& host, Arguments& arguments, std::ostream&) {
 }
 
 // Requests on a unit; of the requesters from `from` on.
-std::size_t requestsOn(Host const& host, FapId unit, Requester from) {
+std::size_t requestsOn(AgentHost const& host, FapId unit, Requester from) {
    std::size_t count = 0;
    for (auto i = static_cast<std::size_t>(from); i < kRequesters; ++i) {
       for (auto const& [request, policy] :
@@ -119,7 +119,7 @@ uint32_t parseType(Arguments& arguments, std::string_view word, uint32_t type,
    return parsed;
 }
 
-void unitType(Host& host, Arguments& arguments, FapId unit) {
+void unitType(AgentHost& host, Arguments& arguments, FapId unit) {
    using Hardware::Shoal::fapTypeArad;
    World& world = host.world();
    uint32_t type = parseType(arguments, "arad", fapTypeArad, "TYPE");
@@ -135,7 +135,7 @@ void unitType(Host& host, Arguments& arguments, FapId unit) {
    world.fapTypeIs(unit, type);
 }
 
-void unitLookup(Host& host, Arguments& arguments, FapId unit) {
+void unitLookup(AgentHost& host, Arguments& arguments, FapId unit) {
    using Hardware::Shoal::extLkupTypeLumen_;
    uint32_t type = parseType(arguments, "lumen", extLkupTypeLumen_, "LOOKUP");
    std::size_t count = requestsOn(host, unit, Requester::lumen);
@@ -147,7 +147,7 @@ void unitLookup(Host& host, Arguments& arguments, FapId unit) {
    host.world().extLkupTypeIs(unit, type);
 }
 
-void unit(Host& host, Arguments& arguments, std::ostream&) {
+void unit(AgentHost& host, Arguments& arguments, std::ostream&) {
    FapId unit = host.world().unit(arguments.next("UNIT"));
    std::size_t what = arguments.parseChoice("WHAT", {"unavailable", "available", "type", "lookup"});
    if (what == 2) {
@@ -160,7 +160,7 @@ void unit(Host& host, Arguments& arguments, std::ostream&) {
    }
 }
 
-void portMap(Host& host, Arguments& arguments, std::ostream&) {
+void portMap(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "PORT");
    std::optional<PortMap> place;
    if (!arguments.accept("none")) {
@@ -171,7 +171,7 @@ void portMap(Host& host, Arguments& arguments, std::ostream&) {
    host.world().portMapIs(intf, place);
 }
 
-void systemPort(Host& host, Arguments& arguments, std::ostream&) {
+void systemPort(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "PORT");
    std::optional<SystemPhyPortId> port;
    if (!arguments.accept("none")) {
@@ -181,13 +181,13 @@ void systemPort(Host& host, Arguments& arguments, std::ostream&) {
    host.world().systemPortIs(intf, port);
 }
 
-void portMapState(Host& host, Arguments& arguments, std::ostream&) {
+void portMapState(AgentHost& host, Arguments& arguments, std::ostream&) {
    std::size_t what = arguments.parseChoice("WHAT", {"invalid", "valid", "version"});
    arguments.end();
    what == 2 ? host.world().portMapVersionInc() : host.world().portMapValidIs(what == 1);
 }
 
-void member(Host& host, Arguments& arguments, std::ostream&) {
+void member(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId lag = parseInterface(host, arguments, "PORTCHANNEL");
    bool present = arguments.parseChoice("add or remove", {"remove", "add"}) == 1;
    IntfId port = parseInterface(host, arguments, "PORT");
@@ -195,7 +195,7 @@ void member(Host& host, Arguments& arguments, std::ostream&) {
    host.world().memberIs(lag, port, present);
 }
 
-void portChannel(Host& host, Arguments& arguments, std::ostream&) {
+void portChannel(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId lag = parseInterface(host, arguments, "PORTCHANNEL");
    bool present = arguments.parseChoice("add or remove", {"remove", "add"}) == 1;
    arguments.end();

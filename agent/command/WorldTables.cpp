@@ -6,7 +6,7 @@ namespace Agent {
 
 namespace {
 
-Table units(Host const& host) {
+Table units(AgentHost const& host) {
    Table table{"units", {"unit", "name", "type", "lookup", "available", "requests", "entries"}, {}};
    auto const& world = host.world();
    for (auto const& unit : world.inventory().units) {
@@ -37,7 +37,7 @@ Json coreOf(World const& world, IntfId port) {
    return {};
 }
 
-Table ports(Host const& host) {
+Table ports(AgentHost const& host) {
    Table table{"ports",
                {"port", "system port", "unit", "unit port", "core", "domain", "internal VLAN"},
                {}};
@@ -54,7 +54,7 @@ Table ports(Host const& host) {
    return table;
 }
 
-Table portChannels(Host const& host) {
+Table portChannels(AgentHost const& host) {
    Table table{"port-channels", {"port-channel", "members", "unit", "domain"}, {}};
    auto const& world = host.world();
    for (auto const& [lag, status] : world.ethIntfStatusDir->ethLagIntfStatusIter()) {
@@ -74,7 +74,7 @@ Table portChannels(Host const& host) {
    return table;
 }
 
-Table subInterfaces(Host const& host) {
+Table subInterfaces(AgentHost const& host) {
    Table table{
        "sub-interfaces",
        {"sub-interface", "outer", "inner", "dynamic outer", "dynamic inner", "program-in-hw"},
@@ -90,7 +90,7 @@ Table subInterfaces(Host const& host) {
    return table;
 }
 
-Table diagnostics(Host const& host) {
+Table diagnostics(AgentHost const& host) {
    Table table{"diagnostics", {"file", "table", "key", "text"}, {}};
    for (auto const& each : host.world().inventory().diagnostics) {
       table.add({each.file, each.table, each.key, each.text});
@@ -98,7 +98,7 @@ Table diagnostics(Host const& host) {
    return table;
 }
 
-Table corestate(Host const& host) {
+Table corestate(AgentHost const& host) {
    Table table{"corestate", {"path", "type"}, {}};
    for (auto const& [path, entity] : host.world().corestate.mounted()) {
       table.add({path, entity->orvType().name()});
@@ -106,7 +106,7 @@ Table corestate(Host const& host) {
    return table;
 }
 
-Table published(Host const& host) {
+Table published(AgentHost const& host) {
    Table table{"published", {"interface", "unit", "domain"}, {}};
    auto const& domains = *host.intfToVlanDomainStatus();
    auto const& faps = *host.intfToFapIdStatus();

@@ -15,7 +15,7 @@ using End = Rehearsal::End;
 
 // In the copy only. The failure hook is a plain function.
 struct Rehearsing {
-   Host& host;
+   AgentHost& host;
    DescribeFailure const& describe;
    Copy::Report const& report;
 
@@ -56,7 +56,7 @@ void runRehearsal(Rehearsing const& here, std::function<void()> const& change) {
 
 } // namespace
 
-Rehearsal rehearse(Host& host, std::function<void()> const& change,
+Rehearsal rehearse(AgentHost& host, std::function<void()> const& change,
                    DescribeFailure const& describe) {
    Copy copy([&](Copy::Report const& report) { runRehearsal({host, describe, report}, change); });
    std::string told;

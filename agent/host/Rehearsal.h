@@ -6,7 +6,7 @@
 // rehearsed from the state that it met, so what time brings by itself was rehearsed too.
 #pragma once
 
-#include "agent/host/Host.h"
+#include "agent/host/AgentHost.h"
 #include "platform/Orv/Failure.h"
 
 #include <functional>
@@ -34,10 +34,10 @@ inline constexpr Seconds longestRehearsal = 1e6; // of virtual time
 inline constexpr unsigned maxProcessorTime = 20; // seconds
 
 // `describe` is called in the copy, on the host as the failing invariant found it.
-using DescribeFailure = std::function<std::string(Host const&, Orv::Failure const&)>;
+using DescribeFailure = std::function<std::string(AgentHost const&, Orv::Failure const&)>;
 
 // Throws std::system_error when no copy can be made.
-Rehearsal rehearse(Host& host, std::function<void()> const& change,
+Rehearsal rehearse(AgentHost& host, std::function<void()> const& change,
                    DescribeFailure const& describe);
 
 } // namespace Agent

@@ -1,10 +1,11 @@
 #include "agent/inventory/ConfigFile.h"
 
-#include "agent/inventory/InterfaceName.h"
-#include "agent/text/Printable.h"
+#include "host/text/Printable.h"
+#include "host/world/InterfaceName.h"
 
 #include <algorithm>
 #include <charconv>
+#include <fmt/format.h>
 
 namespace Agent {
 

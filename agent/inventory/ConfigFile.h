@@ -1,10 +1,12 @@
 // A CONFIG_DB file: its JSON, its units, and access to rows that reports what is malformed.
 #pragma once
 
+#include "agent/errors/Errors.h"
 #include "agent/inventory/ConfigJson.h"
-#include "agent/inventory/Inventory.h"
-#include "agent/text/Text.h"
+#include "host/text/Text.h"
+#include "host/world/Inventory.h"
 
+#include <fmt/format.h>
 #include <initializer_list>
 #include <optional>
 

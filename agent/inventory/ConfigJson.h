@@ -1,6 +1,8 @@
 // The JSON text of a configuration file.
 #pragma once
 
+#include "agent/errors/Errors.h"
+
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>

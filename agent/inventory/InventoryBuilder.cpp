@@ -1,7 +1,7 @@
 #include "agent/inventory/InventoryBuilder.h"
 
-#include "agent/inventory/InterfaceName.h"
 #include "agent/inventory/Limits.h"
+#include "host/world/InterfaceName.h"
 
 #include <algorithm>
 

@@ -1,6 +1,7 @@
 // Builds the inventory from a file, table by table.
 #pragma once
 
+#include "agent/errors/Errors.h"
 #include "agent/inventory/SystemPorts.h"
 
 #include <map>

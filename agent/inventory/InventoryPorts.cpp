@@ -1,7 +1,7 @@
 // Ports and port-channels of one unit: their places and their VLAN domains.
-#include "agent/inventory/InterfaceName.h"
 #include "agent/inventory/InventoryBuilder.h"
 #include "agent/inventory/Limits.h"
+#include "host/world/InterfaceName.h"
 #include "platform/Hardware/Shoal/Status.h"
 
 #include <algorithm>

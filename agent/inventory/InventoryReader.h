@@ -2,7 +2,7 @@
 #pragma once
 
 #include "agent/errors/Errors.h"
-#include "agent/inventory/Inventory.h"
+#include "host/world/Inventory.h"
 
 namespace Agent {
 

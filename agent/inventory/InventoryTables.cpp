@@ -1,7 +1,7 @@
 // VLANs, sub-interfaces, routed ports and tunnels of one unit, and the checks across its tables.
-#include "agent/inventory/InterfaceName.h"
 #include "agent/inventory/InventoryBuilder.h"
 #include "agent/inventory/Limits.h"
+#include "host/world/InterfaceName.h"
 
 #include <algorithm>
 

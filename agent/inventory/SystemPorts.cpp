@@ -1,7 +1,7 @@
 #include "agent/inventory/SystemPorts.h"
 
-#include "agent/inventory/InterfaceName.h"
 #include "agent/inventory/Limits.h"
+#include "host/world/InterfaceName.h"
 
 #include <algorithm>
 #include <map>

@@ -4,6 +4,7 @@
 // what is malformed, contradictory or without a unit or port.
 #pragma once
 
+#include "agent/errors/Errors.h"
 #include "agent/inventory/ConfigFile.h"
 
 #include <functional>

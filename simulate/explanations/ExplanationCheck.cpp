@@ -1,6 +1,7 @@
 #include "simulate/explanations/ExplanationCheck.h"
 
-#include "agent/command/Explanation.h"
+#include "agent/command/Registry.h"
+#include "host/insight/Explanation.h"
 #include "simulate/explanations/RequestTruth.h"
 
 #include <set>
@@ -11,7 +12,7 @@ using namespace Hardware::ShoalTunnel;
 
 namespace {
 
-std::string formatProblems(Host& host) {
+std::string formatProblems(AgentHost& host) {
    std::ostringstream out;
    std::vector<std::string> words{"problems", "--format", "json"};
    Command const& command = commandRegistry().take(words);

@@ -12,7 +12,7 @@ namespace Simulate {
 class ExplanationCheck {
  public:
    // From the start of an agent.
-   explicit ExplanationCheck(Host& host) : host_(host), facts_(host.world()), witness_(host) {}
+   explicit ExplanationCheck(AgentHost& host) : host_(host), facts_(host.world()), witness_(host) {}
    void check(Findings& findings) const;
    // A machine of the library goes, and is built again.
    void handleRebuild() { witness_.noteRebuild(); }
@@ -20,7 +20,7 @@ class ExplanationCheck {
  private:
    void checkFeatures(Findings& findings) const;
 
-   Host& host_;
+   AgentHost& host_;
    Facts facts_;
    mutable Witness witness_;
 };

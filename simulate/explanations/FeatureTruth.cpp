@@ -1,6 +1,6 @@
 // Explanations of in-LIF features held against the words.
-#include "agent/command/Explanation.h"
-#include "agent/command/FeatureSituation.h"
+#include "host/insight/Explanation.h"
+#include "host/insight/FeatureSituation.h"
 #include "simulate/explanations/ExplanationCheck.h"
 #include "simulate/explanations/Sentences.h"
 
@@ -14,7 +14,7 @@ namespace {
 
 class FeatureTruth {
  public:
-   FeatureTruth(Host const& host, InLifFeatureKey key)
+   FeatureTruth(AgentHost const& host, InLifFeatureKey key)
        : world_(host.world()), pipeline_(host.inLifFeatures()), key_(key) {
       type_ = key.featureType();
       for (auto const& [each, aggregate] : pipeline_.inLifIntfCfg->requestIter()) {

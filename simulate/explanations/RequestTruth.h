@@ -2,7 +2,7 @@
 // explanation against.
 #pragma once
 
-#include "agent/command/Explanation.h"
+#include "host/insight/Explanation.h"
 #include "simulate/explanations/Sentences.h"
 #include "simulate/explanations/Witness.h"
 #include "simulate/Facts.h"
@@ -15,22 +15,22 @@ namespace Simulate {
 class Leads {
  public:
    // Of every wanted request.
-   Leads(Host const& host, Facts const& facts);
+   Leads(AgentHost const& host, Facts const& facts);
    std::vector<EntryKey> keysOf(TcamSharingRequest request) const;
    std::vector<TcamSharingRequest> requestsAt(EntryKey const& key) const;
    // By the printed key.
    std::vector<TcamSharingRequest> requestsAt(std::string const& key) const;
 
  private:
-   Host const& host_;
+   AgentHost const& host_;
    Facts const& facts_;
    std::map<EntryKey, std::vector<TcamSharingRequest>> requests_;
 };
 
 class RequestTruth {
  public:
-   RequestTruth(Host const& host, Facts const& facts, Witness const& witness, Leads const& leads,
-                TcamSharingRequest request);
+   RequestTruth(AgentHost const& host, Facts const& facts, Witness const& witness,
+                Leads const& leads, TcamSharingRequest request);
 
    // What of the explanation is not true, or left out.
    std::vector<std::string> untruths(Explanation const& explanation) const;
@@ -99,7 +99,7 @@ class RequestTruth {
    // The policy's bits that no entry of the request carries.
    uint64_t beyond() const;
 
-   Host const& host_;
+   AgentHost const& host_;
    Facts const& facts_;
    Witness const& witness_;
    Leads const& at_;

@@ -1,5 +1,5 @@
 // What stands at the entries of a request, and how sound it is.
-#include "agent/command/Verdict.h"
+#include "host/insight/Verdict.h"
 #include "simulate/explanations/RequestTruth.h"
 
 #include <algorithm>
@@ -22,7 +22,7 @@ std::optional<uint64_t> plain(std::optional<TunnelPolicyMapperResult> data) {
 
 } // namespace
 
-Leads::Leads(Host const& host, Facts const& facts) : host_(host), facts_(facts) {
+Leads::Leads(AgentHost const& host, Facts const& facts) : host_(host), facts_(facts) {
    for (SharingPipeline const* pipeline : host.pipelines()) {
       for (auto const& [request, policy] : pipeline->merged->requestIter()) {
          for (EntryKey const& key : keysOf(request)) {
@@ -75,7 +75,7 @@ std::vector<TcamSharingRequest> Leads::requestsAt(std::string const& key) const 
    return {};
 }
 
-RequestTruth::RequestTruth(Host const& host, Facts const& facts, Witness const& witness,
+RequestTruth::RequestTruth(AgentHost const& host, Facts const& facts, Witness const& witness,
                            Leads const& leads, TcamSharingRequest request)
     : host_(host), facts_(facts), witness_(witness), at_(leads), request_(request),
       pipeline_(host.pipelineOf(request)), isem_(&pipeline_ == &host.isem()),
@@ -105,8 +105,8 @@ RequestTruth::Entry RequestTruth::entry(ChipTable<T> const& chip, typename T::Co
    for (auto const& answer : chip.unanswered()) {
       // In-LIF machines take the first answer for the present data, the ISEM's one takes any.
       bool same = std::is_same_v<T, MapperTable>
-                      ? plain(answer.written).value_or(0) == entry.configured.value_or(0)
-                      : plain(answer.written) == entry.configured;
+                      ? plain(answer.written()).value_or(0) == entry.configured.value_or(0)
+                      : plain(answer.written()) == entry.configured;
       bool counts = std::is_same_v<T, IsemTable> ||
                     (same && entry.due.empty() && answer.outcome != Outcome::inProgress);
       if (answer.key == key && counts) {

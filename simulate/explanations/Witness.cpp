@@ -35,7 +35,7 @@ Witness::Event eventOf(TunnelPolicyMapperStatusType const& status) {
 
 } // namespace
 
-Witness::Witness(Host& host) : host_(host) {
+Witness::Witness(AgentHost& host) : host_(host) {
    writes_ = chipWrites();
    auto const& isem = host.isem();
    auto const& inLif = host.mapper();
@@ -111,8 +111,8 @@ void Witness::noteLoss(std::string const& key) {
 uint64_t Witness::chipWrites() const {
    uint64_t writes = 0;
    for (ChipCounters const& counters :
-        {host_.chip().isem().counters(), host_.chip().mapper().counters(),
-         host_.chip().tunnels().counters()}) {
+        {host_.seam().isem().counters(), host_.seam().mapper().counters(),
+         host_.seam().tunnels().counters()}) {
       writes += counters.writes + counters.removals;
    }
    return writes;

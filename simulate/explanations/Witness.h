@@ -2,7 +2,7 @@
 // explanations say of the past. Shares nothing with the chronicle.
 #pragma once
 
-#include "agent/host/Host.h"
+#include "agent/host/AgentHost.h"
 #include "simulate/Watcher.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ using namespace Agent;
 
 class Witness {
  public:
-   explicit Witness(Host& host);
+   explicit Witness(AgentHost& host);
 
    // Each is of an entry, by its printed key, and of a printed time.
    enum class Event {
@@ -82,7 +82,7 @@ class Witness {
    void watch(typename T::Config const& config, typename T::Status const& status);
    void noteLoss(std::string const& key);
 
-   Host& host_;
+   AgentHost& host_;
    template<class Key>
    using Times = std::map<Key, std::vector<Seconds>>;
    Times<std::pair<Event, std::string>> events_;

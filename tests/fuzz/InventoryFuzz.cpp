@@ -29,7 +29,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
    try {
-      Agent::Host host(
+      Agent::AgentHost host(
           Agent::parseInventory(std::string(reinterpret_cast<char const*>(data), size), "fuzz"));
       std::ostringstream out;
       std::istringstream in(scenario);

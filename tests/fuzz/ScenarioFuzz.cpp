@@ -74,7 +74,7 @@ class FuzzedAgent {
    // The levels are the process's.
    ~FuzzedAgent() { Trace::enabledLevels = 0; }
 
-   Agent::Host& host() { return host_; }
+   Agent::AgentHost& host() { return host_; }
 
    // A command as it is, without rehearsal.
    void carryOut(std::vector<std::string> words) {
@@ -103,7 +103,7 @@ class FuzzedAgent {
       static auto const parsed = Agent::parseInventory(inventory, "fuzz");
       return parsed;
    }
-   Agent::Host host_;
+   Agent::AgentHost host_;
 };
 
 // The line that stops the library, or at which it stops once time has passed.

@@ -46,7 +46,7 @@ std::string played(uint64_t seed) {
    std::string path = temporary("simulation-trace");
    std::ostringstream out;
    {
-      Host host(chassis());
+      AgentHost host(chassis());
       ScenarioRunner runner(host, out, out, {true, true});
       History history(chassis(), seed);
       auto commands = history.opening();
@@ -84,7 +84,7 @@ TEST(SimulationTest, RandomHistoriesHold) {
 // Answers success by hand to whatever asks for a pbr policy, once, behind the library's back.
 class Liar {
  public:
-   explicit Liar(Host& host) : host_(&host), orvOutput_(this) {
+   explicit Liar(AgentHost& host) : host_(&host), orvOutput_(this) {
       host.isem().outputTable->requestCollection().watch(orvOutput_);
    }
    void handleOutput(TcamSharingRequest const& request) {
@@ -97,14 +97,14 @@ class Liar {
 
  private:
    std::set<TcamSharingRequest> told_;
-   Host* host_;
+   AgentHost* host_;
    Orv::ReactorFor<&Liar::handleOutput> orvOutput_;
 };
 
 // Ends the agent at a policy that nothing forbids, by a signal or by an invariant of its own.
 class Stopper {
  public:
-   Stopper(Host& host, bool byInvariant)
+   Stopper(AgentHost& host, bool byInvariant)
        : host_(&host), byInvariant_(byInvariant), orvOutput_(this) {
       host.isem().outputTable->requestCollection().watch(orvOutput_);
    }
@@ -116,7 +116,7 @@ class Stopper {
    }
 
  private:
-   Host* host_;
+   AgentHost* host_;
    bool byInvariant_;
    Orv::ReactorFor<&Stopper::handleOutput> orvOutput_;
 };
@@ -128,7 +128,7 @@ TEST(SimulationTest, AStopThatNothingBringsAboutIsAFindingAndNoRefusal) {
       options.seeds = 50;
       options.steps = 60;
       options.write = temporary("simulation-scenario");
-      options.prepare = [&](Host& host) {
+      options.prepare = [&](AgentHost& host) {
          stoppers.push_back(std::make_unique<Stopper>(host, byInvariant));
       };
       std::ostringstream out;
@@ -142,7 +142,7 @@ TEST(SimulationTest, AStopThatNothingBringsAboutIsAFindingAndNoRefusal) {
 }
 
 TEST(SimulationTest, SettleEndsAtRestWhenReadingTheClockTakesTime) {
-   Host host(chassis());
+   AgentHost host(chassis());
    std::ostringstream printed;
    std::istringstream scenario("set cost-per-reading 0.00001\nunit 0 unavailable\n"
                                "request acl u/0/PortChannel1.1 own 9\nsettle\n");
@@ -172,7 +172,7 @@ TEST(SimulationTest, APlantedFaultIsFoundShrunkAndReplayed) {
    options.seeds = 50;
    options.steps = 200;
    options.write = temporary("simulation-scenario");
-   options.prepare = [&](Host& host) { liars.push_back(std::make_unique<Liar>(host)); };
+   options.prepare = [&](AgentHost& host) { liars.push_back(std::make_unique<Liar>(host)); };
    std::ostringstream out;
    ASSERT_EQ(simulate(chassis(), options, out), 1);
    EXPECT_THAT(out.str(), HasSubstr(" fails: answers: "));

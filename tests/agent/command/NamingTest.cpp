@@ -8,14 +8,14 @@ namespace {
 using testing::HasSubstr;
 
 TEST(NamingTest, APatternNamesWhatItsStarsMayMatch) {
-   Host host(parseInventory(R"({
+   AgentHost host(parseInventory(R"({
   "u.1|0": {"PORT": {"Ethernet0": {}, "Ethernet4": {}, "Ethernet8": {}},
             "PORTCHANNEL": {"PortChannel1": {}, "PortChannel10": {}},
             "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet8": {}}, "INTERFACE": {"Ethernet4": {}},
             "VLAN_SUB_INTERFACE": {"Ethernet0.5": {}, "PortChannel1.7": {}}},
   "u|1": {"PORT": {"Ethernet0": {}}, "VLAN_SUB_INTERFACE": {"Ethernet0.5": {}}, "VXLAN_TUNNEL": {"t.a": {}}}
 })",
-                            "test"));
+                                 "test"));
    struct Case {
       char const* pattern;
       std::vector<std::string> names;

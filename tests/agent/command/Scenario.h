@@ -34,7 +34,7 @@ struct Result {
 
 inline Result run(std::string const& scenario, RunOptions options = {},
                   std::string const& inventory = twins) {
-   Host host(parseInventory(inventory, "test"));
+   AgentHost host(parseInventory(inventory, "test"));
    std::ostringstream out;
    std::ostringstream errors;
    ScenarioRunner runner(host, out, errors, options);

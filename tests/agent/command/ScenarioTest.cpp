@@ -339,7 +339,7 @@ TEST(AgentTest, OutputIsTheSameEachTimeAndJsonIsJson) {
    }
    auto traced = [&] {
       std::ostringstream trace;
-      Host host(parseInventory(inventory, "test"));
+      AgentHost host(parseInventory(inventory, "test"));
       Trace::textSinkIs(&trace);
       std::ostringstream out;
       ScenarioRunner runner(host, out, out, {});

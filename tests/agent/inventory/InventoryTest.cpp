@@ -1,6 +1,6 @@
-#include "agent/inventory/InterfaceName.h"
+#include "host/world/InterfaceName.h"
 
-#include "agent/host/Host.h"
+#include "agent/host/AgentHost.h"
 #include "agent/inventory/InventoryReader.h"
 #include "tests/agent/inventory/Reports.h"
 
@@ -299,7 +299,7 @@ TEST(InventoryTest, WhatFindsNoRoomInTheChassisIsLeftOutAndTheSwitchIsBuilt) {
    EXPECT_EQ(reports["u/0 is the name of another unit, left out"], 1);
    EXPECT_EQ(reports["no system port is left for it"], 63 * 256 + 1983 - 16384);
    EXPECT_EQ(reports["is not the name of an interface, left out"], 2046);
-   Host host(std::move(inventory));
+   AgentHost host(std::move(inventory));
    EXPECT_EQ(host.world().shoalStatus->sysPhyPortIds(), 16384U);
 }
 

@@ -1,7 +1,7 @@
 // What an inventory reports, as lines.
 #pragma once
 
-#include "agent/inventory/Inventory.h"
+#include "host/world/Inventory.h"
 
 namespace Agent {
 

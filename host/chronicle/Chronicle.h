@@ -1,0 +1,89 @@
+// What happened to each request and to each hardware entry, and when, to explain the state of a
+// request. It only watches: nothing here changes what happens.
+#pragma once
+
+#include "host/driver/ChipSeam.h"
+#include "host/pipelines/IsemPipeline.h"
+#include "host/pipelines/MapperPipeline.h"
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <variant>
+#include <vector>
+
+namespace ShoalHost {
+
+// What gave a request its present response.
+struct ResponseCause {
+   enum class Kind { worked, answered, restarted };
+   Kind kind = Kind::worked; // in a slice; by an answer of the chip; when the chip restarted
+   // The answer. Of several that count together: of a failure one that failed, else the last.
+   std::optional<EntryKey> key;
+   EntryMemory::Event answer{};
+
+   friend bool operator==(ResponseCause const&, ResponseCause const&) = default;
+};
+
+// Seconds of virtual time; none: not (or no longer) so.
+struct RequestTimes {
+   std::optional<Seconds> asked;  // the merged policy took its present value
+   std::optional<Seconds> queued; // in the backlog since
+   std::optional<Seconds> status; // the merged response took its present value
+   ResponseCause cause;           // of that response
+
+   friend bool operator==(RequestTimes const&, RequestTimes const&) = default;
+};
+
+// The last change of an entry's configuration.
+struct EntryChange {
+   enum class Kind {
+      written, // with a request's policy, or without data for one that was withdrawn
+      made,    // by the owner of sub-interfaces' entries, without data
+      removed, // for a request that was withdrawn or taken out of the output; or by the owner
+      left     // for a request that moved to another entry
+   };
+   Kind kind;
+   Seconds at;
+   std::optional<TcamSharingRequest> by; // none: the owner
+};
+
+class Chronicle {
+ public:
+   // The chip is told whose writes it gets.
+   Chronicle(IsemPipeline const& isem, MapperPipeline const& mapper, ChipSeam& chip);
+   ~Chronicle();
+   // The pipelines' intakes were built again: follows the new backlogs.
+   void intakesRebuilt();
+   // In that pipeline: a unit that changes its generation may leave a request in both.
+   RequestTimes of(SharingPipeline const& pipeline, TcamSharingRequest request) const;
+   // None: never configured.
+   std::optional<EntryChange> lastChange(EntryKey const& key) const;
+
+ private:
+   struct Watch; // one pipeline's
+   ResponseCause causeNow(TcamSharingRequest request) const;
+   void change(EntryKey const& key, EntryChange::Kind kind, std::optional<TcamSharingRequest> by);
+
+   // For whom the entry was written or removed just now, as far as the machines recorded it.
+   std::optional<TcamSharingRequest> writerOf(AradSemKeyAndFap key) const;
+   std::optional<TcamSharingRequest> writerOf(VlanTagToVsiMapperKey key) const;
+   std::optional<TcamSharingRequest> writerOf(TunnelPolicyMapperKey key) const;
+   // The owner made the entry: it has another logical interface than the one known so far.
+   bool isMade(VlanTagToVsiMapperKey key) const;
+   void handleIsemConfig(AradSemKeyAndFap const& key);
+   void handleMapperConfig(VlanTagToVsiMapperKey const& key);
+   void handleTunnelConfig(TunnelPolicyMapperKey const& key);
+
+   IsemPipeline const& isem_;
+   MapperPipeline const& mapper_;
+   ChipSeam& chip_;
+   std::map<EntryKey, EntryChange> changes_;
+   std::map<VlanTagToVsiMapperKey, uint32_t> lifs_; // which one the owner made last
+   std::vector<std::unique_ptr<Watch>> watches_;
+   Orv::ReactorFor<&Chronicle::handleIsemConfig> orvIsemConfig_;
+   Orv::ReactorFor<&Chronicle::handleMapperConfig> orvMapperConfig_;
+   Orv::ReactorFor<&Chronicle::handleTunnelConfig> orvTunnelConfig_;
+};
+
+} // namespace ShoalHost

@@ -1,0 +1,208 @@
+// One table of the seam: hands what the library configures to the driver, and the driver's answers
+// to the library.
+//
+// Remembers what happened to each entry, also over a restart of the chip, for those who explain it.
+#pragma once
+
+#include "host/driver/ChipDriver.h"
+#include "platform/Orv/Notifier.h"
+
+#include <deque>
+#include <map>
+
+namespace ShoalHost {
+
+// What the chip did with one entry.
+struct EntryMemory {
+   struct Event {
+      Seconds at = 0.0;
+      Outcome outcome = Outcome::removed;
+      uint64_t write = 0;             // the number of the write or removal that it is of
+      std::optional<uint32_t> writer; // of that; none: nobody in particular
+      friend bool operator==(Event const&, Event const&) = default;
+   };
+   std::optional<Event> lastWrite;   // or removal, answered or not
+   std::optional<Event> lastAnswer;  // given
+   std::optional<Event> lost;        // the answer that was lost last, when it was
+   std::optional<Seconds> restarted; // the chip restarted since the last write
+   std::optional<Event> dropped;     // the one that a restart dropped last, when it did
+};
+
+struct ChipCounters {
+   uint64_t writes = 0;
+   uint64_t removals = 0;
+   uint64_t answers = 0;
+   uint64_t full = 0;
+};
+
+// `T`: see ChipTables.h.
+template<class T>
+class SeamTable {
+ public:
+   using Kind = T;
+   static constexpr ChipTableKind kind = T::kind;
+   using Key = typename T::Key;
+   using Data = typename T::Data;
+
+   // `unitOf`: the unit that holds an entry.
+   SeamTable(ChipDriver& driver, Orv::Ptr<typename T::Config const> config,
+             Orv::Ptr<typename T::Status> status, std::function<FapId(Key)> unitOf)
+       : driver_(driver), config_(std::move(config)), status_(std::move(status)),
+         unitOf_(std::move(unitOf)), orvConfig_(this) {}
+
+   // An entry that the chip holds at the start. All of them come ahead of start().
+   void readBack(Key key, EntryData const& data) { unclaimed_[key] = std::get<Data>(data); }
+   // Takes up what is configured, then follows it. What was read back and is configured stands
+   // already; the rest of it waits to be claimed by a write.
+   void start() {
+      for (auto const& [key, data] : config_->configIter()) {
+         if (claim(key, data)) {
+            memories_[key].lastWrite = {Orv::System::peekTime(), Outcome::accepted, 0,
+                                        std::nullopt};
+            T::answer(*status_, key, data, Outcome::accepted);
+         } else {
+            write(key, std::nullopt);
+         }
+      }
+      config_->configCollection().watch(orvConfig_);
+   }
+
+   // Identifies, by an index, the request for which an entry is being written or removed.
+   using WriterOf = std::function<std::optional<uint32_t>(Key)>;
+   void writerOfIs(WriterOf writerOf) { writerOf_ = std::move(writerOf); }
+
+   // Writes everything that is configured to the chip again.
+   void replay() {
+      for (auto const& [key, data] : config_->configIter()) {
+         write(key, std::nullopt);
+      }
+   }
+   // Removes what the chip held at the start and nobody has claimed since.
+   void removeUnclaimed() {
+      for (auto const& [key, data] : std::exchange(unclaimed_, {})) {
+         driver_.remove({key, std::nullopt, ++writes_, Orv::System::peekTime(), std::nullopt});
+      }
+   }
+
+   FapId unitOf(Key key) const { return unitOf_(key); }
+   std::optional<uint64_t> room(FapId unit) const { return driver_.room(kind, unit); }
+   // How many entries of a unit are configured, and not in the chip.
+   uint64_t missing(FapId unit) const {
+      uint64_t count = 0;
+      for (auto const& [key, data] : config_->configIter()) {
+         count += unitOf_(key) == unit && !held(key) ? 1 : 0;
+      }
+      return count;
+   }
+   std::optional<Data> held(Key key) const {
+      auto data = driver_.held(key);
+      return data ? std::optional(std::get<Data>(*data)) : std::nullopt;
+   }
+   // What it should hold.
+   std::optional<Data> configured(Key key) const { return config_->configCollection().find(key); }
+   // See ChipDriver::expected.
+   std::optional<std::vector<ExpectedAnswer>> expected(Key key) const {
+      return driver_.expected(key);
+   }
+   EntryMemory memory(Key key) const {
+      auto found = memories_.find(key);
+      return found == memories_.end() ? EntryMemory() : found->second;
+   }
+   // The key whose answer is being given just now: whoever is called meanwhile hears of that one.
+   std::optional<Key> answering() const { return answering_; }
+   // The statuses go with a restart of the chip just now.
+   bool restarting() const { return restarting_; }
+   ChipCounters const& counters() const { return counters_; }
+   auto const& config() const { return config_; }
+
+   // From the driver.
+   void answered(Key key, ChipWrite const& write, Outcome outcome) {
+      ++counters_.answers;
+      EntryMemory& memory = memories_[key];
+      memory.lastAnswer = eventOf(write, outcome);
+      if (memory.lastWrite && memory.lastWrite->write == write.number &&
+          memory.lastWrite->outcome == Outcome::pending) {
+         memory.lastWrite->outcome = outcome;
+      }
+      answering_ = key;
+      if (write.data) {
+         T::answer(*status_, key, std::get<Data>(*write.data), outcome);
+      } else {
+         status_->statusDel(key);
+      }
+      answering_.reset();
+   }
+   void performed(Key key, ChipWrite const& write, Outcome outcome) {
+      counters_.full += outcome == Outcome::full ? 1 : 0;
+      memories_[key].lastWrite = eventOf(write, outcome);
+   }
+   void lost(Key key, ChipWrite const& write) {
+      EntryMemory& memory = memories_[key];
+      memory.lost = eventOf(write, memory.lastWrite ? memory.lastWrite->outcome : Outcome::pending);
+   }
+   void dropped(Key key, ChipWrite const& write) {
+      memories_[key].dropped = eventOf(write, Outcome::pending);
+   }
+   // What the chip held is gone, and so is the status. The configuration stays.
+   void restarted() {
+      for (auto& [key, memory] : memories_) {
+         memory.restarted = Orv::System::peekTime();
+      }
+      unclaimed_.clear();
+      restarting_ = true;
+      status_->statusDelAll();
+      restarting_ = false;
+   }
+
+ private:
+   void handleConfig(Key const& key) { write(key, writerOf_ ? writerOf_(key) : std::nullopt); }
+
+   // Whether the chip holds just that from before the start; asked once.
+   bool claim(Key key, Data const& data) {
+      auto found = unclaimed_.find(key);
+      bool same = found != unclaimed_.end() && found->second == data;
+      if (found != unclaimed_.end()) {
+         unclaimed_.erase(found);
+      }
+      return same;
+   }
+
+   void write(Key key, std::optional<uint32_t> writer) {
+      ChipWrite write{key, std::nullopt, ++writes_, Orv::System::peekTime(), writer};
+      auto data = config_->configCollection().find(key);
+      if (data) {
+         write.data = *data;
+      }
+      ++(data ? counters_.writes : counters_.removals);
+      EntryMemory& memory = memories_[key];
+      memory.lastWrite = eventOf(write, Outcome::pending);
+      memory.restarted.reset();
+      if (data && claim(key, *data)) {
+         answered(key, write, Outcome::accepted);
+      } else if (data) {
+         driver_.write(write);
+      } else {
+         driver_.remove(write);
+      }
+   }
+
+   // Now.
+   static EntryMemory::Event eventOf(ChipWrite const& write, Outcome outcome) {
+      return {Orv::System::peekTime(), outcome, write.number, write.writer};
+   }
+
+   ChipDriver& driver_;
+   Orv::Ptr<typename T::Config const> config_;
+   Orv::Ptr<typename T::Status> status_;
+   std::function<FapId(Key)> unitOf_;
+   WriterOf writerOf_;
+   uint64_t writes_ = 0;
+   std::map<Key, Data> unclaimed_; // read back at the start
+   std::map<Key, EntryMemory> memories_;
+   std::optional<Key> answering_;
+   bool restarting_ = false;
+   ChipCounters counters_;
+   Orv::ReactorFor<&SeamTable::handleConfig> orvConfig_;
+};
+
+} // namespace ShoalHost

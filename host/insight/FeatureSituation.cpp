@@ -1,0 +1,214 @@
+#include "host/insight/FeatureSituation.h"
+
+#include "ShoalTunnel/InLifIntfSm/BaseInLifIntfSm.h"
+
+#include <set>
+
+namespace ShoalHost {
+
+using namespace Hardware::ShoalTunnel;
+using Plexus::PortChannelIntfId;
+using Plexus::SubIntfId;
+using Plexus::VlanIntfId;
+
+namespace {
+
+uint64_t wordOf(InLifFeatureAttributes const& word) {
+   return word.data0 | static_cast<uint64_t>(word.data1) << 16 |
+          static_cast<uint64_t>(word.eei) << 32;
+}
+
+class FeatureGathering {
+ public:
+   FeatureGathering(Host const& host, FeatureSituation& situation)
+       : pipeline_(host.inLifFeatures()), world_(host.world()), host_(host), found_(situation),
+         intf_(situation.key.intfId()), tcam_(situation.key.tcamId()) {}
+
+   void gather() {
+      InLifFeatureType type = found_.key.featureType();
+      for (auto const& [name, entry] : pipeline_.inputDir->entryIter()) {
+         auto directory = pipeline_.directory(name);
+         if (directory && directory->requestHas(found_.key)) {
+            found_.askedBy.emplace_back(name, directory->request(found_.key).value);
+         }
+      }
+      found_.requested = pipeline_.inLifIntfCfg->request(found_.key.intfKey());
+      found_.handled = pipeline_.inLifIntfStatus->response(found_.key.intfKey());
+      found_.response = pipeline_.featureStatus->response(found_.key);
+      found_.wanted = found_.requested && found_.requested->featureAggHas(type);
+      found_.field = featureField(tcam_, type);
+      if (!found_.wanted) {
+         reach();
+         found_.unreached.clear();
+         readStrangeWords();
+         return;
+      }
+      found_.value = found_.requested->featureAgg(type);
+      if (!found_.field) {
+         found_.unreached = "the TCAM has no place for this feature";
+         return;
+      }
+      reach();
+      for (IntfId intf : found_.reached) {
+         if (std::string why = absence(intf); !why.empty()) {
+            found_.absent.push_back({intf, why});
+         }
+      }
+      if (found_.reached.empty()) {
+         readStrangeWords();
+      }
+   }
+
+ private:
+   // As the library spreads a key: over ports of the key's TCAM, a single port wherever it is.
+   void reach() {
+      std::string tcam = host_.world().tcamName(tcam_);
+      bool isSubIntf = SubIntfId::isSubIntfId(intf_);
+      IntfId lag = isSubIntf ? IntfId() : world_.lagPhyIntfMapping->phyIntfLag(intf_);
+      if (!isSubIntf && VlanIntfId::isVlanIntfId(intf_)) {
+         auto served = unitsWithOwnKey();
+         for (auto const& [port, systemPort] : world_.shoalStatus->sysPhyPortIdIter()) {
+            if (world_.shoalStatus->sysTcamId(port) == tcam_ &&
+                world_.untaggedVlanDir->untaggedVlan(carrier(port)).value() ==
+                    intf_.fields().vlanId &&
+                isNearest(port, served)) {
+               found_.reached.push_back(port);
+            }
+         }
+         found_.unreached = formatted("no port of {} has this VLAN untagged, and the features of a "
+                                      "VLAN reach untagged ports only",
+                                      tcam);
+      } else if (!isSubIntf && PortChannelIntfId::isPortChannelIntfId(intf_)) {
+         for (IntfId port : world_.portsOf(intf_)) {
+            if (world_.shoalStatus->sysTcamId(port) == tcam_) {
+               found_.reached.push_back(port);
+            }
+         }
+         found_.unreached = formatted("{} has no member on {}", intf_.name(), tcam);
+      } else if (lag != IntfId()) {
+         found_.unreached =
+             formatted("the port is a member of {}, whose features count while it is", lag.name());
+      } else {
+         found_.reached.push_back(intf_);
+      }
+      if (!found_.reached.empty()) {
+         found_.unreached.clear();
+      }
+   }
+
+   // The units whose own VLAN interface of this number has a key on the TCAM.
+   std::set<uint32_t> unitsWithOwnKey() const {
+      std::set<uint32_t> units;
+      for (auto const& [key, features] : pipeline_.inLifIntfCfg->requestIter()) {
+         IntfId other = key.intfId();
+         if (key.tcamId() == tcam_ && VlanIntfId::isVlanIntfId(other) && !other.l3Flood() &&
+             other.fields().vlanId == intf_.fields().vlanId) {
+            units.insert(other.fields().unit);
+         }
+      }
+      return units;
+   }
+
+   // Of the VLAN interfaces of one number, a port has that of its own unit, else that of none.
+   bool isNearest(IntfId port, std::set<uint32_t> const& served) const {
+      uint32_t unit = intf_.fields().unit;
+      return unit == port.fields().unit || (unit == 0 && !served.contains(port.fields().unit));
+   }
+
+   void readStrangeWords() {
+      if (!found_.field) {
+         return;
+      }
+      if (World::isPort(intf_) && found_.reached.empty()) {
+         found_.reached.push_back(intf_);
+      }
+      for (IntfId intf : found_.reached) {
+         auto word = wordFor(intf);
+         if (uint64_t there = word ? fieldOf(*word) : 0; there != 0) {
+            found_.strange.emplace_back(intf, there);
+         }
+      }
+      found_.reached.clear();
+   }
+
+   std::optional<InLifFeatureAttributes> wordFor(IntfId intf) const {
+      return SubIntfId::isSubIntfId(intf_)
+                 ? pipeline_.subIntfWords->lifFeatureAttrCollection().find(found_.key.intfKey())
+                 : pipeline_.mergedWords->lifFeatureAttrCollection().find(intf);
+   }
+   uint64_t fieldOf(InLifFeatureAttributes const& word) const {
+      return wordOf(word) >> found_.field->offset() & found_.field->mask();
+   }
+
+   // Whose untagged VLAN counts for the port: its port-channel's, or its own.
+   IntfId carrier(IntfId port) const {
+      IntfId lag = world_.lagPhyIntfMapping->phyIntfLag(port);
+      return lag != IntfId() ? lag : port;
+   }
+
+   // Empty: the word carries the value, as far as its field does.
+   std::string absence(IntfId intf) const {
+      bool isSubIntf = SubIntfId::isSubIntfId(intf_);
+      auto word = wordFor(intf);
+      if (!word) {
+         return isSubIntf || world_.shoalStatus->portMapValid()
+                    ? "it has no word"
+                    : "it has no word, and gets none before the port map is valid";
+      }
+      uint64_t there = fieldOf(*word);
+      if (there == (found_.value & found_.field->mask())) {
+         return "";
+      }
+      std::string text = formatted("the word has {} in this field", there);
+      if (wordOf(*word) == wordOf(getInLifFeatureAttr(found_.requested))) {
+         return text + ": the value of another feature runs into it";
+      }
+      if (!isSubIntf && !VlanIntfId::isVlanIntfId(intf_) &&
+          pipeline_.vlanWords->lifFeatureAttrHas(intf)) {
+         return text + ": the port's VLAN has a word of its own, which counts";
+      }
+      if (std::string other = ownerOf(intf, *word); !other.empty()) {
+         return text + ": it equals the word of " + other;
+      }
+      return text + ": it was not encoded anew since";
+   }
+
+   // Another key whose features the word carries.
+   std::string ownerOf(IntfId port, InLifFeatureAttributes const& word) const {
+      for (auto tcam : world_.tcams()) {
+         for (IntfId intf : {port, carrier(port)}) {
+            InLifIntfKey key(intf, tcam);
+            auto features = pipeline_.inLifIntfCfg->request(key);
+            if (features && key != found_.key.intfKey() &&
+                wordOf(getInLifFeatureAttr(features)) == wordOf(word)) {
+               return formatInLifKey(host_, key);
+            }
+         }
+      }
+      return "";
+   }
+
+   FeaturePipeline const& pipeline_;
+   World const& world_;
+   Host const& host_;
+   FeatureSituation& found_;
+   IntfId intf_;
+   Hardware::Shoal::SystemTcamId tcam_;
+};
+
+} // namespace
+
+std::optional<ShoalTcam::TcamShareQualInfo> featureField(Hardware::Shoal::SystemTcamId tcam,
+                                                         InLifFeatureType type) {
+   auto layout = ShoalTcam::TcamDbStatusInterface::tcamDbStatusInterface()->getInLifData(tcam);
+   return layout ? layout->tcamShareQualInfoNoCheck(type) : std::nullopt;
+}
+
+FeatureSituation featureSituation(Host const& host, InLifFeatureKey key) {
+   FeatureSituation found;
+   found.key = key;
+   FeatureGathering(host, found).gather();
+   return found;
+}
+
+} // namespace ShoalHost

@@ -1,0 +1,113 @@
+#include "host/insight/Names.h"
+
+#include <bit>
+#include <cstdio>
+#include <sstream>
+
+namespace ShoalHost {
+
+using namespace Hardware::ShoalTunnel;
+
+std::string formatRequest(TcamSharingRequest request) {
+   uint16_t flood = request.l3FloodPortVlanId().value();
+   return formatted("{} unit {}{}", request.intfId().name(), request.fapId().value(),
+                    flood == 0 ? "" : formatted(" flood {}", flood));
+}
+
+std::string formatRequests(std::vector<TcamSharingRequest> const& requests,
+                           std::string_view separator) {
+   return join(requests, separator, formatRequest);
+}
+
+std::string formatPolicy(TcamSharingPolicyId policy) {
+   std::string text;
+   for (auto const& field : policyFields) {
+      if (uint64_t value = policy.value() >> field.shift & field.max; value != 0) {
+         append(text, ",", formatted("{}={}", field.name, value));
+      }
+   }
+   return text.empty() ? "none" : text;
+}
+
+std::string_view formatStatus(TcamSharingResponseStatus status) {
+   return statusNames[status];
+}
+
+std::string formatKey(AradSemKeyAndFap key) {
+   AradISemKeyTcamSharing fields(key.key());
+   return formatted("(vlan {}, domain {}, unit {})", fields.vlanId(), fields.vlanDomain().value(),
+                    key.fapId().value());
+}
+
+std::string formatTags(uint32_t outer, uint32_t inner) {
+   return inner == 0 ? std::to_string(outer) : formatted("{},{}", outer, inner);
+}
+
+std::string formatKey(VlanTagToVsiMapperKey key) {
+   auto const& fields = key.fields();
+   bool dot1q = fields.tagType == Hardware::ShoalTunnel::VlanTagType::dot1q;
+   return formatted("({} on {}, tags {}{})", fields.subIntfId.name(), fields.intfId.name(),
+                    formatTags(fields.outerVlan.value(), fields.innerVlan),
+                    dot1q ? "" : ", other tag type");
+}
+
+std::string formatKey(TunnelPolicyMapperKey key) {
+   return formatted("({}, unit {})", key.intfId().name(), key.fapId().value());
+}
+
+std::string formatKey(EntryKey const& key) {
+   return std::visit([](auto const& each) { return formatKey(each); }, key);
+}
+
+std::string formatData(uint64_t inLifAdditionalData) {
+   return formatPolicy(TcamSharingPolicyId(inLifAdditionalData));
+}
+
+TcamSharingPolicyId policyOfPayload(AradSemPayload payload) {
+   return TcamSharingPolicyId((payload.value & 0xffff8) >> 3);
+}
+
+std::string formatSeconds(Seconds seconds) {
+   std::array<char, 400> digits; // the largest double has 309 in front of the point
+   int size = std::snprintf(digits.data(), digits.size(), "%.6f", seconds);
+   std::string text(digits.data(), static_cast<std::size_t>(size));
+   text.erase(text.find_last_not_of('0') + 1);
+   if (text.ends_with('.')) {
+      text.pop_back();
+   }
+   return text;
+}
+
+std::string formatType(InLifFeatureType type) {
+   std::ostringstream text;
+   text << type;
+   return text.str();
+}
+
+std::string formatInLifKey(Host const& host, InLifIntfKey key) {
+   return formatted("{} on {}", key.intfId().name(), host.world().tcamName(key.tcamId()));
+}
+
+std::string formatFeatures(InLifIntfFeatureAggr const& aggregate) {
+   return join(aggregate.featureAggIter(), ",", [](auto const& feature) {
+      return formatted("{}={}", formatType(feature.key), feature.value);
+   });
+}
+
+std::string formatWord(InLifFeatureAttributes const& word) {
+   std::array<char, 2 + 16 + 1> digits;
+   std::snprintf(digits.data(), digits.size(), "0x%08x%04x%04x", static_cast<unsigned>(word.eei),
+                 static_cast<unsigned>(word.data1), static_cast<unsigned>(word.data0));
+   return digits.data();
+}
+
+std::string formatWidth(uint32_t mask) {
+   return counted(static_cast<std::size_t>(std::popcount(mask)), "bit");
+}
+
+std::string_view formatFeatureStatus(InLifFeatureResponseStatus status) {
+   static constexpr std::string_view names[] = {"none", "success", "failure"};
+   return names[static_cast<std::size_t>(status)];
+}
+
+} // namespace ShoalHost

@@ -1,0 +1,56 @@
+// The library's machines that the agent can build again, and who is told of it.
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+
+namespace ShoalHost {
+
+class SharingPipeline;
+
+enum class Machine {
+   merge,
+   intake,
+   isem,
+   mapper,
+   tunnel,
+   vlanDomain,
+   featureRequests, // from here on: of in-LIF features
+   featureResponses,
+   portWords,
+   vlanWords,
+   mergedWords,
+   subInterfaceWords,
+};
+inline constexpr std::array<std::string_view, 12> machineNames{"merge",
+                                                               "intake",
+                                                               "isem",
+                                                               "mapper",
+                                                               "tunnel",
+                                                               "vlan-domain",
+                                                               "feature-requests",
+                                                               "feature-responses",
+                                                               "port-words",
+                                                               "vlan-words",
+                                                               "merged-words",
+                                                               "sub-interface-words"};
+
+// Watches an agent's machines from the outside.
+class Observer {
+ public:
+   virtual ~Observer() = default;
+   // The machine was destroyed, and is about to be built again on the same entities.
+   // `pipeline`: the one that it belongs to; null for none.
+   virtual void handleGone(Machine machine, SharingPipeline* pipeline) = 0;
+   // The machine was built again.
+   virtual void handleBuilt(Machine machine, SharingPipeline* pipeline) = 0;
+   // All machines of in-LIF features were built again, on empty tables.
+   virtual void handleFeaturesFresh() = 0;
+   // Whether this failure of an invariant is expected now.
+   virtual bool stopsBy(std::string_view condition) const = 0;
+   // A change was refused because its rehearsal ended in a way that was not expected.
+   virtual void handleUnexplained(std::string const& reason) = 0;
+};
+
+} // namespace ShoalHost

@@ -1,0 +1,40 @@
+// Makes the pipelines of both chip generations one table to each requester: a request goes to the
+// pipeline of its unit's type, and the statuses of both come back into one.
+//
+// A unit changes its type only while nobody requests anything there (the commands check this), so a
+// request never has to move between pipelines. What withdrawn requests left in the pipeline that
+// served the unit before is not shown.
+#pragma once
+
+#include "host/pipelines/IsemPipeline.h"
+#include "host/pipelines/MapperPipeline.h"
+
+#include <memory>
+#include <vector>
+
+namespace ShoalHost {
+
+class SharingRouter {
+ public:
+   SharingRouter(World& world, IsemPipeline& isem, MapperPipeline& mapper);
+   ~SharingRouter();
+
+   // What the requesters read and write.
+   SharingTables const& tables() const { return tables_; }
+   SharingPipeline& pipelineOf(FapId unit) const;
+
+ private:
+   struct Path; // one requester's
+   void handleConfig(Requester requester, TcamSharingRequest const& request);
+   void handleStatus(Requester requester, TcamSharingRequest const& request);
+   void handleFapType(FapId const& unit);
+
+   World& world_;
+   IsemPipeline& isem_;
+   MapperPipeline& mapper_;
+   SharingTables tables_;
+   std::vector<std::unique_ptr<Path>> paths_;
+   Orv::ReactorFor<&SharingRouter::handleFapType> orvFapType_;
+};
+
+} // namespace ShoalHost

@@ -1,0 +1,76 @@
+#include "host/wiring/Host.h"
+
+namespace ShoalHost {
+
+using namespace Hardware::ShoalTunnel;
+
+Host::Host(Inventory inventory, ChipDriver& driver, Time time) : loop_(time) {
+   world_ = std::make_unique<World>(std::move(inventory));
+   World& world = *world_;
+   helper_ = Orv::make<TcamSharingHelper>(
+       world.scsd, world.shoalStatus, world.vlanDomainStatus, world.subIntfConfigDir,
+       world.intfVlanIdTable, world.ethIntfStatusDir, world.portMapHelper,
+       world.vlanTagToVsiMapperSm, world.subIntfStatusDir, world.dynSubIntfEncap);
+   isem_ = std::make_unique<IsemPipeline>(world, loop_.timers(), helper_);
+   mapper_ = std::make_unique<MapperPipeline>(world, loop_.timers(), helper_);
+   pipelines_ = {isem_.get(), mapper_.get()};
+   router_ = std::make_unique<SharingRouter>(world, *isem_, *mapper_);
+   inLifFeatures_ = std::make_unique<FeaturePipeline>(world);
+   // The driver hears of a write after the machines have recorded it.
+   seam_ = std::make_unique<ChipSeam>(
+       loop_.timers(), driver,
+       ChipSeam::Tables{isem_->table, isem_->tableStatus, mapper_->mapperConfig,
+                        mapper_->mapperStatus, mapper_->tunnelConfig, mapper_->tunnelStatus},
+       [&world](IntfId port) { return world.placeOf(port).fapId; });
+
+   intfToFapIdStatus_ = Orv::make<IntfToFapIdStatus>();
+   intfToVlanDomainStatus_ = Orv::make<IntfToVlanDomainStatus>();
+   world.corestate.mount("vlan/intfToFapIdStatus", intfToFapIdStatus_);
+   world.corestate.mount("vlan/intfToVlanDomainStatus", intfToVlanDomainStatus_);
+   buildVlanDomainSm();
+
+   chronicle_ = std::make_unique<Chronicle>(*isem_, *mapper_, *seam_);
+   settling_ = std::make_unique<Settling>(loop_, *seam_, pipelines_);
+}
+
+Host::~Host() = default;
+
+void Host::buildVlanDomainSm() {
+   vlanDomainSm_ = VlanDomainSmIs(world_->shoalStatus, world_->vlanDomainStatus,
+                                  intfToVlanDomainStatus_, intfToFapIdStatus_);
+}
+
+void Host::rebuild(Machine machine) {
+   if (machine < Machine::vlanDomain) {
+      for (SharingPipeline* pipeline : pipelines_) {
+         pipeline->rebuild(machine, observer_.get());
+      }
+      if (machine == Machine::intake) {
+         chronicle_->intakesRebuilt();
+      }
+      return;
+   }
+   if (machine == Machine::vlanDomain) {
+      vlanDomainSm_ = nullptr;
+   }
+   if (observer_) {
+      observer_->handleGone(machine, nullptr);
+   }
+   if (machine == Machine::vlanDomain) {
+      buildVlanDomainSm();
+   } else {
+      inLifFeatures_->rebuild(machine);
+   }
+   if (observer_) {
+      observer_->handleBuilt(machine, nullptr);
+   }
+}
+
+void Host::startFeaturesFresh() {
+   inLifFeatures_->startFresh();
+   if (observer_) {
+      observer_->handleFeaturesFresh();
+   }
+}
+
+} // namespace ShoalHost

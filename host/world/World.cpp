@@ -1,0 +1,335 @@
+#include "host/world/World.h"
+
+#include "host/text/Errors.h"
+
+#include <algorithm>
+
+namespace ShoalHost {
+
+using Bridging::Dot1qEncap;
+using Bridging::VlanIdOrNone;
+using Hardware::Shoal::PortMap;
+using Hardware::Shoal::PortTunnelData;
+using Hardware::Shoal::SystemPhyPortId;
+using Hardware::Shoal::VlanDomain;
+using Hardware::ShoalTunnel::LagFapKey;
+using Plexus::PortChannelIntfId;
+using Plexus::SubIntfId;
+
+World::World(Inventory inventory) : WorldView(std::move(inventory)) {
+   fill();
+   fillFeatures();
+}
+
+void World::fill() {
+   for (auto const& unit : inventory().units) {
+      FapId fapId(unit.fapId);
+      shoalStatus->fapNameIs(fapId, unit.name);
+      fapTypeIs(fapId, unit.fapType);
+      extLkupTypeIs(fapId, unit.extLkupType);
+   }
+   for (auto const& port : inventory().ports) {
+      IntfId intf(port.name);
+      core_.set(intf, port.core % Hardware::Shoal::kCoresPerFap);
+      PortMap place{FapId(port.fapId), static_cast<uint16_t>(port.unitPort)};
+      if (port.vlanDomain != 0) {
+         vlanDomainStatus->portTunnelDataIs(
+             place, PortTunnelData{VlanDomain(static_cast<uint8_t>(port.vlanDomain))});
+      }
+      if (port.systemPort != SystemPhyPortId::null) {
+         shoalStatus->sysPhyPortIdIs(intf, SystemPhyPortId(port.systemPort));
+         portMapIs(intf, place);
+      }
+   }
+   for (auto const& lag : inventory().portChannels) {
+      fillPortChannel(lag);
+   }
+   for (auto const& sub : inventory().subInterfaces) {
+      IntfId intf(sub.name);
+      Dot1qEncap encap{static_cast<uint16_t>(sub.outer), static_cast<uint16_t>(sub.inner)};
+      auto config = Orv::make<Interface::SubIntfConfig>();
+      config->dot1qEncapIs(encap);
+      subIntfConfigDir->subIntfConfigIs(intf, config);
+      subIntfStatusDir->subIntfStatusIs(intf);
+      if (!encap.isZero()) {
+         subIntfDot1qEncapChange->dot1qEncapIs(intf, encap);
+      }
+      subIntfsOf_[SubIntfId::parentIntfId(intf)].push_back(intf);
+      subIntfEntries_.refresh(intf);
+   }
+   for (auto const& routed : inventory().routedPorts) {
+      intfVlanIdTable->internalVlanIdIs(IntfId(routed.name), VlanIdOrNone(routed.internalVlan));
+   }
+}
+
+void World::fillPortChannel(InventoryPortChannel const& lag) {
+   IntfId intf(lag.name);
+   lagDomain_.set(intf, static_cast<uint8_t>(lag.vlanDomain));
+   auto status = ethIntfStatusDir->ethLagIntfStatusIs(intf);
+   for (auto const& member : lag.members) {
+      status->memberIs(IntfId(member));
+   }
+   refreshLagDomains(intf);
+}
+
+void World::requireSubInterface(IntfId subIntf) const {
+   if (!SubIntfId::isSubIntfId(subIntf)) {
+      throw HostError("{} is not a sub-interface", subIntf.name());
+   }
+   if (!subIntfConfigDir->subIntfConfigHas(subIntf)) {
+      throw HostError("{} was deleted", subIntf.name());
+   }
+}
+
+void World::encapsulationIs(IntfId subIntf, Dot1qEncap encap) {
+   requireSubInterface(subIntf);
+   // The tags before the notification of the change: whoever is notified reads them.
+   subIntfConfigDir->subIntfConfig(subIntf)->dot1qEncapIs(encap);
+   tellEncapsulation(subIntf);
+}
+
+void World::tellEncapsulation(IntfId subIntf) {
+   Dot1qEncap encap = encapsulation(subIntf);
+   if (encap.isZero()) {
+      subIntfDot1qEncapChange->dot1qEncapDel(subIntf);
+   } else {
+      subIntfDot1qEncapChange->dot1qEncapIs(subIntf, encap);
+   }
+   subIntfEntries_.refresh(subIntf);
+}
+
+void World::dynamicEncapsulationIs(IntfId subIntf, Dot1qEncap encap) {
+   requireSubInterface(subIntf);
+   if (encap.isZero()) {
+      dynSubIntfEncap->dot1qEncapDel(subIntf);
+   } else {
+      dynSubIntfEncap->dot1qEncapIs(subIntf, encap);
+   }
+   tellEncapsulation(subIntf);
+}
+
+void World::subInterfaceDel(IntfId subIntf) {
+   requireSubInterface(subIntf);
+   subIntfConfigDir->subIntfConfigDel(subIntf);
+   dynSubIntfEncap->dot1qEncapDel(subIntf);
+   subIntfDot1qEncapChange->dot1qEncapDel(subIntf);
+   subIntfStatusDir->subIntfStatusDel(subIntf);
+   subIntfEntries_.refresh(subIntf);
+}
+
+void World::programInHwIs(IntfId subIntf, bool on) {
+   requireSubInterface(subIntf);
+   // The flag first: a policy is removed before the entry that carries it.
+   subIntfStatusDir->subIntfStatusIs(subIntf)->programInHwIs(on);
+   subIntfEntries_.refresh(subIntf);
+}
+
+void World::encapKindIs(IntfId subIntf, uint32_t kind) {
+   requireSubInterface(subIntf);
+   subIntfStatusDir->subIntfStatusIs(subIntf)->encapKindIs(kind);
+   subIntfEntries_.refresh(subIntf);
+}
+
+void World::internalVlanIs(IntfId routedPort, VlanIdOrNone vlan) {
+   if (!isRouted(routedPort)) {
+      throw HostError("{} is not a routed port", routedPort.name());
+   }
+   // 0 counts as none; the entry stays, so that the port is still known as routed.
+   intfVlanIdTable->internalVlanIdIs(routedPort, vlan);
+}
+
+void World::vlanDomainIs(IntfId intf, std::optional<VlanDomain> domain) {
+   if (SubIntfId::isSubIntfId(intf) ||
+       (!isPort(intf) && !PortChannelIntfId::isPortChannelIntfId(intf))) {
+      throw HostError("{} is neither a port nor a port-channel", intf.name());
+   }
+   if (!isPort(intf)) {
+      lagDomain_.set(intf, domain ? domain->value() : 0);
+      refreshLagDomains(intf);
+      return;
+   }
+   PortMap place = placeOf(intf);
+   if (place.isNull()) {
+      throw HostError("{} is on no unit", intf.name());
+   }
+   if (domain) {
+      vlanDomainStatus->portTunnelDataIs(place, PortTunnelData{*domain});
+   } else {
+      vlanDomainStatus->portTunnelDataDel(place);
+   }
+}
+
+void World::fapTypeIs(FapId unit, Hardware::Shoal::FapType type) {
+   if (type == 0) {
+      shoalStatus->fapTypeDel(unit);
+   } else {
+      shoalStatus->fapTypeIs(unit, type);
+   }
+   for (auto const& [parent, subIntfs] : subIntfsOf_) {
+      refreshAround(parent);
+   }
+}
+
+void World::fapAvailableIs(FapId unit, bool available) {
+   if (available) {
+      shoalStatus->fapNameIs(unit, inventoryUnit(unit).name);
+   } else {
+      shoalStatus->fapNameDel(unit);
+   }
+}
+
+void World::extLkupTypeIs(FapId unit, Hardware::Shoal::ExtLkupType type) {
+   if (type == 0) {
+      shoalStatus->fapExtLkupTypeDel(unit);
+   } else {
+      shoalStatus->fapExtLkupTypeIs(unit, type);
+   }
+}
+
+// The helper's tables first: a machine that resolves the port meanwhile still finds a unit.
+void World::leavePlace(IntfId port, PortMap place) {
+   if (!place.isNull()) {
+      portMapHelper->changedIntfToFapIs(port, place.fapId);
+      scsd->portMapToIntfDel(place);
+      localPortMapStatus->portMapDel(port);
+      shoalStatus->sysTcamIdDel(port);
+   }
+}
+
+void World::enterPlace(IntfId port, PortMap place) {
+   if (!place.isNull()) {
+      portMapHelper->intfToFapIs(port, place.fapId);
+      scsd->portMapToIntfIs(place, port);
+      localPortMapStatus->portMapIs(port, place);
+      shoalStatus->sysTcamIdIs(port, Hardware::Shoal::fapLocalCoreIdToSystemTcamId(
+                                         shoalStatus, place.fapId, core_.get(port)));
+   }
+}
+
+void World::requireFree(PortMap place, IntfId port) const {
+   IntfId other = scsd->portMapToIntf(place);
+   if (other != IntfId() && other != port) {
+      throw HostError("port {} of unit {} is taken by {}", place.fapPortId, place.fapId.value(),
+                      other.name());
+   }
+}
+
+void World::portMapIs(IntfId port, std::optional<PortMap> place) {
+   SystemPhyPortId systemPort = shoalStatus->sysPhyPortId(port);
+   if (systemPort.value() == SystemPhyPortId::null) {
+      throw HostError("{} {}", port.name(),
+                      isPortOfInventory(port) ? "has no system port"
+                                              : "is not a port of the inventory");
+   }
+   PortMap old = shoalStatus->portMap(systemPort);
+   if (place) {
+      requireFree(*place, port);
+   }
+   leavePlace(port, old);
+   if (place) {
+      enterPlace(port, *place);
+      shoalStatus->portMapIs(systemPort, *place);
+   } else {
+      shoalStatus->portMapDel(systemPort);
+   }
+   refreshAround(port);
+}
+
+void World::systemPortIs(IntfId port, std::optional<SystemPhyPortId> systemPort) {
+   if (!isPortOfInventory(port)) {
+      throw HostError("{} is not a port of the inventory", port.name());
+   }
+   for (auto const& [other, taken] : shoalStatus->sysPhyPortIdIter()) {
+      if (systemPort && other != port && taken == *systemPort) {
+         throw HostError("system port {} is taken by {}", taken.value(), other.name());
+      }
+   }
+   PortMap place = systemPort ? shoalStatus->portMap(*systemPort) : PortMap();
+   requireFree(place, port);
+   leavePlace(port, placeOf(port));
+   if (systemPort) {
+      enterPlace(port, place);
+      shoalStatus->sysPhyPortIdIs(port, *systemPort);
+   } else {
+      shoalStatus->sysPhyPortIdDel(port);
+   }
+   refreshAround(port);
+}
+
+void World::portMapValidIs(bool valid) {
+   shoalStatus->portMapValidIs(valid);
+}
+
+void World::portMapVersionInc() {
+   shoalStatus->portMapVersionIs(shoalStatus->portMapVersion() + 1);
+}
+
+void World::refreshAround(IntfId portOrLag) {
+   for (auto const& [lag, status] : ethIntfStatusDir->ethLagIntfStatusIter()) {
+      if (status->memberHas(portOrLag)) {
+         refreshLagDomains(lag);
+         refreshAround(lag);
+      }
+   }
+   if (auto found = subIntfsOf_.find(portOrLag); found != subIntfsOf_.end()) {
+      for (IntfId subIntf : found->second) {
+         subIntfEntries_.refresh(subIntf);
+      }
+   }
+}
+
+void World::memberIs(IntfId lag, IntfId port, bool present) {
+   auto status = ethIntfStatusDir->ethLagIntfStatus(lag);
+   if (!status || !isPortOfInventory(port)) {
+      throw HostError("{} and {} are not a port-channel and a port", lag.name(), port.name());
+   }
+   for (auto const& [other, otherStatus] : ethIntfStatusDir->ethLagIntfStatusIter()) {
+      if (present && other != lag && otherStatus->memberHas(port)) {
+         throw HostError("{} is a member of {}; remove it there first", port.name(), other.name());
+      }
+   }
+   if (present == status->memberHas(port)) {
+      if (!present) {
+         throw HostError("{} is not a member of {}", port.name(), lag.name());
+      }
+      return;
+   }
+   if (present) {
+      status->memberIs(port);
+      joinLag(lag, port);
+   } else {
+      status->memberDel(port);
+      leaveLag(lag, port);
+   }
+   refreshLagDomains(lag);
+   refreshAround(lag);
+}
+
+LagFapKey World::lagKey(IntfId lag, FapId unit) const {
+   return {lag, Hardware::Shoal::fapLocalCoreIdToSystemTcamId(shoalStatus, unit, 0)};
+}
+
+void World::refreshLagDomains(IntfId lag) {
+   auto manager = vlanTagToVsiMapperSm->vlanDomainManager();
+   auto units = unitsOf(lag);
+   uint8_t domain = lagDomain_.get(lag);
+   for (auto const& unit : inventory().units) {
+      FapId fapId(unit.fapId);
+      LagFapKey key = lagKey(lag, fapId);
+      if (domain == 0 || std::find(units.begin(), units.end(), fapId) == units.end()) {
+         manager->vlanDomainPerLagFapDel(key);
+         continue;
+      }
+      auto entry = manager->vlanDomainPerLagFapIs(key);
+      entry->vlanDomainIs(VlanDomain(domain));
+      entry->memberPortDelAll();
+      for (auto const& [member, present] : ethIntfStatusDir->ethLagIntfStatus(lag)->memberIter()) {
+         PortMap place = placeOf(member);
+         if (place.fapId == fapId) {
+            entry->memberPortIs(place.fapPortId);
+         }
+      }
+   }
+}
+
+} // namespace ShoalHost
