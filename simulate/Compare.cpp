@@ -94,7 +94,7 @@ void Model::compareFeatures(Findings& findings, FeaturePipeline const& pipeline)
                     read(pipeline.inLifIntfCfg->requestCollection(), aggregate));
    findings.compare("features handled", features.handled(),
                     read(pipeline.inLifIntfStatus->responseCollection(), aggregate));
-   findings.compare("features of ports", words.spread(),
+   findings.compare("features of ports", words.expanded(),
                     read(pipeline.inLifIntfCfgLagExp->requestCollection(), aggregate));
    std::map<InLifFeatureKey, InLifFeatureResponse> answers;
    for (auto const& [key, given] : features.answers()) {

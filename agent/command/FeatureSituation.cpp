@@ -60,7 +60,7 @@ class FeatureGathering {
    }
 
  private:
-   // As the library spreads a key: over ports of the key's TCAM, a single port wherever it is.
+   // As the library expands a key: to the ports of the key's TCAM, a single port wherever it is.
    void reach() {
       std::string tcam = host_.world().tcamName(tcam_);
       bool isSubIntf = SubIntfId::isSubIntfId(intf_);
