@@ -103,7 +103,7 @@ int main(int argc, char** argv) {
    auto counts = countsUpTo(limit());
    PathRuns runs(counts);
    runs.add<World, IsemPipeline, IsemBaseline>(Path::isem, RequestKind::subInterfaces);
-   runs.add<World, InLifPipeline, InLifBaseline>(Path::inLif, RequestKind::subInterfaces);
+   runs.add<World, InLifPipeline, InLifBaseline>(Path::mapper, RequestKind::subInterfaces);
    runs.add<World, InLifPipeline, InLifBaseline>(Path::tunnel, RequestKind::tunnels);
    if (!runs.run(argc, argv)) {
       return runs.anyWrong() ? 1 : 0; // a filter excluded some runs

@@ -62,7 +62,7 @@ class SharingPipeline {
    // process; does nothing when the pipeline has none of this kind. `observer` may be null.
    virtual void rebuild(Machine machine, Observer* observer);
 
-   std::string const name; // as its folder in Corestate: "isem", "inlif"
+   std::string const name; // as its folder in Corestate: "isem", "mapper"
    SharingTables sharing;
    Orv::Ptr<TcamSharingConfig> merged;
    Orv::Ptr<TcamSharingStatus> mergedStatus;
