@@ -76,7 +76,7 @@ std::string describeLabels(Host const& host, Orv::Failure const&) {
    }
    return labelled.empty()
               ? ""
-              : fmt::format("the acl feature asks with lumen= for {}, and a unit with the lumen "
+              : fmt::format("acl asks with lumen= for {}, and a unit with the lumen "
                             "lookup leaves that field to others; ask again without lumen= first",
                             formatRequests(labelled, " and "));
 }

@@ -21,7 +21,7 @@ Explanation explain(Situation const& situation, Host const& host);
 Explanation explain(Host const& host, TcamSharingRequest request);
 void printExplanation(std::ostream& out, Explanation const& explanation, Format format);
 
-// Every request that a feature asks for or that has a response, in order of first use.
+// Every request that a requester asks for or that has a response, in order of first use.
 std::vector<TcamSharingRequest> knownRequests(Host const& host);
 
 } // namespace Agent

@@ -72,10 +72,10 @@ struct Situation {
       return response.status == Hardware::ShoalTunnel::tcamSharingSuccess &&
              response.policyId == merged;
    }
-   // A feature asks for something here, even if none of it counts.
+   // A requester asks for something here, even if none of it counts.
    bool asked = false;
-   // A feature that asks for what the merged policy does not have: it asks for bits that are not
-   // its own on the unit, or another feature wrote or withdrew them last.
+   // A requester that asks for what the merged policy does not have: it asks for bits that are not
+   // its own on the unit, or another requester wrote or withdrew them last.
    struct Overruled {
       Requester requester;
       TcamSharingPolicyId asks;
@@ -92,7 +92,7 @@ struct Situation {
 
 // The state of one requester's part of a request.
 struct RequesterPart {
-   TcamSharingPolicyId asked; // in the fields that are the feature's on the unit
+   TcamSharingPolicyId asked; // in the fields that the requester owns on the unit
    // What it is told: rampart's label is answered in lumen's status, for both.
    TcamSharingResponse answer;
    enum class InHardware {

@@ -56,12 +56,12 @@ std::string Verdict::text() {
 
 void Verdict::sayNotWanted() {
    if (is_.asked) {
-      // A label of 0, say, beside bits that are not its feature's.
-      say("What the features ask for here leaves no policy.");
+      // A label of 0, say, beside bits that the requester does not own.
+      say("What the requesters ask for here leaves no policy.");
    } else if (is_.response.status == tcamSharingNone) {
-      say("No feature asks for a policy here.");
+      say("No requester asks for a policy here.");
    } else {
-      say("No feature asks for a policy here any more, but the response of the last one still "
+      say("No requester asks for a policy here any more, but the last response still "
           "stands.");
    }
    sayWaiting();

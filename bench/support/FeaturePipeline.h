@@ -19,7 +19,7 @@ class FeaturePipeline {
  public:
    explicit FeaturePipeline(FeatureWorld const& world) : world_(world) {
       for (std::size_t number = 0; number < FeatureWorld::directories; ++number) {
-         std::string name = "requester" + std::to_string(number);
+         std::string name = "directory" + std::to_string(number);
          directories_.push_back(Orv::make<InLifFeatureRequestDir>(name));
          input_->entryIs(name, directories_.back());
       }

@@ -77,14 +77,14 @@ bool RequestTruth::isSentence(std::string const& sentence) const {
 
 bool RequestTruth::isWhere(std::string const& sentence) const {
    bool asked = this->asked();
-   if (sentence == "No feature asks for a policy here") {
+   if (sentence == "No requester asks for a policy here") {
       return !asked && policy_ == 0 && response_.status == 0;
    }
-   if (sentence == "No feature asks for a policy here any more, but the response of the last one "
+   if (sentence == "No requester asks for a policy here any more, but the last response "
                    "still stands") {
       return !asked && policy_ == 0 && response_.status != 0;
    }
-   if (sentence == "What the features ask for here leaves no policy") {
+   if (sentence == "What the requesters ask for here leaves no policy") {
       return asked && policy_ == 0;
    }
    if (sentence == "In hardware") {

@@ -68,7 +68,7 @@ class RequestTruth {
    // "A, B uses"
    static bool isUse(std::string const& text, std::vector<std::string> const& users);
    bool asked() const;
-   // The features that ask for what the merged policy does not have, as they are told.
+   // The requesters that ask for what the merged policy does not have, as they are told.
    std::vector<std::string> overruled() const;
    bool isReason(std::string const& reason) const;
    bool isLack(std::string const& lack) const;

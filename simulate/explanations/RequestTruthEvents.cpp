@@ -301,9 +301,9 @@ bool RequestTruth::isFact(std::string const& label, std::string const& text) con
    for (std::size_t i = 0; i < kRequesters; ++i) {
       if (label == std::string(requesterNames[i]) + " asks") {
          auto const& tables = host_.sharing();
-         auto feature = static_cast<Requester>(i);
-         auto answer = tables.status(feature)->response(request_);
-         std::string asks = formatPolicy(tables.config(feature)->request(request_)) + ", status ";
+         auto requester = static_cast<Requester>(i);
+         auto answer = tables.status(requester)->response(request_);
+         std::string asks = formatPolicy(tables.config(requester)->request(request_)) + ", status ";
          return text.starts_with(asks) &&
                 (answer.status == 0 || text.ends_with(" for " + formatPolicy(answer.policyId)));
       }

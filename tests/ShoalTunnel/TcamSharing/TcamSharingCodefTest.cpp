@@ -380,10 +380,10 @@ TEST_F(CodefTest, StartQueuesWhatIsThereAndDropsOldStatuses) {
    EXPECT_GT(codef->lastLatency(), 0.2);
 }
 
-TEST_F(CodefTest, AFeatureThatReactsInsideItsStatusIsServed) {
-   // On success the feature asks for the next policy, up to 8, from inside the notification.
-   struct Feature : Orv::Reactor<TcamSharingRequest> {
-      Feature(TcamSharingConfig& config, TcamSharingStatus const& status)
+TEST_F(CodefTest, ARequesterThatReactsInsideItsStatusIsServed) {
+   // On success the requester asks for the next policy, up to 8, from inside the notification.
+   struct Requester : Orv::Reactor<TcamSharingRequest> {
+      Requester(TcamSharingConfig& config, TcamSharingStatus const& status)
           : config_(config), status_(status) {
          status.responseCollection().watch(*this);
       }
@@ -395,7 +395,7 @@ TEST_F(CodefTest, AFeatureThatReactsInsideItsStatusIsServed) {
       }
       TcamSharingConfig& config_;
       TcamSharingStatus const& status_;
-   } feature(*acl, *aclStatus);
+   } requester(*acl, *aclStatus);
    // The chip answers inside the write.
    struct Chip : Orv::Reactor<AradSemKeyAndFap> {
       explicit Chip(CodefTest* test) : test_(test) { test->table->configCollection().watch(*this); }
