@@ -110,7 +110,8 @@ class FeatureGathering {
       return units;
    }
 
-   // Of the VLAN interfaces of one number, a port has that of its own unit, else that of none.
+   // Of VLAN interfaces with one number, a port takes that of its own unit, or else that without a
+   // unit.
    bool isNearest(IntfId port, std::set<uint32_t> const& served) const {
       uint32_t unit = intf_.fields().unit;
       return unit == port.fields().unit || (unit == 0 && !served.contains(port.fields().unit));
@@ -171,7 +172,7 @@ class FeatureGathering {
       if (std::string other = ownerOf(intf, *word); !other.empty()) {
          return text + ": it equals the word of " + other;
       }
-      return text + ": it was not encoded anew since";
+      return text + ": it has not been encoded again since";
    }
 
    // Another key whose features the word carries.

@@ -269,7 +269,7 @@ std::vector<std::string> RequestTruth::overruled() const {
       uint64_t own = requester != Requester::acl      ? Facts::labelBits
                      : facts_.lumen(request_.fapId()) ? Facts::aclBits()
                                                       : ~uint64_t{0};
-      // Every bit that it asks for is there, and its fields have no others.
+      // Sound: every bit that it asks for is there, and its fields have no other bits.
       if (asks != 0 && ((asks & ~policy_) != 0 || (policy_ & own & ~asks) != 0)) {
          told.push_back(std::string(requesterNames[i]) + " asks for " + inWords(asks) +
                         ", but the merged policy has " + inWords(policy_ & (own | asks)) +
