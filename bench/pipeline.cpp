@@ -1,4 +1,4 @@
-// The cost of a request, in time and heap, from the ACL feature's configuration to its status. The
+// The cost of a request, in time and heap, from acl's configuration to its status. The
 // chip answers at once. There are three paths: to the ISEM, to the in-LIFs of sub-interfaces and to
 // those of tunnels. Each is compared with two baselines that do the same table operations and
 // nothing else.
@@ -103,7 +103,7 @@ int main(int argc, char** argv) {
    auto counts = countsUpTo(limit());
    PathRuns runs(counts);
    runs.add<World, IsemPipeline, IsemBaseline>(Path::isem, RequestKind::subInterfaces);
-   runs.add<World, InLifPipeline, InLifBaseline>(Path::inLif, RequestKind::subInterfaces);
+   runs.add<World, InLifPipeline, InLifBaseline>(Path::mapper, RequestKind::subInterfaces);
    runs.add<World, InLifPipeline, InLifBaseline>(Path::tunnel, RequestKind::tunnels);
    if (!runs.run(argc, argv)) {
       return runs.anyWrong() ? 1 : 0; // a filter excluded some runs

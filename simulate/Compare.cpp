@@ -20,8 +20,8 @@ void Model::compareSharing(Findings& findings, SharingPipeline const& pipeline,
    }
    findings.compare("backlog", model.queued(), read(pipeline.codef->backlogCollection(), asIs));
    findings.compare("retry list", model.retries(), read(common.retryListCollection(), asIs));
-   if (!model.workedUnqueued().empty()) {
-      findings.add("backlog", model.workedUnqueued(), " was worked, and was not queued");
+   if (!model.processedUnqueued().empty()) {
+      findings.add("backlog", model.processedUnqueued(), " was processed, and was not queued");
    }
    if (common.notARealDelete()) {
       findings.add("no real delete", "the flag stands outside a slice");
@@ -94,7 +94,7 @@ void Model::compareFeatures(Findings& findings, FeaturePipeline const& pipeline)
                     read(pipeline.inLifIntfCfg->requestCollection(), aggregate));
    findings.compare("features handled", features.handled(),
                     read(pipeline.inLifIntfStatus->responseCollection(), aggregate));
-   findings.compare("features of ports", words.spread(),
+   findings.compare("features of ports", words.expanded(),
                     read(pipeline.inLifIntfCfgLagExp->requestCollection(), aggregate));
    std::map<InLifFeatureKey, InLifFeatureResponse> answers;
    for (auto const& [key, given] : features.answers()) {

@@ -46,7 +46,7 @@ class Facts {
    static AradSemPayload payload(TcamSharingPolicyId policy);
    // What a sub-interface or tunnel carries of a policy.
    static uint64_t lowBits(TcamSharingPolicyId policy) { return policy.value() % 1024; }
-   // The fields that the acl feature owns on a unit with the lumen lookup.
+   // The fields that acl owns on a unit with the lumen lookup.
    static uint64_t aclBits();
    static constexpr uint64_t labelBits = 0x7fULL << 17;
 

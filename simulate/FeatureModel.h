@@ -44,14 +44,15 @@ class FeatureModel {
    explicit FeatureModel(Context& context);
    ~FeatureModel();
 
-   // A directory came, was replaced or went (null, also for an entry of another type).
+   // A directory was added, replaced or removed. It is null if it was removed, or if the entry is
+   // of another type.
    void directoryChanged(Orv::Name const& name, Orv::Ptr<InLifFeatureRequestDir> directory);
    void requestChanged(Orv::Name const& name, InLifFeatureKey key);
    void keyVersionChanged();
-   // The machine was built again; all of them, on empty tables.
+   // The machine was built again. allRestart(): all machines were, on empty tables.
    void machineRestarts(Machine machine);
    void allRestart();
-   // A key was handled: its status follows what is asked, and so do its answers.
+   // A key was handled: its status becomes what is asked for, and its answers follow from that.
    void respond(InLifIntfKey key);
 
    WordModel& words() { return *words_; }

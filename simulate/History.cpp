@@ -20,7 +20,7 @@ struct Rule {
 std::vector<Rule> const& grammar() {
    static std::vector<Rule> const rules{
        {20, "request", {"request {ask}"}},
-       {9, "withdraw", {"withdraw {asker}"}},
+       {9, "withdraw", {"withdraw {requested}"}},
        {5, "encapsulation", {"encapsulation {sub} {tags}"}},
        {3,
         "dynamic-encapsulation",
@@ -85,15 +85,15 @@ std::vector<Rule> const& grammar() {
 
        {0, "own", {"own", "own", "own", "own", "own", "own", "own", "own", "{unit}"}},
        {0,
-        "asker",
-        {"acl {requester} {own}", "acl {requester} {own}", "acl {requester} {own}", "acl {flooded}",
-         "lumen {requester} {own}", "rampart {requester} {own}"}},
+        "requested",
+        {"acl {target} {own}", "acl {target} {own}", "acl {target} {own}", "acl {flooded}",
+         "lumen {target} {own}", "rampart {target} {own}"}},
        {0,
         "ask",
-        {"acl {requester} {own} {policy}", "acl {requester} {own} {policy}",
-         "acl {requester} {own} {policy}", "acl {requester} {own} {policy}",
-         "acl {requester} {own} {policy}", "acl {flooded} {policy}",
-         "lumen {requester} {own} {label}", "rampart {requester} {own} {label}"}},
+        {"acl {target} {own} {policy}", "acl {target} {own} {policy}",
+         "acl {target} {own} {policy}", "acl {target} {own} {policy}",
+         "acl {target} {own} {policy}", "acl {flooded} {policy}", "lumen {target} {own} {label}",
+         "rampart {target} {own} {label}"}},
        {0, "flooded", {"{routed}-L3Flood {own} flood 200", "{routed}-L3Flood {own} flood 201"}},
        // Few values, so that policies meet; now and then the largest that the field holds.
        {0, "few", {"1", "2", "1", "2", "1", "2", "1", "2", "1", "2", "31"}},
@@ -183,7 +183,7 @@ void History::chooseOn(Inventory const& inventory, uint32_t unit) {
    add(names("unit"), {std::to_string(unit)});
    add(names("lag"), lags);
    add(names("routed"), some(namesOf(inventory.routedPorts, here), 1));
-   add(names("requester"), some(namesOf(inventory.tunnels, here), 1));
+   add(names("target"), some(namesOf(inventory.tunnels, here), 1));
    Names vlans = some(namesOf(inventory.vlanInterfaces, here), 2);
    add(names("carrier"), vlans);
    for (auto const& each : inventory.vlanInterfaces) {
@@ -191,7 +191,7 @@ void History::chooseOn(Inventory const& inventory, uint32_t unit) {
          names("vlan").push_back(std::to_string(each.vlanId));
       }
    }
-   add(names("requester"), some(vlans, 1));
+   add(names("target"), some(vlans, 1));
    for (auto const& lag : inventory.portChannels) {
       if (!lags.empty() && lag.name == lags.front()) {
          add(names("port"), lag.members);
@@ -215,9 +215,9 @@ void History::chooseInterfaces(Inventory const& inventory) {
    for (char const* list : {"port", "lag", "sub"}) {
       add(names("carrier"), names(list));
    }
-   add(names("requester"), names("routed"));
+   add(names("target"), names("routed"));
    for (int i = 0; i < 2; ++i) { // sharers come from here, so they weigh more
-      add(names("requester"), names("sub"));
+      add(names("target"), names("sub"));
    }
    for (auto const& port : inventory.ports) {
       if (std::find(ports.begin(), ports.end(), port.name) != ports.end()) {
@@ -229,7 +229,7 @@ void History::chooseInterfaces(Inventory const& inventory) {
    names("tag") = {"10", std::to_string(11 + below(3))};
    // What the inventory does not have is drawn all the same, and refused.
    for (char const* list :
-        {"port", "lag", "sub", "routed", "requester", "carrier", "vlan", "domain"}) {
+        {"port", "lag", "sub", "routed", "target", "carrier", "vlan", "domain"}) {
       if (names(list).empty()) {
          names(list).emplace_back("none");
       }

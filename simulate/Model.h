@@ -1,5 +1,5 @@
-// What every table of the library should hold, by the rules alone. See SharingModel on how it is
-// kept; Recorder feeds it, compare() holds the tables against it.
+// What every table of the library should hold, by the rules alone. SharingModel says how it is
+// kept. Recorder feeds it, and compare() compares the tables with it.
 #pragma once
 
 #include "agent/host/AgentHost.h"

@@ -8,11 +8,11 @@ Orderly::Orderly(Inventory const& inventory, uint64_t seed, uint64_t steps)
     : random_(seed), steps_(steps) {
    choose(inventory);
    then("feature-directory red add");
-   for (Target const& requester : targets_) {
-      if (requester.subIntf) {
-         then("encapsulation " + requester.intf + " " + std::to_string(++tag_));
-      } else if (requester.routed) {
-         then("internal-vlan " + requester.intf + " " + std::to_string(++tag_));
+   for (Target const& target : targets_) {
+      if (target.subIntf) {
+         then("encapsulation " + target.intf + " " + std::to_string(++tag_));
+      } else if (target.routed) {
+         then("internal-vlan " + target.intf + " " + std::to_string(++tag_));
       }
    }
    then("settle");
@@ -101,7 +101,7 @@ std::optional<std::string> Orderly::next() {
 }
 
 void Orderly::change() {
-   Target const& requester = targets_[below(targets_.size())];
+   Target const& target = targets_[below(targets_.size())];
    switch (below(12)) {
    case 0:
       then("chip restart");
@@ -116,7 +116,7 @@ void Orderly::change() {
    }
    case 2:
    case 3:
-      changeTags(requester);
+      changeTags(target);
       break;
    case 4:
    case 5:
@@ -124,13 +124,13 @@ void Orderly::change() {
       changeFeature();
       break;
    default:
-      changeRequest(requester);
+      changeRequest(target);
    }
 }
 
-void Orderly::changeRequest(Target const& requester) {
-   std::string request = "acl " + requester.intf + " own";
-   if (off_.contains(requester.intf)) {
+void Orderly::changeRequest(Target const& target) {
+   std::string request = "acl " + target.intf + " own";
+   if (off_.contains(target.intf)) {
       return; // a change would program it
    }
    if (requests_.contains(request) && below(3) == 0) {
@@ -154,18 +154,18 @@ void Orderly::changeRequest(Target const& requester) {
    }
 }
 
-void Orderly::changeTags(Target const& requester) {
-   if (requester.routed) {
-      thenSettle("internal-vlan " + requester.intf + " " + std::to_string(++tag_));
-   } else if (!requester.subIntf) {
+void Orderly::changeTags(Target const& target) {
+   if (target.routed) {
+      thenSettle("internal-vlan " + target.intf + " " + std::to_string(++tag_));
+   } else if (!target.subIntf) {
       return;
-   } else if (off_.erase(requester.intf) != 0) {
-      thenSettle("program-in-hw " + requester.intf + " on");
+   } else if (off_.erase(target.intf) != 0) {
+      thenSettle("program-in-hw " + target.intf + " on");
    } else if (below(2) == 0) {
-      off_.insert(requester.intf);
-      thenSettle("program-in-hw " + requester.intf + " off");
+      off_.insert(target.intf);
+      thenSettle("program-in-hw " + target.intf + " off");
    } else {
-      thenSettle("encapsulation " + requester.intf + " " + std::to_string(++tag_));
+      thenSettle("encapsulation " + target.intf + " " + std::to_string(++tag_));
    }
 }
 

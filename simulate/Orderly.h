@@ -36,8 +36,8 @@ class Orderly {
    void thenSettle(std::string command);
    void choose(Inventory const& inventory);
    void change();
-   void changeRequest(Target const& requester);
-   void changeTags(Target const& requester);
+   void changeRequest(Target const& target);
+   void changeTags(Target const& target);
    void changeFeature();
    void end();
 

@@ -39,7 +39,7 @@ void Recorder::watchBacklog(SharingPipeline& pipeline) {
    auto watcher = std::make_unique<Watcher<TcamSharingRequest>>(
        [this, &pipeline](TcamSharingRequest const& request) {
           if (!pipeline.codef->backlog(request)) {
-             modelOf(&pipeline).worked(request);
+             modelOf(&pipeline).processed(request);
           }
        });
    pipeline.codef->backlogCollection().watch(*watcher);

@@ -139,11 +139,11 @@ void SharingModel::answer(TcamSharingRequest request, std::optional<TcamSharingR
 
 // --- intake ----------------------------------------------------------------------------------
 
-void SharingModel::worked(TcamSharingRequest request) {
+void SharingModel::processed(TcamSharingRequest request) {
    if (queued_.erase(request) == 0) {
       std::ostringstream text;
       text << request;
-      workedUnqueued_ = text.str();
+      processedUnqueued_ = text.str();
    }
    TcamSharingPolicyId policy = wanted(request);
    TcamSharingPolicyId present = handedOver(request);

@@ -2,7 +2,7 @@
 // the retry list, the output, and the answers with each requester's part of them.
 //
 // Plain maps, moved by events: what requesters ask, what changes in the world, and what the
-// pipeline chose (the request that a slice worked, the retry pass that ran). Reads the world's
+// pipeline chose (the request that a slice processed, the retry pass that ran). Reads the world's
 // entities and nothing of the library.
 #pragma once
 
@@ -39,12 +39,12 @@ class SharingModel {
    // A requester asks for a policy; the empty policy withdraws.
    void asked(Requester requester, TcamSharingRequest request, TcamSharingPolicyId policy);
    // A slice took the request from the backlog.
-   void worked(TcamSharingRequest request);
+   void processed(TcamSharingRequest request);
    // The intake took the entry from the retry list: a retry pass, unless the model took it first.
    void retryTaken(TcamSharingEntry const& entry);
    void programInHwChanged(IntfId subIntf);
    void internalVlanChanged(IntfId intf);
-   // A sub-interface's record of changed tags came, changed or went.
+   // A sub-interface's record of changed tags was added, changed or removed.
    void tagsChanged(IntfId subIntf);
    // A machine is built again on the tables as they are.
    void mergeRestarts();
@@ -58,11 +58,11 @@ class SharingModel {
    }
    std::map<TcamSharingRequest, bool> const& queued() const { return queued_; }
    std::map<TcamSharingEntry, bool> const& retries() const { return retries_; }
-   // A request that a slice worked and that was not queued; empty: none.
-   std::string const& workedUnqueued() const { return workedUnqueued_; }
+   // A request that a slice processed and that was not queued; empty: none.
+   std::string const& processedUnqueued() const { return processedUnqueued_; }
 
  protected:
-   // The programming machine is handed a request of the output; the empty policy: taken out.
+   // The programming machine gets a request from the output. The empty policy: it was taken out.
    virtual void program(TcamSharingRequest request, TcamSharingPolicyId policy) = 0;
    // The requests of an interface that the machine recorded as programmed.
    virtual std::vector<TcamSharingRequest> programmed(IntfId intf) const = 0;
@@ -102,7 +102,7 @@ class SharingModel {
    uint64_t places_ = 0;
    Responses responses_;
    std::array<Responses, kRequesters> parts_;
-   std::string workedUnqueued_;
+   std::string processedUnqueued_;
 };
 
 } // namespace Simulate

@@ -33,7 +33,8 @@ class SimulateError : public std::runtime_error {
 // a command of `first` that is refused.
 int simulate(Inventory const& inventory, SimulateOptions const& options, std::ostream& out);
 
-// Carries out the scenario's lines as a history; 0, or 1 when a check failed, which it prints.
+// Carries out the lines of the scenario as a history. Returns 0, or 1 if a check failed, and prints
+// that check.
 // Throws SimulateError when the file cannot be read or a command is refused.
 int replay(Inventory const& inventory, SimulateOptions const& options, std::ostream& out);
 

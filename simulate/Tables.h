@@ -9,7 +9,7 @@
 
 namespace Simulate {
 
-// A table of the library in the model's terms.
+// A table of the library as a map; `value` converts each member to the model's type.
 template<class Collection, class Read>
 auto read(Collection const& collection, Read value) {
    using Member = std::remove_cvref_t<decltype(*collection.walk().begin())>;

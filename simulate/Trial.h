@@ -1,5 +1,5 @@
-// One history on a fresh agent, in a process of its own: whatever becomes of the agent there, it is
-// told here.
+// One history on a fresh agent, in a process of its own. Reports the outcome even if the agent
+// crashes there.
 #pragma once
 
 #include "agent/host/AgentHost.h"
@@ -34,7 +34,7 @@ class Trial {
 
    // Starts the process; `source` is asked there.
    Trial(Inventory const& inventory, Source const& source, Prepare const& prepare);
-   // Waits for its end. Once.
+   // Waits for the end of the process. May be called once.
    TrialOutcome outcome();
 
  private:

@@ -20,7 +20,7 @@ class Watcher : public Orv::Reactor<Key...> {
    std::function<void(Key const&...)> handler_;
 };
 
-// The watchers of one owner, which go with it.
+// The watchers of one owner. They end with it.
 class Watchers {
  public:
    template<class Key, class Collection>

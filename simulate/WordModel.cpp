@@ -82,24 +82,24 @@ void WordModel::handlePortKey(InLifIntfKey key, bool present) {
 void WordModel::write(InLifIntfKey key, IntfId port) {
    auto const& features = features_.asked().at(key).features;
    portWords_[port] = featureWord(key.tcamId(), features);
-   Aggregate& expanded = spread_[on(port, key.tcamId())];
+   Aggregate& expanded = expanded_[on(port, key.tcamId())];
    expanded.features = features;
    ++expanded.version;
-   spreadChanged(on(port, key.tcamId()));
+   expandedChanged(on(port, key.tcamId()));
 }
 
-void WordModel::erase(InLifIntfKey expanded) {
-   if (spread_.erase(expanded) != 0) {
-      spreadChanged(expanded);
+void WordModel::erase(InLifIntfKey key) {
+   if (expanded_.erase(key) != 0) {
+      expandedChanged(key);
    }
 }
 
 // The VLAN's word of a port carries the port's own features, too.
-void WordModel::spreadChanged(InLifIntfKey expanded) {
-   auto has = vlanKey_.find(expanded.intfId());
-   if (has != vlanKey_.end() && has->second.tcamId() == expanded.tcamId()) {
+void WordModel::expandedChanged(InLifIntfKey key) {
+   auto has = vlanKey_.find(key.intfId());
+   if (has != vlanKey_.end() && has->second.tcamId() == key.tcamId()) {
       hit("features: a port's features change below a VLAN's"_met);
-      updateVlanWord(expanded.intfId());
+      updateVlanWord(key.intfId());
    }
 }
 
@@ -166,7 +166,7 @@ void WordModel::dropUncovered() {
        0) {
       hit("features: a word that nobody asks for goes"_met);
    }
-   for (auto const& [key, features] : std::map(spread_)) {
+   for (auto const& [key, features] : std::map(expanded_)) {
       if (!keys.contains(key)) {
          erase(key);
       }
@@ -181,7 +181,7 @@ void WordModel::portMachineRestarts() {
 
 void WordModel::allRestart() {
    portWords_.clear();
-   spread_.clear();
+   expanded_.clear();
    vlanWords_.clear();
    vlanMachineStarts();
    vlanMachineStarted();
@@ -237,7 +237,7 @@ void WordModel::updateVlanWord(IntfId port) {
       return;
    }
    auto laid = features_.asked().at(key).features;
-   if (auto own = spread_.find(on(port, key.tcamId())); own != spread_.end()) {
+   if (auto own = expanded_.find(on(port, key.tcamId())); own != expanded_.end()) {
       hit("features: a VLAN's word over a port's"_met);
       laid.insert(own->second.features.begin(), own->second.features.end());
    }

@@ -23,8 +23,8 @@ class WordModel {
    void vlanMachineStarted();
    void allRestart();
 
-   // Port-channels' features spread over their members.
-   std::map<InLifIntfKey, Aggregate> const& spread() const { return spread_; }
+   // The expanded configuration: port-channels' features copied to their members.
+   std::map<InLifIntfKey, Aggregate> const& expanded() const { return expanded_; }
    std::map<IntfId, uint64_t> const& ofPorts() const { return portWords_; }
    std::map<IntfId, uint64_t> const& ofVlans() const { return vlanWords_; }
 
@@ -38,10 +38,10 @@ class WordModel {
    void handlePortKey(InLifIntfKey key, bool present);
    void handleVlanKey(InLifIntfKey key, bool present);
    void write(InLifIntfKey key, IntfId port);
-   void erase(InLifIntfKey expanded);
-   // Words and spread features that no key leads to.
+   void erase(InLifIntfKey key);
+   // Words and expanded features that no key leads to.
    void dropUncovered();
-   void spreadChanged(InLifIntfKey expanded);
+   void expandedChanged(InLifIntfKey key);
 
    Vlan vlanNow(IntfId port) const;
    // The VLAN interface's key that a port's word is made from now; the default key: none.
@@ -52,7 +52,7 @@ class WordModel {
    Context& context_;
    FeatureModel& features_;
    std::map<IntfId, uint64_t> portWords_;
-   std::map<InLifIntfKey, Aggregate> spread_;
+   std::map<InLifIntfKey, Aggregate> expanded_;
    std::map<IntfId, uint64_t> vlanWords_;
    std::map<IntfId, InLifIntfKey> vlanKey_; // whose word a port has
    std::map<IntfId, Vlan> vlan_;

@@ -1,10 +1,10 @@
 // Aggregates the requests of one request directory into the shared in-LIF configuration.
 //
 // Reads one InLifFeatureRequestDir and writes InLifIntfConfig, which the machines of other
-// directories write too. An aggregate exists while it has a feature. The requester of a feature is
+// directories write too. An aggregate exists while it has a feature. The directory of a feature is
 // not recorded: the last value written wins, and a withdrawal removes the feature even if another
-// directory still requests it. So requesters are expected to use disjoint feature types. The end of
-// a machine does not withdraw its requests. Event thread only.
+// directory still requests it. So directories are expected to use disjoint feature types. The end
+// of a machine does not withdraw its requests. Event thread only.
 #pragma once
 
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureRequestDir.h"

@@ -1,4 +1,4 @@
-// The requests of one requester.
+// The in-LIF feature requests of one component of the switch.
 #pragma once
 
 #include "platform/Orv/Entity.h"
@@ -13,7 +13,7 @@ struct InLifFeatureRequest {
    ORV_VALUE(InLifFeatureRequest, "Hardware::ShoalTunnel::InLifFeatureRequest", key, value)
 };
 
-// Written by the requester, which enters it in the input directory under its name.
+// Written by that component, which enters it in the input directory under its name.
 class TCAM_SHARING_EXPORT InLifFeatureRequestDir : public Orv::Entity {
    ORV_ENTITY(InLifFeatureRequestDir, "Hardware::ShoalTunnel::InLifFeatureRequestDir")
 

@@ -1,4 +1,4 @@
-// Feature key -> response, for the requesters.
+// Feature key -> response, for those who request the features.
 #pragma once
 
 #include "platform/Orv/Entity.h"

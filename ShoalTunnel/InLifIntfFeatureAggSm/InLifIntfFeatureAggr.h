@@ -1,4 +1,4 @@
-// All features of one in-LIF interface, from all requesters, and the tables of these aggregates.
+// All features of one in-LIF interface, from all directories, and the tables of these aggregates.
 #pragma once
 
 #include "platform/Orv/Entity.h"
@@ -25,7 +25,7 @@ inline Orv::Ptr<InLifIntfFeatureAggr> inLifIntfFeatureAggrFactory(InLifIntfKey k
    return Orv::make<InLifIntfFeatureAggr>(key);
 }
 
-// The requested features. One instance has the requests of all requesters. Another one, the
+// The requested features. One instance has the requests of all directories. Another one, the
 // expanded configuration, has them per physical port: requests of port-channels are copied to their
 // members.
 class TCAM_SHARING_EXPORT InLifIntfConfig : public Orv::Entity {

@@ -36,7 +36,7 @@ InLifFeatureAttributes getInLifFeatureAttr(Orv::Ptr<InLifIntfFeatureAggr const> 
       uint16_t offset = place->offset();
       auto mask = static_cast<uint16_t>(place->mask());
       word &= ~shifted(mask, offset);
-      // The value is not masked: requesters have to keep it within the field.
+      // The value is not masked: whoever requests it has to keep it within the field.
       word |= shifted(value, offset);
       if (SHOAL_TRACE_ON(7)) [[unlikely]] {
          auto [data0, data1, eei] = attributesOf(word);

@@ -1,4 +1,4 @@
-// The toggle "DynamicISemData". While it is on, the ACL feature owns the ACL label and the ISEM
+// The toggle "DynamicISemData". While it is on, acl owns the ACL label and the ISEM
 // payload carries it.
 #pragma once
 

@@ -33,7 +33,7 @@ class TCAM_SHARING_EXPORT TcamSharingBaseSm : public Orv::RefCounted {
    // The name of the handler in the traces of its steps.
    static constexpr char const* configHandler = "handleTcamSharingConfig";
 
-   // Handles every request in the table. For the end of a derived constructor.
+   // Handles every request in the table. Derived constructors call it last.
    void doHandleAllRequests();
    // Watches a hardware status table, unless it is null or watched already.
    template<class Reactor, class Status>

@@ -1,7 +1,7 @@
 // Bookkeeping shared between the intake (TcamSharingCodef) and the programming machines.
 //
 // The host makes one TcamSharingSemCommon for the ISEM pipeline and one TcamSharingInLifCommon for
-// the in-LIF pipeline before the machines. They outlive the machines, so a machine that is built
+// the mapper pipeline before the machines. They outlive the machines, so a machine that is built
 // again continues from the state of the one before.
 #pragma once
 

@@ -7,7 +7,7 @@
 namespace Hardware::ShoalTunnel {
 
 // Request -> policy (0 if absent), written by one stage for the next. There is one instance per
-// feature, one merged instance, and one instance per output table.
+// requester, one merged instance, and one instance per output table.
 class TCAM_SHARING_EXPORT TcamSharingConfig : public Orv::Entity {
    ORV_ENTITY(TcamSharingConfig, "Hardware::ShoalTunnel::TcamSharingConfig")
    ORV_COLLECTION(request, TcamSharingRequest, TcamSharingPolicyId, Orv::KeyedByIndex)
@@ -28,7 +28,7 @@ struct TcamSharingResponse {
    ORV_VALUE(TcamSharingResponse, "Hardware::ShoalTunnel::TcamSharingResponse", status, policyId)
 };
 
-// Request -> outcome. There is one merged instance and one instance per feature.
+// Request -> outcome. There is one merged instance and one instance per requester.
 class TCAM_SHARING_EXPORT TcamSharingStatus : public Orv::Entity {
    ORV_ENTITY(TcamSharingStatus, "Hardware::ShoalTunnel::TcamSharingStatus")
    ORV_COLLECTION(response, TcamSharingRequest, TcamSharingResponse, Orv::KeyedByIndex)

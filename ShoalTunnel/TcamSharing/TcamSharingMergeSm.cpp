@@ -10,7 +10,7 @@ namespace {
 
 constexpr uint64_t lumenMask = TcamSharingPolicyId::lumenAclLabelMask;
 
-// The fields that the ACL feature owns on a Lumen unit.
+// The fields that acl owns on a Lumen unit.
 uint64_t aclMask() {
    uint64_t mask = TcamSharingPolicyId::qosPolicyMask | TcamSharingPolicyId::pbrPolicyMask;
    return toggleDynamicISemDataEnabled() ? mask | TcamSharingPolicyId::aclLabelMask : mask;
@@ -99,7 +99,7 @@ void TcamSharingMergeSm::handleTcamSharingShoalAclConfig(TcamSharingRequest cons
    }
    TcamSharingPolicyId policyId = policyOf(tcamSharingShoalAclConfig_, request);
    if (shoalStatus_->fapExtLkupType(request.fapId()) != Shoal::extLkupTypeLumen_) {
-      // The ACL feature owns the whole policy: replace what other features merged earlier.
+      // Acl owns the whole policy: replace what other requesters merged earlier.
       doPublish(request, policyId);
       return;
    }
@@ -144,7 +144,8 @@ void TcamSharingMergeSm::doPublish(TcamSharingRequest const& request,
    }
 }
 
-// The Rampart status stays empty: the Lumen status has the outcome of the label for both features.
+// The Rampart status stays empty: the Lumen status has the outcome of the label for both
+// requesters.
 void TcamSharingMergeSm::handleTcamSharingStatus(TcamSharingRequest const& request) {
    SHOAL_TRACE_ENTRY(__func__, request);
    if (!initialized_) {

@@ -1,12 +1,12 @@
-// Merges the requests of the three features into one table and splits the merged responses.
+// Merges the requests of the three requesters into one table and splits the merged responses.
 //
-// Each feature owns bit fields of the policy. A merge overwrites the fields of that feature in the
-// merged policy and keeps the others. A merged request exists exactly while a bit of its policy is
-// set. On units without the Lumen look-up the ACL feature owns the whole policy.
+// Each requester owns bit fields of the policy. A merge overwrites the fields of that requester in
+// the merged policy and keeps the others. A merged request exists exactly while a bit of its policy
+// is set. On units without the Lumen look-up acl owns the whole policy.
 //
-// Reads the three feature configurations and the merged status; writes the merged configuration and
-// the feature statuses. Does nothing until the owner has mounted everything that the machine reads
-// and calls handleInitialized(). A null configuration reads as empty. Event thread only.
+// Reads the three requester configurations and the merged status; writes the merged configuration
+// and the requester statuses. Does nothing until the owner has mounted everything that the machine
+// reads and calls handleInitialized(). A null configuration reads as empty. Event thread only.
 #pragma once
 
 #include "platform/Hardware/Shoal/Status.h"
@@ -26,7 +26,7 @@ class TCAM_SHARING_EXPORT TcamSharingMergeSm : public Orv::RefCounted {
                       Orv::Ptr<TcamSharingStatus const> tcamSharingMergedStatus,
                       Orv::Ptr<Shoal::Status const> shoalStatus);
 
-   // Starts the machine: clears the feature statuses and merges every request. The merged
+   // Starts the machine: clears the requester statuses and merges every request. The merged
    // configuration is not cleared and merged responses are not replayed.
    void handleInitialized();
    bool initialized() const { return initialized_; }

@@ -57,7 +57,7 @@ class ChipFaults {
    bool suffers(Fault fault, ChipTableKind table, FapId unit);
    uint64_t suffered(Fault fault) const { return suffered_[static_cast<std::size_t>(fault)]; }
 
-   // One fault in force, as people read it.
+   // One fault in force.
    struct Setting {
       Fault fault;
       FaultScope scope;

@@ -77,7 +77,7 @@ std::string describeLabels(AgentHost const& host, Orv::Failure const&) {
    }
    return labelled.empty()
               ? ""
-              : fmt::format("the acl feature asks with lumen= for {}, and a unit with the lumen "
+              : fmt::format("acl asks with lumen= for {}, and a unit with the lumen "
                             "lookup leaves that field to others; ask again without lumen= first",
                             formatRequests(labelled, " and "));
 }

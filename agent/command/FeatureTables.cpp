@@ -57,8 +57,8 @@ Table aggregates(AgentHost const& host) {
    return table;
 }
 
-Table spread(AgentHost const& host) {
-   Table table{"spread", {"port", "TCAM", "features"}, {}};
+Table expanded(AgentHost const& host) {
+   Table table{"expanded", {"port", "TCAM", "features"}, {}};
    for (auto const& [key, aggregate] : host.inLifFeatures().inLifIntfCfgLagExp->requestIter()) {
       table.add(joined(keyCells(host, key), {formatFeatures(*aggregate)}));
    }
@@ -112,7 +112,7 @@ void addFeatureTables(std::vector<NamedTable>& tables) {
                  {{"features", "in-LIF features asked for, and their answers", features},
                   {"feature-responses", "every in-LIF feature response there is", featureResponses},
                   {"aggregates", "features per interface and TCAM, and versions", aggregates},
-                  {"spread", "features spread over physical ports", spread},
+                  {"expanded", "the expanded configuration: features per physical port", expanded},
                   {"words", "the default word of each port, and its two sides", words},
                   {"sub-interface-words", "the word of each sub-interface", subIntfWords},
                   {"tcam-layouts", "where each TCAM keeps each feature", layouts},

@@ -53,7 +53,7 @@ std::string formatLookup(Hardware::Shoal::ExtLkupType type) {
 
 Requester parseRequester(Arguments& arguments) {
    return static_cast<Requester>(
-       arguments.parseChoice("FEATURE", {requesterNames.begin(), requesterNames.end()}));
+       arguments.parseChoice("REQUESTER", {requesterNames.begin(), requesterNames.end()}));
 }
 
 namespace {

@@ -20,12 +20,12 @@ std::string formatLookup(Hardware::Shoal::ExtLkupType type);
 Requester parseRequester(Arguments& arguments);
 // What INTERFACE UNIT [flood VLAN] names; INTERFACE may be a pattern and UNIT "own".
 enum class Naming {
-   interfaces,         // interfaces on their units, to ask for something
-   patternsOfRequests, // the same; a pattern also names the requests that exist, wherever they are
-   requests            // the same; "own" does so for a single interface, too
+   interfaces,         // interfaces on their units, for new requests
+   patternsOfRequests, // also existing requests, if INTERFACE is a pattern
+   requests            // also existing requests, if INTERFACE is a pattern or UNIT is "own"
 };
-// CommandError with the reason for whatever the inventory cannot serve; for a pattern that names
-// requests it is no error when interfaces have none. May be empty then only.
+// Throws CommandError with the reason for what the inventory cannot serve. With Naming::requests a
+// pattern skips interfaces without a unit or internal VLAN; only then may the result be empty.
 std::vector<TcamSharingRequest> parseRequests(AgentHost const& host, Arguments& arguments,
                                               Naming naming = Naming::patternsOfRequests);
 // The same for one request.

@@ -14,20 +14,19 @@ void checkPolicy(World const& world, Requester requester, TcamSharingRequest req
    bool lumenUnit = world.shoalStatus->fapExtLkupType(request.fapId()) == extLkupTypeLumen_;
    if (requester == Requester::acl) {
       if (lumenUnit && policy.lumenAclLabel() != 0) {
-         throw CommandError("unit {} has the lumen lookup, where the acl feature cannot ask for "
-                            "the lumen label",
-                            unit);
+         throw CommandError(
+             "unit {} has the lumen lookup, where acl cannot ask for the lumen label", unit);
       }
       return;
    }
    std::string_view name = requesterName(requester);
    if (!lumenUnit) {
-      throw CommandError("unit {} has no lumen lookup, so the {} feature cannot ask there (unit "
-                         "UNIT lookup lumen)",
-                         unit, name);
+      throw CommandError(
+          "unit {} has no lumen lookup, so {} cannot ask there (unit UNIT lookup lumen)", unit,
+          name);
    }
    if (policy.qosPolicy() != 0 || policy.pbrPolicy() != 0) {
-      throw CommandError("the {} feature asks for lumen= only, not for qos= or pbr=", name);
+      throw CommandError("{} asks for lumen= only, not for qos= or pbr=", name);
    }
 }
 
@@ -61,7 +60,7 @@ void withdraw(AgentHost& host, Arguments& arguments, std::ostream&) {
    // A pattern names what is there; a single name that asks for nothing is a slip.
    std::erase_if(requests, [&](TcamSharingRequest each) { return !config->requestHas(each); });
    if (requests.empty()) {
-      throw CommandError("the {} feature asks for nothing there", requesterName(requester));
+      throw CommandError("{} asks for nothing there", requesterName(requester));
    }
    for (TcamSharingRequest each : requests) {
       config->requestDel(each);
@@ -74,9 +73,9 @@ std::span<Command const> requestCommands() {
    using enum Effect;
    static constexpr Command table[] = {
        {"request", "acl|lumen|rampart INTERFACE UNIT|own [flood VLAN] POLICY",
-        "a feature asks for a policy", change, request},
+        "a requester asks for a policy", change, request},
        {"withdraw", "acl|lumen|rampart INTERFACE UNIT|own [flood VLAN]",
-        "the feature asks for it no longer", change, withdraw},
+        "the requester asks for it no longer", change, withdraw},
    };
    return table;
 }

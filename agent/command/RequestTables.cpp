@@ -1,4 +1,4 @@
-// What features ask for, and how far the pipelines are with it.
+// What requesters ask for, and how far the pipelines are with it.
 #include "agent/command/Tables.h"
 #include "host/insight/Situation.h"
 
@@ -94,7 +94,7 @@ char const* formatPart(RequesterPart::InHardware inHardware) {
 
 Table requestTable(AgentHost const& host) {
    Table table{"requests",
-               {"feature", "interface", "unit", "flood", "policy", "status", "answered policy",
+               {"requester", "interface", "unit", "flood", "policy", "status", "answered policy",
                 "in hardware"},
                {}};
    Situations situations(host);
@@ -113,8 +113,8 @@ Table requestTable(AgentHost const& host) {
 
 Table summaryTable(AgentHost const& host) {
    Table table{"summary",
-               {"feature", "requests", "in hardware", "success", "success for older", "in-progress",
-                "failed", "none"},
+               {"requester", "requests", "in hardware", "success", "success for older",
+                "in-progress", "failed", "none"},
                {}};
    Situations situations(host);
    for (Requester requester : requesters) {
@@ -137,8 +137,8 @@ Table summaryTable(AgentHost const& host) {
 
 void addRequestTables(std::vector<NamedTable>& tables) {
    tables.insert(tables.end(),
-                 {{"requests", "what each feature asked for and was answered", requestTable},
-                  {"summary", "requests of each feature by place and status", summaryTable},
+                 {{"requests", "what each requester asked for and was answered", requestTable},
+                  {"summary", "requests of each requester by place and status", summaryTable},
                   {"merged", "the merged requests", merged},
                   {"output", "the requests handed to each programming machine", output},
                   {"responses", "the merged responses", responses},

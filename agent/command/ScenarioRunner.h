@@ -24,7 +24,7 @@ class ScenarioRunner {
    ScenarioRunner(AgentHost& host, std::ostream& out, std::ostream& errors, RunOptions options)
        : host_(host), out_(out), errors_(errors), options_(options) {}
 
-   // 0, or 1 after an error or an expectation that did not hold.
+   // Returns 0, or 1 after an error or an expectation that did not hold.
    int run(std::istream& in, std::string const& name);
    // One command; false after an error.
    bool runLine(std::string const& line, std::string const& name, std::size_t number);

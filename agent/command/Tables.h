@@ -29,9 +29,9 @@ std::vector<std::string> requestColumns(std::vector<std::string> const& more);
 std::vector<Json> requestCells(TcamSharingRequest request);
 std::vector<Json> joined(std::vector<Json> row, std::vector<Json> const& more);
 
-// What each feature asked for and was answered, one row per feature and request.
+// What each requester asked for and was answered, one row per requester and request.
 Table requestTable(AgentHost const& host);
-// How many requests of each feature have which status.
+// How many requests of each requester have which status.
 Table summaryTable(AgentHost const& host);
 
 } // namespace Agent

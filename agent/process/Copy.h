@@ -31,7 +31,8 @@ class Copy {
       bool signalled = false;
       int code = 0; // the signal, else the exit code
    };
-   // Hands over each report as it arrives, in blocks of any size, until the copy has ended. Once.
+   // Passes each report to `take` as it arrives, in blocks of any size, until the copy has ended.
+   // May be called once.
    Ending collect(std::function<void(std::string_view)> const& take);
 
    // In a copy: ends it at once, from anywhere. Buffers are not flushed, as they are the parent's

@@ -1,4 +1,4 @@
-// Common part of the baselines: features, merge, intake and the look-ups in the switch.
+// Common part of the baselines: requesters, merge, intake and the look-ups in the switch.
 //
 // A baseline does the table operations of a pipeline in the same order in straight-line code,
 // without entities, reactors, timers or traces. The derived class `Back` gives the output table of
@@ -55,7 +55,7 @@ class BaselineFront {
       }
    }
 
-   // Whether the feature's status reports success for `policy`, or nothing if it is 0.
+   // Whether acl's status reports success for `policy`, or nothing if it is 0.
    bool isAnswered(std::size_t which, uint64_t policy) const {
       return aclStatus_.get(requestOf(which)) ==
              (policy == 0 ? Response() : Response{success, policy});

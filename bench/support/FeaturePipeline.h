@@ -19,7 +19,7 @@ class FeaturePipeline {
  public:
    explicit FeaturePipeline(FeatureWorld const& world) : world_(world) {
       for (std::size_t number = 0; number < FeatureWorld::directories; ++number) {
-         std::string name = "requester" + std::to_string(number);
+         std::string name = "directory" + std::to_string(number);
          directories_.push_back(Orv::make<InLifFeatureRequestDir>(name));
          input_->entryIs(name, directories_.back());
       }
@@ -86,7 +86,7 @@ class FeaturePipeline {
    void tcamKeyVersionInc() { shoal_->tcamKeyVersionIs(shoal_->tcamKeyVersion() + 1); }
 
    void portOnTcam(IntfId port, uint16_t tcam) { shoal_->sysTcamIdIs(port, SystemTcamId(tcam)); }
-   // In the order of every writer of the mapping: the port's own entry first.
+   // In the order that every writer of the mapping keeps: the port's own entry first.
    void join(IntfId lag, IntfId port) {
       mapping_->phyIntfLagIs(port, lag);
       mapping_->lagPhyIntfConfigIs(lag)->phyIntfIs(port);

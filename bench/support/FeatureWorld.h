@@ -11,7 +11,7 @@ namespace Bench {
 enum class FeatureRequestKind { subInterfaces, ports, allTypes };
 
 struct FeatureWorld {
-   // Each requester has its own types.
+   // Each directory has its own types.
    static constexpr std::size_t directories = 4;
    static constexpr unsigned types = Hardware::ShoalTunnel::inLifFeatureTypes.size();
    // A feature's field in the word.

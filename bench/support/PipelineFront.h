@@ -1,5 +1,5 @@
 // Common part of the library's sharing pipelines: the switch that they read, the tables of the
-// features, the merge and the intake.
+// requesters, the merge and the intake.
 #pragma once
 
 #include "bench/support/World.h"
@@ -65,7 +65,7 @@ class PipelineFront {
    uint32_t slice() { return codef_->processBacklog(Orv::System::currentTime()); }
    TcamSharingCodef& codef() { return *codef_; }
 
-   // Whether the feature's status reports success for `policy`, or nothing if it is 0.
+   // Whether acl's status reports success for `policy`, or nothing if it is 0.
    bool isAnswered(std::size_t which, uint64_t policy) const {
       return aclStatus_->response(requestOf(which)) ==
              (policy == 0 ? TcamSharingResponse()

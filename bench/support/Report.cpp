@@ -6,7 +6,7 @@
 namespace Bench {
 
 char const* nameOf(Path path) {
-   constexpr char const* names[] = {"isem",          "inlif",       "tunnel", "subintf-features",
+   constexpr char const* names[] = {"isem",          "mapper",      "tunnel", "subintf-features",
                                     "port-features", "all-features"};
    return names[static_cast<int>(path)];
 }

@@ -8,7 +8,7 @@
 
 namespace Bench {
 
-enum class Path { isem, inLif, tunnel, subIntfFeatures, portFeatures, allFeatures };
+enum class Path { isem, mapper, tunnel, subIntfFeatures, portFeatures, allFeatures };
 char const* nameOf(Path path);
 
 enum class Variant { pipeline, standard, platform };

@@ -122,7 +122,7 @@ ResponseCause Chronicle::causeNow(TcamSharingRequest request) const {
    }
    bool restarting =
        chip_.isem().restarting() || chip_.mapper().restarting() || chip_.tunnels().restarting();
-   return ResponseCause{restarting ? Kind::restarted : Kind::worked, std::nullopt, {}};
+   return ResponseCause{restarting ? Kind::restarted : Kind::processed, std::nullopt, {}};
 }
 
 void Chronicle::change(EntryKey const& key, EntryChange::Kind kind,

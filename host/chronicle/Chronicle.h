@@ -16,8 +16,8 @@ namespace ShoalHost {
 
 // What gave a request its present response.
 struct ResponseCause {
-   enum class Kind { worked, answered, restarted };
-   Kind kind = Kind::worked; // in a slice; by an answer of the chip; when the chip restarted
+   enum class Kind { processed, answered, restarted };
+   Kind kind = Kind::processed; // in a slice; by an answer of the chip; by its restart
    // The answer. Of several that count together: of a failure one that failed, else the last.
    std::optional<EntryKey> key;
    EntryMemory::Event answer{};
@@ -69,7 +69,7 @@ class Chronicle {
    std::optional<TcamSharingRequest> writerOf(AradSemKeyAndFap key) const;
    std::optional<TcamSharingRequest> writerOf(VlanTagToVsiMapperKey key) const;
    std::optional<TcamSharingRequest> writerOf(TunnelPolicyMapperKey key) const;
-   // The owner made the entry: it has another logical interface than the one known so far.
+   // Whether the owner made the entry: its logical interface differs from the one known so far.
    bool isMade(VlanTagToVsiMapperKey key) const;
    void handleIsemConfig(AradSemKeyAndFap const& key);
    void handleMapperConfig(VlanTagToVsiMapperKey const& key);

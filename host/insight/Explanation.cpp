@@ -76,8 +76,8 @@ class FactList {
 
    std::string formatCause(ResponseCause const& cause) const {
       switch (cause.kind) {
-      case ResponseCause::Kind::worked:
-         return ", when it was worked";
+      case ResponseCause::Kind::processed:
+         return ", when it was processed";
       case ResponseCause::Kind::answered:
          return formatted(", by the chip's answer for {} ({}){}", formatKey(*cause.key),
                           outcomeName(cause.answer.outcome), forOther(cause.answer.writer));

@@ -20,7 +20,7 @@ struct Explanation {
 Explanation explain(Situation const& situation, Host const& host);
 Explanation explain(Host const& host, TcamSharingRequest request);
 
-// Every request that a feature asks for or that has a response, in order of first use.
+// Every request that a requester asks for or that has a response, in order of first use.
 std::vector<TcamSharingRequest> knownRequests(Host const& host);
 
 } // namespace ShoalHost

@@ -60,7 +60,7 @@ class FeatureGathering {
    }
 
  private:
-   // As the library spreads a key: over ports of the key's TCAM, a single port wherever it is.
+   // As the library expands a key: to the ports of the key's TCAM, a single port wherever it is.
    void reach() {
       std::string tcam = host_.world().tcamName(tcam_);
       bool isSubIntf = SubIntfId::isSubIntfId(intf_);
@@ -109,7 +109,8 @@ class FeatureGathering {
       return units;
    }
 
-   // Of the VLAN interfaces of one number, a port has that of its own unit, else that of none.
+   // Of VLAN interfaces with one number, a port takes that of its own unit, or else that without a
+   // unit.
    bool isNearest(IntfId port, std::set<uint32_t> const& served) const {
       uint32_t unit = intf_.fields().unit;
       return unit == port.fields().unit || (unit == 0 && !served.contains(port.fields().unit));
@@ -170,7 +171,7 @@ class FeatureGathering {
       if (std::string other = ownerOf(intf, *word); !other.empty()) {
          return text + ": it equals the word of " + other;
       }
-      return text + ": it was not encoded anew since";
+      return text + ": it has not been encoded again since";
    }
 
    // Another key whose features the word carries.

@@ -8,7 +8,7 @@
 
 namespace ShoalHost {
 
-// What a routed port without one lacks.
+// What a routed port without an internal VLAN lacks.
 inline constexpr char const* noInternalVlan = "the interface has no internal VLAN";
 
 struct Resolution {
@@ -16,7 +16,7 @@ struct Resolution {
    // not its unit is available. At most one kind: ISEM, mapper (one per port) or tunnel.
    std::vector<EntryKey> keys;
    std::string missing; // in words; empty: it can be programmed
-   bool never = false;  // what is missing does not come while the interface is what it is
+   bool never = false;  // an interface of this kind will never have what is missing
    bool flag = false;   // all that is missing is program-in-hw
 };
 Resolution resolve(Host const& host, TcamSharingRequest request);

@@ -327,7 +327,7 @@ uint64_t carriedBits(EntryKey const& key) {
    return TcamSharingInLifPolicyId::inLifAdditionalDataMask;
 }
 
-// The policies' bits that a feature owns on the unit, as the merge takes them.
+// The bits of a policy that a requester owns on the unit, as the merge takes them.
 uint64_t fieldsOf(Host const& host, Requester requester, FapId unit) {
    if (host.world().shoalStatus->fapExtLkupType(unit) != Hardware::Shoal::extLkupTypeLumen_) {
       return requester == Requester::acl ? UINT64_MAX : 0;

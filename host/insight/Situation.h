@@ -11,7 +11,7 @@ namespace ShoalHost {
 
 using Hardware::ShoalTunnel::TcamSharingResponse;
 
-// An answer of the chip that a write or removal of the request's waits for.
+// An answer of the chip that is expected for a write or removal of the request.
 struct Awaited {
    bool removal = false;
    bool unknown = false;                     // whether and when it comes
@@ -26,19 +26,19 @@ struct EntrySituation {
    std::string name;
    enum class Role {
       current,    // the request leads to it now
-      leftBehind, // it carries the request's, or is recorded for it, and leads nowhere now
-      other       // only an answer of it counts: the one behind the response, or one to come
+      leftBehind, // it carries the policy or is recorded, but the request no longer leads to it
+      other       // only an answer for it matters: one that gave the response, or one to come
    };
    Role role = Role::current;
    std::optional<std::string> configured;    // what the table holds there, in words; none: no entry
    std::optional<std::string> held;          // what the chip holds there
    bool configuredRight = false;             // the table holds the merged policy's part
-   bool carries = false;                     // the chip does
+   bool carries = false;                     // the chip holds it
    std::optional<EntryChange> change;        // of the table
    EntryMemory chip;                         // what the chip did
    std::optional<Awaited> awaited;           // for the request's newest write of this entry
    std::vector<TcamSharingRequest> shared;   // who else leads to it, or is recorded for it
-   std::vector<TcamSharingRequest> recorded; // of those
+   std::vector<TcamSharingRequest> recorded; // of `shared`: those recorded for it
    std::vector<TcamSharingRequest> writes;   // unanswered, oldest first
    std::vector<TcamSharingRequest> removals;
 };
@@ -73,10 +73,10 @@ struct Situation {
       return response.status == Hardware::ShoalTunnel::tcamSharingSuccess &&
              response.policyId == merged;
    }
-   // A feature asks for something here, even if none of it counts.
+   // A requester asks for something here, even if none of it counts.
    bool asked = false;
-   // A feature that asks for what the merged policy does not have: it asks for bits that are not
-   // its own on the unit, or another feature wrote or withdrew them last.
+   // A requester that asks for what the merged policy does not have: it asks for bits that are not
+   // its own on the unit, or another requester wrote or withdrew them last.
    struct Overruled {
       Requester requester;
       TcamSharingPolicyId asks;
@@ -93,7 +93,7 @@ struct Situation {
 
 // The state of one requester's part of a request.
 struct RequesterPart {
-   TcamSharingPolicyId asked; // in the fields that are the feature's on the unit
+   TcamSharingPolicyId asked; // in the fields that the requester owns on the unit
    // What it is told: rampart's label is answered in lumen's status, for both.
    TcamSharingResponse answer;
    enum class InHardware {

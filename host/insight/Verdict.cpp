@@ -56,13 +56,13 @@ std::string Verdict::text() {
 
 void Verdict::sayNotWanted() {
    if (is_.asked) {
-      // A label of 0, say, beside bits that are not its feature's.
-      say("What the features ask for here leaves no policy.");
+      // A label of 0, say, beside bits that the requester does not own.
+      say("What the requesters ask for here leaves no policy.");
    } else if (is_.response.status == tcamSharingNone) {
-      say("No feature asks for a policy here.");
+      say("No requester asks for a policy here.");
    } else {
-      say("No feature asks for a policy here any more, but the response of the last one still "
-          "stands.");
+      say("No requester asks for a policy here any more, but the last response "
+          "still stands.");
    }
    sayWaiting();
    for (EntrySituation const& entry : is_.entries) {
@@ -107,9 +107,8 @@ void Verdict::sayInHardware() {
    if (above == 0) {
       say("In hardware.");
    } else if (carried == 0) {
-      say("Its entry is in hardware, but carries nothing of the policy: {} is beyond the bits of "
-          "an "
-          "entry.",
+      say("Its entry is in hardware, but carries nothing of the policy: {} is beyond the bits "
+          "of an entry.",
           left);
    } else {
       say("In hardware, as far as an entry carries it: {} is beyond the bits of an entry.", left);
@@ -134,7 +133,7 @@ void Verdict::sayHeldInstead() {
 
 std::string Verdict::reason() {
    if (is_.queued) {
-      return "it is not worked yet";
+      return "it has not been processed yet";
    }
    if (is_.output.empty()) {
       return takenOut();
@@ -157,7 +156,7 @@ std::string Verdict::reason() {
    return reasonOf(*wrong);
 }
 
-// What is so now, and would take it out again.
+// Of the reasons that take a request out of the output, those that hold now.
 std::string Verdict::takenOut() {
    World const& world = host_.world();
    IntfId intf = is_.request.intfId();
@@ -205,9 +204,9 @@ std::string Verdict::reasonOf(EntrySituation const& entry) {
    if (change && change->kind == Kind::made) {
       auto const& write = entry.chip.lastWrite;
       bool absent = !entry.held && write && write->outcome == Outcome::full;
-      return formatted("{} was made anew {}, and {}", entry.name, at(change->at),
+      return formatted("{} was made again {}, and {}", entry.name, at(change->at),
                        absent ? "the chip refused it, since the unit was full"
-                              : "carries nothing until the request is worked again");
+                              : "carries nothing until the request is processed again");
    }
    return formatted("{} carries {}{}", entry.name, *entry.configured,
                     by.empty() ? "" : formatted(" for {}, written {}", by, at(change->at)));
@@ -234,9 +233,9 @@ void Verdict::sayWaiting() {
    }
    std::string next = at(is_.pipeline->codef->nextRetry());
    if (!is_.retried.empty() && is_.merged.empty()) {
-      say("The retry list forgets it {}.", next);
+      say("It leaves the retry list {}.", next);
    } else if (!is_.retried.empty() && !is_.queued) {
-      say("It is retried {}{}.", next, is_.resolution.never ? ", to no avail" : "");
+      say("It is retried {}{}.", next, is_.resolution.never ? ", without effect" : "");
    } else if (!is_.queued && !is_.inHardware && !is_.resolution.missing.empty() &&
               !is_.resolution.never && !is_.merged.empty() && !is_.output.empty()) {
       say("Nothing retries it.");

@@ -18,7 +18,7 @@ FeaturePipeline::FeaturePipeline(World& world) : world_(world) {
 }
 
 void FeaturePipeline::build() {
-   // The ports' machine before that of VLANs, which reads the spread configuration: at a port map
+   // The ports' machine before that of VLANs, which reads the expanded configuration: at a port map
    // version it then finds that one done.
    for (Machine machine :
         {Machine::featureRequests, Machine::featureResponses, Machine::mergedWords,

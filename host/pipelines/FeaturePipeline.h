@@ -1,5 +1,5 @@
-// The pipeline of in-LIF features: from the request directories of features to feature words and
-// responses. Beside the sharing pipelines; they have nothing in common but the world.
+// The pipeline of in-LIF features: from the request directories to feature words and responses.
+// Beside the sharing pipelines; they have nothing in common but the world.
 #pragma once
 
 #include "host/pipelines/Observer.h"
@@ -43,7 +43,7 @@ class FeaturePipeline {
    template<class T>
    Orv::Ptr<T> mounted(char const* name) {
       auto entity = Orv::make<T>();
-      world_.corestate.mount(std::string("features/inLif/") + name, entity);
+      world_.corestate.mount(std::string("inLifFeatures/") + name, entity);
       return entity;
    }
 

@@ -6,7 +6,7 @@ using namespace Hardware::ShoalTunnel;
 
 MapperPipeline::MapperPipeline(World& world, Orv::Timers& timers,
                                Orv::Ptr<TcamSharingHelper> const& helper)
-    : SharingPipeline(world, timers, helper, "inlif") {
+    : SharingPipeline(world, timers, helper, "mapper") {
    tagOutput = mounted<TcamSharingConfig>(world, "tcamSharingTagConfigOut");
    tunnelOutput = mounted<TcamSharingConfig>(world, "tcamSharingTunnelConfigOut");
    mapperConfig = world.vtagToVsiConfig;

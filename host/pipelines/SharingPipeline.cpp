@@ -48,7 +48,7 @@ void SharingPipeline::rebuild(Machine machine, Observer* observer) {
          merge->handleInitialized();
       });
    } else if (machine == Machine::intake) {
-      // The agent's settings, which the intake does not keep by itself.
+      // A new intake starts with the defaults, so it gets the settings of the one before.
       Seconds quantum = codef->backlogQuantum();
       Seconds interval = codef->retryTimeInterval();
       rebuildOne(codef, machine, observer, [&] {

@@ -1,4 +1,4 @@
-// What the first pipeline has in common on both chip generations: the requesters' tables of the
+// What the sharing pipelines of both chip generations have in common: the requesters' tables of the
 // generation, the merge, the intake, and the entities between them, mounted in Corestate.
 #pragma once
 
@@ -19,7 +19,7 @@ using Hardware::ShoalTunnel::TcamSharingRequest;
 using Hardware::ShoalTunnel::TcamSharingStatus;
 using Orv::Seconds;
 
-// Who asks for policies: the features of the switch that share TCAM space.
+// Who asks for policies: the parts of the switch that share TCAM space.
 enum class Requester { acl, lumen, rampart };
 inline constexpr std::size_t kRequesters = 3;
 inline constexpr std::array<std::string_view, kRequesters> requesterNames{"acl", "lumen",
@@ -62,7 +62,7 @@ class SharingPipeline {
    // process; does nothing when the pipeline has none of this kind. `observer` may be null.
    virtual void rebuild(Machine machine, Observer* observer);
 
-   std::string const name; // as its folder in Corestate: "isem", "inlif"
+   std::string const name; // as its folder in Corestate: "isem", "mapper"
    SharingTables sharing;
    Orv::Ptr<TcamSharingConfig> merged;
    Orv::Ptr<TcamSharingStatus> mergedStatus;

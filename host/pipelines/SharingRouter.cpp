@@ -26,7 +26,7 @@ struct SharingRouter::Path {
 };
 
 SharingRouter::SharingRouter(World& world, IsemPipeline& isem, MapperPipeline& mapper)
-    : world_(world), isem_(isem), mapper_(mapper), tables_(world, "features"), orvFapType_(this) {
+    : world_(world), isem_(isem), mapper_(mapper), tables_(world, "requesters"), orvFapType_(this) {
    for (Requester requester : requesters) {
       paths_.push_back(std::make_unique<Path>(this, requester));
    }

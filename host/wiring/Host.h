@@ -29,7 +29,7 @@ class Host {
 
    World& world() { return *world_; }
    World const& world() const { return *world_; }
-   // The tables of the first pipeline's requesters, on units of both generations.
+   // The tables of the requesters, on units of both generations.
    SharingTables const& sharing() const { return router_->tables(); }
    IsemPipeline& isem() const { return *isem_; }
    MapperPipeline& mapper() const { return *mapper_; }

@@ -24,7 +24,7 @@ constexpr uint16_t defaultWidth = 5;
 } // namespace
 
 void World::fillFeatures() {
-   // The layouts are the process's; a fresh world starts from its own.
+   // The layouts belong to the process. A new world replaces them with its own.
    auto const& layouts = TcamDbStatusInterface::tcamDbStatusInterface();
    layouts->inLifDataDelAll();
    for (SystemTcamId tcam : tcams()) {

@@ -3,7 +3,7 @@
 //    PagedStorage  for keys with a dense index (Interned.h): an array of pages, no hashing
 //    SlabStorage   for any hashable key: entries in a slab, found through a SlotIndex; it keeps the
 //                  memory of its largest size, since a collection tends to reach it again
-//    SmallStorage  for usually one entry: in place, or in a slab when there are more
+//    SmallStorage  for mostly one entry, which is kept in place; several are kept in a slab
 //
 // A slot number identifies an entry until the entry is released. Entries never move, so links
 // between them (Collection.h) are slot numbers. No operation moves more than one hash segment or

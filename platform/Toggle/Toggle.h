@@ -1,4 +1,4 @@
-// Feature toggles, read from flat JSON files: {"DynamicISemData": false}.
+// Toggles, read from flat JSON files: {"DynamicISemData": false}.
 #pragma once
 
 #include "platform/Orv/Export.h"

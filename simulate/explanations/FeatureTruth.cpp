@@ -180,7 +180,7 @@ class FeatureTruth {
    static std::string unitIn(IntfId intf) {
       return intf.name().substr(0, intf.name().rfind('/') + 1);
    }
-   // A VLAN interface of the port's own unit goes before one of none.
+   // For a port, the VLAN interface of its own unit takes precedence over one without a unit.
    bool isNearest(IntfId port) const {
       std::string name = key_.intfId().name();
       std::string number = name.substr(name.rfind('/') + 1);
@@ -239,8 +239,8 @@ class FeatureTruth {
          return false;
       }
       bool own = getInLifFeatureAttr(pipeline_.inLifIntfCfg->request(key_.intfKey())) == word;
-      return rest ==
-             (own ? "the value of another feature runs into it" : "it was not encoded anew since");
+      return rest == (own ? "the value of another feature runs into it"
+                          : "it has not been encoded again since");
    }
 
    World const& world_;

@@ -77,14 +77,14 @@ bool RequestTruth::isSentence(std::string const& sentence) const {
 
 bool RequestTruth::isWhere(std::string const& sentence) const {
    bool asked = this->asked();
-   if (sentence == "No feature asks for a policy here") {
+   if (sentence == "No requester asks for a policy here") {
       return !asked && policy_ == 0 && response_.status == 0;
    }
-   if (sentence == "No feature asks for a policy here any more, but the response of the last one "
+   if (sentence == "No requester asks for a policy here any more, but the last response "
                    "still stands") {
       return !asked && policy_ == 0 && response_.status != 0;
    }
-   if (sentence == "What the features ask for here leaves no policy") {
+   if (sentence == "What the requesters ask for here leaves no policy") {
       return asked && policy_ == 0;
    }
    if (sentence == "In hardware") {
@@ -172,7 +172,7 @@ bool RequestTruth::isReason(std::string const& reason) const {
    };
    auto const& flags = facts_.world().subIntfStatusDir;
    bool out = pipeline_.output(request_).empty();
-   if (reason == "it is not worked yet") {
+   if (reason == "it has not been processed yet") {
       return queued_;
    }
    static constexpr char const* flagOff = "it was taken out, since program-in-hw is off";
@@ -222,13 +222,13 @@ bool RequestTruth::isReason(std::string const& reason) const {
              witness_.sawLeave(who, (*parts)[1], (*parts)[2]);
    }
    if (auto parts =
-           fit(reason, "% was made anew at % s, and the chip refused it, since the unit was "
+           fit(reason, "% was made again at % s, and the chip refused it, since the unit was "
                        "full")) {
       return lacking((*parts)[0], other) && byKey((*parts)[0])->configured == 0 &&
              !byKey((*parts)[0])->held && witness_.saw(Event::made, (*parts)[0], (*parts)[1]);
    }
-   if (auto parts = fit(reason, "% was made anew at % s, and carries nothing until the request is "
-                                "worked again")) {
+   if (auto parts = fit(reason, "% was made again at % s, and carries nothing until the request is "
+                                "processed again")) {
       return lacking((*parts)[0], other) && byKey((*parts)[0])->configured == 0 &&
              witness_.saw(Event::made, (*parts)[0], (*parts)[1]);
    }
@@ -240,7 +240,7 @@ bool RequestTruth::isReason(std::string const& reason) const {
    if (auto parts = fit(reason, "% carries % for %, written at % s")) {
       return carries((*parts)[0], (*parts)[1]) &&
              witness_.saw(Event::written, (*parts)[0], (*parts)[3]) &&
-             witness_.sawWorked((*parts)[2], (*parts)[3]);
+             witness_.sawProcessed((*parts)[2], (*parts)[3]);
    }
    if (auto parts = fit(reason, "% carries %"); parts && byKey((*parts)[0]) != nullptr) {
       return carries((*parts)[0], (*parts)[1]);

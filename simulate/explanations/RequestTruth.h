@@ -68,7 +68,7 @@ class RequestTruth {
    // "A, B uses"
    static bool isUse(std::string const& text, std::vector<std::string> const& users);
    bool asked() const;
-   // The features that ask for what the merged policy does not have, as they are told.
+   // The requesters that ask for what the merged policy does not have, as they are told.
    std::vector<std::string> overruled() const;
    bool isReason(std::string const& reason) const;
    bool isLack(std::string const& lack) const;
@@ -110,10 +110,10 @@ class RequestTruth {
    TcamSharingResponse response_;
    bool queued_;
    std::vector<TcamSharingEntry> retried_;
-   std::vector<Entry> leads_;   // where it leads now
-   std::vector<Entry> wanted_;  // the same, while a policy is wanted there
-   std::vector<Entry> left_;    // it led there, and is recorded there or carried there
-   std::vector<Entry> pending_; // a write or removal for it waits there
+   std::vector<Entry> leads_;   // the entries that it leads to now
+   std::vector<Entry> wanted_;  // the same, while a policy is requested
+   std::vector<Entry> left_;    // entries that it led to earlier, which still record or carry it
+   std::vector<Entry> pending_; // entries with an unanswered write or removal of its
    bool lacks_ = true;          // it cannot be programmed now
 };
 

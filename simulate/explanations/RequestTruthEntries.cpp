@@ -103,7 +103,8 @@ RequestTruth::Entry RequestTruth::entry(ChipTable<T> const& chip, typename T::Co
       entry.held = plain(std::optional(held->second));
    }
    for (auto const& answer : chip.unanswered()) {
-      // In-LIF machines take the first answer for the present data, the ISEM's one takes any.
+      // The mapper and tunnel machines take the first answer for the present data, the ISEM
+      // machine takes any.
       bool same = std::is_same_v<T, MapperTable>
                       ? plain(answer.written()).value_or(0) == entry.configured.value_or(0)
                       : plain(answer.written()) == entry.configured;
@@ -263,12 +264,12 @@ bool RequestTruth::asked() const {
 std::vector<std::string> RequestTruth::overruled() const {
    std::vector<std::string> told;
    for (std::size_t i = 0; i < kRequesters; ++i) {
-      auto feature = static_cast<Requester>(i);
-      uint64_t asks = host_.sharing().config(feature)->request(request_).value();
-      uint64_t own = feature != Requester::acl        ? Facts::labelBits
+      auto requester = static_cast<Requester>(i);
+      uint64_t asks = host_.sharing().config(requester)->request(request_).value();
+      uint64_t own = requester != Requester::acl      ? Facts::labelBits
                      : facts_.lumen(request_.fapId()) ? Facts::aclBits()
                                                       : ~uint64_t{0};
-      // Every bit that it asks for is there, and its fields have no others.
+      // Sound: every bit that it asks for is there, and its fields have no other bits.
       if (asks != 0 && ((asks & ~policy_) != 0 || (policy_ & own & ~asks) != 0)) {
          told.push_back(std::string(requesterNames[i]) + " asks for " + inWords(asks) +
                         ", but the merged policy has " + inWords(policy_ & (own | asks)) +

@@ -18,15 +18,15 @@ bool RequestTruth::isWaiting(std::string const& sentence) const {
       return queued_ && clock.waiting() && (*parts)[0] == formatSeconds(clock.timeMin());
    }
    auto retry = fit(sentence, "It is retried at % s");
-   auto vain = fit(sentence, "It is retried at % s, to no avail");
-   if (auto parts = vain ? vain : retry) {
+   auto futile = fit(sentence, "It is retried at % s, without effect");
+   if (auto parts = futile ? futile : retry) {
       auto tags = facts_.tags(request_);
       bool never = request_.fapId().value() > 128 || (tags && tags->inner != 0) ||
                    !request_.intfId().fields().subIntf;
       return !retried_.empty() && (*parts)[0] == formatSeconds(pipeline_.codef->nextRetry()) &&
-             (!vain || (never && lacks_));
+             (!futile || (never && lacks_));
    }
-   if (auto parts = fit(sentence, "The retry list forgets it at % s")) {
+   if (auto parts = fit(sentence, "It leaves the retry list at % s")) {
       return policy_ == 0 && !retried_.empty() &&
              (*parts)[0] == formatSeconds(pipeline_.codef->nextRetry());
    }
@@ -301,9 +301,9 @@ bool RequestTruth::isFact(std::string const& label, std::string const& text) con
    for (std::size_t i = 0; i < kRequesters; ++i) {
       if (label == std::string(requesterNames[i]) + " asks") {
          auto const& tables = host_.sharing();
-         auto feature = static_cast<Requester>(i);
-         auto answer = tables.status(feature)->response(request_);
-         std::string asks = formatPolicy(tables.config(feature)->request(request_)) + ", status ";
+         auto requester = static_cast<Requester>(i);
+         auto answer = tables.status(requester)->response(request_);
+         std::string asks = formatPolicy(tables.config(requester)->request(request_)) + ", status ";
          return text.starts_with(asks) &&
                 (answer.status == 0 || text.ends_with(" for " + formatPolicy(answer.policyId)));
       }
@@ -334,7 +334,7 @@ bool RequestTruth::isEntryEvent(std::string const& label, std::string const& tex
                                                witness_.sawReplay((*parts)[0]));
    }
    if (label == "last answer") {
-      // The removal of a status that was not there is silent.
+      // The removal of an absent status notifies nobody, so the witness did not see it.
       auto cut = text.find(", to the write for ");
       auto parts = fit(text.substr(0, cut), text.substr(0, text.find(" at ")) + " at % s");
       what = text.substr(0, text.find(" at "));
@@ -408,8 +408,8 @@ bool RequestTruth::isCause(std::string const& why, std::string const& time) cons
          return outcome == each.first && witness_.saw(each.second, key);
       });
    }
-   return why == "when it was worked"
-              ? witness_.sawWorked(formatRequest(request_), time)
+   return why == "when it was processed"
+              ? witness_.sawProcessed(formatRequest(request_), time)
               : why == "when the chip restarted" && witness_.sawRestart(time);
 }
 

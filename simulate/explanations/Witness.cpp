@@ -55,7 +55,7 @@ Witness::Witness(AgentHost& host) : host_(host) {
    for (auto const& output : {isem.outputTable, inLif.tagOutput, inLif.tunnelOutput}) {
       watchers_.watch<TcamSharingRequest>(output->requestCollection(),
                                           [this](TcamSharingRequest const& request) {
-                                             worked_[formatRequest(request)].push_back(now());
+                                             processed_[formatRequest(request)].push_back(now());
                                           });
    }
    watchers_.watch<TcamSharingRequest>(
@@ -122,7 +122,7 @@ bool Witness::sawWriteFor(std::string const& request, std::string const& key) co
    for (Event event : {Event::written, Event::removed}) {
       if (auto found = events_.find({event, key}); found != events_.end()) {
          for (Seconds time : found->second) {
-            if (sawWorked(request, formatSeconds(time))) {
+            if (sawProcessed(request, formatSeconds(time))) {
                return true;
             }
          }

@@ -18,7 +18,7 @@ class Witness {
  public:
    explicit Witness(AgentHost& host);
 
-   // Each is of an entry, by its printed key, and of a printed time.
+   // Each event has the printed key of its entry, and a time.
    enum class Event {
       written,    // the table took other data, or the entry
       made,       // the entry came with a logical interface of its own
@@ -35,7 +35,7 @@ class Witness {
    }
    // At any time.
    bool saw(Event event, std::string const& key) const { return events_.contains({event, key}); }
-   // The entry was written or removed when the request was worked, at any time.
+   // The entry was once written or removed while the request was processed.
    bool sawWriteFor(std::string const& request, std::string const& key) const;
    // Who gave the mapper entry its present data.
    TcamSharingRequest writerOf(VlanTagToVsiMapperKey key) const {
@@ -51,15 +51,17 @@ class Witness {
       return at(responses_, request, time);
    }
    // A machine took the request up then, from its output or when it was built.
-   bool sawWorked(std::string const& request, std::string const& time) const {
-      return at(worked_, request, time) || at(rebuilds_, std::string(), time);
+   bool sawProcessed(std::string const& request, std::string const& time) const {
+      return at(processed_, request, time) || at(rebuilds_, std::string(), time);
    }
    bool sawRestart(std::string const& time) const { return at(restarts_, std::string(), time); }
-   // The chip was written anew, or an answer to that was lost: of no entry in particular.
+   // The configuration was written to the chip again then, or an answer to such a write was lost.
+   // Entries are not told apart.
    bool sawReplay(std::string const& time) const {
       return at(replays_, std::string(), time, 2000.0);
    }
-   // What shows in no table: restarts of an empty chip, and its being written anew. Right after it.
+   // Notes what shows in no table: restarts of an empty chip, and that the configuration was
+   // written to the chip again. To be called right after each command.
    void noteQuietEvents();
    // A machine is built again.
    void noteRebuild();
@@ -88,7 +90,7 @@ class Witness {
    Times<std::pair<Event, std::string>> events_;
    Times<std::string> leaves_;
    Times<std::string> responses_;
-   Times<std::string> worked_;
+   Times<std::string> processed_;
    Times<std::string> rebuilds_; // of no key
    Times<std::string> restarts_; // of no key
    std::map<TcamSharingRequest, AradSemKeyAndFap> mapping_;

@@ -30,7 +30,7 @@ class ProgramTest : public testing::Test {
    }
 
    struct Result {
-      int status; // as a shell tells it
+      int status; // the exit code, or 128 + the signal
       std::string text;
    };
    // Both outputs of a shell command, which gets no more than a minute.

@@ -36,7 +36,7 @@ constexpr std::size_t maxLines = 100;
 
 using Lines = std::vector<std::string>;
 
-// The library stopped.
+// Thrown when an invariant of the library fails.
 struct Stopped {};
 
 // Words of a line that is a command; none for what is no more than an error.

@@ -13,8 +13,8 @@
 
 namespace Hardware::ShoalTunnel {
 
-// The meaning of each type is agreed between the features and the TCAM layouts. `none` marks an
-// unset type.
+// The meaning of each type is agreed between the request directories and the TCAM layouts. `none`
+// marks an unset type.
 enum class InLifFeatureType : uint8_t {
    none = 0,
    feature1 = 1,

@@ -1,4 +1,5 @@
-// A switch with two TCAMs, and the in-LIF machines on it, of which a test may make several sets.
+// A switch with two TCAMs, and the machines of in-LIF features on it, of which a test may make
+// several sets.
 #pragma once
 
 #include "platform/ShoalTcam/TcamDbStatusInterface.h"

@@ -212,7 +212,7 @@ TEST_F(VlanInLifTest, WithoutAMembershipPortsStandAlone) {
    EXPECT_EQ(word(words, "Ethernet0"), 0x51U);
    EXPECT_EQ(words->lifFeatureAttrs(), 1U);
    ask("Ethernet0", 1, 1, 2);
-   EXPECT_EQ(word(words, "Ethernet0"), 0x52U) << "what was spread at the start is followed";
+   EXPECT_EQ(word(words, "Ethernet0"), 0x52U) << "what was expanded at the start is followed";
    // What an earlier machine wrote is kept until the port map is valid.
    status->portMapValidIs(false);
    std::string text = Trace::traced([&] { alone->handlePortMapVersion(); });

@@ -1,4 +1,4 @@
-// The in-LIF pipeline with a chip whose answers the test gives.
+// The mapper pipeline with a chip whose answers the test gives.
 #pragma once
 
 #include "ShoalTunnel/TcamSharing/TcamSharingCodef.h"

@@ -15,7 +15,7 @@ TEST_F(SliceExceptionTest, ASliceThatThrowsLeavesTheRestToTheNext) {
       ask(intf, 5);
    }
    EXPECT_THROW(timers.runDue(), Orv::RangeException);
-   EXPECT_EQ(codef->updatesProcessed(), 2U) << "the one that threw was worked";
+   EXPECT_EQ(codef->updatesProcessed(), 2U) << "the one that threw was processed";
    EXPECT_EQ(codef->yieldBeforeFinishingCount(), 1U);
    EXPECT_GT(codef->timeUsed(), 0.01);
    EXPECT_EQ(codef->bookmark(), request("Ethernet1.20"));
@@ -24,7 +24,7 @@ TEST_F(SliceExceptionTest, ASliceThatThrowsLeavesTheRestToTheNext) {
    run();
    EXPECT_TRUE(table->configHas(key(10, 11)) && table->configHas(key(20, 11)));
    EXPECT_TRUE(table->configHas(key(10, 12)));
-   EXPECT_FALSE(codef->clockNotifiee().waiting()) << "and is not worked again by itself";
+   EXPECT_FALSE(codef->clockNotifiee().waiting()) << "and is not processed again by itself";
    // Repaired by its next change.
    configDir->subIntfConfig(IntfId("Ethernet1.30"))->dot1qEncapIs({30, 0});
    encapChange->dot1qEncapIs(IntfId("Ethernet1.30"), {30, 0});

@@ -75,7 +75,7 @@ TEST_F(CodefTest, ASliceWorksAtLeastOneRequestAndResumesAtItsBookmark) {
    EXPECT_EQ(codef->processBacklog(time.peek()), 1U);
    EXPECT_EQ(log.take(), "+Ethernet1.10=5");
    EXPECT_EQ(codef->bookmark(), request("Ethernet1.20"));
-   ASSERT_EQ(codef->backlogSize(), 3U) << "what was worked has left";
+   ASSERT_EQ(codef->backlogSize(), 3U) << "what was processed has left";
    withdraw("Ethernet1.20"); // still queued
    ask("Ethernet3.10", 5, 2);
    EXPECT_EQ(codef->processBacklog(time.peek()), 1U);
@@ -102,9 +102,9 @@ TEST_F(CodefTest, SlicesWrapFromTheBookmarkToTheFirstAndEndWithTheirQuantum) {
       addSubIntf("Ethernet1." + std::to_string(100 + i), static_cast<uint16_t>(100 + i));
       ask("Ethernet1." + std::to_string(100 + i), 5);
    }
-   uint32_t worked = codef->processBacklog(time.peek());
-   EXPECT_GE(worked, 2U);
-   EXPECT_LT(worked, 5U) << "0.1 s at 0.03 s a reading";
+   uint32_t processed = codef->processBacklog(time.peek());
+   EXPECT_GE(processed, 2U);
+   EXPECT_LT(processed, 5U) << "0.1 s at 0.03 s a reading";
    // Request 100 is queued again after the others.
    ask("Ethernet1.100", 6);
    time.costPerReadingIs(0.0);
@@ -383,10 +383,10 @@ TEST_F(CodefTest, StartQueuesWhatIsThereAndDropsOldStatuses) {
    EXPECT_GT(codef->startupLatency(), 0.2);
 }
 
-TEST_F(CodefTest, AFeatureThatReactsInsideItsStatusIsServed) {
-   // On success the feature asks for the next policy, up to 8, from inside the notification.
-   struct Feature : Orv::Reactor<TcamSharingRequest> {
-      Feature(TcamSharingConfig& config, TcamSharingStatus const& status)
+TEST_F(CodefTest, ARequesterThatReactsInsideItsStatusIsServed) {
+   // On success the requester asks for the next policy, up to 8, from inside the notification.
+   struct Requester : Orv::Reactor<TcamSharingRequest> {
+      Requester(TcamSharingConfig& config, TcamSharingStatus const& status)
           : config_(config), status_(status) {
          status.responseCollection().watch(*this);
       }
@@ -398,7 +398,7 @@ TEST_F(CodefTest, AFeatureThatReactsInsideItsStatusIsServed) {
       }
       TcamSharingConfig& config_;
       TcamSharingStatus const& status_;
-   } feature(*acl, *aclStatus);
+   } requester(*acl, *aclStatus);
    // The chip answers inside the write.
    struct Chip : Orv::Reactor<AradSemKeyAndFap> {
       explicit Chip(CodefTest* test) : test_(test) { test->table->configCollection().watch(*this); }

@@ -69,9 +69,10 @@ void expectVerdicts(std::initializer_list<Case> cases) {
 
 TEST(ExplanationTest, EachStateOnAnAradUnitIsTold) {
    expectVerdicts({
-       {"", "X own", "No feature asks for a policy here.", false},
+       {"", "X own", "No requester asks for a policy here.", false},
        {"request acl X own 5", "X own",
-        "Not in hardware: it is not worked yet. It waits in the backlog for the slice at 0 s.",
+        "Not in hardware: it has not been processed yet. It waits in the backlog for the slice at "
+        "0 s.",
         true},
        {"request acl X own 5\nadvance 0.005", "X own",
         "In hardware. The chip's answer is due at 0.01 s.", true},
@@ -136,7 +137,7 @@ TEST(ExplanationTest, EachStateOnAnAradUnitIsTold) {
         "was lost at 0.01 s. It was answered success at 0.01 s. program-in-hw on brings it back.",
         true},
        {"request acl X own 5\nsettle\nwithdraw acl X own", "X own",
-        "No feature asks for a policy here any more, but the response of the last one still "
+        "No requester asks for a policy here any more, but the last response still "
         "stands. It waits in the backlog for the slice at 0.01 s. The chip still holds qos=5 at "
         "(vlan 5, domain 1, unit 0).",
         true},
@@ -161,7 +162,7 @@ TEST(ExplanationTest, EachStateOnAnAradUnitIsTold) {
         "for the present policy.",
         true},
        {"request acl A own 5\nsettle\nrequest acl B own 5\nsettle\nwithdraw acl A own", "A own",
-        "No feature asks for a policy here any more, but the response of the last one still "
+        "No requester asks for a policy here any more, but the last response still "
         "stands. It waits in the backlog for the slice at 0.01 s. It is still recorded at (vlan "
         "10, domain 5, unit 0), which u/0/PortChannel1.2 unit 0 uses.",
         true},
@@ -173,7 +174,7 @@ TEST(ExplanationTest, EachStateOnAnAradUnitIsTold) {
         true},
        {"encapsulation X none\nrequest acl X own 5\nadvance 0.2\nprogram-in-hw X off\n"
         "withdraw acl X own\nadvance 0.2",
-        "X own", "No feature asks for a policy here. The retry list forgets it at 2 s.", false},
+        "X own", "No requester asks for a policy here. It leaves the retry list at 2 s.", false},
    });
 }
 
@@ -233,15 +234,15 @@ TEST(ExplanationTest, WhatCanNeverBeIsSaid) {
    expectVerdicts({
        {"request acl u/0/Ethernet0 own 5\nsettle", "u/0/Ethernet0 own",
         "Not in hardware: u/0/Ethernet0 is not a routed port and has no internal VLAN, which its "
-        "entry would need. It is retried at 6 s, to no avail.",
+        "entry would need. It is retried at 6 s, without effect.",
         true},
        {"request acl u/0/Ethernet12 own 5\nsettle", "u/0/Ethernet12 own",
         "Not in hardware: u/0/Ethernet12 is a member of u/0/PortChannel1 and has no internal VLAN, "
-        "which its entry would need. It is retried at 6 s, to no avail.",
+        "which its entry would need. It is retried at 6 s, without effect.",
         true},
        {"request acl u/0/Tunnel-t own 5\nsettle", "u/0/Tunnel-t own",
         "Not in hardware: u/0/Tunnel-t is a tunnel and has no internal VLAN, which its entry would "
-        "need. It is retried at 6 s, to no avail.",
+        "need. It is retried at 6 s, without effect.",
         true},
        {"internal-vlan u/0/Ethernet8 none\nrequest acl u/0/Ethernet8 own 5\nsettle",
         "u/0/Ethernet8 own",
@@ -249,7 +250,7 @@ TEST(ExplanationTest, WhatCanNeverBeIsSaid) {
        {"request acl u/3/Ethernet0 own 5\nsettle", "u/3/Ethernet0 own",
         "Not in hardware: on a unit of this type only sub-interfaces and tunnels carry policies. "
         "It "
-        "is retried at 6 s, to no avail.",
+        "is retried at 6 s, without effect.",
         true},
    });
    // What an entry carries of a policy, and what it cannot.
@@ -310,8 +311,9 @@ TEST(ExplanationTest, EachStateOnAnInLifUnitIsTold) {
        {"request acl L own 5\nsettle\nmember u/3/PortChannel3 remove u/3/Ethernet8\nsettle\n"
         "member u/3/PortChannel3 add u/3/Ethernet8\nsettle",
         "L own",
-        "Not in hardware: (u/3/PortChannel3.1 on u/3/Ethernet8, tags 10) was made anew at 0.02 s, "
-        "and carries nothing until the request is worked again. It was answered success at 0.01 s. "
+        "Not in hardware: (u/3/PortChannel3.1 on u/3/Ethernet8, tags 10) was made again at 0.02 s, "
+        "and carries nothing until the request is processed again. It was answered success at "
+        "0.01 s. "
         "Asking for another policy writes it again.",
         true},
        {"chip slowness 50\nchip slow next 1\nchip refuse next 2\nrequest acl L own 5\nadvance 1",
@@ -326,7 +328,7 @@ TEST(ExplanationTest, EachStateOnAnInLifUnitIsTold) {
         "answered success for qos=5, not for the present policy.",
         true},
        {"request acl P own 5\nsettle\nchip refuse next 1\nwithdraw acl P own\nsettle", "P own",
-        "No feature asks for a policy here any more, but the response of the last one still "
+        "No requester asks for a policy here any more, but the last response still "
         "stands. The chip still holds qos=5 at (u/3/Ethernet0.5 on u/3/Ethernet0, tags 5), since "
         "it "
         "refused to clear it at 0.01 s. chip replay clears it.",
@@ -334,18 +336,18 @@ TEST(ExplanationTest, EachStateOnAnInLifUnitIsTold) {
        {"request acl P own 5\nsettle\nchip refuse next 1\nwithdraw acl P own\nsettle\n"
         "chip replay\nsettle",
         "P own",
-        "No feature asks for a policy here any more, but the response of the last one still "
+        "No requester asks for a policy here any more, but the last response still "
         "stands. Asking for a policy here and withdrawing it ends that.",
         true},
        {"request acl P own 5\nsettle\nunit 3 unavailable\nwithdraw acl P own\nsettle\n"
         "unit 3 available\nsettle",
         "P own",
-        "No feature asks for a policy here. The chip still holds qos=5 at (u/3/Ethernet0.5 on "
+        "No requester asks for a policy here. The chip still holds qos=5 at (u/3/Ethernet0.5 on "
         "u/3/Ethernet0, tags 5). Asking for a policy here and withdrawing it clears it.",
         true},
        {"request acl P own 5\nsettle\nunit 3 unavailable\nwithdraw acl P own\nsettle\n"
         "unit 3 available\nsettle\nrequest acl P own 6\nsettle\nwithdraw acl P own\nsettle",
-        "P own", "No feature asks for a policy here.", false},
+        "P own", "No requester asks for a policy here.", false},
        {"request acl L own 1\nsettle\nmember u/3/PortChannel3 remove u/3/Ethernet8\nsettle\nchip "
         "refuse next 1\nrequest acl L own 3\nsettle",
         "L own",
@@ -369,7 +371,7 @@ TEST(ExplanationTest, EachStateOnAnInLifUnitIsTold) {
         true},
        {"unit 0 type 2\nrequest acl P 0 5\nsettle", "P 0", "In hardware.", false},
        {"request acl T own acl=3\nsettle\nwithdraw acl T own\nsettle", "T own",
-        "No feature asks for a policy here. The chip still holds an entry without a policy at "
+        "No requester asks for a policy here. The chip still holds an entry without a policy at "
         "(u/3/Tunnel-t, unit 3). Asking for a policy here and withdrawing it clears it.",
         true},
        {"chip delay 1\nrequest acl P own 1\nadvance 0.1\nchip restart\nchip replay\nsettle\nchip "
@@ -400,7 +402,7 @@ TEST(ExplanationTest, TheFactsNameWhoAndWhen) {
    Result waiting = run(named("unit 0 unavailable\nrequest acl X own 5\nadvance 3\nexplain X own"));
    EXPECT_THAT(waiting.out, AllOf(HasSubstr("retry list: for qos=5, next tried at 4 s"),
                                   HasSubstr("response: in-progress for qos=5 since 0 s, when it "
-                                            "was worked")));
+                                            "was processed")));
    Result slow = run(named("chip slow next 1\nrequest acl L own 5\nadvance 0.5\nexplain L own"));
    EXPECT_THAT(slow.out,
                AllOf(HasSubstr("answers awaited: 1"), HasSubstr("answer due: at 1.01 s")));
@@ -408,7 +410,7 @@ TEST(ExplanationTest, TheFactsNameWhoAndWhen) {
                                "explain A own\nexplain B own"));
    EXPECT_THAT(bypassed.out,
                AllOf(HasSubstr("by the chip's answer for (vlan 10, domain 5, unit 0) (accepted)"),
-                     HasSubstr("success for qos=5 since 0.01 s, when it was worked")));
+                     HasSubstr("success for qos=5 since 0.01 s, when it was processed")));
 }
 
 // One judgement behind all views.
@@ -425,7 +427,7 @@ TEST(ExplanationTest, ViewsAgree) {
        run("request rampart u/1/Vlan9 own lumen=9\nsettle\nshow summary\nshow requests");
    EXPECT_THAT(rampart.out, testing::ContainsRegex("rampart +1 +0 +1 +0 +0 +0 +0\n"));
    EXPECT_THAT(rampart.out, testing::ContainsRegex("rampart .* success +lumen=9 +entry only"));
-   // Each feature by its own part, also while a change is not worked yet.
+   // Each requester by its own part, also while a change has not been processed yet.
    Result labels = run("request lumen u/1/Vlan9 own lumen=9\nrequest acl u/1/Vlan9 own 5\nsettle\n"
                        "request acl u/1/Vlan9 own qos=6,acl=1\nshow summary\nshow requests");
    EXPECT_THAT(labels.out, testing::ContainsRegex("lumen +1 +0 +1 +0 +0"));

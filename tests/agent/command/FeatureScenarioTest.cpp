@@ -14,7 +14,7 @@ std::string const setUp = "feature-directory qos add\nfeature-directory sec add\
 // start inserts in another order.
 void expectAsFresh(std::string const& scenario, std::string const& inventory = twins) {
    std::string shows;
-   for (char const* table : {"words", "spread", "sub-interface-words", "feature-responses"}) {
+   for (char const* table : {"words", "expanded", "sub-interface-words", "feature-responses"}) {
       shows += std::string("show ") + table + "\n";
    }
    Result result =

@@ -73,7 +73,7 @@ TEST(NamingTest, AStarWithdrawsAllThatIsAskedFor) {
                        "withdraw acl * own\nsettle\nexpect count merged 0\n"
                        "expect status acl * own none\nwithdraw acl * own",
                        {}, routed);
-   EXPECT_EQ(result.errors, "s:15: error: the acl feature asks for nothing there\n");
+   EXPECT_EQ(result.errors, "s:15: error: acl asks for nothing there\n");
    // An internal VLAN that is gone does not keep what was asked for with it.
    result = run("request acl Ethernet4-L3Flood own 4\ninternal-vlan Ethernet4 none\nsettle\n"
                 "withdraw acl *-L3Flood own\nexpect count merged 0",

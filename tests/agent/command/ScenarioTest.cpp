@@ -18,9 +18,9 @@ TEST(ScenarioTest, BadInputNamesThePlaceAndTheReason) {
    };
    for (auto const& [line, reason] : {
             Case{"frobnicate", "there is no command 'frobnicate'"},
-            Case{"request", "FEATURE is missing"},
+            Case{"request", "REQUESTER is missing"},
             Case{"request qos u/0/Ethernet0.5 own 5",
-                 "FEATURE is one of acl, lumen, rampart, not 'qos'"},
+                 "REQUESTER is one of acl, lumen, rampart, not 'qos'"},
             Case{"request acl u/0/Ethernet1 own 5", "did you mean u/0/Ethernet0, "},
             Case{"request acl Ethernet0 own 5", "did you mean"},
             Case{"request acl nothing* own 5", "no interface matches 'nothing*'"},
@@ -197,7 +197,7 @@ TEST(RehearsalTest, UnitsWithRequestsKeepTheirTypeAndLookup) {
                "expect in-hardware u/3/Ethernet0.5 own");
 }
 
-TEST(AgentTest, BothGenerationsAreOneTableToAFeature) {
+TEST(AgentTest, BothGenerationsAreOneTableToARequester) {
    expectSound("request acl u/?/Ethernet*.* own 5\nrequest acl u/3/PortChannel3.1 own 5\nrequest "
                "acl u/3/Tunnel-t own 5\nsettle\n"
                "expect status acl u/?/Ethernet*.* own success\nexpect count isem 3\n"

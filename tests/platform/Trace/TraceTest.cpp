@@ -85,7 +85,7 @@ TEST_F(TraceTest, BothChannelsSayTheSameWords) {
    Trace::Blipline::open(path_, 16);
    all(true);
    time_.advanceTo(1.5);
-   time_.costPerReadingIs(1.0); // a trace only looks at the time
+   time_.costPerReadingIs(1.0); // a trace point only peeks at the clock
    Plexus::IntfId intf("Ethernet3.7");
    SHOAL_TRACE(7, __func__, ": 100% of ", intf, " is ", -4, ", flag ", true, ", half ", 0.5, " by ",
                std::string("name"));
