@@ -5,6 +5,7 @@
 #include "agent/inventory/FileContent.h"
 #include "agent/inventory/InventoryReader.h"
 #include "platform/Trace/BliplineReader.h"
+#include "ShoalTunnel/Version.h"
 
 #include <algorithm>
 #include <CLI/CLI.hpp>
@@ -129,6 +130,7 @@ void defineHelp(CLI::App& app, Run& chosen) {
 int runProgram(int argc, char** argv) {
    CLI::App app("shoal-agent: hosts the TcamSharing library over a simulated chip");
    app.require_subcommand(1);
+   app.set_version_flag("--version", TCAM_SHARING_VERSION);
    Run chosen;
    defineRun(app, chosen);
    defineDecode(app, chosen);

@@ -15,7 +15,7 @@ namespace ShoalHost {
 
 struct InventoryUnit {
    uint32_t fapId;       // 0 to 2047
-   std::string key;      // as in the file: "lc03|ASIC0"; empty in single-unit files
+   std::string key = {}; // as in the file: "lc03|ASIC0"; empty in single-unit files
    std::string name;     // "lc03/ASIC0"; "unit0" in single-unit files
    uint32_t fapType = 1; // arad
    uint32_t extLkupType = 0;
@@ -24,14 +24,14 @@ struct InventoryUnit {
 struct InventoryPort {
    std::string name;
    uint32_t fapId;
-   uint32_t core;
-   uint32_t corePort;
-   uint32_t unitPort;   // 0 to 255, unique on the unit
-   uint32_t systemPort; // 0 to 16383, unique; 16384: none left
-   uint32_t vlanDomain; // 1 to 254, unique on the unit; 0: none left
-   std::string alias;
-   uint64_t speed; // Mb/s, 0 when unknown
-   std::string role;
+   uint32_t core = 0;
+   uint32_t corePort = 0;
+   uint32_t unitPort = 0;   // 0 to 255, unique on the unit
+   uint32_t systemPort;     // 0 to 16383, unique; 16384: none left
+   uint32_t vlanDomain = 0; // 1 to 254, unique on the unit; 0: none left
+   std::string alias = {};
+   uint64_t speed = 0; // Mb/s, 0 when unknown
+   std::string role = {};
 };
 
 struct InventoryPortChannel {
@@ -45,7 +45,7 @@ struct InventorySubInterface {
    std::string name;
    std::string parent;
    uint32_t outer;
-   uint32_t inner; // 0: one tag
+   uint32_t inner = 0; // 0: one tag
 };
 
 struct InventoryVlan {
@@ -102,7 +102,7 @@ struct Inventory {
    // An interface by its unique name, by its bare name where only one unit has it, or by a short
    // form of either ("Po1.1100", "lc10/ASIC0/Eth0").
    Lookup find(std::string_view typed) const;
-   // Fills what find() looks in; once, when everything is there.
+   // Fills what find() looks in, when everything is there. World does so.
    void indexNames();
 
  private:

@@ -45,6 +45,7 @@ bool matchesText(std::string_view pattern, std::string_view name) {
 } // namespace
 
 WorldView::WorldView(Inventory inventory) : inventory_(std::move(inventory)) {
+   inventory_.indexNames();
    auto add = [this](auto const& list) {
       for (auto const& each : list) {
          interfaces_.emplace_back(each.name);

@@ -71,6 +71,7 @@ TEST(ValueTest, OutOfRangeIdsThrowTheirFixedTexts) {
    EXPECT_FALSE((Hardware::Shoal::PortMap{FapId(1), 256}.isNull()));
    EXPECT_EQ(Hardware::Shoal::SystemTcamId().value(), 2048);
    EXPECT_EQ(Hardware::Shoal::SystemPhyPortId().value(), 16384);
+   EXPECT_EQ(error([] { Hardware::Shoal::SystemPhyPortId(16384); }), "");
 }
 
 TEST(IntfIdTest, WhatAnInterfaceIsFollowsFromItsName) {
