@@ -1,4 +1,4 @@
-// A host of the library: one unit, a port with a sub-interface, and a chip that is a table in memory.
+// A host of the library: a unit, a port with a sub-interface, and a chip that is a table in memory.
 #include "host/insight/Explanation.h"
 
 #include <iostream>
