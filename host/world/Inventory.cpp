@@ -7,7 +7,9 @@
 namespace ShoalHost {
 
 void Inventory::indexNames() {
-   byBareName_.clear();
+   if (!byBareName_.empty()) {
+      return;
+   }
    auto add = [&](auto const& list) {
       for (auto const& each : list) {
          byBareName_[std::string(bareName(each.name))].push_back(each.name);

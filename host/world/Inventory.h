@@ -102,7 +102,7 @@ struct Inventory {
    // An interface by its unique name, by its bare name where only one unit has it, or by a short
    // form of either ("Po1.1100", "lc10/ASIC0/Eth0").
    Lookup find(std::string_view typed) const;
-   // Fills what find() looks in, when everything is there. World does so.
+   // Fills what find() looks in, once, when everything is there. World does so, if nobody has.
    void indexNames();
 
  private:
