@@ -18,7 +18,7 @@ class FeaturePipeline {
  public:
    explicit FeaturePipeline(World& world);
 
-   // Empties every table that the machines write and builds the machines again, as in an agent that
+   // Empties every table that the machines write and builds the machines again, as in a host that
    // starts on the present facts and requests.
    void startFresh();
    // Destroys the machine and builds it again on the same entities. Ignores machines of the other

@@ -1,4 +1,4 @@
-// The library's machines that the agent can build again, and who is told of it.
+// The library's machines that a host can build again, and who is told of it.
 #pragma once
 
 #include <array>
@@ -36,7 +36,7 @@ inline constexpr std::array<std::string_view, 12> machineNames{"merge",
                                                                "merged-words",
                                                                "sub-interface-words"};
 
-// Watches an agent's machines from the outside.
+// Watches a host's machines from the outside.
 class Observer {
  public:
    virtual ~Observer() = default;

@@ -68,9 +68,9 @@ class Host {
 
    // Destroys a machine (in every pipeline that has it) and builds it again on the same entities.
    void rebuild(Machine machine);
-   // Builds all machines of in-LIF features again on empty tables, as in an agent that starts now.
+   // Builds all machines of in-LIF features again on empty tables, as in a host that starts now.
    void startFeaturesFresh();
-   // Is told of machines that are built again; ends with the agent. At most one.
+   // Is told of machines that are built again; ends with the host. At most one.
    void observerIs(std::unique_ptr<Observer> observer) { observer_ = std::move(observer); }
    Observer* observer() const { return observer_.get(); }
 
