@@ -4,12 +4,13 @@ namespace ShoalHost {
 
 ChipSeam::ChipSeam(Orv::Timers& timers, ChipDriver& driver, Tables const& tables,
                    std::function<FapId(Plexus::IntfId)> const& unitOf)
-    : timers_(timers), driver_(driver), isem_(driver, tables.isemConfig, tables.isemStatus,
+    : timers_(timers), driver_(driver), isem_(driver, *this, tables.isemConfig, tables.isemStatus,
                                               [](AradSemKeyAndFap key) { return key.fapId(); }),
-      mapper_(driver, tables.mapperConfig, tables.mapperStatus,
+      mapper_(driver, *this, tables.mapperConfig, tables.mapperStatus,
               [unitOf](VlanTagToVsiMapperKey key) { return unitOf(key.fields().intfId); }),
-      tunnels_(driver, tables.tunnelConfig, tables.tunnelStatus,
-               [](TunnelPolicyMapperKey key) { return key.fapId(); }) {
+      tunnels_(driver, *this, tables.tunnelConfig, tables.tunnelStatus,
+               [](TunnelPolicyMapperKey key) { return key.fapId(); }),
+      delivery_(this, Orv::make<Orv::Clock>(timers)) {
    driver_.start(*this);
    driver_.readBack([this](EntryKey const& key, EntryData const& data) {
       withTable(key, [&](auto& table, auto each) { table.readBack(each, data); });
@@ -26,7 +27,25 @@ void ChipSeam::removeUnclaimed() {
 }
 
 void ChipSeam::answered(ChipWrite const& write, Outcome outcome) {
-   withTable(write.key, [&](auto& table, auto key) { table.answered(key, write, outcome); });
+   bool inside = isem_.writing() || mapper_.writing() || tunnels_.writing();
+   if (inside || !given_.empty()) {
+      given_.emplace_back(write, outcome);
+      delivery_.timeMinIs(0.0);
+   } else {
+      withTable(write.key, [&](auto& table, auto key) { table.answered(key, write, outcome); });
+   }
+}
+
+void ChipSeam::deliver() {
+   // What is given meanwhile waits for the next call.
+   for (std::size_t left = given_.size(); left > 0 && !given_.empty(); --left) {
+      auto [write, outcome] = given_.front();
+      given_.pop_front();
+      withTable(write.key, [&](auto& table, auto key) { table.answered(key, write, outcome); });
+   }
+   if (!given_.empty()) {
+      delivery_.timeMinIs(0.0);
+   }
 }
 
 void ChipSeam::performed(ChipWrite const& write, Outcome outcome) {
@@ -41,6 +60,7 @@ void ChipSeam::restarted(std::vector<ChipWrite> const& unanswered) {
    for (ChipWrite const& write : unanswered) {
       withTable(write.key, [&](auto& table, auto key) { table.dropped(key, write); });
    }
+   given_.clear();
    forEachTable([](auto& table) { table.restarted(); });
 }
 

@@ -4,6 +4,9 @@
 // the chip holds already, as read back, is answered without the chip. When the system has settled,
 // what is still there from before and nobody has written is removed. So a restart of the host with
 // nothing changed writes nothing to the chip.
+//
+// The library gets each answer from the event loop, whenever the driver gives it: an answer to one
+// member of a port-channel must not come before the others are written.
 #pragma once
 
 #include "host/driver/SeamTable.h"
@@ -53,7 +56,7 @@ class ChipSeam final : private AnswerSink {
    // Ends the start: see above.
    void removeUnclaimed();
    // Answers will come.
-   bool busy() const { return driver_.busy(); }
+   bool busy() const { return driver_.busy() || !given_.empty(); }
    // What the chip holds.
    void forEachHeld(EntryVisitor const& visit) const { driver_.readBack(visit); }
 
@@ -75,6 +78,17 @@ class ChipSeam final : private AnswerSink {
           key);
    }
 
+   class Delivery : public Orv::ClockNotifiee {
+    public:
+      Delivery(ChipSeam* seam, Orv::Ptr<Orv::Clock const> clock)
+          : ClockNotifiee(std::move(clock)), seam_(seam) {}
+      void handleTime() override { seam_->deliver(); }
+
+    private:
+      ChipSeam* seam_;
+   };
+   void deliver();
+
    void answered(ChipWrite const& write, Outcome outcome) override;
    void performed(ChipWrite const& write, Outcome outcome) override;
    void lost(ChipWrite const& write) override;
@@ -88,6 +102,8 @@ class ChipSeam final : private AnswerSink {
    SeamTable<IsemTable> isem_;
    SeamTable<MapperTable> mapper_;
    SeamTable<TunnelTable> tunnels_;
+   std::deque<std::pair<ChipWrite, Outcome>> given_; // from inside a call of the driver
+   Delivery delivery_;
 };
 
 } // namespace ShoalHost

@@ -45,9 +45,9 @@ class SeamTable {
    using Data = typename T::Data;
 
    // `unitOf`: the unit that holds an entry.
-   SeamTable(ChipDriver& driver, Orv::Ptr<typename T::Config const> config,
+   SeamTable(ChipDriver& driver, AnswerSink& sink, Orv::Ptr<typename T::Config const> config,
              Orv::Ptr<typename T::Status> status, std::function<FapId(Key)> unitOf)
-       : driver_(driver), config_(std::move(config)), status_(std::move(status)),
+       : driver_(driver), sink_(sink), config_(std::move(config)), status_(std::move(status)),
          unitOf_(std::move(unitOf)), orvConfig_(this) {}
 
    // An entry that the chip holds at the start. All of them come ahead of start().
@@ -56,7 +56,7 @@ class SeamTable {
    // already; the rest of it waits to be claimed by a write.
    void start() {
       for (auto const& [key, data] : config_->configIter()) {
-         if (claim(key, data)) {
+         if (standsIn(key, data)) {
             memories_[key].lastWrite = {Orv::System::peekTime(), Outcome::accepted, 0,
                                         std::nullopt};
             T::answer(*status_, key, data, Outcome::accepted);
@@ -77,10 +77,11 @@ class SeamTable {
          write(key, std::nullopt);
       }
    }
-   // Removes what the chip held at the start and nobody has claimed since.
+   // Makes of what the chip held at the start and nobody has claimed since what is configured: most
+   // of it is removed, an in-LIF loses its data.
    void removeUnclaimed() {
       for (auto const& [key, data] : std::exchange(unclaimed_, {})) {
-         driver_.remove({key, std::nullopt, ++writes_, Orv::System::peekTime(), std::nullopt});
+         write(key, std::nullopt);
       }
    }
 
@@ -114,6 +115,9 @@ class SeamTable {
    bool restarting() const { return restarting_; }
    ChipCounters const& counters() const { return counters_; }
    auto const& config() const { return config_; }
+
+   // A write or removal is being handed to the driver.
+   bool writing() const { return writing_; }
 
    // From the driver.
    void answered(Key key, ChipWrite const& write, Outcome outcome) {
@@ -157,6 +161,19 @@ class SeamTable {
  private:
    void handleConfig(Key const& key) { write(key, writerOf_ ? writerOf_(key) : std::nullopt); }
 
+   // Whether the chip held the entry at the start, maybe with the data of a request that comes
+   // again: then it stays unclaimed until that, or removeUnclaimed().
+   bool standsIn(Key key, Data const& data) {
+      if constexpr (kind == ChipTableKind::mapper) {
+         auto found = unclaimed_.find(key);
+         if (found != unclaimed_.end() && found->second.lif == data.lif &&
+             found->second.inLifAdditionalData != 0) {
+            return true;
+         }
+      }
+      return claim(key, data);
+   }
+
    // Whether the chip holds just that from before the start; asked once.
    bool claim(Key key, Data const& data) {
       auto found = unclaimed_.find(key);
@@ -177,11 +194,17 @@ class SeamTable {
       EntryMemory& memory = memories_[key];
       memory.lastWrite = eventOf(write, Outcome::pending);
       memory.restarted.reset();
+      struct Writing {
+         explicit Writing(bool& flag) : flag_(flag) { flag_ = true; }
+         ~Writing() { flag_ = false; }
+         bool& flag_;
+      } const writing(writing_);
       if (data && claim(key, *data)) {
-         answered(key, write, Outcome::accepted);
+         sink_.answered(write, Outcome::accepted);
       } else if (data) {
          driver_.write(write);
       } else {
+         unclaimed_.erase(key);
          driver_.remove(write);
       }
    }
@@ -192,6 +215,7 @@ class SeamTable {
    }
 
    ChipDriver& driver_;
+   AnswerSink& sink_;
    Orv::Ptr<typename T::Config const> config_;
    Orv::Ptr<typename T::Status> status_;
    std::function<FapId(Key)> unitOf_;
@@ -201,6 +225,7 @@ class SeamTable {
    std::map<Key, EntryMemory> memories_;
    std::optional<Key> answering_;
    bool restarting_ = false;
+   bool writing_ = false;
    ChipCounters counters_;
    Orv::ReactorFor<&SeamTable::handleConfig> orvConfig_;
 };

@@ -16,6 +16,18 @@ using Hardware::ShoalTunnel::LagFapKey;
 using Plexus::PortChannelIntfId;
 using Plexus::SubIntfId;
 
+namespace {
+
+void requireTags(Dot1qEncap encap) {
+   for (uint16_t tag : {encap.outer, encap.inner}) {
+      if (tag > 4094) {
+         throw HostError("a tag is 1 to 4094, or 0 for none, not {}", tag);
+      }
+   }
+}
+
+} // namespace
+
 World::World(Inventory inventory) : WorldView(std::move(inventory)) {
    fill();
    fillFeatures();
@@ -83,6 +95,7 @@ void World::requireSubInterface(IntfId subIntf) const {
 
 void World::encapsulationIs(IntfId subIntf, Dot1qEncap encap) {
    requireSubInterface(subIntf);
+   requireTags(encap);
    // The tags before the notification of the change: whoever is notified reads them.
    subIntfConfigDir->subIntfConfig(subIntf)->dot1qEncapIs(encap);
    tellEncapsulation(subIntf);
@@ -100,6 +113,7 @@ void World::tellEncapsulation(IntfId subIntf) {
 
 void World::dynamicEncapsulationIs(IntfId subIntf, Dot1qEncap encap) {
    requireSubInterface(subIntf);
+   requireTags(encap);
    if (encap.isZero()) {
       dynSubIntfEncap->dot1qEncapDel(subIntf);
    } else {

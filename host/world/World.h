@@ -20,7 +20,8 @@ class World : public WorldView {
    // Fills the entities with the facts of the inventory.
    explicit World(Inventory inventory);
 
-   // All throw HostError where the interface is of the wrong kind or was deleted.
+   // All throw HostError (host/text/Errors.h) where the interface is of the wrong kind or was
+   // deleted.
 
    // Sub-interfaces. Zero tags: none.
    void encapsulationIs(IntfId subIntf, Bridging::Dot1qEncap encap);

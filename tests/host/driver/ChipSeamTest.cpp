@@ -1,0 +1,150 @@
+#include "host/text/Errors.h"
+#include "host/wiring/Host.h"
+
+#include <gtest/gtest.h>
+#include <map>
+
+namespace ShoalHost {
+namespace {
+
+using Hardware::ShoalTunnel::tcamSharingFailed;
+using Hardware::ShoalTunnel::tcamSharingSuccess;
+
+// Outlives its hosts, as a chip does. Answers from inside each call.
+class MemoryDriver : public ChipDriver {
+ public:
+   void start(AnswerSink& sink) override { sink_ = &sink; }
+   void stop() override { sink_ = nullptr; }
+   void write(ChipWrite const& write) override {
+      ++writes;
+      bool refused = refusesNext && policyOf(*write.data) != 0;
+      refusesNext = refusesNext && !refused;
+      if (!refused) {
+         entries[write.key] = *write.data;
+      }
+      sink_->answered(write, refused ? Outcome::refused : Outcome::accepted);
+   }
+   void remove(ChipWrite const& write) override {
+      ++removals;
+      entries.erase(write.key);
+      sink_->answered(write, Outcome::removed);
+   }
+   void readBack(EntryVisitor const& visit) const override {
+      for (auto const& [key, data] : entries) {
+         visit(key, data);
+      }
+   }
+   std::optional<EntryData> held(EntryKey const& key) const override {
+      auto found = entries.find(key);
+      return found == entries.end() ? std::nullopt : std::optional(found->second);
+   }
+   bool busy() const override { return false; }
+
+   static uint64_t policyOf(EntryData const& data) {
+      auto const* mapper = std::get_if<VlanTagToVsiMapperResult>(&data);
+      return mapper != nullptr ? mapper->inLifAdditionalData : 1;
+   }
+   // Those that carry something.
+   std::size_t carrying() const {
+      std::size_t count = 0;
+      for (auto const& [key, data] : entries) {
+         count += policyOf(data) != 0 ? 1 : 0;
+      }
+      return count;
+   }
+
+   std::map<EntryKey, EntryData> entries;
+   int writes = 0;
+   int removals = 0;
+   bool refusesNext = false;
+
+ private:
+   AnswerSink* sink_ = nullptr;
+};
+
+// Unit 1 shares through the ISEM; unit 2, with a port-channel of two ports, through in-LIFs.
+Inventory inventory() {
+   Inventory made;
+   made.units = {{.fapId = 1, .name = "one"}, {.fapId = 2, .name = "two", .fapType = 2}};
+   made.ports = {
+       {.name = "Ethernet0", .fapId = 1, .systemPort = 1, .vlanDomain = 1},
+       {.name = "Ethernet4", .fapId = 2, .systemPort = 2, .vlanDomain = 1},
+       {.name = "Ethernet8", .fapId = 2, .unitPort = 1, .systemPort = 3, .vlanDomain = 2}};
+   made.portChannels = {{.name = "PortChannel1",
+                         .vlanDomain = 3,
+                         .members = {"Ethernet4", "Ethernet8"},
+                         .fapId = 2}};
+   made.subInterfaces = {{.name = "Ethernet0.10", .parent = "Ethernet0", .outer = 10},
+                         {.name = "PortChannel1.10", .parent = "PortChannel1", .outer = 10}};
+   return made;
+}
+
+class ChipSeamTest : public testing::Test {
+ protected:
+   void start() {
+      host.reset();
+      driver.writes = driver.removals = 0;
+      host = std::make_unique<Host>(inventory(), driver, Time::simulated);
+   }
+   void ask(char const* intf, uint32_t unit) {
+      host->sharing()
+          .config(Requester::acl)
+          ->requestIs({IntfId(intf), FapId(unit)}, TcamSharingPolicyId(5));
+   }
+   auto status(char const* intf, uint32_t unit) {
+      return host->sharing().status(Requester::acl)->response({IntfId(intf), FapId(unit)}).status;
+   }
+
+   MemoryDriver driver;
+   std::unique_ptr<Host> host;
+};
+
+TEST_F(ChipSeamTest, AnAnswerFromInsideACallWaitsForTheOtherMembers) {
+   start();
+   driver.refusesNext = true;
+   ask("PortChannel1.10", 2);
+   EXPECT_TRUE(host->settle());
+   EXPECT_EQ(status("PortChannel1.10", 2), tcamSharingFailed) << "one member was refused";
+   EXPECT_EQ(driver.carrying(), 1U);
+}
+
+TEST_F(ChipSeamTest, ARestartOfTheHostWritesWhatHasChanged) {
+   start();
+   EXPECT_EQ(driver.entries.size(), 2U) << "the sub-interface's entries, without a policy";
+   ask("Ethernet0.10", 1);
+   ask("PortChannel1.10", 2);
+   EXPECT_TRUE(host->settle());
+   EXPECT_EQ(driver.carrying(), 3U);
+
+   start();
+   EXPECT_EQ(status("Ethernet0.10", 1), 0U);
+   ask("Ethernet0.10", 1);
+   ask("PortChannel1.10", 2);
+   EXPECT_TRUE(host->settle());
+   host->seam().removeUnclaimed();
+   EXPECT_EQ(status("Ethernet0.10", 1), tcamSharingSuccess);
+   EXPECT_EQ(status("PortChannel1.10", 2), tcamSharingSuccess);
+   EXPECT_EQ(driver.writes + driver.removals, 0);
+   EXPECT_EQ(driver.carrying(), 3U);
+
+   // Nobody asks again: the shared entry goes, the in-LIFs lose their data.
+   start();
+   EXPECT_TRUE(host->settle());
+   EXPECT_EQ(driver.carrying(), 3U) << "until the host says that everybody has asked";
+   host->seam().removeUnclaimed();
+   EXPECT_EQ(driver.carrying(), 0U);
+   EXPECT_EQ(driver.writes, 2);
+   EXPECT_EQ(driver.removals, 1);
+   EXPECT_EQ(driver.entries.size(), 2U);
+}
+
+TEST_F(ChipSeamTest, TheWorldTakesNoTagThatNoEntryCanHold) {
+   start();
+   IntfId subIntf("Ethernet0.10");
+   EXPECT_THROW(host->world().encapsulationIs(subIntf, {4095, 0}), HostError);
+   EXPECT_THROW(host->world().dynamicEncapsulationIs(subIntf, {10, 5000}), HostError);
+   EXPECT_EQ(host->world().encapsulation(subIntf), (Bridging::Dot1qEncap{10, 0}));
+}
+
+} // namespace
+} // namespace ShoalHost
