@@ -2,6 +2,7 @@
 // that programming a request needs, and how a policy looks in hardware.
 #pragma once
 
+#include "agent/errors/Errors.h"
 #include "host/pipelines/SharingPipeline.h"
 #include "host/world/World.h"
 

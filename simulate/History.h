@@ -2,6 +2,7 @@
 // do, on a few interfaces of an inventory, so that those that share an entry meet often.
 #pragma once
 
+#include "agent/errors/Errors.h"
 #include "host/world/Inventory.h"
 
 #include <map>

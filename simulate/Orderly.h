@@ -3,6 +3,7 @@
 // which ("# check hardware", "# check fresh", "# check empty").
 #pragma once
 
+#include "agent/errors/Errors.h"
 #include "host/world/Inventory.h"
 
 #include <deque>

@@ -39,9 +39,10 @@ void ChipSeam::answered(ChipWrite const& write, Outcome outcome) {
 void ChipSeam::deliver() {
    // What is given meanwhile waits for the next call.
    for (std::size_t left = given_.size(); left > 0 && !given_.empty(); --left) {
-      auto [write, outcome] = given_.front();
+      auto const answer = given_.front();
       given_.pop_front();
-      withTable(write.key, [&](auto& table, auto key) { table.answered(key, write, outcome); });
+      withTable(answer.first.key,
+                [&](auto& table, auto key) { table.answered(key, answer.first, answer.second); });
    }
    if (!given_.empty()) {
       delivery_.timeMinIs(0.0);
