@@ -27,7 +27,7 @@ uint64_t featureWord(SystemTcamId tcam, FeatureValues const& features) {
 }
 
 FeatureModel::FeatureModel(Context& context)
-    : context_(context), words_(std::make_unique<WordModel>(context, *this)) {}
+    : words_(std::make_unique<WordModel>(context, *this)) {}
 
 FeatureModel::~FeatureModel() = default;
 

@@ -70,7 +70,6 @@ class FeatureModel {
    void handleEvery(Machine machine);
    void answer(InLifIntfKey key);
 
-   Context& context_;
    std::map<Orv::Name, Orv::Ptr<InLifFeatureRequestDir>> directories_;
    std::map<InLifIntfKey, Aggregate> asked_;
    std::vector<InLifIntfKey> order_;
