@@ -14,8 +14,6 @@ class Checker : public Observer {
 
    // What is wrong now.
    Findings check() const;
-   // How a rehearsal ended without a reason; empty: none did.
-   std::string const& unexplained() const { return unexplained_; }
 
    void handleGone(Machine machine, SharingPipeline* pipeline) override;
    void handleBuilt(Machine machine, SharingPipeline* pipeline) override;
@@ -23,7 +21,6 @@ class Checker : public Observer {
    bool stopsBy(std::string_view condition) const override {
       return model_.context.failuresDue.contains(condition);
    }
-   void handleUnexplained(std::string const& reason) override { unexplained_ = reason; }
 
  private:
    explicit Checker(AgentHost& host);
@@ -32,7 +29,6 @@ class Checker : public Observer {
    Model model_;
    Recorder recorder_;
    ExplanationCheck explanations_;
-   std::string unexplained_;
 };
 
 } // namespace Simulate

@@ -212,7 +212,7 @@ void checkFresh(AgentHost& host, std::vector<std::string> const& commands, Findi
    {
       AgentHost other(host.world().inventory());
       std::ostringstream out;
-      ScenarioRunner runner(other, out, out, {.rehearse = false});
+      ScenarioRunner runner(other, out, out, {});
       for (std::string const& command : world) {
          runner.runLine(command, "fresh", 1);
       }

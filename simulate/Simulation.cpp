@@ -155,7 +155,7 @@ int simulate(Inventory const& inventory, SimulateOptions const& options, std::os
    for (uint64_t i = 0; i < options.seeds; ++i) {
       while (started < options.seeds && started < i + options.jobs) {
          running.emplace_back(inventory, drawn(inventory, options, options.seed + started++),
-                              options.prepare);
+                              options.prepare, options.prove);
       }
       TrialOutcome outcome = running.front().outcome();
       running.pop_front();

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "agent/host/AgentHost.h"
-#include "agent/process/Copy.h"
+#include "simulate/Copy.h"
 #include "simulate/Coverage.h"
 #include "simulate/Findings.h"
 
@@ -14,7 +14,6 @@
 namespace Simulate {
 
 using Agent::AgentHost;
-using Agent::Copy;
 using Agent::Inventory;
 
 struct TrialOutcome {
@@ -32,8 +31,10 @@ class Trial {
    // Called on each new agent, before any command.
    using Prepare = std::function<void(AgentHost&)>;
 
-   // Starts the process; `source` is asked there.
-   Trial(Inventory const& inventory, Source const& source, Prepare const& prepare);
+   // Starts the process; `source` is asked there. `prove`: of so many changes that admission
+   // refuses, one is carried out in a copy, where it has to stop the library; 0: none.
+   Trial(Inventory const& inventory, Source const& source, Prepare const& prepare,
+         unsigned prove = 1);
    // Waits for the end of the process. May be called once.
    TrialOutcome outcome();
 

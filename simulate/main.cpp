@@ -33,6 +33,10 @@ void addOptions(CLI::App& app, SimulateOptions& options) {
    app.add_option("--first", options.first, "a command ahead of every history; repeatable")
        ->check(checkCommand)
        ->allow_extra_args(false);
+   app.add_option("--prove", options.prove,
+                  "of so many refused changes, one is carried out in a copy, where it has to stop "
+                  "the library; 50 by default, 0: none")
+       ->transform(Agent::number(0, max));
    app.add_option("--write", options.write,
                   "file for a failing history; simulate-SEED.scenario by default");
    app.add_flag("--counts", options.counts, "print how often each situation was met");

@@ -1,6 +1,6 @@
 #include "agent/command/Arguments.h"
 
-#include "host/insight/Names.h"
+#include "host/names/Names.h"
 
 #include <algorithm>
 #include <charconv>

@@ -82,33 +82,30 @@ constexpr std::string_view faultGrammar =
 } // namespace
 
 std::span<Command const> chipCommands() {
-   using enum Effect;
    static constexpr Command table[] = {
        {"chip refuse", faultGrammar,
-        "the next N writes, or each with this probability, are refused", change,
-        chipFault<Fault::refuse>},
-       {"chip lose", faultGrammar, "answers are lost; the writes are carried out", change,
+        "the next N writes, or each with this probability, are refused", chipFault<Fault::refuse>},
+       {"chip lose", faultGrammar, "answers are lost; the writes are carried out",
         chipFault<Fault::lose>},
-       {"chip duplicate", faultGrammar, "answers come twice", change, chipFault<Fault::duplicate>},
-       {"chip reorder", faultGrammar, "answers are held back, and given last one first", change,
+       {"chip duplicate", faultGrammar, "answers come twice", chipFault<Fault::duplicate>},
+       {"chip reorder", faultGrammar, "answers are held back, and given last one first",
         chipFault<Fault::reorder>},
-       {"chip slow", faultGrammar, "answers come later, by the slowness", change,
-        chipFault<Fault::slow>},
+       {"chip slow", faultGrammar, "answers come later, by the slowness", chipFault<Fault::slow>},
        {"chip defer", "next N|often PROBABILITY [unit UNIT] [table tunnel]",
-        "writes of the tunnel table are answered \"in progress\" first, in full later", change,
+        "writes of the tunnel table are answered \"in progress\" first, in full later",
         chipFault<Fault::defer>},
-       {"chip delay", "SECONDS", "the time from a write to its answer", change,
+       {"chip delay", "SECONDS", "the time from a write to its answer",
         chipTime<&ChipFaults::delayIs>},
-       {"chip slowness", "SECONDS", "the extra time of a slow or deferred answer", change,
+       {"chip slowness", "SECONDS", "the extra time of a slow or deferred answer",
         chipTime<&ChipFaults::slownessIs>},
-       {"chip seed", "SEED", "the seed from which probabilities are drawn", change, chipSeed},
+       {"chip seed", "SEED", "the seed from which probabilities are drawn", chipSeed},
        {"chip capacity", "UNIT ENTRIES|none [table isem|mapper|tunnel]",
-        "the entries that a unit holds at most, in one table or in each", change, chipCapacity},
-       {"chip clear-faults", "", "end all faults; answers held back are given", change,
+        "the entries that a unit holds at most, in one table or in each", chipCapacity},
+       {"chip clear-faults", "", "end all faults; answers held back are given",
         chipAct<&SimulatedChip::clearFaults>},
-       {"chip restart", "", "the chip restarts empty; its statuses are cleared", change,
+       {"chip restart", "", "the chip restarts empty; its statuses are cleared",
         chipAct<&SimulatedChip::restart>},
-       {"chip replay", "", "write the configuration to the chip again", change, chipReplay},
+       {"chip replay", "", "write the configuration to the chip again", chipReplay},
    };
    return table;
 }

@@ -147,7 +147,7 @@ void expectFeature(AgentHost& host, Arguments& arguments, std::ostream&) {
          got += fmt::format(" for {}", response.value);
       }
       if (got != wanted) {
-         require("the response of " + formatInLifKey(host, intfKey), wanted, got,
+         require("the response of " + formatInLifKey(host.world(), intfKey), wanted, got,
                  " (" + explainFeature(host, key).verdict + ")");
       }
    }
@@ -171,7 +171,8 @@ void expectWord(AgentHost& host, Arguments& arguments, std::ostream&) {
 
 void expectSubInterfaceWord(AgentHost& host, Arguments& arguments, std::ostream&) {
    InLifIntfKey key = parseInLifKey(host, arguments);
-   requireWord(arguments, formatInLifKey(host, key), host.inLifFeatures().subIntfWords, key);
+   requireWord(arguments, formatInLifKey(host.world(), key), host.inLifFeatures().subIntfWords,
+               key);
 }
 
 template<bool wanted>
@@ -208,41 +209,39 @@ void expectListed(AgentHost& host, Arguments& arguments, std::ostream&) {
 } // namespace
 
 std::span<Command const> expectCommands() {
-   using enum Effect;
    static constexpr Command table[] = {
        {"expect status",
         "acl|lumen|rampart|merged INTERFACE UNIT|own [flood VLAN] none|success|in-progress|failed "
         "[POLICY]",
-        "fail unless a request is answered so", none, expectStatus},
+        "fail unless a request is answered so", expectStatus},
        {"expect merged", "INTERFACE UNIT|own [flood VLAN] POLICY|none",
-        "fail unless this is the merged policy of a request", none, expectPolicy<true>},
+        "fail unless this is the merged policy of a request", expectPolicy<true>},
        {"expect output", "INTERFACE UNIT|own [flood VLAN] POLICY|none",
-        "fail unless the programming machine was handed this policy", none, expectPolicy<false>},
-       {"expect count", "TABLE N", "fail unless a table has so many rows", none, expectCount},
+        "fail unless the programming machine was handed this policy", expectPolicy<false>},
+       {"expect count", "TABLE N", "fail unless a table has so many rows", expectCount},
        {"expect isem", "VLAN DOMAIN UNIT POLICY|none|absent",
-        "fail unless the ISEM table holds this", none, expectIsem},
+        "fail unless the ISEM table holds this", expectIsem},
        {"expect mapper", "SUBINTERFACE PORT POLICY|none|absent",
-        "fail unless the mapper entry of a sub-interface on a port holds this", none, expectMapper},
+        "fail unless the mapper entry of a sub-interface on a port holds this", expectMapper},
        {"expect tunnel", "TUNNEL UNIT POLICY|none|absent",
-        "fail unless the tunnel's entry holds this", none, expectTunnel},
+        "fail unless the tunnel's entry holds this", expectTunnel},
        {"expect published", "PORT UNIT|none DOMAIN|none",
-        "fail unless these are published as the port's unit and VLAN domain", none,
-        expectPublished},
+        "fail unless these are published as the port's unit and VLAN domain", expectPublished},
        {"expect feature", "INTERFACE UNIT:CORE|own TYPE none|success|failure [VALUE]",
-        "fail unless an in-LIF feature is answered so", none, expectFeature},
-       {"expect word", "PORT WORD|none", "fail unless this is the feature word of a port", none,
+        "fail unless an in-LIF feature is answered so", expectFeature},
+       {"expect word", "PORT WORD|none", "fail unless this is the feature word of a port",
         expectWord},
        {"expect sub-interface-word", "SUBINTERFACE UNIT:CORE|own WORD|none",
-        "fail unless this is the feature word of a sub-interface", none, expectSubInterfaceWord},
+        "fail unless this is the feature word of a sub-interface", expectSubInterfaceWord},
        {"expect in-hardware", "INTERFACE UNIT|own [flood VLAN]",
-        "fail unless the policy is in hardware in every entry that the request leads to", none,
+        "fail unless the policy is in hardware in every entry that the request leads to",
         expectInHardware<true>},
        {"expect out-of-hardware", "INTERFACE UNIT|own [flood VLAN]",
-        "fail unless the policy is not in hardware", none, expectInHardware<false>},
+        "fail unless the policy is not in hardware", expectInHardware<false>},
        {"expect retry", "INTERFACE UNIT|own [flood VLAN] yes|no",
-        "fail unless a request is, or is not, on the retry list", none, expectListed<true>},
+        "fail unless a request is, or is not, on the retry list", expectListed<true>},
        {"expect backlog", "INTERFACE UNIT|own [flood VLAN] yes|no",
-        "fail unless a request is, or is not, in the backlog", none, expectListed<false>},
+        "fail unless a request is, or is not, in the backlog", expectListed<false>},
    };
    return table;
 }

@@ -70,17 +70,16 @@ void problems(AgentHost& host, Arguments& arguments, std::ostream& out) {
 } // namespace
 
 std::span<Command const> explainCommands() {
-   using enum Effect;
    static constexpr Command table[] = {
        {"explain", "INTERFACE UNIT|own [flood VLAN] [--format json]",
-        "why a request is where it is: what it waits for, since when, who shares its entry", none,
+        "why a request is where it is: what it waits for, since when, who shares its entry",
         explainRequests},
        {"explain-feature", "INTERFACE UNIT:CORE|own TYPE [--format json]",
-        "why an in-LIF feature is answered as it is, or not yet", none, explainOneFeature},
+        "why an in-LIF feature is answered as it is, or not yet", explainOneFeature},
        {"problems", "[--format json]",
         "every request that is not in hardware, not successful, or has left an entry behind, and "
         "why",
-        none, problems},
+        problems},
    };
    return table;
 }

@@ -103,20 +103,19 @@ void tcamKeyVersion(AgentHost& host, Arguments& arguments, std::ostream&) {
 } // namespace
 
 std::span<Command const> featureCommands() {
-   using enum Effect;
    static constexpr Command table[] = {
        {"feature-directory", "NAME add|remove|foreign",
         "add or remove a directory of in-LIF feature requests, or put an entry of another type in "
         "its place",
-        change, featureDirectory},
+        featureDirectory},
        {"feature", "DIRECTORY INTERFACE UNIT:CORE|own TYPE VALUE",
-        "a directory asks for an in-LIF feature (types 1 to 12)", change, feature},
+        "a directory asks for an in-LIF feature (types 1 to 12)", feature},
        {"withdraw-feature", "DIRECTORY INTERFACE UNIT:CORE|own TYPE",
-        "the directory asks for it no longer", change, withdrawFeature},
+        "the directory asks for it no longer", withdrawFeature},
        {"tcam-layout", "UNIT:CORE TYPE OFFSET WIDTH | UNIT:CORE TYPE none",
         "set where a TCAM keeps a feature in the word; takes effect with the next key version",
-        change, tcamLayout},
-       {"tcam-key-version", "", "TCAM layouts have changed: encode all words again", change,
+        tcamLayout},
+       {"tcam-key-version", "", "TCAM layouts have changed: encode all words again",
         tcamKeyVersion},
    };
    return table;

@@ -29,6 +29,10 @@ std::vector<InLifIntfKey> parseInLifKeys(AgentHost const& host, Arguments& argum
                             "nothing serves in-LIF features there",
                             intf.name());
       }
+      uint32_t vlan = intf.fields().vlanId;
+      if (kind == Plexus::IntfKind::vlan && !intf.fields().subIntf && (vlan == 0 || vlan > 4094)) {
+         throw CommandError("{} is not a VLAN interface of 1 to 4094", intf.name());
+      }
       if (word != "own") {
          keys.emplace_back(intf, world.tcam(word));
          continue;

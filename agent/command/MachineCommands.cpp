@@ -20,16 +20,15 @@ void startFeaturesFresh(AgentHost& host, Arguments& arguments, std::ostream&) {
 } // namespace
 
 std::span<Command const> machineCommands() {
-   using enum Effect;
    static constexpr Command table[] = {
        {"rebuild",
         "merge|intake|isem|mapper|tunnel|vlan-domain|feature-requests|feature-responses|"
         "port-words|vlan-words|merged-words|sub-interface-words",
-        "destroy a machine of the library and build it again on the same tables", change, rebuild},
+        "destroy a machine of the library and build it again on the same tables", rebuild},
        {"start-features-fresh", "",
         "build the in-LIF feature machines again on empty tables, as an agent that starts now "
         "does, to compare",
-        change, startFeaturesFresh},
+        startFeaturesFresh},
    };
    return table;
 }

@@ -3,7 +3,7 @@
 
 #include "agent/command/Registry.h"
 #include "agent/host/AgentHost.h"
-#include "host/insight/Names.h"
+#include "host/names/Names.h"
 
 #include <optional>
 #include <string>

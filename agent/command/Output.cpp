@@ -1,6 +1,6 @@
 #include "agent/command/Output.h"
 
-#include "host/insight/Names.h"
+#include "host/names/Names.h"
 #include "host/text/Text.h"
 
 #include <algorithm>

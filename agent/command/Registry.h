@@ -15,19 +15,11 @@ namespace Agent {
 
 class AgentHost;
 
-enum class Effect {
-   none,
-   change // of something that the library sees: such a command is rehearsed first
-};
-
 struct Command {
    std::string_view name;    // one word, or two: "chip capacity"
    std::string_view grammar; // of the words behind the name: "INTERFACE UNIT [flood VLAN]"
    std::string_view help;    // one line
-   Effect effect;
    void (*run)(AgentHost&, Arguments&, std::ostream&);
-
-   bool changes() const { return effect == Effect::change; }
 };
 
 class Registry {

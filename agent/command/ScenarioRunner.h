@@ -13,8 +13,6 @@ namespace Agent {
 struct RunOptions {
    bool keepGoing = false; // go on after an error
    bool echo = false;      // print each command before it runs
-   // Off: the commands are known to be harmless, having been carried out before in this order.
-   bool rehearse = true;
 };
 
 class ScenarioRunner {

@@ -66,11 +66,10 @@ void help(AgentHost&, Arguments& arguments, std::ostream& out) {
 } // namespace
 
 std::span<Command const> showCommands() {
-   using enum Effect;
    static constexpr Command table[] = {
-       {"show", "TABLE [--format json]", "print a table (help show lists them)", none, show},
-       {"echo", "TEXT", "print a line", none, echo},
-       {"help", "[COMMAND] [--format json]", "list the commands, or explain one", none, help},
+       {"show", "TABLE [--format json]", "print a table (help show lists them)", show},
+       {"echo", "TEXT", "print a line", echo},
+       {"help", "[COMMAND] [--format json]", "list the commands, or explain one", help},
    };
    return table;
 }

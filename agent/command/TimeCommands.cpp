@@ -1,7 +1,7 @@
 // Virtual time, and the time constants of the agent.
 #include "agent/command/Names.h"
 
-#include "host/insight/Names.h"
+#include "host/names/Names.h"
 
 namespace Agent {
 
@@ -38,6 +38,12 @@ void setRetryInterval(AgentHost& host, Arguments& arguments, std::ostream&) {
    }
 }
 
+void setAdmission(AgentHost& host, Arguments& arguments, std::ostream&) {
+   std::size_t setting = arguments.parseChoice("SETTING", {"refuse", "off"});
+   arguments.end();
+   host.changes().settingIs(static_cast<Changes::Setting>(setting));
+}
+
 void setCostPerReading(AgentHost& host, Arguments& arguments, std::ostream&) {
    double seconds = arguments.parseReal("SECONDS", 0.0, 1.0);
    arguments.end();
@@ -47,13 +53,15 @@ void setCostPerReading(AgentHost& host, Arguments& arguments, std::ostream&) {
 } // namespace
 
 std::span<Command const> timeCommands() {
-   using enum Effect;
    static constexpr Command table[] = {
-       {"advance", "SECONDS", "let time pass", none, advance},
-       {"settle", "", "let time pass until nothing moves but retries", none, settle},
-       {"set quantum", "SECONDS", "the length of a slice of the backlog", change, setQuantum},
-       {"set retry-interval", "SECONDS", "the time between retry passes", change, setRetryInterval},
-       {"set cost-per-reading", "SECONDS", "the time that a reading of the clock takes", change,
+       {"advance", "SECONDS", "let time pass", advance},
+       {"settle", "", "let time pass until nothing moves but retries", settle},
+       {"set quantum", "SECONDS", "the length of a slice of the backlog", setQuantum},
+       {"set retry-interval", "SECONDS", "the time between retry passes", setRetryInterval},
+       {"set admission", "refuse|off",
+        "what becomes of a change that would stop the library: it is refused, or made",
+        setAdmission},
+       {"set cost-per-reading", "SECONDS", "the time that a reading of the clock takes",
         setCostPerReading},
    };
    return table;

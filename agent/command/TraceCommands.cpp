@@ -43,14 +43,13 @@ void traceRing(AgentHost& host, Arguments& arguments, std::ostream&) {
 } // namespace
 
 std::span<Command const> traceCommands() {
-   using enum Effect;
    static constexpr Command table[] = {
-       {"trace text", "LEVEL|all on|off", "levels of the text trace", none,
+       {"trace text", "LEVEL|all on|off", "levels of the text trace",
         traceLevel<Trace::textLevelIs>},
-       {"trace blipline", "LEVEL|all on|off", "levels of the fast trace", none,
+       {"trace blipline", "LEVEL|all on|off", "levels of the fast trace",
         traceLevel<Trace::blipLevelIs>},
-       {"trace file", "PATH", "the text trace goes to a file", none, traceFile},
-       {"trace ring", "PATH [RECORDS]", "the fast trace goes to a ring in a file", none, traceRing},
+       {"trace file", "PATH", "the text trace goes to a file", traceFile},
+       {"trace ring", "PATH [RECORDS]", "the fast trace goes to a ring in a file", traceRing},
    };
    return table;
 }

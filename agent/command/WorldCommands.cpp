@@ -38,32 +38,32 @@ IntfId parseInterface(AgentHost& host, Arguments& arguments, std::string_view wh
    return host.world().interface(arguments.next(what));
 }
 
-template<void (World::*set)(IntfId, Dot1qEncap)>
+template<void (Changes::*set)(IntfId, Dot1qEncap)>
 void encapsulation(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "SUBINTERFACE");
    Dot1qEncap encap = parseEncapsulation(arguments);
    arguments.end();
-   (host.world().*set)(intf, encap);
+   (host.changes().*set)(intf, encap);
 }
 
 void deleteSubInterface(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "SUBINTERFACE");
    arguments.end();
-   host.world().subInterfaceDel(intf);
+   host.changes().subInterfaceDel(intf);
 }
 
 void programInHw(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "SUBINTERFACE");
    bool on = arguments.parseSwitch("on or off");
    arguments.end();
-   host.world().programInHwIs(intf, on);
+   host.changes().programInHwIs(intf, on);
 }
 
 void encapKind(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "SUBINTERFACE");
    auto kind = arguments.parse<uint32_t>("KIND", 0, 255);
    arguments.end();
-   host.world().encapKindIs(intf, kind);
+   host.changes().encapKindIs(intf, kind);
 }
 
 void internalVlan(AgentHost& host, Arguments& arguments, std::ostream&) {
@@ -77,14 +77,14 @@ void internalVlan(AgentHost& host, Arguments& arguments, std::ostream&) {
          throw CommandError("VLAN {} is the internal VLAN of {}", vlan.value(), other.name());
       }
    }
-   world.internalVlanIs(intf, vlan);
+   host.changes().internalVlanIs(intf, vlan);
 }
 
 void untaggedVlan(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "INTERFACE");
    VlanIdOrNone vlan = parseVlan(arguments);
    arguments.end();
-   host.world().untaggedVlanIs(intf, vlan);
+   host.changes().untaggedVlanIs(intf, vlan);
 }
 
 void vlanDomain(AgentHost& host, Arguments& arguments, std::ostream&) {
@@ -94,19 +94,7 @@ void vlanDomain(AgentHost& host, Arguments& arguments, std::ostream&) {
       domain = VlanDomain(arguments.parse<uint8_t>("DOMAIN", 1, 254));
    }
    arguments.end();
-   host.world().vlanDomainIs(intf, domain);
-}
-
-// Requests on a unit; of the requesters from `from` on.
-std::size_t requestsOn(AgentHost const& host, FapId unit, Requester from) {
-   std::size_t count = 0;
-   for (auto i = static_cast<std::size_t>(from); i < kRequesters; ++i) {
-      for (auto const& [request, policy] :
-           host.sharing().config(static_cast<Requester>(i))->requestIter()) {
-         count += request.fapId() == unit ? 1 : 0;
-      }
-   }
-   return count;
+   host.changes().vlanDomainIs(intf, domain);
 }
 
 // The number that a word stands for, that of `none`, or any other up to 255.
@@ -119,44 +107,18 @@ uint32_t parseType(Arguments& arguments, std::string_view word, uint32_t type,
    return parsed;
 }
 
-void unitType(AgentHost& host, Arguments& arguments, FapId unit) {
-   using Hardware::Shoal::fapTypeArad;
-   World& world = host.world();
-   uint32_t type = parseType(arguments, "arad", fapTypeArad, "TYPE");
-   // Units of the two generations must never meet in one pipeline.
-   bool otherGeneration =
-       (type == fapTypeArad) != (world.shoalStatus->fapType(unit) == fapTypeArad);
-   std::size_t count = requestsOn(host, unit, Requester::acl);
-   if (otherGeneration && count > 0) {
-      throw CommandError(
-          "unit {} has {} in the pipeline of its present type; withdraw {} before it changes",
-          unit.value(), counted(count, "request"), count == 1 ? "it" : "them");
-   }
-   world.fapTypeIs(unit, type);
-}
-
-void unitLookup(AgentHost& host, Arguments& arguments, FapId unit) {
-   using Hardware::Shoal::extLkupTypeLumen_;
-   uint32_t type = parseType(arguments, "lumen", extLkupTypeLumen_, "LOOKUP");
-   std::size_t count = requestsOn(host, unit, Requester::lumen);
-   if (type != extLkupTypeLumen_ && count > 0) {
-      throw CommandError("unit {} has {}, which need{} the lumen lookup; withdraw {} first",
-                         unit.value(), counted(count, "lumen or rampart request"),
-                         count == 1 ? "s" : "", count == 1 ? "it" : "them");
-   }
-   host.world().extLkupTypeIs(unit, type);
-}
-
 void unit(AgentHost& host, Arguments& arguments, std::ostream&) {
    FapId unit = host.world().unit(arguments.next("UNIT"));
    std::size_t what = arguments.parseChoice("WHAT", {"unavailable", "available", "type", "lookup"});
    if (what == 2) {
-      unitType(host, arguments, unit);
+      host.changes().fapTypeIs(unit,
+                               parseType(arguments, "arad", Hardware::Shoal::fapTypeArad, "TYPE"));
    } else if (what == 3) {
-      unitLookup(host, arguments, unit);
+      host.changes().extLkupTypeIs(
+          unit, parseType(arguments, "lumen", Hardware::Shoal::extLkupTypeLumen_, "LOOKUP"));
    } else {
       arguments.end();
-      host.world().fapAvailableIs(unit, what == 1);
+      host.changes().fapAvailableIs(unit, what == 1);
    }
 }
 
@@ -168,7 +130,7 @@ void portMap(AgentHost& host, Arguments& arguments, std::ostream&) {
       place = PortMap{fapId, arguments.parse<uint16_t>("UNITPORT", 0, 255)};
    }
    arguments.end();
-   host.world().portMapIs(intf, place);
+   host.changes().portMapIs(intf, place);
 }
 
 void systemPort(AgentHost& host, Arguments& arguments, std::ostream&) {
@@ -178,13 +140,13 @@ void systemPort(AgentHost& host, Arguments& arguments, std::ostream&) {
       port = SystemPhyPortId(arguments.parse<uint32_t>("SYSTEMPORT", 0, SystemPhyPortId::null - 1));
    }
    arguments.end();
-   host.world().systemPortIs(intf, port);
+   host.changes().systemPortIs(intf, port);
 }
 
 void portMapState(AgentHost& host, Arguments& arguments, std::ostream&) {
    std::size_t what = arguments.parseChoice("WHAT", {"invalid", "valid", "version"});
    arguments.end();
-   what == 2 ? host.world().portMapVersionInc() : host.world().portMapValidIs(what == 1);
+   what == 2 ? host.changes().portMapVersionInc() : host.changes().portMapValidIs(what == 1);
 }
 
 void member(AgentHost& host, Arguments& arguments, std::ostream&) {
@@ -192,57 +154,53 @@ void member(AgentHost& host, Arguments& arguments, std::ostream&) {
    bool present = arguments.parseChoice("add or remove", {"remove", "add"}) == 1;
    IntfId port = parseInterface(host, arguments, "PORT");
    arguments.end();
-   host.world().memberIs(lag, port, present);
+   host.changes().memberIs(lag, port, present);
 }
 
 void portChannel(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId lag = parseInterface(host, arguments, "PORTCHANNEL");
    bool present = arguments.parseChoice("add or remove", {"remove", "add"}) == 1;
    arguments.end();
-   host.world().portChannelIs(lag, present);
+   host.changes().portChannelIs(lag, present);
 }
 
 } // namespace
 
 std::span<Command const> worldCommands() {
-   using enum Effect;
    static constexpr Command table[] = {
        {"encapsulation", "SUBINTERFACE OUTER[,INNER]|none",
-        "set the configured tags of a sub-interface", change,
-        encapsulation<&World::encapsulationIs>},
+        "set the configured tags of a sub-interface", encapsulation<&Changes::encapsulationIs>},
        {"dynamic-encapsulation", "SUBINTERFACE OUTER[,INNER]|none",
-        "set the tags assigned at run time, which override the configured ones", change,
-        encapsulation<&World::dynamicEncapsulationIs>},
+        "set the tags assigned at run time, which override the configured ones",
+        encapsulation<&Changes::dynamicEncapsulationIs>},
        {"delete-subinterface", "SUBINTERFACE", "delete a sub-interface with all that it had",
-        change, deleteSubInterface},
+        deleteSubInterface},
        {"program-in-hw", "SUBINTERFACE on|off", "set whether a sub-interface is to be programmed",
-        change, programInHw},
+        programInHw},
        {"encap-kind", "SUBINTERFACE KIND",
         "set the kind of a sub-interface's encapsulation; 4: the chip matches its tags in another "
         "type",
-        change, encapKind},
-       {"internal-vlan", "INTERFACE VLAN|none", "set the internal VLAN of a routed port", change,
+        encapKind},
+       {"internal-vlan", "INTERFACE VLAN|none", "set the internal VLAN of a routed port",
         internalVlan},
-       {"untagged-vlan", "PORT|PORTCHANNEL VLAN|none", "set the VLAN of untagged frames", change,
+       {"untagged-vlan", "PORT|PORTCHANNEL VLAN|none", "set the VLAN of untagged frames",
         untaggedVlan},
-       {"vlan-domain", "PORT|PORTCHANNEL DOMAIN|none", "set a VLAN domain", change, vlanDomain},
+       {"vlan-domain", "PORT|PORTCHANNEL DOMAIN|none", "set a VLAN domain", vlanDomain},
        {"unit",
         "UNIT type arad|TYPE|none | UNIT lookup lumen|LOOKUP|none | UNIT available|unavailable",
-        "set the type or the external look-up type of a unit, or its availability", change, unit},
+        "set the type or the external look-up type of a unit, or its availability", unit},
        {"port-map", "PORT UNIT UNITPORT | PORT none",
         "set the place of a port's system port; UNITPORT is the port's number on the unit, 0 to "
         "255, and the port keeps its core",
-        change, portMap},
+        portMap},
        {"system-port", "PORT SYSTEMPORT|none", "set the system port of a port; none: the port goes",
-        change, systemPort},
+        systemPort},
        {"port-map-state", "version|invalid|valid",
-        "publish a new version of the port map, or set whether the map is whole", change,
-        portMapState},
+        "publish a new version of the port map, or set whether the map is whole", portMapState},
        {"member", "PORTCHANNEL add|remove PORT",
-        "add a port to a port-channel, or remove one that is a member", change, member},
+        "add a port to a port-channel, or remove one that is a member", member},
        {"port-channel", "PORTCHANNEL add|remove",
-        "remove a port-channel, its members first, or add it again without any", change,
-        portChannel},
+        "remove a port-channel, its members first, or add it again without any", portChannel},
    };
    return table;
 }

@@ -43,7 +43,7 @@ int main() {
    Host host(inventory, driver);
 
    TcamSharingRequest request(host.world().interface("Ethernet0.10"), FapId(1));
-   host.sharing().config(Requester::acl)->requestIs(request, TcamSharingPolicyId(5));
+   host.changes().requestIs(Requester::acl, {request}, TcamSharingPolicyId(5));
    while (!host.quiet()) {
       host.runDue(); // a daemon waits here until host.next()
    }

@@ -1,8 +1,9 @@
 // Why a request is where it is, in words.
 #pragma once
 
-#include "host/insight/Names.h"
 #include "host/insight/Situation.h"
+#include "host/names/Names.h"
+#include "host/wiring/Host.h"
 
 namespace ShoalHost {
 

@@ -111,8 +111,8 @@ Explanation explainFeature(Host const& host, InLifFeatureKey key) {
    auto fact = [&](std::string label, std::string text) {
       found.facts.emplace_back(std::move(label), std::move(text));
    };
-   found.subject =
-       formatted("{} {}", formatInLifKey(host, key.intfKey()), formatType(key.featureType()));
+   found.subject = formatted("{} {}", formatInLifKey(host.world(), key.intfKey()),
+                             formatType(key.featureType()));
    for (auto const& [name, value] : is.askedBy) {
       fact("asked by", formatted("{}: {}", name, value));
    }

@@ -182,7 +182,7 @@ class FeatureGathering {
             auto features = pipeline_.inLifIntfCfg->request(key);
             if (features && key != found_.key.intfKey() &&
                 wordOf(getInLifFeatureAttr(features)) == wordOf(word)) {
-               return formatInLifKey(host_, key);
+               return formatInLifKey(world_, key);
             }
          }
       }

@@ -2,7 +2,8 @@
 // is. Every view of in-LIF features is made from it.
 #pragma once
 
-#include "host/insight/Names.h"
+#include "host/names/Names.h"
+#include "host/wiring/Host.h"
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
 #include "host/insight/Situation.h"
 
-#include "host/insight/Names.h"
+#include "host/names/Names.h"
 #include "ShoalTunnel/TcamSharing/TcamSharingInLifPolicyId.h"
 #include "ShoalTunnel/TcamSharing/TcamSharingIsemPolicyId.h"
 
@@ -327,21 +327,12 @@ uint64_t carriedBits(EntryKey const& key) {
    return TcamSharingInLifPolicyId::inLifAdditionalDataMask;
 }
 
-// The bits of a policy that a requester owns on the unit, as the merge takes them.
-uint64_t fieldsOf(Host const& host, Requester requester, FapId unit) {
-   if (host.world().shoalStatus->fapExtLkupType(unit) != Hardware::Shoal::extLkupTypeLumen_) {
-      return requester == Requester::acl ? UINT64_MAX : 0;
-   }
-   return requester == Requester::acl ? carriedBits(AradSemKeyAndFap())
-                                      : TcamSharingPolicyId::lumenAclLabelMask;
-}
-
 } // namespace
 
 RequesterPart requesterPart(Host const& host, Situation const& situation, Requester requester) {
    using InHardware = RequesterPart::InHardware;
    TcamSharingRequest request = situation.request;
-   uint64_t fields = fieldsOf(host, requester, request.fapId());
+   uint64_t fields = ownFields(host.world(), requester, request.fapId());
    uint64_t asked = host.sharing().config(requester)->request(request).value() & fields;
    RequesterPart part;
    part.asked = TcamSharingPolicyId(asked);
@@ -413,7 +404,7 @@ Situation Situations::of(TcamSharingRequest request) const {
    for (Requester requester : requesters) {
       found.asked = found.asked || host_.sharing().config(requester)->requestHas(request);
       TcamSharingPolicyId asks = host_.sharing().config(requester)->request(request);
-      uint64_t fields = fieldsOf(host_, requester, request.fapId()) | asks.value();
+      uint64_t fields = ownFields(host_.world(), requester, request.fapId()) | asks.value();
       TcamSharingPolicyId there(found.merged.value() & fields);
       if (!asks.empty() && there != asks) {
          found.overruled.push_back({requester, asks, there});

@@ -1,6 +1,6 @@
 #include "host/insight/Verdict.h"
 
-#include "host/insight/Names.h"
+#include "host/names/Names.h"
 
 #include <algorithm>
 #include <limits>

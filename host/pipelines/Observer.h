@@ -49,8 +49,6 @@ class Observer {
    virtual void handleFeaturesFresh() = 0;
    // Whether this failure of an invariant is expected now.
    virtual bool stopsBy(std::string_view condition) const = 0;
-   // A change was refused because its rehearsal ended in a way that was not expected.
-   virtual void handleUnexplained(std::string const& reason) = 0;
 };
 
 } // namespace ShoalHost

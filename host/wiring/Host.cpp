@@ -31,6 +31,7 @@ Host::Host(Inventory inventory, ChipDriver& driver, Time time) : loop_(time) {
 
    chronicle_ = std::make_unique<Chronicle>(*isem_, *mapper_, *seam_);
    settling_ = std::make_unique<Settling>(loop_, *seam_, pipelines_);
+   changes_ = std::make_unique<Changes>(world, *isem_, *mapper_, *router_, *inLifFeatures_, *seam_);
 }
 
 Host::~Host() = default;
@@ -41,12 +42,14 @@ void Host::buildVlanDomainSm() {
 }
 
 void Host::rebuild(Machine machine) {
+   changes_->checkRebuild(machine);
    if (machine < Machine::vlanDomain) {
       for (SharingPipeline* pipeline : pipelines_) {
          pipeline->rebuild(machine, observer_.get());
       }
       if (machine == Machine::intake) {
          chronicle_->intakesRebuilt();
+         changes_->intakesRebuilt();
       }
       return;
    }

@@ -6,6 +6,7 @@
 // where the same calls give the same result each time. Everything happens on the thread that calls.
 #pragma once
 
+#include "host/admission/Changes.h"
 #include "host/chronicle/Chronicle.h"
 #include "host/driver/ChipSeam.h"
 #include "host/pipelines/FeaturePipeline.h"
@@ -27,6 +28,8 @@ class Host {
    Host(Host const&) = delete;
    Host& operator=(Host const&) = delete;
 
+   // What a switch does to the library: changes of the world and of requests, each judged first.
+   Changes& changes() { return *changes_; }
    World& world() { return *world_; }
    World const& world() const { return *world_; }
    // The tables of the requesters, on units of both generations.
@@ -67,6 +70,7 @@ class Host {
    bool quiet() const { return !settling_->busy(); }
 
    // Destroys a machine (in every pipeline that has it) and builds it again on the same entities.
+   // ChangeRefused when that would stop the library.
    void rebuild(Machine machine);
    // Builds all machines of in-LIF features again on empty tables, as in a host that starts now.
    void startFeaturesFresh();
@@ -94,6 +98,7 @@ class Host {
    std::unique_ptr<ChipSeam> seam_;
    std::unique_ptr<Chronicle> chronicle_;
    std::unique_ptr<Settling> settling_;
+   std::unique_ptr<Changes> changes_;
    std::unique_ptr<Observer> observer_; // destroyed before what it watches
 };
 

@@ -292,6 +292,16 @@ void World::refreshAround(IntfId portOrLag) {
    }
 }
 
+std::vector<IntfId> World::subInterfacesAround(IntfId portOrLag) const {
+   std::vector<IntfId> found;
+   for (IntfId parent : {portOrLag, lagPhyIntfMapping->phyIntfLag(portOrLag)}) {
+      if (auto of = subIntfsOf_.find(parent); parent != IntfId() && of != subIntfsOf_.end()) {
+         found.insert(found.end(), of->second.begin(), of->second.end());
+      }
+   }
+   return found;
+}
+
 void World::memberIs(IntfId lag, IntfId port, bool present) {
    auto status = ethIntfStatusDir->ethLagIntfStatus(lag);
    if (!status || !isPortOfInventory(port)) {

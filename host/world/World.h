@@ -64,6 +64,11 @@ class World : public WorldView {
                      std::optional<ShoalTcam::TcamShareQualInfo> place);
    void tcamKeyVersionInc();
 
+   // The VLAN domain of a port-channel as configured, wherever it has members; 0: none.
+   uint8_t lagDomain(IntfId lag) const { return lagDomain_.get(lag); }
+   // The sub-interfaces of a port or port-channel, and of a port's port-channel.
+   std::vector<IntfId> subInterfacesAround(IntfId portOrLag) const;
+
  private:
    void fill();
    void fillFeatures();

@@ -1,7 +1,6 @@
 // Any bytes as an inventory: an error that names the place, or a switch that works.
 #include "agent/command/ScenarioRunner.h"
 #include "agent/inventory/InventoryReader.h"
-#include "tests/fuzz/Rehearsals.h"
 
 #include <sstream>
 #include <string>
@@ -21,11 +20,6 @@ show tcam-layouts
 )";
 
 } // namespace
-
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-   Fuzz::watchRehearsals();
-   return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
    try {

@@ -1,18 +1,9 @@
 // Any bytes as a scenario: errors, but never the end of the agent.
-//
-// A scenario is carried out without rehearsals, which is fast and counts coverage. When that stops
-// the library, the last change before must be one that the rehearsal refuses; else all is run again
-// as the agent does it, and if that ends, so would the agent.
-#include "agent/command/Advice.h"
 #include "agent/command/Registry.h"
 #include "agent/command/ScenarioRunner.h"
 #include "agent/inventory/InventoryReader.h"
-#include "platform/Orv/Exception.h"
-#include "platform/Orv/Failure.h"
 #include "platform/Trace/Trace.h"
-#include "tests/fuzz/Rehearsals.h"
 
-#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -36,9 +27,6 @@ constexpr std::size_t maxLines = 100;
 
 using Lines = std::vector<std::string>;
 
-// Thrown when an invariant of the library fails.
-struct Stopped {};
-
 // Words of a line that is a command; none for what is no more than an error.
 std::vector<std::string> wordsOf(std::string const& line) {
    try {
@@ -53,130 +41,39 @@ std::vector<std::string> wordsOf(std::string const& line) {
    }
 }
 
-// Without those that write files of any name.
+// Without those that write files of any name, and what lets the library stop.
 Lines linesOf(std::string const& text) {
    Lines lines;
    std::istringstream in(text);
    for (std::string line; lines.size() < maxLines && std::getline(in, line);) {
       auto words = wordsOf(line);
-      if (words.size() < 2 || words[0] != "trace" || (words[1] != "file" && words[1] != "ring")) {
+      bool file =
+          words.size() > 1 && words[0] == "trace" && (words[1] == "file" || words[1] == "ring");
+      bool admission = words.size() > 1 && words[0] == "set" && words[1] == "admission";
+      if (!file && !admission) {
          lines.push_back(line);
       }
    }
    return lines;
 }
 
-class FuzzedAgent {
- public:
-   FuzzedAgent() : host_(chassis()) { host_.traceFile().pathIs("/dev/null"); }
-   FuzzedAgent(FuzzedAgent const&) = delete;
-   FuzzedAgent& operator=(FuzzedAgent const&) = delete;
-   // The levels are the process's.
-   ~FuzzedAgent() { Trace::enabledLevels = 0; }
-
-   Agent::AgentHost& host() { return host_; }
-
-   // A command as it is, without rehearsal.
-   void carryOut(std::vector<std::string> words) {
-      auto const& command = Agent::commandRegistry().take(words);
-      Agent::Arguments arguments(std::move(words));
-      std::ostringstream out;
-      command.run(host_, arguments, out);
-   }
-
-   void tryOut(std::string const& line) {
-      auto words = wordsOf(line);
-      if (words.empty()) {
-         return;
-      }
-      try {
-         carryOut(std::move(words));
-      } catch (Orv::RangeException const&) {
-         throw Stopped();
-      } catch (std::exception const&) {
-         // Told, and nothing changed.
-      }
-   }
-
- private:
-   static Agent::Inventory const& chassis() {
-      static auto const parsed = Agent::parseInventory(inventory, "fuzz");
-      return parsed;
-   }
-   Agent::AgentHost host_;
-};
-
-// The line that stops the library, or at which it stops once time has passed.
-std::optional<std::size_t> stopOf(Lines const& lines) {
-   Orv::failureHookIs([](Orv::Failure const&) { throw Stopped(); });
-   std::size_t at = 0;
-   bool stopped = false;
-   try {
-      FuzzedAgent agent;
-      for (; at < lines.size(); ++at) {
-         agent.tryOut(lines[at]);
-      }
-      agent.host().settle();
-   } catch (Stopped const&) {
-      stopped = true;
-   }
-   Orv::failureHookIs(nullptr);
-   return stopped ? std::optional(at) : std::nullopt;
-}
-
-bool changes(std::string const& line) {
-   auto words = wordsOf(line);
-   return !words.empty() && Agent::commandRegistry().take(words).changes();
-}
-
-// Whether the rehearsal of a line refuses it behind those in front of it.
-bool refuses(Lines const& lines, std::size_t at) {
-   FuzzedAgent agent;
-   for (std::size_t i = 0; i < at; ++i) {
-      agent.tryOut(lines[i]);
-   }
-   try {
-      Agent::requireHarmless(agent.host(), [&] { agent.carryOut(wordsOf(lines[at])); });
-   } catch (Agent::CommandError const&) {
-      return true;
-   }
-   return false;
-}
-
-void runAsAgent(Lines const& lines) {
-   FuzzedAgent agent;
-   std::ostringstream told;
-   Agent::ScenarioRunner runner(agent.host(), told, told, {true, true});
-   for (std::size_t i = 0; i < lines.size(); ++i) {
-      runner.runLine(lines[i], "fuzz", i + 1);
-   }
-   agent.host().settle();
+Agent::Inventory const& chassis() {
+   static auto const parsed = Agent::parseInventory(inventory, "fuzz");
+   return parsed;
 }
 
 } // namespace
 
-// Forks are fast while there is little to copy.
-extern "C" char const* __asan_default_options() {
-   return "quarantine_size_mb=16";
-}
-
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-   Fuzz::watchRehearsals();
-   return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
    auto lines = linesOf({reinterpret_cast<char const*>(data), size});
-   auto stop = stopOf(lines);
-   if (!stop) {
-      return 0;
+   Agent::AgentHost host(chassis());
+   host.traceFile().pathIs("/dev/null");
+   std::ostringstream told;
+   Agent::ScenarioRunner runner(host, told, told, {true, true});
+   for (std::size_t i = 0; i < lines.size(); ++i) {
+      runner.runLine(lines[i], "fuzz", i + 1);
    }
-   std::size_t last = std::min(*stop + 1, lines.size());
-   while (last > 0 && !changes(lines[last - 1])) {
-      --last;
-   }
-   if (last == 0 || !refuses(lines, last - 1)) {
-      runAsAgent(lines);
-   }
+   host.settle();
+   Trace::enabledLevels = 0; // they are the process's
    return 0;
 }

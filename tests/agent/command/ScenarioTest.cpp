@@ -117,7 +117,7 @@ TEST(ScenarioTest, AByteOrderMarkIsNoPartOfTheFirstCommand) {
 constexpr char const* a = "u/0/PortChannel1.1 own";
 constexpr char const* b = "u/0/PortChannel1.2 own";
 
-TEST(RehearsalTest, WithdrawingAnEqualSharerIsRefusedAndTheWayOutWorks) {
+TEST(AdmissionTest, WithdrawingAnEqualSharerIsRefusedAndTheWayOutWorks) {
    std::string both = std::string("request acl ") + a + " 5\nrequest acl " + b + " 5\nsettle\n";
    std::string text = refusal(both + "withdraw acl " + b);
    EXPECT_THAT(
@@ -135,7 +135,7 @@ TEST(RehearsalTest, WithdrawingAnEqualSharerIsRefusedAndTheWayOutWorks) {
                "\nsettle\nexpect count responses 0\nexpect count isem 0");
 }
 
-TEST(RehearsalTest, AMergeThatWouldFindALabelOfTheAclFeatureIsRefusedAndTheWayOutWorks) {
+TEST(AdmissionTest, AMergeThatWouldFindALabelOfTheAclFeatureIsRefusedAndTheWayOutWorks) {
    std::string labelled =
        "request acl u/0/Ethernet0.5 own qos=1,lumen=3\nunit u/0 lookup lumen\nsettle\n";
    EXPECT_THAT(refusal(labelled + "rebuild merge"),
@@ -144,7 +144,7 @@ TEST(RehearsalTest, AMergeThatWouldFindALabelOfTheAclFeatureIsRefusedAndTheWayOu
    expectSound(labelled + "request acl u/0/Ethernet0.5 own qos=1\nrebuild merge");
 }
 
-TEST(RehearsalTest, MovingOneOfTwoSharersIsRefusedAndTheWayOutWorks) {
+TEST(AdmissionTest, MovingOneOfTwoSharersIsRefusedAndTheWayOutWorks) {
    std::string both = std::string("request acl ") + a + " 5\nrequest acl " + b + " 6\nsettle\n";
    for (char const* move :
         {"encapsulation u/0/PortChannel1.1 11", "dynamic-encapsulation u/0/PortChannel1.1 11"}) {
@@ -164,7 +164,7 @@ TEST(RehearsalTest, MovingOneOfTwoSharersIsRefusedAndTheWayOutWorks) {
                HasSubstr("would move off the entry"));
 }
 
-TEST(RehearsalTest, AnOldAnswerBehindARemovalIsRefused) {
+TEST(AdmissionTest, AnOldAnswerBehindARemovalIsRefused) {
    // The removal is never answered, so the old success stands without an entry.
    std::string text =
        refusal("request acl u/0/Ethernet0.5 own 5\nsettle\nchip lose next 1\n"
@@ -173,7 +173,27 @@ TEST(RehearsalTest, AnOldAnswerBehindARemovalIsRefused) {
    EXPECT_THAT(text, HasSubstr("first have it programmed itself"));
 }
 
-TEST(RehearsalTest, UnitsWithRequestsKeepTheirTypeAndLookup) {
+TEST(AdmissionTest, AnAnswerThatIsOutDecides) {
+   // The removal is not answered yet; once it is, nothing is left of the request.
+   std::string out = "request acl u/0/Ethernet0.5 own 5\nsettle\n"
+                     "withdraw acl u/0/Ethernet0.5 own\nadvance 0.001\n"
+                     "encapsulation u/0/Ethernet0.5 100,7\n"
+                     "request acl u/0/Ethernet0.5 own 5\nadvance 0.001\n";
+   EXPECT_THAT(refusal(out + "withdraw acl u/0/Ethernet0.5 own"),
+               HasSubstr("wait for the answers of the chip first (invariant keyToDel"));
+   expectSound(out + "settle\nwithdraw acl u/0/Ethernet0.5 own\nsettle\nexpect count responses 0");
+}
+
+TEST(AdmissionTest, WithoutItTheLibraryStops) {
+   std::string both = std::string("request acl ") + a + " 5\nrequest acl " + b + " 5\nsettle\n";
+   EXPECT_DEATH(run(both + "set admission off\nwithdraw acl " + b + "\nsettle"),
+                "keyToDel != AradSemKeyAndFap");
+   expectSound(both + "set admission off\nset admission refuse\nsettle");
+   EXPECT_THAT(refusal(both + "set admission off\nset admission refuse\nwithdraw acl " + b),
+               HasSubstr("(invariant keyToDel"));
+}
+
+TEST(AdmissionTest, UnitsWithRequestsKeepTheirTypeAndLookup) {
    std::string label = "request lumen u/1/Vlan9 1 lumen=3\nsettle\n";
    EXPECT_THAT(refusal(label + "unit 1 lookup none"),
                HasSubstr("1 lumen or rampart request, which needs the lumen lookup; withdraw it"));

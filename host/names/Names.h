@@ -1,7 +1,14 @@
 // How requests, policies, keys, statuses and times are written for people.
 #pragma once
 
-#include "host/wiring/Host.h"
+#include "host/driver/ChipTables.h"
+#include "host/text/Text.h"
+#include "host/world/WorldView.h"
+#include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureKey.h"
+#include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureStatus.h"
+#include "ShoalTunnel/InLifIntfFeatureAggSm/InLifIntfFeatureAggr.h"
+#include "ShoalTunnel/InLifIntfSm/InLifFeatureAttributes.h"
+#include "ShoalTunnel/TcamSharing/TcamSharingConfig.h"
 
 #include <array>
 #include <string>
@@ -13,6 +20,8 @@ using Hardware::ShoalTunnel::InLifFeatureAttributes;
 using Hardware::ShoalTunnel::InLifFeatureKey;
 using Hardware::ShoalTunnel::InLifFeatureType;
 using Hardware::ShoalTunnel::InLifIntfKey;
+using Hardware::ShoalTunnel::TcamSharingPolicyId;
+using Hardware::ShoalTunnel::TcamSharingRequest;
 using Hardware::ShoalTunnel::TcamSharingResponse;
 using Hardware::ShoalTunnel::TcamSharingResponseStatus;
 
@@ -59,7 +68,7 @@ std::string formatSeconds(Seconds seconds);
 // "feature4"
 std::string formatType(InLifFeatureType type);
 // "lc1/asic0/Ethernet0 on lc1/asic0:0"
-std::string formatInLifKey(Host const& host, InLifIntfKey key);
+std::string formatInLifKey(WorldView const& world, InLifIntfKey key);
 // "feature1=3,feature4=7"
 std::string formatFeatures(Hardware::ShoalTunnel::InLifIntfFeatureAggr const& aggregate);
 // The 64-bit word in hexadecimal.

@@ -1,4 +1,4 @@
-#include "agent/process/Copy.h"
+#include "simulate/Copy.h"
 
 #include <cerrno>
 #include <csignal>
@@ -11,7 +11,7 @@
 #include <unistd.h>
 #include <utility>
 
-namespace Agent {
+namespace Simulate {
 
 namespace {
 
@@ -101,4 +101,4 @@ void Copy::end() {
 #endif
 }
 
-} // namespace Agent
+} // namespace Simulate

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <sys/types.h>
 
-namespace Agent {
+namespace Simulate {
 
 class Copy {
  public:
@@ -44,4 +44,4 @@ class Copy {
    int reports_ = -1;
 };
 
-} // namespace Agent
+} // namespace Simulate

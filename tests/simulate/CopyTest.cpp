@@ -1,4 +1,4 @@
-#include "agent/process/Copy.h"
+#include "simulate/Copy.h"
 
 #include <csignal>
 #include <gtest/gtest.h>
@@ -6,7 +6,7 @@
 #include <system_error>
 #include <unistd.h>
 
-namespace Agent {
+namespace Simulate {
 namespace {
 
 struct Told {
@@ -71,4 +71,4 @@ TEST(CopyTest, ACopyThatCannotBeMadeIsAnError) {
 }
 
 } // namespace
-} // namespace Agent
+} // namespace Simulate

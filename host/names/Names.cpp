@@ -1,4 +1,4 @@
-#include "host/insight/Names.h"
+#include "host/names/Names.h"
 
 #include <bit>
 #include <cstdio>
@@ -84,8 +84,8 @@ std::string formatType(InLifFeatureType type) {
    return text.str();
 }
 
-std::string formatInLifKey(Host const& host, InLifIntfKey key) {
-   return formatted("{} on {}", key.intfId().name(), host.world().tcamName(key.tcamId()));
+std::string formatInLifKey(WorldView const& world, InLifIntfKey key) {
+   return formatted("{} on {}", key.intfId().name(), world.tcamName(key.tcamId()));
 }
 
 std::string formatFeatures(InLifIntfFeatureAggr const& aggregate) {

@@ -1,0 +1,160 @@
+#include "host/admission/RequestIndex.h"
+
+#include <algorithm>
+
+namespace ShoalHost {
+
+using Hardware::ShoalTunnel::TcamSharingEntry;
+
+RequestIndex::RequestIndex(World const& world, SharingPipeline const& pipeline,
+                           IsemPipeline const* shares)
+    : world_(world), pipeline_(pipeline), shares_(shares), orvMerged_(this), orvBacklog_(this),
+      orvConfig_(this) {
+   for (auto const& [request, policy] : pipeline_.merged->requestIter()) {
+      handleMerged(request);
+   }
+   pipeline_.merged->requestCollection().watch(orvMerged_);
+   intakeRebuilt();
+   if (shares_ != nullptr) {
+      shares_->table->configCollection().watch(orvConfig_);
+   }
+}
+
+// The machine queues what is unanswered ahead of its write; the newest is at the end.
+void RequestIndex::handleConfig(AradSemKeyAndFap const& key) {
+   auto queue = shares_->common->pendingSemWrite({key, shares_->table->configHas(key)});
+   if (queue && queue->pendingSharingEntrys() > 0) {
+      std::size_t newest = queue->pendingSharingEntrys() - 1;
+      auto& keys = unanswered_[queue->pendingSharingEntryQueue()[newest].request().index()];
+      if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
+         keys.push_back(key);
+      }
+   }
+}
+
+bool RequestIndex::isUnanswered(TcamSharingRequest request, AradSemKeyAndFap key) const {
+   for (bool isInsert : {false, true}) {
+      auto queue = shares_->common->pendingSemWrite({key, isInsert});
+      for (std::size_t i = 0; queue && i < queue->pendingSharingEntrys(); ++i) {
+         if (queue->pendingSharingEntryQueue()[i].request() == request) {
+            return true;
+         }
+      }
+   }
+   return false;
+}
+
+std::vector<AradSemKeyAndFap> RequestIndex::unansweredAt(TcamSharingRequest request) const {
+   auto found = unanswered_.find(request.index());
+   if (found == unanswered_.end()) {
+      return {};
+   }
+   auto keys = found->second;
+   std::erase_if(keys, [&](AradSemKeyAndFap key) { return !isUnanswered(request, key); });
+   if (keys.empty()) {
+      unanswered_.erase(found);
+   } else {
+      found->second = keys;
+   }
+   return keys;
+}
+
+void RequestIndex::handleMerged(TcamSharingRequest const& request) {
+   auto& list = ofIntf_[request.intfId().index()];
+   bool wanted = pipeline_.merged->requestHas(request);
+   bool known = std::find(list.begin(), list.end(), request) != list.end();
+   if (wanted && !known) {
+      list.push_back(request);
+      place(request);
+   } else if (!wanted && known) {
+      std::erase(list, request);
+      displace(request);
+   }
+}
+
+void RequestIndex::handleBacklog(TcamSharingRequest const& request) {
+   if (pipeline_.codef->backlog(request)) {
+      places_.set(request, ++lastPlace_);
+   } else {
+      places_.del(request);
+   }
+}
+
+void RequestIndex::intakeRebuilt() {
+   auto const& backlog = pipeline_.codef->backlogCollection();
+   if (!orvBacklog_.registered()) {
+      backlog.watch(orvBacklog_);
+   }
+   places_.delAll();
+   for (auto const& [request, queued] : backlog.walk()) {
+      handleBacklog(request);
+   }
+}
+
+void RequestIndex::place(TcamSharingRequest request) {
+   auto key = shares_ != nullptr ? WorldFacts(world_, {}).sharedKey(request) : std::nullopt;
+   keys_.set(request, key);
+   if (key) {
+      at_[*key].push_back(request);
+   }
+}
+
+void RequestIndex::displace(TcamSharingRequest request) {
+   if (auto key = keys_.get(request)) {
+      auto at = at_.find(*key);
+      std::erase(at->second, request);
+      if (at->second.empty()) {
+         at_.erase(at);
+      }
+   }
+   keys_.del(request);
+}
+
+void RequestIndex::refresh(IntfId intf) {
+   for (TcamSharingRequest request : of(intf)) {
+      displace(request);
+      place(request);
+   }
+}
+
+void RequestIndex::refreshAll() {
+   for (auto const& [request, policy] : pipeline_.merged->requestIter()) {
+      displace(request);
+      place(request);
+   }
+}
+
+std::vector<TcamSharingRequest> RequestIndex::of(IntfId intf) const {
+   auto found = ofIntf_.find(intf.index());
+   return found == ofIntf_.end() ? std::vector<TcamSharingRequest>() : found->second;
+}
+
+std::vector<TcamSharingRequest> RequestIndex::leadingTo(AradSemKeyAndFap key) const {
+   auto found = at_.find(key);
+   return found == at_.end() ? std::vector<TcamSharingRequest>() : found->second;
+}
+
+std::optional<uint64_t> RequestIndex::placeInQueue(TcamSharingRequest request) const {
+   uint64_t place = places_.get(request);
+   if (place == 0) {
+      return std::nullopt;
+   }
+   // A slice begins at the bookmark, and at the first one behind the last.
+   uint64_t bookmark = places_.get(pipeline_.codef->bookmark());
+   constexpr uint64_t round = uint64_t{1} << 62;
+   return bookmark != 0 && place < bookmark ? place + round : place;
+}
+
+bool RequestIndex::isRetried(TcamSharingRequest request) const {
+   auto waits = [&](TcamSharingPolicyId policy) {
+      return pipeline_.commonBase->retryList(TcamSharingEntry(request, policy));
+   };
+   return pipeline_.merged->requestHas(request) &&
+          (waits(pipeline_.merged->request(request)) || waits(pipeline_.output(request)));
+}
+
+bool RequestIndex::isPending(TcamSharingRequest request) const {
+   return places_.get(request) != 0 || isRetried(request);
+}
+
+} // namespace ShoalHost

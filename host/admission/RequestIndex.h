@@ -1,0 +1,61 @@
+// What admission looks up of the requests of one pipeline: by interface, by shared entry, and where
+// they stand in the queue. Kept up to date with the pipeline; nothing here changes what happens.
+#pragma once
+
+#include "host/admission/WorldFacts.h"
+#include "host/pipelines/IsemPipeline.h"
+
+#include <map>
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+namespace ShoalHost {
+
+class RequestIndex {
+ public:
+   // `shares`: the pipeline itself, if its entries are shared ones; else null.
+   RequestIndex(World const& world, SharingPipeline const& pipeline, IsemPipeline const* shares);
+
+   // The wanted requests of an interface, in the order in which they came.
+   std::vector<TcamSharingRequest> of(IntfId intf) const;
+   // The wanted requests that lead to an entry.
+   std::vector<TcamSharingRequest> leadingTo(AradSemKeyAndFap key) const;
+   // The place of a request in the order in which slices will work the queue; none: not queued.
+   std::optional<uint64_t> placeInQueue(TcamSharingRequest request) const;
+   // The request is queued, or waits for a retry.
+   bool isPending(TcamSharingRequest request) const;
+   bool isRetried(TcamSharingRequest request) const;
+   // The shared entries with a write or removal of the request's that is not answered.
+   std::vector<AradSemKeyAndFap> unansweredAt(TcamSharingRequest request) const;
+
+   // The facts of an interface, or of every one, have changed.
+   void refresh(IntfId intf);
+   void refreshAll();
+   // The pipeline's intake was built again.
+   void intakeRebuilt();
+
+ private:
+   void handleMerged(TcamSharingRequest const& request);
+   void handleBacklog(TcamSharingRequest const& request);
+   void handleConfig(AradSemKeyAndFap const& key);
+   bool isUnanswered(TcamSharingRequest request, AradSemKeyAndFap key) const;
+   void place(TcamSharingRequest request);
+   void displace(TcamSharingRequest request);
+
+   World const& world_;
+   SharingPipeline const& pipeline_;
+   IsemPipeline const* shares_;
+   std::unordered_map<uint32_t, std::vector<TcamSharingRequest>> ofIntf_; // by interface
+   std::map<AradSemKeyAndFap, std::vector<TcamSharingRequest>> at_;
+   Orv::KeyedByIndex<TcamSharingRequest, std::optional<AradSemKeyAndFap>> keys_;
+   Orv::KeyedByIndex<TcamSharingRequest, uint64_t> places_; // of queued ones, from 1
+   uint64_t lastPlace_ = 0;
+   // Pruned when it is asked for.
+   mutable std::unordered_map<uint32_t, std::vector<AradSemKeyAndFap>> unanswered_; // by request
+   Orv::ReactorFor<&RequestIndex::handleMerged> orvMerged_;
+   Orv::ReactorFor<&RequestIndex::handleBacklog> orvBacklog_;
+   Orv::ReactorFor<&RequestIndex::handleConfig> orvConfig_;
+};
+
+} // namespace ShoalHost
