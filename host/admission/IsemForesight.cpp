@@ -160,8 +160,8 @@ IsemForesight::Verdict IsemForesight::judge(Effect const& effect) {
    for (auto const& [of, known] : requests_) {
       if (known.place) {
          works.emplace_back(*known.place, of);
-      } else if (index_.isRetried(of) && !known.merged.empty()) {
-         works.emplace_back(UINT64_MAX, of); // a retry pass comes behind what is queued
+      } else if (auto place = index_.placeInRetries(of); place && !known.merged.empty()) {
+         works.emplace_back(*place, of);
       }
    }
    std::sort(works.begin(), works.end());

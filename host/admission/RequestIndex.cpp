@@ -9,12 +9,13 @@ using Hardware::ShoalTunnel::TcamSharingEntry;
 RequestIndex::RequestIndex(World const& world, SharingPipeline const& pipeline,
                            IsemPipeline const* shares)
     : world_(world), pipeline_(pipeline), shares_(shares), orvMerged_(this), orvBacklog_(this),
-      orvConfig_(this) {
+      orvRetry_(this), orvConfig_(this) {
    for (auto const& [request, policy] : pipeline_.merged->requestIter()) {
       handleMerged(request);
    }
    pipeline_.merged->requestCollection().watch(orvMerged_);
    intakeRebuilt();
+   pipeline_.commonBase->retryListCollection().watch(orvRetry_);
    if (shares_ != nullptr) {
       shares_->table->configCollection().watch(orvConfig_);
    }
@@ -145,16 +146,25 @@ std::optional<uint64_t> RequestIndex::placeInQueue(TcamSharingRequest request) c
    return bookmark != 0 && place < bookmark ? place + round : place;
 }
 
-bool RequestIndex::isRetried(TcamSharingRequest request) const {
-   auto waits = [&](TcamSharingPolicyId policy) {
-      return pipeline_.commonBase->retryList(TcamSharingEntry(request, policy));
-   };
-   return pipeline_.merged->requestHas(request) &&
-          (waits(pipeline_.merged->request(request)) || waits(pipeline_.output(request)));
+// A retry pass walks the list in the order in which entries came.
+void RequestIndex::handleRetry(TcamSharingEntry const& entry) {
+   TcamSharingRequest request = entry.request();
+   if (!pipeline_.commonBase->retryList(entry)) {
+      retries_.del(request);
+   } else if (retries_.get(request) == 0) {
+      retries_.set(request, ++lastPlace_);
+   }
+}
+
+std::optional<uint64_t> RequestIndex::placeInRetries(TcamSharingRequest request) const {
+   uint64_t place = retries_.get(request);
+   constexpr uint64_t behind = uint64_t{3} << 62;
+   return place != 0 && pipeline_.merged->requestHas(request) ? std::optional(behind + place)
+                                                              : std::nullopt;
 }
 
 bool RequestIndex::isPending(TcamSharingRequest request) const {
-   return places_.get(request) != 0 || isRetried(request);
+   return places_.get(request) != 0 || placeInRetries(request);
 }
 
 } // namespace ShoalHost

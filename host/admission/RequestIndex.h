@@ -23,9 +23,11 @@ class RequestIndex {
    std::vector<TcamSharingRequest> leadingTo(AradSemKeyAndFap key) const;
    // The place of a request in the order in which slices will work the queue; none: not queued.
    std::optional<uint64_t> placeInQueue(TcamSharingRequest request) const;
+   // The place of one that waits for a retry in the order of the retry pass, behind every queued
+   // one; none: it does not wait, or is not wanted.
+   std::optional<uint64_t> placeInRetries(TcamSharingRequest request) const;
    // The request is queued, or waits for a retry.
    bool isPending(TcamSharingRequest request) const;
-   bool isRetried(TcamSharingRequest request) const;
    // The shared entries with a write or removal of the request's that is not answered.
    std::vector<AradSemKeyAndFap> unansweredAt(TcamSharingRequest request) const;
 
@@ -38,6 +40,7 @@ class RequestIndex {
  private:
    void handleMerged(TcamSharingRequest const& request);
    void handleBacklog(TcamSharingRequest const& request);
+   void handleRetry(Hardware::ShoalTunnel::TcamSharingEntry const& entry);
    void handleConfig(AradSemKeyAndFap const& key);
    bool isUnanswered(TcamSharingRequest request, AradSemKeyAndFap key) const;
    void place(TcamSharingRequest request);
@@ -49,12 +52,14 @@ class RequestIndex {
    std::unordered_map<uint32_t, std::vector<TcamSharingRequest>> ofIntf_; // by interface
    std::map<AradSemKeyAndFap, std::vector<TcamSharingRequest>> at_;
    Orv::KeyedByIndex<TcamSharingRequest, std::optional<AradSemKeyAndFap>> keys_;
-   Orv::KeyedByIndex<TcamSharingRequest, uint64_t> places_; // of queued ones, from 1
+   Orv::KeyedByIndex<TcamSharingRequest, uint64_t> places_;  // of queued ones, from 1
+   Orv::KeyedByIndex<TcamSharingRequest, uint64_t> retries_; // of those on the retry list, from 1
    uint64_t lastPlace_ = 0;
    // Pruned when it is asked for.
    mutable std::unordered_map<uint32_t, std::vector<AradSemKeyAndFap>> unanswered_; // by request
    Orv::ReactorFor<&RequestIndex::handleMerged> orvMerged_;
    Orv::ReactorFor<&RequestIndex::handleBacklog> orvBacklog_;
+   Orv::ReactorFor<&RequestIndex::handleRetry> orvRetry_;
    Orv::ReactorFor<&RequestIndex::handleConfig> orvConfig_;
 };
 
