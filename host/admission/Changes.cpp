@@ -161,8 +161,12 @@ std::optional<Objection> Changes::judgePolicy(Requester requester, TcamSharingRe
           formatted("unit {} has no lumen lookup, so {} cannot ask there (unit UNIT lookup lumen)",
                     unit, name));
    } else if (policy.qosPolicy() != 0 || policy.pbrPolicy() != 0) {
-      return objection(Row::fields,
-                       formatted("{} asks for lumen= only, not for qos= or pbr=", name));
+      auto found =
+          objection(Row::fields, formatted("{} asks for lumen= only, not for qos= or pbr=", name));
+      if (policy.pbrPolicy() == 0) {
+         found.condition = "policyId.qosPolicy() == 0"; // which the merge looks at last
+      }
+      return found;
    }
    return std::nullopt;
 }

@@ -184,6 +184,17 @@ TEST(AdmissionTest, AnAnswerThatIsOutDecides) {
    expectSound(out + "settle\nwithdraw acl u/0/Ethernet0.5 own\nsettle\nexpect count responses 0");
 }
 
+TEST(AdmissionTest, ARequesterOfLabelsAsksForNothingElse) {
+   // The invariant that is named is the one that the merge checks first.
+   for (auto const& [fields, invariant] : {std::pair("qos=1", "policyId.qosPolicy() == 0"),
+                                           std::pair("pbr=1", "policyId.pbrPolicy() == 0"),
+                                           std::pair("qos=1,pbr=1", "policyId.pbrPolicy() == 0")}) {
+      std::string ask = std::string("request rampart u/1/Vlan9 1 lumen=3,") + fields;
+      EXPECT_THAT(refusal(ask), HasSubstr(std::string("(invariant ") + invariant + ")"));
+      EXPECT_DEATH(run("set admission off\n" + ask), HasSubstr(invariant));
+   }
+}
+
 TEST(AdmissionTest, WithoutItTheLibraryStops) {
    std::string both = std::string("request acl ") + a + " 5\nrequest acl " + b + " 5\nsettle\n";
    EXPECT_DEATH(run(both + "set admission off\nwithdraw acl " + b + "\nsettle"),
