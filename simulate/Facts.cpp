@@ -39,8 +39,10 @@ std::optional<Dot1qEncap> Facts::tags(TcamSharingRequest request) const {
    auto const& fields = intf.fields();
    Dot1qEncap tags;
    if (fields.subIntf) {
-      if (world_.subIntfConfigDir->subIntfConfigHas(intf)) {
-         tags = world_.encapsulation(intf);
+      // As the machines see them.
+      if (auto config = world_.subIntfConfigDir->subIntfConfig(intf)) {
+         tags = world_.dynSubIntfEncap->dot1qEncap(intf);
+         tags = tags.isZero() ? config->dot1qEncap() : tags;
       }
    } else if (fields.kind == Plexus::IntfKind::vlan) {
       tags.outer = fields.vlanId;

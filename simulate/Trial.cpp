@@ -68,10 +68,10 @@ class Child {
       if (!runner_.runLine(command, "history", 1)) {
          std::string error = errors_.str().substr(0, errors_.str().find('\n'));
          error = error.substr(std::min(error.size(), std::strlen("history:1: ")));
-         if (!proved(command, error)) {
+         if (runner_.refused() && !proved(command, error, *runner_.refused())) {
             return false;
          }
-         report('R', error);
+         report(runner_.refused() ? 'S' : 'R', error);
          return true;
       }
       report('C', "");
@@ -100,18 +100,13 @@ class Child {
 
    // Of every so many changes that were refused, one is carried out in a copy: it has to stop the
    // library there, or with one of the answers that are out. False when it does not.
-   bool proved(std::string const& command, std::string const& error) {
-      constexpr std::string_view mark = "(invariant ";
-      auto at = error.rfind(mark);
-      if (at == std::string::npos || prove_ == 0 || ++refused_ % prove_ != 0) {
+   bool proved(std::string const& command, std::string const& error, Objection objection) {
+      if (prove_ == 0 || ++refused_ % prove_ != 0) {
          return true;
       }
-      std::string condition = error.substr(at + mark.size());
-      condition.pop_back();
-      bool open = error.find("wait for the answers of the chip") != std::string::npos;
-      std::string how = carriedOut(command, condition, false);
-      if (open && how != asItHasTo) {
-         how = carriedOut(command, condition, true);
+      std::string how = carriedOut(command, objection.condition, false);
+      if (objection.open && how != asItHasTo) {
+         how = carriedOut(command, objection.condition, true);
       }
       Findings findings;
       if (how != asItHasTo) {
@@ -207,15 +202,15 @@ void read(TrialOutcome& outcome, std::string& trying, bool& ended, std::string c
       outcome.carriedOut.push_back(std::exchange(trying, ""));
       break;
    case 'R':
+   case 'S':
       trying.clear();
       if (outcome.refused.empty()) {
          outcome.firstRefusal = text;
       }
       outcome.refused.insert(outcome.carriedOut.size() + outcome.refused.size());
       ++outcome.coverage
-            .find(text.find("(invariant ") != std::string::npos
-                      ? "history: refused, would stop the library"_met.name()
-                      : "history: refused"_met.name())
+            .find(line.front() == 'S' ? "history: refused, would stop the library"_met.name()
+                                      : "history: refused"_met.name())
             ->second;
       break;
    case 'F':

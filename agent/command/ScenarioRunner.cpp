@@ -1,7 +1,9 @@
 #include "agent/command/ScenarioRunner.h"
 
 #include "agent/command/Registry.h"
+#include "host/names/Names.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 #include <sstream>
 #include <string_view>
@@ -47,7 +49,22 @@ std::vector<std::string> splitWords(std::string const& line) {
 void ScenarioRunner::runCommand(std::vector<std::string> words) {
    Command const& command = commandRegistry().take(words);
    Arguments arguments(words);
-   command.run(host_, arguments, out_);
+   Detours const& detours = host_.changes().detours();
+   uint64_t told = detours.count();
+   auto tell = [&] {
+      std::size_t fresh = std::min<std::size_t>(detours.count() - told, detours.notes().size());
+      for (auto note = detours.notes().end() - static_cast<std::ptrdiff_t>(fresh);
+           note != detours.notes().end(); ++note) {
+         out_ << "at " << formatSeconds(note->at) << " s: " << note->text << "\n";
+      }
+   };
+   try {
+      command.run(host_, arguments, out_);
+   } catch (...) {
+      tell();
+      throw;
+   }
+   tell();
 }
 
 bool ScenarioRunner::runLine(std::string const& line, std::string const& name, std::size_t number) {
@@ -59,6 +76,7 @@ bool ScenarioRunner::runLine(std::string const& line, std::string const& name, s
 }
 
 bool ScenarioRunner::tryLine(std::string const& line, std::string const& place) {
+   refused_.reset();
    try {
       auto words = splitWords(line);
       if (words.empty()) {
@@ -72,6 +90,9 @@ bool ScenarioRunner::tryLine(std::string const& line, std::string const& place) 
       return true;
    } catch (ExpectationFailed const& failed) {
       errors_ << place << ": failed: " << failed.what() << std::endl;
+   } catch (ChangeRefused const& refused) {
+      refused_ = refused.objection();
+      errors_ << place << ": error: " << refused.what() << std::endl;
    } catch (std::exception const& error) {
       errors_ << place << ": error: " << error.what() << std::endl;
    }

@@ -5,6 +5,7 @@
 #include "agent/host/AgentHost.h"
 
 #include <istream>
+#include <optional>
 #include <ostream>
 #include <string>
 
@@ -26,6 +27,8 @@ class ScenarioRunner {
    int run(std::istream& in, std::string const& name);
    // One command; false after an error.
    bool runLine(std::string const& line, std::string const& name, std::size_t number);
+   // Why the last command was refused, if its change would have stopped the library.
+   std::optional<Objection> const& refused() const { return refused_; }
 
  private:
    bool tryLine(std::string const& line, std::string const& place);
@@ -35,6 +38,7 @@ class ScenarioRunner {
    std::ostream& out_;
    std::ostream& errors_;
    RunOptions options_;
+   std::optional<Objection> refused_;
 };
 
 // Throws CommandError for quotes that are not closed.

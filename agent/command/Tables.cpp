@@ -8,6 +8,7 @@ std::vector<NamedTable> const& namedTables() {
    static std::vector<NamedTable> const tables = [] {
       std::vector<NamedTable> all;
       addRequestTables(all);
+      addAdmissionTables(all);
       addHardwareTables(all);
       addFeatureTables(all);
       addWorldTables(all);

@@ -19,6 +19,7 @@ NamedTable const& namedTable(std::string_view name);
 
 // Each file of tables adds its own.
 void addRequestTables(std::vector<NamedTable>& tables);
+void addAdmissionTables(std::vector<NamedTable>& tables);
 void addHardwareTables(std::vector<NamedTable>& tables);
 void addFeatureTables(std::vector<NamedTable>& tables);
 void addWorldTables(std::vector<NamedTable>& tables);

@@ -39,9 +39,15 @@ void setRetryInterval(AgentHost& host, Arguments& arguments, std::ostream&) {
 }
 
 void setAdmission(AgentHost& host, Arguments& arguments, std::ostream&) {
-   std::size_t setting = arguments.parseChoice("SETTING", {"refuse", "off"});
+   std::size_t setting = arguments.parseChoice("SETTING", {"refuse", "detour", "off"});
    arguments.end();
    host.changes().settingIs(static_cast<Changes::Setting>(setting));
+}
+
+void setAnswerBound(AgentHost& host, Arguments& arguments, std::ostream&) {
+   double seconds = arguments.parseReal("SECONDS", 0.01, 3600.0);
+   arguments.end();
+   host.changes().detours().answerBoundIs(seconds);
 }
 
 void setCostPerReading(AgentHost& host, Arguments& arguments, std::ostream&) {
@@ -58,9 +64,11 @@ std::span<Command const> timeCommands() {
        {"settle", "", "let time pass until nothing moves but retries", settle},
        {"set quantum", "SECONDS", "the length of a slice of the backlog", setQuantum},
        {"set retry-interval", "SECONDS", "the time between retry passes", setRetryInterval},
-       {"set admission", "refuse|off",
-        "what becomes of a change that would stop the library: it is refused, or made",
+       {"set admission", "refuse|detour|off",
+        "a change that would stop the library is refused, made by a way round, or made",
         setAdmission},
+       {"set answer-bound", "SECONDS",
+        "how long a way round waits for the chip before it asks again", setAnswerBound},
        {"set cost-per-reading", "SECONDS", "the time that a reading of the clock takes",
         setCostPerReading},
    };

@@ -81,11 +81,11 @@ Table subInterfaces(AgentHost const& host) {
        {}};
    auto const& world = host.world();
    for (auto const& [intf, config] : world.subIntfConfigDir->subIntfConfigIter()) {
-      auto dynamic = world.dynSubIntfEncap->dot1qEncap(intf);
+      auto [configured, dynamic] = world.tags(intf);
       auto status = world.subIntfStatusDir->subIntfStatus(intf);
       auto tag = [](uint16_t value) { return value == 0 ? Json() : Json(value); };
-      table.add({intf.name(), tag(config->dot1qEncap().outer), tag(config->dot1qEncap().inner),
-                 tag(dynamic.outer), tag(dynamic.inner), status && status->programInHw()});
+      table.add({intf.name(), tag(configured.outer), tag(configured.inner), tag(dynamic.outer),
+                 tag(dynamic.inner), status && status->programInHw()});
    }
    return table;
 }

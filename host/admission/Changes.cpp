@@ -1,7 +1,6 @@
 #include "host/admission/Changes.h"
 
 #include "host/names/Names.h"
-#include "ShoalTunnel/TcamSharing/TcamSharingIsemPolicyId.h"
 
 #include <algorithm>
 
@@ -17,170 +16,51 @@ using Plexus::SubIntfId;
 
 namespace {
 
-constexpr std::array<std::string_view, kRows> conditions{
-    "keyToDel != AradSemKeyAndFap()",
-    "tcamSharingCommon()->semToRequest( prevKey ) == NULL",
-    "shoalStatus()->fapExtLkupType( request.fapId() ) == Hardware::Shoal::extLkupTypeLumen_",
-    "policyId.lumenAclLabel() == 0",
-    "shoalStatus()->fapExtLkupType( request.fapId() ) == Hardware::Shoal::extLkupTypeLumen_",
-    "policyId.pbrPolicy() == 0",
-    "shoalStatus()->fapType( request.fapId() ) != Hardware::Shoal::fapTypeArad()",
-    "shoalStatus()->portMapValid()",
-    "sysTcamId != Hardware::Shoal::SystemTcamId()",
-};
-
-Objection objection(Row row, std::string text) {
-   return {row, std::move(text), std::string(conditions[static_cast<std::size_t>(row)]), false};
+Concern concernOf(IntfId intf) {
+   Concern concern;
+   concern.interfaces.push_back(intf);
+   return concern;
 }
 
-bool hasLumenLookup(World const& world, FapId unit) {
-   return world.shoalStatus->fapExtLkupType(unit) == Hardware::Shoal::extLkupTypeLumen_;
+Concern concernOf(FapId unit) {
+   Concern concern;
+   concern.unit = unit;
+   return concern;
 }
 
 } // namespace
 
-uint64_t ownFields(World const& world, Requester requester, FapId unit) {
-   if (!hasLumenLookup(world, unit)) {
-      return requester == Requester::acl ? UINT64_MAX : 0;
-   }
-   if (requester != Requester::acl) {
-      return TcamSharingPolicyId::lumenAclLabelMask;
-   }
-   return policyOfPayload(
-              AradSemPayload::basic(TcamSharingIsemPolicyId(TcamSharingPolicyId(UINT64_MAX))
-                                        .makeISemPayloadValue(nullptr, {})))
-       .value();
-}
-
-ChangeRefused::ChangeRefused(Objection const& objection)
-    : HostError("{} (invariant {})", objection.text, objection.condition), objection_(objection) {}
-
 Changes::Changes(World& world, IsemPipeline& isem, MapperPipeline& mapper, SharingRouter& router,
-                 FeaturePipeline const& features, ChipSeam const& seam)
-    : world_(world), isem_(isem), mapper_(mapper), router_(router), features_(features),
-      seam_(seam), isemIndex_(world, isem, &isem), mapperIndex_(world, mapper, nullptr) {}
+                 FeaturePipeline const& features, ChipSeam& seam, Orv::Timers& timers)
+    : world_(world), isem_(isem), mapper_(mapper), router_(router),
+      judge_(world, isem, mapper, router, features, seam),
+      detours_(world, isem, mapper, router, judge_, seam, timers) {}
 
-// ---- Judging
-
-void Changes::refuse(Objection const& objection) const {
-   if (setting_ == Setting::refuse) {
-      throw ChangeRefused(objection);
-   }
-}
-
-void Changes::admit(Effects const& effects) {
-   if (setting_ == Setting::off) {
-      return;
-   }
-   if (auto objection = judge(effects)) {
-      refuse(*objection);
-   }
-}
-
-std::optional<Objection> Changes::judge(Effects const& effects) const {
-   WorldFacts facts(world_, effects.facts);
-   auto verdict = IsemForesight(isem_, seam_, isemIndex_, facts).judge(effects.isem);
-   if (verdict.what == IsemForesight::Break::none) {
-      return judgeMapper(effects.mapper, facts);
-   }
-   std::string request = formatRequest(verdict.request);
-   std::string users = formatRequests(verdict.users, " and ");
-   Objection found;
-   if (verdict.what == IsemForesight::Break::moved) {
-      found = objection(
-          Row::moved,
-          formatted("{} would move off the entry {}, which {} still use{}; withdraw {} first",
-                    request, formatKey(*verdict.key), users, verdict.users.size() == 1 ? "s" : "",
-                    users));
-   } else {
-      auto status = isem_.mergedStatus->response(verdict.request).status;
-      bool answered = status == tcamSharingSuccess || status == tcamSharingFailed;
-      std::string text =
-          formatted("{} would be withdrawn, but it {} without an entry of its own", request,
-                    verdict.open ? "may be answered before that"
-                    : answered   ? formatted("was answered {}", formatStatus(status))
-                                 : "will be answered");
-      if (verdict.open) {
-         text += "; wait for the answers of the chip first";
-      } else if (users.empty()) {
-         text += "; first have it programmed itself (a single tag, then another policy)";
-      } else {
-         text += formatted(": the entry {} belongs to {}; first withdraw {}, then give {} another "
-                           "policy, so that it is programmed itself",
-                           formatKey(*verdict.key), users, users, verdict.request.intfId().name());
-      }
-      found = objection(Row::unmapped, text);
-   }
-   found.open = verdict.open;
-   return found;
-}
-
-// A request of the mapper pipeline must not be worked on an arad unit. Tunnels may.
-std::optional<Objection> Changes::judgeMapper(IsemForesight::Effect const& effect,
-                                              WorldFacts const& facts) const {
-   auto breaks = [&](TcamSharingRequest request, TcamSharingPolicyId wanted) {
-      return facts.isArad(request.fapId()) &&
-             !Plexus::TunnelIntfId::isTunnelIntfId(request.intfId()) &&
-             !(wanted.empty() && mapper_.output(request).empty());
-   };
-   auto breaksAsIs = [&](TcamSharingRequest request) {
-      return breaks(request, mapper_.merged->request(request));
-   };
-   bool broken = std::any_of(effect.takenOut.begin(), effect.takenOut.end(),
-                             [&](auto each) { return breaks(each, TcamSharingPolicyId()); }) ||
-                 std::any_of(effect.requeued.begin(), effect.requeued.end(), breaksAsIs) ||
-                 std::any_of(effect.merged.begin(), effect.merged.end(),
-                             [&](auto const& each) { return breaks(each.first, each.second); }) ||
-                 std::any_of(effect.affected.begin(), effect.affected.end(), [&](auto each) {
-                    return mapperIndex_.isPending(each) && breaksAsIs(each);
-                 });
-   if (!broken) {
-      return std::nullopt;
-   }
-   return objection(Row::generation, "a withdrawal that is still under way would meet a unit of "
-                                     "the other type; settle first");
+void Changes::carryOut(std::function<std::string()> what, Concern concern,
+                       std::function<std::optional<Objection>()> judge,
+                       std::function<void()> make) {
+   Change change;
+   change.what = std::move(what);
+   change.concern = std::move(concern);
+   change.judge = std::move(judge);
+   change.make = std::move(make);
+   detours_.carryOut(std::move(change));
 }
 
 // ---- Requests
 
-std::optional<Objection> Changes::judgePolicy(Requester requester, TcamSharingRequest request,
-                                              TcamSharingPolicyId policy) const {
-   uint32_t unit = request.fapId().value();
-   bool lumen = hasLumenLookup(world_, request.fapId());
-   std::string_view name = requesterName(requester);
-   if (requester == Requester::acl) {
-      if (lumen && policy.lumenAclLabel() != 0) {
-         return objection(
-             Row::label,
-             formatted("unit {} has the lumen lookup, where acl cannot ask for the lumen label",
-                       unit));
-      }
-   } else if (!lumen) {
-      return objection(
-          Row::noLookup,
-          formatted("unit {} has no lumen lookup, so {} cannot ask there (unit UNIT lookup lumen)",
-                    unit, name));
-   } else if (policy.qosPolicy() != 0 || policy.pbrPolicy() != 0) {
-      auto found =
-          objection(Row::fields, formatted("{} asks for lumen= only, not for qos= or pbr=", name));
-      if (policy.pbrPolicy() == 0) {
-         found.condition = "policyId.qosPolicy() == 0"; // which the merge looks at last
-      }
-      return found;
-   }
-   return std::nullopt;
-}
-
-TcamSharingPolicyId Changes::merged(Requester requester, TcamSharingRequest request,
-                                    TcamSharingPolicyId policy, TcamSharingPolicyId present) const {
-   uint64_t own = ownFields(world_, requester, request.fapId());
-   return TcamSharingPolicyId((policy.value() & own) | (present.value() & ~own));
-}
-
 void Changes::requestIs(Requester requester, std::vector<TcamSharingRequest> const& requests,
                         TcamSharingPolicyId policy) {
    auto const& config = router_.tables().config(requester);
-   Effects effects;
+   auto write = [config, policy](TcamSharingRequest request) {
+      if (policy.empty()) {
+         config->requestDel(request);
+      } else {
+         config->requestIs(request, policy);
+      }
+   };
+   Change change;
+   std::vector<TcamSharingRequest> held;
    for (TcamSharingRequest request : requests) {
       FapId unit = request.fapId();
       bool arad = world_.shoalStatus->fapType(unit) == Hardware::Shoal::fapTypeArad;
@@ -188,352 +68,359 @@ void Changes::requestIs(Requester requester, std::vector<TcamSharingRequest> con
          throw HostError("unit {} is above {}, the last that an ISEM key can name", unit.value(),
                          AradSemKeyAndFap::maxFapId);
       }
-      if (config->request(request) == policy) {
-         continue;
-      }
-      if (auto objection = judgePolicy(requester, request, policy)) {
-         refuse(*objection);
-      }
-      SharingPipeline const& pipeline = router_.pipelineOf(unit);
-      TcamSharingPolicyId present = pipeline.merged->request(request);
-      TcamSharingPolicyId wanted = merged(requester, request, policy, present);
-      if (wanted != present) {
-         (arad ? effects.isem : effects.mapper).merged.emplace_back(request, wanted);
-      }
+      (router_.held(requester, request) ? held : change.concern.requests).push_back(request);
    }
-   admit(effects);
-   for (TcamSharingRequest request : requests) {
-      if (policy.empty()) {
-         config->requestDel(request);
-      } else {
-         config->requestIs(request, policy);
+   auto const& all = change.concern.requests;
+   change.what = [=] {
+      return formatted(
+          "{} of {}", policy.empty() ? "the withdrawal" : "the policy " + formatPolicy(policy),
+          join(all, " and ", [&](auto each) {
+             return formatted("{} for {}", requesterName(requester), formatRequest(each));
+          }));
+   };
+   change.judge = [=, this]() -> std::optional<Objection> {
+      Effects effects;
+      for (TcamSharingRequest request : all) {
+         if (config->request(request) == policy) {
+            continue;
+         }
+         if (auto objection = judge_.judgePolicy(requester, request, policy)) {
+            return objection;
+         }
+         judge_.addRequest(effects, requester, request, policy);
       }
+      return judge_.judge(effects);
+   };
+   change.make = [=] { std::for_each(all.begin(), all.end(), write); };
+   for (TcamSharingRequest request : held) {
+      write(request);
+      detours_.heldRequestIs(requester, request);
    }
+   detours_.carryOut(std::move(change));
 }
 
 // ---- Sub-interfaces and VLANs
 
-void Changes::affect(Effects& effects, std::vector<IntfId> const& interfaces) const {
-   for (IntfId intf : interfaces) {
-      auto requests = isemIndex_.of(intf);
-      effects.isem.affected.insert(effects.isem.affected.end(), requests.begin(), requests.end());
-   }
-}
-
-void Changes::refresh(std::vector<IntfId> const& interfaces) {
-   for (IntfId intf : interfaces) {
-      isemIndex_.refresh(intf);
-   }
-}
-
-void Changes::changeTags(IntfId subIntf, Dot1qEncap configured, Dot1qEncap dynamic, bool deleted) {
-   if (!SubIntfId::isSubIntfId(subIntf) || !world_.subIntfConfigDir->subIntfConfigHas(subIntf)) {
-      return; // which the world refuses
-   }
-   Dot1qEncap tags = dynamic.isZero() ? configured : dynamic;
-   bool add = !tags.isZero() && !deleted;
+Effects Changes::tagEffects(IntfId subIntf, WorldView::Tags both, bool deleted) const {
    Effects effects;
+   if (!SubIntfId::isSubIntfId(subIntf) || !world_.subIntfConfigDir->subIntfConfigHas(subIntf)) {
+      return effects; // which the world refuses
+   }
+   Dot1qEncap tags = both.dynamic.isZero() ? both.configured : both.dynamic;
+   bool add = !tags.isZero() && !deleted;
    effects.facts.tags = {subIntf, add ? std::optional(tags) : std::nullopt};
-   affect(effects, {subIntf});
+   judge_.affect(effects, {subIntf});
    // The record of tags tells of changes, so an equal one tells nothing.
    auto record = world_.subIntfDot1qEncapChange->dot1qEncapCollection().find(subIntf);
    bool told = add ? record != tags : record.has_value();
-   IntfId parent = SubIntfId::parentIntfId(subIntf);
-   FapId unit = world_.placeOf(parent).fapId;
-   if (unit.isNull()) {
-      unit = world_.portMapHelper->intfToFap(parent);
-   }
-   if (unit.isNull()) {
-      unit = world_.portMapHelper->changedIntfToFap(parent);
-   }
+   FapId unit = world_.unitOfParent(subIntf);
    WorldFacts present(world_, {});
-   for (SharingPipeline const* pipeline : {static_cast<SharingPipeline const*>(&isem_),
-                                           static_cast<SharingPipeline const*>(&mapper_)}) {
-      auto& effect = pipeline == &isem_ ? effects.isem : effects.mapper;
-      for (TcamSharingRequest request : indexOf(*pipeline).of(subIntf)) {
+   for (auto [effect, index] : {std::pair(&effects.isem, &judge_.isemIndex()),
+                                std::pair(&effects.mapper, &judge_.mapperIndex())}) {
+      for (TcamSharingRequest request : index->of(subIntf)) {
          if (!told || (!unit.isNull() && request.fapId() != unit)) {
             continue;
          }
          if (add) {
-            effect.requeued.push_back(request);
+            effect->requeued.push_back(request);
          } else if (deleted || !present.domain(subIntf, request.fapId())) {
-            effect.takenOut.push_back(request);
+            effect->takenOut.push_back(request);
          }
       }
    }
-   admit(effects);
+   return effects;
+}
+
+void Changes::tagsAre(std::string_view what, IntfId subIntf,
+                      std::function<WorldView::Tags(WorldView::Tags)> change, bool deleted,
+                      std::function<void()> make) {
+   carryOut([=] { return formatted("{} of {}", what, subIntf.name()); }, concernOf(subIntf),
+            [=, this] {
+               WorldView::Tags tags = change(world_.tags(subIntf));
+               return judge_.judge(tagEffects(subIntf, tags, deleted));
+            },
+            [=, this] {
+               make();
+               judge_.refresh({subIntf});
+            });
 }
 
 void Changes::encapsulationIs(IntfId subIntf, Dot1qEncap encap) {
-   changeTags(subIntf, encap, world_.dynSubIntfEncap->dot1qEncap(subIntf), false);
-   world_.encapsulationIs(subIntf, encap);
-   refresh({subIntf});
+   tagsAre(
+       "the encapsulation", subIntf,
+       [encap](WorldView::Tags tags) {
+          return WorldView::Tags{encap, tags.dynamic};
+       },
+       false, [=, this] { world_.encapsulationIs(subIntf, encap); });
 }
 
 void Changes::dynamicEncapsulationIs(IntfId subIntf, Dot1qEncap encap) {
-   auto config = world_.subIntfConfigDir->subIntfConfig(subIntf);
-   changeTags(subIntf, config ? config->dot1qEncap() : Dot1qEncap(), encap, false);
-   world_.dynamicEncapsulationIs(subIntf, encap);
-   refresh({subIntf});
+   tagsAre(
+       "the dynamic encapsulation", subIntf,
+       [encap](WorldView::Tags tags) {
+          return WorldView::Tags{tags.configured, encap};
+       },
+       false, [=, this] { world_.dynamicEncapsulationIs(subIntf, encap); });
 }
 
 void Changes::subInterfaceDel(IntfId subIntf) {
-   changeTags(subIntf, {}, {}, true);
-   world_.subInterfaceDel(subIntf);
-   refresh({subIntf});
+   tagsAre(
+       "the deletion", subIntf, [](WorldView::Tags) { return WorldView::Tags(); }, true,
+       [=, this] { world_.subInterfaceDel(subIntf); });
 }
 
 void Changes::programInHwIs(IntfId subIntf, bool on) {
-   auto status = world_.subIntfStatusDir->subIntfStatus(subIntf);
-   if (status && status->programInHw() != on) {
-      Effects effects;
-      (on ? effects.isem.requeued : effects.isem.takenOut) = isemIndex_.of(subIntf);
-      (on ? effects.mapper.requeued : effects.mapper.takenOut) = mapperIndex_.of(subIntf);
-      admit(effects);
-   }
-   world_.programInHwIs(subIntf, on);
+   carryOut([=] { return formatted("program-in-hw {} of {}", on ? "on" : "off", subIntf.name()); },
+            concernOf(subIntf),
+            [=, this]() -> std::optional<Objection> {
+               auto status = world_.subIntfStatusDir->subIntfStatus(subIntf);
+               if (!status || status->programInHw() == on) {
+                  return std::nullopt;
+               }
+               Effects effects;
+               (on ? effects.isem.requeued : effects.isem.takenOut) =
+                   judge_.isemIndex().of(subIntf);
+               (on ? effects.mapper.requeued : effects.mapper.takenOut) =
+                   judge_.mapperIndex().of(subIntf);
+               return judge_.judge(effects);
+            },
+            [=, this] { world_.programInHwIs(subIntf, on); });
 }
 
 void Changes::encapKindIs(IntfId subIntf, uint32_t kind) {
-   world_.encapKindIs(subIntf, kind);
+   factIs("the encapsulation kind", subIntf, nullptr,
+          [=, this] { world_.encapKindIs(subIntf, kind); });
+}
+
+Effects Changes::internalVlanEffects(IntfId routedPort, VlanIdOrNone vlan) const {
+   Effects effects;
+   if (!world_.isRouted(routedPort) || world_.intfVlanIdTable->internalVlanId(routedPort) == vlan) {
+      return effects;
+   }
+   bool present = vlan.value() != 0;
+   effects.facts.tags = {routedPort,
+                         present ? std::optional(Dot1qEncap{vlan.value(), 0}) : std::nullopt};
+   judge_.affect(effects, {routedPort});
+   auto isem = judge_.isemIndex().of(routedPort);
+   auto mapper = judge_.mapperIndex().of(routedPort);
+   if (present) {
+      effects.isem.requeued = std::move(isem);
+      effects.mapper.requeued = std::move(mapper);
+      return effects;
+   }
+   std::copy_if(isem.begin(), isem.end(), std::back_inserter(effects.isem.takenOut),
+                [&](auto each) { return isem_.common->tcamRequestToIsemKeyMappingHas(each); });
+   std::copy_if(
+       mapper.begin(), mapper.end(), std::back_inserter(effects.mapper.takenOut),
+       [&](auto each) { return mapper_.common->tcamRequestToVlanTagToVsiKeyMappingHas(each); });
+   return effects;
 }
 
 void Changes::internalVlanIs(IntfId routedPort, VlanIdOrNone vlan) {
-   bool present = vlan.value() != 0;
-   if (world_.isRouted(routedPort) && world_.intfVlanIdTable->internalVlanId(routedPort) != vlan) {
-      Effects effects;
-      effects.facts.tags = {routedPort,
-                            present ? std::optional(Dot1qEncap{vlan.value(), 0}) : std::nullopt};
-      affect(effects, {routedPort});
-      if (present) {
-         effects.isem.requeued = isemIndex_.of(routedPort);
-         effects.mapper.requeued = mapperIndex_.of(routedPort);
-      } else {
-         for (TcamSharingRequest request : isemIndex_.of(routedPort)) {
-            if (isem_.common->tcamRequestToIsemKeyMappingHas(request)) {
-               effects.isem.takenOut.push_back(request);
-            }
-         }
-         for (TcamSharingRequest request : mapperIndex_.of(routedPort)) {
-            if (mapper_.common->tcamRequestToVlanTagToVsiKeyMappingHas(request)) {
-               effects.mapper.takenOut.push_back(request);
-            }
-         }
-      }
-      admit(effects);
-   }
-   world_.internalVlanIs(routedPort, vlan);
-   refresh({routedPort});
+   carryOut([=] { return formatted("the internal VLAN of {}", routedPort.name()); },
+            concernOf(routedPort),
+            [=, this] { return judge_.judge(internalVlanEffects(routedPort, vlan)); },
+            [=, this] {
+               world_.internalVlanIs(routedPort, vlan);
+               judge_.refresh({routedPort});
+            });
 }
 
 void Changes::untaggedVlanIs(IntfId intf, VlanIdOrNone vlan) {
    world_.untaggedVlanIs(intf, vlan);
 }
 
+void Changes::factIs(std::string what, IntfId intf, std::function<FactChange()> fact,
+                     std::function<void()> make) {
+   Change change;
+   change.what = [=] { return formatted("{} of {}", what, intf.name()); };
+   change.concern.interfaces = world_.subInterfacesAround(intf);
+   change.concern.interfaces.push_back(intf);
+   change.judge = [=, this]() -> std::optional<Objection> {
+      if (!fact) {
+         return std::nullopt;
+      }
+      Effects effects;
+      effects.facts = fact();
+      judge_.affect(effects, world_.subInterfacesAround(intf));
+      return judge_.judge(effects);
+   };
+   change.make = [=, this] {
+      auto before = world_.subInterfacesAround(intf);
+      make();
+      judge_.refresh(before);
+   };
+   detours_.carryOut(std::move(change));
+}
+
 void Changes::vlanDomainIs(IntfId intf, std::optional<VlanDomain> domain) {
-   Effects effects;
-   if (World::isPort(intf)) {
-      effects.facts.placeDomain = {world_.placeOf(intf), domain};
-   } else {
-      effects.facts.lagDomain = {intf, domain ? domain->value() : uint8_t{0}};
-   }
-   auto around = world_.subInterfacesAround(intf);
-   affect(effects, around);
-   admit(effects);
-   world_.vlanDomainIs(intf, domain);
-   refresh(around);
+   factIs(
+       "the VLAN domain", intf,
+       [=, this] {
+          FactChange fact;
+          if (World::isPort(intf)) {
+             fact.placeDomain = {world_.placeOf(intf), domain};
+          } else {
+             fact.lagDomain = {intf, domain ? domain->value() : uint8_t{0}};
+          }
+          return fact;
+       },
+       [=, this] { world_.vlanDomainIs(intf, domain); });
 }
 
 // ---- Units
 
-void Changes::affectUnit(Effects& effects, FapId unit) const {
-   auto add = [&](SharingPipeline const& pipeline, std::vector<TcamSharingRequest>& affected) {
-      for (auto const& [request, queued] : pipeline.codef->backlogCollection().walk()) {
-         if (request.fapId() == unit) {
-            affected.push_back(request);
-         }
-      }
-      for (auto const& [entry, waits] : pipeline.commonBase->retryListIter()) {
-         if (waits && entry.request().fapId() == unit) {
-            affected.push_back(entry.request());
-         }
-      }
-   };
-   add(isem_, effects.isem.affected);
-   add(mapper_, effects.mapper.affected);
+void Changes::unitIs(FapId unit, std::string what, std::function<std::optional<Objection>()> judge,
+                     std::function<void()> make) {
+   carryOut([=] { return formatted("{} of unit {}", what, unit.value()); }, concernOf(unit),
+            std::move(judge), std::move(make));
 }
 
 void Changes::fapTypeIs(FapId unit, Hardware::Shoal::FapType type) {
    using Hardware::Shoal::fapTypeArad;
    // Units of the two generations must never meet in one pipeline.
-   bool otherGeneration =
-       (type == fapTypeArad) != (world_.shoalStatus->fapType(unit) == fapTypeArad);
-   std::size_t count = 0;
-   for (Requester requester : requesters) {
-      for (auto const& [request, policy] : router_.tables().config(requester)->requestIter()) {
-         count += otherGeneration && request.fapId() == unit ? 1 : 0;
-      }
+   auto asked = [=, this]() -> std::size_t {
+      bool arad = world_.shoalStatus->fapType(unit) == fapTypeArad;
+      return (type == fapTypeArad) == arad
+                 ? 0
+                 : judge_.askedOn(unit, {requesters.begin(), requesters.end()}).size();
+   };
+   auto objection = [unit](std::size_t count) {
+      return objectionOf(Row::generation,
+                         formatted("unit {} has {} in the pipeline of its present type",
+                                   unit.value(), counted(count, "request")),
+                         formatted("withdraw {} before it changes", count == 1 ? "it" : "them"));
+   };
+   if (std::size_t count = detours_.setting() == Setting::detour ? 0 : asked(); count > 0) {
+      Objection const found = objection(count);
+      throw HostError("{}; {}", found.why, found.wayOut);
    }
-   if (count > 0) {
-      throw HostError(
-          "unit {} has {} in the pipeline of its present type; withdraw {} before it changes",
-          unit.value(), counted(count, "request"), count == 1 ? "it" : "them");
-   }
-   Effects effects;
-   effects.facts.type = {unit, type};
-   affectUnit(effects, unit);
-   admit(effects);
-   world_.fapTypeIs(unit, type);
-   isemIndex_.refreshAll();
+   unitIs(
+       unit, "the type",
+       [=, this]() -> std::optional<Objection> {
+          if (std::size_t count = asked(); count > 0) {
+             return objection(count);
+          }
+          Effects effects;
+          effects.facts.type = {unit, type};
+          judge_.affectUnit(effects, unit);
+          return judge_.judge(effects);
+       },
+       [=, this] {
+          world_.fapTypeIs(unit, type);
+          judge_.refreshAll();
+       });
 }
 
 void Changes::fapAvailableIs(FapId unit, bool available) {
-   Effects effects;
-   effects.facts.available = {unit, available};
-   affectUnit(effects, unit);
-   admit(effects);
-   world_.fapAvailableIs(unit, available);
+   unitIs(
+       unit, "the availability",
+       [=, this] {
+          Effects effects;
+          effects.facts.available = {unit, available};
+          judge_.affectUnit(effects, unit);
+          return judge_.judge(effects);
+       },
+       [=, this] { world_.fapAvailableIs(unit, available); });
 }
 
 void Changes::extLkupTypeIs(FapId unit, Hardware::Shoal::ExtLkupType type) {
-   std::size_t count = 0;
-   for (Requester requester : {Requester::lumen, Requester::rampart}) {
-      for (auto const& [request, policy] : router_.tables().config(requester)->requestIter()) {
-         count += request.fapId() == unit ? 1 : 0;
-      }
-   }
-   if (type != Hardware::Shoal::extLkupTypeLumen_ && count > 0) {
-      refuse(objection(Row::lookup,
-                       formatted("unit {} has {}, which need{} the lumen lookup; withdraw {} first",
-                                 unit.value(), counted(count, "lumen or rampart request"),
-                                 count == 1 ? "s" : "", count == 1 ? "it" : "them")));
-   }
-   world_.extLkupTypeIs(unit, type);
+   unitIs(
+       unit, "the lookup", [=, this] { return judge_.judgeLookup(unit, type); },
+       [=, this] { world_.extLkupTypeIs(unit, type); });
 }
 
 // ---- Ports and port-channels
 
 void Changes::portMapIs(IntfId port, std::optional<PortMap> place) {
-   Effects effects;
-   effects.facts.place = {port, place.value_or(PortMap())};
-   auto around = world_.subInterfacesAround(port);
-   affect(effects, around);
-   admit(effects);
-   world_.portMapIs(port, place);
-   refresh(around);
+   factIs(
+       "the place", port,
+       [=] {
+          FactChange fact;
+          fact.place = {port, place.value_or(PortMap())};
+          return fact;
+       },
+       [=, this] { world_.portMapIs(port, place); });
 }
 
 void Changes::systemPortIs(IntfId port, std::optional<SystemPhyPortId> systemPort) {
-   Effects effects;
-   effects.facts.place = {port, systemPort ? world_.shoalStatus->portMap(*systemPort) : PortMap()};
-   auto around = world_.subInterfacesAround(port);
-   affect(effects, around);
-   admit(effects);
-   world_.systemPortIs(port, systemPort);
-   refresh(around);
+   factIs(
+       "the system port", port,
+       [=, this] {
+          FactChange fact;
+          fact.place = {port, systemPort ? world_.shoalStatus->portMap(*systemPort) : PortMap()};
+          return fact;
+       },
+       [=, this] { world_.systemPortIs(port, systemPort); });
 }
 
 void Changes::portMapValidIs(bool valid) {
    world_.portMapValidIs(valid);
-}
-
-std::optional<Objection> Changes::judgePortMapVersion() const {
-   if (!world_.shoalStatus->portMapValid()) {
-      return objection(Row::portMap, "a new version while the port map is not valid; say "
-                                     "port-map-state valid first");
-   }
-   for (auto const& [port, word] : features_.portWords->lifFeatureAttrIter()) {
-      if (world_.shoalStatus->sysTcamId(port) == Hardware::Shoal::SystemTcamId()) {
-         return objection(Row::place,
-                          formatted("sysTcamId must be valid for {}, which carries a feature word: "
-                                    "give it a place first (port-map), or withdraw its features "
-                                    "while it has one",
-                                    port.name()));
-      }
-   }
-   return std::nullopt;
+   detours_.poke();
 }
 
 void Changes::portMapVersionInc() {
-   if (auto objection = judgePortMapVersion()) {
-      refuse(*objection);
-   }
-   world_.portMapVersionInc();
+   Concern concern;
+   concern.portMap = true;
+   carryOut([] { return std::string("the new version of the port map"); }, concern,
+            [this] { return judge_.judgePortMapVersion(); },
+            [this] { world_.portMapVersionInc(); });
 }
 
 void Changes::portChannelIs(IntfId lag, bool present) {
-   Effects effects;
-   if (!present) {
-      effects.facts.lagGone = lag;
-   }
-   auto around = world_.subInterfacesAround(lag);
-   affect(effects, around);
-   admit(effects);
-   world_.portChannelIs(lag, present);
-   refresh(around);
+   factIs(
+       present ? "the creation" : "the deletion", lag,
+       [=] {
+          FactChange fact;
+          if (!present) {
+             fact.lagGone = lag;
+          }
+          return fact;
+       },
+       [=, this] { world_.portChannelIs(lag, present); });
 }
 
 void Changes::memberIs(IntfId lag, IntfId port, bool present) {
-   Effects effects;
-   effects.facts.member = {lag, port, present};
-   auto around = world_.subInterfacesAround(lag);
-   affect(effects, around);
-   admit(effects);
-   world_.memberIs(lag, port, present);
-   refresh(around);
+   factIs(
+       formatted("the membership of {}", port.name()), lag,
+       [=] {
+          FactChange fact;
+          fact.member = {lag, port, present};
+          return fact;
+       },
+       [=, this] { world_.memberIs(lag, port, present); });
 }
 
 // ---- Machines
 
 void Changes::checkRebuild(Machine machine) {
-   Effects effects;
-   if (machine == Machine::intake) {
-      effects.isem.restartsIntake = true;
-   } else if (machine == Machine::isem) {
-      effects.isem.programsAll = true;
-   } else if (machine == Machine::mapper) {
-      for (auto const& [request, policy] : mapper_.tagOutput->requestIter()) {
-         effects.mapper.requeued.push_back(request);
-      }
-   } else if (machine == Machine::merge) {
-      std::vector<TcamSharingRequest> labelled;
-      for (auto const& [request, policy] : router_.tables().config(Requester::acl)->requestIter()) {
-         if (judgePolicy(Requester::acl, request, policy)) {
-            labelled.push_back(request);
+   Change change;
+   change.firm = true;
+   change.what = [] { return std::string("the rebuilding"); };
+   change.judge = [=, this]() -> std::optional<Objection> {
+      Effects effects;
+      if (machine == Machine::intake) {
+         effects.isem.restartsIntake = true;
+      } else if (machine == Machine::isem) {
+         effects.isem.programsAll = true;
+      } else if (machine == Machine::mapper) {
+         for (auto const& [request, policy] : mapper_.tagOutput->requestIter()) {
+            effects.mapper.requeued.push_back(request);
+         }
+      } else if (machine == Machine::merge) {
+         if (auto objection = judge_.judgeMerge(effects)) {
+            return objection;
          }
       }
-      if (!labelled.empty()) {
-         refuse(objection(
-             Row::label,
-             formatted("acl asks with lumen= for {}, and a unit with the lumen lookup leaves that "
-                       "field to others; ask again without lumen= first",
-                       formatRequests(labelled, " and "))));
-      }
-      for (SharingPipeline* pipeline :
-           {static_cast<SharingPipeline*>(&isem_), static_cast<SharingPipeline*>(&mapper_)}) {
-         auto& effect = pipeline == &isem_ ? effects.isem : effects.mapper;
-         std::map<TcamSharingRequest, TcamSharingPolicyId> changed;
-         for (Requester requester : requesters) {
-            for (auto const& [request, policy] :
-                 pipeline->sharing.config(requester)->requestIter()) {
-               auto known = changed.find(request);
-               TcamSharingPolicyId present =
-                   known == changed.end() ? pipeline->merged->request(request) : known->second;
-               TcamSharingPolicyId wanted = merged(requester, request, policy, present);
-               if (wanted != present) {
-                  changed[request] = wanted;
-                  effect.merged.emplace_back(request, wanted);
-               }
-            }
-         }
-      }
-   }
-   admit(effects);
+      return judge_.judge(effects);
+   };
+   change.make = [] {};
+   detours_.carryOut(std::move(change));
 }
 
 void Changes::intakesRebuilt() {
-   isemIndex_.intakeRebuilt();
-   mapperIndex_.intakeRebuilt();
+   judge_.intakesRebuilt();
+   detours_.intakesRebuilt();
 }
 
 } // namespace ShoalHost

@@ -1,61 +1,25 @@
 // Changes of the world and of requests, each judged before it is made: whether the library can take
 // it now.
 //
-// Some changes stop the library, at once or when its queue reaches them. Each situation is a Row. A
-// change is judged from the tables as they are, with what waits in the queues, and touches only
-// what shares an entry with it.
+// Some changes stop the library, at once or when its queue reaches them; each such situation is a
+// Row. What becomes of them is a setting: see Detours.
 #pragma once
 
-#include "host/admission/IsemForesight.h"
-#include "host/pipelines/FeaturePipeline.h"
-#include "host/pipelines/SharingRouter.h"
-#include "host/text/Errors.h"
+#include "host/admission/Detours.h"
 
 namespace ShoalHost {
-
-// The situations in which the library stops.
-enum class Row {
-   unmapped,   // withdrawn, but answered without an entry of its own
-   moved,      // moved off an entry that others use
-   lookup,     // the lumen lookup goes while lumen or rampart asks on the unit
-   label,      // acl asks for the lumen label on a unit with the lumen lookup
-   noLookup,   // lumen or rampart asks on a unit without the lumen lookup
-   fields,     // lumen or rampart asks for qos or pbr
-   generation, // the unit's generation changes under a request
-   portMap,    // a new version of a port map that is not valid
-   place,      // a new version of the port map while a port with a feature word has no place
-};
-inline constexpr std::size_t kRows = 9;
-
-// What a judgement ended with.
-struct Objection {
-   Row row;
-   std::string text;      // why, with the requests concerned, and the way out
-   std::string condition; // the library's invariant
-   bool open = false;     // only one of the answers that are out would break it
-};
-
-// A change that was refused.
-class ChangeRefused : public HostError {
- public:
-   explicit ChangeRefused(Objection const& objection);
-   Objection const& objection() const { return objection_; }
-
- private:
-   Objection objection_;
-};
 
 class Changes {
  public:
    Changes(World& world, IsemPipeline& isem, MapperPipeline& mapper, SharingRouter& router,
-           FeaturePipeline const& features, ChipSeam const& seam);
+           FeaturePipeline const& features, ChipSeam& seam, Orv::Timers& timers);
 
-   enum class Setting {
-      refuse, // ChangeRefused for what would stop the library
-      off     // it stops
-   };
-   Setting setting() const { return setting_; }
-   void settingIs(Setting setting) { setting_ = setting; }
+   using Setting = Detours::Setting;
+   // How a change is made that would stop the library, and what is on its way.
+   Detours& detours() { return detours_; }
+   Detours const& detours() const { return detours_; }
+   Setting setting() const { return detours_.setting(); }
+   void settingIs(Setting setting) { detours_.settingIs(setting); }
 
    // Requests. The empty policy withdraws. HostError for a unit whose number no shared entry can
    // hold.
@@ -71,7 +35,7 @@ class Changes {
    void internalVlanIs(IntfId routedPort, Bridging::VlanIdOrNone vlan);
    void untaggedVlanIs(IntfId intf, Bridging::VlanIdOrNone vlan);
    void vlanDomainIs(IntfId intf, std::optional<Hardware::Shoal::VlanDomain> domain);
-   // Also HostError while requests ask there, if the generation changes.
+   // Of another generation: HostError while requests ask there, unless the setting is `detour`.
    void fapTypeIs(FapId unit, Hardware::Shoal::FapType type);
    void fapAvailableIs(FapId unit, bool available);
    void extLkupTypeIs(FapId unit, Hardware::Shoal::ExtLkupType type);
@@ -88,48 +52,26 @@ class Changes {
    void intakesRebuilt();
 
  private:
-   // What a change does to one pipeline's requests; see IsemForesight::Effect.
-   struct Effects {
-      IsemForesight::Effect isem;
-      IsemForesight::Effect mapper;
-      FactChange facts;
-   };
-   // Judges, and throws if the setting refuses.
-   void admit(Effects const& effects);
-   void refuse(Objection const& objection) const;
-   std::optional<Objection> judge(Effects const& effects) const;
-   std::optional<Objection> judgeMapper(IsemForesight::Effect const& effect,
-                                        WorldFacts const& facts) const;
-   // The objection of the merge to what a requester asks for, if any.
-   std::optional<Objection> judgePolicy(Requester requester, TcamSharingRequest request,
-                                        TcamSharingPolicyId policy) const;
-   std::optional<Objection> judgePortMapVersion() const;
-   // What the merge makes of a requester's policy beside the present merged one.
-   TcamSharingPolicyId merged(Requester requester, TcamSharingRequest request,
-                              TcamSharingPolicyId policy, TcamSharingPolicyId present) const;
-   void changeTags(IntfId subIntf, Bridging::Dot1qEncap configured, Bridging::Dot1qEncap dynamic,
-                   bool deleted);
-   // Adds the requests of interfaces whose facts change.
-   void affect(Effects& effects, std::vector<IntfId> const& interfaces) const;
-   void affectUnit(Effects& effects, FapId unit) const;
-   // The index by entry follows a change that was made.
-   void refresh(std::vector<IntfId> const& interfaces);
-   RequestIndex const& indexOf(SharingPipeline const& pipeline) const {
-      return &pipeline == &isem_ ? isemIndex_ : mapperIndex_;
-   }
+   void carryOut(std::function<std::string()> what, Concern concern,
+                 std::function<std::optional<Objection>()> judge, std::function<void()> make);
+   // Of a sub-interface, to these tags.
+   void tagsAre(std::string_view what, IntfId subIntf,
+                std::function<WorldView::Tags(WorldView::Tags)> change, bool deleted,
+                std::function<void()> make);
+   Effects tagEffects(IntfId subIntf, WorldView::Tags tags, bool deleted) const;
+   Effects internalVlanEffects(IntfId routedPort, Bridging::VlanIdOrNone vlan) const;
+   // A change of facts of the interface, with sub-interfaces that it is a fact of, too.
+   void factIs(std::string what, IntfId intf, std::function<FactChange()> fact,
+               std::function<void()> make);
+   void unitIs(FapId unit, std::string what, std::function<std::optional<Objection>()> judge,
+               std::function<void()> make);
 
    World& world_;
    IsemPipeline& isem_;
    MapperPipeline& mapper_;
    SharingRouter& router_;
-   FeaturePipeline const& features_;
-   ChipSeam const& seam_;
-   RequestIndex isemIndex_;
-   RequestIndex mapperIndex_;
-   Setting setting_ = Setting::refuse;
+   Judge judge_;
+   Detours detours_;
 };
-
-// The policies' bits that a requester owns on a unit, as the merge takes them.
-uint64_t ownFields(World const& world, Requester requester, FapId unit);
 
 } // namespace ShoalHost

@@ -66,6 +66,7 @@ void RequestIndex::handleMerged(TcamSharingRequest const& request) {
    bool known = std::find(list.begin(), list.end(), request) != list.end();
    if (wanted && !known) {
       list.push_back(request);
+      orders_.set(request, ++lastOrder_);
       place(request);
    } else if (!wanted && known) {
       std::erase(list, request);

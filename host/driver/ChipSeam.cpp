@@ -58,10 +58,13 @@ void ChipSeam::lost(ChipWrite const& write) {
 }
 
 void ChipSeam::restarted(std::vector<ChipWrite> const& unanswered) {
+   // What the chip had answered by then.
+   while (!given_.empty()) {
+      deliver();
+   }
    for (ChipWrite const& write : unanswered) {
       withTable(write.key, [&](auto& table, auto key) { table.dropped(key, write); });
    }
-   given_.clear();
    forEachTable([](auto& table) { table.restarted(); });
 }
 

@@ -11,6 +11,8 @@
 
 #include "host/driver/SeamTable.h"
 
+#include <deque>
+
 namespace ShoalHost {
 
 class ChipSeam final : private AnswerSink {
@@ -53,6 +55,10 @@ class ChipSeam final : private AnswerSink {
 
    // Writes the configurations to the chip again, as after a restart of it.
    void replay();
+   // An answer for the entry is overdue: see SeamTable::askAgain.
+   void askAgain(EntryKey const& key) {
+      withTable(key, [](auto& table, auto each) { table.askAgain(each); });
+   }
    // Ends the start: see above.
    void removeUnclaimed();
    // Answers will come.

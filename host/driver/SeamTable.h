@@ -7,8 +7,8 @@
 #include "host/driver/ChipDriver.h"
 #include "platform/Orv/Notifier.h"
 
-#include <deque>
 #include <map>
+#include <vector>
 
 namespace ShoalHost {
 
@@ -39,7 +39,6 @@ struct ChipCounters {
 template<class T>
 class SeamTable {
  public:
-   using Kind = T;
    static constexpr ChipTableKind kind = T::kind;
    using Key = typename T::Key;
    using Data = typename T::Data;
@@ -75,6 +74,19 @@ class SeamTable {
    void replay() {
       for (auto const& [key, data] : config_->configIter()) {
          write(key, std::nullopt);
+      }
+   }
+   // Counts the answers to writes of the key that are out as lost, and hands the driver what is
+   // configured once more: the answer to that stands for them all.
+   void askAgain(Key key) {
+      if (auto found = unanswered_.find(key); found != unanswered_.end()) {
+         auto lost = std::move(found->second);
+         unanswered_.erase(found);
+         // Ahead of the write: it may be answered at once.
+         auto& asked = asked_[key];
+         asked.number = writes_ + 1;
+         asked.lost.insert(asked.lost.end(), lost.begin(), lost.end());
+         write(key, lost.back().writer);
       }
    }
    // Makes of what the chip held at the start and nobody has claimed since what is configured: most
@@ -121,6 +133,15 @@ class SeamTable {
 
    // From the driver.
    void answered(Key key, ChipWrite const& write, Outcome outcome) {
+      std::vector<ChipWrite> stoodFor;
+      if (auto asked = asked_.find(key); asked != asked_.end()) {
+         if (write.number < asked->second.number) {
+            return; // counted as lost
+         }
+         if (write.number == asked->second.number && outcome != Outcome::inProgress) {
+            stoodFor = std::exchange(asked->second.lost, {});
+         }
+      }
       ++counters_.answers;
       EntryMemory& memory = memories_[key];
       memory.lastAnswer = eventOf(write, outcome);
@@ -128,11 +149,14 @@ class SeamTable {
           memory.lastWrite->outcome == Outcome::pending) {
          memory.lastWrite->outcome = outcome;
       }
+      settled(key, write, outcome);
       answering_ = key;
-      if (write.data) {
-         T::answer(*status_, key, std::get<Data>(*write.data), outcome);
-      } else {
-         status_->statusDel(key);
+      if (stoodFor.empty()) {
+         tell(key, write.data, outcome);
+      }
+      for (ChipWrite const& each : stoodFor) {
+         bool same = each.data.has_value() == write.data.has_value();
+         tell(key, each.data, same ? outcome : each.data ? Outcome::accepted : Outcome::removed);
       }
       answering_.reset();
    }
@@ -160,6 +184,25 @@ class SeamTable {
 
  private:
    void handleConfig(Key const& key) { write(key, writerOf_ ? writerOf_(key) : std::nullopt); }
+
+   void tell(Key key, std::optional<EntryData> const& data, Outcome outcome) {
+      if (data) {
+         T::answer(*status_, key, std::get<Data>(*data), outcome);
+      } else {
+         status_->statusDel(key);
+      }
+   }
+
+   void settled(Key key, ChipWrite const& write, Outcome outcome) {
+      auto found = unanswered_.find(key);
+      if (found == unanswered_.end() || outcome == Outcome::inProgress) {
+         return;
+      }
+      std::erase_if(found->second, [&](auto const& each) { return each.number == write.number; });
+      if (found->second.empty()) {
+         unanswered_.erase(found);
+      }
+   }
 
    // Whether the chip held the entry at the start, maybe with the data of a request that comes
    // again: then it stays unclaimed until that, or removeUnclaimed().
@@ -194,6 +237,10 @@ class SeamTable {
       EntryMemory& memory = memories_[key];
       memory.lastWrite = eventOf(write, Outcome::pending);
       memory.restarted.reset();
+      if (auto asked = asked_.find(key);
+          asked == asked_.end() || asked->second.number != write.number) {
+         unanswered_[key].push_back(write);
+      }
       struct Writing {
          explicit Writing(bool& flag) : flag_(flag) { flag_ = true; }
          ~Writing() { flag_ = false; }
@@ -223,6 +270,12 @@ class SeamTable {
    uint64_t writes_ = 0;
    std::map<Key, Data> unclaimed_; // read back at the start
    std::map<Key, EntryMemory> memories_;
+   std::map<Key, std::vector<ChipWrite>> unanswered_; // oldest first
+   struct Asked {
+      uint64_t number = 0;         // of the write; older ones are not waited for any more
+      std::vector<ChipWrite> lost; // that its answer stands for
+   };
+   std::map<Key, Asked> asked_;
    std::optional<Key> answering_;
    bool restarting_ = false;
    bool writing_ = false;

@@ -42,7 +42,21 @@ SharingPipeline& SharingRouter::pipelineOf(FapId unit) const {
    return mapper_;
 }
 
+void SharingRouter::heldIs(Requester requester, TcamSharingRequest request, bool held) {
+   auto& all = held_[static_cast<std::size_t>(requester)];
+   if (held) {
+      all.set(request, true);
+      pipelineOf(request.fapId()).sharing.config(requester)->requestDel(request);
+   } else if (all.get(request)) {
+      all.del(request);
+      handleConfig(requester, request);
+   }
+}
+
 void SharingRouter::handleConfig(Requester requester, TcamSharingRequest const& request) {
+   if (held(requester, request)) {
+      return;
+   }
    auto const& config = pipelineOf(request.fapId()).sharing.config(requester);
    if (tables_.config(requester)->requestHas(request)) {
       config->requestIs(request, tables_.config(requester)->request(request));

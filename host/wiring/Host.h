@@ -30,6 +30,7 @@ class Host {
 
    // What a switch does to the library: changes of the world and of requests, each judged first.
    Changes& changes() { return *changes_; }
+   Changes const& changes() const { return *changes_; }
    World& world() { return *world_; }
    World const& world() const { return *world_; }
    // The tables of the requesters, on units of both generations.
@@ -97,8 +98,8 @@ class Host {
    std::unique_ptr<FeaturePipeline> inLifFeatures_;
    std::unique_ptr<ChipSeam> seam_;
    std::unique_ptr<Chronicle> chronicle_;
-   std::unique_ptr<Settling> settling_;
    std::unique_ptr<Changes> changes_;
+   std::unique_ptr<Settling> settling_;
    std::unique_ptr<Observer> observer_; // destroyed before what it watches
 };
 

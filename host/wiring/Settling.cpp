@@ -4,8 +4,9 @@
 
 namespace ShoalHost {
 
-Settling::Settling(Loop& loop, ChipSeam const& chip, std::vector<SharingPipeline*> pipelines)
-    : loop_(loop), chip_(chip), pipelines_(std::move(pipelines)) {
+Settling::Settling(Loop& loop, ChipSeam const& chip, Detours const& detours,
+                   std::vector<SharingPipeline*> pipelines)
+    : loop_(loop), chip_(chip), detours_(detours), pipelines_(std::move(pipelines)) {
    for (SharingPipeline const* pipeline : pipelines_) {
       statuses_.push_back(std::make_unique<Orv::ReactorFor<&Settling::handleStatus>>(this));
       pipeline->mergedStatus->responseCollection().watch(*statuses_.back());
@@ -13,9 +14,9 @@ Settling::Settling(Loop& loop, ChipSeam const& chip, std::vector<SharingPipeline
 }
 
 bool Settling::busy() const {
-   return chip_.busy() || std::any_of(pipelines_.begin(), pipelines_.end(), [](auto* pipeline) {
-             return pipeline->codef->backlogSize() > 0;
-          });
+   return chip_.busy() || detours_.busy() ||
+          std::any_of(pipelines_.begin(), pipelines_.end(),
+                      [](auto* pipeline) { return pipeline->codef->backlogSize() > 0; });
 }
 
 std::optional<Seconds> Settling::nextPass() const {

@@ -96,6 +96,7 @@ void World::requireSubInterface(IntfId subIntf) const {
 void World::encapsulationIs(IntfId subIntf, Dot1qEncap encap) {
    requireSubInterface(subIntf);
    requireTags(encap);
+   tagsAsideIs(subIntf, false);
    // The tags before the notification of the change: whoever is notified reads them.
    subIntfConfigDir->subIntfConfig(subIntf)->dot1qEncapIs(encap);
    tellEncapsulation(subIntf);
@@ -114,6 +115,7 @@ void World::tellEncapsulation(IntfId subIntf) {
 void World::dynamicEncapsulationIs(IntfId subIntf, Dot1qEncap encap) {
    requireSubInterface(subIntf);
    requireTags(encap);
+   tagsAsideIs(subIntf, false);
    if (encap.isZero()) {
       dynSubIntfEncap->dot1qEncapDel(subIntf);
    } else {
@@ -122,8 +124,30 @@ void World::dynamicEncapsulationIs(IntfId subIntf, Dot1qEncap encap) {
    tellEncapsulation(subIntf);
 }
 
+void World::tagsAsideIs(IntfId subIntf, bool aside) {
+   requireSubInterface(subIntf);
+   auto const& config = subIntfConfigDir->subIntfConfig(subIntf);
+   auto hidden = tagsAside_.find(subIntf);
+   if (aside == (hidden != tagsAside_.end())) {
+      return;
+   }
+   if (aside) {
+      tagsAside_[subIntf] = tags(subIntf);
+      config->dot1qEncapIs({});
+      dynSubIntfEncap->dot1qEncapDel(subIntf);
+      return;
+   }
+   Tags both = hidden->second;
+   tagsAside_.erase(hidden);
+   config->dot1qEncapIs(both.configured);
+   if (!both.dynamic.isZero()) {
+      dynSubIntfEncap->dot1qEncapIs(subIntf, both.dynamic);
+   }
+}
+
 void World::subInterfaceDel(IntfId subIntf) {
    requireSubInterface(subIntf);
+   tagsAside_.erase(subIntf);
    subIntfConfigDir->subIntfConfigDel(subIntf);
    dynSubIntfEncap->dot1qEncapDel(subIntf);
    subIntfDot1qEncapChange->dot1qEncapDel(subIntf);

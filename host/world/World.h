@@ -30,6 +30,10 @@ class World : public WorldView {
    void programInHwIs(IntfId subIntf, bool on);
    void encapKindIs(IntfId subIntf, uint32_t kind); // 4: the chip matches its tags in another type
 
+   // Hides the tags of a sub-interface from the machines, and tells nobody, until they are given
+   // back or changed. tags() has them all the same.
+   void tagsAsideIs(IntfId subIntf, bool aside);
+
    // VLANs. 0: none.
    void internalVlanIs(IntfId routedPort, Bridging::VlanIdOrNone vlan);
    void untaggedVlanIs(IntfId intf, Bridging::VlanIdOrNone vlan);

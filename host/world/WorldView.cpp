@@ -145,6 +145,15 @@ InventoryUnit const& WorldView::inventoryUnit(FapId unit) const {
    return *found;
 }
 
+FapId WorldView::unitOfParent(IntfId subIntf) const {
+   IntfId parent = SubIntfId::parentIntfId(subIntf);
+   FapId unit = placeOf(parent).fapId;
+   if (unit.isNull()) {
+      unit = portMapHelper->intfToFap(parent);
+   }
+   return unit.isNull() ? portMapHelper->changedIntfToFap(parent) : unit;
+}
+
 std::vector<FapId> WorldView::unitsOf(IntfId intf) const {
    std::string name = intf.name();
    if (auto mark = name.rfind(floodMark); mark != std::string::npos) {
@@ -250,10 +259,18 @@ std::vector<SystemTcamId> WorldView::tcamsOf(IntfId intf) const {
    return found;
 }
 
-Bridging::Dot1qEncap WorldView::encapsulation(IntfId subIntf) const {
-   auto dynamic = dynSubIntfEncap->dot1qEncap(subIntf);
+WorldView::Tags WorldView::tags(IntfId subIntf) const {
+   if (auto aside = tagsAside_.find(subIntf); aside != tagsAside_.end()) {
+      return aside->second;
+   }
    auto config = subIntfConfigDir->subIntfConfig(subIntf);
-   return !dynamic.isZero() ? dynamic : config ? config->dot1qEncap() : Bridging::Dot1qEncap();
+   return {config ? config->dot1qEncap() : Bridging::Dot1qEncap(),
+           dynSubIntfEncap->dot1qEncap(subIntf)};
+}
+
+Bridging::Dot1qEncap WorldView::encapsulation(IntfId subIntf) const {
+   Tags both = tags(subIntf);
+   return both.dynamic.isZero() ? both.configured : both.dynamic;
 }
 
 } // namespace ShoalHost

@@ -7,6 +7,7 @@
 #include "host/world/Inventory.h"
 #include "host/world/WorldEntities.h"
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -54,6 +55,9 @@ class WorldView : public WorldEntities {
    }
    // A port itself, or the members of a port-channel.
    std::vector<IntfId> portsOf(IntfId portOrLag) const;
+   // The unit on which the machines look for a sub-interface's parent: where it is or, if it is
+   // nowhere, where it was last; null: never anywhere.
+   FapId unitOfParent(IntfId subIntf) const;
    // The units on which an interface has ports: one for a port, those of the members for a
    // port-channel, the inventory's for a VLAN interface or tunnel.
    std::vector<FapId> unitsOf(IntfId intf) const;
@@ -61,11 +65,18 @@ class WorldView : public WorldEntities {
    std::vector<Hardware::Shoal::SystemTcamId> tcams() const;
    // Those that serve an interface: its ports', or every core's of its unit for a VLAN interface.
    std::vector<Hardware::Shoal::SystemTcamId> tcamsOf(IntfId intf) const;
-   // The tags in force: assigned at run time, else configured; zero: none.
+   struct Tags {
+      Bridging::Dot1qEncap configured; // zero: none
+      Bridging::Dot1qEncap dynamic;    // assigned at run time; zero: none
+   };
+   Tags tags(IntfId subIntf) const;
+   // Those in force: assigned at run time, else configured; zero: none.
    Bridging::Dot1qEncap encapsulation(IntfId subIntf) const;
 
  protected:
    explicit WorldView(Inventory inventory);
+
+   std::map<IntfId, Tags> tagsAside_; // hidden from the machines
 
  private:
    Inventory inventory_;

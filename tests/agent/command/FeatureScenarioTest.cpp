@@ -79,7 +79,7 @@ TEST(FeatureScenarioTest, WhatWouldStopTheLibraryIsRefused) {
    EXPECT_THAT(refusal(word + "port-map-state invalid\nport-map-state version"),
                HasSubstr("say port-map-state valid first"));
    EXPECT_THAT(refusal(word + "port-map u/3/Ethernet0 none\nport-map-state version"),
-               HasSubstr("u/3/Ethernet0, which carries a feature word: give it a place first"));
+               HasSubstr("u/3/Ethernet0, which carries a feature word; give it a place first"));
    for (auto const& [line, reason] : {
             std::pair{"feature qos u/3/Tunnel-t u/3:0 1 1", "nothing serves in-LIF features there"},
             std::pair{"feature qos u/0/Ethernet8-L3Flood own 1 1", "nothing serves in-LIF"},

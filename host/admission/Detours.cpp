@@ -1,0 +1,515 @@
+#include "host/admission/Detours.h"
+
+#include "host/names/Names.h"
+
+#include <algorithm>
+
+namespace ShoalHost {
+
+using namespace Hardware::ShoalTunnel;
+using Plexus::SubIntfId;
+
+namespace {
+
+constexpr unsigned kTries = 3; // at making one request unanswered
+constexpr int kDepth = 4;      // of objections to what removes an objection
+
+template<class T>
+bool contains(std::vector<T> const& list, T const& item) {
+   return std::find(list.begin(), list.end(), item) != list.end();
+}
+template<class T>
+void addOnce(std::vector<T>& list, T const& item) {
+   if (!contains(list, item)) {
+      list.push_back(item);
+   }
+}
+bool isFinal(TcamSharingResponse const& response) {
+   return response.status == tcamSharingSuccess || response.status == tcamSharingFailed;
+}
+
+} // namespace
+
+Detours::Detours(World& world, IsemPipeline const& isem, MapperPipeline const& mapper,
+                 SharingRouter& router, Judge& judge, ChipSeam& seam, Orv::Timers& timers)
+    : world_(world), isem_(isem), mapper_(mapper), router_(router), judge_(judge), seam_(seam),
+      now_(this, timers), later_(this, timers), orvIsemBacklog_(this), orvMapperBacklog_(this),
+      orvAnswer_(this), orvIsemResponse_(this), orvMapperResponse_(this) {
+   intakesRebuilt();
+   isem_.tableStatus->statusCollection().watch(orvAnswer_);
+   isem_.mergedStatus->responseCollection().watch(orvIsemResponse_);
+   mapper_.mergedStatus->responseCollection().watch(orvMapperResponse_);
+}
+
+void Detours::intakesRebuilt() {
+   if (!orvIsemBacklog_.registered()) {
+      isem_.codef->backlogCollection().watch(orvIsemBacklog_);
+   }
+   if (!orvMapperBacklog_.registered()) {
+      mapper_.codef->backlogCollection().watch(orvMapperBacklog_);
+   }
+   poke();
+}
+
+// ---- Which change goes first
+
+bool Detours::isOn(Concern const& concern, FapId unit) const {
+   auto hasUnit = [&](IntfId intf) {
+      auto units = world_.unitsOf(intf);
+      return std::find(units.begin(), units.end(), unit) != units.end();
+   };
+   return concern.unit == unit ||
+          std::any_of(concern.requests.begin(), concern.requests.end(),
+                      [&](auto request) { return request.fapId() == unit; }) ||
+          std::any_of(concern.interfaces.begin(), concern.interfaces.end(), hasUnit);
+}
+
+bool Detours::meet(Concern const& a, Pending const& b) const {
+   Concern const& other = b.change.concern;
+   auto of = [](Concern const& concern) {
+      auto interfaces = concern.interfaces;
+      for (TcamSharingRequest request : concern.requests) {
+         interfaces.push_back(request.intfId());
+      }
+      return interfaces;
+   };
+   auto theirs = of(other);
+   for (TcamSharingRequest request : b.withdrawn) {
+      theirs.push_back(request.intfId());
+   }
+   for (IntfId intf : of(a)) {
+      if (contains(theirs, intf)) {
+         return true;
+      }
+   }
+   WorldFacts const facts(world_, {});
+   bool sharesEntry = std::any_of(a.requests.begin(), a.requests.end(), [&](auto request) {
+      auto key = facts.sharedKey(request);
+      return key && contains(b.keys, *key);
+   });
+   return sharesEntry || (a.portMap && other.portMap) || (a.unit && isOn(other, *a.unit)) ||
+          (other.unit && isOn(a, *other.unit)) ||
+          (a.unit && std::any_of(b.withdrawn.begin(), b.withdrawn.end(),
+                                 [&](auto request) { return request.fapId() == *a.unit; }));
+}
+
+bool Detours::waitsBehind(Concern const& concern, std::size_t count) const {
+   return std::any_of(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(count),
+                      [&](Pending const& before) { return meet(concern, before); });
+}
+
+void Detours::carryOut(Change change, Setting setting) {
+   if (setting == Setting::off) {
+      change.make();
+      return;
+   }
+   bool behind = !pending_.empty() && waitsBehind(change.concern, pending_.size());
+   std::optional<Objection> objection;
+   if (!behind) {
+      objection = change.judge();
+      if (!objection) {
+         change.make();
+         if (change.concern.unit) {
+            tryHeld(*change.concern.unit);
+         }
+         poke();
+         return;
+      }
+      if (setting == Setting::refuse || change.firm) {
+         throw ChangeRefused(*objection);
+      }
+   } else if (setting == Setting::refuse || change.firm) {
+      throw HostError("a change that it touches is still on its way: {}; settle first",
+                      pending_.back().what);
+   }
+   Pending pending;
+   pending.what = change.what();
+   pending.since = Orv::System::peekTime();
+   pending.change = std::move(change);
+   if (behind) {
+      pending.why = "an earlier change is on its way";
+   } else if (clear(pending, *objection, 0) == Step::stuck) {
+      finish(std::move(pending));
+      throw ChangeRefused(*objection);
+   }
+   note(formatted("{} is on its way: {}", pending.what, pending.why));
+   pending_.push_back(std::move(pending));
+   poke();
+}
+
+// ---- The steps of one change
+
+void Detours::poke() {
+   if (!pending_.empty()) {
+      now_.timeMinIs(0.0);
+   }
+}
+
+void Detours::run() {
+   for (std::size_t place = 0; place < pending_.size();) {
+      if (waitsBehind(pending_[place].change.concern, place)) {
+         ++place;
+         continue;
+      }
+      Step next = Step::again;
+      while (next == Step::again) {
+         next = step(pending_[place]);
+      }
+      if (next == Step::waits) {
+         ++place;
+         continue;
+      }
+      Pending ended = std::move(pending_[place]);
+      pending_.erase(pending_.begin() + static_cast<std::ptrdiff_t>(place));
+      finish(std::move(ended));
+   }
+   askAgain();
+}
+
+Detours::Step Detours::step(Pending& pending) {
+   if (pending.worked && isQueued(*pending.worked)) {
+      return Step::waits;
+   }
+   pending.worked.reset();
+   tagsBack(pending);
+   if (!std::all_of(pending.withdrawn.begin(), pending.withdrawn.end(),
+                    [this](auto request) { return isAtRest(request); })) {
+      return waitFor(pending, pending.withdrawn);
+   }
+   auto objection = pending.change.judge();
+   if (objection) {
+      pending.why = objection->why;
+      Step next = clear(pending, *objection, 0);
+      if (next == Step::stuck) {
+         note(formatted("{} is not made: {}", pending.what, objection->why));
+      }
+      return next;
+   }
+   try {
+      pending.change.make();
+      note(formatted("{} is made", pending.what));
+   } catch (HostError const& error) {
+      note(formatted("{} is not made: {}", pending.what, error.what()));
+   }
+   return Step::done;
+}
+
+// Does what removes the objection. Throws nothing of what it does away, if it is stuck at once.
+Detours::Step Detours::clear(Pending& pending, Objection const& objection, int depth) {
+   if (depth > kDepth) {
+      return Step::stuck;
+   }
+   pending.forFact = false;
+   if (pending.why.empty()) {
+      pending.why = objection.why;
+   }
+   switch (objection.row) {
+   case Row::unmapped:
+   case Row::moved: {
+      TcamSharingRequest request = *objection.request;
+      if (objection.open || isQueued(request)) {
+         return waitFor(pending, {request});
+      }
+      if (objection.key) {
+         addOnce(pending.keys, *objection.key);
+      }
+      if (objection.row == Row::unmapped) {
+         return give(pending, request, objection.key, depth);
+      }
+      std::vector<Held> all = askersOf(request);
+      for (TcamSharingRequest user : objection.users) {
+         auto asking = askersOf(user);
+         all.insert(all.end(), asking.begin(), asking.end());
+      }
+      return hold(pending, all, depth);
+   }
+   case Row::lookup: {
+      std::vector<Held> all;
+      for (auto const& asked :
+           judge_.askedOn(*pending.change.concern.unit, {Requester::lumen, Requester::rampart})) {
+         all.push_back({asked.requester, asked.request});
+      }
+      return hold(pending, all, depth);
+   }
+   case Row::generation: {
+      std::vector<Held> all;
+      for (auto const& asked :
+           judge_.askedOn(*pending.change.concern.unit, {requesters.begin(), requesters.end()})) {
+         all.push_back({asked.requester, asked.request});
+      }
+      return all.empty() ? Step::waits : hold(pending, all, depth);
+   }
+   case Row::portMap:
+   case Row::place:
+      pending.forFact = true;
+      return Step::waits;
+   case Row::label:
+   case Row::noLookup:
+   case Row::fields:
+      break;
+   }
+   return Step::stuck;
+}
+
+// Takes requests back from the pipelines until the change is made.
+Detours::Step Detours::hold(Pending& pending, std::vector<Held> const& all, int depth) {
+   bool holds = false;
+   for (Held const& each : all) {
+      if (router_.held(each.requester, each.request)) {
+         continue;
+      }
+      Effects effects;
+      judge_.addRequest(effects, each.requester, each.request, TcamSharingPolicyId());
+      if (auto objection = judge_.judge(effects)) {
+         return clear(pending, *objection, depth + 1);
+      }
+      SharingPipeline const& pipeline = router_.pipelineOf(each.request.fapId());
+      bool answered = isFinal(pipeline.mergedStatus->response(each.request));
+      router_.heldIs(each.requester, each.request, true);
+      pending.held.push_back(each);
+      addOnce(pending.withdrawn, each.request);
+      if (answered && !pipeline.merged->requestHas(each.request)) {
+         interrupted_[each.request] = Orv::System::peekTime();
+      }
+      holds = true;
+   }
+   return holds ? waitFor(pending, pending.withdrawn) : Step::stuck;
+}
+
+// Makes that a request which was answered without an entry of its own can be withdrawn. A
+// sub-interface without tags does not resolve: worked so, its request is in progress, and nobody
+// else is disturbed. Any other is worked while nobody has the entry, and gets it.
+Detours::Step Detours::give(Pending& pending, TcamSharingRequest request,
+                            std::optional<AradSemKeyAndFap> key, int depth) {
+   IntfId intf = request.intfId();
+   if (SubIntfId::isSubIntfId(intf) && world_.subIntfConfigDir->subIntfConfigHas(intf)) {
+      if (++pending.tries > kTries) {
+         return Step::stuck;
+      }
+      pending.aside = intf;
+      world_.tagsAsideIs(intf, true);
+   } else if (key && isem_.table->configHas(*key)) {
+      std::vector<Held> all;
+      if (auto users = isem_.common->semToRequest(*key)) {
+         for (auto const& [user, present] : users->requestIter()) {
+            auto asking = askersOf(user);
+            all.insert(all.end(), asking.begin(), asking.end());
+         }
+      }
+      return hold(pending, all, depth);
+   } else if (++pending.tries > kTries) {
+      return Step::stuck;
+   }
+   work(request);
+   pending.worked = request;
+   return Step::waits;
+}
+
+Detours::Step Detours::waitFor(Pending& pending, std::vector<TcamSharingRequest> const& requests) {
+   pending.awaited = requests;
+   bool unanswered = std::any_of(requests.begin(), requests.end(), [this](auto request) {
+      return !judge_.isemIndex().unansweredAt(request).empty();
+   });
+   if (!unanswered) {
+      pending.deadline.reset();
+   } else if (!pending.deadline) {
+      pending.deadline = Orv::System::peekTime() + answerBound_;
+   }
+   return Step::waits;
+}
+
+void Detours::askAgain() {
+   std::optional<Seconds> next;
+   Seconds now = Orv::System::peekTime();
+   for (Pending& pending : pending_) {
+      if (pending.deadline && *pending.deadline <= now) {
+         std::vector<AradSemKeyAndFap> keys;
+         for (TcamSharingRequest request : pending.awaited) {
+            for (AradSemKeyAndFap key : judge_.isemIndex().unansweredAt(request)) {
+               addOnce(keys, key);
+            }
+         }
+         for (AradSemKeyAndFap key : keys) {
+            seam_.askAgain(key);
+         }
+         pending.deadline = now + answerBound_;
+      }
+      if (pending.deadline) {
+         next = std::min(next.value_or(*pending.deadline), *pending.deadline);
+      }
+   }
+   if (next) {
+      later_.timeMinIs(*next);
+   }
+}
+
+void Detours::finish(Pending pending) {
+   tagsBack(pending);
+   auto place = [this](TcamSharingRequest request) {
+      return std::max(judge_.isemIndex().orderOf(request), judge_.mapperIndex().orderOf(request));
+   };
+   std::stable_sort(pending.held.begin(), pending.held.end(), [&](auto const& a, auto const& b) {
+      return place(a.request) < place(b.request);
+   });
+   for (Held const& held : pending.held) {
+      release(held);
+   }
+   if (pending.change.concern.unit) {
+      tryHeld(*pending.change.concern.unit);
+   }
+}
+
+// Hands over again what the requester asks for by now.
+void Detours::release(Held const& held) {
+   TcamSharingRequest request = held.request;
+   auto const& config = router_.tables().config(held.requester);
+   Change change;
+   change.what = [=] {
+      return formatted("the request of {} for {}", requesterName(held.requester),
+                       formatRequest(request));
+   };
+   change.concern.requests = {request};
+   change.judge = [=, this]() -> std::optional<Objection> {
+      TcamSharingPolicyId policy = config->request(request);
+      if (policy.empty()) {
+         return std::nullopt;
+      }
+      if (auto objection = judge_.judgePolicy(held.requester, request, policy)) {
+         return objection;
+      }
+      Effects effects;
+      judge_.addRequest(effects, held.requester, request, policy);
+      return judge_.judge(effects);
+   };
+   change.make = [=, this] { router_.heldIs(held.requester, request, false); };
+   try {
+      refused_.erase(held);
+      carryOut(std::move(change), Setting::detour);
+   } catch (ChangeRefused const& refused) {
+      refused_[held] = refused.what();
+      interrupted_.erase(request);
+   }
+}
+
+void Detours::heldRequestIs(Requester requester, TcamSharingRequest request) {
+   Held const held{requester, request};
+   auto found = refused_.find(held);
+   if (found == refused_.end()) {
+      return; // a change on its way will hand it over
+   }
+   release(held);
+}
+
+void Detours::refusedRequestIs(Requester requester, TcamSharingRequest request,
+                               Objection const& objection) {
+   router_.heldIs(requester, request, true);
+   refused_[{requester, request}] = ChangeRefused(objection).what();
+}
+
+void Detours::tryHeld(FapId unit) {
+   std::vector<Held> all;
+   for (auto const& [held, why] : refused_) {
+      if (held.request.fapId() == unit) {
+         all.push_back(held);
+      }
+   }
+   for (Held const& held : all) {
+      release(held);
+   }
+}
+
+// ---- What it looks up and does to requests
+
+std::vector<Detours::Held> Detours::askersOf(TcamSharingRequest request) const {
+   std::vector<Held> askers;
+   SharingPipeline const& pipeline = router_.pipelineOf(request.fapId());
+   for (Requester requester : requesters) {
+      if (pipeline.sharing.config(requester)->requestHas(request)) {
+         askers.push_back({requester, request});
+      }
+   }
+   return askers;
+}
+
+bool Detours::isQueued(TcamSharingRequest request) const {
+   return router_.pipelineOf(request.fapId()).codef->backlog(request);
+}
+
+bool Detours::isAtRest(TcamSharingRequest request) const {
+   SharingPipeline const& pipeline = router_.pipelineOf(request.fapId());
+   return !pipeline.codef->backlog(request) &&
+          pipeline.output(request) == pipeline.merged->request(request) &&
+          judge_.isemIndex().unansweredAt(request).empty();
+}
+
+void Detours::work(TcamSharingRequest request) {
+   auto const& codef = router_.pipelineOf(request.fapId()).codef;
+   codef->backlogIs(request, true);
+   codef->clockNotifiee().timeMinIs(0.0);
+}
+
+void Detours::tagsBack(Pending& pending) {
+   if (pending.aside) {
+      world_.tagsAsideIs(*pending.aside, false);
+      pending.aside.reset();
+   }
+}
+
+// ---- What is told
+
+void Detours::note(std::string text) {
+   ++count_;
+   notes_.push_back({Orv::System::peekTime(), std::move(text)});
+   if (notes_.size() > kNotes) {
+      notes_.pop_front();
+   }
+}
+
+void Detours::handleResponse(TcamSharingRequest const& request) {
+   if (interrupted_.empty()) {
+      return;
+   }
+   auto found = interrupted_.find(request);
+   SharingPipeline const& pipeline = router_.pipelineOf(request.fapId());
+   if (found != interrupted_.end() && pipeline.merged->requestHas(request) &&
+       isFinal(pipeline.mergedStatus->response(request))) {
+      note(formatted("{} is back: it was withdrawn for {} s", formatRequest(request),
+                     formatSeconds(Orv::System::peekTime() - found->second)));
+      interrupted_.erase(found);
+   }
+}
+
+std::vector<Detours::Waiting> Detours::waiting() const {
+   std::vector<Waiting> all;
+   for (Pending const& each : pending_) {
+      all.push_back({each.what, each.why, each.since, each.forFact, each.withdrawn});
+   }
+   return all;
+}
+
+bool Detours::busy() const {
+   for (std::size_t place = 0; place < pending_.size(); ++place) {
+      Pending const& each = pending_[place];
+      if (!each.forFact && !waitsBehind(each.change.concern, place)) {
+         return true;
+      }
+   }
+   return false;
+}
+
+std::optional<std::string> Detours::whyHeld(Requester requester, TcamSharingRequest request) const {
+   if (!router_.held(requester, request)) {
+      return std::nullopt;
+   }
+   if (auto found = refused_.find({requester, request}); found != refused_.end()) {
+      return found->second;
+   }
+   for (Pending const& each : pending_) {
+      if (contains(each.held, Held{requester, request}) || contains(each.withdrawn, request)) {
+         return each.what;
+      }
+   }
+   return "a change that is being made";
+}
+
+} // namespace ShoalHost

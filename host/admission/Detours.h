@@ -1,0 +1,169 @@
+// Carries changes out: at once where the library can take them, else by a way round what is in the
+// way, while the event loop runs.
+//
+// A way round is found step by step. Each step judges the change anew, does what removes the first
+// objection, and waits until that is worked. There are few such doings: to wait for an answer of
+// the chip; to hold requests back, so that nobody uses an entry, until the change is made; to make
+// a request unanswered. A change that concerns what an earlier one still works on waits behind it.
+#pragma once
+
+#include "host/admission/Judge.h"
+
+#include <deque>
+#include <functional>
+
+namespace ShoalHost {
+
+// What a change touches.
+struct Concern {
+   std::vector<TcamSharingRequest> requests;
+   std::vector<IntfId> interfaces;
+   std::optional<FapId> unit; // everything on it
+   bool portMap = false;      // the port map's state
+};
+
+struct Change {
+   std::function<std::string()> what; // in words
+   Concern concern;
+   std::function<std::optional<Objection>()> judge;
+   std::function<void()> make;
+   bool firm = false; // never by a way round
+};
+
+class Detours {
+ public:
+   Detours(World& world, IsemPipeline const& isem, MapperPipeline const& mapper,
+           SharingRouter& router, Judge& judge, ChipSeam& seam, Orv::Timers& timers);
+
+   enum class Setting {
+      refuse, // ChangeRefused for what would stop the library
+      detour, // by a way round, if there is one; else ChangeRefused
+      off     // it stops
+   };
+   Setting setting() const { return setting_; }
+   void settingIs(Setting setting) { setting_ = setting; }
+   // How long an answer of the chip is waited for. Then it counts as lost, and the chip is asked
+   // again. Seconds.
+   Seconds answerBound() const { return answerBound_; }
+   void answerBoundIs(Seconds bound) { answerBound_ = bound; }
+
+   // Makes the change, now or later. Throws what `make` throws, and ChangeRefused; HostError for
+   // one that has to wait behind another while the setting refuses.
+   void carryOut(Change change) { carryOut(std::move(change), setting_); }
+   // A policy that a requester asks for while it is held back. ChangeRefused.
+   void heldRequestIs(Requester requester, TcamSharingRequest request);
+   // One that was refused, and is in the requester's table: looked at again when the unit changes.
+   void refusedRequestIs(Requester requester, TcamSharingRequest request,
+                         Objection const& objection);
+   // The intake was built again.
+   void intakesRebuilt();
+   // Something has changed that a change on its way may wait for.
+   void poke();
+
+   // One change that is not made yet.
+   struct Waiting {
+      std::string what;
+      std::string why;
+      Seconds since;
+      bool forFact; // for a change of the world that nothing here brings about
+      std::vector<TcamSharingRequest> held;
+   };
+   std::vector<Waiting> waiting() const;
+   // Something is on its way, and time brings it on.
+   bool busy() const;
+   // Why the request is held back from the pipeline; none: it is not.
+   std::optional<std::string> whyHeld(Requester requester, TcamSharingRequest request) const;
+
+   // What became of changes that were not made at once, and whose entries were out of the chip
+   // meanwhile; oldest first. Only the last ones are kept; `count` of all.
+   struct Note {
+      Seconds at;
+      std::string text;
+   };
+   static constexpr std::size_t kNotes = 256;
+   std::deque<Note> const& notes() const { return notes_; }
+   uint64_t count() const { return count_; }
+
+ private:
+   struct Held {
+      Requester requester;
+      TcamSharingRequest request;
+      friend auto operator<=>(Held const&, Held const&) = default;
+   };
+   struct Pending {
+      Change change;
+      std::string what;
+      std::string why;
+      Seconds since = 0.0;
+      bool forFact = false;
+      std::vector<Held> held;
+      std::vector<TcamSharingRequest> withdrawn; // the requests of `held`
+      std::vector<AradSemKeyAndFap> keys;        // the entries that are in the way
+      std::optional<TcamSharingRequest> worked;  // is being made unanswered, or given an entry
+      std::optional<IntfId> aside;               // the sub-interface whose tags are put aside
+      unsigned tries = 0;
+      std::optional<Seconds> deadline; // for answers
+      std::vector<TcamSharingRequest> awaited;
+   };
+   enum class Step { again, waits, stuck, done };
+
+   class Alarm : public Orv::ClockNotifiee {
+    public:
+      Alarm(Detours* owner, Orv::Timers& timers)
+          : ClockNotifiee(Orv::make<Orv::Clock>(timers)), owner_(owner) {}
+      void handleTime() override { owner_->run(); }
+
+    private:
+      Detours* owner_;
+   };
+   void carryOut(Change change, Setting setting);
+   void run();
+   Step step(Pending& pending);
+   Step clear(Pending& pending, Objection const& objection, int depth);
+   Step hold(Pending& pending, std::vector<Held> const& all, int depth);
+   Step give(Pending& pending, TcamSharingRequest request, std::optional<AradSemKeyAndFap> key,
+             int depth);
+   Step waitFor(Pending& pending, std::vector<TcamSharingRequest> const& requests);
+   void finish(Pending pending);
+   void release(Held const& held);
+   void askAgain();
+   void work(TcamSharingRequest request);
+   void tagsBack(Pending& pending);
+   std::vector<Held> askersOf(TcamSharingRequest request) const;
+   bool isQueued(TcamSharingRequest request) const;
+   // Worked, with every write of it answered.
+   bool isAtRest(TcamSharingRequest request) const;
+   // Whether the change has to wait behind one of the first `count` pending ones.
+   bool waitsBehind(Concern const& concern, std::size_t count) const;
+   bool meet(Concern const& a, Pending const& b) const;
+   bool isOn(Concern const& concern, FapId unit) const;
+   void tryHeld(FapId unit);
+   void note(std::string text);
+
+   void handleBacklog(TcamSharingRequest const&) { poke(); }
+   void handleAnswer(AradSemKeyAndFap const&) { poke(); }
+   void handleResponse(TcamSharingRequest const& request);
+
+   World& world_;
+   IsemPipeline const& isem_;
+   MapperPipeline const& mapper_;
+   SharingRouter& router_;
+   Judge& judge_;
+   ChipSeam& seam_;
+   Setting setting_ = Setting::refuse;
+   Seconds answerBound_ = 10.0;
+   std::deque<Pending> pending_;
+   std::map<Held, std::string> refused_;               // held back until what they lack has come
+   std::map<TcamSharingRequest, Seconds> interrupted_; // withdrawn when, and not back yet
+   std::deque<Note> notes_;
+   uint64_t count_ = 0;
+   Alarm now_;
+   Alarm later_;
+   Orv::ReactorFor<&Detours::handleBacklog> orvIsemBacklog_;
+   Orv::ReactorFor<&Detours::handleBacklog> orvMapperBacklog_;
+   Orv::ReactorFor<&Detours::handleAnswer> orvAnswer_;
+   Orv::ReactorFor<&Detours::handleResponse> orvIsemResponse_;
+   Orv::ReactorFor<&Detours::handleResponse> orvMapperResponse_;
+};
+
+} // namespace ShoalHost
