@@ -16,6 +16,8 @@ using Agent::AgentHost;
 void checkHardware(AgentHost const& host, Findings& findings);
 // All was withdrawn: every table of the library and of the chip is empty.
 void checkEmpty(AgentHost const& host, Findings& findings);
+// Every table that a fresh start comes to as well: a text for each row.
+std::vector<std::string> tablesOf(AgentHost const& host);
 // A new agent that is taken to the same world, and asked for what is asked for now, comes to the
 // same tables. `commands`: what was carried out so far.
 void checkFresh(AgentHost& host, std::vector<std::string> const& commands, Findings& findings);

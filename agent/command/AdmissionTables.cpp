@@ -16,13 +16,9 @@ Table changes(AgentHost const& host) {
 
 Table held(AgentHost const& host) {
    Table table{"held", requestColumns({"requester", "policy", "why"}), {}};
-   for (Requester requester : requesters) {
-      for (auto const& [request, policy] : host.sharing().config(requester)->requestIter()) {
-         if (auto why = host.changes().detours().whyHeld(requester, request)) {
-            table.add(joined(requestCells(request),
-                             {requesterName(requester), formatPolicy(policy), *why}));
-         }
-      }
+   for (auto const& each : host.changes().detours().heldBack()) {
+      table.add(joined(requestCells(each.request),
+                       {requesterName(each.requester), formatPolicy(each.policy), each.why}));
    }
    return table;
 }

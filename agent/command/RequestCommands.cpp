@@ -19,7 +19,9 @@ void withdraw(AgentHost& host, Arguments& arguments, std::ostream&) {
    arguments.end();
    auto const& config = host.sharing().config(requester);
    // A pattern names what is there; a single name that asks for nothing is a slip.
-   std::erase_if(requests, [&](TcamSharingRequest each) { return !config->requestHas(each); });
+   std::erase_if(requests, [&](TcamSharingRequest each) {
+      return !config->requestHas(each) && !host.changes().detours().heldBack(requester, each);
+   });
    if (requests.empty()) {
       throw CommandError("{} asks for nothing there", requesterName(requester));
    }

@@ -36,10 +36,11 @@ Changes::Changes(World& world, IsemPipeline& isem, MapperPipeline& mapper, Shari
       judge_(world, isem, mapper, router, features, seam),
       detours_(world, isem, mapper, router, judge_, seam, timers) {}
 
-void Changes::carryOut(std::function<std::string()> what, Concern concern,
+void Changes::carryOut(std::string_view kind, std::function<std::string()> what, Concern concern,
                        std::function<std::optional<Objection>()> judge,
                        std::function<void()> make) {
    Change change;
+   change.kind = kind;
    change.what = std::move(what);
    change.concern = std::move(concern);
    change.judge = std::move(judge);
@@ -70,17 +71,18 @@ void Changes::requestIs(Requester requester, std::vector<TcamSharingRequest> con
       }
       (router_.held(requester, request) ? held : change.concern.requests).push_back(request);
    }
-   auto const& all = change.concern.requests;
+   auto const wanted = change.concern.requests;
+   change.kind = requesterName(requester);
    change.what = [=] {
       return formatted(
           "{} of {}", policy.empty() ? "the withdrawal" : "the policy " + formatPolicy(policy),
-          join(all, " and ", [&](auto each) {
+          join(wanted, " and ", [&](auto each) {
              return formatted("{} for {}", requesterName(requester), formatRequest(each));
           }));
    };
    change.judge = [=, this]() -> std::optional<Objection> {
       Effects effects;
-      for (TcamSharingRequest request : all) {
+      for (TcamSharingRequest request : wanted) {
          if (config->request(request) == policy) {
             continue;
          }
@@ -91,12 +93,38 @@ void Changes::requestIs(Requester requester, std::vector<TcamSharingRequest> con
       }
       return judge_.judge(effects);
    };
-   change.make = [=] { std::for_each(all.begin(), all.end(), write); };
+   change.make = [=] { std::for_each(wanted.begin(), wanted.end(), write); };
+   for (TcamSharingRequest request : held) {
+      auto objection =
+          policy.empty() ? std::nullopt : judge_.judgePolicy(requester, request, policy);
+      if (objection && objection->row == Row::fields) {
+         throw ChangeRefused(*objection);
+      }
+   }
    for (TcamSharingRequest request : held) {
       write(request);
       detours_.heldRequestIs(requester, request);
    }
-   detours_.carryOut(std::move(change));
+   try {
+      detours_.carryOut(std::move(change));
+   } catch (ChangeRefused const&) {
+      rememberWishes(requester, wanted, policy);
+      throw;
+   }
+   for (TcamSharingRequest request : requests) {
+      detours_.wishDel(requester, request);
+   }
+}
+
+void Changes::rememberWishes(Requester requester, std::vector<TcamSharingRequest> const& requests,
+                             TcamSharingPolicyId policy) {
+   for (TcamSharingRequest request : requests) {
+      auto objection = judge_.judgePolicy(requester, request, policy);
+      if (objection && objection->row != Row::fields && setting() == Setting::detour) {
+         detours_.wishIs(requester, request, policy, objection->why,
+                         [=, this] { requestIs(requester, {request}, policy); });
+      }
+   }
 }
 
 // ---- Sub-interfaces and VLANs
@@ -134,15 +162,16 @@ Effects Changes::tagEffects(IntfId subIntf, WorldView::Tags both, bool deleted) 
 void Changes::tagsAre(std::string_view what, IntfId subIntf,
                       std::function<WorldView::Tags(WorldView::Tags)> change, bool deleted,
                       std::function<void()> make) {
-   carryOut([=] { return formatted("{} of {}", what, subIntf.name()); }, concernOf(subIntf),
-            [=, this] {
-               WorldView::Tags tags = change(world_.tags(subIntf));
-               return judge_.judge(tagEffects(subIntf, tags, deleted));
-            },
-            [=, this] {
-               make();
-               judge_.refresh({subIntf});
-            });
+   carryOut(
+       what, [=] { return formatted("{} of {}", what, subIntf.name()); }, concernOf(subIntf),
+       [=, this] {
+          WorldView::Tags tags = change(world_.tags(subIntf));
+          return judge_.judge(tagEffects(subIntf, tags, deleted));
+       },
+       [=, this] {
+          make();
+          judge_.refresh({subIntf});
+       });
 }
 
 void Changes::encapsulationIs(IntfId subIntf, Dot1qEncap encap) {
@@ -170,21 +199,22 @@ void Changes::subInterfaceDel(IntfId subIntf) {
 }
 
 void Changes::programInHwIs(IntfId subIntf, bool on) {
-   carryOut([=] { return formatted("program-in-hw {} of {}", on ? "on" : "off", subIntf.name()); },
-            concernOf(subIntf),
-            [=, this]() -> std::optional<Objection> {
-               auto status = world_.subIntfStatusDir->subIntfStatus(subIntf);
-               if (!status || status->programInHw() == on) {
-                  return std::nullopt;
-               }
-               Effects effects;
-               (on ? effects.isem.requeued : effects.isem.takenOut) =
-                   judge_.isemIndex().of(subIntf);
-               (on ? effects.mapper.requeued : effects.mapper.takenOut) =
-                   judge_.mapperIndex().of(subIntf);
-               return judge_.judge(effects);
-            },
-            [=, this] { world_.programInHwIs(subIntf, on); });
+   carryOut(
+       "program-in-hw",
+       [=] { return formatted("program-in-hw {} of {}", on ? "on" : "off", subIntf.name()); },
+       concernOf(subIntf),
+       [=, this]() -> std::optional<Objection> {
+          auto status = world_.subIntfStatusDir->subIntfStatus(subIntf);
+          if (!status || status->programInHw() == on) {
+             return std::nullopt;
+          }
+          Effects effects;
+          (on ? effects.isem.requeued : effects.isem.takenOut) = judge_.isemIndex().of(subIntf);
+          (on ? effects.mapper.requeued : effects.mapper.takenOut) =
+              judge_.mapperIndex().of(subIntf);
+          return judge_.judge(effects);
+       },
+       [=, this] { world_.programInHwIs(subIntf, on); });
 }
 
 void Changes::encapKindIs(IntfId subIntf, uint32_t kind) {
@@ -217,25 +247,30 @@ Effects Changes::internalVlanEffects(IntfId routedPort, VlanIdOrNone vlan) const
 }
 
 void Changes::internalVlanIs(IntfId routedPort, VlanIdOrNone vlan) {
-   carryOut([=] { return formatted("the internal VLAN of {}", routedPort.name()); },
-            concernOf(routedPort),
-            [=, this] { return judge_.judge(internalVlanEffects(routedPort, vlan)); },
-            [=, this] {
-               world_.internalVlanIs(routedPort, vlan);
-               judge_.refresh({routedPort});
-            });
+   carryOut(
+       "the internal VLAN", [=] { return formatted("the internal VLAN of {}", routedPort.name()); },
+       concernOf(routedPort),
+       [=, this] { return judge_.judge(internalVlanEffects(routedPort, vlan)); },
+       [=, this] {
+          world_.internalVlanIs(routedPort, vlan);
+          judge_.refresh({routedPort});
+       });
 }
 
 void Changes::untaggedVlanIs(IntfId intf, VlanIdOrNone vlan) {
    world_.untaggedVlanIs(intf, vlan);
 }
 
-void Changes::factIs(std::string what, IntfId intf, std::function<FactChange()> fact,
-                     std::function<void()> make) {
+void Changes::factIs(std::string_view what, IntfId intf, std::function<FactChange()> fact,
+                     std::function<void()> make, std::optional<IntfId> member) {
    Change change;
+   change.kind = what;
    change.what = [=] { return formatted("{} of {}", what, intf.name()); };
    change.concern.interfaces = world_.subInterfacesAround(intf);
    change.concern.interfaces.push_back(intf);
+   if (member) {
+      change.concern.interfaces.push_back(*member);
+   }
    change.judge = [=, this]() -> std::optional<Objection> {
       if (!fact) {
          return std::nullopt;
@@ -270,10 +305,11 @@ void Changes::vlanDomainIs(IntfId intf, std::optional<VlanDomain> domain) {
 
 // ---- Units
 
-void Changes::unitIs(FapId unit, std::string what, std::function<std::optional<Objection>()> judge,
-                     std::function<void()> make) {
-   carryOut([=] { return formatted("{} of unit {}", what, unit.value()); }, concernOf(unit),
-            std::move(judge), std::move(make));
+void Changes::unitIs(FapId unit, std::string_view what,
+                     std::function<std::optional<Objection>()> judge, std::function<void()> make) {
+   carryOut(
+       what, [=] { return formatted("{} of unit {}", what, unit.value()); }, concernOf(unit),
+       std::move(judge), std::move(make));
 }
 
 void Changes::fapTypeIs(FapId unit, Hardware::Shoal::FapType type) {
@@ -362,9 +398,9 @@ void Changes::portMapValidIs(bool valid) {
 void Changes::portMapVersionInc() {
    Concern concern;
    concern.portMap = true;
-   carryOut([] { return std::string("the new version of the port map"); }, concern,
-            [this] { return judge_.judgePortMapVersion(); },
-            [this] { world_.portMapVersionInc(); });
+   carryOut(
+       "version", [] { return std::string("the new version of the port map"); }, concern,
+       [this] { return judge_.judgePortMapVersion(); }, [this] { world_.portMapVersionInc(); });
 }
 
 void Changes::portChannelIs(IntfId lag, bool present) {
@@ -382,13 +418,13 @@ void Changes::portChannelIs(IntfId lag, bool present) {
 
 void Changes::memberIs(IntfId lag, IntfId port, bool present) {
    factIs(
-       formatted("the membership of {}", port.name()), lag,
+       present ? "a new member" : "a member that leaves", lag,
        [=] {
           FactChange fact;
           fact.member = {lag, port, present};
           return fact;
        },
-       [=, this] { world_.memberIs(lag, port, present); });
+       [=, this] { world_.memberIs(lag, port, present); }, port);
 }
 
 // ---- Machines

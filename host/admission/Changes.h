@@ -52,18 +52,21 @@ class Changes {
    void intakesRebuilt();
 
  private:
-   void carryOut(std::function<std::string()> what, Concern concern,
+   void carryOut(std::string_view kind, std::function<std::string()> what, Concern concern,
                  std::function<std::optional<Objection>()> judge, std::function<void()> make);
+   void rememberWishes(Requester requester, std::vector<TcamSharingRequest> const& requests,
+                       TcamSharingPolicyId policy);
    // Of a sub-interface, to these tags.
    void tagsAre(std::string_view what, IntfId subIntf,
                 std::function<WorldView::Tags(WorldView::Tags)> change, bool deleted,
                 std::function<void()> make);
    Effects tagEffects(IntfId subIntf, WorldView::Tags tags, bool deleted) const;
    Effects internalVlanEffects(IntfId routedPort, Bridging::VlanIdOrNone vlan) const;
-   // A change of facts of the interface, with sub-interfaces that it is a fact of, too.
-   void factIs(std::string what, IntfId intf, std::function<FactChange()> fact,
-               std::function<void()> make);
-   void unitIs(FapId unit, std::string what, std::function<std::optional<Objection>()> judge,
+   // A change of facts of the interface, with sub-interfaces that it is a fact of, too; of a
+   // port-channel, also of a member.
+   void factIs(std::string_view what, IntfId intf, std::function<FactChange()> fact,
+               std::function<void()> make, std::optional<IntfId> member = std::nullopt);
+   void unitIs(FapId unit, std::string_view what, std::function<std::optional<Objection>()> judge,
                std::function<void()> make);
 
    World& world_;

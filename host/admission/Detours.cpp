@@ -98,6 +98,18 @@ bool Detours::waitsBehind(Concern const& concern, std::size_t count) const {
                       [&](Pending const& before) { return meet(concern, before); });
 }
 
+bool Detours::replaces(Change& change) {
+   auto last = std::find_if(pending_.rbegin(), pending_.rend(),
+                            [&](Pending const& pending) { return meet(change.concern, pending); });
+   if (last == pending_.rend() || last->change.kind != change.kind ||
+       last->change.concern != change.concern || !last->held.empty() || last->worked) {
+      return false;
+   }
+   last->what = change.what();
+   last->change = std::move(change);
+   return true;
+}
+
 void Detours::carryOut(Change change, Setting setting) {
    if (setting == Setting::off) {
       change.make();
@@ -121,6 +133,9 @@ void Detours::carryOut(Change change, Setting setting) {
    } else if (setting == Setting::refuse || change.firm) {
       throw HostError("a change that it touches is still on its way: {}; settle first",
                       pending_.back().what);
+   }
+   if (behind && replaces(change)) {
+      return;
    }
    Pending pending;
    pending.what = change.what();
@@ -288,6 +303,9 @@ Detours::Step Detours::give(Pending& pending, TcamSharingRequest request,
       }
       pending.aside = intf;
       world_.tagsAsideIs(intf, true);
+      addOnce(
+          pending.retried,
+          TcamSharingEntry(request, router_.pipelineOf(request.fapId()).merged->request(request)));
    } else if (key && isem_.table->configHas(*key)) {
       std::vector<Held> all;
       if (auto users = isem_.common->semToRequest(*key)) {
@@ -345,6 +363,12 @@ void Detours::askAgain() {
 
 void Detours::finish(Pending pending) {
    tagsBack(pending);
+   for (TcamSharingEntry const& entry : pending.retried) {
+      // What was taken out must not come back by a retry that this here brought about.
+      if (isem_.output(entry.request()).empty()) {
+         isem_.commonBase->retryListDel(entry);
+      }
+   }
    auto place = [this](TcamSharingRequest request) {
       return std::max(judge_.isemIndex().orderOf(request), judge_.mapperIndex().orderOf(request));
    };
@@ -368,6 +392,7 @@ void Detours::release(Held const& held) {
       return formatted("the request of {} for {}", requesterName(held.requester),
                        formatRequest(request));
    };
+   change.kind = requesterName(held.requester);
    change.concern.requests = {request};
    change.judge = [=, this]() -> std::optional<Objection> {
       TcamSharingPolicyId policy = config->request(request);
@@ -386,7 +411,7 @@ void Detours::release(Held const& held) {
       refused_.erase(held);
       carryOut(std::move(change), Setting::detour);
    } catch (ChangeRefused const& refused) {
-      refused_[held] = refused.what();
+      refused_[held] = refused.objection().why;
       interrupted_.erase(request);
    }
 }
@@ -400,10 +425,9 @@ void Detours::heldRequestIs(Requester requester, TcamSharingRequest request) {
    release(held);
 }
 
-void Detours::refusedRequestIs(Requester requester, TcamSharingRequest request,
-                               Objection const& objection) {
-   router_.heldIs(requester, request, true);
-   refused_[{requester, request}] = ChangeRefused(objection).what();
+void Detours::wishIs(Requester requester, TcamSharingRequest request, TcamSharingPolicyId policy,
+                     std::string why, std::function<void()> make) {
+   wishes_[{requester, request}] = {policy, std::move(why), std::move(make)};
 }
 
 void Detours::tryHeld(FapId unit) {
@@ -415,6 +439,17 @@ void Detours::tryHeld(FapId unit) {
    }
    for (Held const& held : all) {
       release(held);
+   }
+   auto wishes = wishes_;
+   for (auto const& [held, wish] : wishes) {
+      if (held.request.fapId() == unit) {
+         wishes_.erase(held);
+         try {
+            wish.make();
+         } catch (ChangeRefused const&) {
+            wishes_.insert({held, wish});
+         }
+      }
    }
 }
 
@@ -488,6 +523,9 @@ std::vector<Detours::Waiting> Detours::waiting() const {
 }
 
 bool Detours::busy() const {
+   if (now_.waiting()) {
+      return true;
+   }
    for (std::size_t place = 0; place < pending_.size(); ++place) {
       Pending const& each = pending_[place];
       if (!each.forFact && !waitsBehind(each.change.concern, place)) {
@@ -497,19 +535,51 @@ bool Detours::busy() const {
    return false;
 }
 
-std::optional<std::string> Detours::whyHeld(Requester requester, TcamSharingRequest request) const {
+std::optional<Detours::HeldBack> Detours::heldBack(Requester requester,
+                                                   TcamSharingRequest request) const {
+   Held const held{requester, request};
+   if (auto wish = wishes_.find(held); wish != wishes_.end()) {
+      return HeldBack{requester, request, wish->second.policy, wish->second.why};
+   }
    if (!router_.held(requester, request)) {
       return std::nullopt;
    }
-   if (auto found = refused_.find({requester, request}); found != refused_.end()) {
-      return found->second;
+   HeldBack found{requester, request, router_.tables().config(requester)->request(request),
+                  "it is handed over again"};
+   if (auto refused = refused_.find(held); refused != refused_.end()) {
+      found.why = refused->second;
    }
    for (Pending const& each : pending_) {
-      if (contains(each.held, Held{requester, request}) || contains(each.withdrawn, request)) {
-         return each.what;
+      if (contains(each.held, held)) {
+         found.why = each.what + " is on its way";
       }
    }
-   return "a change that is being made";
+   return found;
+}
+
+std::vector<Detours::HeldBack> Detours::heldBack() const {
+   std::set<Held> all;
+   for (auto const& [held, why] : refused_) {
+      all.insert(held);
+   }
+   for (auto const& [held, wish] : wishes_) {
+      all.insert(held);
+   }
+   for (Pending const& each : pending_) {
+      all.insert(each.held.begin(), each.held.end());
+      for (TcamSharingRequest request : each.change.concern.requests) {
+         for (Requester requester : requesters) {
+            all.insert({requester, request});
+         }
+      }
+   }
+   std::vector<HeldBack> found;
+   for (Held const& held : all) {
+      if (auto each = heldBack(held.requester, held.request)) {
+         found.push_back(*each);
+      }
+   }
+   return found;
 }
 
 } // namespace ShoalHost

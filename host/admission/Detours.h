@@ -11,6 +11,7 @@
 
 #include <deque>
 #include <functional>
+#include <set>
 
 namespace ShoalHost {
 
@@ -20,10 +21,13 @@ struct Concern {
    std::vector<IntfId> interfaces;
    std::optional<FapId> unit; // everything on it
    bool portMap = false;      // the port map's state
+   friend bool operator==(Concern const&, Concern const&) = default;
 };
 
 struct Change {
    std::function<std::string()> what; // in words
+   // Of two changes of one kind with one concern the later one makes the earlier one idle.
+   std::string_view kind;
    Concern concern;
    std::function<std::optional<Objection>()> judge;
    std::function<void()> make;
@@ -52,9 +56,13 @@ class Detours {
    void carryOut(Change change) { carryOut(std::move(change), setting_); }
    // A policy that a requester asks for while it is held back. ChangeRefused.
    void heldRequestIs(Requester requester, TcamSharingRequest request);
-   // One that was refused, and is in the requester's table: looked at again when the unit changes.
-   void refusedRequestIs(Requester requester, TcamSharingRequest request,
-                         Objection const& objection);
+   // A policy that was refused, for what the unit lacks, is remembered, and made when the unit gets
+   // it. Replaces the one before; `make` asks for it again.
+   void wishIs(Requester requester, TcamSharingRequest request, TcamSharingPolicyId policy,
+               std::string why, std::function<void()> make);
+   void wishDel(Requester requester, TcamSharingRequest request) {
+      wishes_.erase({requester, request});
+   }
    // The intake was built again.
    void intakesRebuilt();
    // Something has changed that a change on its way may wait for.
@@ -71,8 +79,16 @@ class Detours {
    std::vector<Waiting> waiting() const;
    // Something is on its way, and time brings it on.
    bool busy() const;
-   // Why the request is held back from the pipeline; none: it is not.
-   std::optional<std::string> whyHeld(Requester requester, TcamSharingRequest request) const;
+   // What a requester asks for and the pipeline does not get.
+   struct HeldBack {
+      Requester requester;
+      TcamSharingRequest request;
+      TcamSharingPolicyId policy;
+      std::string why;
+   };
+   std::optional<HeldBack> heldBack(Requester requester, TcamSharingRequest request) const;
+   // All of them.
+   std::vector<HeldBack> heldBack() const;
 
    // What became of changes that were not made at once, and whose entries were out of the chip
    // meanwhile; oldest first. Only the last ones are kept; `count` of all.
@@ -100,6 +116,7 @@ class Detours {
       std::vector<TcamSharingRequest> withdrawn; // the requests of `held`
       std::vector<AradSemKeyAndFap> keys;        // the entries that are in the way
       std::optional<TcamSharingRequest> worked;  // is being made unanswered, or given an entry
+      std::vector<TcamSharingEntry> retried;     // that wait for a retry, since they were worked so
       std::optional<IntfId> aside;               // the sub-interface whose tags are put aside
       unsigned tries = 0;
       std::optional<Seconds> deadline; // for answers
@@ -136,6 +153,8 @@ class Detours {
    // Whether the change has to wait behind one of the first `count` pending ones.
    bool waitsBehind(Concern const& concern, std::size_t count) const;
    bool meet(Concern const& a, Pending const& b) const;
+   // Takes the place of one that waits, if it makes that one idle.
+   bool replaces(Change& change);
    bool isOn(Concern const& concern, FapId unit) const;
    void tryHeld(FapId unit);
    void note(std::string text);
@@ -153,7 +172,13 @@ class Detours {
    Setting setting_ = Setting::refuse;
    Seconds answerBound_ = 10.0;
    std::deque<Pending> pending_;
-   std::map<Held, std::string> refused_;               // held back until what they lack has come
+   std::map<Held, std::string> refused_; // held back until what they lack has come
+   struct Wish {
+      TcamSharingPolicyId policy;
+      std::string why;
+      std::function<void()> make;
+   };
+   std::map<Held, Wish> wishes_;                       // refused, and in no table
    std::map<TcamSharingRequest, Seconds> interrupted_; // withdrawn when, and not back yet
    std::deque<Note> notes_;
    uint64_t count_ = 0;

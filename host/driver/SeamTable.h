@@ -79,14 +79,16 @@ class SeamTable {
    // Counts the answers to writes of the key that are out as lost, and hands the driver what is
    // configured once more: the answer to that stands for them all.
    void askAgain(Key key) {
-      if (auto found = unanswered_.find(key); found != unanswered_.end()) {
-         auto lost = std::move(found->second);
-         unanswered_.erase(found);
+      auto known = asked_.find(key);
+      auto lost = known == asked_.end() ? std::vector<ChipWrite>() : known->second.lost;
+      if (auto out = unanswered_.extract(key)) {
+         lost.insert(lost.end(), out.mapped().begin(), out.mapped().end());
+      }
+      if (!lost.empty()) {
+         auto writer = lost.back().writer;
          // Ahead of the write: it may be answered at once.
-         auto& asked = asked_[key];
-         asked.number = writes_ + 1;
-         asked.lost.insert(asked.lost.end(), lost.begin(), lost.end());
-         write(key, lost.back().writer);
+         asked_[key] = {writes_ + 1, std::move(lost)};
+         write(key, writer);
       }
    }
    // Makes of what the chip held at the start and nobody has claimed since what is configured: most

@@ -1,0 +1,222 @@
+// The rows of docs/behaviour.md's table of changes that would stop the library: each with both
+// settings, with admission off, and where it does not hold.
+#include "agent/command/ScenarioRunner.h"
+#include "agent/inventory/FileContent.h"
+#include "agent/inventory/InventoryReader.h"
+#include "simulate/Properties.h"
+
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <regex>
+#include <set>
+#include <sstream>
+
+namespace Simulate {
+namespace {
+
+using Agent::fileContent;
+using Agent::parseInventory;
+using testing::HasSubstr;
+
+std::string const folder = "examples/admission/";
+
+// examples/admission/NAME.scenario.
+struct Example {
+   explicit Example(std::string const& name) {
+      std::istringstream file(fileContent(folder + name + ".scenario").value());
+      std::vector<std::string>* part = &before;
+      for (std::string line; std::getline(file, line);) {
+         if (line == "# The change:") {
+            std::getline(file, change);
+            std::getline(file, how);
+            part = &after;
+         } else if (!line.starts_with("#")) {
+            part->push_back(line);
+         }
+      }
+   }
+
+   std::vector<std::string> before;
+   std::string change;
+   std::string how;
+   std::vector<std::string> after;
+};
+
+class Play {
+ public:
+   Play() : host_(parseInventory(fileContent(folder + "inventory.json").value(), "inventory")) {}
+
+   // Stops at the first error. "" when there was none.
+   std::string run(std::vector<std::string> const& commands) {
+      for (std::string const& command : commands) {
+         errors_.str("");
+         bool sound = runner_.runLine(command, "example", 1);
+         if (!sound && host_.changes().detours().heldBack().empty()) {
+            return errors_.str();
+         }
+         if (!command.starts_with("expect") && !command.starts_with("advance")) {
+            commands_.push_back(command);
+         }
+         if (!sound) {
+            return errors_.str();
+         }
+      }
+      return "";
+   }
+   std::string run(std::string const& command) { return run(std::vector{command}); }
+   Agent::AgentHost& host() { return host_; }
+   std::optional<ShoalHost::Objection> refused() const { return runner_.refused(); }
+   std::vector<std::string> const& commands() const { return commands_; }
+
+ private:
+   Agent::AgentHost host_;
+   std::ostringstream output_;
+   std::ostringstream errors_;
+   Agent::ScenarioRunner runner_{host_, output_, errors_, {}};
+   std::vector<std::string> commands_;
+};
+
+// What is ahead of the change, and the change, where the condition does not hold.
+std::map<std::string, std::vector<std::string>> const nearMisses{
+    {"withdrawn-without-entry",
+     {"request acl Ethernet0.1 own qos=5", "request acl Ethernet0.2 own qos=6", "settle",
+      "withdraw acl Ethernet0.2 own"}},
+    {"taken-out-without-entry",
+     {"request acl Ethernet0.1 own qos=5", "request acl Ethernet0.2 own qos=6", "settle",
+      "program-in-hw Ethernet0.2 off"}},
+    {"withdrawn-vlan-interface",
+     {"internal-vlan Ethernet8 9", "request acl Vlan9 own qos=5", "request acl Ethernet8 own qos=5",
+      "settle", "withdraw acl Vlan9 own"}},
+    {"withdrawn-qinq",
+     {"request acl Ethernet0.2 own qos=5", "settle", "encapsulation Ethernet0.2 10,7", "settle",
+      "withdraw acl Ethernet0.2 own"}},
+    {"moved-off-shared-entry",
+     {"request acl Ethernet0.1 own qos=5", "request acl Ethernet0.2 own qos=5", "settle",
+      "encapsulation Ethernet0.1 20"}},
+    {"moved-with-its-next-policy",
+     {"request acl Ethernet0.1 own qos=5", "settle", "vlan-domain Ethernet0 7", "settle",
+      "request acl Ethernet0.1 own qos=8"}},
+    {"lookup-goes", {"request acl Ethernet32.1 own qos=5", "settle", "unit 2 lookup none"}},
+    {"label-of-acl", {"settle", "request acl Ethernet32.1 own qos=5"}},
+    {"label-without-lookup", {"settle", "request lumen Ethernet32.1 own lumen=3"}},
+    {"label-with-other-fields", {"settle", "request rampart Ethernet32.1 own lumen=3"}},
+    {"merge-finds-a-label",
+     {"request acl Ethernet0.1 own qos=5", "unit 1 lookup lumen", "settle", "rebuild merge"}},
+    {"unit-changes-generation", {"request acl Ethernet32.1 own qos=5", "settle", "unit 1 type 2"}},
+    {"withdrawal-under-way",
+     {"request acl Ethernet64.1 own qos=5", "settle", "withdraw acl Ethernet64.1 own", "settle",
+      "unit 3 type arad"}},
+    {"port-map-not-valid", {"port-map-state valid", "port-map-state version"}},
+    {"port-without-place", {"port-map Ethernet0 none", "port-map-state version"}},
+    {"answer-still-out",
+     {"request acl Ethernet0.3 own qos=5", "settle", "withdraw acl Ethernet0.3 own",
+      "encapsulation Ethernet0.3 100,7", "settle", "request acl Ethernet0.3 own qos=5", "settle",
+      "withdraw acl Ethernet0.3 own"}},
+    {"unit-beyond-the-key", {"settle", "request acl Ethernet32.1 own qos=5"}},
+};
+
+TEST(AdmissionTest, TheDocumentHasARowForEachExample) {
+   std::set<std::string> examples;
+   for (auto const& file : std::filesystem::directory_iterator(folder)) {
+      if (file.path().extension() == ".scenario") {
+         examples.insert(file.path().stem().string());
+      }
+   }
+   std::set<std::string> rows;
+   std::string document = fileContent("docs/behaviour.md").value();
+   std::regex link(R"(\n\| \[([^\]]+)\]\(\.\./examples/admission/([^)]+)\.scenario\))");
+   for (std::sregex_iterator each(document.begin(), document.end(), link), end; each != end;
+        ++each) {
+      EXPECT_EQ((*each)[1], (*each)[2]);
+      rows.insert((*each)[2]);
+   }
+   EXPECT_EQ(rows, examples);
+   std::set<std::string> missed;
+   for (auto const& [name, commands] : nearMisses) {
+      missed.insert(name);
+   }
+   EXPECT_EQ(missed, examples);
+}
+
+TEST(AdmissionTest, WhereTheConditionDoesNotHoldTheChangePassesAtOnce) {
+   for (auto const& [name, commands] : nearMisses) {
+      for (std::string setting : {"refuse", "detour"}) {
+         Play play;
+         EXPECT_EQ(play.run("set admission " + setting), "");
+         EXPECT_EQ(play.run(commands), "") << name;
+         EXPECT_TRUE(play.host().changes().detours().waiting().empty()) << name;
+         EXPECT_EQ(play.run("settle"), "");
+      }
+   }
+}
+
+TEST(AdmissionTest, ARefusedChangeChangesNothingAndWouldHaveStoppedTheLibrary) {
+   for (auto const& [name, miss] : nearMisses) {
+      Example const example(name);
+      Play play;
+      EXPECT_EQ(play.run(example.before), "") << name;
+      auto before = tablesOf(play.host());
+      EXPECT_THAT(play.run(example.change), HasSubstr("error: ")) << name;
+      EXPECT_EQ(tablesOf(play.host()), before) << name;
+      auto objection = play.refused();
+      EXPECT_TRUE(objection || name.starts_with("unit-")) << name;
+      if (objection && !objection->open) {
+         auto carryOut = [&] {
+            play.run("set admission off");
+            play.run(example.change);
+            play.run("withdraw lumen Ethernet32.1 own");
+            play.run("settle");
+         };
+         EXPECT_DEATH(carryOut(), HasSubstr(objection->condition)) << name;
+      }
+      EXPECT_EQ(play.run("settle"), "");
+   }
+}
+
+TEST(AdmissionTest, AWayRoundEndsAsAFreshStartDoes) {
+   for (auto const& [name, miss] : nearMisses) {
+      Example const example(name);
+      Play play;
+      ASSERT_EQ(play.run("set admission detour"), "");
+      EXPECT_EQ(play.run(example.before), "") << name;
+      std::string error = play.run(example.change);
+      EXPECT_EQ(error.empty(), example.how.starts_with("# By a way round")) << name << error;
+      EXPECT_EQ(play.run(example.after), "") << name;
+      EXPECT_TRUE(play.host().changes().detours().waiting().empty()) << name;
+      if (example.how.find("unlike a fresh start") != std::string::npos ||
+          example.how == "# It is refused:") {
+         continue;
+      }
+      // A new agent is not asked for what is held back.
+      std::vector<std::string> commands = play.commands();
+      for (auto const& held : play.host().changes().detours().heldBack()) {
+         std::string name = "request " + std::string(requesterName(held.requester));
+         std::erase_if(commands, [&](auto const& each) { return each.starts_with(name); });
+      }
+      Findings findings;
+      checkFresh(play.host(), commands, findings);
+      EXPECT_TRUE(findings.empty()) << name << ": " << findings.list().front().text;
+   }
+}
+
+TEST(AdmissionTest, ALostAnswerIsAskedForAgainAndTheLastWishWins) {
+   Play play;
+   ASSERT_EQ(play.run({"set admission detour", "set answer-bound 5",
+                       "request acl Ethernet0.1 own qos=5", "request acl Ethernet0.2 own qos=6",
+                       "settle", "chip lose next 2", "encapsulation Ethernet0.1 20",
+                       "request acl Ethernet0.2 own qos=7", "encapsulation Ethernet0.1 21",
+                       "encapsulation Ethernet0.1 22", "expect count changes 2", "settle"}),
+             "");
+   EXPECT_EQ(play.run({"expect isem 10 1 1 qos=7", "expect isem 22 1 1 qos=5",
+                       "expect in-hardware Ethernet0.1 own", "expect in-hardware Ethernet0.2 own",
+                       "expect count pending 0", "expect count changes 0"}),
+             "");
+   auto const& notes = play.host().changes().detours().notes();
+   EXPECT_TRUE(std::any_of(notes.begin(), notes.end(), [](auto const& note) {
+      return note.text == "lc1/asic0/Ethernet0.2 unit 1 is back: it was withdrawn for 10.02 s";
+   })) << notes.back().text;
+}
+
+} // namespace
+} // namespace Simulate
