@@ -1,6 +1,8 @@
+#include "host/insight/Explanation.h"
 #include "host/text/Errors.h"
 #include "host/wiring/Host.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <map>
 
@@ -17,6 +19,12 @@ class MemoryDriver : public ChipDriver {
    void stop() override { sink_ = nullptr; }
    void write(ChipWrite const& write) override {
       ++writes;
+      lastKey = write.key;
+      if (silent) {
+         entries[write.key] = *write.data;
+         unanswered.push_back(write);
+         return;
+      }
       bool refused = refusesNext && policyOf(*write.data) != 0;
       refusesNext = refusesNext && !refused;
       if (!refused) {
@@ -44,6 +52,11 @@ class MemoryDriver : public ChipDriver {
       auto const* mapper = std::get_if<VlanTagToVsiMapperResult>(&data);
       return mapper != nullptr ? mapper->inLifAdditionalData : 1;
    }
+   void answer(ChipWrite const& write, Outcome outcome) { sink_->answered(write, outcome); }
+   void restart() {
+      entries.clear();
+      sink_->restarted({});
+   }
    // Those that carry something.
    std::size_t carrying() const {
       std::size_t count = 0;
@@ -57,6 +70,9 @@ class MemoryDriver : public ChipDriver {
    int writes = 0;
    int removals = 0;
    bool refusesNext = false;
+   EntryKey lastKey;
+   bool silent = false; // writes are not answered
+   std::vector<ChipWrite> unanswered;
 
  private:
    AnswerSink* sink_ = nullptr;
@@ -86,10 +102,10 @@ class ChipSeamTest : public testing::Test {
       driver.writes = driver.removals = 0;
       host = std::make_unique<Host>(inventory(), driver, Time::simulated);
    }
-   void ask(char const* intf, uint32_t unit) {
+   void ask(char const* intf, uint32_t unit, uint64_t policy = 5) {
       host->sharing()
           .config(Requester::acl)
-          ->requestIs({IntfId(intf), FapId(unit)}, TcamSharingPolicyId(5));
+          ->requestIs({IntfId(intf), FapId(unit)}, TcamSharingPolicyId(policy));
    }
    auto status(char const* intf, uint32_t unit) {
       return host->sharing().status(Requester::acl)->response({IntfId(intf), FapId(unit)}).status;
@@ -136,6 +152,46 @@ TEST_F(ChipSeamTest, ARestartOfTheHostWritesWhatHasChanged) {
    EXPECT_EQ(driver.writes, 2);
    EXPECT_EQ(driver.removals, 1);
    EXPECT_EQ(driver.entries.size(), 2U);
+}
+
+TEST_F(ChipSeamTest, WhatWasAnsweredAheadOfARestartIsDelivered) {
+   start();
+   ask("Ethernet0.10", 1);
+   for (int written = driver.writes; driver.writes == written;) {
+      host->runDue();
+   }
+   driver.restart();
+   EXPECT_EQ(host->isem().common->pendingSemWrites(), 0U);
+   auto key = std::get<AradSemKeyAndFap>(driver.lastKey);
+   EXPECT_EQ(host->seam().isem().memory(key).lastAnswer->outcome, Outcome::accepted);
+}
+
+TEST_F(ChipSeamTest, TheAnswerToAWriteThatIsMadeAgainStandsForThoseThatAreLost) {
+   start();
+   driver.silent = true;
+   ask("Ethernet0.10", 1);
+   EXPECT_TRUE(host->settle());
+   ask("Ethernet0.10", 1, 6);
+   EXPECT_TRUE(host->settle());
+   ASSERT_EQ(driver.unanswered.size(), 2U);
+   EXPECT_EQ(status("Ethernet0.10", 1), 0U);
+   EXPECT_THAT(
+       explain(*host, {IntfId("Ethernet0.10"), FapId(1)}).verdict,
+       testing::HasSubstr("The chip has not answered the write of (vlan 10, domain 1, unit 1)."));
+
+   auto key = driver.unanswered.front().key;
+   host->seam().askAgain(key); // in vain
+   driver.silent = false;
+   host->seam().askAgain(key);
+   EXPECT_TRUE(host->settle());
+   EXPECT_EQ(status("Ethernet0.10", 1), tcamSharingSuccess);
+   EXPECT_EQ(host->isem().common->pendingSemWrites(), 0U);
+   int const writes = driver.writes;
+   driver.answer(driver.unanswered.front(), Outcome::refused);
+   EXPECT_TRUE(host->settle());
+   EXPECT_EQ(status("Ethernet0.10", 1), tcamSharingSuccess) << "it counts as lost";
+   host->seam().askAgain(key);
+   EXPECT_EQ(driver.writes, writes) << "nothing is out";
 }
 
 TEST_F(ChipSeamTest, TheWorldTakesNoTagThatNoEntryCanHold) {
