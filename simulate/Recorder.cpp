@@ -13,13 +13,15 @@ Recorder::Recorder(AgentHost& host, Model& model) : host_(host), model_(model) {
 }
 
 void Recorder::watchRequesters() {
-   for (std::size_t i = 0; i < kRequesters; ++i) {
-      auto requester = static_cast<Requester>(i);
-      auto const& config = host_.sharing().config(requester);
-      watchers_.watch<TcamSharingRequest>(
-          config->requestCollection(), [=, this](TcamSharingRequest const& request) {
-             model_.sharing(request.fapId()).asked(requester, request, config->request(request));
-          });
+   // As the pipelines are asked: what is held back is not.
+   for (SharingPipeline* pipeline : host_.pipelines()) {
+      for (Requester requester : requesters) {
+         auto const& config = pipeline->sharing.config(requester);
+         watchers_.watch<TcamSharingRequest>(
+             config->requestCollection(), [=, this](TcamSharingRequest const& request) {
+                modelOf(pipeline).asked(requester, request, config->request(request));
+             });
+      }
    }
 }
 
@@ -28,7 +30,11 @@ void Recorder::watchSlices() {
       watchBacklog(*pipeline);
       watchers_.watch<TcamSharingEntry>(pipeline->commonBase->retryListCollection(),
                                         [this, pipeline](TcamSharingEntry const& entry) {
-                                           if (!pipeline->commonBase->retryList(entry)) {
+                                           bool dropped = host_.changes().detours().moving() ==
+                                                          entry.request();
+                                           if (dropped) {
+                                              modelOf(pipeline).retryDropped(entry);
+                                           } else if (!pipeline->commonBase->retryList(entry)) {
                                               modelOf(pipeline).retryTaken(entry);
                                            }
                                         });
@@ -40,6 +46,8 @@ void Recorder::watchBacklog(SharingPipeline& pipeline) {
        [this, &pipeline](TcamSharingRequest const& request) {
           if (!pipeline.codef->backlog(request)) {
              modelOf(&pipeline).processed(request);
+          } else if (host_.changes().detours().moving() == request) {
+             modelOf(&pipeline).queuedByHost(request);
           }
        });
    pipeline.codef->backlogCollection().watch(*watcher);

@@ -42,6 +42,9 @@ class SharingModel {
    void processed(TcamSharingRequest request);
    // The intake took the entry from the retry list: a retry pass, unless the model took it first.
    void retryTaken(TcamSharingEntry const& entry);
+   // The host queued a request, or took an entry off the retry list, for the sake of a change.
+   void queuedByHost(TcamSharingRequest request) { requeue(request); }
+   void retryDropped(TcamSharingEntry const& entry) { retries_.erase(entry); }
    void programInHwChanged(IntfId subIntf);
    void internalVlanChanged(IntfId intf);
    // A sub-interface's record of changed tags was added, changed or removed.

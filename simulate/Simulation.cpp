@@ -31,6 +31,9 @@ Trial::Source drawn(Inventory const& inventory, SimulateOptions const& options, 
    auto history = std::make_shared<History>(inventory, seed);
    auto queue =
        std::make_shared<std::deque<std::string>>(options.first.begin(), options.first.end());
+   if (seed % 4 == 3) {
+      queue->push_back("set admission detour");
+   }
    for (std::string const& command : history->opening()) {
       queue->push_back(command);
    }

@@ -366,7 +366,9 @@ void Detours::finish(Pending pending) {
    for (TcamSharingEntry const& entry : pending.retried) {
       // What was taken out must not come back by a retry that this here brought about.
       if (isem_.output(entry.request()).empty()) {
+         moving_ = entry.request();
          isem_.commonBase->retryListDel(entry);
+         moving_.reset();
       }
    }
    auto place = [this](TcamSharingRequest request) {
@@ -479,7 +481,9 @@ bool Detours::isAtRest(TcamSharingRequest request) const {
 
 void Detours::work(TcamSharingRequest request) {
    auto const& codef = router_.pipelineOf(request.fapId()).codef;
+   moving_ = request;
    codef->backlogIs(request, true);
+   moving_.reset();
    codef->clockNotifiee().timeMinIs(0.0);
 }
 

@@ -68,6 +68,9 @@ class Detours {
    // Something has changed that a change on its way may wait for.
    void poke();
 
+   // Whose place in the backlog or in the retry list is being changed from here just now.
+   std::optional<TcamSharingRequest> moving() const { return moving_; }
+
    // One change that is not made yet.
    struct Waiting {
       std::string what;
@@ -178,7 +181,8 @@ class Detours {
       std::string why;
       std::function<void()> make;
    };
-   std::map<Held, Wish> wishes_;                       // refused, and in no table
+   std::map<Held, Wish> wishes_; // refused, and in no table
+   std::optional<TcamSharingRequest> moving_;
    std::map<TcamSharingRequest, Seconds> interrupted_; // withdrawn when, and not back yet
    std::deque<Note> notes_;
    uint64_t count_ = 0;

@@ -62,19 +62,16 @@ void IsemForesight::gatherRequest(TcamSharingRequest of) {
    for (AradSemKeyAndFap key : index_.unansweredAt(of)) {
       entry(key);
    }
-   if (known.mapped) {
-      gatherEntry(*known.mapped);
-   }
-   if (auto key = facts_.sharedKey(of)) {
-      gatherEntry(*key);
+   auto leads = facts_.sharedKey(of);
+   for (auto const& key : {known.mapped, leads}) {
+      if (key && gathered_.insert(*key).second) {
+         entriesToGather_.push_back(*key);
+      }
    }
 }
 
 void IsemForesight::gatherEntry(AradSemKeyAndFap key) {
-   if (!gathered_.insert(key).second) {
-      return;
-   }
-   for (TcamSharingRequest user : std::set(entry(key).users)) {
+   for (TcamSharingRequest user : entry(key).users) {
       if (index_.isPending(user)) {
          gatherRequest(user);
       }
@@ -106,6 +103,11 @@ void IsemForesight::gather(Effect const& effect) {
             gatherRequest(of);
          }
       }
+   }
+   while (!entriesToGather_.empty()) {
+      AradSemKeyAndFap key = entriesToGather_.back();
+      entriesToGather_.pop_back();
+      gatherEntry(key);
    }
 }
 

@@ -82,6 +82,7 @@ class IsemForesight {
    std::map<TcamSharingRequest, Request> requests_;
    std::map<AradSemKeyAndFap, Entry> entries_;
    std::set<AradSemKeyAndFap> gathered_;
+   std::vector<AradSemKeyAndFap> entriesToGather_;
    Verdict verdict_;
 };
 

@@ -2,6 +2,7 @@
 // requests is made from it, so that no two of them differ.
 #pragma once
 
+#include "host/admission/Detours.h"
 #include "host/insight/Resolution.h"
 
 #include <map>
@@ -73,7 +74,7 @@ struct Situation {
       return response.status == Hardware::ShoalTunnel::tcamSharingSuccess &&
              response.policyId == merged;
    }
-   // A requester asks for something here, even if none of it counts.
+   // A requester asks for something here that is not held back, even if none of it counts.
    bool asked = false;
    // A requester that asks for what the merged policy does not have: it asks for bits that are not
    // its own on the unit, or another requester wrote or withdrew them last.
@@ -83,11 +84,14 @@ struct Situation {
       TcamSharingPolicyId there; // in the merged policy
    };
    std::vector<Overruled> overruled;
+   // What is asked for and the pipeline does not get.
+   std::vector<Detours::HeldBack> held;
    // It is not a problem.
    bool sound() const {
       bool over =
           merged.empty() && !asked && response.status == Hardware::ShoalTunnel::tcamSharingNone;
-      return (over || (inHardware && answeredSuccess())) && !leftBehind && overruled.empty();
+      return (over || (inHardware && answeredSuccess())) && !leftBehind && overruled.empty() &&
+             held.empty();
    }
 };
 

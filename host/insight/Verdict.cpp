@@ -44,6 +44,10 @@ std::string Verdict::text() {
       sayAnswer();
       sayLeftBehind();
    }
+   for (auto const& each : is_.held) {
+      say("{} asks for {}, which is held back: {}.", requesterName(each.requester),
+          formatPolicy(each.policy), each.why);
+   }
    for (auto const& each : is_.overruled) {
       say("{} asks for {}, but the merged policy has {} there.", requesterName(each.requester),
           formatPolicy(each.asks), formatPolicy(each.there));
@@ -58,6 +62,8 @@ void Verdict::sayNotWanted() {
    if (is_.asked) {
       // A label of 0, say, beside bits that the requester does not own.
       say("What the requesters ask for here leaves no policy.");
+   } else if (!is_.held.empty()) {
+      // Which is told below.
    } else if (is_.response.status == tcamSharingNone) {
       say("No requester asks for a policy here.");
    } else {
