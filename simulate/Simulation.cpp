@@ -66,6 +66,18 @@ void writeScenario(SimulateOptions const& options, uint64_t seed, TrialOutcome c
        << failing.carriedOut.size() << " commands\n";
 }
 
+// A failure that was found by what was touched is found at the same command or an earlier one when
+// everything is checked after each.
+TrialOutcome located(Inventory const& inventory, SimulateOptions const& options, uint64_t seed,
+                     TrialOutcome failing) {
+   if (options.whole) {
+      return failing;
+   }
+   TrialOutcome exact =
+       Trial(inventory, drawn(inventory, options, seed), options.prepare, options.prove).outcome();
+   return exact.failure ? std::move(exact) : std::move(failing);
+}
+
 // They are the same in every history, and nothing comes before them: once is enough.
 void checkFirst(Inventory const& inventory, SimulateOptions const& options) {
    TrialOutcome outcome = Trial(inventory, listed(options.first), options.prepare).outcome();
@@ -155,7 +167,8 @@ int simulate(Inventory const& inventory, SimulateOptions const& options, std::os
    for (uint64_t i = 0; i < options.seeds; ++i) {
       while (started < options.seeds && started < i + options.jobs) {
          running.emplace_back(inventory, drawn(inventory, options, options.seed + started++),
-                              options.prepare, options.prove);
+                              options.prepare, options.prove,
+                              options.whole ? Extent::whole : Extent::touched);
       }
       TrialOutcome outcome = running.front().outcome();
       running.pop_front();
@@ -166,9 +179,10 @@ int simulate(Inventory const& inventory, SimulateOptions const& options, std::os
       }
       if (outcome.failure) {
          uint64_t seed = options.seed + i;
+         running.clear();
+         outcome = located(inventory, options, seed, std::move(outcome));
          out << "seed " << seed << " fails: " << outcome.failure->check << ": "
              << outcome.failure->text << "\n";
-         running.clear();
          auto shrunk = shrink(inventory, outcome, options.prepare);
          if (!shrunk) {
             out << "its commands alone do not fail again; written as they were\n";

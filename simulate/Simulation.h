@@ -18,6 +18,7 @@ struct SimulateOptions {
    std::vector<std::string> first; // commands at the head of every history
    std::string write;              // where a failing history goes; empty: simulate-SEED.scenario
    unsigned prove = 50;            // see Trial
+   bool whole = false;             // check everything after each command, not what was touched
    bool counts = false;            // print how often each situation was met
    bool allMet = false;            // a situation that was never met is an error
    Trial::Prepare prepare;         // for tests: what goes wrong in each agent

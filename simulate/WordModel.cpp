@@ -148,7 +148,7 @@ void WordModel::portMapVersionChanged() {
    for (auto const& [port, vlan] : std::map(vlan_)) {
       followPort(port);
    }
-   std::erase_if(vlanWords_, [&](auto const& each) { return !vlanKey_.contains(each.first); });
+   vlanWords_.eraseIf([&](auto const& each) { return !vlanKey_.contains(each.first); });
 }
 
 void WordModel::dropUncovered() {
@@ -162,11 +162,10 @@ void WordModel::dropUncovered() {
          }
       }
    }
-   if (std::erase_if(portWords_, [&](auto const& each) { return !ports.contains(each.first); }) !=
-       0) {
+   if (portWords_.eraseIf([&](auto const& each) { return !ports.contains(each.first); }) != 0) {
       hit("features: a word that nobody asks for goes"_met);
    }
-   for (auto const& [key, features] : std::map(expanded_)) {
+   for (auto const& [key, features] : std::map(expanded_.rows())) {
       if (!keys.contains(key)) {
          erase(key);
       }
@@ -283,7 +282,7 @@ void WordModel::vlanMachineStarts() {
 
 void WordModel::vlanMachineStarted() {
    if (portMapValid()) {
-      std::erase_if(vlanWords_, [&](auto const& each) { return !vlanKey_.contains(each.first); });
+      vlanWords_.eraseIf([&](auto const& each) { return !vlanKey_.contains(each.first); });
    }
 }
 
