@@ -24,13 +24,20 @@ void Checker::handleBuilt(Machine machine, SharingPipeline* pipeline) {
    recorder_.machineBuilt(machine, pipeline);
    if (machine == Machine::intake) {
       comparison_.intakeBuilt(*pipeline);
+      explanations_.intakeBuilt(*pipeline);
    }
+}
+
+Findings Checker::checkTables() {
+   Findings findings;
+   comparison_.compare(findings, Extent::whole);
+   return findings;
 }
 
 Findings Checker::check(Extent extent) {
    Findings findings;
    comparison_.compare(findings, extent);
-   explanations_.check(findings);
+   explanations_.check(findings, extent);
    return findings;
 }
 

@@ -15,6 +15,8 @@ class Checker : public Observer {
 
    // What is wrong now.
    Findings check(Extent extent);
+   // The same, of the tables alone, all of them.
+   Findings checkTables();
 
    void handleGone(Machine machine, SharingPipeline* pipeline) override;
    void handleBuilt(Machine machine, SharingPipeline* pipeline) override;

@@ -21,6 +21,8 @@ class Touched {
       keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
       return keys;
    }
+   // Each time that one was written, in order.
+   std::vector<K> const& all() const { return keys_; }
    void forget() { keys_.clear(); }
 
  private:

@@ -126,7 +126,7 @@ class Child {
          checkEmpty(host_, findings);
       }
       if (findings.empty() && unseen_ != 0) {
-         findings = checkWhole();
+         findings = checker_->checkTables();
       }
       return tell(findings);
    }

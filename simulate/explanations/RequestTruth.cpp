@@ -45,7 +45,7 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
               says((entry.key + " carries " + entry.words(entry.held)).c_str()),
           "silent on what is at " + entry.key);
    }
-   for (std::string const& each : overruled()) {
+   for (std::string const& each : overruled_) {
       require(says(each.c_str()), "silent: " + each);
    }
    require(explanation.inHardware == inHardware(), "wrong on hardware");
@@ -70,9 +70,8 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
 }
 
 bool RequestTruth::isSentence(std::string const& sentence) const {
-   auto told = overruled();
-   return std::find(told.begin(), told.end(), sentence) != told.end() || isWhere(sentence) ||
-          isWaiting(sentence) || isAnswer(sentence) || isRemedy(sentence);
+   return std::find(overruled_.begin(), overruled_.end(), sentence) != overruled_.end() ||
+          isWhere(sentence) || isWaiting(sentence) || isAnswer(sentence) || isRemedy(sentence);
 }
 
 bool RequestTruth::isWhere(std::string const& sentence) const {

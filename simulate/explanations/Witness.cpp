@@ -76,7 +76,10 @@ void Witness::watch(typename T::Config const& config, typename T::Status const& 
    watchers_.watch<Key>(config.configCollection(), [this, &config](Key const& key) {
       auto data = config.configCollection().find(key);
       if constexpr (std::is_same_v<T, MapperTable>) {
-         writers_[key] = host_.mapper().common->pendingLifEntries(key).request();
+         auto& writer = writers_[key];
+         written_[writer].erase(key);
+         writer = host_.mapper().common->pendingLifEntries(key).request();
+         written_[writer].insert(key);
          if (data && lifs_[key] != data->lif) {
             lifs_[key] = data->lif;
             note(Event::made, formatKey(key));
@@ -119,25 +122,32 @@ uint64_t Witness::chipWrites() const {
 }
 
 bool Witness::sawWriteFor(std::string const& request, std::string const& key) const {
+   auto processed = processed_.find(request);
+   auto rebuilt = rebuilds_.find("");
+   auto sawAt = [&](Seconds time) {
+      return (processed != processed_.end() && isAmong(processed->second, time)) ||
+             (rebuilt != rebuilds_.end() && isAmong(rebuilt->second, time));
+   };
    for (Event event : {Event::written, Event::removed}) {
-      if (auto found = events_.find({event, key}); found != events_.end()) {
-         for (Seconds time : found->second) {
-            if (sawProcessed(request, formatSeconds(time))) {
-               return true;
-            }
-         }
+      auto found = events_.find({event, key});
+      if (found != events_.end() &&
+          std::any_of(found->second.begin(), found->second.end(), sawAt)) {
+         return true;
       }
    }
    return false;
 }
 
-void Witness::noteQuietEvents() {
+bool Witness::noteQuietEvents() {
+   bool quiet = restartCount_ != host_.chip().restarts();
    noteRestarts();
    lost_ = host_.chip().faults().suffered(Fault::lose);
    if (writes_ != chipWrites()) {
       writes_ = chipWrites();
       replays_[""].push_back(now());
+      quiet = true;
    }
+   return quiet;
 }
 
 void Witness::noteRebuild() {

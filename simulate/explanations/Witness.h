@@ -6,8 +6,9 @@
 #include "simulate/Watcher.h"
 
 #include <algorithm>
-#include <cmath>
+#include <charconv>
 #include <map>
+#include <set>
 #include <string>
 
 namespace Simulate {
@@ -37,10 +38,11 @@ class Witness {
    bool saw(Event event, std::string const& key) const { return events_.contains({event, key}); }
    // The entry was once written or removed while the request was processed.
    bool sawWriteFor(std::string const& request, std::string const& key) const;
-   // Who gave the mapper entry its present data.
-   TcamSharingRequest writerOf(VlanTagToVsiMapperKey key) const {
-      auto found = writers_.find(key);
-      return found == writers_.end() ? TcamSharingRequest() : found->second;
+   // The mapper entries whose present data it gave.
+   std::set<VlanTagToVsiMapperKey> const& writtenBy(TcamSharingRequest request) const {
+      static std::set<VlanTagToVsiMapperKey> const none;
+      auto found = written_.find(request);
+      return found == written_.end() ? none : found->second;
    }
    // The request was known under the ISEM entry until then.
    bool sawLeave(std::string const& request, std::string const& key,
@@ -61,8 +63,9 @@ class Witness {
       return at(replays_, std::string(), time, 2000.0);
    }
    // Notes what shows in no table: restarts of an empty chip, and that the configuration was
-   // written to the chip again. To be called right after each command.
-   void noteQuietEvents();
+   // written to the chip again. To be called right after each command. Returns whether there was
+   // any.
+   bool noteQuietEvents();
    // A machine is built again.
    void noteRebuild();
 
@@ -72,10 +75,16 @@ class Witness {
    bool at(std::map<Key, std::vector<Seconds>> const& times, Key const& key,
            std::string const& time, double readings = 50.0) const {
       auto found = times.find(key);
+      Seconds parsed = 0;
+      auto end = time.data() + time.size();
+      return found != times.end() && std::from_chars(time.data(), end, parsed).ptr == end &&
+             isAmong(found->second, parsed, readings);
+   }
+   // Times are noted in their order.
+   bool isAmong(std::vector<Seconds> const& times, Seconds time, double readings = 50.0) const {
       double slack = 1e-6 + readings * host_.time().costPerReading();
-      return found != times.end() &&
-             std::any_of(found->second.begin(), found->second.end(),
-                         [&](Seconds each) { return std::abs(each - std::stod(time)) <= slack; });
+      auto next = std::lower_bound(times.begin(), times.end(), time - slack);
+      return next != times.end() && *next <= time + slack;
    }
    void noteRestarts();
    uint64_t chipWrites() const;
@@ -96,6 +105,7 @@ class Witness {
    std::map<TcamSharingRequest, AradSemKeyAndFap> mapping_;
    std::map<VlanTagToVsiMapperKey, uint32_t> lifs_;
    std::map<VlanTagToVsiMapperKey, TcamSharingRequest> writers_;
+   std::map<TcamSharingRequest, std::set<VlanTagToVsiMapperKey>> written_; // by writers_
    uint64_t lost_ = 0;
    uint64_t restartCount_ = 0;
    uint64_t writes_ = 0;
