@@ -29,18 +29,21 @@ class ComparedTable : public Compared {
  public:
    using Value = V;
    using Read = std::function<std::optional<V>(K const&)>;
-   using List = std::function<void(Touched<K>&)>; // adds the key of every row
+   using Visit = std::function<void(K const&)>;
+   using List = std::function<void(Visit const&)>; // visits the key of every row
 
    explicit ComparedTable(char const* check) : check_(check) {}
 
    void compare(Findings& findings, Extent extent) override {
+      auto compareRow = [&](K const& key) {
+         findings.compareRow(check_, key, expected_(key), actual_(key));
+      };
       if (extent == Extent::whole || always_) {
-         touchAll();
-      }
-      if (!touched_.empty()) {
-         for (K const& key : touched_.take()) {
-            findings.compareRow(check_, key, expected_(key), actual_(key));
-         }
+         touched_.forget();
+         forEachKey(compareRow);
+      } else if (!touched_.empty()) {
+         std::vector<K> keys = touched_.take();
+         std::for_each(keys.begin(), keys.end(), compareRow);
       }
    }
 
@@ -64,9 +67,9 @@ class ComparedTable : public Compared {
    template<class M>
    ComparedTable& listen(Table<K, M> const& table) {
       table.tells(touched_);
-      lists_.push_back([&table](Touched<K>& keys) {
+      lists_.push_back([&table](Visit const& visit) {
          for (auto const& [key, value] : table) {
-            keys.add(key);
+            visit(key);
          }
       });
       return *this;
@@ -90,9 +93,9 @@ class ComparedTable : public Compared {
          auto member = present().find(key);
          return member ? std::optional<V>(value(*member)) : std::nullopt;
       };
-      lists_.push_back([present](Touched<K>& keys) {
+      lists_.push_back([present](Visit const& visit) {
          for (auto const& [key, member] : present().walk()) {
-            keys.add(key);
+            visit(key);
          }
       });
       return *this;
@@ -130,12 +133,17 @@ class ComparedTable : public Compared {
       return *this;
    }
    void touchAll() {
-      for (List const& list : lists_) {
-         list(touched_);
-      }
+      forEachKey([this](K const& key) { touched_.add(key); });
    }
 
  private:
+   // A row of both sides comes twice.
+   void forEachKey(Visit const& visit) const {
+      for (List const& list : lists_) {
+         list(visit);
+      }
+   }
+
    char const* check_;
    Read expected_;
    Read actual_;

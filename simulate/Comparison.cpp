@@ -154,9 +154,9 @@ void Comparison::addIsem(IsemPipeline const& pipeline) {
               }
               return entries.empty() ? std::nullopt : std::optional(entries);
            },
-           [&common](Touched<IsemModel::WriteKey>& keys) {
+           [&common](auto const& visit) {
               for (auto const& [key, queue] : common.pendingSemWriteIter()) {
-                 keys.add({key.semKeyAndFap, key.isInsert});
+                 visit({key.semKeyAndFap, key.isInsert});
               }
            });
 }

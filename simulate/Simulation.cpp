@@ -3,6 +3,7 @@
 #include "agent/inventory/FileContent.h"
 #include "simulate/History.h"
 #include "simulate/Orderly.h"
+#include "simulate/Progress.h"
 
 #include <deque>
 #include <fstream>
@@ -164,6 +165,7 @@ int simulate(Inventory const& inventory, SimulateOptions const& options, std::os
       checkFirst(inventory, options);
    }
    Coverage coverage;
+   Progress progress(options.progress, options.seeds);
    for (uint64_t i = 0; i < options.seeds; ++i) {
       while (started < options.seeds && started < i + options.jobs) {
          running.emplace_back(inventory, drawn(inventory, options, options.seed + started++),
@@ -174,6 +176,8 @@ int simulate(Inventory const& inventory, SimulateOptions const& options, std::os
       running.pop_front();
       carriedOut += outcome.carriedOut.size();
       refused += outcome.refused.size();
+      progress.ended(outcome.carriedOut.size() + outcome.refused.size(),
+                     outcome.failure.has_value());
       for (auto const& [name, count] : outcome.coverage) {
          coverage[name] += count;
       }
@@ -181,6 +185,7 @@ int simulate(Inventory const& inventory, SimulateOptions const& options, std::os
          uint64_t seed = options.seed + i;
          running.clear();
          outcome = located(inventory, options, seed, std::move(outcome));
+         progress.clear();
          out << "seed " << seed << " fails: " << outcome.failure->check << ": "
              << outcome.failure->text << "\n";
          auto shrunk = shrink(inventory, outcome, options.prepare);
@@ -191,6 +196,7 @@ int simulate(Inventory const& inventory, SimulateOptions const& options, std::os
          return 1;
       }
    }
+   progress.clear();
    out << options.seeds << " seeds from " << options.seed << ", " << options.steps
        << " steps each: " << carriedOut << " commands carried out, " << refused
        << " refused, all checks held\n";

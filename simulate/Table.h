@@ -12,16 +12,25 @@ namespace Simulate {
 template<class K>
 class Touched {
  public:
-   void add(K const& key) { keys_.push_back(key); }
-   bool empty() const { return keys_.empty(); }
-   // Each key once, in order; forgets them.
-   std::vector<K> take() {
-      std::vector<K> keys = std::exchange(keys_, {});
-      std::sort(keys.begin(), keys.end());
-      keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
-      return keys;
+   void add(K const& key) {
+      if (keys_.empty() || keys_.back() != key) {
+         keys_.push_back(key);
+      }
    }
-   // Each time that one was written, in order.
+   bool empty() const { return keys_.empty(); }
+   // Each key once, in the order of the first write; forgets them. They are few: a search costs
+   // less than the order of keys.
+   std::vector<K> take() {
+      std::vector<K> once;
+      for (K const& key : keys_) {
+         if (std::find(once.begin(), once.end(), key) == once.end()) {
+            once.push_back(key);
+         }
+      }
+      keys_.clear();
+      return once;
+   }
+   // In the order of the writes.
    std::vector<K> const& all() const { return keys_; }
    void forget() { keys_.clear(); }
 

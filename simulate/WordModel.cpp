@@ -16,11 +16,6 @@ bool isVlan(InLifIntfKey key) {
    return Plexus::VlanIntfId::isVlanIntfId(key.intfId());
 }
 
-// "" for a name without one.
-std::string unitIn(IntfId intf) {
-   return intf.name().substr(0, intf.name().rfind('/') + 1);
-}
-
 } // namespace
 
 bool WordModel::isMember(IntfId port) const {
@@ -207,7 +202,7 @@ InLifIntfKey WordModel::laidOver(IntfId port) const {
       return stays ? has->second : InLifIntfKey();
    }
    SystemTcamId tcam = world().shoalStatus->sysTcamId(port);
-   auto own = vlanKeys_.find({unitIn(port), vlan, tcam});
+   auto own = vlanKeys_.find({Facts::unitIn(port), vlan, tcam});
    auto any = own != vlanKeys_.end() ? own : vlanKeys_.find({"", vlan, tcam});
    return any != vlanKeys_.end() ? any->second : InLifIntfKey();
 }
@@ -247,7 +242,7 @@ void WordModel::updateVlanWord(IntfId port) {
 
 void WordModel::handleVlanKey(InLifIntfKey key, bool present) {
    Vlan vlan(key.intfId().fields().vlanId);
-   std::tuple place{unitIn(key.intfId()), vlan, key.tcamId()};
+   std::tuple place{Facts::unitIn(key.intfId()), vlan, key.tcamId()};
    vlanKeys_.erase(place);
    if (present) {
       vlanKeys_[place] = key;

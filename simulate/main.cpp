@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <unistd.h>
 
 namespace {
 
@@ -61,6 +62,7 @@ int run(int argc, char** argv) {
       return Agent::usageError;
    }
    Agent::readToggles();
+   options.progress = ::isatty(STDERR_FILENO) != 0 ? &std::cerr : nullptr;
    return options.scenario.empty() ? simulate(*inventory, options, std::cout)
                                    : replay(*inventory, options, std::cout);
 }

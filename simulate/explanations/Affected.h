@@ -25,6 +25,7 @@ class Affected {
 
    // The pipeline's intake was built again, with another backlog.
    void intakeBuilt(SharingPipeline const& pipeline);
+   void unitTouched(FapId unit) { units_.add(unit); }
    // What requests lead to may have changed since the last take.
    bool leadsMoved() const { return worldMoved() || mergedMoved_; }
    bool worldMoved() const { return !interfaces_.empty() || !units_.empty(); }

@@ -32,25 +32,41 @@ std::set<std::string> listedProblems(AgentHost& host) {
 
 void ExplanationCheck::check(Findings& findings, Extent extent) {
    bool quiet = witness_.noteQuietEvents();
-   auto capacities = host_.chip().capacities();
-   bool limits = capacities != capacities_;
-   capacities_ = std::move(capacities);
-   extent == Extent::whole || quiet || limits ? checkEvery(findings) : checkTouched(findings);
+   noteCapacities();
+   if (extent == Extent::whole) {
+      checkEvery(findings);
+   } else {
+      checkTouched(findings, quiet);
+   }
    affected_.forget();
 }
 
-void ExplanationCheck::checkTouched(Findings& findings) {
+void ExplanationCheck::noteCapacities() {
+   auto capacities = host_.chip().capacities();
+   if (capacities == capacities_) {
+      return;
+   }
+   for (auto const* some : {&capacities, &capacities_}) {
+      for (auto const& [table, entries] : *some) {
+         affected_.unitTouched(table.second);
+      }
+   }
+   capacities_ = std::move(capacities);
+}
+
+void ExplanationCheck::checkTouched(Findings& findings, bool everyRequest) {
    if (affected_.leadsMoved()) {
       leads_.reset();
    }
    if (affected_.worldMoved()) {
       ports_.reset();
    }
-   if (affected_.anyRequest()) {
+   if (everyRequest || affected_.anyRequest()) {
       if (!leads_) {
          leads_.emplace(host_, facts_);
       }
-      checkRequests(findings, affected_.requests(*leads_), nullptr);
+      checkRequests(findings, everyRequest ? knownRequests(host_) : affected_.requests(*leads_),
+                    nullptr);
    }
    checkFeatures(findings, affected_.features());
 }

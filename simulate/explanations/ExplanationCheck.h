@@ -23,7 +23,10 @@ class ExplanationCheck {
    void intakeBuilt(SharingPipeline const& pipeline) { affected_.intakeBuilt(pipeline); }
 
  private:
-   void checkTouched(Findings& findings);
+   // The chip's limits do not tell of their changes.
+   void noteCapacities();
+   // `everyRequest`: what no table shows touched them all.
+   void checkTouched(Findings& findings, bool everyRequest);
    void checkEvery(Findings& findings);
    // `listed`: what problems lists; null: not asked for, what it is made from is checked.
    void checkRequests(Findings& findings, std::vector<TcamSharingRequest> const& requests,

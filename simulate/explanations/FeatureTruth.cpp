@@ -6,14 +6,6 @@ namespace Simulate {
 
 using namespace Hardware::ShoalTunnel;
 
-namespace {
-
-std::string unitIn(IntfId intf) {
-   return intf.name().substr(0, intf.name().rfind('/') + 1);
-}
-
-} // namespace
-
 FeaturePorts::FeaturePorts(AgentHost const& host) {
    World const& world = host.world();
    for (auto const& [lag, members] : world.lagPhyIntfMapping->lagPhyIntfConfigIter()) {
@@ -197,15 +189,15 @@ void FeatureTruth::findWords() {
 bool FeatureTruth::isNearest(IntfId port) const {
    std::string name = key_.intfId().name();
    std::string number = name.substr(name.rfind('/') + 1);
-   if (unitIn(key_.intfId()) == unitIn(port)) {
+   if (Facts::unitIn(key_.intfId()) == Facts::unitIn(port)) {
       return true;
    }
    for (auto const& [key, features] : pipeline_.inLifIntfCfg->requestIter()) {
-      if (key.tcamId() == key_.tcamId() && key.intfId().name() == unitIn(port) + number) {
+      if (key.tcamId() == key_.tcamId() && key.intfId().name() == Facts::unitIn(port) + number) {
          return false;
       }
    }
-   return unitIn(key_.intfId()).empty();
+   return Facts::unitIn(key_.intfId()).empty();
 }
 
 bool FeatureTruth::isUnreached(std::string const& why) const {

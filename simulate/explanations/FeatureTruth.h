@@ -4,6 +4,7 @@
 
 #include "host/insight/Explanation.h"
 #include "simulate/explanations/Sentences.h"
+#include "simulate/Facts.h"
 
 #include <map>
 #include <optional>

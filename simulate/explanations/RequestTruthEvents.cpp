@@ -80,7 +80,7 @@ bool RequestTruth::isAnswer(std::string const& sentence) const {
    std::string older = " for " + formatPolicy(response_.policyId) + ", not for the present policy";
    bool past = response_.policyId.value() != policy_;
    if (auto parts = fit(sentence, "It was answered success at % s")) {
-      return response_.status == 1 && !past && witness_.sawResponse(name_, (*parts)[0]);
+      return response_.status == 1 && !past && witness_.sawResponse(request_, (*parts)[0]);
    }
    if (sentence == "It was answered success" + older) {
       return response_.status == 1 && past;
@@ -99,7 +99,7 @@ bool RequestTruth::isAnswer(std::string const& sentence) const {
       } else if (past) {
          return false;
       }
-      return response_.status == 3 && witness_.sawResponse(name_, (*parts)[0]) && isFailure(why);
+      return response_.status == 3 && witness_.sawResponse(request_, (*parts)[0]) && isFailure(why);
    }
    if (auto parts = fit(sentence, "It is not answered; answers that it counts on do not come (% "
                                   "of them)")) {
@@ -285,7 +285,8 @@ bool RequestTruth::isFact(std::string const& label, std::string const& text) con
          return text == head;
       }
       auto parts = fit(text, head + " for " + formatPolicy(response_.policyId) + " since % s, %");
-      return parts && witness_.sawResponse(name_, (*parts)[0]) && isCause((*parts)[1], (*parts)[0]);
+      return parts && witness_.sawResponse(request_, (*parts)[0]) &&
+             isCause((*parts)[1], (*parts)[0]);
    }
    if (label == "output policy") {
       return text == formatPolicy(pipeline_.output(request_));
@@ -418,7 +419,7 @@ bool RequestTruth::isCause(std::string const& why, std::string const& time) cons
       });
    }
    return why == "when it was processed"
-              ? witness_.sawProcessed(name_, time)
+              ? witness_.sawProcessed(request_, time)
               : why == "when the chip restarted" && witness_.sawRestart(time);
 }
 
