@@ -3,7 +3,8 @@
 namespace Simulate {
 
 Checker::Checker(AgentHost& host)
-    : host_(host), model_(host.world()), recorder_(host, model_), explanations_(host) {}
+    : host_(host), model_(host.world()), recorder_(host, model_), comparison_(host, model_),
+      explanations_(host) {}
 
 Checker& Checker::follow(AgentHost& host) {
    auto* checker = new Checker(host);
@@ -21,11 +22,22 @@ void Checker::handleGone(Machine machine, SharingPipeline* pipeline) {
 
 void Checker::handleBuilt(Machine machine, SharingPipeline* pipeline) {
    recorder_.machineBuilt(machine, pipeline);
+   if (machine == Machine::intake) {
+      comparison_.intakeBuilt(*pipeline);
+      explanations_.intakeBuilt(*pipeline);
+   }
 }
 
-Findings Checker::check() const {
-   Findings findings = model_.compare(host_);
-   explanations_.check(findings);
+Findings Checker::checkTables() {
+   Findings findings;
+   comparison_.compare(findings, Extent::whole);
+   return findings;
+}
+
+Findings Checker::check(Extent extent) {
+   Findings findings;
+   comparison_.compare(findings, extent);
+   explanations_.check(findings, extent);
    return findings;
 }
 

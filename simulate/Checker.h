@@ -2,6 +2,7 @@
 // model, every explanation against the tables.
 #pragma once
 
+#include "simulate/Comparison.h"
 #include "simulate/explanations/ExplanationCheck.h"
 #include "simulate/Recorder.h"
 
@@ -13,7 +14,9 @@ class Checker : public Observer {
    static Checker& follow(AgentHost& host);
 
    // What is wrong now.
-   Findings check() const;
+   Findings check(Extent extent);
+   // The same, of the tables alone, all of them.
+   Findings checkTables();
 
    void handleGone(Machine machine, SharingPipeline* pipeline) override;
    void handleBuilt(Machine machine, SharingPipeline* pipeline) override;
@@ -28,6 +31,7 @@ class Checker : public Observer {
    AgentHost& host_;
    Model model_;
    Recorder recorder_;
+   Comparison comparison_;
    ExplanationCheck explanations_;
 };
 

@@ -9,6 +9,7 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <string>
 #include <vector>
 
 namespace Simulate {
@@ -43,6 +44,11 @@ class Facts {
    // The unit by which a sub-interface's change of tags finds its requests; null: all units.
    FapId parentUnit(IntfId subIntf) const;
    World const& world() const { return world_; }
+
+   // The unit as in an interface's name, with the '/' behind it; "" for a name without one.
+   static std::string unitIn(IntfId intf) {
+      return intf.name().substr(0, intf.name().rfind('/') + 1);
+   }
 
    static AradSemPayload payload(TcamSharingPolicyId policy);
    // What a sub-interface or tunnel carries of a policy.

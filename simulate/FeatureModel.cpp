@@ -66,13 +66,14 @@ void FeatureModel::requestChanged(Orv::Name const& name, InLifFeatureKey key) {
       handle(intf, true);
    } else if (asked == asked_.end()) {
       hit("features: withdrawn when nothing was left"_met);
-   } else if (asked->second.features.erase(key.featureType()); !asked->second.features.empty()) {
+   } else if (Aggregate& left = asked_[intf];
+              left.features.erase(key.featureType()), !left.features.empty()) {
       hit("features: one of several withdrawn"_met);
-      ++asked->second.version;
+      ++left.version;
       handle(intf, true);
    } else {
       hit("features: the last one withdrawn"_met);
-      asked_.erase(asked);
+      asked_.erase(intf);
       std::erase(order_, intf);
       handle(intf, false);
    }
@@ -99,7 +100,7 @@ void FeatureModel::respond(InLifIntfKey key) {
    auto asked = asked_.find(key);
    if (asked == asked_.end()) {
       handled_.erase(key);
-      std::erase_if(answers_, [&](auto const& each) { return each.first.intfKey() == key; });
+      answers_.eraseIf([&](auto const& each) { return each.first.intfKey() == key; });
       return;
    }
    auto handled = handled_.find(key);

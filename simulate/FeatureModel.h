@@ -57,12 +57,12 @@ class FeatureModel {
 
    WordModel& words() { return *words_; }
    WordModel const& words() const { return *words_; }
-   std::map<InLifIntfKey, Aggregate> const& asked() const { return asked_; }
+   Table<InLifIntfKey, Aggregate> const& asked() const { return asked_; }
    // Keys in the order in which the machines walk them.
    std::vector<InLifIntfKey> const& order() const { return order_; }
-   std::map<InLifIntfKey, Aggregate> const& handled() const { return handled_; }
-   std::map<InLifFeatureKey, Answer> const& answers() const { return answers_; }
-   std::map<InLifIntfKey, uint64_t> const& subIntfWords() const { return subIntfWords_; }
+   Table<InLifIntfKey, Aggregate> const& handled() const { return handled_; }
+   Table<InLifFeatureKey, Answer> const& answers() const { return answers_; }
+   Table<InLifIntfKey, uint64_t> const& subIntfWords() const { return subIntfWords_; }
 
  private:
    void readAll(Orv::Name const& name);
@@ -71,11 +71,11 @@ class FeatureModel {
    void answer(InLifIntfKey key);
 
    std::map<Orv::Name, Orv::Ptr<InLifFeatureRequestDir>> directories_;
-   std::map<InLifIntfKey, Aggregate> asked_;
+   Table<InLifIntfKey, Aggregate> asked_;
    std::vector<InLifIntfKey> order_;
-   std::map<InLifIntfKey, Aggregate> handled_;
-   std::map<InLifFeatureKey, Answer> answers_;
-   std::map<InLifIntfKey, uint64_t> subIntfWords_;
+   Table<InLifIntfKey, Aggregate> handled_;
+   Table<InLifFeatureKey, Answer> answers_;
+   Table<InLifIntfKey, uint64_t> subIntfWords_;
    bool gathering_ = false; // no machine handles keys yet
    std::unique_ptr<WordModel> words_;
 };

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -44,23 +45,35 @@ class Findings {
    std::vector<Finding> const& list() const { return list_; }
    bool empty() const { return list_.empty(); }
 
+   // Compares a row with what it should be; none: absent.
+   template<class K, class V>
+   void compareRow(char const* check, K const& key, std::optional<V> const& expected,
+                   std::optional<V> const& row) {
+      if (expected == row) {
+         return;
+      }
+      if (!expected) {
+         add(check, key, " is ", *row, " and should not be there");
+      } else if (!row) {
+         add(check, key, " is missing and should be ", *expected);
+      } else {
+         add(check, key, " is ", *row, " and should be ", *expected);
+      }
+   }
+
    // Compares a table with what it should hold, both ways.
    template<class K, class V>
    void compare(char const* check, std::map<K, V> const& expected, std::map<K, V> const& table) {
-      if (expected == table) {
-         return;
-      }
+      auto rowOf = [](std::map<K, V> const& rows, K const& key) {
+         auto found = rows.find(key);
+         return found == rows.end() ? std::nullopt : std::optional<V>(found->second);
+      };
       for (auto const& [key, value] : table) {
-         auto found = expected.find(key);
-         if (found == expected.end()) {
-            add(check, key, " is ", value, " and should not be there");
-         } else if (!(found->second == value)) {
-            add(check, key, " is ", value, " and should be ", found->second);
-         }
+         compareRow(check, key, rowOf(expected, key), std::optional<V>(value));
       }
       for (auto const& [key, value] : expected) {
          if (!table.contains(key)) {
-            add(check, key, " is missing and should be ", value);
+            compareRow(check, key, std::optional<V>(value), std::optional<V>());
          }
       }
    }

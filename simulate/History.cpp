@@ -250,21 +250,27 @@ void History::chooseWeights() {
 
 std::string History::drawn(std::string_view text) {
    std::string command;
-   for (std::size_t at = 0; at < text.size();) {
-      if (text[at] != '{') {
-         command += text[at++];
-         continue;
+   draw(command, text);
+   return command;
+}
+
+void History::draw(std::string& command, std::string_view text) {
+   for (;;) {
+      auto begin = text.find('{');
+      command += text.substr(0, begin);
+      if (begin == std::string_view::npos) {
+         return;
       }
-      std::string name(text.substr(at + 1, text.find('}', at) - at - 1));
-      at = text.find('}', at) + 1;
+      auto end = text.find('}', begin);
+      std::string_view name = text.substr(begin + 1, end - begin - 1);
+      text.remove_prefix(end + 1);
       auto alternatives = alternatives_.find(name);
       if (alternatives == alternatives_.end()) { // a range of numbers, "0-7"
-         command += std::to_string(below(std::stoull(name.substr(2)) + 1));
+         command += std::to_string(below(std::stoull(std::string(name.substr(2))) + 1));
       } else {
-         command += drawn(std::string(alternatives->second[below(alternatives->second.size())]));
+         draw(command, alternatives->second[below(alternatives->second.size())]);
       }
    }
-   return command;
 }
 
 std::string History::next() {

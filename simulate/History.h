@@ -39,10 +39,11 @@ class History {
    void chooseWeights();
    // The text with each "{name}" replaced by one drawn from its alternatives.
    std::string drawn(std::string_view text);
+   void draw(std::string& command, std::string_view text);
    Names& names(std::string const& name) { return alternatives_[name]; }
 
    std::mt19937_64 random_;
-   std::map<std::string, Names> alternatives_;
+   std::map<std::string, Names, std::less<>> alternatives_;
    std::vector<std::pair<double, std::string>> weights_; // of each kind of command
    double weight_ = 0.0;                                 // of all
 };

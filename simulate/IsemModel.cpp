@@ -21,10 +21,10 @@ std::vector<TcamSharingRequest> IsemModel::programmed(IntfId intf) const {
 }
 
 void IsemModel::dropUser(AradSemKeyAndFap key, TcamSharingRequest request) {
-   auto users = users_.find(key);
-   users->second.erase(request);
-   if (users->second.empty()) {
-      users_.erase(users);
+   auto& users = users_[key];
+   users.erase(request);
+   if (users.empty()) {
+      users_.erase(key);
    }
 }
 
@@ -99,8 +99,9 @@ void IsemModel::program(TcamSharingRequest request, TcamSharingPolicyId policy) 
    if (writes.size() > 1) {
       hit("isem: several writes of an entry unanswered"_met);
    }
-   users_[*key].insert(request);
-   if (users_[*key].size() > 1) {
+   auto& users = users_[*key];
+   users.insert(request);
+   if (users.size() > 1) {
       hit("isem: shared entry written"_met);
    }
    mapping_[request] = *key;
@@ -109,15 +110,16 @@ void IsemModel::program(TcamSharingRequest request, TcamSharingPolicyId policy) 
 
 void IsemModel::answered(AradSemKeyAndFap key, SemTableStatusEntry const& status) {
    bool written = status.statusCode != 0 || status.payload.value != 0;
-   auto writes = pending_.find({key, written});
-   if (writes == pending_.end()) {
+   WriteKey write(key, written);
+   if (!pending_.contains(write)) {
       hit("isem: answer for nobody"_met);
       return;
    }
-   TcamSharingEntry entry = writes->second.front();
-   writes->second.pop_front();
-   if (writes->second.empty()) {
-      pending_.erase(writes);
+   auto& writes = pending_[write];
+   TcamSharingEntry entry = writes.front();
+   writes.pop_front();
+   if (writes.empty()) {
+      pending_.erase(write);
    }
    bool present = !handedOver(entry.request()).empty();
    if (!written) {

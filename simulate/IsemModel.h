@@ -16,10 +16,10 @@ class IsemModel : public SharingModel {
    void answered(AradSemKeyAndFap key, Hardware::ShoalTunnel::SemTableStatusEntry const& status);
    void machineRestarts();
 
-   std::map<AradSemKeyAndFap, AradSemPayload> const& config() const { return config_; }
-   std::map<TcamSharingRequest, AradSemKeyAndFap> const& mapping() const { return mapping_; }
-   std::map<AradSemKeyAndFap, std::set<TcamSharingRequest>> const& users() const { return users_; }
-   std::map<WriteKey, std::deque<TcamSharingEntry>> const& pending() const { return pending_; }
+   Table<AradSemKeyAndFap, AradSemPayload> const& config() const { return config_; }
+   Table<TcamSharingRequest, AradSemKeyAndFap> const& mapping() const { return mapping_; }
+   Table<AradSemKeyAndFap, std::set<TcamSharingRequest>> const& users() const { return users_; }
+   Table<WriteKey, std::deque<TcamSharingEntry>> const& pending() const { return pending_; }
 
  private:
    void program(TcamSharingRequest request, TcamSharingPolicyId policy) override;
@@ -27,10 +27,10 @@ class IsemModel : public SharingModel {
    void remove(TcamSharingRequest request);
    void dropUser(AradSemKeyAndFap key, TcamSharingRequest request);
 
-   std::map<AradSemKeyAndFap, AradSemPayload> config_;
-   std::map<TcamSharingRequest, AradSemKeyAndFap> mapping_;
-   std::map<AradSemKeyAndFap, std::set<TcamSharingRequest>> users_;
-   std::map<WriteKey, std::deque<TcamSharingEntry>> pending_; // oldest first
+   Table<AradSemKeyAndFap, AradSemPayload> config_;
+   Table<TcamSharingRequest, AradSemKeyAndFap> mapping_;
+   Table<AradSemKeyAndFap, std::set<TcamSharingRequest>> users_;
+   Table<WriteKey, std::deque<TcamSharingEntry>> pending_; // oldest first
 };
 
 } // namespace Simulate

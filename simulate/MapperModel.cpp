@@ -37,8 +37,8 @@ std::vector<TcamSharingRequest> MapperModel::programmed(IntfId intf) const {
 void MapperModel::entryChanged(VlanTagToVsiMapperKey key) {
    if (!world().vtagToVsiConfig->configHas(key)) {
       data_.erase(key);
-   } else {
-      data_.try_emplace(key, 0); // a fresh entry carries nothing
+   } else if (!data_.contains(key)) {
+      data_[key] = 0; // a fresh entry carries nothing
    }
 }
 
@@ -104,16 +104,15 @@ bool MapperModel::programMember(TcamSharingEntry const& entry, IntfId port, bool
       hit("mapper: written again before its answer"_met);
    }
    hit(data == 0 ? "mapper: cleared"_met : "mapper: written"_met);
-   found->second = data;
+   data_[key] = data;
    pending_[key] = entry;
    awaited_[entry] = countFromZero ? 1 : awaited_[entry] + 1;
    return true;
 }
 
 void MapperModel::countDown(TcamSharingEntry const& entry) {
-   auto count = awaited_.find(entry);
-   if (count != awaited_.end() && --count->second == 0) {
-      awaited_.erase(count);
+   if (awaited_.contains(entry) && --awaited_[entry] == 0) {
+      awaited_.erase(entry);
    }
 }
 

@@ -8,7 +8,7 @@ namespace Simulate {
 
 class MapperModel : public SharingModel {
  public:
-   using Mapped = std::map<TcamSharingRequest, std::set<VlanTagToVsiMapperKey>>;
+   using Mapped = Table<TcamSharingRequest, std::set<VlanTagToVsiMapperKey>>;
 
    // Starts on the mapper entries as they are.
    explicit MapperModel(Context& context);
@@ -26,13 +26,13 @@ class MapperModel : public SharingModel {
       return request.intfId().fields().kind == Plexus::IntfKind::tunnel;
    }
    // The data of every mapper entry.
-   std::map<VlanTagToVsiMapperKey, uint64_t> const& data() const { return data_; }
-   std::map<VlanTagToVsiMapperKey, TcamSharingEntry> const& pending() const { return pending_; }
-   std::map<TcamSharingEntry, uint32_t> const& awaited() const { return awaited_; }
-   std::map<TcamSharingEntry, uint32_t> const& errors() const { return errors_; }
+   Table<VlanTagToVsiMapperKey, uint64_t> const& data() const { return data_; }
+   Table<VlanTagToVsiMapperKey, TcamSharingEntry> const& pending() const { return pending_; }
+   Table<TcamSharingEntry, uint32_t> const& awaited() const { return awaited_; }
+   Table<TcamSharingEntry, uint32_t> const& errors() const { return errors_; }
    Mapped const& confirmed() const { return confirmed_; }
-   std::map<TunnelPolicyMapperKey, uint64_t> const& tunnels() const { return tunnels_; }
-   std::map<TunnelPolicyMapperKey, TcamSharingEntry> const& pendingTunnels() const {
+   Table<TunnelPolicyMapperKey, uint64_t> const& tunnels() const { return tunnels_; }
+   Table<TunnelPolicyMapperKey, TcamSharingEntry> const& pendingTunnels() const {
       return pendingTunnels_;
    }
 
@@ -46,13 +46,13 @@ class MapperModel : public SharingModel {
    void countDown(TcamSharingEntry const& entry);
    void finish(TcamSharingEntry const& entry, uint64_t data);
 
-   std::map<VlanTagToVsiMapperKey, uint64_t> data_;
-   std::map<VlanTagToVsiMapperKey, TcamSharingEntry> pending_;
-   std::map<TcamSharingEntry, uint32_t> awaited_; // answers
-   std::map<TcamSharingEntry, uint32_t> errors_;  // 9: success
+   Table<VlanTagToVsiMapperKey, uint64_t> data_;
+   Table<VlanTagToVsiMapperKey, TcamSharingEntry> pending_;
+   Table<TcamSharingEntry, uint32_t> awaited_; // answers
+   Table<TcamSharingEntry, uint32_t> errors_;  // 9: success
    Mapped confirmed_;
-   std::map<TunnelPolicyMapperKey, uint64_t> tunnels_;
-   std::map<TunnelPolicyMapperKey, TcamSharingEntry> pendingTunnels_;
+   Table<TunnelPolicyMapperKey, uint64_t> tunnels_;
+   Table<TunnelPolicyMapperKey, TcamSharingEntry> pendingTunnels_;
 };
 
 } // namespace Simulate

@@ -1,9 +1,8 @@
 // What every table of the library should hold, by the rules alone. SharingModel says how it is
-// kept. Recorder feeds it, and compare() compares the tables with it.
+// kept. Recorder feeds it, and Comparison compares the tables with it.
 #pragma once
 
 #include "agent/host/AgentHost.h"
-#include "simulate/Findings.h"
 #include "simulate/IsemModel.h"
 #include "simulate/MapperModel.h"
 #include "simulate/PublishedModel.h"
@@ -20,22 +19,12 @@ struct Model {
       bool arad = context.world.shoalStatus->fapType(unit) == Hardware::Shoal::fapTypeArad;
       return arad ? static_cast<SharingModel&>(isem) : mapper;
    }
-   // What differs between the tables of an agent and the model: every table, both ways.
-   Findings compare(AgentHost const& host) const;
 
    Context context;
    IsemModel isem;
    MapperModel mapper;
    PublishedModel published;
    FeatureModel features;
-
- private:
-   void compareSharing(Findings& findings, SharingPipeline const& pipeline,
-                       SharingModel const& model) const;
-   void compareIsem(Findings& findings, IsemPipeline const& pipeline) const;
-   void compareMapper(Findings& findings, MapperPipeline const& pipeline) const;
-   void compareFeatures(Findings& findings, FeaturePipeline const& pipeline) const;
-   void compareRouter(Findings& findings, AgentHost const& host) const;
 };
 
 } // namespace Simulate

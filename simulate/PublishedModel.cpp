@@ -34,8 +34,8 @@ void PublishedModel::portMapVersionChanged() {
       units_[port] = place.fapId;
    }
    auto gone = [&](auto const& entry) { return !status.sysPhyPortIdHas(entry.first); };
-   std::erase_if(domains_, gone);
-   if (std::erase_if(units_, gone) != 0) {
+   domains_.eraseIf(gone);
+   if (units_.eraseIf(gone) != 0) {
       hit("published: port gone"_met);
    }
 }

@@ -17,8 +17,8 @@ class PublishedModel {
    void portMapVersionChanged();
    void machineRestarts();
 
-   std::map<IntfId, FapId> const& units() const { return units_; }
-   std::map<IntfId, VlanDomain> const& domains() const { return domains_; }
+   Table<IntfId, FapId> const& units() const { return units_; }
+   Table<IntfId, VlanDomain> const& domains() const { return domains_; }
 
  private:
    std::optional<VlanDomain> domainAt(Place place) const;
@@ -26,8 +26,8 @@ class PublishedModel {
    Context& context_;
    std::map<Place, IntfId> seenAt_; // who sat there last
    std::map<IntfId, Place> placeOf_;
-   std::map<IntfId, FapId> units_;
-   std::map<IntfId, VlanDomain> domains_;
+   Table<IntfId, FapId> units_;
+   Table<IntfId, VlanDomain> domains_;
 };
 
 } // namespace Simulate

@@ -34,14 +34,6 @@ TcamSharingPolicyId SharingModel::handedOver(TcamSharingRequest request) const {
    return found == output_.end() ? TcamSharingPolicyId() : found->second.policy;
 }
 
-SharingModel::Policies SharingModel::output() const {
-   Policies policies;
-   for (auto const& [request, output] : output_) {
-      policies.emplace(request, output.policy);
-   }
-   return policies;
-}
-
 std::vector<TcamSharingRequest> SharingModel::inOrder() const {
    std::map<uint64_t, TcamSharingRequest> places;
    for (auto const& [request, output] : output_) {
@@ -101,9 +93,11 @@ void SharingModel::merge(TcamSharingRequest request, uint64_t merged) {
 }
 
 void SharingModel::mergeRestarts() {
-   parts_ = {};
    for (std::size_t i = 0; i < kRequesters; ++i) {
-      for (auto const& [request, policy] : Policies(asked_[i])) {
+      parts_[i].clear();
+   }
+   for (std::size_t i = 0; i < kRequesters; ++i) {
+      for (auto const& [request, policy] : Policies::Rows(asked_[i].rows())) {
          asked(static_cast<Requester>(i), request, policy);
       }
    }
@@ -168,9 +162,10 @@ void SharingModel::handOver(TcamSharingRequest request, TcamSharingPolicyId poli
    if (policy.empty()) {
       output_.erase(request);
    } else {
-      auto [output, fresh] = output_.try_emplace(request, Output{policy, places_ + 1});
-      places_ += fresh ? 1 : 0;
-      output->second.policy = policy;
+      bool fresh = !output_.contains(request);
+      Output& output = output_[request];
+      output.place = fresh ? ++places_ : output.place;
+      output.policy = policy;
    }
    program(request, policy);
 }
@@ -183,7 +178,7 @@ void SharingModel::retryTaken(TcamSharingEntry const& entry) {
    if (!retries_.contains(entry)) {
       return;
    }
-   for (auto const& [each, waiting] : std::map(std::move(retries_))) {
+   for (auto const& [each, waiting] : retries_) {
       if (merged_.contains(each.request())) {
          hit("intake: retried"_met);
          queued_[each.request()] = true;
@@ -247,7 +242,7 @@ void SharingModel::tagsChanged(IntfId subIntf) {
 }
 
 void SharingModel::intakeRestarts() {
-   for (auto const& [request, given] : Responses(responses_)) {
+   for (auto const& [request, given] : Responses::Rows(responses_.rows())) {
       answer(request, std::nullopt);
    }
    queued_.clear();

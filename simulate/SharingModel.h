@@ -8,6 +8,7 @@
 
 #include "simulate/Coverage.h"
 #include "simulate/Facts.h"
+#include "simulate/Table.h"
 
 #include <array>
 #include <map>
@@ -28,8 +29,12 @@ struct Context {
 
 class SharingModel {
  public:
-   using Policies = std::map<TcamSharingRequest, TcamSharingPolicyId>;
-   using Responses = std::map<TcamSharingRequest, TcamSharingResponse>;
+   using Policies = Table<TcamSharingRequest, TcamSharingPolicyId>;
+   using Responses = Table<TcamSharingRequest, TcamSharingResponse>;
+   struct Output {
+      TcamSharingPolicyId policy;
+      uint64_t place = 0; // in the order of insertion
+   };
 
    explicit SharingModel(Context& context) : context_(context) {}
    virtual ~SharingModel() = default;
@@ -54,13 +59,13 @@ class SharingModel {
    void intakeRestarts();
 
    Policies const& merged() const { return merged_; }
-   Policies output() const;
+   Table<TcamSharingRequest, Output> const& output() const { return output_; }
    Responses const& responses() const { return responses_; }
    Responses const& part(Requester requester) const {
       return parts_[static_cast<std::size_t>(requester)];
    }
-   std::map<TcamSharingRequest, bool> const& queued() const { return queued_; }
-   std::map<TcamSharingEntry, bool> const& retries() const { return retries_; }
+   Table<TcamSharingRequest, bool> const& queued() const { return queued_; }
+   Table<TcamSharingEntry, bool> const& retries() const { return retries_; }
    // A request that a slice processed and that was not queued; empty: none.
    std::string const& processedUnqueued() const { return processedUnqueued_; }
 
@@ -85,10 +90,6 @@ class SharingModel {
    void answer(TcamSharingRequest request, std::optional<TcamSharingResponse> response);
 
  private:
-   struct Output {
-      TcamSharingPolicyId policy;
-      uint64_t place; // in the order of insertion
-   };
    void merge(TcamSharingRequest request, uint64_t merged);
    void requeue(TcamSharingRequest request);
    void handOver(TcamSharingRequest request, TcamSharingPolicyId policy);
@@ -98,10 +99,10 @@ class SharingModel {
    Context& context_;
    std::array<Policies, kRequesters> asked_;
    Policies merged_;
-   std::map<TcamSharingRequest, bool> queued_;
-   std::map<TcamSharingEntry, bool> retries_;
+   Table<TcamSharingRequest, bool> queued_;
+   Table<TcamSharingEntry, bool> retries_;
    std::optional<TcamSharingEntry> takenByWork_; // off the retry list, by the event under way
-   std::map<TcamSharingRequest, Output> output_;
+   Table<TcamSharingRequest, Output> output_;
    uint64_t places_ = 0;
    Responses responses_;
    std::array<Responses, kRequesters> parts_;

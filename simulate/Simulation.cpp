@@ -3,6 +3,7 @@
 #include "agent/inventory/FileContent.h"
 #include "simulate/History.h"
 #include "simulate/Orderly.h"
+#include "simulate/Progress.h"
 
 #include <deque>
 #include <fstream>
@@ -67,6 +68,18 @@ void writeScenario(SimulateOptions const& options, uint64_t seed, TrialOutcome c
    }
    out << (file.flush() ? "written to " : "cannot write ") << path << ", "
        << failing.carriedOut.size() << " commands\n";
+}
+
+// A failure that was found by what was touched is found at the same command or an earlier one when
+// everything is checked after each.
+TrialOutcome located(Inventory const& inventory, SimulateOptions const& options, uint64_t seed,
+                     TrialOutcome failing) {
+   if (options.whole) {
+      return failing;
+   }
+   TrialOutcome exact =
+       Trial(inventory, drawn(inventory, options, seed), options.prepare, options.prove).outcome();
+   return exact.failure ? std::move(exact) : std::move(failing);
 }
 
 // They are the same in every history, and nothing comes before them: once is enough.
@@ -155,23 +168,29 @@ int simulate(Inventory const& inventory, SimulateOptions const& options, std::os
       checkFirst(inventory, options);
    }
    Coverage coverage;
+   Progress progress(options.progress, options.seeds);
    for (uint64_t i = 0; i < options.seeds; ++i) {
       while (started < options.seeds && started < i + options.jobs) {
          running.emplace_back(inventory, drawn(inventory, options, options.seed + started++),
-                              options.prepare, options.prove);
+                              options.prepare, options.prove,
+                              options.whole ? Extent::whole : Extent::touched);
       }
       TrialOutcome outcome = running.front().outcome();
       running.pop_front();
       carriedOut += outcome.carriedOut.size();
       refused += outcome.refused.size();
+      progress.ended(outcome.carriedOut.size() + outcome.refused.size(),
+                     outcome.failure.has_value());
       for (auto const& [name, count] : outcome.coverage) {
          coverage[name] += count;
       }
       if (outcome.failure) {
          uint64_t seed = options.seed + i;
+         running.clear();
+         outcome = located(inventory, options, seed, std::move(outcome));
+         progress.clear();
          out << "seed " << seed << " fails: " << outcome.failure->check << ": "
              << outcome.failure->text << "\n";
-         running.clear();
          auto shrunk = shrink(inventory, outcome, options.prepare);
          if (!shrunk) {
             out << "its commands alone do not fail again; written as they were\n";
@@ -180,6 +199,7 @@ int simulate(Inventory const& inventory, SimulateOptions const& options, std::os
          return 1;
       }
    }
+   progress.clear();
    out << options.seeds << " seeds from " << options.seed << ", " << options.steps
        << " steps each: " << carriedOut << " commands carried out, " << refused
        << " refused, all checks held\n";

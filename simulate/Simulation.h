@@ -14,13 +14,15 @@ struct SimulateOptions {
    uint64_t seed = 1;
    uint64_t seeds = 1;
    uint64_t steps = 1000;
-   unsigned jobs = 1;              // histories at a time
-   std::vector<std::string> first; // commands at the head of every history
-   std::string write;              // where a failing history goes; empty: simulate-SEED.scenario
-   unsigned prove = 50;            // see Trial
-   bool counts = false;            // print how often each situation was met
-   bool allMet = false;            // a situation that was never met is an error
-   Trial::Prepare prepare;         // for tests: what goes wrong in each agent
+   unsigned jobs = 1;                // histories at a time
+   std::vector<std::string> first;   // commands at the head of every history
+   std::string write;                // where a failing history goes; empty: simulate-SEED.scenario
+   unsigned prove = 50;              // see Trial
+   bool whole = false;               // check everything after each command, not what was touched
+   bool counts = false;              // print how often each situation was met
+   bool allMet = false;              // a situation that was never met is an error
+   std::ostream* progress = nullptr; // where the progress of a run is shown; null: nowhere
+   Trial::Prepare prepare;           // for tests: what goes wrong in each agent
 };
 
 // Options that cannot be followed; nothing was simulated.
@@ -30,8 +32,8 @@ class SimulateError : public std::runtime_error {
 };
 
 // 0, or 1 when a check failed (stops at the first seed that does) or a situation was not met that
-// had to be. The same options print the same. Throws SimulateError, "--first:N: error: reason", for
-// a command of `first` that is refused.
+// had to be. The same options print the same on `out`. Throws SimulateError, "--first:N: error:
+// reason", for a command of `first` that is refused.
 int simulate(Inventory const& inventory, SimulateOptions const& options, std::ostream& out);
 
 // Carries out the lines of the scenario as a history. Returns 0, or 1 if a check failed, and prints

@@ -13,11 +13,23 @@ namespace Simulate {
 
 namespace {
 
-// In the child: lines of a letter and a text, written as soon as they are known.
+// In the child: lines of a letter and a text.
 Copy::Report const* reportTo = nullptr;
+std::string unsent;
+std::size_t sentFrom = 0; // bytes from which on they are sent
 
-void report(char what, std::string const& text) {
-   (*reportTo)(what + text + "\n");
+void send() {
+   (*reportTo)(unsent);
+   unsent.clear();
+}
+
+void report(char what, std::string_view text) {
+   unsent += what;
+   unsent += text;
+   unsent += '\n';
+   if (unsent.size() >= sentFrom) {
+      send();
+   }
 }
 
 // In the child: whose stop it is.
@@ -39,13 +51,14 @@ void reportStop(Orv::Failure const& failure) {
    report('F', std::string(due ? "the library stopped, as it has to\tFailed("
                                : "the library stopped\tFailed(") +
                    failure.condition + ") " + failure.explanation);
+   send();
    Copy::end();
 }
 
 class Child {
  public:
-   Child(Inventory const& inventory, Trial::Prepare const& prepare, unsigned prove)
-       : host_(inventory), runner_(host_, output_, errors_, {}), prove_(prove) {
+   Child(Inventory const& inventory, Trial::Prepare const& prepare, unsigned prove, Extent extent)
+       : host_(inventory), runner_(host_, output_, errors_, {}), prove_(prove), extent_(extent) {
       tried = &host_;
       if (prepare) {
          prepare(host_);
@@ -75,7 +88,7 @@ class Child {
       }
       report('C', "");
       carriedOut_.push_back(command);
-      Findings findings = checker_->check();
+      Findings findings = check();
       bool moves = output_.str().find("still moving") != std::string::npos;
       if (command == "settle" && (!host_.quiet() || moves)) {
          findings.add("everything comes to rest", "it still moves, with ",
@@ -83,6 +96,13 @@ class Child {
                       host_.mapper().codef->backlogSize(), " requests queued");
       }
       return tell(findings);
+   }
+
+   // At the end: what the checks of what was touched have not seen.
+   void finish() {
+      if (unseen_ != 0) {
+         tell(checkWhole());
+      }
    }
 
  private:
@@ -117,6 +137,16 @@ class Child {
       return error.substr(std::min(error.size(), std::strlen("history:1: ")));
    }
 
+   Findings check() {
+      constexpr unsigned wholeEvery = 100;
+      return extent_ == Extent::whole || ++unseen_ == wholeEvery ? checkWhole()
+                                                                 : checker_->check(Extent::touched);
+   }
+   Findings checkWhole() {
+      unseen_ = 0;
+      return checker_->check(Extent::whole);
+   }
+
    bool checkProperty(std::string const& comment) {
       Findings findings;
       if (comment == "# check hardware") {
@@ -125,6 +155,9 @@ class Child {
          checkFresh(host_, carriedOut_, findings);
       } else if (comment == "# check empty") {
          checkEmpty(host_, findings);
+      }
+      if (findings.empty() && unseen_ != 0) {
+         findings = checker_->checkTables();
       }
       return tell(findings);
    }
@@ -199,6 +232,8 @@ class Child {
    ScenarioRunner runner_;
    Checker* checker_ = nullptr; // the host's
    unsigned prove_;
+   Extent extent_;
+   unsigned unseen_ = 0; // commands since everything was checked
    uint64_t refused_ = 0;
    bool proved_ = true;
    static constexpr std::string_view asItHasTo = "as it has to";
@@ -206,16 +241,24 @@ class Child {
 };
 
 [[noreturn]] void runChild(Inventory const& inventory, Trial::Source const& source,
-                           Trial::Prepare const& prepare, unsigned prove) {
+                           Trial::Prepare const& prepare, unsigned prove, Extent extent) {
+   constexpr std::size_t block = 1 << 16;
+   sentFrom = extent == Extent::whole ? 0 : block;
    {
-      Child child(inventory, prepare, prove);
-      for (auto command = source(); command && child.run(*command); command = source()) {
+      Child child(inventory, prepare, prove, extent);
+      bool sound = true;
+      for (auto command = source(); command && sound; command = source()) {
+         sound = child.run(*command);
+      }
+      if (sound) {
+         child.finish();
       }
       for (auto const& [name, count] : Situation::coverage()) {
          report('P', name + "\t" + std::to_string(count));
       }
    }
    report('E', "");
+   send();
    Copy::end();
 }
 
@@ -260,12 +303,12 @@ void read(TrialOutcome& outcome, std::string& trying, bool& ended, std::string c
 } // namespace
 
 Trial::Trial(Inventory const& inventory, Source const& source, Prepare const& prepare,
-             unsigned prove)
+             unsigned prove, Extent extent)
     // Room for a whole history, so that a trial goes on while another one is waited for.
     : copy_(
           [&](Copy::Report const& to) {
              reportTo = &to;
-             runChild(inventory, source, prepare, prove);
+             runChild(inventory, source, prepare, prove, extent);
           },
           1 << 20) {}
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "agent/host/AgentHost.h"
+#include "simulate/ComparedTable.h"
 #include "simulate/Copy.h"
 #include "simulate/Coverage.h"
 #include "simulate/Findings.h"
@@ -32,9 +33,11 @@ class Trial {
    using Prepare = std::function<void(AgentHost&)>;
 
    // Starts the process; `source` is asked there. `prove`: of so many changes that admission
-   // refuses, one is carried out in a copy, where it has to stop the library; 0: none.
+   // refuses, one is carried out in a copy, where it has to stop the library; 0: none. `extent`: of
+   // the checks after each command. Those of what was touched are followed by one of the whole
+   // every so many commands, and the outcome of a failure may lack its last commands.
    Trial(Inventory const& inventory, Source const& source, Prepare const& prepare,
-         unsigned prove = 1);
+         unsigned prove = 1, Extent extent = Extent::whole);
    // Waits for the end of the process. May be called once.
    TrialOutcome outcome();
 

@@ -16,11 +16,6 @@ bool isVlan(InLifIntfKey key) {
    return Plexus::VlanIntfId::isVlanIntfId(key.intfId());
 }
 
-// "" for a name without one.
-std::string unitIn(IntfId intf) {
-   return intf.name().substr(0, intf.name().rfind('/') + 1);
-}
-
 } // namespace
 
 bool WordModel::isMember(IntfId port) const {
@@ -148,7 +143,7 @@ void WordModel::portMapVersionChanged() {
    for (auto const& [port, vlan] : std::map(vlan_)) {
       followPort(port);
    }
-   std::erase_if(vlanWords_, [&](auto const& each) { return !vlanKey_.contains(each.first); });
+   vlanWords_.eraseIf([&](auto const& each) { return !vlanKey_.contains(each.first); });
 }
 
 void WordModel::dropUncovered() {
@@ -162,11 +157,10 @@ void WordModel::dropUncovered() {
          }
       }
    }
-   if (std::erase_if(portWords_, [&](auto const& each) { return !ports.contains(each.first); }) !=
-       0) {
+   if (portWords_.eraseIf([&](auto const& each) { return !ports.contains(each.first); }) != 0) {
       hit("features: a word that nobody asks for goes"_met);
    }
-   for (auto const& [key, features] : std::map(expanded_)) {
+   for (auto const& [key, features] : std::map(expanded_.rows())) {
       if (!keys.contains(key)) {
          erase(key);
       }
@@ -208,7 +202,7 @@ InLifIntfKey WordModel::laidOver(IntfId port) const {
       return stays ? has->second : InLifIntfKey();
    }
    SystemTcamId tcam = world().shoalStatus->sysTcamId(port);
-   auto own = vlanKeys_.find({unitIn(port), vlan, tcam});
+   auto own = vlanKeys_.find({Facts::unitIn(port), vlan, tcam});
    auto any = own != vlanKeys_.end() ? own : vlanKeys_.find({"", vlan, tcam});
    return any != vlanKeys_.end() ? any->second : InLifIntfKey();
 }
@@ -248,7 +242,7 @@ void WordModel::updateVlanWord(IntfId port) {
 
 void WordModel::handleVlanKey(InLifIntfKey key, bool present) {
    Vlan vlan(key.intfId().fields().vlanId);
-   std::tuple place{unitIn(key.intfId()), vlan, key.tcamId()};
+   std::tuple place{Facts::unitIn(key.intfId()), vlan, key.tcamId()};
    vlanKeys_.erase(place);
    if (present) {
       vlanKeys_[place] = key;
@@ -283,7 +277,7 @@ void WordModel::vlanMachineStarts() {
 
 void WordModel::vlanMachineStarted() {
    if (portMapValid()) {
-      std::erase_if(vlanWords_, [&](auto const& each) { return !vlanKey_.contains(each.first); });
+      vlanWords_.eraseIf([&](auto const& each) { return !vlanKey_.contains(each.first); });
    }
 }
 

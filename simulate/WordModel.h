@@ -24,9 +24,9 @@ class WordModel {
    void allRestart();
 
    // The expanded configuration: port-channels' features copied to their members.
-   std::map<InLifIntfKey, Aggregate> const& expanded() const { return expanded_; }
-   std::map<IntfId, uint64_t> const& ofPorts() const { return portWords_; }
-   std::map<IntfId, uint64_t> const& ofVlans() const { return vlanWords_; }
+   Table<InLifIntfKey, Aggregate> const& expanded() const { return expanded_; }
+   Table<IntfId, uint64_t> const& ofPorts() const { return portWords_; }
+   Table<IntfId, uint64_t> const& ofVlans() const { return vlanWords_; }
 
  private:
    using Vlan = Bridging::VlanIdOrNone;
@@ -51,9 +51,9 @@ class WordModel {
 
    Context& context_;
    FeatureModel& features_;
-   std::map<IntfId, uint64_t> portWords_;
-   std::map<InLifIntfKey, Aggregate> expanded_;
-   std::map<IntfId, uint64_t> vlanWords_;
+   Table<IntfId, uint64_t> portWords_;
+   Table<InLifIntfKey, Aggregate> expanded_;
+   Table<IntfId, uint64_t> vlanWords_;
    std::map<IntfId, InLifIntfKey> vlanKey_; // whose word a port has
    std::map<IntfId, Vlan> vlan_;
    // By unit as in the interface's name, VLAN and TCAM.

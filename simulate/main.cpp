@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <unistd.h>
 
 namespace {
 
@@ -37,6 +38,8 @@ void addOptions(CLI::App& app, SimulateOptions& options) {
                   "of so many refused changes, one is carried out in a copy, where it has to stop "
                   "the library; 50 by default, 0: none")
        ->transform(Agent::number(0, max));
+   app.add_flag("--whole", options.whole,
+                "check everything after each command, not only what it touched");
    app.add_option("--write", options.write,
                   "file for a failing history; simulate-SEED.scenario by default");
    app.add_flag("--counts", options.counts, "print how often each situation was met");
@@ -59,6 +62,7 @@ int run(int argc, char** argv) {
       return Agent::usageError;
    }
    Agent::readToggles();
+   options.progress = ::isatty(STDERR_FILENO) != 0 ? &std::cerr : nullptr;
    return options.scenario.empty() ? simulate(*inventory, options, std::cout)
                                    : replay(*inventory, options, std::cout);
 }

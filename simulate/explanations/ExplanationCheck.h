@@ -3,26 +3,45 @@
 // sentence that is not known here is a finding, too.
 #pragma once
 
+#include "simulate/ComparedTable.h"
+#include "simulate/explanations/Affected.h"
+#include "simulate/explanations/FeatureTruth.h"
+#include "simulate/explanations/Leads.h"
 #include "simulate/explanations/Witness.h"
-#include "simulate/Facts.h"
-#include "simulate/Findings.h"
 
 namespace Simulate {
 
 class ExplanationCheck {
  public:
    // From the start of an agent.
-   explicit ExplanationCheck(AgentHost& host) : host_(host), facts_(host.world()), witness_(host) {}
-   void check(Findings& findings) const;
+   explicit ExplanationCheck(AgentHost& host)
+       : host_(host), facts_(host.world()), witness_(host), affected_(host) {}
+   // Of what was touched since the last check, or of everything.
+   void check(Findings& findings, Extent extent);
    // A machine of the library goes, and is built again.
    void handleRebuild() { witness_.noteRebuild(); }
+   void intakeBuilt(SharingPipeline const& pipeline) { affected_.intakeBuilt(pipeline); }
 
  private:
-   void checkFeatures(Findings& findings) const;
+   // The chip's limits do not tell of their changes.
+   void noteCapacities();
+   // `everyRequest`: what no table shows touched them all.
+   void checkTouched(Findings& findings, bool everyRequest);
+   void checkEvery(Findings& findings);
+   // `listed`: what problems lists; null: not asked for, what it is made from is checked.
+   void checkRequests(Findings& findings, std::vector<TcamSharingRequest> const& requests,
+                      std::set<std::string> const* listed) const;
+   void checkFeatures(Findings& findings, std::vector<InLifFeatureKey> const& features);
+   std::vector<InLifFeatureKey> everyFeature() const;
 
    AgentHost& host_;
    Facts facts_;
-   mutable Witness witness_;
+   Witness witness_;
+   Affected affected_;
+   // As the world was at the last check.
+   std::optional<Leads> leads_;
+   std::optional<FeaturePorts> ports_;
+   SimulatedChip::Capacities capacities_;
 };
 
 } // namespace Simulate

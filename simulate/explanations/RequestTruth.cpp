@@ -45,7 +45,13 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
               says((entry.key + " carries " + entry.words(entry.held)).c_str()),
           "silent on what is at " + entry.key);
    }
-   for (std::string const& each : overruled()) {
+   for (Requester requester : requesters) {
+      std::string asks(requesterName(requester));
+      asks += " asks for " + formatPolicy(host_.sharing().config(requester)->request(request_)) +
+              ", which is held back: ";
+      require(!isHeld(requester) || says(asks.c_str()), "silent: " + asks);
+   }
+   for (std::string const& each : overruled_) {
       require(says(each.c_str()), "silent: " + each);
    }
    require(explanation.inHardware == inHardware(), "wrong on hardware");
@@ -70,19 +76,56 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
 }
 
 bool RequestTruth::isSentence(std::string const& sentence) const {
-   auto told = overruled();
-   return std::find(told.begin(), told.end(), sentence) != told.end() || isWhere(sentence) ||
-          isWaiting(sentence) || isAnswer(sentence) || isRemedy(sentence);
+   return std::find(overruled_.begin(), overruled_.end(), sentence) != overruled_.end() ||
+          isWhere(sentence) || isWaiting(sentence) || isAnswer(sentence) || isRemedy(sentence) ||
+          isHeldBack(sentence);
+}
+
+bool RequestTruth::isHeld(Requester requester) const {
+   TcamSharingPolicyId asks = host_.sharing().config(requester)->request(request_);
+   return !asks.empty() && pipeline_.sharing.config(requester)->request(request_) != asks;
+}
+
+bool RequestTruth::isHeldBack(std::string const& sentence) const {
+   auto parts = fit(sentence, "% asks for %, which is held back: %");
+   if (!parts) {
+      return false;
+   }
+   return std::any_of(requesters.begin(), requesters.end(), [&](Requester requester) {
+      auto asks = formatPolicy(host_.sharing().config(requester)->request(request_));
+      // What was refused is in no table.
+      bool refused = (*parts)[1] != asks && (*parts)[2].starts_with("unit ");
+      return (*parts)[0] == requesterName(requester) && isWhyHeld(requester, (*parts)[2]) &&
+             (refused || (isHeld(requester) && (*parts)[1] == asks));
+   });
+}
+
+bool RequestTruth::isWhyHeld(Requester requester, std::string const& why) const {
+   std::string unit = "unit " + std::to_string(request_.fapId().value()) + " has ";
+   bool lumen = facts_.lumen(request_.fapId());
+   auto const waiting = host_.changes().detours().waiting();
+   if (why == unit + "the lumen lookup, where acl cannot ask for the lumen label") {
+      return lumen && requester == Requester::acl;
+   }
+   if (why == unit + "no lumen lookup, so " + std::string(requesterName(requester)) +
+                  " cannot ask there (unit UNIT lookup lumen)") {
+      return !lumen && requester != Requester::acl;
+   }
+   return std::any_of(waiting.begin(), waiting.end(), [&](auto const& change) {
+      return why == change.what + " is on its way" || why == "it is handed over again";
+   });
 }
 
 bool RequestTruth::isWhere(std::string const& sentence) const {
    bool asked = this->asked();
+   bool held = std::any_of(requesters.begin(), requesters.end(),
+                           [this](Requester requester) { return isHeld(requester); });
    if (sentence == "No requester asks for a policy here") {
-      return !asked && policy_ == 0 && response_.status == 0;
+      return !asked && !held && policy_ == 0 && response_.status == 0;
    }
    if (sentence == "No requester asks for a policy here any more, but the last response "
                    "still stands") {
-      return !asked && policy_ == 0 && response_.status != 0;
+      return !asked && !held && policy_ == 0 && response_.status != 0;
    }
    if (sentence == "What the requesters ask for here leaves no policy") {
       return asked && policy_ == 0;

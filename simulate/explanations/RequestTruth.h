@@ -3,29 +3,12 @@
 #pragma once
 
 #include "host/insight/Explanation.h"
+#include "simulate/explanations/Leads.h"
 #include "simulate/explanations/Sentences.h"
 #include "simulate/explanations/Witness.h"
 #include "simulate/Facts.h"
 
-#include <map>
-
 namespace Simulate {
-
-// Where requests lead now, whether or not their units are available.
-class Leads {
- public:
-   // Of every wanted request.
-   Leads(AgentHost const& host, Facts const& facts);
-   std::vector<EntryKey> keysOf(TcamSharingRequest request) const;
-   std::vector<TcamSharingRequest> requestsAt(EntryKey const& key) const;
-   // By the printed key.
-   std::vector<TcamSharingRequest> requestsAt(std::string const& key) const;
-
- private:
-   AgentHost const& host_;
-   Facts const& facts_;
-   std::map<EntryKey, std::vector<TcamSharingRequest>> requests_;
-};
 
 class RequestTruth {
  public:
@@ -68,8 +51,11 @@ class RequestTruth {
    // "A, B uses"
    static bool isUse(std::string const& text, std::vector<std::string> const& users);
    bool asked() const;
-   // The requesters that ask for what the merged policy does not have, as they are told.
-   std::vector<std::string> overruled() const;
+   void findOverruled();
+   // The pipeline does not have what the requester asks for.
+   bool isHeld(Requester requester) const;
+   bool isHeldBack(std::string const& sentence) const;
+   bool isWhyHeld(Requester requester, std::string const& why) const;
    bool isReason(std::string const& reason) const;
    bool isLack(std::string const& lack) const;
    bool isWaiting(std::string const& sentence) const;
@@ -104,6 +90,7 @@ class RequestTruth {
    Witness const& witness_;
    Leads const& at_;
    TcamSharingRequest request_;
+   std::string name_; // as it is printed
    SharingPipeline const& pipeline_;
    bool isem_;
    uint64_t policy_;
@@ -114,7 +101,9 @@ class RequestTruth {
    std::vector<Entry> wanted_;  // the same, while a policy is requested
    std::vector<Entry> left_;    // entries that it led to earlier, which still record or carry it
    std::vector<Entry> pending_; // entries with an unanswered write or removal of its
-   bool lacks_ = true;          // it cannot be programmed now
+   // The requesters that ask for what the merged policy does not have, as they are told.
+   std::vector<std::string> overruled_;
+   bool lacks_ = true; // it cannot be programmed now
 };
 
 } // namespace Simulate

@@ -22,64 +22,11 @@ std::optional<uint64_t> plain(std::optional<TunnelPolicyMapperResult> data) {
 
 } // namespace
 
-Leads::Leads(AgentHost const& host, Facts const& facts) : host_(host), facts_(facts) {
-   for (SharingPipeline const* pipeline : host.pipelines()) {
-      for (auto const& [request, policy] : pipeline->merged->requestIter()) {
-         for (EntryKey const& key : keysOf(request)) {
-            requests_[key].push_back(request);
-         }
-      }
-   }
-}
-
-std::vector<EntryKey> Leads::keysOf(TcamSharingRequest request) const {
-   std::vector<EntryKey> keys;
-   IntfId intf = request.intfId();
-   auto const& fields = intf.fields();
-   bool isem = &host_.pipelineOf(request) == &host_.isem();
-   auto domain = facts_.domain(intf, request.fapId());
-   auto tags = facts_.tags(request);
-   if (!isem && fields.kind == Plexus::IntfKind::tunnel) {
-      keys.emplace_back(TunnelPolicyMapperKey(intf, request.fapId()));
-   } else if (isem) {
-      if (domain && tags && tags->inner == 0 && request.fapId().value() <= 128) {
-         keys.emplace_back(AradSemKeyAndFap(
-             {AradSemKeyType::isemTcamSharing_, tags->outer * 256U + *domain}, request.fapId()));
-      }
-   } else if (domain && tags && fields.subIntf) {
-      auto parent = IntfId::fromIndex(fields.parentIndex);
-      if (auto members = facts_.world().lagPhyIntfMapping->lagPhyIntfConfig(parent)) {
-         for (auto const& [port, present] : members->phyIntfIter()) {
-            if (present && facts_.world().placeOf(port).fapId == request.fapId()) {
-               keys.emplace_back(facts_.mapperKey(request, port));
-            }
-         }
-      } else if (fields.kind == Plexus::IntfKind::port) {
-         keys.emplace_back(facts_.mapperKey(request, parent));
-      }
-   }
-   return keys;
-}
-
-std::vector<TcamSharingRequest> Leads::requestsAt(EntryKey const& key) const {
-   auto found = requests_.find(key);
-   return found == requests_.end() ? std::vector<TcamSharingRequest>() : found->second;
-}
-
-std::vector<TcamSharingRequest> Leads::requestsAt(std::string const& key) const {
-   for (auto const& [each, requests] : requests_) {
-      if (formatKey(each) == key) {
-         return requests;
-      }
-   }
-   return {};
-}
-
 RequestTruth::RequestTruth(AgentHost const& host, Facts const& facts, Witness const& witness,
                            Leads const& leads, TcamSharingRequest request)
     : host_(host), facts_(facts), witness_(witness), at_(leads), request_(request),
-      pipeline_(host.pipelineOf(request)), isem_(&pipeline_ == &host.isem()),
-      policy_(pipeline_.merged->request(request).value()),
+      name_(formatRequest(request)), pipeline_(host.pipelineOf(request)),
+      isem_(&pipeline_ == &host.isem()), policy_(pipeline_.merged->request(request).value()),
       response_(pipeline_.mergedStatus->response(request)),
       queued_(pipeline_.codef->backlog(request)) {
    for (auto const& [entry, waits] : pipeline_.commonBase->retryListIter()) {
@@ -88,6 +35,7 @@ RequestTruth::RequestTruth(AgentHost const& host, Facts const& facts, Witness co
       }
    }
    findEntries();
+   findOverruled();
 }
 
 template<class T>
@@ -150,9 +98,11 @@ RequestTruth::Entry RequestTruth::tunnelEntry() const {
 
 void RequestTruth::addUsers(Entry& entry, std::vector<TcamSharingRequest> const& requests) const {
    for (TcamSharingRequest request : requests) {
+      if (request == request_) {
+         continue;
+      }
       std::string name = formatRequest(request);
-      if (request != request_ &&
-          std::find(entry.users.begin(), entry.users.end(), name) == entry.users.end()) {
+      if (std::find(entry.users.begin(), entry.users.end(), name) == entry.users.end()) {
          entry.users.push_back(name);
       }
    }
@@ -190,9 +140,11 @@ void RequestTruth::findEntries() {
    if (host_.isem().common->tcamRequestToIsemKeyMappingHas(request_)) {
       leave(isemEntry(host_.isem().common->tcamRequestToIsemKeyMapping(request_)));
    }
-   for (auto const& [key, data] : host_.chip().mapper().entries()) {
-      if (key.fields().subIntfId == request_.intfId() && data.inLifAdditionalData != 0 &&
-          witness_.writerOf(key) == request_) {
+   for (VlanTagToVsiMapperKey key : witness_.writtenBy(request_)) {
+      auto const& entries = host_.chip().mapper().entries();
+      auto held = entries.find(key);
+      if (held != entries.end() && held->second.inLifAdditionalData != 0 &&
+          key.fields().subIntfId == request_.intfId()) {
          leave(mapperEntry(key));
       }
    }
@@ -254,15 +206,15 @@ bool RequestTruth::findLack() const {
 
 bool RequestTruth::asked() const {
    for (std::size_t i = 0; i < kRequesters; ++i) {
-      if (host_.sharing().config(static_cast<Requester>(i))->requestHas(request_)) {
+      auto requester = static_cast<Requester>(i);
+      if (host_.sharing().config(requester)->requestHas(request_) && !isHeld(requester)) {
          return true;
       }
    }
    return false;
 }
 
-std::vector<std::string> RequestTruth::overruled() const {
-   std::vector<std::string> told;
+void RequestTruth::findOverruled() {
    for (std::size_t i = 0; i < kRequesters; ++i) {
       auto requester = static_cast<Requester>(i);
       uint64_t asks = host_.sharing().config(requester)->request(request_).value();
@@ -270,19 +222,22 @@ std::vector<std::string> RequestTruth::overruled() const {
                      : facts_.lumen(request_.fapId()) ? Facts::aclBits()
                                                       : ~uint64_t{0};
       // Sound: every bit that it asks for is there, and its fields have no other bits.
-      if (asks != 0 && ((asks & ~policy_) != 0 || (policy_ & own & ~asks) != 0)) {
-         told.push_back(std::string(requesterNames[i]) + " asks for " + inWords(asks) +
-                        ", but the merged policy has " + inWords(policy_ & (own | asks)) +
-                        " there");
+      if (asks != 0 && !isHeld(requester) &&
+          ((asks & ~policy_) != 0 || (policy_ & own & ~asks) != 0)) {
+         overruled_.push_back(std::string(requesterNames[i]) + " asks for " + inWords(asks) +
+                              ", but the merged policy has " + inWords(policy_ & (own | asks)) +
+                              " there");
       }
    }
-   return told;
 }
 
 bool RequestTruth::sound() const {
    bool over = policy_ == 0 && response_.status == 0 && !asked();
    bool done = inHardware() && response_.status == 1 && response_.policyId.value() == policy_;
-   return (over || done) && overruled().empty() &&
+   bool held = std::any_of(requesters.begin(), requesters.end(), [this](Requester requester) {
+      return host_.changes().detours().heldBack(requester, request_).has_value();
+   });
+   return (over || done) && overruled_.empty() && !held &&
           std::none_of(left_.begin(), left_.end(), [](Entry const& entry) { return entry.held; });
 }
 

@@ -45,6 +45,9 @@ bool RequestTruth::isWaiting(std::string const& sentence) const {
       return anyEntry([](Entry const& entry) { return entry.heldBack; });
    }
    for (char const* kind : {"write", "removal"}) {
+      if (!sentence.starts_with("The ") || sentence.find(kind) != 4) {
+         continue;
+      }
       std::string head =
           std::string("The ") + kind + " of % is not answered, and no answer is on its way";
       auto why = fit(sentence, head + ": %");
@@ -71,11 +74,13 @@ bool RequestTruth::isWaiting(std::string const& sentence) const {
 }
 
 bool RequestTruth::isAnswer(std::string const& sentence) const {
-   std::string name = formatRequest(request_);
+   if (!sentence.starts_with("It was answered") && !sentence.starts_with("It is not answered")) {
+      return false;
+   }
    std::string older = " for " + formatPolicy(response_.policyId) + ", not for the present policy";
    bool past = response_.policyId.value() != policy_;
    if (auto parts = fit(sentence, "It was answered success at % s")) {
-      return response_.status == 1 && !past && witness_.sawResponse(name, (*parts)[0]);
+      return response_.status == 1 && !past && witness_.sawResponse(request_, (*parts)[0]);
    }
    if (sentence == "It was answered success" + older) {
       return response_.status == 1 && past;
@@ -94,7 +99,7 @@ bool RequestTruth::isAnswer(std::string const& sentence) const {
       } else if (past) {
          return false;
       }
-      return response_.status == 3 && witness_.sawResponse(name, (*parts)[0]) && isFailure(why);
+      return response_.status == 3 && witness_.sawResponse(request_, (*parts)[0]) && isFailure(why);
    }
    if (auto parts = fit(sentence, "It is not answered; answers that it counts on do not come (% "
                                   "of them)")) {
@@ -280,7 +285,7 @@ bool RequestTruth::isFact(std::string const& label, std::string const& text) con
          return text == head;
       }
       auto parts = fit(text, head + " for " + formatPolicy(response_.policyId) + " since % s, %");
-      return parts && witness_.sawResponse(formatRequest(request_), (*parts)[0]) &&
+      return parts && witness_.sawResponse(request_, (*parts)[0]) &&
              isCause((*parts)[1], (*parts)[0]);
    }
    if (label == "output policy") {
@@ -298,10 +303,10 @@ bool RequestTruth::isFact(std::string const& label, std::string const& text) con
       TcamSharingEntry entry(request_, TcamSharingPolicyId(policy_));
       return text == std::to_string(host_.mapper().common->tcamSharingEntryRefCount(entry));
    }
-   for (std::size_t i = 0; i < kRequesters; ++i) {
-      if (label == std::string(requesterNames[i]) + " asks") {
+   for (Requester requester : requesters) {
+      std::string_view name = requesterName(requester);
+      if (label.starts_with(name) && label.substr(name.size()) == " asks") {
          auto const& tables = host_.sharing();
-         auto requester = static_cast<Requester>(i);
          auto answer = tables.status(requester)->response(request_);
          std::string asks = formatPolicy(tables.config(requester)->request(request_)) + ", status ";
          return text.starts_with(asks) &&
@@ -318,17 +323,17 @@ bool RequestTruth::isEntryEvent(std::string const& label, std::string const& tex
       return std::any_of(events.begin(), events.end(),
                          [&](Event event) { return witness_.saw(event, key, time); });
    };
-   std::string what = text.substr(0, text.rfind(" at "));
-   auto parts = fit(text, what + " at % s");
    if (label == "last change") {
       auto cut = text.find(" at ");
-      what = text.substr(0, cut);
+      std::string what = text.substr(0, cut);
       std::string time = text.substr(cut + 4, text.find(" s", cut) - cut - 4);
       return what == "written"             ? saw({Event::written}, time)
              : what == "made by its owner" ? saw({Event::made}, time)
                                            : saw({Event::removed}, time);
    }
    if (label == "last write") {
+      std::string what = text.substr(0, text.rfind(" at "));
+      auto parts = fit(text, what + " at % s");
       return parts && (what == "removed" ? saw({Event::removed}, (*parts)[0])
                                          : saw({Event::written, Event::made}, (*parts)[0]) ||
                                                witness_.sawReplay((*parts)[0]));
@@ -337,7 +342,7 @@ bool RequestTruth::isEntryEvent(std::string const& label, std::string const& tex
       // The removal of an absent status notifies nobody, so the witness did not see it.
       auto cut = text.find(", to the write for ");
       auto parts = fit(text.substr(0, cut), text.substr(0, text.find(" at ")) + " at % s");
-      what = text.substr(0, text.find(" at "));
+      std::string what = text.substr(0, text.find(" at "));
       if (cut != std::string::npos && !witness_.sawWriteFor(text.substr(cut + 19), key)) {
          return false;
       }
@@ -347,14 +352,18 @@ bool RequestTruth::isEntryEvent(std::string const& label, std::string const& tex
                                                                          : Event::full},
                                                 (*parts)[0]));
    }
-   auto time = fit(text, "at % s");
    if (label == "answer lost") {
+      auto time = fit(text, "at % s");
       return time && (saw({Event::answerLost}, (*time)[0]) || witness_.sawReplay((*time)[0]));
    }
    if (label == "chip restarted") {
+      auto time = fit(text, "at % s");
       return time && witness_.sawRestart((*time)[0]);
    }
    if (label == "shared with") {
+      if (Entry const* own = byKey(key)) {
+         return isUse(text + (own->users.size() == 1 ? " uses" : " use"), own->users);
+      }
       Entry entry;
       entry.key = key;
       for (auto const& [of, users] : host_.isem().common->semToRequestIter()) {
@@ -366,6 +375,7 @@ bool RequestTruth::isEntryEvent(std::string const& label, std::string const& tex
       return isUse(text + (entry.users.size() == 1 ? " uses" : " use"), entry.users);
    }
    if (label == "answer due") {
+      auto time = fit(text, "at % s");
       Entry const* entry = byKey(key);
       return policy_ == 0 || (time && entry != nullptr &&
                               std::any_of(entry->due.begin(), entry->due.end(), [&](Seconds due) {
@@ -409,7 +419,7 @@ bool RequestTruth::isCause(std::string const& why, std::string const& time) cons
       });
    }
    return why == "when it was processed"
-              ? witness_.sawProcessed(formatRequest(request_), time)
+              ? witness_.sawProcessed(request_, time)
               : why == "when the chip restarted" && witness_.sawRestart(time);
 }
 

@@ -41,7 +41,7 @@ Witness::Witness(AgentHost& host) : host_(host) {
    auto const& inLif = host.mapper();
    for (auto const& [key, result] : inLif.mapperConfig->configIter()) {
       lifs_[key] = result.lif;
-      note(Event::made, formatKey(key));
+      note(Event::made, idOf(key));
    }
    watch<IsemTable>(*isem.table, *isem.tableStatus);
    watch<MapperTable>(*inLif.mapperConfig, *inLif.mapperStatus);
@@ -49,13 +49,17 @@ Witness::Witness(AgentHost& host) : host_(host) {
    for (SharingPipeline* pipeline : host.pipelines()) {
       watchers_.watch<TcamSharingRequest>(pipeline->mergedStatus->responseCollection(),
                                           [this](TcamSharingRequest const& request) {
-                                             responses_[formatRequest(request)].push_back(now());
+                                             responses_[request.index()].push_back(now());
                                           });
    }
    for (auto const& output : {isem.outputTable, inLif.tagOutput, inLif.tunnelOutput}) {
       watchers_.watch<TcamSharingRequest>(output->requestCollection(),
                                           [this](TcamSharingRequest const& request) {
-                                             processed_[formatRequest(request)].push_back(now());
+                                             auto& times = processed_[request.index()];
+                                             if (times.empty()) {
+                                                requests_[formatRequest(request)] = request.index();
+                                             }
+                                             times.push_back(now());
                                           });
    }
    watchers_.watch<TcamSharingRequest>(
@@ -75,31 +79,43 @@ void Witness::watch(typename T::Config const& config, typename T::Status const& 
    using Key = typename T::Key;
    watchers_.watch<Key>(config.configCollection(), [this, &config](Key const& key) {
       auto data = config.configCollection().find(key);
+      KeyId id = idOf(key);
       if constexpr (std::is_same_v<T, MapperTable>) {
-         writers_[key] = host_.mapper().common->pendingLifEntries(key).request();
+         auto& writer = writers_[key];
+         written_[writer].erase(key);
+         writer = host_.mapper().common->pendingLifEntries(key).request();
+         written_[writer].insert(key);
          if (data && lifs_[key] != data->lif) {
             lifs_[key] = data->lif;
-            note(Event::made, formatKey(key));
-            noteLoss(formatKey(key));
+            note(Event::made, id);
+            noteLoss(id);
             return;
          }
       }
-      note(data ? Event::written : Event::removed, formatKey(key));
-      noteLoss(formatKey(key));
+      note(data ? Event::written : Event::removed, id);
+      noteLoss(id);
    });
    watchers_.watch<Key>(status.statusCollection(), [this, &status](Key const& key) {
       noteRestarts();
       auto answer = status.statusCollection().find(key);
-      note(answer ? eventOf(*answer) : Event::gone, formatKey(key));
+      note(answer ? eventOf(*answer) : Event::gone, idOf(key));
    });
 }
 
-void Witness::note(Event event, std::string const& key) {
+Witness::KeyId Witness::idOf(EntryKey const& key) {
+   KeyId id(key.index(), std::visit([](auto const& each) { return each.index(); }, key));
+   if (printed_.insert(id).second) {
+      keys_[formatKey(key)] = id;
+   }
+   return id;
+}
+
+void Witness::note(Event event, KeyId key) {
    events_[{event, key}].push_back(now());
 }
 
 // The chip, which hears of a write first, has drawn what becomes of the answer.
-void Witness::noteLoss(std::string const& key) {
+void Witness::noteLoss(KeyId key) {
    uint64_t lost = host_.chip().faults().suffered(Fault::lose);
    if (lost != lost_) {
       note(Event::answerLost, key);
@@ -119,35 +135,40 @@ uint64_t Witness::chipWrites() const {
 }
 
 bool Witness::sawWriteFor(std::string const& request, std::string const& key) const {
+   auto named = requests_.find(request);
+   auto sawAt = [&](Seconds time) {
+      return (named != requests_.end() && isAmong(processed_.at(named->second), time)) ||
+             isAmong(rebuilds_, time);
+   };
    for (Event event : {Event::written, Event::removed}) {
-      if (auto found = events_.find({event, key}); found != events_.end()) {
-         for (Seconds time : found->second) {
-            if (sawProcessed(request, formatSeconds(time))) {
-               return true;
-            }
-         }
+      auto const* times = timesOf(event, key);
+      if (times != nullptr && std::any_of(times->begin(), times->end(), sawAt)) {
+         return true;
       }
    }
    return false;
 }
 
-void Witness::noteQuietEvents() {
+bool Witness::noteQuietEvents() {
+   bool quiet = restartCount_ != host_.chip().restarts();
    noteRestarts();
    lost_ = host_.chip().faults().suffered(Fault::lose);
    if (writes_ != chipWrites()) {
       writes_ = chipWrites();
-      replays_[""].push_back(now());
+      replays_.push_back(now());
+      quiet = true;
    }
+   return quiet;
 }
 
 void Witness::noteRebuild() {
-   rebuilds_[""].push_back(now());
+   rebuilds_.push_back(now());
 }
 
 void Witness::noteRestarts() {
    if (restartCount_ != host_.chip().restarts()) {
       restartCount_ = host_.chip().restarts();
-      restarts_[""].push_back(now());
+      restarts_.push_back(now());
    }
 }
 

@@ -6,8 +6,9 @@
 #include "simulate/Watcher.h"
 
 #include <algorithm>
-#include <cmath>
+#include <charconv>
 #include <map>
+#include <set>
 #include <string>
 
 namespace Simulate {
@@ -31,75 +32,101 @@ class Witness {
       answerLost, // of a write or removal
    };
    bool saw(Event event, std::string const& key, std::string const& time) const {
-      return at(events_, {event, key}, time);
+      auto const* times = timesOf(event, key);
+      return times != nullptr && isAmong(*times, time);
    }
    // At any time.
-   bool saw(Event event, std::string const& key) const { return events_.contains({event, key}); }
+   bool saw(Event event, std::string const& key) const { return timesOf(event, key) != nullptr; }
    // The entry was once written or removed while the request was processed.
    bool sawWriteFor(std::string const& request, std::string const& key) const;
-   // Who gave the mapper entry its present data.
-   TcamSharingRequest writerOf(VlanTagToVsiMapperKey key) const {
-      auto found = writers_.find(key);
-      return found == writers_.end() ? TcamSharingRequest() : found->second;
+   // The mapper entries whose present data it gave.
+   std::set<VlanTagToVsiMapperKey> const& writtenBy(TcamSharingRequest request) const {
+      static std::set<VlanTagToVsiMapperKey> const none;
+      auto found = written_.find(request);
+      return found == written_.end() ? none : found->second;
    }
    // The request was known under the ISEM entry until then.
    bool sawLeave(std::string const& request, std::string const& key,
                  std::string const& time) const {
-      return at(leaves_, request + " " + key, time);
+      auto found = leaves_.find(request + " " + key);
+      return found != leaves_.end() && isAmong(found->second, time);
    }
-   bool sawResponse(std::string const& request, std::string const& time) const {
-      return at(responses_, request, time);
+   bool sawResponse(TcamSharingRequest request, std::string const& time) const {
+      auto found = responses_.find(request.index());
+      return found != responses_.end() && isAmong(found->second, time);
    }
    // A machine took the request up then, from its output or when it was built.
-   bool sawProcessed(std::string const& request, std::string const& time) const {
-      return at(processed_, request, time) || at(rebuilds_, std::string(), time);
+   bool sawProcessed(TcamSharingRequest request, std::string const& time) const {
+      auto found = processed_.find(request.index());
+      return (found != processed_.end() && isAmong(found->second, time)) ||
+             isAmong(rebuilds_, time);
    }
-   bool sawRestart(std::string const& time) const { return at(restarts_, std::string(), time); }
+   // The same of a printed request.
+   bool sawProcessed(std::string const& request, std::string const& time) const {
+      auto named = requests_.find(request);
+      return named == requests_.end()
+                 ? isAmong(rebuilds_, time)
+                 : sawProcessed(TcamSharingRequest::fromIndex(named->second), time);
+   }
+   bool sawRestart(std::string const& time) const { return isAmong(restarts_, time); }
    // The configuration was written to the chip again then, or an answer to such a write was lost.
    // Entries are not told apart.
-   bool sawReplay(std::string const& time) const {
-      return at(replays_, std::string(), time, 2000.0);
-   }
+   bool sawReplay(std::string const& time) const { return isAmong(replays_, time, 2000.0); }
    // Notes what shows in no table: restarts of an empty chip, and that the configuration was
-   // written to the chip again. To be called right after each command.
-   void noteQuietEvents();
+   // written to the chip again. To be called right after each command. Returns whether there was
+   // any.
+   bool noteQuietEvents();
    // A machine is built again.
    void noteRebuild();
 
  private:
+   using Times = std::vector<Seconds>; // in order
    // Within one notification the clock is read a few times, which may take time.
-   template<class Key>
-   bool at(std::map<Key, std::vector<Seconds>> const& times, Key const& key,
-           std::string const& time, double readings = 50.0) const {
-      auto found = times.find(key);
+   bool isAmong(Times const& times, Seconds time, double readings = 50.0) const {
       double slack = 1e-6 + readings * host_.time().costPerReading();
-      return found != times.end() &&
-             std::any_of(found->second.begin(), found->second.end(),
-                         [&](Seconds each) { return std::abs(each - std::stod(time)) <= slack; });
+      auto next = std::lower_bound(times.begin(), times.end(), time - slack);
+      return next != times.end() && *next <= time + slack;
+   }
+   bool isAmong(Times const& times, std::string const& time, double readings = 50.0) const {
+      Seconds parsed = 0;
+      auto end = time.data() + time.size();
+      return std::from_chars(time.data(), end, parsed).ptr == end &&
+             isAmong(times, parsed, readings);
+   }
+   // Of an event, by the printed key; null: there was none.
+   Times const* timesOf(Event event, std::string const& key) const {
+      auto named = keys_.find(key);
+      auto found = named == keys_.end() ? events_.end() : events_.find({event, named->second});
+      return found == events_.end() ? nullptr : &found->second;
    }
    void noteRestarts();
    uint64_t chipWrites() const;
-   void note(Event event, std::string const& key);
+   // Printing a key costs more than all else here: each is printed once.
+   using KeyId = std::pair<std::size_t, uint32_t>; // table and index
+   KeyId idOf(EntryKey const& key);
+   void note(Event event, KeyId key);
    template<class T>
    void watch(typename T::Config const& config, typename T::Status const& status);
-   void noteLoss(std::string const& key);
+   void noteLoss(KeyId key);
 
    AgentHost& host_;
-   template<class Key>
-   using Times = std::map<Key, std::vector<Seconds>>;
-   Times<std::pair<Event, std::string>> events_;
-   Times<std::string> leaves_;
-   Times<std::string> responses_;
-   Times<std::string> processed_;
-   Times<std::string> rebuilds_; // of no key
-   Times<std::string> restarts_; // of no key
+   std::map<std::string, KeyId> keys_; // as they are printed
+   std::set<KeyId> printed_;
+   std::map<std::pair<Event, KeyId>, Times> events_;
+   std::map<std::string, Times> leaves_;      // by request and key
+   std::map<std::string, uint32_t> requests_; // as they are printed
+   std::map<uint32_t, Times> responses_;      // by the request's index
+   std::map<uint32_t, Times> processed_;      // by the request's index
+   Times rebuilds_;
+   Times restarts_;
+   Times replays_;
    std::map<TcamSharingRequest, AradSemKeyAndFap> mapping_;
    std::map<VlanTagToVsiMapperKey, uint32_t> lifs_;
    std::map<VlanTagToVsiMapperKey, TcamSharingRequest> writers_;
+   std::map<TcamSharingRequest, std::set<VlanTagToVsiMapperKey>> written_; // by writers_
    uint64_t lost_ = 0;
    uint64_t restartCount_ = 0;
    uint64_t writes_ = 0;
-   Times<std::string> replays_; // of no key
    Watchers watchers_;
 };
 

@@ -77,8 +77,27 @@ TEST(SimulationTest, RandomHistoriesHold) {
    options.seeds = 6;
    options.steps = 400;
    std::ostringstream out;
+   std::ostringstream progress;
+   options.progress = &progress;
    EXPECT_EQ(simulate(chassis(), options, out), 0) << out.str();
    EXPECT_THAT(out.str(), HasSubstr("6 seeds from 1, 400 steps each: "));
+   // One line, which is gone at the end.
+   EXPECT_THAT(progress.str(), testing::StartsWith("\r1 of 6 seeds, "));
+   EXPECT_THAT(progress.str(), testing::EndsWith(" \r"));
+   EXPECT_THAT(progress.str(), Not(HasSubstr("\n")));
+}
+
+TEST(SimulationTest, CheckingEverythingFindsNoMoreAndChangesNoHistory) {
+   SimulateOptions options;
+   options.seeds = 4;
+   options.steps = 150;
+   options.counts = true;
+   std::ostringstream touched;
+   EXPECT_EQ(simulate(chassis(), options, touched), 0) << touched.str();
+   options.whole = true;
+   std::ostringstream whole;
+   EXPECT_EQ(simulate(chassis(), options, whole), 0) << whole.str();
+   EXPECT_EQ(touched.str(), whole.str());
 }
 
 // Answers success by hand to whatever asks for a pbr policy, once, behind the library's back.
@@ -100,6 +119,43 @@ class Liar {
    AgentHost* host_;
    Orv::ReactorFor<&Liar::handleOutput> orvOutput_;
 };
+
+// Changes a feature that was asked for, at a request for a pbr policy, without a new version:
+// nobody is told.
+class Meddler {
+ public:
+   explicit Meddler(AgentHost& host) : host_(&host), orvOutput_(this) {
+      host.isem().outputTable->requestCollection().watch(orvOutput_);
+   }
+   void handleOutput(TcamSharingRequest const& request) {
+      for (auto const& [key, features] : host_->inLifFeatures().inLifIntfCfg->requestIter()) {
+         for (auto const& [type, value] : features->featureAggIter()) {
+            if (host_->isem().outputTable->request(request).pbrPolicy() != 0 && value < 1000) {
+               features->featureAggIs(type, value + 1000);
+            }
+         }
+      }
+   }
+
+ private:
+   AgentHost* host_;
+   Orv::ReactorFor<&Meddler::handleOutput> orvOutput_;
+};
+
+TEST(SimulationTest, AChangeThatNobodyIsToldOfIsFoundAndLocated) {
+   std::vector<std::unique_ptr<Meddler>> meddlers;
+   SimulateOptions options;
+   options.seeds = 50;
+   options.steps = 300;
+   options.write = temporary("simulation-untold");
+   options.prepare = [&](AgentHost& host) { meddlers.push_back(std::make_unique<Meddler>(host)); };
+   std::ostringstream out;
+   ASSERT_EQ(simulate(chassis(), options, out), 1);
+   EXPECT_THAT(out.str(), HasSubstr(" fails: features asked for: "));
+   std::string scenario = fileContent(options.write).value();
+   std::filesystem::remove(options.write);
+   EXPECT_LE(std::count(scenario.begin(), scenario.end(), '\n'), 7) << scenario;
+}
 
 // Ends the agent at a policy that nothing forbids, by a signal or by an invariant of its own.
 class Stopper {
