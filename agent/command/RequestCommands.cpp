@@ -20,7 +20,8 @@ void withdraw(AgentHost& host, Arguments& arguments, std::ostream&) {
    auto const& config = host.sharing().config(requester);
    // A pattern names what is there; a single name that asks for nothing is a slip.
    std::erase_if(requests, [&](TcamSharingRequest each) {
-      return !config->requestHas(each) && !host.changes().detours().heldBack(requester, each);
+      return !config->requestHas(each) &&
+             host.changes().detours().heldBack(requester, each).empty();
    });
    if (requests.empty()) {
       throw CommandError("{} asks for nothing there", requesterName(requester));

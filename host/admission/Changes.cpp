@@ -162,6 +162,7 @@ Effects Changes::tagEffects(IntfId subIntf, WorldView::Tags both, bool deleted) 
 void Changes::tagsAre(std::string_view what, IntfId subIntf,
                       std::function<WorldView::Tags(WorldView::Tags)> change, bool deleted,
                       std::function<void()> make) {
+   world_.requireSubInterface(subIntf);
    carryOut(
        what, [=] { return formatted("{} of {}", what, subIntf.name()); }, concernOf(subIntf),
        [=, this] {
@@ -199,6 +200,7 @@ void Changes::subInterfaceDel(IntfId subIntf) {
 }
 
 void Changes::programInHwIs(IntfId subIntf, bool on) {
+   world_.requireSubInterface(subIntf);
    carryOut(
        "program-in-hw",
        [=] { return formatted("program-in-hw {} of {}", on ? "on" : "off", subIntf.name()); },
@@ -289,6 +291,7 @@ void Changes::factIs(std::string_view what, IntfId intf, std::function<FactChang
 }
 
 void Changes::vlanDomainIs(IntfId intf, std::optional<VlanDomain> domain) {
+   world_.requireVlanDomainOf(intf);
    factIs(
        "the VLAN domain", intf,
        [=, this] {
@@ -369,6 +372,7 @@ void Changes::extLkupTypeIs(FapId unit, Hardware::Shoal::ExtLkupType type) {
 // ---- Ports and port-channels
 
 void Changes::portMapIs(IntfId port, std::optional<PortMap> place) {
+   world_.requirePlace(port, place);
    factIs(
        "the place", port,
        [=] {
@@ -380,6 +384,7 @@ void Changes::portMapIs(IntfId port, std::optional<PortMap> place) {
 }
 
 void Changes::systemPortIs(IntfId port, std::optional<SystemPhyPortId> systemPort) {
+   world_.requireSystemPort(port, systemPort);
    factIs(
        "the system port", port,
        [=, this] {
@@ -417,6 +422,7 @@ void Changes::portChannelIs(IntfId lag, bool present) {
 }
 
 void Changes::memberIs(IntfId lag, IntfId port, bool present) {
+   world_.requireMember(lag, port, present);
    factIs(
        present ? "a new member" : "a member that leaves", lag,
        [=] {

@@ -197,6 +197,9 @@ Detours::Step Detours::step(Pending& pending) {
       Step next = clear(pending, *objection, 0);
       if (next == Step::stuck) {
          note(formatted("{} is not made: {}", pending.what, objection->why));
+         if (pending.change.refused) {
+            pending.change.refused(*objection);
+         }
       }
       return next;
    }
@@ -348,6 +351,7 @@ void Detours::askAgain() {
             }
          }
          for (AradSemKeyAndFap key : keys) {
+            note(formatted("the chip is asked again about {}", formatKey(key)));
             seam_.askAgain(key);
          }
          pending.deadline = now + answerBound_;
@@ -409,12 +413,16 @@ void Detours::release(Held const& held) {
       return judge_.judge(effects);
    };
    change.make = [=, this] { router_.heldIs(held.requester, request, false); };
+   auto refuse = [=, this](Objection const& objection) {
+      refused_[held] = objection.why;
+      interrupted_.erase(request);
+   };
+   change.refused = refuse;
+   refused_.erase(held);
    try {
-      refused_.erase(held);
       carryOut(std::move(change), Setting::detour);
    } catch (ChangeRefused const& refused) {
-      refused_[held] = refused.objection().why;
-      interrupted_.erase(request);
+      refuse(refused.objection());
    }
 }
 
@@ -539,24 +547,24 @@ bool Detours::busy() const {
    return false;
 }
 
-std::optional<Detours::HeldBack> Detours::heldBack(Requester requester,
-                                                   TcamSharingRequest request) const {
+std::vector<Detours::HeldBack> Detours::heldBack(Requester requester,
+                                                 TcamSharingRequest request) const {
+   std::vector<HeldBack> found;
    Held const held{requester, request};
-   if (auto wish = wishes_.find(held); wish != wishes_.end()) {
-      return HeldBack{requester, request, wish->second.policy, wish->second.why};
-   }
-   if (!router_.held(requester, request)) {
-      return std::nullopt;
-   }
-   HeldBack found{requester, request, router_.tables().config(requester)->request(request),
-                  "it is handed over again"};
-   if (auto refused = refused_.find(held); refused != refused_.end()) {
-      found.why = refused->second;
-   }
-   for (Pending const& each : pending_) {
-      if (contains(each.held, held)) {
-         found.why = each.what + " is on its way";
+   TcamSharingPolicyId asks = router_.tables().config(requester)->request(request);
+   if (router_.held(requester, request) && !asks.empty()) {
+      found.push_back({requester, request, asks, "it is handed over again"});
+      if (auto refused = refused_.find(held); refused != refused_.end()) {
+         found.back().why = refused->second;
       }
+      for (Pending const& each : pending_) {
+         if (contains(each.held, held)) {
+            found.back().why = each.what + " is on its way";
+         }
+      }
+   }
+   if (auto wish = wishes_.find(held); wish != wishes_.end()) {
+      found.push_back({requester, request, wish->second.policy, wish->second.why});
    }
    return found;
 }
@@ -579,9 +587,8 @@ std::vector<Detours::HeldBack> Detours::heldBack() const {
    }
    std::vector<HeldBack> found;
    for (Held const& held : all) {
-      if (auto each = heldBack(held.requester, held.request)) {
-         found.push_back(*each);
-      }
+      auto each = heldBack(held.requester, held.request);
+      found.insert(found.end(), each.begin(), each.end());
    }
    return found;
 }

@@ -31,7 +31,8 @@ struct Change {
    Concern concern;
    std::function<std::optional<Objection>()> judge;
    std::function<void()> make;
-   bool firm = false; // never by a way round
+   std::function<void(Objection const&)> refused; // it waited, and there is no way round; or none
+   bool firm = false;                             // never by a way round
 };
 
 class Detours {
@@ -89,7 +90,8 @@ class Detours {
       TcamSharingPolicyId policy;
       std::string why;
    };
-   std::optional<HeldBack> heldBack(Requester requester, TcamSharingRequest request) const;
+   // At most two: what is in the requester's table, and what was refused since.
+   std::vector<HeldBack> heldBack(Requester requester, TcamSharingRequest request) const;
    // All of them.
    std::vector<HeldBack> heldBack() const;
 

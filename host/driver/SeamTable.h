@@ -77,19 +77,16 @@ class SeamTable {
       }
    }
    // Counts the answers to writes of the key that are out as lost, and hands the driver what is
-   // configured once more: the answer to that stands for them all.
+   // configured once more: the answer to that stands for them all. One that the library did not
+   // notice, since it changed no status, is told again.
    void askAgain(Key key) {
-      auto known = asked_.find(key);
-      auto lost = known == asked_.end() ? std::vector<ChipWrite>() : known->second.lost;
+      auto& asked = asked_[key];
       if (auto out = unanswered_.extract(key)) {
-         lost.insert(lost.end(), out.mapped().begin(), out.mapped().end());
+         asked.lost.insert(asked.lost.end(), out.mapped().begin(), out.mapped().end());
       }
-      if (!lost.empty()) {
-         auto writer = lost.back().writer;
-         // Ahead of the write: it may be answered at once.
-         asked_[key] = {writes_ + 1, std::move(lost)};
-         write(key, writer);
-      }
+      asked.number = writes_ + 1;
+      asked.answered = false;
+      write(key, asked.lost.empty() ? std::nullopt : asked.lost.back().writer);
    }
    // Makes of what the chip held at the start and nobody has claimed since what is configured: most
    // of it is removed, an in-LIF loses its data.
@@ -135,12 +132,14 @@ class SeamTable {
 
    // From the driver.
    void answered(Key key, ChipWrite const& write, Outcome outcome) {
-      std::vector<ChipWrite> stoodFor;
+      std::optional<std::vector<ChipWrite>> stoodFor;
       if (auto asked = asked_.find(key); asked != asked_.end()) {
          if (write.number < asked->second.number) {
             return; // counted as lost
          }
-         if (write.number == asked->second.number && outcome != Outcome::inProgress) {
+         if (write.number == asked->second.number && !asked->second.answered &&
+             outcome != Outcome::inProgress) {
+            asked->second.answered = true;
             stoodFor = std::exchange(asked->second.lost, {});
          }
       }
@@ -153,12 +152,17 @@ class SeamTable {
       }
       settled(key, write, outcome);
       answering_ = key;
-      if (stoodFor.empty()) {
-         tell(key, write.data, outcome);
-      }
-      for (ChipWrite const& each : stoodFor) {
-         bool same = each.data.has_value() == write.data.has_value();
+      bool removed = !write.data;
+      for (ChipWrite const& each : stoodFor.value_or(std::vector<ChipWrite>{})) {
+         bool same = !each.data == removed;
          tell(key, each.data, same ? outcome : each.data ? Outcome::accepted : Outcome::removed);
+      }
+      bool told = stoodFor && !stoodFor->empty() && !stoodFor->back().data == removed;
+      if (stoodFor && !told && removed && !status_->statusHas(key)) {
+         tell(key, EntryData(Data()), Outcome::accepted);
+      }
+      if (!told) {
+         tell(key, write.data, outcome);
       }
       answering_.reset();
    }
@@ -274,7 +278,8 @@ class SeamTable {
    std::map<Key, EntryMemory> memories_;
    std::map<Key, std::vector<ChipWrite>> unanswered_; // oldest first
    struct Asked {
-      uint64_t number = 0;         // of the write; older ones are not waited for any more
+      uint64_t number = 0; // of the write; older ones are not waited for any more
+      bool answered = false;
       std::vector<ChipWrite> lost; // that its answer stands for
    };
    std::map<Key, Asked> asked_;

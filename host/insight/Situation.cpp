@@ -402,11 +402,10 @@ Situation Situations::of(TcamSharingRequest request) const {
    found.carried =
        found.resolution.keys.empty() ? UINT64_MAX : carriedBits(found.resolution.keys.front());
    for (Requester requester : requesters) {
-      if (auto held = host_.changes().detours().heldBack(requester, request)) {
-         found.held.push_back(*held);
-         if (held->policy == host_.sharing().config(requester)->request(request)) {
-            continue;
-         }
+      auto held = host_.changes().detours().heldBack(requester, request);
+      found.held.insert(found.held.end(), held.begin(), held.end());
+      if (host_.isHeldBack(requester, request)) {
+         continue;
       }
       found.asked = found.asked || host_.sharing().config(requester)->requestHas(request);
       TcamSharingPolicyId asks = host_.sharing().config(requester)->request(request);

@@ -42,6 +42,10 @@ class Host {
    SharingPipeline& pipelineOf(TcamSharingRequest request) const {
       return router_->pipelineOf(request.fapId());
    }
+   // The pipeline does not have what the requester asks for.
+   bool isHeldBack(Requester requester, TcamSharingRequest request) const {
+      return router_->held(requester, request);
+   }
    FeaturePipeline& inLifFeatures() const { return *inLifFeatures_; }
    Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> const& helper() const { return helper_; }
    // Interface -> its unit, and its VLAN domain. Written by the library's VlanDomainSm.

@@ -176,20 +176,24 @@ void World::internalVlanIs(IntfId routedPort, VlanIdOrNone vlan) {
    intfVlanIdTable->internalVlanIdIs(routedPort, vlan);
 }
 
-void World::vlanDomainIs(IntfId intf, std::optional<VlanDomain> domain) {
+void World::requireVlanDomainOf(IntfId intf) const {
    if (SubIntfId::isSubIntfId(intf) ||
        (!isPort(intf) && !PortChannelIntfId::isPortChannelIntfId(intf))) {
       throw HostError("{} is neither a port nor a port-channel", intf.name());
    }
+   if (isPort(intf) && placeOf(intf).isNull()) {
+      throw HostError("{} is on no unit", intf.name());
+   }
+}
+
+void World::vlanDomainIs(IntfId intf, std::optional<VlanDomain> domain) {
+   requireVlanDomainOf(intf);
    if (!isPort(intf)) {
       lagDomain_.set(intf, domain ? domain->value() : 0);
       refreshLagDomains(intf);
       return;
    }
    PortMap place = placeOf(intf);
-   if (place.isNull()) {
-      throw HostError("{} is on no unit", intf.name());
-   }
    if (domain) {
       vlanDomainStatus->portTunnelDataIs(place, PortTunnelData{*domain});
    } else {
@@ -252,17 +256,21 @@ void World::requireFree(PortMap place, IntfId port) const {
    }
 }
 
-void World::portMapIs(IntfId port, std::optional<PortMap> place) {
-   SystemPhyPortId systemPort = shoalStatus->sysPhyPortId(port);
-   if (systemPort.value() == SystemPhyPortId::null) {
+void World::requirePlace(IntfId port, std::optional<PortMap> place) const {
+   if (shoalStatus->sysPhyPortId(port).value() == SystemPhyPortId::null) {
       throw HostError("{} {}", port.name(),
                       isPortOfInventory(port) ? "has no system port"
                                               : "is not a port of the inventory");
    }
-   PortMap old = shoalStatus->portMap(systemPort);
    if (place) {
       requireFree(*place, port);
    }
+}
+
+void World::portMapIs(IntfId port, std::optional<PortMap> place) {
+   requirePlace(port, place);
+   SystemPhyPortId systemPort = shoalStatus->sysPhyPortId(port);
+   PortMap old = shoalStatus->portMap(systemPort);
    leavePlace(port, old);
    if (place) {
       enterPlace(port, *place);
@@ -273,7 +281,7 @@ void World::portMapIs(IntfId port, std::optional<PortMap> place) {
    refreshAround(port);
 }
 
-void World::systemPortIs(IntfId port, std::optional<SystemPhyPortId> systemPort) {
+void World::requireSystemPort(IntfId port, std::optional<SystemPhyPortId> systemPort) const {
    if (!isPortOfInventory(port)) {
       throw HostError("{} is not a port of the inventory", port.name());
    }
@@ -282,8 +290,12 @@ void World::systemPortIs(IntfId port, std::optional<SystemPhyPortId> systemPort)
          throw HostError("system port {} is taken by {}", taken.value(), other.name());
       }
    }
+   requireFree(systemPort ? shoalStatus->portMap(*systemPort) : PortMap(), port);
+}
+
+void World::systemPortIs(IntfId port, std::optional<SystemPhyPortId> systemPort) {
+   requireSystemPort(port, systemPort);
    PortMap place = systemPort ? shoalStatus->portMap(*systemPort) : PortMap();
-   requireFree(place, port);
    leavePlace(port, placeOf(port));
    if (systemPort) {
       enterPlace(port, place);
@@ -326,7 +338,7 @@ std::vector<IntfId> World::subInterfacesAround(IntfId portOrLag) const {
    return found;
 }
 
-void World::memberIs(IntfId lag, IntfId port, bool present) {
+void World::requireMember(IntfId lag, IntfId port, bool present) const {
    auto status = ethIntfStatusDir->ethLagIntfStatus(lag);
    if (!status || !isPortOfInventory(port)) {
       throw HostError("{} and {} are not a port-channel and a port", lag.name(), port.name());
@@ -336,10 +348,15 @@ void World::memberIs(IntfId lag, IntfId port, bool present) {
          throw HostError("{} is a member of {}; remove it there first", port.name(), other.name());
       }
    }
+   if (!present && !status->memberHas(port)) {
+      throw HostError("{} is not a member of {}", port.name(), lag.name());
+   }
+}
+
+void World::memberIs(IntfId lag, IntfId port, bool present) {
+   requireMember(lag, port, present);
+   auto status = ethIntfStatusDir->ethLagIntfStatus(lag);
    if (present == status->memberHas(port)) {
-      if (!present) {
-         throw HostError("{} is not a member of {}", port.name(), lag.name());
-      }
       return;
    }
    if (present) {

@@ -68,6 +68,14 @@ class World : public WorldView {
                      std::optional<ShoalTcam::TcamShareQualInfo> place);
    void tcamKeyVersionInc();
 
+   // Throw what the operations would, and change nothing.
+   void requireSubInterface(IntfId subIntf) const;
+   void requireVlanDomainOf(IntfId intf) const;
+   void requirePlace(IntfId port, std::optional<Hardware::Shoal::PortMap> place) const;
+   void requireSystemPort(IntfId port,
+                          std::optional<Hardware::Shoal::SystemPhyPortId> systemPort) const;
+   void requireMember(IntfId lag, IntfId port, bool present) const;
+
    // The VLAN domain of a port-channel as configured, wherever it has members; 0: none.
    uint8_t lagDomain(IntfId lag) const { return lagDomain_.get(lag); }
    // The sub-interfaces of a port or port-channel, and of a port's port-channel.
@@ -79,7 +87,6 @@ class World : public WorldView {
    void joinLag(IntfId lag, IntfId port);
    void leaveLag(IntfId lag, IntfId port);
    void fillPortChannel(InventoryPortChannel const& lag);
-   void requireSubInterface(IntfId subIntf) const;
    void tellEncapsulation(IntfId subIntf);
    // HostError when another port sits there.
    void requireFree(Hardware::Shoal::PortMap place, IntfId port) const;

@@ -235,7 +235,7 @@ bool RequestTruth::sound() const {
    bool over = policy_ == 0 && response_.status == 0 && !asked();
    bool done = inHardware() && response_.status == 1 && response_.policyId.value() == policy_;
    bool held = std::any_of(requesters.begin(), requesters.end(), [this](Requester requester) {
-      return host_.changes().detours().heldBack(requester, request_).has_value();
+      return !host_.changes().detours().heldBack(requester, request_).empty();
    });
    return (over || done) && overruled_.empty() && !held &&
           std::none_of(left_.begin(), left_.end(), [](Entry const& entry) { return entry.held; });

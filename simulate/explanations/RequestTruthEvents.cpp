@@ -334,7 +334,8 @@ bool RequestTruth::isEntryEvent(std::string const& label, std::string const& tex
    if (label == "last write") {
       std::string what = text.substr(0, text.rfind(" at "));
       auto parts = fit(text, what + " at % s");
-      return parts && (what == "removed" ? saw({Event::removed}, (*parts)[0])
+      return parts && (what == "removed" ? saw({Event::removed}, (*parts)[0]) ||
+                                               witness_.sawAsked(key, (*parts)[0])
                                          : saw({Event::written, Event::made}, (*parts)[0]) ||
                                                witness_.sawReplay((*parts)[0]));
    }

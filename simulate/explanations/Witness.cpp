@@ -153,6 +153,17 @@ bool Witness::noteQuietEvents() {
    bool quiet = restartCount_ != host_.chip().restarts();
    noteRestarts();
    lost_ = host_.chip().faults().suffered(Fault::lose);
+   constexpr std::string_view again = "the chip is asked again about ";
+   Detours const& detours = host_.changes().detours();
+   auto const& notes = detours.notes();
+   auto fresh = std::min<uint64_t>(detours.count() - notes_, notes.size());
+   notes_ = detours.count();
+   for (auto note = notes.end() - static_cast<std::ptrdiff_t>(fresh); note != notes.end(); ++note) {
+      if (note->text.starts_with(again)) {
+         asked_[note->text.substr(again.size())].push_back(note->at);
+         replays_.push_back(note->at);
+      }
+   }
    if (writes_ != chipWrites()) {
       writes_ = chipWrites();
       replays_.push_back(now());

@@ -72,6 +72,11 @@ class Witness {
    // The configuration was written to the chip again then, or an answer to such a write was lost.
    // Entries are not told apart.
    bool sawReplay(std::string const& time) const { return isAmong(replays_, time, 2000.0); }
+   // The entry was written or removed again then, for want of an answer.
+   bool sawAsked(std::string const& key, std::string const& time) const {
+      auto found = asked_.find(key);
+      return found != asked_.end() && isAmong(found->second, time);
+   }
    // Notes what shows in no table: restarts of an empty chip, and that the configuration was
    // written to the chip again. To be called right after each command. Returns whether there was
    // any.
@@ -120,6 +125,8 @@ class Witness {
    Times rebuilds_;
    Times restarts_;
    Times replays_;
+   std::map<std::string, Times> asked_; // by printed key
+   uint64_t notes_ = 0;                 // of detours, that were read
    std::map<TcamSharingRequest, AradSemKeyAndFap> mapping_;
    std::map<VlanTagToVsiMapperKey, uint32_t> lifs_;
    std::map<VlanTagToVsiMapperKey, TcamSharingRequest> writers_;

@@ -186,12 +186,23 @@ TEST_F(ChipSeamTest, TheAnswerToAWriteThatIsMadeAgainStandsForThoseThatAreLost) 
    EXPECT_TRUE(host->settle());
    EXPECT_EQ(status("Ethernet0.10", 1), tcamSharingSuccess);
    EXPECT_EQ(host->isem().common->pendingSemWrites(), 0U);
-   int const writes = driver.writes;
    driver.answer(driver.unanswered.front(), Outcome::refused);
    EXPECT_TRUE(host->settle());
    EXPECT_EQ(status("Ethernet0.10", 1), tcamSharingSuccess) << "it counts as lost";
+}
+
+TEST_F(ChipSeamTest, ARemovalThatNobodyNoticedIsToldAgain) {
+   start();
+   ask("Ethernet0.10", 1);
+   EXPECT_TRUE(host->settle());
+   auto key = driver.lastKey;
+   driver.restart();
+   host->sharing().config(Requester::acl)->requestDel({IntfId("Ethernet0.10"), FapId(1)});
+   EXPECT_TRUE(host->settle());
+   EXPECT_EQ(host->isem().common->pendingSemWrites(), 1U) << "there was no status to remove";
    host->seam().askAgain(key);
-   EXPECT_EQ(driver.writes, writes) << "nothing is out";
+   EXPECT_TRUE(host->settle());
+   EXPECT_EQ(host->isem().common->pendingSemWrites(), 0U);
 }
 
 TEST_F(ChipSeamTest, TheWorldTakesNoTagThatNoEntryCanHold) {
