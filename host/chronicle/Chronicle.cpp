@@ -23,17 +23,16 @@ struct Chronicle::Watch {
 
    void note(TcamSharingRequest const& request, std::optional<Seconds> RequestTimes::*time,
              bool there) {
-      RequestTimes changed = times.get(request);
+      RequestTimes& changed = times[request];
       changed.*time = there ? std::optional(Orv::System::peekTime()) : std::nullopt;
       if (time == &RequestTimes::status) {
          changed.cause = there ? chronicle->causeNow(request) : ResponseCause();
       }
-      times.set(request, changed);
    }
 
    Chronicle* chronicle;
    SharingPipeline const& pipeline;
-   Orv::KeyedByIndex<TcamSharingRequest, RequestTimes> times;
+   Orv::IndexedMap<TcamSharingRequest, RequestTimes> times;
    Orv::ReactorFor<&Watch::handleMerged> orvMerged;
    Orv::ReactorFor<&Watch::handleStatus> orvStatus;
    Orv::ReactorFor<&Watch::handleBacklog> orvBacklog;
@@ -75,14 +74,20 @@ void Chronicle::intakesRebuilt() {
 }
 
 std::optional<EntryChange> Chronicle::lastChange(EntryKey const& key) const {
-   auto found = changes_.find(key);
-   return found == changes_.end() ? std::nullopt : std::optional(found->second);
+   return std::visit(
+       [this](auto each) {
+          auto const* found =
+              std::get<Orv::IndexedMap<decltype(each), EntryChange>>(changes_).find(each);
+          return found == nullptr ? std::nullopt : std::optional(*found);
+       },
+       key);
 }
 
 RequestTimes Chronicle::of(SharingPipeline const& pipeline, TcamSharingRequest request) const {
    for (auto const& watch : watches_) {
       if (&watch->pipeline == &pipeline) {
-         return watch->times.get(request);
+         auto const* found = watch->times.find(request);
+         return found == nullptr ? RequestTimes() : *found;
       }
    }
    return {};
@@ -125,11 +130,6 @@ ResponseCause Chronicle::causeNow(TcamSharingRequest request) const {
    return ResponseCause{restarting ? Kind::restarted : Kind::processed, std::nullopt, {}};
 }
 
-void Chronicle::change(EntryKey const& key, EntryChange::Kind kind,
-                       std::optional<TcamSharingRequest> by) {
-   changes_.insert_or_assign(key, EntryChange{kind, Orv::System::peekTime(), by});
-}
-
 // The machine queues the pending write before it writes; the newest is at the end.
 std::optional<TcamSharingRequest> Chronicle::writerOf(AradSemKeyAndFap key) const {
    bool isInsert = isem_.table->configHas(key);
@@ -156,9 +156,9 @@ std::optional<TcamSharingRequest> Chronicle::writerOf(TunnelPolicyMapperKey key)
 }
 
 bool Chronicle::isMade(VlanTagToVsiMapperKey key) const {
-   auto known = lifs_.find(key);
+   auto const* known = lifs_.find(key);
    auto result = mapper_.mapperConfig->configCollection().find(key);
-   return result && (known == lifs_.end() || known->second != result->lif);
+   return result && (known == nullptr || *known != result->lif);
 }
 
 void Chronicle::handleIsemConfig(AradSemKeyAndFap const& key) {

@@ -5,10 +5,10 @@
 #pragma once
 
 #include "host/driver/ChipDriver.h"
+#include "platform/Orv/IndexedMap.h"
 #include "platform/Orv/Notifier.h"
 
 #include <deque>
-#include <map>
 
 namespace ShoalHost {
 
@@ -80,9 +80,9 @@ class SeamTable {
    // Makes of what the chip held at the start and nobody has claimed since what is configured: most
    // of it is removed, an in-LIF loses its data.
    void removeUnclaimed() {
-      for (auto const& [key, data] : std::exchange(unclaimed_, {})) {
+      std::exchange(unclaimed_, {}).forEach([this](Key key, Data const&) {
          write(key, std::nullopt);
-      }
+      });
    }
 
    FapId unitOf(Key key) const { return unitOf_(key); }
@@ -105,9 +105,10 @@ class SeamTable {
    std::optional<std::vector<ExpectedAnswer>> expected(Key key) const {
       return driver_.expected(key);
    }
-   EntryMemory memory(Key key) const {
-      auto found = memories_.find(key);
-      return found == memories_.end() ? EntryMemory() : found->second;
+   EntryMemory const& memory(Key key) const {
+      static EntryMemory const nothing;
+      auto const* found = memories_.find(key);
+      return found == nullptr ? nothing : *found;
    }
    // The key whose answer is being given just now: whoever is called meanwhile hears of that one.
    std::optional<Key> answering() const { return answering_; }
@@ -149,9 +150,8 @@ class SeamTable {
    }
    // What the chip held is gone, and so is the status. The configuration stays.
    void restarted() {
-      for (auto& [key, memory] : memories_) {
-         memory.restarted = Orv::System::peekTime();
-      }
+      memories_.forEach(
+          [now = Orv::System::peekTime()](Key, EntryMemory& memory) { memory.restarted = now; });
       unclaimed_.clear();
       restarting_ = true;
       status_->statusDelAll();
@@ -165,9 +165,8 @@ class SeamTable {
    // again: then it stays unclaimed until that, or removeUnclaimed().
    bool standsIn(Key key, Data const& data) {
       if constexpr (kind == ChipTableKind::mapper) {
-         auto found = unclaimed_.find(key);
-         if (found != unclaimed_.end() && found->second.lif == data.lif &&
-             found->second.inLifAdditionalData != 0) {
+         auto const* found = unclaimed_.find(key);
+         if (found != nullptr && found->lif == data.lif && found->inLifAdditionalData != 0) {
             return true;
          }
       }
@@ -176,11 +175,9 @@ class SeamTable {
 
    // Whether the chip holds just that from before the start; asked once.
    bool claim(Key key, Data const& data) {
-      auto found = unclaimed_.find(key);
-      bool same = found != unclaimed_.end() && found->second == data;
-      if (found != unclaimed_.end()) {
-         unclaimed_.erase(found);
-      }
+      auto const* found = unclaimed_.find(key);
+      bool same = found != nullptr && *found == data;
+      unclaimed_.erase(key);
       return same;
    }
 
@@ -221,8 +218,8 @@ class SeamTable {
    std::function<FapId(Key)> unitOf_;
    WriterOf writerOf_;
    uint64_t writes_ = 0;
-   std::map<Key, Data> unclaimed_; // read back at the start
-   std::map<Key, EntryMemory> memories_;
+   Orv::IndexedMap<Key, Data> unclaimed_; // read back at the start
+   Orv::IndexedMap<Key, EntryMemory> memories_;
    std::optional<Key> answering_;
    bool restarting_ = false;
    bool writing_ = false;
