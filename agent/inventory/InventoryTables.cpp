@@ -4,6 +4,7 @@
 #include "host/world/InterfaceName.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace Agent {
 
@@ -84,7 +85,7 @@ bool InventoryBuilder::isTagged(ConfigFile::Row const& member) {
 }
 
 void InventoryBuilder::buildSubInterfaces(UnitNames& names) {
-   std::set<std::string> seen;
+   std::unordered_set<std::string> seen;
    for (auto const& row : file_.rows(*names.tables, "VLAN_SUB_INTERFACE")) {
       // "key|address" rows are addresses of a sub-interface that has, or should have, a row.
       std::string name = row.key.substr(0, row.key.find('|'));

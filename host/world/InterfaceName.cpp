@@ -92,8 +92,18 @@ bool alike(std::string_view a, std::string_view b) {
 }
 
 bool naturalLess(std::string_view a, std::string_view b) {
-   std::size_t i = 0;
-   std::size_t j = 0;
+   // What both begin with decides nothing, but for a number that goes on behind it.
+   auto same = static_cast<std::size_t>(
+       std::mismatch(a.begin(),
+                     a.begin() + static_cast<std::ptrdiff_t>(std::min(a.size(), b.size())),
+                     b.begin())
+           .first -
+       a.begin());
+   while (same > 0 && isDigit(a[same - 1])) {
+      --same;
+   }
+   std::size_t i = same;
+   std::size_t j = same;
    while (i < a.size() && j < b.size()) {
       if (isDigit(a[i]) && isDigit(b[j])) {
          std::string_view left = digitsAt(a, i);
