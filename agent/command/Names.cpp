@@ -15,7 +15,7 @@ TcamSharingPolicyId parsePolicy(std::string_view text) {
       return TcamSharingPolicyId(parseNumber(text, "POLICY", 1, UINT64_MAX));
    }
    uint64_t value = 0;
-   std::set<std::string_view> seen;
+   std::vector<std::string_view> seen;
    while (!text.empty()) {
       std::string_view part = text.substr(0, text.find(','));
       text.remove_prefix(std::min(text.size(), part.size() + 1));
@@ -25,9 +25,10 @@ TcamSharingPolicyId parsePolicy(std::string_view text) {
       if (field == std::end(policyFields) || part.size() == name.size()) {
          throw CommandError("POLICY has fields qos=, pbr=, acl=, lumen=, other=, not '{}'", part);
       }
-      if (!seen.insert(name).second) {
+      if (std::find(seen.begin(), seen.end(), name) != seen.end()) {
          throw CommandError("POLICY has '{}' twice", name);
       }
+      seen.push_back(name);
       value |= parseNumber(part.substr(name.size() + 1), name, 0, field->max) << field->shift;
    }
    if (value == 0) {

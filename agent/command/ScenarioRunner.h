@@ -28,7 +28,7 @@ class ScenarioRunner {
    bool runLine(std::string const& line, std::string const& name, std::size_t number);
 
  private:
-   bool tryLine(std::string const& line, std::string const& place);
+   bool tryLine(std::string const& line, std::string const& name, std::size_t number);
    void runCommand(std::vector<std::string> words);
 
    AgentHost& host_;
