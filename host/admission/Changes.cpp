@@ -215,7 +215,7 @@ void Changes::requestIs(Requester requester, std::vector<TcamSharingRequest> con
 
 void Changes::affect(Effects& effects, std::vector<IntfId> const& interfaces) const {
    for (IntfId intf : interfaces) {
-      auto requests = isemIndex_.of(intf);
+      auto const& requests = isemIndex_.of(intf);
       effects.isem.affected.insert(effects.isem.affected.end(), requests.begin(), requests.end());
    }
 }
@@ -223,6 +223,18 @@ void Changes::affect(Effects& effects, std::vector<IntfId> const& interfaces) co
 void Changes::refresh(std::vector<IntfId> const& interfaces) {
    for (IntfId intf : interfaces) {
       isemIndex_.refresh(intf);
+      mapperIndex_.refresh(intf);
+      if (watcher_ != nullptr) {
+         watcher_->interfaceChanged(intf);
+      }
+   }
+}
+
+void Changes::refresh(FapId unit) {
+   isemIndex_.refreshAll();
+   mapperIndex_.refreshAll();
+   if (watcher_ != nullptr) {
+      watcher_->unitChanged(unit);
    }
 }
 
@@ -296,6 +308,7 @@ void Changes::programInHwIs(IntfId subIntf, bool on) {
 
 void Changes::encapKindIs(IntfId subIntf, uint32_t kind) {
    world_.encapKindIs(subIntf, kind);
+   refresh({subIntf});
 }
 
 void Changes::internalVlanIs(IntfId routedPort, VlanIdOrNone vlan) {
@@ -384,7 +397,7 @@ void Changes::fapTypeIs(FapId unit, Hardware::Shoal::FapType type) {
    affectUnit(effects, unit);
    admit(effects);
    world_.fapTypeIs(unit, type);
-   isemIndex_.refreshAll();
+   refresh(unit);
 }
 
 void Changes::fapAvailableIs(FapId unit, bool available) {
@@ -409,6 +422,9 @@ void Changes::extLkupTypeIs(FapId unit, Hardware::Shoal::ExtLkupType type) {
                                  count == 1 ? "s" : "", count == 1 ? "it" : "them")));
    }
    world_.extLkupTypeIs(unit, type);
+   if (watcher_ != nullptr) {
+      watcher_->unitChanged(unit);
+   }
 }
 
 // ---- Ports and port-channels

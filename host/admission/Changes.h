@@ -45,6 +45,18 @@ class ChangeRefused : public HostError {
    Objection objection_;
 };
 
+// Is told of the facts that changes made here changed.
+class FactWatcher {
+ public:
+   // Where a request of the interface leads may have changed.
+   virtual void interfaceChanged(IntfId intf) = 0;
+   // The type of a unit changed, or its look-up.
+   virtual void unitChanged(FapId unit) = 0;
+
+ protected:
+   ~FactWatcher() = default;
+};
+
 class Changes {
  public:
    Changes(World& world, IsemPipeline& isem, MapperPipeline& mapper, SharingRouter& router,
@@ -56,6 +68,11 @@ class Changes {
    };
    Setting setting() const { return setting_; }
    void settingIs(Setting setting) { setting_ = setting; }
+   // Null: nobody.
+   void watcherIs(FactWatcher* watcher) { watcher_ = watcher; }
+   RequestIndex const& indexOf(SharingPipeline const& pipeline) const {
+      return &pipeline == &isem_ ? isemIndex_ : mapperIndex_;
+   }
 
    // Requests. The empty policy withdraws. HostError for a unit whose number no shared entry can
    // hold.
@@ -114,9 +131,7 @@ class Changes {
    void affectUnit(Effects& effects, FapId unit) const;
    // The index by entry follows a change that was made.
    void refresh(std::vector<IntfId> const& interfaces);
-   RequestIndex const& indexOf(SharingPipeline const& pipeline) const {
-      return &pipeline == &isem_ ? isemIndex_ : mapperIndex_;
-   }
+   void refresh(FapId unit);
 
    World& world_;
    IsemPipeline& isem_;
@@ -127,6 +142,7 @@ class Changes {
    RequestIndex isemIndex_;
    RequestIndex mapperIndex_;
    Setting setting_ = Setting::refuse;
+   FactWatcher* watcher_ = nullptr;
 };
 
 // The policies' bits that a requester owns on a unit, as the merge takes them.
