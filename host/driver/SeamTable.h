@@ -51,11 +51,15 @@ class SeamTable {
          unitOf_(std::move(unitOf)), orvConfig_(this) {}
 
    // An entry that the chip holds at the start. All of them come ahead of start().
-   void readBack(Key key, EntryData const& data) { unclaimed_[key] = std::get<Data>(data); }
+   void readBack(Key key, EntryData const& data) {
+      unclaimed_[key] = std::get<Data>(data);
+      noteKey(key);
+   }
    // Takes up what is configured, then follows it. What was read back and is configured stands
    // already; the rest of it waits to be claimed by a write.
    void start() {
       for (auto const& [key, data] : config_->configIter()) {
+         noteKey(key);
          if (standsIn(key, data)) {
             memories_[key].lastWrite = {Orv::System::peekTime(), Outcome::accepted, 0,
                                         std::nullopt};
@@ -70,6 +74,10 @@ class SeamTable {
    // Identifies, by an index, the request for which an entry is being written or removed.
    using WriterOf = std::function<std::optional<uint32_t>(Key)>;
    void writerOfIs(WriterOf writerOf) { writerOf_ = std::move(writerOf); }
+   // Is told of an entry whenever the chip may hold something else there, with the writer of the
+   // write or removal; ahead of the status.
+   using Watcher = std::function<void(Key, std::optional<uint32_t>)>;
+   void watcherIs(Watcher watcher) { watcher_ = std::move(watcher); }
 
    // Writes everything that is configured to the chip again.
    void replay() {
@@ -90,10 +98,27 @@ class SeamTable {
    // How many entries of a unit are configured, and not in the chip.
    uint64_t missing(FapId unit) const {
       uint64_t count = 0;
-      for (auto const& [key, data] : config_->configIter()) {
-         count += unitOf_(key) == unit && !held(key) ? 1 : 0;
-      }
+      doubtful_.forEach([&](Key key, Nothing) {
+         count += config_->configHas(key) && unitOf_(key) == unit && !held(key) ? 1 : 0;
+      });
       return count;
+   }
+   // The driver said that the chip accepted what is configured, and the chip did not restart since.
+   bool stands(Key key) const {
+      auto const& write = memory(key).lastWrite;
+      return write && write->outcome == Outcome::accepted && !memory(key).restarted &&
+             config_->configHas(key);
+   }
+   // Of the mapper: calls visit(key) with the keys of a sub-interface that were ever configured or
+   // read back.
+   template<class Visit>
+   void forEachKeyOf(Plexus::IntfId subIntf, Visit visit) const {
+      static_assert(kind == ChipTableKind::mapper);
+      auto const* newest = newestKeys_.find(subIntf);
+      for (Key key = newest == nullptr ? Key() : *newest; key != Key();
+           key = *olderKeys_.find(key)) {
+         visit(key);
+      }
    }
    std::optional<Data> held(Key key) const {
       auto data = driver_.held(key);
@@ -129,6 +154,7 @@ class SeamTable {
           memory.lastWrite->outcome == Outcome::pending) {
          memory.lastWrite->outcome = outcome;
       }
+      noteHeld(key, write.writer);
       answering_ = key;
       if (write.data) {
          T::answer(*status_, key, std::get<Data>(*write.data), outcome);
@@ -144,6 +170,7 @@ class SeamTable {
    void lost(Key key, ChipWrite const& write) {
       EntryMemory& memory = memories_[key];
       memory.lost = eventOf(write, memory.lastWrite ? memory.lastWrite->outcome : Outcome::pending);
+      noteHeld(key, write.writer);
    }
    void dropped(Key key, ChipWrite const& write) {
       memories_[key].dropped = eventOf(write, Outcome::pending);
@@ -153,12 +180,34 @@ class SeamTable {
       memories_.forEach(
           [now = Orv::System::peekTime()](Key, EntryMemory& memory) { memory.restarted = now; });
       unclaimed_.clear();
+      memories_.forEach([this](Key key, EntryMemory const&) { noteHeld(key, std::nullopt); });
       restarting_ = true;
       status_->statusDelAll();
       restarting_ = false;
    }
 
  private:
+   struct Nothing {};
+
+   void noteKey(Key key) {
+      if constexpr (kind == ChipTableKind::mapper) {
+         if (!olderKeys_.contains(key)) {
+            olderKeys_[key] = std::exchange(newestKeys_[key.fields().subIntfId], key);
+         }
+      }
+   }
+
+   void noteHeld(Key key, std::optional<uint32_t> writer) {
+      if (!config_->configHas(key) || stands(key)) {
+         doubtful_.erase(key);
+      } else {
+         doubtful_[key];
+      }
+      if (watcher_) {
+         watcher_(key, writer);
+      }
+   }
+
    void handleConfig(Key const& key) { write(key, writerOf_ ? writerOf_(key) : std::nullopt); }
 
    // Whether the chip held the entry at the start, maybe with the data of a request that comes
@@ -182,6 +231,7 @@ class SeamTable {
    }
 
    void write(Key key, std::optional<uint32_t> writer) {
+      noteKey(key);
       ChipWrite write{key, std::nullopt, ++writes_, Orv::System::peekTime(), writer};
       auto data = config_->configCollection().find(key);
       if (data) {
@@ -204,6 +254,7 @@ class SeamTable {
          unclaimed_.erase(key);
          driver_.remove(write);
       }
+      noteHeld(key, writer);
    }
 
    // Now.
@@ -217,9 +268,14 @@ class SeamTable {
    Orv::Ptr<typename T::Status> status_;
    std::function<FapId(Key)> unitOf_;
    WriterOf writerOf_;
+   Watcher watcher_;
    uint64_t writes_ = 0;
    Orv::IndexedMap<Key, Data> unclaimed_; // read back at the start
    Orv::IndexedMap<Key, EntryMemory> memories_;
+   Orv::IndexedMap<Key, Nothing> doubtful_; // configured, and not known to stand in the chip
+   // Of the mapper, as a chain per sub-interface: its newest key, and the next older one of each.
+   Orv::IndexedMap<Plexus::IntfId, Key> newestKeys_;
+   Orv::IndexedMap<Key, Key> olderKeys_;
    std::optional<Key> answering_;
    bool restarting_ = false;
    bool writing_ = false;
