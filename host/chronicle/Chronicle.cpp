@@ -1,15 +1,19 @@
 #include "host/chronicle/Chronicle.h"
 
+#include <algorithm>
+
 namespace ShoalHost {
 
 using namespace Hardware::ShoalTunnel;
 
 struct Chronicle::Watch {
    Watch(Chronicle* owner, SharingPipeline const& of)
-       : chronicle(owner), pipeline(of), orvMerged(this), orvStatus(this), orvBacklog(this) {
+       : chronicle(owner), pipeline(of), order(of.merged->requestCollection()), orvMerged(this),
+         orvStatus(this), orvBacklog(this), orvRetry(this) {
       pipeline.merged->requestCollection().watch(orvMerged);
       pipeline.mergedStatus->responseCollection().watch(orvStatus);
       pipeline.codef->backlogCollection().watch(orvBacklog);
+      pipeline.commonBase->retryListCollection().watch(orvRetry);
    }
    void handleMerged(TcamSharingRequest const& request) {
       note(request, &RequestTimes::asked, pipeline.merged->requestHas(request));
@@ -19,6 +23,18 @@ struct Chronicle::Watch {
    }
    void handleBacklog(TcamSharingRequest const& request) {
       note(request, &RequestTimes::queued, pipeline.codef->backlog(request));
+   }
+
+   void handleRetry(TcamSharingEntry const& entry) {
+      auto& policies = retried[entry.request()];
+      if (!pipeline.commonBase->retryList(entry)) {
+         std::erase(policies, entry.policyId());
+         if (policies.empty()) {
+            retried.erase(entry.request());
+         }
+      } else if (std::find(policies.begin(), policies.end(), entry.policyId()) == policies.end()) {
+         policies.push_back(entry.policyId());
+      }
    }
 
    void note(TcamSharingRequest const& request, std::optional<Seconds> RequestTimes::*time,
@@ -33,14 +49,18 @@ struct Chronicle::Watch {
    Chronicle* chronicle;
    SharingPipeline const& pipeline;
    Orv::IndexedMap<TcamSharingRequest, RequestTimes> times;
+   Orv::IndexedMap<TcamSharingRequest, std::vector<TcamSharingPolicyId>> retried;
+   Orv::InsertionOrder<TcamSharingRequest> order;
    Orv::ReactorFor<&Watch::handleMerged> orvMerged;
    Orv::ReactorFor<&Watch::handleStatus> orvStatus;
    Orv::ReactorFor<&Watch::handleBacklog> orvBacklog;
+   Orv::ReactorFor<&Watch::handleRetry> orvRetry;
 };
 
 Chronicle::Chronicle(IsemPipeline const& isem, MapperPipeline const& mapper, ChipSeam& chip)
-    : isem_(isem), mapper_(mapper), chip_(chip), orvIsemConfig_(this), orvMapperConfig_(this),
-      orvTunnelConfig_(this) {
+    : isem_(isem), mapper_(mapper), chip_(chip),
+      pendingLifs_(mapper.common->pendingLifEntriesCollection()), orvIsemConfig_(this),
+      orvMapperConfig_(this), orvTunnelConfig_(this) {
    for (SharingPipeline const* pipeline : {static_cast<SharingPipeline const*>(&isem),
                                            static_cast<SharingPipeline const*>(&mapper)}) {
       watches_.push_back(std::make_unique<Watch>(this, *pipeline));
@@ -83,14 +103,25 @@ std::optional<EntryChange> Chronicle::lastChange(EntryKey const& key) const {
        key);
 }
 
+Chronicle::Watch const& Chronicle::watch(SharingPipeline const& pipeline) const {
+   return **std::find_if(watches_.begin(), watches_.end(),
+                         [&](auto const& each) { return &each->pipeline == &pipeline; });
+}
+
 RequestTimes Chronicle::of(SharingPipeline const& pipeline, TcamSharingRequest request) const {
-   for (auto const& watch : watches_) {
-      if (&watch->pipeline == &pipeline) {
-         auto const* found = watch->times.find(request);
-         return found == nullptr ? RequestTimes() : *found;
-      }
-   }
-   return {};
+   auto const* found = watch(pipeline).times.find(request);
+   return found == nullptr ? RequestTimes() : *found;
+}
+
+std::vector<TcamSharingPolicyId> const& Chronicle::retried(SharingPipeline const& pipeline,
+                                                           TcamSharingRequest request) const {
+   static std::vector<TcamSharingPolicyId> const none;
+   auto const* found = watch(pipeline).retried.find(request);
+   return found == nullptr ? none : *found;
+}
+
+uint64_t Chronicle::placeOf(SharingPipeline const& pipeline, TcamSharingRequest request) const {
+   return watch(pipeline).order.place(request);
 }
 
 ResponseCause Chronicle::causeNow(TcamSharingRequest request) const {

@@ -6,6 +6,7 @@
 #include "host/pipelines/IsemPipeline.h"
 #include "host/pipelines/MapperPipeline.h"
 #include "platform/Orv/IndexedMap.h"
+#include "platform/Orv/InsertionOrder.h"
 
 #include <memory>
 #include <optional>
@@ -58,11 +59,19 @@ class Chronicle {
    void intakesRebuilt();
    // In that pipeline: a unit that changes its generation may leave a request in both.
    RequestTimes of(SharingPipeline const& pipeline, TcamSharingRequest request) const;
+   // The policies under which the pipeline's retry list has the request.
+   std::vector<TcamSharingPolicyId> const& retried(SharingPipeline const& pipeline,
+                                                   TcamSharingRequest request) const;
+   // When the request came to be wanted in the pipeline, as a place among all; 0: it is not.
+   uint64_t placeOf(SharingPipeline const& pipeline, TcamSharingRequest request) const;
+   // When the entry came to wait for its answer; 0: it does not.
+   uint64_t placeOfPending(VlanTagToVsiMapperKey key) const { return pendingLifs_.place(key); }
    // None: never configured.
    std::optional<EntryChange> lastChange(EntryKey const& key) const;
 
  private:
    struct Watch; // one pipeline's
+   Watch const& watch(SharingPipeline const& pipeline) const;
    ResponseCause causeNow(TcamSharingRequest request) const;
    template<class Key>
    void change(Key key, EntryChange::Kind kind, std::optional<TcamSharingRequest> by) {
@@ -90,6 +99,7 @@ class Chronicle {
        changes_;
    Orv::IndexedMap<VlanTagToVsiMapperKey, uint32_t> lifs_; // which one the owner made last
    std::vector<std::unique_ptr<Watch>> watches_;
+   Orv::InsertionOrder<VlanTagToVsiMapperKey> pendingLifs_;
    Orv::ReactorFor<&Chronicle::handleIsemConfig> orvIsemConfig_;
    Orv::ReactorFor<&Chronicle::handleMapperConfig> orvMapperConfig_;
    Orv::ReactorFor<&Chronicle::handleTunnelConfig> orvTunnelConfig_;
