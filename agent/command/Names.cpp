@@ -91,15 +91,27 @@ std::vector<TcamSharingRequest> existingRequests(AgentHost const& host,
       }
       return found;
    }
+   if (named.unit) {
+      return found;
+   }
    IntfId intf = named.interfaces.front();
-   auto vlan = floodVlan(host.world(), intf, named);
-   for (auto const& unit : host.world().inventory().units) {
-      TcamSharingRequest candidate(intf, FapId(unit.fapId), vlan.value_or(VlanIdOrNone()));
-      if (!named.unit && std::any_of(requesters.begin(), requesters.end(), [&](Requester each) {
-             return host.sharing().config(each)->requestHas(candidate);
-          })) {
-         found.push_back(candidate);
+   auto vlan = floodVlan(host.world(), intf, named).value_or(VlanIdOrNone());
+   for (Requester requester : requesters) {
+      for (TcamSharingRequest each : host.asked(requester, intf)) {
+         if (each.l3FloodPortVlanId() == vlan &&
+             std::find(found.begin(), found.end(), each) == found.end()) {
+            found.push_back(each);
+         }
       }
+   }
+   if (found.size() > 1) {
+      auto const& units = host.world().inventory().units;
+      auto place = [&](TcamSharingRequest request) {
+         return std::find_if(units.begin(), units.end(), [&](InventoryUnit const& unit) {
+            return unit.fapId == request.fapId().value();
+         });
+      };
+      std::sort(found.begin(), found.end(), [&](auto a, auto b) { return place(a) < place(b); });
    }
    return found;
 }

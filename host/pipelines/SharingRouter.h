@@ -22,6 +22,8 @@ class SharingRouter {
    // What the requesters read and write.
    SharingTables const& tables() const { return tables_; }
    SharingPipeline& pipelineOf(FapId unit) const;
+   // The requests of an interface that a requester asks for, in the order in which they came.
+   std::vector<TcamSharingRequest> asked(Requester requester, IntfId intf) const;
 
  private:
    struct Path; // one requester's

@@ -34,6 +34,9 @@ class Host {
    World const& world() const { return *world_; }
    // The tables of the requesters, on units of both generations.
    SharingTables const& sharing() const { return router_->tables(); }
+   std::vector<TcamSharingRequest> asked(Requester requester, IntfId intf) const {
+      return router_->asked(requester, intf);
+   }
    IsemPipeline& isem() const { return *isem_; }
    MapperPipeline& mapper() const { return *mapper_; }
    // Both, in the order above.
