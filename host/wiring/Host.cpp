@@ -32,6 +32,8 @@ Host::Host(Inventory inventory, ChipDriver& driver, Time time) : loop_(time) {
    chronicle_ = std::make_unique<Chronicle>(*isem_, *mapper_, *seam_);
    settling_ = std::make_unique<Settling>(loop_, *seam_, pipelines_);
    changes_ = std::make_unique<Changes>(world, *isem_, *mapper_, *router_, *inLifFeatures_, *seam_);
+   suspects_ = std::make_unique<Suspects>(world, *isem_, *mapper_, *router_, *seam_, *chronicle_,
+                                          *changes_);
 }
 
 Host::~Host() = default;
