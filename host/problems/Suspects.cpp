@@ -29,22 +29,27 @@ Suspects::Suspects(World const& world, IsemPipeline const& isem, MapperPipeline 
                    Changes& changes)
     : world_(world), isem_(isem), mapper_(mapper), router_(router), chip_(chip),
       chronicle_(chronicle), changes_(changes) {
-   auto watch = [this](auto const& collection, bool isListed) {
-      if (isListed) {
-         orders_.push_back(std::make_unique<Orv::InsertionOrder<TcamSharingRequest>>(collection));
-      }
-      reactors_.push_back(std::make_unique<RequestReactor>(this));
-      collection.watch(*reactors_.back());
+   auto watch = [this](auto const& collection, auto reactor) {
+      collection.watch(*reactor);
+      reactors_.push_back(std::move(reactor));
    };
+   auto list = [this](auto const& collection) {
+      orders_.push_back(std::make_unique<Orv::InsertionOrder<TcamSharingRequest>>(collection));
+   };
+   auto asked = [this] { return std::make_unique<Orv::ReactorFor<&Suspects::handleAsked>>(this); };
+   auto done = [this] { return std::make_unique<Orv::ReactorFor<&Suspects::handleDone>>(this); };
    for (Requester requester : requesters) {
-      watch(router.tables().config(requester)->requestCollection(), true);
+      list(router.tables().config(requester)->requestCollection());
+      watch(router.tables().config(requester)->requestCollection(), asked());
    }
    for (SharingPipeline const* pipeline : {static_cast<SharingPipeline const*>(&isem),
                                            static_cast<SharingPipeline const*>(&mapper)}) {
-      watch(pipeline->mergedStatus->responseCollection(), true);
-      watch(pipeline->merged->requestCollection(), false);
+      list(pipeline->mergedStatus->responseCollection());
+      watch(pipeline->mergedStatus->responseCollection(), done());
+      watch(pipeline->merged->requestCollection(), asked());
    }
-   watch(isem.common->tcamRequestToIsemKeyMappingCollection(), true);
+   list(isem.common->tcamRequestToIsemKeyMappingCollection());
+   watch(isem.common->tcamRequestToIsemKeyMappingCollection(), done());
    chip.forEachHeld([this](EntryKey const& key, EntryData const&) {
       if (auto const* tunnel = std::get_if<TunnelPolicyMapperKey>(&key)) {
          entryChanged(*tunnel, std::nullopt);

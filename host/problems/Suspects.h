@@ -5,7 +5,7 @@
 // It stays one until it is found sound: by a plain check here, after such a change, or by whoever
 // judged it in full. So every problem is a suspect, and a system at rest without problems has few.
 //
-// The plain check takes the word of the driver for what the chip accepted. It reads nothing back.
+// The plain check takes the driver's word for what the chip accepted, and does not read it back.
 #pragma once
 
 #include "host/admission/Changes.h"
@@ -37,7 +37,10 @@ class Suspects : private FactWatcher {
    struct Rank;
    void interfaceChanged(IntfId intf) override;
    void unitChanged(FapId unit) override;
-   void handleRequest(TcamSharingRequest const& request) { review(request); }
+   // What is asked for; it is not in hardware yet.
+   void handleAsked(TcamSharingRequest const& request) { suspect(request); }
+   // What was answered, or is recorded.
+   void handleDone(TcamSharingRequest const& request) { review(request); }
    void entryChanged(AradSemKeyAndFap key, std::optional<uint32_t> writer);
    void entryChanged(VlanTagToVsiMapperKey key, std::optional<uint32_t> writer);
    void entryChanged(TunnelPolicyMapperKey key, std::optional<uint32_t> writer);
@@ -71,8 +74,7 @@ class Suspects : private FactWatcher {
    struct Nothing {};
    Orv::IndexedMap<TcamSharingRequest, Nothing> suspects_;
    std::vector<std::unique_ptr<Orv::InsertionOrder<TcamSharingRequest>>> orders_;
-   using RequestReactor = Orv::ReactorFor<&Suspects::handleRequest>;
-   std::vector<std::unique_ptr<RequestReactor>> reactors_;
+   std::vector<std::unique_ptr<Orv::Reactor<TcamSharingRequest>>> reactors_;
 };
 
 } // namespace ShoalHost
