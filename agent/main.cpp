@@ -55,7 +55,8 @@ int runScenario(ScenarioOptions const& options) {
       how.keepGoing = true; // who types sees the error and types again
    }
    Agent::readToggles();
-   Agent::AgentHost host(std::move(*inventory));
+   // Ends with the process: to take it apart takes about as long as to build it.
+   static Agent::AgentHost& host = *new Agent::AgentHost(std::move(*inventory));
    Agent::ScenarioRunner runner(host, std::cout, std::cerr, how);
    std::istringstream commands(*scenario);
    int result = standardInput ? runner.run(std::cin, "standard input") : runner.run(commands, path);

@@ -6,10 +6,13 @@
 
 #include "agent/chip/ChipFaults.h"
 #include "host/driver/ChipDriver.h"
+#include "platform/Orv/IndexedMap.h"
 
 #include <algorithm>
 #include <deque>
 #include <map>
+#include <set>
+#include <vector>
 
 namespace Agent {
 
@@ -51,6 +54,7 @@ class ChipTable {
       }
       if (faults_.suffers(Fault::reorder, kind, unit)) {
          heldBack_.push_back(answer);
+         ++heldBackOf_[key];
          return;
       }
       schedule(answer);
@@ -59,6 +63,7 @@ class ChipTable {
          heldBack_.back().due = answer.due;
          schedule(heldBack_.back());
       }
+      heldBackOf_.clear();
    }
 
    // Entries that a unit holds at most; a write of one more key is refused as full.
@@ -77,18 +82,22 @@ class ChipTable {
          schedule(answer);
       }
       heldBack_.clear();
+      heldBackOf_.clear();
    }
    // Empties the table; adds the writes that it had not answered.
    void restart(std::vector<ChipWrite>& unanswered) {
-      for (auto const* answers : {&unanswered_, &heldBack_}) {
-         for (Answer const& answer : *answers) {
-            unanswered.push_back(answer.write);
-         }
+      for (Answer const& answer : unanswered_) {
+         unanswered.push_back(answer.write);
+      }
+      for (Answer const& answer : heldBack_) {
+         unanswered.push_back(answer.write);
       }
       unanswered_.clear();
+      unansweredOf_.clear();
       heldBack_.clear();
+      heldBackOf_.clear();
       entries_.clear();
-      units_.clear();
+      places_.clear();
       entriesOn_.clear();
       askForNext();
    }
@@ -105,26 +114,30 @@ class ChipTable {
          return write.data ? std::optional(std::get<Data>(*write.data)) : std::nullopt;
       }
    };
-   std::deque<Answer> const& unanswered() const { return unanswered_; }
+   struct ByDue {
+      bool operator()(Answer const& a, Answer const& b) const { return a.due < b.due; }
+   };
+   // In order of due time, then of writing.
+   using Answers = std::multiset<Answer, ByDue>;
+   Answers const& unanswered() const { return unanswered_; }
    std::vector<ExpectedAnswer> expected(Key key) const {
       std::vector<ExpectedAnswer> found;
-      for (Answer const& answer : unanswered_) {
-         if (answer.key == key) {
-            found.push_back({answer.write, answer.outcome, answer.due});
+      if (auto const* answers = unansweredOf_.find(key)) {
+         for (auto const& answer : *answers) {
+            found.push_back({answer->write, answer->outcome, answer->due});
          }
       }
-      for (Answer const& answer : heldBack_) {
-         if (answer.key == key) {
-            found.push_back({answer.write, answer.outcome, std::nullopt});
+      if (isHeldBack(key)) {
+         for (Answer const& answer : heldBack_) {
+            if (answer.key == key) {
+               found.push_back({answer.write, answer.outcome, std::nullopt});
+            }
          }
       }
       return found;
    }
    // An answer of the key's is held back to be given out of order.
-   bool isHeldBack(Key key) const {
-      return std::any_of(heldBack_.begin(), heldBack_.end(),
-                         [&](Answer const& answer) { return answer.key == key; });
-   }
+   bool isHeldBack(Key key) const { return heldBackOf_.contains(key); }
    // How many more entries a unit takes; none: as many as there are.
    std::optional<uint64_t> room(FapId unit) const {
       auto limit = capacity_.find(unit);
@@ -134,6 +147,11 @@ class ChipTable {
    }
    // What the chip really holds.
    std::map<Key, Data> const& entries() const { return entries_; }
+   // Null: no entry.
+   Data const* held(Key key) const {
+      auto const* place = places_.find(key);
+      return place == nullptr ? nullptr : &place->entry->second;
+   }
    uint64_t entriesOn(FapId unit) const {
       auto found = entriesOn_.find(unit);
       return found == entriesOn_.end() ? 0 : found->second;
@@ -151,26 +169,34 @@ class ChipTable {
    };
 
    void schedule(Answer const& answer) {
-      auto place =
-          std::upper_bound(unanswered_.begin(), unanswered_.end(), answer.due,
-                           [](Seconds due, Answer const& other) { return due < other.due; });
-      unanswered_.insert(place, answer);
+      auto added = unanswered_.insert(answer);
+      auto& ofKey = unansweredOf_[answer.key];
+      ofKey.insert(std::upper_bound(ofKey.begin(), ofKey.end(), added,
+                                    [](auto a, auto b) { return ByDue()(*a, *b); }),
+                   added);
       askForNext();
    }
 
    void askForNext() {
       if (unanswered_.empty()) {
          timer_.timeMinDel();
-      } else if (!timer_.waiting() || timer_.timeMin() != unanswered_.front().due) {
-         timer_.timeMinIs(unanswered_.front().due);
+      } else if (Seconds due = unanswered_.begin()->due;
+                 !timer_.waiting() || timer_.timeMin() != due) {
+         timer_.timeMinIs(due);
       }
    }
 
    void handleTime() {
       Seconds now = Orv::System::currentTime();
-      while (!unanswered_.empty() && unanswered_.front().due <= now) {
-         Answer answer = unanswered_.front();
-         unanswered_.pop_front();
+      while (!unanswered_.empty() && unanswered_.begin()->due <= now) {
+         auto const given = unanswered_.extract(unanswered_.begin());
+         Answer const& answer = given.value();
+         // It is the first of its key, too.
+         if (auto& ofKey = unansweredOf_[answer.key]; ofKey.size() == 1) {
+            unansweredOf_.erase(answer.key);
+         } else {
+            ofKey.erase(ofKey.begin());
+         }
          sink_.answered(answer.write, answer.outcome);
       }
       askForNext();
@@ -185,7 +211,7 @@ class ChipTable {
       if (faults_.suffers(Fault::refuse, kind, unit)) {
          return Outcome::refused;
       }
-      if (!entries_.contains(answer.key) && room(unit) == 0U) {
+      if (!places_.contains(answer.key) && room(unit) == 0U) {
          return Outcome::full;
       }
       hold(answer.key, *answer.written());
@@ -196,27 +222,40 @@ class ChipTable {
 
    // An entry counts on the unit that its port had when it was written.
    void hold(Key key, Data const& data) {
-      release(key);
-      entries_.emplace(key, data);
       FapId unit = unitOf(key);
-      units_.emplace(key, unit);
+      auto* place = places_.find(key);
+      if (place == nullptr) {
+         // Many keys come in their order.
+         places_[key] = {entries_.emplace_hint(entries_.end(), key, data), unit};
+      } else {
+         place->entry->second = data;
+         --entriesOn_[place->unit];
+         place->unit = unit;
+      }
       ++entriesOn_[unit];
    }
    void release(Key key) {
-      if (entries_.erase(key) > 0) {
-         auto unit = units_.find(key);
-         --entriesOn_[unit->second];
-         units_.erase(unit);
+      if (auto const* place = places_.find(key)) {
+         --entriesOn_[place->unit];
+         entries_.erase(place->entry);
+         places_.erase(key);
       }
    }
 
    AnswerSink& sink_;
    ChipFaults& faults_;
    std::map<FapId, uint64_t> capacity_;
-   std::deque<Answer> unanswered_; // in order of due time, then of writing
-   std::deque<Answer> heldBack_;   // answered in reverse when the run of reordered ones ends
+   Answers unanswered_;
+   // Those of each key, in the same order.
+   Orv::IndexedMap<Key, std::vector<typename Answers::iterator>> unansweredOf_;
+   std::deque<Answer> heldBack_; // answered in reverse when the run of reordered ones ends
+   Orv::IndexedMap<Key, uint32_t> heldBackOf_; // how many of each key
    std::map<Key, Data> entries_;
-   std::map<Key, FapId> units_;          // of the entries
+   struct Place {
+      typename std::map<Key, Data>::iterator entry;
+      FapId unit;
+   };
+   Orv::IndexedMap<Key, Place> places_;  // of the entries
    std::map<FapId, uint64_t> entriesOn_; // how many of them
    Timer timer_;
 };

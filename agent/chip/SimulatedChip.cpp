@@ -31,9 +31,8 @@ void SimulatedChip::readBack(EntryVisitor const& visit) const {
 std::optional<EntryData> SimulatedChip::held(EntryKey const& key) const {
    return std::visit(
        [this](auto each) {
-          auto const& entries = tableOf(each).entries();
-          auto found = entries.find(each);
-          return found == entries.end() ? std::nullopt : std::optional<EntryData>(found->second);
+          auto const* found = tableOf(each).held(each);
+          return found == nullptr ? std::nullopt : std::optional<EntryData>(*found);
        },
        key);
 }

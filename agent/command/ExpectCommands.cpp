@@ -95,11 +95,12 @@ void expectMapper(AgentHost& host, Arguments& arguments, std::ostream&) {
    std::string word = arguments.next("POLICY, none or absent");
    arguments.end();
    std::optional<uint64_t> data;
-   for (auto const& [key, result] : host.mapper().mapperConfig->configIter()) {
-      if (key.fields().subIntfId == subIntf && key.fields().intfId == port) {
-         data = result.inLifAdditionalData;
+   host.seam().mapper().forEachKeyOf(subIntf, [&](auto key) {
+      auto result = host.seam().mapper().configured(key);
+      if (result && key.fields().intfId == port) {
+         data = result->inLifAdditionalData;
       }
-   }
+   });
    requireData(fmt::format("the mapper entry of {} on {}", subIntf.name(), port.name()), word,
                data);
 }

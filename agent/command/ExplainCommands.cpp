@@ -57,9 +57,11 @@ void problems(AgentHost& host, Arguments& arguments, std::ostream& out) {
    arguments.end();
    Table table{"problems", {"request", "merged policy", "status", "why"}, {}};
    Situations situations(host);
-   for (TcamSharingRequest request : knownRequests(host)) {
+   for (TcamSharingRequest request : host.suspects().list()) {
       Situation situation = situations.of(request);
-      if (!situation.sound()) {
+      if (situation.sound()) {
+         host.suspects().soundIs(request);
+      } else {
          table.add({formatRequest(request), formatPolicy(situation.merged),
                     formatStatus(situation.response.status), explain(situation, host).verdict});
       }

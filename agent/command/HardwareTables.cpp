@@ -240,7 +240,7 @@ Table clocks(AgentHost const& host) {
    host.chip().forEachTable([&](auto const& of) {
       auto const& due = of.unanswered();
       table.add(
-          {chipTableName(of.kind), "next answer", due.empty() ? Json() : Json(due.front().due)});
+          {chipTableName(of.kind), "next answer", due.empty() ? Json() : Json(due.begin()->due)});
    });
    return table;
 }

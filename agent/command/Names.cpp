@@ -15,7 +15,7 @@ TcamSharingPolicyId parsePolicy(std::string_view text) {
       return TcamSharingPolicyId(parseNumber(text, "POLICY", 1, UINT64_MAX));
    }
    uint64_t value = 0;
-   std::set<std::string_view> seen;
+   std::vector<std::string_view> seen;
    while (!text.empty()) {
       std::string_view part = text.substr(0, text.find(','));
       text.remove_prefix(std::min(text.size(), part.size() + 1));
@@ -25,9 +25,10 @@ TcamSharingPolicyId parsePolicy(std::string_view text) {
       if (field == std::end(policyFields) || part.size() == name.size()) {
          throw CommandError("POLICY has fields qos=, pbr=, acl=, lumen=, other=, not '{}'", part);
       }
-      if (!seen.insert(name).second) {
+      if (std::find(seen.begin(), seen.end(), name) != seen.end()) {
          throw CommandError("POLICY has '{}' twice", name);
       }
+      seen.push_back(name);
       value |= parseNumber(part.substr(name.size() + 1), name, 0, field->max) << field->shift;
    }
    if (value == 0) {
@@ -90,15 +91,27 @@ std::vector<TcamSharingRequest> existingRequests(AgentHost const& host,
       }
       return found;
    }
+   if (named.unit) {
+      return found;
+   }
    IntfId intf = named.interfaces.front();
-   auto vlan = floodVlan(host.world(), intf, named);
-   for (auto const& unit : host.world().inventory().units) {
-      TcamSharingRequest candidate(intf, FapId(unit.fapId), vlan.value_or(VlanIdOrNone()));
-      if (!named.unit && std::any_of(requesters.begin(), requesters.end(), [&](Requester each) {
-             return host.sharing().config(each)->requestHas(candidate);
-          })) {
-         found.push_back(candidate);
+   auto vlan = floodVlan(host.world(), intf, named).value_or(VlanIdOrNone());
+   for (Requester requester : requesters) {
+      for (TcamSharingRequest each : host.asked(requester, intf)) {
+         if (each.l3FloodPortVlanId() == vlan &&
+             std::find(found.begin(), found.end(), each) == found.end()) {
+            found.push_back(each);
+         }
       }
+   }
+   if (found.size() > 1) {
+      auto const& units = host.world().inventory().units;
+      auto place = [&](TcamSharingRequest request) {
+         return std::find_if(units.begin(), units.end(), [&](InventoryUnit const& unit) {
+            return unit.fapId == request.fapId().value();
+         });
+      };
+      std::sort(found.begin(), found.end(), [&](auto a, auto b) { return place(a) < place(b); });
    }
    return found;
 }

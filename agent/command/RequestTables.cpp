@@ -100,7 +100,7 @@ Table requestTable(AgentHost const& host) {
    Situations situations(host);
    for (Requester requester : requesters) {
       for (auto const& [request, policy] : host.sharing().config(requester)->requestIter()) {
-         RequesterPart part = requesterPart(host, situations.of(request), requester);
+         RequesterPart part = requesterPart(host, situations.forParts(request), requester);
          bool answered = part.answer.status != tcamSharingNone;
          auto row = joined({requesterName(requester)}, requestCells(request));
          table.add(joined(row, {formatPolicy(policy), formatStatus(part.answer.status),
@@ -123,7 +123,7 @@ Table summaryTable(AgentHost const& host) {
       std::size_t older = 0;
       auto const& config = host.sharing().config(requester);
       for (auto const& [request, policy] : config->requestIter()) {
-         RequesterPart part = requesterPart(host, situations.of(request), requester);
+         RequesterPart part = requesterPart(host, situations.forParts(request), requester);
          inHardware += part.inHardware >= RequesterPart::InHardware::partly ? 1 : 0;
          older += part.answeredOlder() ? 1 : 0;
          counts[part.answer.status] += part.answeredOlder() ? 0 : 1;

@@ -4,7 +4,6 @@
 #include "host/names/Names.h"
 
 #include <algorithm>
-#include <fmt/format.h>
 #include <sstream>
 #include <string_view>
 
@@ -15,11 +14,13 @@ std::vector<std::string> splitWords(std::string const& line) {
    std::string word;
    bool inWord = false;
    bool quoted = false;
-   for (char c : line) {
+   auto isSpace = [](char c) { return c == ' ' || c == '\t' || c == '\r'; };
+   for (std::size_t at = 0; at < line.size(); ++at) {
+      char c = line[at];
       if (c == '\0') {
          throw CommandError("a command has no NUL characters, unlike '{}'", line);
       }
-      bool space = c == ' ' || c == '\t' || c == '\r';
+      bool space = isSpace(c);
       if (c == '"') {
          quoted = !quoted;
          inWord = true;
@@ -33,7 +34,14 @@ std::vector<std::string> splitWords(std::string const& line) {
             return words;
          }
       } else {
-         word += c;
+         std::size_t begin = at;
+         auto isPlain = [&](char next) {
+            return next != '\0' && next != '"' && (quoted || (!isSpace(next) && next != '#'));
+         };
+         while (at + 1 < line.size() && isPlain(line[at + 1])) {
+            ++at;
+         }
+         word.append(line, begin, at + 1 - begin);
          inWord = true;
       }
    }
@@ -48,7 +56,7 @@ std::vector<std::string> splitWords(std::string const& line) {
 
 void ScenarioRunner::runCommand(std::vector<std::string> words) {
    Command const& command = commandRegistry().take(words);
-   Arguments arguments(words);
+   Arguments arguments(std::move(words));
    Detours const& detours = host_.changes().detours();
    uint64_t told = detours.count();
    auto tell = [&] {
@@ -68,14 +76,14 @@ void ScenarioRunner::runCommand(std::vector<std::string> words) {
 }
 
 bool ScenarioRunner::runLine(std::string const& line, std::string const& name, std::size_t number) {
-   bool sound = tryLine(line, fmt::format("{}:{}", name, number));
+   bool sound = tryLine(line, name, number);
    // A signal that ends the agent later takes nothing with it.
    out_.flush();
    host_.traceFile().flush();
    return sound;
 }
 
-bool ScenarioRunner::tryLine(std::string const& line, std::string const& place) {
+bool ScenarioRunner::tryLine(std::string const& line, std::string const& name, std::size_t number) {
    refused_.reset();
    try {
       auto words = splitWords(line);
@@ -89,12 +97,12 @@ bool ScenarioRunner::tryLine(std::string const& line, std::string const& place) 
       runCommand(std::move(words));
       return true;
    } catch (ExpectationFailed const& failed) {
-      errors_ << place << ": failed: " << failed.what() << std::endl;
+      errors_ << name << ":" << number << ": failed: " << failed.what() << std::endl;
    } catch (ChangeRefused const& refused) {
       refused_ = refused.objection();
-      errors_ << place << ": error: " << refused.what() << std::endl;
+      errors_ << name << ":" << number << ": error: " << refused.what() << std::endl;
    } catch (std::exception const& error) {
-      errors_ << place << ": error: " << error.what() << std::endl;
+      errors_ << name << ":" << number << ": error: " << error.what() << std::endl;
    }
    return false;
 }

@@ -31,7 +31,7 @@ class ScenarioRunner {
    std::optional<Objection> const& refused() const { return refused_; }
 
  private:
-   bool tryLine(std::string const& line, std::string const& place);
+   bool tryLine(std::string const& line, std::string const& name, std::size_t number);
    void runCommand(std::vector<std::string> words);
 
    AgentHost& host_;

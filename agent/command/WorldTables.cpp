@@ -11,11 +11,8 @@ Table units(AgentHost const& host) {
    auto const& world = host.world();
    for (auto const& unit : world.inventory().units) {
       FapId fapId(unit.fapId);
-      std::size_t requests = 0;
-      for (auto const& [request, policy] :
-           host.pipelineOf(TcamSharingRequest(IntfId(), fapId)).merged->requestIter()) {
-         requests += request.fapId() == fapId ? 1 : 0;
-      }
+      std::size_t requests =
+          host.requestsOf(host.pipelineOf(TcamSharingRequest(IntfId(), fapId))).countOn(fapId);
       uint64_t entries = 0;
       host.chip().forEachTable([&](auto const& of) { entries += of.entriesOn(fapId); });
       table.add({unit.fapId, unit.name, formatUnitType(world.shoalStatus->fapType(fapId)),

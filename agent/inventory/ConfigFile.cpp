@@ -183,14 +183,20 @@ std::vector<ConfigFile::Row> ConfigFile::rows(ConfigJson const& tables, std::str
       report(table, "-", "is not an object of rows, left out");
       return found;
    }
-   for (auto const& [key, fields] : at->items()) {
-      if (!fields.is_object()) {
-         report(table, key, "is not an object of fields, read as empty");
+   std::vector<ConfigJson::object_t::value_type const*> members;
+   members.reserve(at->size());
+   for (auto const& member : at->get_ref<ConfigJson::object_t const&>()) {
+      if (!member.second.is_object()) {
+         report(table, member.first, "is not an object of fields, read as empty");
       }
-      found.push_back({key, fields.is_object() ? &fields : &empty});
+      members.push_back(&member);
    }
-   std::sort(found.begin(), found.end(),
-             [](Row const& a, Row const& b) { return naturalLess(a.key, b.key); });
+   std::sort(members.begin(), members.end(),
+             [](auto const* a, auto const* b) { return naturalLess(a->first, b->first); });
+   found.reserve(members.size());
+   for (auto const* member : members) {
+      found.push_back({member->first, member->second.is_object() ? &member->second : &empty});
+   }
    return found;
 }
 

@@ -86,10 +86,12 @@ class Builder {
 
    bool key(std::string& key) {
       Level& object = open_.back();
-      auto [member, added] =
-          object.container->get_ref<ConfigJson::object_t&>().emplace(key, nullptr);
-      object.member = &*member;
-      if (!added) {
+      auto& members = object.container->get_ref<ConfigJson::object_t&>();
+      std::size_t before = members.size();
+      // Most keys come in order.
+      object.member = members.emplace_hint(before == 0 ? members.end() : std::next(object.member),
+                                           key, nullptr);
+      if (members.size() == before) {
          parsed_.duplicates.push_back({place(), key});
       }
       return true;
@@ -121,10 +123,10 @@ class Builder {
    }
 
  private:
-   using Member = ConfigJson::object_t::value_type;
    struct Level {
       ConfigJson* container;
-      Member* member; // the one being read; none in arrays
+      ConfigJson::object_t::iterator member; // of an object: the one being read
+      bool hasMember() const { return container->is_object() && !container->empty(); }
    };
 
    template<class Value>
@@ -145,7 +147,7 @@ class Builder {
       return true;
    }
    bool open(ConfigJson container) {
-      open_.push_back({&put(std::move(container)), nullptr});
+      open_.push_back({&put(std::move(container)), {}});
       return true;
    }
    bool close() {
@@ -155,7 +157,7 @@ class Builder {
    std::string place() const {
       std::string text;
       for (std::size_t i = 0; i + 1 < open_.size(); ++i) {
-         if (open_[i].member != nullptr) {
+         if (open_[i].hasMember()) {
             text += (text.empty() ? "" : "/") + open_[i].member->first;
          }
       }

@@ -48,7 +48,6 @@ void InventoryBuilder::build() {
       buildUnit({i, &inventory_.units[i], unitTables_[i], {}, {}, {}, {}});
    }
    numberSystemPorts();
-   inventory_.indexNames();
 }
 
 InventoryBuilder::Metadata InventoryBuilder::metadata(ConfigFile::Section const& section) {

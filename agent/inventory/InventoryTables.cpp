@@ -4,6 +4,7 @@
 #include "host/world/InterfaceName.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace Agent {
 
@@ -84,8 +85,9 @@ bool InventoryBuilder::isTagged(ConfigFile::Row const& member) {
 }
 
 void InventoryBuilder::buildSubInterfaces(UnitNames& names) {
-   std::set<std::string> seen;
-   for (auto const& row : file_.rows(*names.tables, "VLAN_SUB_INTERFACE")) {
+   auto const rows = file_.rows(*names.tables, "VLAN_SUB_INTERFACE");
+   std::unordered_set<std::string> seen(rows.size());
+   for (auto const& row : rows) {
       // "key|address" rows are addresses of a sub-interface that has, or should have, a row.
       std::string name = row.key.substr(0, row.key.find('|'));
       bool address = name.size() != row.key.size();
@@ -126,8 +128,9 @@ void InventoryBuilder::buildSubInterfaces(UnitNames& names) {
       }
       uint32_t outer = tagOf(file_, row, "vlan", nameIsTag ? parsed->id : 0, ": it has no tags");
       uint32_t inner = tagOf(file_, row, "inner_vlan", 0, ": it has no inner tag");
+      std::string parent = unique.substr(0, unique.rfind('.'));
       inventory_.subInterfaces.push_back(
-          {unique, uniqueName(names, parsed->parent), outer, outer == 0 ? 0 : inner});
+          {std::move(unique), std::move(parent), outer, outer == 0 ? 0 : inner});
    }
 }
 

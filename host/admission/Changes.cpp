@@ -220,8 +220,10 @@ void Changes::programInHwIs(IntfId subIntf, bool on) {
 }
 
 void Changes::encapKindIs(IntfId subIntf, uint32_t kind) {
-   factIs("the encapsulation kind", subIntf, nullptr,
-          [=, this] { world_.encapKindIs(subIntf, kind); });
+   factIs("the encapsulation kind", subIntf, nullptr, [=, this] {
+      world_.encapKindIs(subIntf, kind);
+      judge_.refresh({subIntf});
+   });
 }
 
 Effects Changes::internalVlanEffects(IntfId routedPort, VlanIdOrNone vlan) const {
@@ -347,7 +349,7 @@ void Changes::fapTypeIs(FapId unit, Hardware::Shoal::FapType type) {
        },
        [=, this] {
           world_.fapTypeIs(unit, type);
-          judge_.refreshAll();
+          judge_.refresh(unit);
        });
 }
 
@@ -366,7 +368,10 @@ void Changes::fapAvailableIs(FapId unit, bool available) {
 void Changes::extLkupTypeIs(FapId unit, Hardware::Shoal::ExtLkupType type) {
    unitIs(
        unit, "the lookup", [=, this] { return judge_.judgeLookup(unit, type); },
-       [=, this] { world_.extLkupTypeIs(unit, type); });
+       [=, this] {
+          world_.extLkupTypeIs(unit, type);
+          judge_.lookupChanged(unit);
+       });
 }
 
 // ---- Ports and port-channels

@@ -21,6 +21,12 @@ class Changes {
    Setting setting() const { return detours_.setting(); }
    void settingIs(Setting setting) { detours_.settingIs(setting); }
 
+   // See Judge.
+   void watcherIs(FactWatcher* watcher) { judge_.watcherIs(watcher); }
+   RequestIndex const& indexOf(SharingPipeline const& pipeline) const {
+      return judge_.indexOf(pipeline);
+   }
+
    // Requests. The empty policy withdraws. HostError for a unit whose number no shared entry can
    // hold.
    void requestIs(Requester requester, std::vector<TcamSharingRequest> const& requests,

@@ -438,6 +438,7 @@ void Detours::heldRequestIs(Requester requester, TcamSharingRequest request) {
 void Detours::wishIs(Requester requester, TcamSharingRequest request, TcamSharingPolicyId policy,
                      std::string why, std::function<void()> make) {
    wishes_[{requester, request}] = {policy, std::move(why), std::move(make)};
+   judge_.requestHeld(request);
 }
 
 void Detours::tryHeld(FapId unit) {

@@ -258,7 +258,7 @@ void Judge::addRequest(Effects& effects, Requester requester, TcamSharingRequest
 
 void Judge::affect(Effects& effects, std::vector<IntfId> const& interfaces) const {
    for (IntfId intf : interfaces) {
-      auto requests = isemIndex_.of(intf);
+      auto const& requests = isemIndex_.of(intf);
       effects.isem.affected.insert(effects.isem.affected.end(), requests.begin(), requests.end());
    }
 }
@@ -278,6 +278,22 @@ std::vector<Judge::Asked> Judge::askedOn(FapId unit, std::vector<Requester> cons
 void Judge::refresh(std::vector<IntfId> const& interfaces) {
    for (IntfId intf : interfaces) {
       isemIndex_.refresh(intf);
+      mapperIndex_.refresh(intf);
+      if (watcher_ != nullptr) {
+         watcher_->interfaceChanged(intf);
+      }
+   }
+}
+
+void Judge::refresh(FapId unit) {
+   isemIndex_.refreshAll();
+   mapperIndex_.refreshAll();
+   lookupChanged(unit);
+}
+
+void Judge::lookupChanged(FapId unit) {
+   if (watcher_ != nullptr) {
+      watcher_->unitChanged(unit);
    }
 }
 

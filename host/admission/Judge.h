@@ -19,6 +19,20 @@ struct Effects {
    FactChange facts;
 };
 
+// Is told of the facts that changes made here changed.
+class FactWatcher {
+ public:
+   // Where a request of the interface leads may have changed.
+   virtual void interfaceChanged(IntfId intf) = 0;
+   // The type of a unit changed, or its look-up.
+   virtual void unitChanged(FapId unit) = 0;
+   // What is asked for in a request is kept from the pipeline.
+   virtual void requestHeld(TcamSharingRequest request) = 0;
+
+ protected:
+   ~FactWatcher() = default;
+};
+
 class Judge {
  public:
    Judge(World const& world, IsemPipeline const& isem, MapperPipeline const& mapper,
@@ -51,10 +65,21 @@ class Judge {
 
    RequestIndex const& isemIndex() const { return isemIndex_; }
    RequestIndex const& mapperIndex() const { return mapperIndex_; }
+   RequestIndex const& indexOf(SharingPipeline const& pipeline) const {
+      return &pipeline == &isem_ ? isemIndex_ : mapperIndex_;
+   }
 
-   // The facts of interfaces have changed; of a unit.
+   // The facts of interfaces have changed; the type of a unit; its look-up.
    void refresh(std::vector<IntfId> const& interfaces);
-   void refreshAll() { isemIndex_.refreshAll(); }
+   void refresh(FapId unit);
+   void lookupChanged(FapId unit);
+   void requestHeld(TcamSharingRequest request) {
+      if (watcher_ != nullptr) {
+         watcher_->requestHeld(request);
+      }
+   }
+   // Null: nobody.
+   void watcherIs(FactWatcher* watcher) { watcher_ = watcher; }
    void intakesRebuilt();
 
  private:
@@ -72,6 +97,7 @@ class Judge {
    ChipSeam const& seam_;
    RequestIndex isemIndex_;
    RequestIndex mapperIndex_;
+   FactWatcher* watcher_ = nullptr;
 };
 
 // The policies' bits that a requester owns on a unit, as the merge takes them.

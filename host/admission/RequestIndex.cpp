@@ -61,15 +61,20 @@ std::vector<AradSemKeyAndFap> RequestIndex::unansweredAt(TcamSharingRequest requ
 }
 
 void RequestIndex::handleMerged(TcamSharingRequest const& request) {
-   auto& list = ofIntf_[request.intfId().index()];
+   auto& list = ofIntf_[request.intfId()];
    bool wanted = pipeline_.merged->requestHas(request);
    bool known = std::find(list.begin(), list.end(), request) != list.end();
    if (wanted && !known) {
       list.push_back(request);
       orders_.set(request, ++lastOrder_);
+      ++counts_[request.fapId()];
       place(request);
    } else if (!wanted && known) {
       std::erase(list, request);
+      --counts_[request.fapId()];
+      if (list.empty()) {
+         ofIntf_.erase(request.intfId());
+      }
       displace(request);
    }
 }
@@ -94,22 +99,26 @@ void RequestIndex::intakeRebuilt() {
 }
 
 void RequestIndex::place(TcamSharingRequest request) {
-   auto key = shares_ != nullptr ? WorldFacts(world_, {}).sharedKey(request) : std::nullopt;
-   keys_.set(request, key);
-   if (key) {
+   WorldFacts facts(world_, {});
+   // What was wanted before a unit changed its type may still be.
+   if (shares_ == nullptr && !facts.isArad(request.fapId())) {
+      return;
+   }
+   if (auto key = facts.sharedKey(request)) {
+      keys_[request] = *key;
       at_[*key].push_back(request);
    }
 }
 
 void RequestIndex::displace(TcamSharingRequest request) {
-   if (auto key = keys_.get(request)) {
-      auto at = at_.find(*key);
-      std::erase(at->second, request);
-      if (at->second.empty()) {
-         at_.erase(at);
+   if (auto key = keyOf(request)) {
+      auto& at = *at_.find(*key);
+      std::erase(at, request);
+      if (at.empty()) {
+         at_.erase(*key);
       }
+      keys_.erase(request);
    }
-   keys_.del(request);
 }
 
 void RequestIndex::refresh(IntfId intf) {
@@ -126,14 +135,21 @@ void RequestIndex::refreshAll() {
    }
 }
 
-std::vector<TcamSharingRequest> RequestIndex::of(IntfId intf) const {
-   auto found = ofIntf_.find(intf.index());
-   return found == ofIntf_.end() ? std::vector<TcamSharingRequest>() : found->second;
+namespace {
+
+std::vector<TcamSharingRequest> const& orNone(std::vector<TcamSharingRequest> const* found) {
+   static std::vector<TcamSharingRequest> const none;
+   return found == nullptr ? none : *found;
 }
 
-std::vector<TcamSharingRequest> RequestIndex::leadingTo(AradSemKeyAndFap key) const {
-   auto found = at_.find(key);
-   return found == at_.end() ? std::vector<TcamSharingRequest>() : found->second;
+} // namespace
+
+std::vector<TcamSharingRequest> const& RequestIndex::of(IntfId intf) const {
+   return orNone(ofIntf_.find(intf));
+}
+
+std::vector<TcamSharingRequest> const& RequestIndex::leadingTo(AradSemKeyAndFap key) const {
+   return orNone(at_.find(key));
 }
 
 std::optional<uint64_t> RequestIndex::placeInQueue(TcamSharingRequest request) const {

@@ -4,8 +4,8 @@
 
 #include "host/admission/WorldFacts.h"
 #include "host/pipelines/IsemPipeline.h"
+#include "platform/Orv/IndexedMap.h"
 
-#include <map>
 #include <unordered_map>
 #include <vector>
 
@@ -17,9 +17,19 @@ class RequestIndex {
    RequestIndex(World const& world, SharingPipeline const& pipeline, IsemPipeline const* shares);
 
    // The wanted requests of an interface, in the order in which they came.
-   std::vector<TcamSharingRequest> of(IntfId intf) const;
-   // The wanted requests that lead to an entry.
-   std::vector<TcamSharingRequest> leadingTo(AradSemKeyAndFap key) const;
+   std::vector<TcamSharingRequest> const& of(IntfId intf) const;
+   // The wanted requests that lead to an entry, in no order.
+   std::vector<TcamSharingRequest> const& leadingTo(AradSemKeyAndFap key) const;
+   // The shared entry that a wanted request leads to; none: nowhere, or its unit shares otherwise.
+   std::optional<AradSemKeyAndFap> keyOf(TcamSharingRequest request) const {
+      auto const* key = keys_.find(request);
+      return key == nullptr ? std::nullopt : std::optional(*key);
+   }
+   // How many requests are wanted on a unit.
+   std::size_t countOn(FapId unit) const {
+      auto const* count = counts_.find(unit);
+      return count == nullptr ? 0 : *count;
+   }
    // The place of a request in the order in which slices will work the queue; none: not queued.
    std::optional<uint64_t> placeInQueue(TcamSharingRequest request) const;
    // The place of one that waits for a retry in the order of the retry pass, behind every queued
@@ -50,9 +60,10 @@ class RequestIndex {
    World const& world_;
    SharingPipeline const& pipeline_;
    IsemPipeline const* shares_;
-   std::unordered_map<uint32_t, std::vector<TcamSharingRequest>> ofIntf_; // by interface
-   std::map<AradSemKeyAndFap, std::vector<TcamSharingRequest>> at_;
-   Orv::KeyedByIndex<TcamSharingRequest, std::optional<AradSemKeyAndFap>> keys_;
+   Orv::IndexedMap<IntfId, std::vector<TcamSharingRequest>> ofIntf_;
+   Orv::IndexedMap<FapId, std::size_t> counts_;
+   Orv::IndexedMap<AradSemKeyAndFap, std::vector<TcamSharingRequest>> at_;
+   Orv::IndexedMap<TcamSharingRequest, AradSemKeyAndFap> keys_;
    Orv::KeyedByIndex<TcamSharingRequest, uint64_t> places_;  // of queued ones, from 1
    Orv::KeyedByIndex<TcamSharingRequest, uint64_t> retries_; // of those on the retry list, from 1
    uint64_t lastPlace_ = 0;

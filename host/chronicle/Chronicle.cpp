@@ -1,15 +1,19 @@
 #include "host/chronicle/Chronicle.h"
 
+#include <algorithm>
+
 namespace ShoalHost {
 
 using namespace Hardware::ShoalTunnel;
 
 struct Chronicle::Watch {
    Watch(Chronicle* owner, SharingPipeline const& of)
-       : chronicle(owner), pipeline(of), orvMerged(this), orvStatus(this), orvBacklog(this) {
+       : chronicle(owner), pipeline(of), order(of.merged->requestCollection()), orvMerged(this),
+         orvStatus(this), orvBacklog(this), orvRetry(this) {
       pipeline.merged->requestCollection().watch(orvMerged);
       pipeline.mergedStatus->responseCollection().watch(orvStatus);
       pipeline.codef->backlogCollection().watch(orvBacklog);
+      pipeline.commonBase->retryListCollection().watch(orvRetry);
    }
    void handleMerged(TcamSharingRequest const& request) {
       note(request, &RequestTimes::asked, pipeline.merged->requestHas(request));
@@ -21,27 +25,42 @@ struct Chronicle::Watch {
       note(request, &RequestTimes::queued, pipeline.codef->backlog(request));
    }
 
+   void handleRetry(TcamSharingEntry const& entry) {
+      auto& policies = retried[entry.request()];
+      if (!pipeline.commonBase->retryList(entry)) {
+         std::erase(policies, entry.policyId());
+         if (policies.empty()) {
+            retried.erase(entry.request());
+         }
+      } else if (std::find(policies.begin(), policies.end(), entry.policyId()) == policies.end()) {
+         policies.push_back(entry.policyId());
+      }
+   }
+
    void note(TcamSharingRequest const& request, std::optional<Seconds> RequestTimes::*time,
              bool there) {
-      RequestTimes changed = times.get(request);
+      RequestTimes& changed = times[request];
       changed.*time = there ? std::optional(Orv::System::peekTime()) : std::nullopt;
       if (time == &RequestTimes::status) {
          changed.cause = there ? chronicle->causeNow(request) : ResponseCause();
       }
-      times.set(request, changed);
    }
 
    Chronicle* chronicle;
    SharingPipeline const& pipeline;
-   Orv::KeyedByIndex<TcamSharingRequest, RequestTimes> times;
+   Orv::IndexedMap<TcamSharingRequest, RequestTimes> times;
+   Orv::IndexedMap<TcamSharingRequest, std::vector<TcamSharingPolicyId>> retried;
+   Orv::InsertionOrder<TcamSharingRequest> order;
    Orv::ReactorFor<&Watch::handleMerged> orvMerged;
    Orv::ReactorFor<&Watch::handleStatus> orvStatus;
    Orv::ReactorFor<&Watch::handleBacklog> orvBacklog;
+   Orv::ReactorFor<&Watch::handleRetry> orvRetry;
 };
 
 Chronicle::Chronicle(IsemPipeline const& isem, MapperPipeline const& mapper, ChipSeam& chip)
-    : isem_(isem), mapper_(mapper), chip_(chip), orvIsemConfig_(this), orvMapperConfig_(this),
-      orvTunnelConfig_(this) {
+    : isem_(isem), mapper_(mapper), chip_(chip),
+      pendingLifs_(mapper.common->pendingLifEntriesCollection()), orvIsemConfig_(this),
+      orvMapperConfig_(this), orvTunnelConfig_(this) {
    for (SharingPipeline const* pipeline : {static_cast<SharingPipeline const*>(&isem),
                                            static_cast<SharingPipeline const*>(&mapper)}) {
       watches_.push_back(std::make_unique<Watch>(this, *pipeline));
@@ -75,17 +94,34 @@ void Chronicle::intakesRebuilt() {
 }
 
 std::optional<EntryChange> Chronicle::lastChange(EntryKey const& key) const {
-   auto found = changes_.find(key);
-   return found == changes_.end() ? std::nullopt : std::optional(found->second);
+   return std::visit(
+       [this](auto each) {
+          auto const* found =
+              std::get<Orv::IndexedMap<decltype(each), EntryChange>>(changes_).find(each);
+          return found == nullptr ? std::nullopt : std::optional(*found);
+       },
+       key);
+}
+
+Chronicle::Watch const& Chronicle::watch(SharingPipeline const& pipeline) const {
+   return **std::find_if(watches_.begin(), watches_.end(),
+                         [&](auto const& each) { return &each->pipeline == &pipeline; });
 }
 
 RequestTimes Chronicle::of(SharingPipeline const& pipeline, TcamSharingRequest request) const {
-   for (auto const& watch : watches_) {
-      if (&watch->pipeline == &pipeline) {
-         return watch->times.get(request);
-      }
-   }
-   return {};
+   auto const* found = watch(pipeline).times.find(request);
+   return found == nullptr ? RequestTimes() : *found;
+}
+
+std::vector<TcamSharingPolicyId> const& Chronicle::retried(SharingPipeline const& pipeline,
+                                                           TcamSharingRequest request) const {
+   static std::vector<TcamSharingPolicyId> const none;
+   auto const* found = watch(pipeline).retried.find(request);
+   return found == nullptr ? none : *found;
+}
+
+uint64_t Chronicle::placeOf(SharingPipeline const& pipeline, TcamSharingRequest request) const {
+   return watch(pipeline).order.place(request);
 }
 
 ResponseCause Chronicle::causeNow(TcamSharingRequest request) const {
@@ -125,11 +161,6 @@ ResponseCause Chronicle::causeNow(TcamSharingRequest request) const {
    return ResponseCause{restarting ? Kind::restarted : Kind::processed, std::nullopt, {}};
 }
 
-void Chronicle::change(EntryKey const& key, EntryChange::Kind kind,
-                       std::optional<TcamSharingRequest> by) {
-   changes_.insert_or_assign(key, EntryChange{kind, Orv::System::peekTime(), by});
-}
-
 // The machine queues the pending write before it writes; the newest is at the end.
 std::optional<TcamSharingRequest> Chronicle::writerOf(AradSemKeyAndFap key) const {
    bool isInsert = isem_.table->configHas(key);
@@ -156,9 +187,9 @@ std::optional<TcamSharingRequest> Chronicle::writerOf(TunnelPolicyMapperKey key)
 }
 
 bool Chronicle::isMade(VlanTagToVsiMapperKey key) const {
-   auto known = lifs_.find(key);
+   auto const* known = lifs_.find(key);
    auto result = mapper_.mapperConfig->configCollection().find(key);
-   return result && (known == lifs_.end() || known->second != result->lif);
+   return result && (known == nullptr || *known != result->lif);
 }
 
 void Chronicle::handleIsemConfig(AradSemKeyAndFap const& key) {

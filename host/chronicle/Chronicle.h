@@ -5,10 +5,12 @@
 #include "host/driver/ChipSeam.h"
 #include "host/pipelines/IsemPipeline.h"
 #include "host/pipelines/MapperPipeline.h"
+#include "platform/Orv/IndexedMap.h"
+#include "platform/Orv/InsertionOrder.h"
 
-#include <map>
 #include <memory>
 #include <optional>
+#include <tuple>
 #include <variant>
 #include <vector>
 
@@ -43,8 +45,8 @@ struct EntryChange {
       removed, // for a request that was withdrawn or taken out of the output; or by the owner
       left     // for a request that moved to another entry
    };
-   Kind kind;
-   Seconds at;
+   Kind kind = Kind::made;
+   Seconds at = 0.0;
    std::optional<TcamSharingRequest> by; // none: the owner
 };
 
@@ -57,13 +59,25 @@ class Chronicle {
    void intakesRebuilt();
    // In that pipeline: a unit that changes its generation may leave a request in both.
    RequestTimes of(SharingPipeline const& pipeline, TcamSharingRequest request) const;
+   // The policies under which the pipeline's retry list has the request.
+   std::vector<TcamSharingPolicyId> const& retried(SharingPipeline const& pipeline,
+                                                   TcamSharingRequest request) const;
+   // When the request came to be wanted in the pipeline, as a place among all; 0: it is not.
+   uint64_t placeOf(SharingPipeline const& pipeline, TcamSharingRequest request) const;
+   // When the entry came to wait for its answer; 0: it does not.
+   uint64_t placeOfPending(VlanTagToVsiMapperKey key) const { return pendingLifs_.place(key); }
    // None: never configured.
    std::optional<EntryChange> lastChange(EntryKey const& key) const;
 
  private:
    struct Watch; // one pipeline's
+   Watch const& watch(SharingPipeline const& pipeline) const;
    ResponseCause causeNow(TcamSharingRequest request) const;
-   void change(EntryKey const& key, EntryChange::Kind kind, std::optional<TcamSharingRequest> by);
+   template<class Key>
+   void change(Key key, EntryChange::Kind kind, std::optional<TcamSharingRequest> by) {
+      std::get<Orv::IndexedMap<Key, EntryChange>>(changes_)[key] =
+          EntryChange{kind, Orv::System::peekTime(), by};
+   }
 
    // For whom the entry was written or removed just now, as far as the machines recorded it.
    std::optional<TcamSharingRequest> writerOf(AradSemKeyAndFap key) const;
@@ -78,9 +92,14 @@ class Chronicle {
    IsemPipeline const& isem_;
    MapperPipeline const& mapper_;
    ChipSeam& chip_;
-   std::map<EntryKey, EntryChange> changes_;
-   std::map<VlanTagToVsiMapperKey, uint32_t> lifs_; // which one the owner made last
+   // Last changes, by the kind of the key.
+   std::tuple<Orv::IndexedMap<AradSemKeyAndFap, EntryChange>,
+              Orv::IndexedMap<VlanTagToVsiMapperKey, EntryChange>,
+              Orv::IndexedMap<TunnelPolicyMapperKey, EntryChange>>
+       changes_;
+   Orv::IndexedMap<VlanTagToVsiMapperKey, uint32_t> lifs_; // which one the owner made last
    std::vector<std::unique_ptr<Watch>> watches_;
+   Orv::InsertionOrder<VlanTagToVsiMapperKey> pendingLifs_;
    Orv::ReactorFor<&Chronicle::handleIsemConfig> orvIsemConfig_;
    Orv::ReactorFor<&Chronicle::handleMapperConfig> orvMapperConfig_;
    Orv::ReactorFor<&Chronicle::handleTunnelConfig> orvTunnelConfig_;

@@ -53,6 +53,12 @@ class ChipSeam final : private AnswerSink {
       forEachTable([&](auto& table) { table.writerOfIs(writerOf); });
    }
 
+   // For all tables: see SeamTable::watcherIs.
+   template<class Watcher>
+   void watcherIs(Watcher const& watcher) {
+      forEachTable([&](auto& table) { table.watcherIs(watcher); });
+   }
+
    // Writes the configurations to the chip again, as after a restart of it.
    void replay();
    // An answer for the entry is overdue: see SeamTable::askAgain.

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "host/driver/ChipDriver.h"
+#include "platform/Orv/IndexedMap.h"
 #include "platform/Orv/Notifier.h"
 
 #include <map>
@@ -50,11 +51,15 @@ class SeamTable {
          unitOf_(std::move(unitOf)), orvConfig_(this) {}
 
    // An entry that the chip holds at the start. All of them come ahead of start().
-   void readBack(Key key, EntryData const& data) { unclaimed_[key] = std::get<Data>(data); }
+   void readBack(Key key, EntryData const& data) {
+      unclaimed_[key] = std::get<Data>(data);
+      noteKey(key);
+   }
    // Takes up what is configured, then follows it. What was read back and is configured stands
    // already; the rest of it waits to be claimed by a write.
    void start() {
       for (auto const& [key, data] : config_->configIter()) {
+         noteKey(key);
          if (standsIn(key, data)) {
             memories_[key].lastWrite = {Orv::System::peekTime(), Outcome::accepted, 0,
                                         std::nullopt};
@@ -69,6 +74,10 @@ class SeamTable {
    // Identifies, by an index, the request for which an entry is being written or removed.
    using WriterOf = std::function<std::optional<uint32_t>(Key)>;
    void writerOfIs(WriterOf writerOf) { writerOf_ = std::move(writerOf); }
+   // Is told of an entry whenever the chip may hold something else there, with the writer of the
+   // write or removal; ahead of the status.
+   using Watcher = std::function<void(Key, std::optional<uint32_t>)>;
+   void watcherIs(Watcher watcher) { watcher_ = std::move(watcher); }
 
    // Writes everything that is configured to the chip again.
    void replay() {
@@ -81,8 +90,9 @@ class SeamTable {
    // notice, since it changed no status, is told again.
    void askAgain(Key key) {
       auto& asked = asked_[key];
-      if (auto out = unanswered_.extract(key)) {
-         asked.lost.insert(asked.lost.end(), out.mapped().begin(), out.mapped().end());
+      if (auto const* out = unanswered_.find(key)) {
+         asked.lost.insert(asked.lost.end(), out->begin(), out->end());
+         unanswered_.erase(key);
       }
       asked.number = writes_ + 1;
       asked.answered = false;
@@ -91,9 +101,9 @@ class SeamTable {
    // Makes of what the chip held at the start and nobody has claimed since what is configured: most
    // of it is removed, an in-LIF loses its data.
    void removeUnclaimed() {
-      for (auto const& [key, data] : std::exchange(unclaimed_, {})) {
+      std::exchange(unclaimed_, {}).forEach([this](Key key, Data const&) {
          write(key, std::nullopt);
-      }
+      });
    }
 
    FapId unitOf(Key key) const { return unitOf_(key); }
@@ -101,10 +111,27 @@ class SeamTable {
    // How many entries of a unit are configured, and not in the chip.
    uint64_t missing(FapId unit) const {
       uint64_t count = 0;
-      for (auto const& [key, data] : config_->configIter()) {
-         count += unitOf_(key) == unit && !held(key) ? 1 : 0;
-      }
+      doubtful_.forEach([&](Key key, Nothing) {
+         count += config_->configHas(key) && unitOf_(key) == unit && !held(key) ? 1 : 0;
+      });
       return count;
+   }
+   // The driver said that the chip accepted what is configured, and the chip did not restart since.
+   bool stands(Key key) const {
+      auto const& write = memory(key).lastWrite;
+      return write && write->outcome == Outcome::accepted && !memory(key).restarted &&
+             config_->configHas(key);
+   }
+   // Of the mapper: calls visit(key) with the keys of a sub-interface that were ever configured or
+   // read back.
+   template<class Visit>
+   void forEachKeyOf(Plexus::IntfId subIntf, Visit visit) const {
+      static_assert(kind == ChipTableKind::mapper);
+      auto const* newest = newestKeys_.find(subIntf);
+      for (Key key = newest == nullptr ? Key() : *newest; key != Key();
+           key = *olderKeys_.find(key)) {
+         visit(key);
+      }
    }
    std::optional<Data> held(Key key) const {
       auto data = driver_.held(key);
@@ -116,9 +143,10 @@ class SeamTable {
    std::optional<std::vector<ExpectedAnswer>> expected(Key key) const {
       return driver_.expected(key);
    }
-   EntryMemory memory(Key key) const {
-      auto found = memories_.find(key);
-      return found == memories_.end() ? EntryMemory() : found->second;
+   EntryMemory const& memory(Key key) const {
+      static EntryMemory const nothing;
+      auto const* found = memories_.find(key);
+      return found == nullptr ? nothing : *found;
    }
    // The key whose answer is being given just now: whoever is called meanwhile hears of that one.
    std::optional<Key> answering() const { return answering_; }
@@ -151,6 +179,7 @@ class SeamTable {
          memory.lastWrite->outcome = outcome;
       }
       settled(key, write, outcome);
+      noteHeld(key, write.writer);
       answering_ = key;
       bool removed = !write.data;
       for (ChipWrite const& each : stoodFor.value_or(std::vector<ChipWrite>{})) {
@@ -173,22 +202,44 @@ class SeamTable {
    void lost(Key key, ChipWrite const& write) {
       EntryMemory& memory = memories_[key];
       memory.lost = eventOf(write, memory.lastWrite ? memory.lastWrite->outcome : Outcome::pending);
+      noteHeld(key, write.writer);
    }
    void dropped(Key key, ChipWrite const& write) {
       memories_[key].dropped = eventOf(write, Outcome::pending);
    }
    // What the chip held is gone, and so is the status. The configuration stays.
    void restarted() {
-      for (auto& [key, memory] : memories_) {
-         memory.restarted = Orv::System::peekTime();
-      }
+      memories_.forEach(
+          [now = Orv::System::peekTime()](Key, EntryMemory& memory) { memory.restarted = now; });
       unclaimed_.clear();
+      memories_.forEach([this](Key key, EntryMemory const&) { noteHeld(key, std::nullopt); });
       restarting_ = true;
       status_->statusDelAll();
       restarting_ = false;
    }
 
  private:
+   struct Nothing {};
+
+   void noteKey(Key key) {
+      if constexpr (kind == ChipTableKind::mapper) {
+         if (!olderKeys_.contains(key)) {
+            olderKeys_[key] = std::exchange(newestKeys_[key.fields().subIntfId], key);
+         }
+      }
+   }
+
+   void noteHeld(Key key, std::optional<uint32_t> writer) {
+      if (!config_->configHas(key) || stands(key)) {
+         doubtful_.erase(key);
+      } else {
+         doubtful_[key];
+      }
+      if (watcher_) {
+         watcher_(key, writer);
+      }
+   }
+
    void handleConfig(Key const& key) { write(key, writerOf_ ? writerOf_(key) : std::nullopt); }
 
    void tell(Key key, std::optional<EntryData> const& data, Outcome outcome) {
@@ -200,13 +251,13 @@ class SeamTable {
    }
 
    void settled(Key key, ChipWrite const& write, Outcome outcome) {
-      auto found = unanswered_.find(key);
-      if (found == unanswered_.end() || outcome == Outcome::inProgress) {
+      auto* found = unanswered_.find(key);
+      if (found == nullptr || outcome == Outcome::inProgress) {
          return;
       }
-      std::erase_if(found->second, [&](auto const& each) { return each.number == write.number; });
-      if (found->second.empty()) {
-         unanswered_.erase(found);
+      std::erase_if(*found, [&](auto const& each) { return each.number == write.number; });
+      if (found->empty()) {
+         unanswered_.erase(key);
       }
    }
 
@@ -214,9 +265,8 @@ class SeamTable {
    // again: then it stays unclaimed until that, or removeUnclaimed().
    bool standsIn(Key key, Data const& data) {
       if constexpr (kind == ChipTableKind::mapper) {
-         auto found = unclaimed_.find(key);
-         if (found != unclaimed_.end() && found->second.lif == data.lif &&
-             found->second.inLifAdditionalData != 0) {
+         auto const* found = unclaimed_.find(key);
+         if (found != nullptr && found->lif == data.lif && found->inLifAdditionalData != 0) {
             return true;
          }
       }
@@ -225,15 +275,14 @@ class SeamTable {
 
    // Whether the chip holds just that from before the start; asked once.
    bool claim(Key key, Data const& data) {
-      auto found = unclaimed_.find(key);
-      bool same = found != unclaimed_.end() && found->second == data;
-      if (found != unclaimed_.end()) {
-         unclaimed_.erase(found);
-      }
+      auto const* found = unclaimed_.find(key);
+      bool same = found != nullptr && *found == data;
+      unclaimed_.erase(key);
       return same;
    }
 
    void write(Key key, std::optional<uint32_t> writer) {
+      noteKey(key);
       ChipWrite write{key, std::nullopt, ++writes_, Orv::System::peekTime(), writer};
       auto data = config_->configCollection().find(key);
       if (data) {
@@ -260,6 +309,7 @@ class SeamTable {
          unclaimed_.erase(key);
          driver_.remove(write);
       }
+      noteHeld(key, writer);
    }
 
    // Now.
@@ -273,16 +323,21 @@ class SeamTable {
    Orv::Ptr<typename T::Status> status_;
    std::function<FapId(Key)> unitOf_;
    WriterOf writerOf_;
+   Watcher watcher_;
    uint64_t writes_ = 0;
-   std::map<Key, Data> unclaimed_; // read back at the start
-   std::map<Key, EntryMemory> memories_;
-   std::map<Key, std::vector<ChipWrite>> unanswered_; // oldest first
+   Orv::IndexedMap<Key, std::vector<ChipWrite>> unanswered_; // oldest first
    struct Asked {
       uint64_t number = 0; // of the write; older ones are not waited for any more
       bool answered = false;
       std::vector<ChipWrite> lost; // that its answer stands for
    };
    std::map<Key, Asked> asked_;
+   Orv::IndexedMap<Key, Data> unclaimed_; // read back at the start
+   Orv::IndexedMap<Key, EntryMemory> memories_;
+   Orv::IndexedMap<Key, Nothing> doubtful_; // configured, and not known to stand in the chip
+   // Of the mapper, as a chain per sub-interface: its newest key, and the next older one of each.
+   Orv::IndexedMap<Plexus::IntfId, Key> newestKeys_;
+   Orv::IndexedMap<Key, Key> olderKeys_;
    std::optional<Key> answering_;
    bool restarting_ = false;
    bool writing_ = false;

@@ -165,9 +165,6 @@ std::vector<TcamSharingRequest> knownRequests(Host const& host) {
          add(request);
       }
    }
-   for (auto const& held : host.changes().detours().heldBack()) {
-      add(held.request);
-   }
    for (SharingPipeline const* pipeline : host.pipelines()) {
       for (auto const& [request, response] : pipeline->mergedStatus->responseIter()) {
          add(request);
@@ -187,6 +184,9 @@ std::vector<TcamSharingRequest> knownRequests(Host const& host) {
          add(TcamSharingRequest(tunnel->intfId(), tunnel->fapId()));
       }
    });
+   for (auto const& held : host.changes().detours().heldBack()) {
+      add(held.request);
+   }
    return found;
 }
 

@@ -60,10 +60,8 @@ Awaited awaitedAnswer(SeamTable<T> const& table, typename T::Key key, bool remov
 // The facts of one request, gathered table by table.
 class Gathering {
  public:
-   // `mapperKeys`: of the request's sub-interface, those that carry data or wait for an answer.
-   Gathering(Situations const& all, Situation& situation,
-             std::vector<VlanTagToVsiMapperKey> const* mapperKeys)
-       : all_(all), host_(all.host_), found_(situation), mapperKeys_(mapperKeys) {}
+   Gathering(Situations const& all, Situation& situation)
+       : all_(all), host_(all.host_), found_(situation) {}
 
    void gather() {
       if (!found_.merged.empty()) {
@@ -114,15 +112,13 @@ class Gathering {
       if (mapping != AradSemKeyAndFap()) {
          addOnce(mapping, Role::leftBehind);
       }
-      if (mapperKeys_ != nullptr) {
-         for (VlanTagToVsiMapperKey key : *mapperKeys_) {
-            auto held = host_.seam().mapper().held(key);
-            auto change = host_.chronicle().lastChange(key);
-            if (held && held->inLifAdditionalData != 0 && change && change->by == found_.request) {
-               addOnce(key, Role::leftBehind);
-            } else if (host_.mapper().common->pendingLifEntries(key).request() == found_.request) {
-               addOnce(key, Role::other);
-            }
+      for (VlanTagToVsiMapperKey key : all_.mapperKeys(found_.request.intfId())) {
+         auto held = host_.seam().mapper().held(key);
+         auto change = host_.chronicle().lastChange(key);
+         if (held && held->inLifAdditionalData != 0 && change && change->by == found_.request) {
+            addOnce(key, Role::leftBehind);
+         } else if (host_.mapper().common->pendingLifEntries(key).request() == found_.request) {
+            addOnce(key, Role::other);
          }
       }
       if (Plexus::TunnelIntfId::isTunnelIntfId(found_.request.intfId())) {
@@ -302,7 +298,7 @@ class Gathering {
          if (room && count > *room + freed[unit]) {
             found_.crowded = unit;
          }
-         if (room && table.missing(unit) > *room) {
+         if (room && all_.missing(table, unit) > *room) {
             found_.crowdedForReplay = unit;
          }
       }
@@ -311,14 +307,13 @@ class Gathering {
    Situations const& all_;
    Host const& host_;
    Situation& found_;
-   std::vector<VlanTagToVsiMapperKey> const* mapperKeys_; // may be null
 };
 
 namespace {
 
-// The policies' bits that an entry carries.
-uint64_t carriedBits(EntryKey const& key) {
-   if (std::holds_alternative<AradSemKeyAndFap>(key)) {
+// The policies' bits that an entry of the ISEM carries, or one of any other table.
+uint64_t carriedBits(bool isem) {
+   if (isem) {
       return policyOfPayload(
                  AradSemPayload::basic(TcamSharingIsemPolicyId(TcamSharingPolicyId(UINT64_MAX))
                                            .makeISemPayloadValue(nullptr, {})))
@@ -348,38 +343,62 @@ RequesterPart requesterPart(Host const& host, Situation const& situation, Reques
    return part;
 }
 
-Situations::Situations(Host const& host) : host_(host) {
-   for (SharingPipeline const* pipeline : host.pipelines()) {
-      for (auto const& [entry, waiting] : pipeline->commonBase->retryListIter()) {
-         // A unit that changed its generation may have left one on the other list.
-         if (waiting && &host.pipelineOf(entry.request()) == pipeline) {
-            retried_[entry.request().index()].push_back(entry.policyId());
-         }
-      }
-   }
-   host.seam().forEachHeld([this](EntryKey const& key, EntryData const& data) {
+std::vector<TcamSharingRequest> Situations::leadingTo(EntryKey const& key) const {
+   std::vector<TcamSharingRequest> found;
+   // A unit that changed its generation may have left some in the other pipeline.
+   for (SharingPipeline const* pipeline : host_.pipelines()) {
+      RequestIndex const& index = host_.requestsOf(*pipeline);
+      auto const* isem = std::get_if<AradSemKeyAndFap>(&key);
       auto const* mapper = std::get_if<VlanTagToVsiMapperKey>(&key);
-      if (mapper != nullptr && std::get<VlanTagToVsiMapperResult>(data).inLifAdditionalData != 0) {
-         mapperKeys_[mapper->fields().subIntfId.index()].push_back(*mapper);
-      }
-   });
-   for (auto const& [key, entry] : host.mapper().common->pendingLifEntriesIter()) {
-      mapperKeys_[key.fields().subIntfId.index()].push_back(key);
+      // Nobody but the sub-interface's or tunnel's own requests leads to its entry.
+      auto candidates = isem != nullptr ? index.leadingTo(*isem)
+                        : mapper != nullptr
+                            ? index.of(mapper->fields().subIntfId)
+                            : index.of(std::get<TunnelPolicyMapperKey>(key).intfId());
+      std::erase_if(candidates, [&](TcamSharingRequest request) {
+         auto keys = resolve(host_, request).keys;
+         return std::find(keys.begin(), keys.end(), key) == keys.end();
+      });
+      std::sort(candidates.begin(), candidates.end(), [&](auto a, auto b) {
+         return host_.chronicle().placeOf(*pipeline, a) < host_.chronicle().placeOf(*pipeline, b);
+      });
+      found.insert(found.end(), candidates.begin(), candidates.end());
    }
+   return found;
 }
 
-std::vector<TcamSharingRequest> const& Situations::leadingTo(EntryKey const& key) const {
-   if (!leadingKnown_) {
-      leadingKnown_ = true;
-      for (SharingPipeline const* pipeline : host_.pipelines()) {
-         for (auto const& [request, policy] : pipeline->merged->requestIter()) {
-            for (EntryKey const& each : resolve(host_, request).keys) {
-               leading_[each].push_back(request);
-            }
-         }
+std::vector<VlanTagToVsiMapperKey> Situations::mapperKeys(IntfId subIntf) const {
+   std::vector<VlanTagToVsiMapperKey> keys;
+   std::vector<VlanTagToVsiMapperKey> pending;
+   host_.seam().mapper().forEachKeyOf(subIntf, [&](VlanTagToVsiMapperKey key) {
+      auto held = host_.seam().mapper().held(key);
+      if (held && held->inLifAdditionalData != 0) {
+         keys.push_back(key);
+      } else if (host_.mapper().common->pendingLifEntriesHas(key)) {
+         pending.push_back(key);
       }
+   });
+   std::sort(keys.begin(), keys.end());
+   std::sort(pending.begin(), pending.end(), [this](auto a, auto b) {
+      return host_.chronicle().placeOfPending(a) < host_.chronicle().placeOfPending(b);
+   });
+   keys.insert(keys.end(), pending.begin(), pending.end());
+   return keys;
+}
+
+Situation Situations::forParts(TcamSharingRequest request) const {
+   SharingPipeline const& pipeline = host_.pipelineOf(request);
+   TcamSharingPolicyId merged = pipeline.merged->request(request);
+   if (merged.empty() || host_.suspects().has(request)) {
+      return of(request);
    }
-   return leading_[key];
+   Situation found;
+   found.request = request;
+   found.pipeline = &pipeline;
+   found.merged = merged;
+   found.carried = carriedBits(&pipeline == &host_.isem());
+   found.inHardware = true;
+   return found;
 }
 
 Situation Situations::of(TcamSharingRequest request) const {
@@ -395,12 +414,12 @@ Situation Situations::of(TcamSharingRequest request) const {
    if (auto const& clock = pipeline.codef->clockNotifiee(); found.queued && clock.waiting()) {
       found.nextSlice = clock.timeMin();
    }
-   if (auto retried = retried_.find(request.index()); retried != retried_.end()) {
-      found.retried = retried->second;
-   }
+   found.retried = host_.chronicle().retried(pipeline, request);
    found.resolution = resolve(host_, request);
    found.carried =
-       found.resolution.keys.empty() ? UINT64_MAX : carriedBits(found.resolution.keys.front());
+       found.resolution.keys.empty()
+           ? UINT64_MAX
+           : carriedBits(std::holds_alternative<AradSemKeyAndFap>(found.resolution.keys.front()));
    for (Requester requester : requesters) {
       auto held = host_.changes().detours().heldBack(requester, request);
       found.held.insert(found.held.end(), held.begin(), held.end());
@@ -415,9 +434,7 @@ Situation Situations::of(TcamSharingRequest request) const {
          found.overruled.push_back({requester, asks, there});
       }
    }
-   auto mapperKeys = mapperKeys_.find(request.intfId().index());
-   Gathering(*this, found, mapperKeys == mapperKeys_.end() ? nullptr : &mapperKeys->second)
-       .gather();
+   Gathering(*this, found).gather();
    return found;
 }
 

@@ -6,7 +6,7 @@
 #include "host/insight/Resolution.h"
 
 #include <map>
-#include <unordered_map>
+#include <utility>
 
 namespace ShoalHost {
 
@@ -114,23 +114,33 @@ struct RequesterPart {
 };
 RequesterPart requesterPart(Host const& host, Situation const& situation, Requester requester);
 
-// Decides for many requests: what is looked up for one of them is kept for the next.
+// Decides for many requests: what is counted for one of them is kept for the next. The cost of one
+// follows from the entries that it concerns and from who shares them.
 class Situations {
  public:
-   explicit Situations(Host const& host);
+   explicit Situations(Host const& host) : host_(host) {}
    Situation of(TcamSharingRequest request) const;
+   // The same for requesterPart(): of a request that is no suspect, only what that reads.
+   Situation forParts(TcamSharingRequest request) const;
 
  private:
-   Host const& host_;
-   std::unordered_map<uint32_t, std::vector<TcamSharingPolicyId>> retried_; // by request
-   // The wanted requests of its pipeline that lead to the entry.
-   std::vector<TcamSharingRequest> const& leadingTo(EntryKey const& key) const;
-
    friend class Gathering;
-   mutable std::map<EntryKey, std::vector<TcamSharingRequest>> leading_;
-   mutable bool leadingKnown_ = false;
-   // By sub-interface: entries of the chip with data, and those that wait for an answer.
-   std::unordered_map<uint32_t, std::vector<VlanTagToVsiMapperKey>> mapperKeys_;
+   // The wanted requests that lead to the entry, in the order in which they came.
+   std::vector<TcamSharingRequest> leadingTo(EntryKey const& key) const;
+   // The entries of a sub-interface that have data in the chip, then those that wait for an answer.
+   std::vector<VlanTagToVsiMapperKey> mapperKeys(IntfId subIntf) const;
+   // The entries of a unit that are configured, and not in the chip.
+   template<class T>
+   uint64_t missing(SeamTable<T> const& table, FapId unit) const {
+      auto [count, fresh] = missing_.try_emplace({T::kind, unit});
+      if (fresh) {
+         count->second = table.missing(unit);
+      }
+      return count->second;
+   }
+
+   Host const& host_;
+   mutable std::map<std::pair<ChipTableKind, FapId>, uint64_t> missing_;
 };
 
 } // namespace ShoalHost

@@ -1,12 +1,15 @@
 #include "host/pipelines/SharingRouter.h"
 
+#include "platform/Orv/GroupIndex.h"
+
 namespace ShoalHost {
 
 using namespace Hardware::ShoalTunnel;
 
 struct SharingRouter::Path {
    Path(SharingRouter* owner, Requester of)
-       : router(owner), requester(of), config(this), isemStatus(this), mapperStatus(this) {
+       : router(owner), requester(of), byIntf(owner->tables_.config(of)->requestCollection()),
+         config(this), isemStatus(this), mapperStatus(this) {
       router->tables_.config(requester)->requestCollection().watch(config);
       router->isem_.sharing.status(requester)->responseCollection().watch(isemStatus);
       router->mapper_.sharing.status(requester)->responseCollection().watch(mapperStatus);
@@ -20,6 +23,9 @@ struct SharingRouter::Path {
 
    SharingRouter* router;
    Requester requester;
+   using Requests =
+       std::remove_cvref_t<decltype(std::declval<TcamSharingConfig>().requestCollection())>;
+   Orv::GroupIndex<TcamSharingRequest, Requests, &TcamSharingRequest::intfId> byIntf;
    Orv::ReactorFor<&Path::handleConfig> config;
    Orv::ReactorFor<&Path::handleStatus> isemStatus;
    Orv::ReactorFor<&Path::handleStatus> mapperStatus;
@@ -51,6 +57,10 @@ void SharingRouter::heldIs(Requester requester, TcamSharingRequest request, bool
       all.del(request);
       handleConfig(requester, request);
    }
+}
+
+std::vector<TcamSharingRequest> SharingRouter::asked(Requester requester, IntfId intf) const {
+   return paths_[static_cast<std::size_t>(requester)]->byIntf.members(intf);
 }
 
 void SharingRouter::handleConfig(Requester requester, TcamSharingRequest const& request) {

@@ -25,6 +25,8 @@ class SharingRouter {
    // What the requesters read and write.
    SharingTables const& tables() const { return tables_; }
    SharingPipeline& pipelineOf(FapId unit) const;
+   // The requests of an interface that a requester asks for, in the order in which they came.
+   std::vector<TcamSharingRequest> asked(Requester requester, IntfId intf) const;
 
    // Withdraws what the requester asks for, or will, from the pipeline; hands it over again.
    void heldIs(Requester requester, TcamSharingRequest request, bool held);

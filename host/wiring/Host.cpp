@@ -33,6 +33,8 @@ Host::Host(Inventory inventory, ChipDriver& driver, Time time) : loop_(time) {
    changes_ = std::make_unique<Changes>(world, *isem_, *mapper_, *router_, *inLifFeatures_, *seam_,
                                         loop_.timers());
    settling_ = std::make_unique<Settling>(loop_, *seam_, changes_->detours(), pipelines_);
+   suspects_ = std::make_unique<Suspects>(world, *isem_, *mapper_, *router_, *seam_, *chronicle_,
+                                          *changes_);
 }
 
 Host::~Host() = default;

@@ -11,6 +11,7 @@
 #include "host/driver/ChipSeam.h"
 #include "host/pipelines/FeaturePipeline.h"
 #include "host/pipelines/SharingRouter.h"
+#include "host/problems/Suspects.h"
 #include "host/wiring/Loop.h"
 #include "host/wiring/Settling.h"
 #include "host/world/World.h"
@@ -35,6 +36,9 @@ class Host {
    World const& world() const { return *world_; }
    // The tables of the requesters, on units of both generations.
    SharingTables const& sharing() const { return router_->tables(); }
+   std::vector<TcamSharingRequest> asked(Requester requester, IntfId intf) const {
+      return router_->asked(requester, intf);
+   }
    IsemPipeline& isem() const { return *isem_; }
    MapperPipeline& mapper() const { return *mapper_; }
    // Both, in the order above.
@@ -59,6 +63,13 @@ class Host {
    ChipSeam& seam() { return *seam_; }
    ChipSeam const& seam() const { return *seam_; }
    Chronicle const& chronicle() const { return *chronicle_; }
+   // The requests that may be a problem.
+   Suspects& suspects() { return *suspects_; }
+   Suspects const& suspects() const { return *suspects_; }
+   // What is looked up of the requests that a pipeline was asked for.
+   RequestIndex const& requestsOf(SharingPipeline const& pipeline) const {
+      return changes_->indexOf(pipeline);
+   }
    Orv::VirtualTime& time() { return loop_.time(); }
    Orv::VirtualTime const& time() const { return loop_.time(); }
 
@@ -104,6 +115,7 @@ class Host {
    std::unique_ptr<Chronicle> chronicle_;
    std::unique_ptr<Changes> changes_;
    std::unique_ptr<Settling> settling_;
+   std::unique_ptr<Suspects> suspects_;
    std::unique_ptr<Observer> observer_; // destroyed before what it watches
 };
 

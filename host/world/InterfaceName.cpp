@@ -92,8 +92,24 @@ bool alike(std::string_view a, std::string_view b) {
 }
 
 bool naturalLess(std::string_view a, std::string_view b) {
-   std::size_t i = 0;
-   std::size_t j = 0;
+   // What both begin with decides nothing, but for a number that goes on behind it.
+   std::size_t shorter = std::min(a.size(), b.size());
+   std::size_t differs = 0;
+   while (differs < shorter && a[differs] == b[differs]) {
+      ++differs;
+   }
+   std::size_t same = differs;
+   while (same > 0 && isDigit(a[same - 1])) {
+      --same;
+   }
+   if (differs < shorter && a[same] != '0' && b[same] != '0') {
+      // Without padding the longer number is greater; of one length they compare as text.
+      std::size_t left = digitsAt(a, same).size();
+      std::size_t right = digitsAt(b, same).size();
+      return left != right && left != 0 && right != 0 ? left < right : a[differs] < b[differs];
+   }
+   std::size_t i = same;
+   std::size_t j = same;
    while (i < a.size() && j < b.size()) {
       if (isDigit(a[i]) && isDigit(b[j])) {
          std::string_view left = digitsAt(a, i);

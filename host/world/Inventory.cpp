@@ -6,10 +6,7 @@
 
 namespace ShoalHost {
 
-void Inventory::indexNames() {
-   if (!byBareName_.empty()) {
-      return;
-   }
+void Inventory::indexNames() const {
    auto add = [&](auto const& list) {
       for (auto const& each : list) {
          byBareName_[std::string(bareName(each.name))].push_back(each.name);
@@ -23,6 +20,9 @@ void Inventory::indexNames() {
 }
 
 Inventory::Lookup Inventory::find(std::string_view typed) const {
+   if (byBareName_.empty()) {
+      indexNames();
+   }
    std::string name = longName(typed);
    std::string bare(bareName(name));
    auto found = byBareName_.find(bare);

@@ -101,13 +101,14 @@ struct Inventory {
    };
    // An interface by its unique name, by its bare name where only one unit has it, or by a short
    // form of either ("Po1.1100", "lc10/ASIC0/Eth0").
+   // The first call indexes the names, so everything has to be there.
    Lookup find(std::string_view typed) const;
-   // Fills what find() looks in, once, when everything is there. World does so, if nobody has.
-   void indexNames();
 
  private:
+   void indexNames() const;
+
    // Bare name -> unique names, in the order of the lists above.
-   std::unordered_map<std::string, std::vector<std::string>> byBareName_;
+   mutable std::unordered_map<std::string, std::vector<std::string>> byBareName_;
 };
 
 } // namespace ShoalHost

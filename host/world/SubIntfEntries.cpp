@@ -26,6 +26,9 @@ std::vector<SubIntfEntries::Entry> SubIntfEntries::wanted(IntfId subIntf) const 
 
 void SubIntfEntries::refresh(IntfId subIntf) {
    auto entries = wanted(subIntf);
+   if (entries.empty() && !entries_.contains(subIntf)) {
+      return;
+   }
    auto& present = entries_[subIntf];
    auto missesIn = [](std::vector<Entry> const& list, Entry const& entry) {
       return std::find(list.begin(), list.end(), entry) == list.end();

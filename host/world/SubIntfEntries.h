@@ -7,8 +7,8 @@
 #pragma once
 
 #include "platform/Hardware/ShoalTunnel/VlanTagToVsiMapper.h"
+#include "platform/Orv/IndexedMap.h"
 
-#include <map>
 #include <vector>
 
 namespace ShoalHost {
@@ -32,7 +32,7 @@ class SubIntfEntries {
    std::vector<Entry> wanted(Plexus::IntfId subIntf) const;
 
    WorldView const& world_;
-   std::map<Plexus::IntfId, std::vector<Entry>> entries_;
+   Orv::IndexedMap<Plexus::IntfId, std::vector<Entry>> entries_;
    uint32_t lastLif_ = 0;
 };
 

@@ -4,7 +4,6 @@
 #include "host/world/InterfaceName.h"
 
 #include <algorithm>
-#include <set>
 
 namespace ShoalHost {
 
@@ -45,7 +44,6 @@ bool matchesText(std::string_view pattern, std::string_view name) {
 } // namespace
 
 WorldView::WorldView(Inventory inventory) : inventory_(std::move(inventory)) {
-   inventory_.indexNames();
    auto add = [this](auto const& list) {
       for (auto const& each : list) {
          interfaces_.emplace_back(each.name);
@@ -56,6 +54,10 @@ WorldView::WorldView(Inventory inventory) : inventory_(std::move(inventory)) {
    add(inventory_.subInterfaces);
    add(inventory_.vlanInterfaces);
    add(inventory_.tunnels);
+   for (IntfId intf : interfaces_) {
+      named_.resize(std::max<std::size_t>(named_.size(), intf.index() + 1));
+      named_[intf.index()] = true;
+   }
 }
 
 bool WorldView::isPort(IntfId intf) {
@@ -63,6 +65,11 @@ bool WorldView::isPort(IntfId intf) {
 }
 
 IntfId WorldView::interface(std::string_view typed) const {
+   // The name itself needs no look-up of bare names and short forms.
+   IntfId same = IntfId::existing(typed);
+   if (same.index() < named_.size() && named_[same.index()]) {
+      return same;
+   }
    bool flood = typed.ends_with(floodMark);
    auto found = inventory_.find(flood ? typed.substr(0, typed.size() - floodMark.size()) : typed);
    if (found.name.empty()) {
@@ -155,23 +162,29 @@ FapId WorldView::unitOfParent(IntfId subIntf) const {
 }
 
 std::vector<FapId> WorldView::unitsOf(IntfId intf) const {
-   std::string name = intf.name();
-   if (auto mark = name.rfind(floodMark); mark != std::string::npos) {
-      intf = IntfId(name.substr(0, mark));
+   if (auto mark = intf.l3Flood() ? intf.name().rfind(floodMark) : std::string::npos;
+       mark != std::string::npos) {
+      intf = IntfId(intf.name().substr(0, mark));
    }
    if (SubIntfId::isSubIntfId(intf)) {
       intf = SubIntfId::parentIntfId(intf);
    }
-   std::set<FapId> units;
+   std::vector<FapId> units; // in order of number
+   auto add = [&](FapId unit) {
+      auto place = std::lower_bound(units.begin(), units.end(), unit);
+      if (place == units.end() || *place != unit) {
+         units.insert(place, unit);
+      }
+   };
    for (IntfId port : portsOf(intf)) {
       if (FapId unit = placeOf(port).fapId; !unit.isNull()) {
-         units.insert(unit);
+         add(unit);
       }
    }
    auto addNamed = [&](auto const& list) {
       for (auto const& each : list) {
          if (each.name == intf.name()) {
-            units.insert(FapId(each.fapId));
+            add(FapId(each.fapId));
          }
       }
    };
@@ -181,7 +194,7 @@ std::vector<FapId> WorldView::unitsOf(IntfId intf) const {
    } else if (Plexus::TunnelIntfId::isTunnelIntfId(intf)) {
       addNamed(inventory_.tunnels);
    }
-   return {units.begin(), units.end()};
+   return units;
 }
 
 bool WorldView::isRouted(IntfId intf) const {

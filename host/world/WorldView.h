@@ -81,6 +81,7 @@ class WorldView : public WorldEntities {
  private:
    Inventory inventory_;
    std::vector<IntfId> interfaces_; // all, in inventory order
+   std::vector<bool> named_;        // by index: whether it is one of them
 };
 
 } // namespace ShoalHost

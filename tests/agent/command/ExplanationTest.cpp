@@ -443,5 +443,54 @@ TEST(ExplanationTest, ViewsAgree) {
                      Not(HasSubstr("it is"))));
 }
 
+// All was sound and had been listed as such; then one change makes problems.
+TEST(ExplanationTest, EveryKindOfChangeThatMakesAProblemListsIt) {
+   std::string const sound = "request acl X own 5\nrequest acl A own 5\nrequest acl B own 5\n"
+                             "request acl P own 5\nrequest acl L own 5\nrequest acl T own 5\n"
+                             "request acl u/1/Vlan9 own 5\nrequest lumen u/1/Vlan9 own lumen=4\n"
+                             "settle\nproblems\necho listed\n";
+   struct {
+      char const* change;
+      char const* rows; // the problems in their order
+   } const cases[] = {
+       {"request acl X own 6", "X"},
+       {"chip refuse next 1\nrequest acl X own 6\nsettle", "X"},
+       {"chip lose next 1\nrequest acl L own 6\nsettle", "L"},
+       {"chip restart", "X A B P L T V"},
+       {"chip restart\nchip replay\nsettle", ""},
+       {"chip refuse next 1\nchip replay\nchip restart\nsettle", "X A B P L T V"},
+       // The entry that two share is written for one of them, or removed for it.
+       {"request acl A own 6\nsettle", "B"},
+       {"withdraw acl A own\nsettle", "B"},
+       {"encapsulation X none", "X"},
+       {"dynamic-encapsulation P 77", "P"},
+       {"delete-subinterface L", "L"},
+       {"encap-kind P 4", "P"},
+       {"program-in-hw L off", "L"},
+       {"vlan-domain u/0/Ethernet0 77", "X"},
+       {"vlan-domain u/0/PortChannel1 none", "A B"},
+       {"port-map u/3/Ethernet0 none", "P"},
+       {"member u/0/PortChannel1 remove u/0/Ethernet12", "A B"},
+       {"request rampart u/1/Vlan9 own lumen=8", "V"},
+       {"withdraw acl X own", "X"},
+       {"chip lose next 1\nwithdraw acl X own\nsettle", "X"},
+   };
+   for (auto const& [change, rows] : cases) {
+      Result result = run(named(sound + change + "\nproblems\n"));
+      EXPECT_EQ(result.out.rfind("problems: 0 rows\n", 0), 0U) << result.out;
+      std::istringstream lines(result.out.substr(result.out.find("\nlisted\n") + 8));
+      std::string found;
+      for (std::string line; std::getline(lines, line);) {
+         for (char const* name : {"X", "A", "B", "P", "L", "T", "V"}) {
+            std::string of = *name == 'V' ? "u/1/Vlan9" : named(name);
+            found += line.starts_with("  " + of + " unit")
+                         ? (found.empty() ? "" : " ") + std::string(name)
+                         : "";
+         }
+      }
+      EXPECT_EQ(found, rows) << change << "\n" << result.out << result.errors;
+   }
+}
+
 } // namespace
 } // namespace Agent
