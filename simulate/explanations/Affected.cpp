@@ -223,18 +223,23 @@ std::vector<InLifFeatureKey> Affected::features() const {
    for (InLifIntfKey key : inLifs_.all()) {
       addWanted(key);
    }
-   std::set<IntfId> ports = touchedInterfaces();
+   std::set<IntfId> interfaces = touchedInterfaces();
+   bool everyVlan = !interfaces.empty();
+   std::set<uint32_t> vlans; // untagged
    for (IntfId port : words_.all()) {
-      ports.insert(port);
-      ports.insert(world.lagPhyIntfMapping->phyIntfLag(port));
+      IntfId lag = world.lagPhyIntfMapping->phyIntfLag(port);
+      interfaces.insert(port);
+      interfaces.insert(lag);
+      vlans.insert(world.untaggedVlanDir->untaggedVlan(lag == IntfId() ? port : lag).value());
    }
-   if (ports.empty() && !everyFeature_) {
+   if (interfaces.empty() && !everyFeature_) {
       return found.take();
    }
    for (auto const& [key, aggregate] : pipeline.inLifIntfCfg->requestIter()) {
       IntfId intf = key.intfId();
       bool vlan = intf.fields().kind == Plexus::IntfKind::vlan;
-      if (everyFeature_ || ports.contains(intf) || (vlan && !ports.empty())) {
+      if (everyFeature_ || interfaces.contains(intf) ||
+          (vlan && (everyVlan || vlans.contains(intf.fields().vlanId)))) {
          addWanted(key);
       }
    }
