@@ -69,9 +69,12 @@ void Affected::watchWorld() {
                                                 interfaces_.add(
                                                     host_.world().scsd->portMapToIntf(place));
                                              });
-   watchers_.watch<LagFapKey>(
-       world.vlanTagToVsiMapperSm->vlanDomainManager()->vlanDomainPerLagFapCollection(),
-       [this](LagFapKey const& key) { interfaces_.add(key.lag); });
+   auto const& domains = *world.vlanTagToVsiMapperSm->vlanDomainManager();
+   watchers_.watch<LagFapKey>(domains.vlanDomainPerLagFapCollection(),
+                              [this](LagFapKey const& key) { watchDomain(key); });
+   for (auto const& [key, domain] : domains.vlanDomainPerLagFapIter()) {
+      watchDomain(key);
+   }
    watchInto(units_, world.shoalStatus->fapNameCollection());
    watchInto(units_, world.shoalStatus->fapTypeCollection());
    watchInto(units_, world.shoalStatus->fapExtLkupTypeCollection());
@@ -111,6 +114,22 @@ void Affected::watchMembers(IntfId lag) {
           std::make_unique<Watcher<IntfId>>([this, lag](IntfId const&) { interfaces_.add(lag); });
       list->phyIntfCollection().watch(*watcher);
       members_[lag] = std::move(watcher);
+   }
+}
+
+void Affected::watchDomain(LagFapKey const& key) {
+   auto& watchers = domains_[key];
+   watchers.clear();
+   interfaces_.add(key.lag);
+   auto const& manager = *host_.world().vlanTagToVsiMapperSm->vlanDomainManager();
+   if (auto domain = manager.vlanDomainPerLagFap(key)) {
+      auto value = std::make_unique<Watcher<>>([this, lag = key.lag] { interfaces_.add(lag); });
+      domain->vlanDomainAttribute().watch(*value);
+      watchers.push_back(std::move(value));
+      auto ports = std::make_unique<Watcher<uint16_t>>(
+          [this, lag = key.lag](uint16_t const&) { interfaces_.add(lag); });
+      domain->memberPortCollection().watch(*ports);
+      watchers.push_back(std::move(ports));
    }
 }
 
