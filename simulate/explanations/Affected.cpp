@@ -72,9 +72,12 @@ void Affected::watchWorld() {
                                                 interfaces_.add(
                                                     host_.world().scsd->portMapToIntf(place));
                                              });
-   watchers_.watch<LagFapKey>(
-       world.vlanTagToVsiMapperSm->vlanDomainManager()->vlanDomainPerLagFapCollection(),
-       [this](LagFapKey const& key) { interfaces_.add(key.lag); });
+   auto const& domains = *world.vlanTagToVsiMapperSm->vlanDomainManager();
+   watchers_.watch<LagFapKey>(domains.vlanDomainPerLagFapCollection(),
+                              [this](LagFapKey const& key) { watchDomain(key); });
+   for (auto const& [key, domain] : domains.vlanDomainPerLagFapIter()) {
+      watchDomain(key);
+   }
    watchInto(units_, world.shoalStatus->fapNameCollection());
    watchInto(units_, world.shoalStatus->fapTypeCollection());
    watchInto(units_, world.shoalStatus->fapExtLkupTypeCollection());
@@ -114,6 +117,22 @@ void Affected::watchMembers(IntfId lag) {
           std::make_unique<Watcher<IntfId>>([this, lag](IntfId const&) { interfaces_.add(lag); });
       list->phyIntfCollection().watch(*watcher);
       members_[lag] = std::move(watcher);
+   }
+}
+
+void Affected::watchDomain(LagFapKey const& key) {
+   auto& watchers = domains_[key];
+   watchers.clear();
+   interfaces_.add(key.lag);
+   auto const& manager = *host_.world().vlanTagToVsiMapperSm->vlanDomainManager();
+   if (auto domain = manager.vlanDomainPerLagFap(key)) {
+      auto value = std::make_unique<Watcher<>>([this, lag = key.lag] { interfaces_.add(lag); });
+      domain->vlanDomainAttribute().watch(*value);
+      watchers.push_back(std::move(value));
+      auto ports = std::make_unique<Watcher<uint16_t>>(
+          [this, lag = key.lag](uint16_t const&) { interfaces_.add(lag); });
+      domain->memberPortCollection().watch(*ports);
+      watchers.push_back(std::move(ports));
    }
 }
 
@@ -226,18 +245,23 @@ std::vector<InLifFeatureKey> Affected::features() const {
    for (InLifIntfKey key : inLifs_.all()) {
       addWanted(key);
    }
-   std::set<IntfId> ports = touchedInterfaces();
+   std::set<IntfId> interfaces = touchedInterfaces();
+   bool everyVlan = !interfaces.empty();
+   std::set<uint32_t> vlans; // untagged
    for (IntfId port : words_.all()) {
-      ports.insert(port);
-      ports.insert(world.lagPhyIntfMapping->phyIntfLag(port));
+      IntfId lag = world.lagPhyIntfMapping->phyIntfLag(port);
+      interfaces.insert(port);
+      interfaces.insert(lag);
+      vlans.insert(world.untaggedVlanDir->untaggedVlan(lag == IntfId() ? port : lag).value());
    }
-   if (ports.empty() && !everyFeature_) {
+   if (interfaces.empty() && !everyFeature_) {
       return found.take();
    }
    for (auto const& [key, aggregate] : pipeline.inLifIntfCfg->requestIter()) {
       IntfId intf = key.intfId();
       bool vlan = intf.fields().kind == Plexus::IntfKind::vlan;
-      if (everyFeature_ || ports.contains(intf) || (vlan && !ports.empty())) {
+      if (everyFeature_ || interfaces.contains(intf) ||
+          (vlan && (everyVlan || vlans.contains(intf.fields().vlanId)))) {
          addWanted(key);
       }
    }

@@ -50,6 +50,7 @@ class Affected {
    void watchWorld();
    void watchFlags(IntfId subIntf);
    void watchMembers(IntfId lag);
+   void watchDomain(Hardware::ShoalTunnel::LagFapKey const& key);
    void watchFeatures();
    void watchDirectory(Orv::Name const& name);
    void watchVersion(InLifIntfKey key, Hardware::ShoalTunnel::InLifIntfFeatureAggr const* aggregate,
@@ -68,6 +69,8 @@ class Affected {
    bool everyFeature_ = false;
    std::map<IntfId, std::vector<std::unique_ptr<Orv::ReactorBase>>> flags_;
    std::map<IntfId, std::unique_ptr<Orv::ReactorBase>> members_;
+   std::map<Hardware::ShoalTunnel::LagFapKey, std::vector<std::unique_ptr<Orv::ReactorBase>>>
+       domains_; // of port-channels
    std::map<Orv::Name, std::unique_ptr<Orv::ReactorBase>> directories_;
    std::map<std::pair<InLifIntfKey, bool>, std::unique_ptr<Orv::ReactorBase>> versions_;
    Watchers watchers_;

@@ -5,6 +5,7 @@
 #include "host/insight/FeatureSituation.h"
 #include "simulate/explanations/RequestTruth.h"
 
+#include <algorithm>
 #include <set>
 
 namespace Simulate {
@@ -76,14 +77,13 @@ void ExplanationCheck::checkEvery(Findings& findings) {
    ports_.reset();
    std::set<std::string> listed = listedProblems(host_);
    auto requests = knownRequests(host_);
-   std::set<TcamSharingRequest> known(requests.begin(), requests.end());
-   // Also those that went since.
-   for (TcamSharingRequest request : affected_.requests(*leads_)) {
-      if (known.insert(request).second) {
-         requests.push_back(request);
-      }
-   }
    checkRequests(findings, requests, &listed);
+   // Those that nobody knows any more are not listed, and can be explained all the same.
+   auto gone = affected_.requests(*leads_);
+   std::erase_if(gone, [&](TcamSharingRequest request) {
+      return std::find(requests.begin(), requests.end(), request) != requests.end();
+   });
+   checkRequests(findings, gone, nullptr);
    checkFeatures(findings, everyFeature());
 }
 

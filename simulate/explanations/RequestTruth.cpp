@@ -16,24 +16,24 @@ bool isUnit(std::string const& text, FapId unit) {
 
 std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) const {
    std::vector<std::string> found;
-   auto require = [&](bool holds, std::string const& what) {
+   // Nearly all hold: what does not is put into words only then.
+   auto require = [&](bool holds, auto const&... what) {
       if (!holds) {
-         found.push_back(what);
+         found.emplace_back((std::string() + ... + what));
       }
    };
    std::string text = explanation.verdict;
    require(text.ends_with("."), "no full stop");
    text.pop_back();
    for (std::string const& sentence : split(text, ". ")) {
-      require(isSentence(sentence), "untrue: " + sentence);
+      require(isSentence(sentence), "untrue: ", sentence);
    }
    std::string key;
    for (auto const& [label, line] : explanation.facts) {
       if (label.ends_with("entry")) {
          key = line.substr(0, line.find(": "));
       }
-      require(isFact(label, line) && isEntryEvent(label, line, key),
-              "untrue: " + label + ": " + line);
+      require(isFact(label, line) && isEntryEvent(label, line, key), "untrue: ", label, ": ", line);
    }
    auto says = [&](char const* words) { return text.find(words) != std::string::npos; };
    for (Entry const& entry : wanted_) {
@@ -43,7 +43,7 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
           !other ||
               says(("The chip holds " + entry.words(entry.held) + " at " + entry.key).c_str()) ||
               says((entry.key + " carries " + entry.words(entry.held)).c_str()),
-          "silent on what is at " + entry.key);
+          "silent on what is at ", entry.key);
    }
    for (Requester requester : requesters) {
       std::string asks(requesterName(requester));
@@ -52,13 +52,16 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
       require(!isHeld(requester) || says(asks.c_str()), "silent: " + asks);
    }
    for (std::string const& each : overruled_) {
-      require(says(each.c_str()), "silent: " + each);
+      require(says(each.c_str()), "silent: ", each);
    }
    require(explanation.inHardware == inHardware(), "wrong on hardware");
    require(queued_ == says("waits in the backlog"), "wrong on the backlog");
    require((!retried_.empty() && policy_ != 0 && !queued_) == says("is retried"),
            "wrong on retries");
    for (Entry const& entry : left_) {
+      if (!entry.held) {
+         continue;
+      }
       // Each is told; of many only how many more they are.
       bool told =
           says(("The chip still holds " + entry.words(entry.held) + " at " + entry.key).c_str()) ||
@@ -66,7 +69,7 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
           says(("It is still recorded at " + entry.key).c_str()) ||
           says(("It is still recorded at its earlier entry " + entry.key).c_str()) ||
           (policy_ != 0 && says("More such entries: "));
-      require(!entry.held || told, "silent on " + entry.key);
+      require(told, "silent on ", entry.key);
    }
    require(policy_ == 0 || response_.status != 1 || response_.policyId.value() == policy_ ||
                says("not for the present policy"),
