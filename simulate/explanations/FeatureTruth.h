@@ -2,6 +2,7 @@
 // against.
 #pragma once
 
+#include "agent/host/AgentHost.h"
 #include "host/insight/Explanation.h"
 #include "simulate/explanations/Sentences.h"
 #include "simulate/Facts.h"
