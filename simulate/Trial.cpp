@@ -168,9 +168,11 @@ class Child {
       if (prove_ == 0 || ++refused_ % prove_ != 0) {
          return true;
       }
-      std::string how = carriedOut(command, objection.condition, false);
-      if (objection.open && how != asItHasTo) {
-         how = carriedOut(command, objection.condition, true);
+      std::string how = carriedOut(command, objection.condition, When::now);
+      for (When when : {When::answered, When::released}) {
+         if (objection.open && how != asItHasTo) {
+            how = carriedOut(command, objection.condition, when);
+         }
       }
       Findings findings;
       if (how != asItHasTo) {
@@ -179,17 +181,26 @@ class Child {
       return tell(findings);
    }
 
-   // How it ends when the command is carried out in a copy, now or behind the answers that are out.
-   std::string carriedOut(std::string const& command, std::string const& condition, bool later) {
+   // Now, behind the answers that are out, or also behind those that are held back.
+   enum class When { now, answered, released };
+   // How it ends when the command is carried out in a copy.
+   std::string carriedOut(std::string const& command, std::string const& condition, When when) {
       Copy copy([&](Copy::Report const& to) {
          reportTo = &to;
          wanted = &condition;
          host_.changes().settingIs(Changes::Setting::off);
-         Orv::failureHookIs(later ? nullptr : proveStop);
-         if (later) {
-            host_.settle();
-            Orv::failureHookIs(proveStop);
+         Orv::failureHookIs(nullptr);
+         if (when == When::released) {
+            runner_.runLine("chip clear-faults", "history", 1);
          }
+         if (when == When::answered) {
+            host_.settle();
+         }
+         // Not as far as a retry, which would answer anew.
+         for (int i = 0; when == When::released && host_.seam().busy() && i < 20000; ++i) {
+            host_.advance(0.001);
+         }
+         Orv::failureHookIs(proveStop);
          runner_.runLine(command, "history", 1);
          withdrawLabels();
          host_.settle();

@@ -75,13 +75,12 @@ class ChipTable {
       }
    }
    std::map<FapId, uint64_t> const& capacities() const { return capacity_; }
-   // What is held back for reordering is answered.
+   // What is held back for reordering is answered, last one first.
    void releaseHeldBack() {
-      for (Answer& answer : heldBack_) {
-         answer.due = Orv::System::currentTime() + faults_.delay();
-         schedule(answer);
+      for (; !heldBack_.empty(); heldBack_.pop_back()) {
+         heldBack_.back().due = Orv::System::currentTime() + faults_.delay();
+         schedule(heldBack_.back());
       }
-      heldBack_.clear();
       heldBackOf_.clear();
    }
    // Empties the table; adds the writes that it had not answered.

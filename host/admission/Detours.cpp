@@ -1,5 +1,6 @@
 #include "host/admission/Detours.h"
 
+#include "host/admission/Lists.h"
 #include "host/names/Names.h"
 
 #include <algorithm>
@@ -9,26 +10,9 @@ namespace ShoalHost {
 using namespace Hardware::ShoalTunnel;
 using Plexus::SubIntfId;
 
-namespace {
-
-constexpr unsigned kTries = 3; // at making one request unanswered
-constexpr int kDepth = 4;      // of objections to what removes an objection
-
-template<class T>
-bool contains(std::vector<T> const& list, T const& item) {
-   return std::find(list.begin(), list.end(), item) != list.end();
-}
-template<class T>
-void addOnce(std::vector<T>& list, T const& item) {
-   if (!contains(list, item)) {
-      list.push_back(item);
-   }
-}
-bool isFinal(TcamSharingResponse const& response) {
+bool Detours::isFinal(TcamSharingResponse const& response) {
    return response.status == tcamSharingSuccess || response.status == tcamSharingFailed;
 }
-
-} // namespace
 
 Detours::Detours(World& world, IsemPipeline const& isem, MapperPipeline const& mapper,
                  SharingRouter& router, Judge& judge, ChipSeam& seam, Orv::Timers& timers)
@@ -181,164 +165,6 @@ void Detours::run() {
    askAgain();
 }
 
-Detours::Step Detours::step(Pending& pending) {
-   if (pending.worked && isQueued(*pending.worked)) {
-      return Step::waits;
-   }
-   pending.worked.reset();
-   tagsBack(pending);
-   if (!std::all_of(pending.withdrawn.begin(), pending.withdrawn.end(),
-                    [this](auto request) { return isAtRest(request); })) {
-      return waitFor(pending, pending.withdrawn);
-   }
-   auto objection = pending.change.judge();
-   if (objection) {
-      pending.why = objection->why;
-      Step next = clear(pending, *objection, 0);
-      if (next == Step::stuck) {
-         note(formatted("{} is not made: {}", pending.what, objection->why));
-         if (pending.change.refused) {
-            pending.change.refused(*objection);
-         }
-      }
-      return next;
-   }
-   try {
-      pending.change.make();
-      note(formatted("{} is made", pending.what));
-   } catch (HostError const& error) {
-      note(formatted("{} is not made: {}", pending.what, error.what()));
-   }
-   return Step::done;
-}
-
-// Does what removes the objection. Throws nothing of what it does away, if it is stuck at once.
-Detours::Step Detours::clear(Pending& pending, Objection const& objection, int depth) {
-   if (depth > kDepth) {
-      return Step::stuck;
-   }
-   pending.forFact = false;
-   if (pending.why.empty()) {
-      pending.why = objection.why;
-   }
-   switch (objection.row) {
-   case Row::unmapped:
-   case Row::moved: {
-      TcamSharingRequest request = *objection.request;
-      if (objection.open || isQueued(request)) {
-         return waitFor(pending, {request});
-      }
-      if (objection.key) {
-         addOnce(pending.keys, *objection.key);
-      }
-      if (objection.row == Row::unmapped) {
-         return give(pending, request, objection.key, depth);
-      }
-      std::vector<Held> all = askersOf(request);
-      for (TcamSharingRequest user : objection.users) {
-         auto asking = askersOf(user);
-         all.insert(all.end(), asking.begin(), asking.end());
-      }
-      return hold(pending, all, depth);
-   }
-   case Row::lookup: {
-      std::vector<Held> all;
-      for (auto const& asked :
-           judge_.askedOn(*pending.change.concern.unit, {Requester::lumen, Requester::rampart})) {
-         all.push_back({asked.requester, asked.request});
-      }
-      return hold(pending, all, depth);
-   }
-   case Row::generation: {
-      std::vector<Held> all;
-      for (auto const& asked :
-           judge_.askedOn(*pending.change.concern.unit, {requesters.begin(), requesters.end()})) {
-         all.push_back({asked.requester, asked.request});
-      }
-      return all.empty() ? Step::waits : hold(pending, all, depth);
-   }
-   case Row::portMap:
-   case Row::place:
-      pending.forFact = true;
-      return Step::waits;
-   case Row::label:
-   case Row::noLookup:
-   case Row::fields:
-      break;
-   }
-   return Step::stuck;
-}
-
-// Takes requests back from the pipelines until the change is made.
-Detours::Step Detours::hold(Pending& pending, std::vector<Held> const& all, int depth) {
-   bool holds = false;
-   for (Held const& each : all) {
-      if (router_.held(each.requester, each.request)) {
-         continue;
-      }
-      Effects effects;
-      judge_.addRequest(effects, each.requester, each.request, TcamSharingPolicyId());
-      if (auto objection = judge_.judge(effects)) {
-         return clear(pending, *objection, depth + 1);
-      }
-      SharingPipeline const& pipeline = router_.pipelineOf(each.request.fapId());
-      bool answered = isFinal(pipeline.mergedStatus->response(each.request));
-      router_.heldIs(each.requester, each.request, true);
-      pending.held.push_back(each);
-      addOnce(pending.withdrawn, each.request);
-      if (answered && !pipeline.merged->requestHas(each.request)) {
-         interrupted_[each.request] = Orv::System::peekTime();
-      }
-      holds = true;
-   }
-   return holds ? waitFor(pending, pending.withdrawn) : Step::stuck;
-}
-
-// Makes that a request which was answered without an entry of its own can be withdrawn. A
-// sub-interface without tags does not resolve: worked so, its request is in progress, and nobody
-// else is disturbed. Any other is worked while nobody has the entry, and gets it.
-Detours::Step Detours::give(Pending& pending, TcamSharingRequest request,
-                            std::optional<AradSemKeyAndFap> key, int depth) {
-   IntfId intf = request.intfId();
-   if (SubIntfId::isSubIntfId(intf) && world_.subIntfConfigDir->subIntfConfigHas(intf)) {
-      if (++pending.tries > kTries) {
-         return Step::stuck;
-      }
-      pending.aside = intf;
-      world_.tagsAsideIs(intf, true);
-      addOnce(
-          pending.retried,
-          TcamSharingEntry(request, router_.pipelineOf(request.fapId()).merged->request(request)));
-   } else if (key && isem_.table->configHas(*key)) {
-      std::vector<Held> all;
-      if (auto users = isem_.common->semToRequest(*key)) {
-         for (auto const& [user, present] : users->requestIter()) {
-            auto asking = askersOf(user);
-            all.insert(all.end(), asking.begin(), asking.end());
-         }
-      }
-      return hold(pending, all, depth);
-   } else if (++pending.tries > kTries) {
-      return Step::stuck;
-   }
-   work(request);
-   pending.worked = request;
-   return Step::waits;
-}
-
-Detours::Step Detours::waitFor(Pending& pending, std::vector<TcamSharingRequest> const& requests) {
-   pending.awaited = requests;
-   bool unanswered = std::any_of(requests.begin(), requests.end(), [this](auto request) {
-      return !judge_.isemIndex().unansweredAt(request).empty();
-   });
-   if (!unanswered) {
-      pending.deadline.reset();
-   } else if (!pending.deadline) {
-      pending.deadline = Orv::System::peekTime() + answerBound_;
-   }
-   return Step::waits;
-}
-
 void Detours::askAgain() {
    std::optional<Seconds> next;
    Seconds now = Orv::System::peekTime();
@@ -461,45 +287,6 @@ void Detours::tryHeld(FapId unit) {
             wishes_.insert({held, wish});
          }
       }
-   }
-}
-
-// ---- What it looks up and does to requests
-
-std::vector<Detours::Held> Detours::askersOf(TcamSharingRequest request) const {
-   std::vector<Held> askers;
-   SharingPipeline const& pipeline = router_.pipelineOf(request.fapId());
-   for (Requester requester : requesters) {
-      if (pipeline.sharing.config(requester)->requestHas(request)) {
-         askers.push_back({requester, request});
-      }
-   }
-   return askers;
-}
-
-bool Detours::isQueued(TcamSharingRequest request) const {
-   return router_.pipelineOf(request.fapId()).codef->backlog(request);
-}
-
-bool Detours::isAtRest(TcamSharingRequest request) const {
-   SharingPipeline const& pipeline = router_.pipelineOf(request.fapId());
-   return !pipeline.codef->backlog(request) &&
-          pipeline.output(request) == pipeline.merged->request(request) &&
-          judge_.isemIndex().unansweredAt(request).empty();
-}
-
-void Detours::work(TcamSharingRequest request) {
-   auto const& codef = router_.pipelineOf(request.fapId()).codef;
-   moving_ = request;
-   codef->backlogIs(request, true);
-   moving_.reset();
-   codef->clockNotifiee().timeMinIs(0.0);
-}
-
-void Detours::tagsBack(Pending& pending) {
-   if (pending.aside) {
-      world_.tagsAsideIs(*pending.aside, false);
-      pending.aside.reset();
    }
 }
 

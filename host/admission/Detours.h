@@ -153,6 +153,7 @@ class Detours {
    void tagsBack(Pending& pending);
    std::vector<Held> askersOf(TcamSharingRequest request) const;
    bool isQueued(TcamSharingRequest request) const;
+   bool isQueuedOn(FapId unit) const;
    // Worked, with every write of it answered.
    bool isAtRest(TcamSharingRequest request) const;
    // Whether the change has to wait behind one of the first `count` pending ones.
@@ -163,6 +164,7 @@ class Detours {
    bool isOn(Concern const& concern, FapId unit) const;
    void tryHeld(FapId unit);
    void note(std::string text);
+   static bool isFinal(Hardware::ShoalTunnel::TcamSharingResponse const& response);
 
    void handleBacklog(TcamSharingRequest const&) { poke(); }
    void handleAnswer(AradSemKeyAndFap const&) { poke(); }

@@ -87,14 +87,20 @@ void Suspects::interfaceChanged(IntfId intf) {
 }
 
 void Suspects::unitChanged(FapId unit) {
-   for (SharingPipeline const* pipeline : {static_cast<SharingPipeline const*>(&isem_),
-                                           static_cast<SharingPipeline const*>(&mapper_)}) {
-      for (auto const& [request, policy] : pipeline->merged->requestIter()) {
-         if (request.fapId() == unit) {
-            review(request);
+   auto reviewAll = [&](auto&& rows) {
+      for (auto const& row : rows) {
+         if (row.key.fapId() == unit) {
+            review(row.key);
          }
       }
+   };
+   // A response of the pipeline that served the unit before may count again.
+   for (SharingPipeline const* pipeline : {static_cast<SharingPipeline const*>(&isem_),
+                                           static_cast<SharingPipeline const*>(&mapper_)}) {
+      reviewAll(pipeline->merged->requestIter());
+      reviewAll(pipeline->mergedStatus->responseIter());
    }
+   reviewAll(isem_.common->tcamRequestToIsemKeyMappingIter());
 }
 
 // The chronicle does not know yet for whom the entry is written now, so a plain check of the writer
