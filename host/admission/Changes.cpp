@@ -50,8 +50,8 @@ void Changes::carryOut(std::string_view kind, std::function<std::string()> what,
 
 // ---- Requests
 
-void Changes::requestIs(Requester requester, std::vector<TcamSharingRequest> const& requests,
-                        TcamSharingPolicyId policy) {
+void Changes::askFor(Requester requester, std::vector<TcamSharingRequest> const& requests,
+                     TcamSharingPolicyId policy, Setting setting) {
    auto const& config = router_.tables().config(requester);
    auto write = [config, policy](TcamSharingRequest request) {
       if (policy.empty()) {
@@ -106,9 +106,11 @@ void Changes::requestIs(Requester requester, std::vector<TcamSharingRequest> con
       detours_.heldRequestIs(requester, request);
    }
    try {
-      detours_.carryOut(std::move(change));
+      detours_.carryOut(std::move(change), setting);
    } catch (ChangeRefused const&) {
-      rememberWishes(requester, wanted, policy);
+      if (setting == Setting::detour) {
+         rememberWishes(requester, wanted, policy);
+      }
       throw;
    }
    for (TcamSharingRequest request : requests) {
@@ -120,9 +122,9 @@ void Changes::rememberWishes(Requester requester, std::vector<TcamSharingRequest
                              TcamSharingPolicyId policy) {
    for (TcamSharingRequest request : requests) {
       auto objection = judge_.judgePolicy(requester, request, policy);
-      if (objection && objection->row != Row::fields && setting() == Setting::detour) {
+      if (objection && objection->row != Row::fields) {
          detours_.wishIs(requester, request, policy, objection->why,
-                         [=, this] { requestIs(requester, {request}, policy); });
+                         [=, this] { askFor(requester, {request}, policy, Setting::detour); });
       }
    }
 }

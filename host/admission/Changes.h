@@ -30,7 +30,9 @@ class Changes {
    // Requests. The empty policy withdraws. HostError for a unit whose number no shared entry can
    // hold.
    void requestIs(Requester requester, std::vector<TcamSharingRequest> const& requests,
-                  TcamSharingPolicyId policy);
+                  TcamSharingPolicyId policy) {
+      askFor(requester, requests, policy, setting());
+   }
 
    // As World's operations of the same names.
    void encapsulationIs(IntfId subIntf, Bridging::Dot1qEncap encap);
@@ -60,6 +62,8 @@ class Changes {
  private:
    void carryOut(std::string_view kind, std::function<std::string()> what, Concern concern,
                  std::function<std::optional<Objection>()> judge, std::function<void()> make);
+   void askFor(Requester requester, std::vector<TcamSharingRequest> const& requests,
+               TcamSharingPolicyId policy, Setting setting);
    void rememberWishes(Requester requester, std::vector<TcamSharingRequest> const& requests,
                        TcamSharingPolicyId policy);
    // Of a sub-interface, to these tags.

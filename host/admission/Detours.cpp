@@ -283,7 +283,7 @@ void Detours::tryHeld(FapId unit) {
          wishes_.erase(held);
          try {
             wish.make();
-         } catch (ChangeRefused const&) {
+         } catch (HostError const&) {
             wishes_.insert({held, wish});
          }
       }

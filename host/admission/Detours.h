@@ -55,6 +55,8 @@ class Detours {
    // Makes the change, now or later. Throws what `make` throws, and ChangeRefused; HostError for
    // one that has to wait behind another while the setting refuses.
    void carryOut(Change change) { carryOut(std::move(change), setting_); }
+   // By another setting, for once.
+   void carryOut(Change change, Setting setting);
    // A policy that a requester asks for while it is held back. ChangeRefused.
    void heldRequestIs(Requester requester, TcamSharingRequest request);
    // A policy that was refused, for what the unit lacks, is remembered, and made when the unit gets
@@ -138,7 +140,6 @@ class Detours {
     private:
       Detours* owner_;
    };
-   void carryOut(Change change, Setting setting);
    void run();
    Step step(Pending& pending);
    Step clear(Pending& pending, Objection const& objection, int depth);
