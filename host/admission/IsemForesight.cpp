@@ -3,6 +3,7 @@
 #include "ShoalTunnel/TcamSharing/TcamSharingIsemPolicyId.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace ShoalHost {
 
@@ -146,28 +147,39 @@ IsemForesight::Verdict IsemForesight::judge(Effect const& effect) {
    }
    constexpr uint64_t behindTheQueue = uint64_t{1} << 63;
    uint64_t last = behindTheQueue;
+   // A slice begins at the bookmark. What stands ahead of it comes behind all that follows it, also
+   // what is queued now.
+   TcamSharingRequest const bookmark = pipeline_.codef->bookmark();
+   auto begin = effect.restartsIntake ? std::nullopt : index_.placeInQueue(bookmark);
+   auto queue = [&](TcamSharingRequest of) {
+      request(of).place = ++last;
+      begin = of == bookmark ? std::optional(last) : begin;
+   };
    for (auto const& [of, policy] : effect.merged) {
       Request& changed = request(of);
       changed.merged = policy;
       if (policy != changed.output && !changed.place) {
-         changed.place = ++last;
+         queue(of);
       }
    }
    for (TcamSharingRequest of : effect.requeued) {
       if (!request(of).place) {
-         request(of).place = ++last;
+         queue(of);
       }
    }
-   std::vector<std::pair<uint64_t, TcamSharingRequest>> works;
+   auto beginOfRetries = index_.placeInRetries(bookmark);
+   enum Round { first, wrapped, retries, wrappedRetries };
+   std::vector<std::tuple<Round, uint64_t, TcamSharingRequest>> works;
    for (auto const& [of, known] : requests_) {
       if (known.place) {
-         works.emplace_back(*known.place, of);
+         works.emplace_back(begin && *known.place < *begin ? wrapped : first, *known.place, of);
       } else if (auto place = index_.placeInRetries(of); place && !known.merged.empty()) {
-         works.emplace_back(*place, of);
+         works.emplace_back(beginOfRetries && *place < *beginOfRetries ? wrappedRetries : retries,
+                            *place, of);
       }
    }
    std::sort(works.begin(), works.end());
-   for (auto const& [place, of] : works) {
+   for (auto const& [round, place, of] : works) {
       work(of);
    }
    return verdict_;

@@ -154,13 +154,7 @@ std::vector<TcamSharingRequest> const& RequestIndex::leadingTo(AradSemKeyAndFap 
 
 std::optional<uint64_t> RequestIndex::placeInQueue(TcamSharingRequest request) const {
    uint64_t place = places_.get(request);
-   if (place == 0) {
-      return std::nullopt;
-   }
-   // A slice begins at the bookmark, and at the first one behind the last.
-   uint64_t bookmark = places_.get(pipeline_.codef->bookmark());
-   constexpr uint64_t round = uint64_t{1} << 62;
-   return bookmark != 0 && place < bookmark ? place + round : place;
+   return place == 0 ? std::nullopt : std::optional(place);
 }
 
 // A retry pass walks the list in the order in which entries came.

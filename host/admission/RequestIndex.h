@@ -30,7 +30,8 @@ class RequestIndex {
       auto const* count = counts_.find(unit);
       return count == nullptr ? 0 : *count;
    }
-   // The place of a request in the order in which slices will work the queue; none: not queued.
+   // The place of a request in the queue; none: not queued. A slice begins at the bookmark, if that
+   // is queued, and at the first one behind the last.
    std::optional<uint64_t> placeInQueue(TcamSharingRequest request) const;
    // The place of one that waits for a retry in the order of the retry pass, behind every queued
    // one; none: it does not wait, or is not wanted.
