@@ -53,6 +53,9 @@ std::vector<TcamSharingRequest> SharingModel::wantedOn(IntfId intf) const {
          requests.push_back(request);
       }
    }
+   std::sort(requests.begin(), requests.end(), [this](auto const& a, auto const& b) {
+      return wantedSince_.at(a) < wantedSince_.at(b);
+   });
    return requests;
 }
 
@@ -82,6 +85,9 @@ void SharingModel::merge(TcamSharingRequest request, uint64_t merged) {
    TcamSharingPolicyId policy(merged);
    if (wanted(request) == policy) {
       return;
+   }
+   if (!merged_.contains(request)) {
+      wantedSince_[request] = ++wantedCount_;
    }
    put(merged_, request, policy, !policy.empty());
    if (policy == handedOver(request)) {

@@ -93,12 +93,15 @@ class SharingModel {
    void merge(TcamSharingRequest request, uint64_t merged);
    void requeue(TcamSharingRequest request);
    void handOver(TcamSharingRequest request, TcamSharingPolicyId policy);
+   // In the order in which they came.
    std::vector<TcamSharingRequest> wantedOn(IntfId intf) const;
    void takeOut(TcamSharingRequest request);
 
    Context& context_;
    std::array<Policies, kRequesters> asked_;
    Policies merged_;
+   std::map<TcamSharingRequest, uint64_t> wantedSince_; // the order in which they came
+   uint64_t wantedCount_ = 0;
    Table<TcamSharingRequest, bool> queued_;
    Table<TcamSharingEntry, bool> retries_;
    std::optional<TcamSharingEntry> takenByWork_; // off the retry list, by the event under way
