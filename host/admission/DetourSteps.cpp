@@ -14,6 +14,7 @@ using Plexus::SubIntfId;
 namespace {
 
 constexpr unsigned kTries = 3; // at making one request unanswered
+constexpr unsigned kAsks = 5;  // of the chip, for one answer
 constexpr int kDepth = 4;      // of objections to what removes an objection
 
 } // namespace
@@ -25,7 +26,7 @@ Detours::Step Detours::step(Pending& pending) {
    pending.worked.reset();
    tagsBack(pending);
    if (!std::all_of(pending.withdrawn.begin(), pending.withdrawn.end(),
-                    [this](auto request) { return isAtRest(request); })) {
+                    [&](auto request) { return isAtRest(pending, request); })) {
       return waitFor(pending, pending.withdrawn);
    }
    auto objection = pending.change.judge();
@@ -62,8 +63,11 @@ Detours::Step Detours::clear(Pending& pending, Objection const& objection, int d
    case Row::unmapped:
    case Row::moved: {
       TcamSharingRequest request = *objection.request;
-      if (objection.open || isQueued(request)) {
+      if (isQueued(request) || (objection.open && !awaitedAt(pending, request).empty())) {
          return waitFor(pending, {request});
+      }
+      if (objection.open) {
+         return Step::stuck;
       }
       if (objection.key) {
          addOnce(pending.keys, *objection.key);
@@ -168,8 +172,8 @@ Detours::Step Detours::give(Pending& pending, TcamSharingRequest request,
 
 Detours::Step Detours::waitFor(Pending& pending, std::vector<TcamSharingRequest> const& requests) {
    pending.awaited = requests;
-   bool unanswered = std::any_of(requests.begin(), requests.end(), [this](auto request) {
-      return !judge_.isemIndex().unansweredAt(request).empty();
+   bool unanswered = std::any_of(requests.begin(), requests.end(), [&](auto request) {
+      return !awaitedAt(pending, request).empty();
    });
    if (!unanswered) {
       pending.deadline.reset();
@@ -206,11 +210,21 @@ bool Detours::isQueuedOn(FapId unit) const {
    return false;
 }
 
-bool Detours::isAtRest(TcamSharingRequest request) const {
+bool Detours::isAtRest(Pending const& pending, TcamSharingRequest request) const {
    SharingPipeline const& pipeline = router_.pipelineOf(request.fapId());
    return !pipeline.codef->backlog(request) &&
           pipeline.output(request) == pipeline.merged->request(request) &&
-          judge_.isemIndex().unansweredAt(request).empty();
+          awaitedAt(pending, request).empty();
+}
+
+std::vector<AradSemKeyAndFap> Detours::awaitedAt(Pending const& pending,
+                                                 TcamSharingRequest request) const {
+   auto keys = judge_.isemIndex().unansweredAt(request);
+   std::erase_if(keys, [&](AradSemKeyAndFap key) {
+      auto asked = pending.asked.find(key);
+      return asked != pending.asked.end() && asked->second >= kAsks;
+   });
+   return keys;
 }
 
 void Detours::work(TcamSharingRequest request) {

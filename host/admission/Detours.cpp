@@ -172,12 +172,13 @@ void Detours::askAgain() {
       if (pending.deadline && *pending.deadline <= now) {
          std::vector<AradSemKeyAndFap> keys;
          for (TcamSharingRequest request : pending.awaited) {
-            for (AradSemKeyAndFap key : judge_.isemIndex().unansweredAt(request)) {
+            for (AradSemKeyAndFap key : awaitedAt(pending, request)) {
                addOnce(keys, key);
             }
          }
          for (AradSemKeyAndFap key : keys) {
             note(formatted("the chip is asked again about {}", formatKey(key)));
+            ++pending.asked[key];
             seam_.askAgain(key);
          }
          pending.deadline = now + answerBound_;

@@ -48,7 +48,7 @@ class Detours {
    Setting setting() const { return setting_; }
    void settingIs(Setting setting) { setting_ = setting; }
    // How long an answer of the chip is waited for. Then it counts as lost, and the chip is asked
-   // again. Seconds.
+   // again, a few times. Seconds.
    Seconds answerBound() const { return answerBound_; }
    void answerBoundIs(Seconds bound) { answerBound_ = bound; }
 
@@ -126,7 +126,8 @@ class Detours {
       std::vector<TcamSharingEntry> retried;     // that wait for a retry, since they were worked so
       std::optional<IntfId> aside;               // the sub-interface whose tags are put aside
       unsigned tries = 0;
-      std::optional<Seconds> deadline; // for answers
+      std::optional<Seconds> deadline;            // for answers
+      std::map<AradSemKeyAndFap, unsigned> asked; // how often the chip was asked again
       std::vector<TcamSharingRequest> awaited;
    };
    enum class Step { again, waits, stuck, done };
@@ -155,8 +156,12 @@ class Detours {
    std::vector<Held> askersOf(TcamSharingRequest request) const;
    bool isQueued(TcamSharingRequest request) const;
    bool isQueuedOn(FapId unit) const;
-   // Worked, with every write of it answered.
-   bool isAtRest(TcamSharingRequest request) const;
+   // Worked, with every write of it answered that is waited for.
+   bool isAtRest(Pending const& pending, TcamSharingRequest request) const;
+   // The entries with a write of the request that is not answered. What was asked for in vain often
+   // enough is not waited for.
+   std::vector<AradSemKeyAndFap> awaitedAt(Pending const& pending,
+                                           TcamSharingRequest request) const;
    // Whether the change has to wait behind one of the first `count` pending ones.
    bool waitsBehind(Concern const& concern, std::size_t count) const;
    bool meet(Concern const& a, Pending const& b) const;
