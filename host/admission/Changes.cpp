@@ -162,8 +162,8 @@ Effects Changes::tagEffects(IntfId subIntf, WorldView::Tags both, bool deleted) 
 }
 
 void Changes::tagsAre(std::string_view what, IntfId subIntf,
-                      std::function<WorldView::Tags(WorldView::Tags)> change, bool deleted,
-                      std::function<void()> make) {
+                      std::function<WorldView::Tags(WorldView::Tags)> const& change, bool deleted,
+                      std::function<void()> const& make) {
    world_.requireSubInterface(subIntf);
    carryOut(
        what, [=] { return formatted("{} of {}", what, subIntf.name()); }, concernOf(subIntf),
@@ -267,8 +267,8 @@ void Changes::untaggedVlanIs(IntfId intf, VlanIdOrNone vlan) {
    world_.untaggedVlanIs(intf, vlan);
 }
 
-void Changes::factIs(std::string_view what, IntfId intf, std::function<FactChange()> fact,
-                     std::function<void()> make, std::optional<IntfId> member) {
+void Changes::factIs(std::string_view what, IntfId intf, std::function<FactChange()> const& fact,
+                     std::function<void()> const& make, std::optional<IntfId> member) {
    Change change;
    change.kind = what;
    change.what = [=] { return formatted("{} of {}", what, intf.name()); };

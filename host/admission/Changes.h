@@ -68,14 +68,14 @@ class Changes {
                        TcamSharingPolicyId policy);
    // Of a sub-interface, to these tags.
    void tagsAre(std::string_view what, IntfId subIntf,
-                std::function<WorldView::Tags(WorldView::Tags)> change, bool deleted,
-                std::function<void()> make);
+                std::function<WorldView::Tags(WorldView::Tags)> const& change, bool deleted,
+                std::function<void()> const& make);
    Effects tagEffects(IntfId subIntf, WorldView::Tags tags, bool deleted) const;
    Effects internalVlanEffects(IntfId routedPort, Bridging::VlanIdOrNone vlan) const;
    // A change of facts of the interface, with sub-interfaces that it is a fact of, too; of a
    // port-channel, also of a member.
-   void factIs(std::string_view what, IntfId intf, std::function<FactChange()> fact,
-               std::function<void()> make, std::optional<IntfId> member = std::nullopt);
+   void factIs(std::string_view what, IntfId intf, std::function<FactChange()> const& fact,
+               std::function<void()> const& make, std::optional<IntfId> member = std::nullopt);
    void unitIs(FapId unit, std::string_view what, std::function<std::optional<Objection>()> judge,
                std::function<void()> make);
 

@@ -150,6 +150,7 @@ Detours::Step Detours::give(Pending& pending, TcamSharingRequest request,
       }
       pending.aside = intf;
       world_.tagsAsideIs(intf, true);
+      judge_.requestHeld(request); // it leads nowhere for a while
       addOnce(
           pending.retried,
           TcamSharingEntry(request, router_.pipelineOf(request.fapId()).merged->request(request)));

@@ -8,7 +8,6 @@
 namespace ShoalHost {
 
 using namespace Hardware::ShoalTunnel;
-using Plexus::SubIntfId;
 
 bool Detours::isFinal(TcamSharingResponse const& response) {
    return response.status == tcamSharingSuccess || response.status == tcamSharingFailed;
