@@ -3,7 +3,7 @@
 namespace Simulate {
 
 Checker::Checker(AgentHost& host)
-    : host_(host), model_(host.world()), recorder_(host, model_), comparison_(host, model_),
+    : model_(host.world()), recorder_(host, model_), comparison_(host, model_),
       explanations_(host) {}
 
 Checker& Checker::follow(AgentHost& host) {

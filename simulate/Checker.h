@@ -28,7 +28,6 @@ class Checker : public Observer {
  private:
    explicit Checker(AgentHost& host);
 
-   AgentHost& host_;
    Model model_;
    Recorder recorder_;
    Comparison comparison_;

@@ -31,10 +31,11 @@ Concern concernOf(FapId unit) {
 } // namespace
 
 Changes::Changes(World& world, IsemPipeline& isem, MapperPipeline& mapper, SharingRouter& router,
-                 FeaturePipeline const& features, ChipSeam& seam, Orv::Timers& timers)
+                 FeaturePipeline const& features, Chronicle const& chronicle, ChipSeam& seam,
+                 Orv::Timers& timers)
     : world_(world), isem_(isem), mapper_(mapper), router_(router),
       judge_(world, isem, mapper, router, features, seam),
-      detours_(world, isem, mapper, router, judge_, seam, timers) {}
+      detours_(world, isem, mapper, router, chronicle, judge_, seam, timers) {}
 
 void Changes::carryOut(std::string_view kind, std::function<std::string()> what, Concern concern,
                        std::function<std::optional<Objection>()> judge,
@@ -101,10 +102,6 @@ void Changes::askFor(Requester requester, std::vector<TcamSharingRequest> const&
          throw ChangeRefused(*objection);
       }
    }
-   for (TcamSharingRequest request : held) {
-      write(request);
-      detours_.heldRequestIs(requester, request);
-   }
    try {
       detours_.carryOut(std::move(change), setting);
    } catch (ChangeRefused const&) {
@@ -112,6 +109,10 @@ void Changes::askFor(Requester requester, std::vector<TcamSharingRequest> const&
          rememberWishes(requester, wanted, policy);
       }
       throw;
+   }
+   for (TcamSharingRequest request : held) {
+      write(request);
+      detours_.heldRequestIs(requester, request);
    }
    for (TcamSharingRequest request : requests) {
       detours_.wishDel(requester, request);
@@ -121,7 +122,8 @@ void Changes::askFor(Requester requester, std::vector<TcamSharingRequest> const&
 void Changes::rememberWishes(Requester requester, std::vector<TcamSharingRequest> const& requests,
                              TcamSharingPolicyId policy) {
    for (TcamSharingRequest request : requests) {
-      auto objection = judge_.judgePolicy(requester, request, policy);
+      auto objection =
+          policy.empty() ? std::nullopt : judge_.judgePolicy(requester, request, policy);
       if (objection && objection->row != Row::fields) {
          detours_.wishIs(requester, request, policy, objection->why,
                          [=, this] { askFor(requester, {request}, policy, Setting::detour); });

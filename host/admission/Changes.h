@@ -12,7 +12,8 @@ namespace ShoalHost {
 class Changes {
  public:
    Changes(World& world, IsemPipeline& isem, MapperPipeline& mapper, SharingRouter& router,
-           FeaturePipeline const& features, ChipSeam& seam, Orv::Timers& timers);
+           FeaturePipeline const& features, Chronicle const& chronicle, ChipSeam& seam,
+           Orv::Timers& timers);
 
    using Setting = Detours::Setting;
    // How a change is made that would stop the library, and what is on its way.

@@ -26,8 +26,8 @@ Detours::Step Detours::step(Pending& pending) {
    pending.worked.reset();
    tagsBack(pending);
    if (!std::all_of(pending.withdrawn.begin(), pending.withdrawn.end(),
-                    [&](auto request) { return isAtRest(pending, request); })) {
-      return waitFor(pending, pending.withdrawn);
+                    [&](auto const& each) { return isAtRest(pending, each.first); })) {
+      return waitForWithdrawn(pending);
    }
    auto objection = pending.change.judge();
    if (objection) {
@@ -50,7 +50,7 @@ Detours::Step Detours::step(Pending& pending) {
    return Step::done;
 }
 
-// Does what removes the objection. Throws nothing of what it does away, if it is stuck at once.
+// Does what removes the objection.
 Detours::Step Detours::clear(Pending& pending, Objection const& objection, int depth) {
    if (depth > kDepth) {
       return Step::stuck;
@@ -127,20 +127,21 @@ Detours::Step Detours::hold(Pending& pending, std::vector<Held> const& all, int 
       }
       SharingPipeline const& pipeline = router_.pipelineOf(each.request.fapId());
       bool answered = isFinal(pipeline.mergedStatus->response(each.request));
+      pending.withdrawn.try_emplace(each.request, chronicle_.placeOf(pipeline, each.request));
       router_.heldIs(each.requester, each.request, true);
-      pending.held.push_back(each);
-      addOnce(pending.withdrawn, each.request);
+      pending.held.insert(each);
       if (answered && !pipeline.merged->requestHas(each.request)) {
          interrupted_[each.request] = Orv::System::peekTime();
       }
       holds = true;
    }
-   return holds ? waitFor(pending, pending.withdrawn) : Step::stuck;
+   return holds ? waitForWithdrawn(pending) : Step::stuck;
 }
 
-// Makes that a request which was answered without an entry of its own can be withdrawn. A
-// sub-interface without tags does not resolve: worked so, its request is in progress, and nobody
-// else is disturbed. Any other is worked while nobody has the entry, and gets it.
+// Prepares the withdrawal of a request that was answered without an entry of its own. A
+// sub-interface without tags does not resolve, so its request is worked without them: it is in
+// progress then, and nobody else is disturbed. Another one is worked while nobody has the entry,
+// and gets it.
 Detours::Step Detours::give(Pending& pending, TcamSharingRequest request,
                             std::optional<AradSemKeyAndFap> key, int depth) {
    IntfId intf = request.intfId();
@@ -169,6 +170,14 @@ Detours::Step Detours::give(Pending& pending, TcamSharingRequest request,
    work(request);
    pending.worked = request;
    return Step::waits;
+}
+
+Detours::Step Detours::waitForWithdrawn(Pending& pending) {
+   std::vector<TcamSharingRequest> requests;
+   for (auto const& [request, place] : pending.withdrawn) {
+      requests.push_back(request);
+   }
+   return waitFor(pending, requests);
 }
 
 Detours::Step Detours::waitFor(Pending& pending, std::vector<TcamSharingRequest> const& requests) {

@@ -9,15 +9,12 @@ namespace ShoalHost {
 
 using namespace Hardware::ShoalTunnel;
 
-bool Detours::isFinal(TcamSharingResponse const& response) {
-   return response.status == tcamSharingSuccess || response.status == tcamSharingFailed;
-}
-
 Detours::Detours(World& world, IsemPipeline const& isem, MapperPipeline const& mapper,
-                 SharingRouter& router, Judge& judge, ChipSeam& seam, Orv::Timers& timers)
-    : world_(world), isem_(isem), mapper_(mapper), router_(router), judge_(judge), seam_(seam),
-      now_(this, timers), later_(this, timers), orvIsemBacklog_(this), orvMapperBacklog_(this),
-      orvAnswer_(this), orvIsemResponse_(this), orvMapperResponse_(this) {
+                 SharingRouter& router, Chronicle const& chronicle, Judge& judge, ChipSeam& seam,
+                 Orv::Timers& timers)
+    : world_(world), isem_(isem), mapper_(mapper), router_(router), chronicle_(chronicle),
+      judge_(judge), seam_(seam), now_(this, timers), later_(this, timers), orvIsemBacklog_(this),
+      orvMapperBacklog_(this), orvAnswer_(this), orvIsemResponse_(this), orvMapperResponse_(this) {
    intakesRebuilt();
    isem_.tableStatus->statusCollection().watch(orvAnswer_);
    isem_.mergedStatus->responseCollection().watch(orvIsemResponse_);
@@ -57,7 +54,7 @@ bool Detours::meet(Concern const& a, Pending const& b) const {
       return interfaces;
    };
    auto theirs = of(other);
-   for (TcamSharingRequest request : b.withdrawn) {
+   for (auto const& [request, place] : b.withdrawn) {
       theirs.push_back(request.intfId());
    }
    for (IntfId intf : of(a)) {
@@ -73,12 +70,14 @@ bool Detours::meet(Concern const& a, Pending const& b) const {
    return sharesEntry || (a.portMap && other.portMap) || (a.unit && isOn(other, *a.unit)) ||
           (other.unit && isOn(a, *other.unit)) ||
           (a.unit && std::any_of(b.withdrawn.begin(), b.withdrawn.end(),
-                                 [&](auto request) { return request.fapId() == *a.unit; }));
+                                 [&](auto const& each) { return each.first.fapId() == *a.unit; }));
 }
 
-bool Detours::waitsBehind(Concern const& concern, std::size_t count) const {
-   return std::any_of(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(count),
-                      [&](Pending const& before) { return meet(concern, before); });
+Detours::Pending const* Detours::ahead(Concern const& concern, std::size_t count) const {
+   auto end = pending_.begin() + static_cast<std::ptrdiff_t>(count);
+   auto found = std::find_if(pending_.begin(), end,
+                             [&](Pending const& before) { return meet(concern, before); });
+   return found == end ? nullptr : &*found;
 }
 
 bool Detours::replaces(Change& change) {
@@ -98,9 +97,9 @@ void Detours::carryOut(Change change, Setting setting) {
       change.make();
       return;
    }
-   bool behind = !pending_.empty() && waitsBehind(change.concern, pending_.size());
+   Pending const* behind = ahead(change.concern, pending_.size());
    std::optional<Objection> objection;
-   if (!behind) {
+   if (behind == nullptr) {
       objection = change.judge();
       if (!objection) {
          change.make();
@@ -115,16 +114,16 @@ void Detours::carryOut(Change change, Setting setting) {
       }
    } else if (setting == Setting::refuse || change.firm) {
       throw HostError("a change that it touches is still on its way: {}; settle first",
-                      pending_.back().what);
+                      behind->what);
    }
-   if (behind && replaces(change)) {
+   if (behind != nullptr && replaces(change)) {
       return;
    }
    Pending pending;
    pending.what = change.what();
    pending.since = Orv::System::peekTime();
    pending.change = std::move(change);
-   if (behind) {
+   if (behind != nullptr) {
       pending.why = "an earlier change is on its way";
    } else if (clear(pending, *objection, 0) == Step::stuck) {
       finish(std::move(pending));
@@ -145,7 +144,7 @@ void Detours::poke() {
 
 void Detours::run() {
    for (std::size_t place = 0; place < pending_.size();) {
-      if (waitsBehind(pending_[place].change.concern, place)) {
+      if (ahead(pending_[place].change.concern, place) != nullptr) {
          ++place;
          continue;
       }
@@ -201,14 +200,12 @@ void Detours::finish(Pending pending) {
          moving_.reset();
       }
    }
-   auto place = [this](TcamSharingRequest request) {
-      return std::max(judge_.isemIndex().orderOf(request), judge_.mapperIndex().orderOf(request));
-   };
-   std::stable_sort(pending.held.begin(), pending.held.end(), [&](auto const& a, auto const& b) {
-      return place(a.request) < place(b.request);
+   std::vector<Held> held(pending.held.begin(), pending.held.end());
+   std::stable_sort(held.begin(), held.end(), [&](auto const& a, auto const& b) {
+      return pending.withdrawn.at(a.request) < pending.withdrawn.at(b.request);
    });
-   for (Held const& held : pending.held) {
-      release(held);
+   for (Held const& each : held) {
+      release(each);
    }
    if (pending.change.concern.unit) {
       tryHeld(*pending.change.concern.unit);
@@ -245,6 +242,9 @@ void Detours::release(Held const& held) {
    };
    change.refused = refuse;
    refused_.erase(held);
+   if (config->request(request).empty()) {
+      interrupted_.erase(request); // it does not come back
+   }
    try {
       carryOut(std::move(change), Setting::detour);
    } catch (ChangeRefused const& refused) {
@@ -254,11 +254,9 @@ void Detours::release(Held const& held) {
 
 void Detours::heldRequestIs(Requester requester, TcamSharingRequest request) {
    Held const held{requester, request};
-   auto found = refused_.find(held);
-   if (found == refused_.end()) {
-      return; // a change on its way will hand it over
-   }
-   release(held);
+   if (refused_.contains(held)) {
+      release(held);
+   } // else a change on its way hands it over
 }
 
 void Detours::wishIs(Requester requester, TcamSharingRequest request, TcamSharingPolicyId policy,
@@ -317,7 +315,7 @@ void Detours::handleResponse(TcamSharingRequest const& request) {
 std::vector<Detours::Waiting> Detours::waiting() const {
    std::vector<Waiting> all;
    for (Pending const& each : pending_) {
-      all.push_back({each.what, each.why, each.since, each.forFact, each.withdrawn});
+      all.push_back({each.what, each.why, each.since, each.forFact});
    }
    return all;
 }
@@ -328,7 +326,7 @@ bool Detours::busy() const {
    }
    for (std::size_t place = 0; place < pending_.size(); ++place) {
       Pending const& each = pending_[place];
-      if (!each.forFact && !waitsBehind(each.change.concern, place)) {
+      if (!each.forFact && ahead(each.change.concern, place) == nullptr) {
          return true;
       }
    }
@@ -346,7 +344,7 @@ std::vector<Detours::HeldBack> Detours::heldBack(Requester requester,
          found.back().why = refused->second;
       }
       for (Pending const& each : pending_) {
-         if (contains(each.held, held)) {
+         if (each.held.contains(held)) {
             found.back().why = each.what + " is on its way";
          }
       }

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "host/admission/Judge.h"
+#include "host/chronicle/Chronicle.h"
 
 #include <deque>
 #include <functional>
@@ -38,7 +39,8 @@ struct Change {
 class Detours {
  public:
    Detours(World& world, IsemPipeline const& isem, MapperPipeline const& mapper,
-           SharingRouter& router, Judge& judge, ChipSeam& seam, Orv::Timers& timers);
+           SharingRouter& router, Chronicle const& chronicle, Judge& judge, ChipSeam& seam,
+           Orv::Timers& timers);
 
    enum class Setting {
       refuse, // ChangeRefused for what would stop the library
@@ -57,7 +59,7 @@ class Detours {
    void carryOut(Change change) { carryOut(std::move(change), setting_); }
    // By another setting, for once.
    void carryOut(Change change, Setting setting);
-   // A policy that a requester asks for while it is held back. ChangeRefused.
+   // The requester's table has another policy for a request that is held back, or none.
    void heldRequestIs(Requester requester, TcamSharingRequest request);
    // A policy that was refused, for what the unit lacks, is remembered, and made when the unit gets
    // it. Replaces the one before; `make` asks for it again.
@@ -80,7 +82,6 @@ class Detours {
       std::string why;
       Seconds since;
       bool forFact; // for a change of the world that nothing here brings about
-      std::vector<TcamSharingRequest> held;
    };
    std::vector<Waiting> waiting() const;
    // Something is on its way, and time brings it on.
@@ -119,12 +120,12 @@ class Detours {
       std::string why;
       Seconds since = 0.0;
       bool forFact = false;
-      std::vector<Held> held;
-      std::vector<TcamSharingRequest> withdrawn; // the requests of `held`
-      std::vector<AradSemKeyAndFap> keys;        // the entries that are in the way
-      std::optional<TcamSharingRequest> worked;  // is being made unanswered, or given an entry
-      std::vector<TcamSharingEntry> retried;     // that wait for a retry, since they were worked so
-      std::optional<IntfId> aside;               // the sub-interface whose tags are put aside
+      std::set<Held> held;
+      std::map<TcamSharingRequest, uint64_t> withdrawn; // of `held`: their places among the wanted
+      std::vector<AradSemKeyAndFap> keys;               // the entries that are in the way
+      std::optional<TcamSharingRequest> worked; // is being made unanswered, or given an entry
+      std::vector<TcamSharingEntry> retried;    // that wait for a retry, since they were worked so
+      std::optional<IntfId> aside;              // the sub-interface whose tags are put aside
       unsigned tries = 0;
       std::optional<Seconds> deadline;            // for answers
       std::map<AradSemKeyAndFap, unsigned> asked; // how often the chip was asked again
@@ -147,6 +148,7 @@ class Detours {
    Step hold(Pending& pending, std::vector<Held> const& all, int depth);
    Step give(Pending& pending, TcamSharingRequest request, std::optional<AradSemKeyAndFap> key,
              int depth);
+   Step waitForWithdrawn(Pending& pending);
    Step waitFor(Pending& pending, std::vector<TcamSharingRequest> const& requests);
    void finish(Pending pending);
    void release(Held const& held);
@@ -162,15 +164,14 @@ class Detours {
    // enough is not waited for.
    std::vector<AradSemKeyAndFap> awaitedAt(Pending const& pending,
                                            TcamSharingRequest request) const;
-   // Whether the change has to wait behind one of the first `count` pending ones.
-   bool waitsBehind(Concern const& concern, std::size_t count) const;
+   // The first of `count` pending changes that the change has to wait behind; null: none.
+   Pending const* ahead(Concern const& concern, std::size_t count) const;
    bool meet(Concern const& a, Pending const& b) const;
    // Takes the place of one that waits, if it makes that one idle.
    bool replaces(Change& change);
    bool isOn(Concern const& concern, FapId unit) const;
    void tryHeld(FapId unit);
    void note(std::string text);
-   static bool isFinal(Hardware::ShoalTunnel::TcamSharingResponse const& response);
 
    void handleBacklog(TcamSharingRequest const&) { poke(); }
    void handleAnswer(AradSemKeyAndFap const&) { poke(); }
@@ -180,6 +181,7 @@ class Detours {
    IsemPipeline const& isem_;
    MapperPipeline const& mapper_;
    SharingRouter& router_;
+   Chronicle const& chronicle_;
    Judge& judge_;
    ChipSeam& seam_;
    Setting setting_ = Setting::refuse;

@@ -72,13 +72,12 @@ std::optional<Objection> Judge::judge(Effects const& effects) const {
                                     verdict.users.size() == 1 ? "s" : ""),
                           formatted("withdraw {} first", users));
    } else {
-      auto status = isem_.mergedStatus->response(verdict.request).status;
-      bool answered = status == tcamSharingSuccess || status == tcamSharingFailed;
-      std::string why =
-          formatted("{} would be withdrawn, but it {} without an entry of its own", request,
-                    verdict.open ? "may be answered before that"
-                    : answered   ? formatted("was answered {}", formatStatus(status))
-                                 : "will be answered");
+      auto response = isem_.mergedStatus->response(verdict.request);
+      std::string why = formatted(
+          "{} would be withdrawn, but it {} without an entry of its own", request,
+          verdict.open        ? "may be answered before that"
+          : isFinal(response) ? formatted("was answered {}", formatStatus(response.status))
+                              : "will be answered");
       if (verdict.open) {
          found = objectionOf(Row::unmapped, why, "wait for the answers of the chip first");
       } else if (users.empty()) {

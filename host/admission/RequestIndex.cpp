@@ -66,7 +66,6 @@ void RequestIndex::handleMerged(TcamSharingRequest const& request) {
    bool known = std::find(list.begin(), list.end(), request) != list.end();
    if (wanted && !known) {
       list.push_back(request);
-      orders_.set(request, ++lastOrder_);
       ++counts_[request.fapId()];
       place(request);
    } else if (!wanted && known) {

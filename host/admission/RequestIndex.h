@@ -36,8 +36,6 @@ class RequestIndex {
    // The place of one that waits for a retry in the order of the retry pass, behind every queued
    // one; none: it does not wait, or is not wanted.
    std::optional<uint64_t> placeInRetries(TcamSharingRequest request) const;
-   // Rises with the order in which requests were wanted; also of those that were.
-   uint64_t orderOf(TcamSharingRequest request) const { return orders_.get(request); }
    // The request is queued, or waits for a retry.
    bool isPending(TcamSharingRequest request) const;
    // The shared entries with a write or removal of the request's that is not answered.
@@ -68,8 +66,6 @@ class RequestIndex {
    Orv::KeyedByIndex<TcamSharingRequest, uint64_t> places_;  // of queued ones, from 1
    Orv::KeyedByIndex<TcamSharingRequest, uint64_t> retries_; // of those on the retry list, from 1
    uint64_t lastPlace_ = 0;
-   Orv::KeyedByIndex<TcamSharingRequest, uint64_t> orders_; // from 1
-   uint64_t lastOrder_ = 0;
    // Pruned when it is asked for.
    mutable std::unordered_map<uint32_t, std::vector<AradSemKeyAndFap>> unanswered_; // by request
    Orv::ReactorFor<&RequestIndex::handleMerged> orvMerged_;

@@ -19,6 +19,12 @@ using Hardware::ShoalTunnel::TcamSharingRequest;
 using Hardware::ShoalTunnel::TcamSharingStatus;
 using Orv::Seconds;
 
+// A response that nothing follows by itself.
+inline bool isFinal(Hardware::ShoalTunnel::TcamSharingResponse const& response) {
+   return response.status == Hardware::ShoalTunnel::tcamSharingSuccess ||
+          response.status == Hardware::ShoalTunnel::tcamSharingFailed;
+}
+
 // Who asks for policies: the parts of the switch that share TCAM space.
 enum class Requester { acl, lumen, rampart };
 inline constexpr std::size_t kRequesters = 3;

@@ -30,8 +30,8 @@ Host::Host(Inventory inventory, ChipDriver& driver, Time time) : loop_(time) {
    buildVlanDomainSm();
 
    chronicle_ = std::make_unique<Chronicle>(*isem_, *mapper_, *seam_);
-   changes_ = std::make_unique<Changes>(world, *isem_, *mapper_, *router_, *inLifFeatures_, *seam_,
-                                        loop_.timers());
+   changes_ = std::make_unique<Changes>(world, *isem_, *mapper_, *router_, *inLifFeatures_,
+                                        *chronicle_, *seam_, loop_.timers());
    settling_ = std::make_unique<Settling>(loop_, *seam_, changes_->detours(), pipelines_);
    suspects_ = std::make_unique<Suspects>(world, *isem_, *mapper_, *router_, *seam_, *chronicle_,
                                           *changes_);

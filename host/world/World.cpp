@@ -125,12 +125,12 @@ void World::dynamicEncapsulationIs(IntfId subIntf, Dot1qEncap encap) {
 }
 
 void World::tagsAsideIs(IntfId subIntf, bool aside) {
-   requireSubInterface(subIntf);
-   auto const& config = subIntfConfigDir->subIntfConfig(subIntf);
    auto hidden = tagsAside_.find(subIntf);
    if (aside == (hidden != tagsAside_.end())) {
       return;
    }
+   requireSubInterface(subIntf);
+   auto const& config = subIntfConfigDir->subIntfConfig(subIntf);
    if (aside) {
       tagsAside_[subIntf] = tags(subIntf);
       config->dot1qEncapIs({});

@@ -218,5 +218,44 @@ TEST(AdmissionTest, ALostAnswerIsAskedForAgainAndTheLastWishWins) {
    })) << notes.back().text;
 }
 
+// Two changes on their way: that of Ethernet0, and behind nothing of it that of Ethernet64.
+std::vector<std::string> const twoOnTheirWay{"set admission detour",
+                                             "request acl Ethernet0.1 own qos=5",
+                                             "request acl Ethernet0.2 own qos=6",
+                                             "request acl Ethernet64.1 own qos=5",
+                                             "settle",
+                                             "encapsulation Ethernet0.1 20",
+                                             "withdraw acl Ethernet64.1 own",
+                                             "unit 3 type arad",
+                                             "expect count changes 2"};
+
+TEST(AdmissionTest, WhatIsBehindAChangeOnItsWaySaysBehindWhich) {
+   Play play;
+   ASSERT_EQ(play.run(twoOnTheirWay), "");
+   ASSERT_EQ(play.run("set admission refuse"), "");
+   EXPECT_THAT(play.run("encapsulation Ethernet0.1 21"),
+               HasSubstr("still on its way: the encapsulation of lc1/asic0/Ethernet0.1; settle"));
+   EXPECT_THAT(play.run("request acl Ethernet64.1 own qos=7"),
+               HasSubstr("still on its way: the type of unit 3; settle"));
+   EXPECT_EQ(play.run({"settle", "expect count changes 0", "expect count held 0",
+                       "expect isem 10 1 1 qos=6", "expect isem 20 1 1 qos=5"}),
+             "");
+}
+
+TEST(AdmissionTest, WhatIsWithdrawnWhileItIsHeldBackIsNotToldToBeBack) {
+   Play play;
+   ASSERT_EQ(play.run(twoOnTheirWay), "");
+   EXPECT_EQ(play.run({"withdraw acl Ethernet0.1 own", "settle", "expect count held 0",
+                       "expect in-hardware Ethernet0.2 own", "expect count requests 1"}),
+             "");
+   std::vector<std::string> back;
+   for (auto const& note : play.host().changes().detours().notes()) {
+      if (note.text.find(" is back: ") != std::string::npos) {
+         back.push_back(note.text.substr(0, note.text.find(": ")));
+      }
+   }
+   EXPECT_EQ(back, std::vector<std::string>{"lc1/asic0/Ethernet0.2 unit 1 is back"});
+}
+
 } // namespace
 } // namespace Simulate
