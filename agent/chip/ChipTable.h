@@ -83,6 +83,11 @@ class ChipTable {
       }
       heldBackOf_.clear();
    }
+   // Gives the answer that is due next, ahead of its time. There has to be one.
+   void answerFirst() {
+      giveFirst();
+      askForNext();
+   }
    // Empties the table; adds the writes that it had not answered.
    void restart(std::vector<ChipWrite>& unanswered) {
       for (Answer const& answer : unanswered_) {
@@ -188,17 +193,21 @@ class ChipTable {
    void handleTime() {
       Seconds now = Orv::System::currentTime();
       while (!unanswered_.empty() && unanswered_.begin()->due <= now) {
-         auto const given = unanswered_.extract(unanswered_.begin());
-         Answer const& answer = given.value();
-         // It is the first of its key, too.
-         if (auto& ofKey = unansweredOf_[answer.key]; ofKey.size() == 1) {
-            unansweredOf_.erase(answer.key);
-         } else {
-            ofKey.erase(ofKey.begin());
-         }
-         sink_.answered(answer.write, answer.outcome);
+         giveFirst();
       }
       askForNext();
+   }
+
+   void giveFirst() {
+      auto const given = unanswered_.extract(unanswered_.begin());
+      Answer const& answer = given.value();
+      // It is the first of its key, too.
+      if (auto& ofKey = unansweredOf_[answer.key]; ofKey.size() == 1) {
+         unansweredOf_.erase(answer.key);
+      } else {
+         ofKey.erase(ofKey.begin());
+      }
+      sink_.answered(answer.write, answer.outcome);
    }
 
    Outcome program(Answer const& answer) {
