@@ -170,6 +170,12 @@ std::vector<TcamSharingRequest> knownRequests(Host const& host) {
          add(request);
       }
    }
+   // What the merge keeps, and nobody asks for.
+   for (SharingPipeline const* pipeline : host.pipelines()) {
+      for (auto const& [request, policy] : pipeline->merged->requestIter()) {
+         add(request);
+      }
+   }
    // What no table of requests knows any more, and the chip still has.
    for (auto const& [request, key] : host.isem().common->tcamRequestToIsemKeyMappingIter()) {
       add(request);

@@ -207,9 +207,7 @@ class Gathering {
                                   answer->outcome == Outcome::inProgress);
       bool coming = awaited.due || awaited.heldBack;
       // The entry stays pending behind its answer; only one for the present policy counts.
-      bool answered = found_.response.policyId == found_.merged &&
-                      (found_.response.status == tcamSharingSuccess ||
-                       found_.response.status == tcamSharingFailed);
+      bool answered = found_.response.policyId == found_.merged && isFinal(found_.response);
       if (coming ||
           (unanswered && (removal ? found_.response.status != tcamSharingNone : !answered))) {
          (removal ? entry.removals : entry.writes).push_back(pending.request());
@@ -420,6 +418,7 @@ Situation Situations::of(TcamSharingRequest request) const {
        found.resolution.keys.empty()
            ? UINT64_MAX
            : carriedBits(std::holds_alternative<AradSemKeyAndFap>(found.resolution.keys.front()));
+   uint64_t unasked = found.merged.value();
    for (Requester requester : requesters) {
       auto held = host_.changes().detours().heldBack(requester, request);
       found.held.insert(found.held.end(), held.begin(), held.end());
@@ -430,10 +429,14 @@ Situation Situations::of(TcamSharingRequest request) const {
       TcamSharingPolicyId asks = host_.sharing().config(requester)->request(request);
       uint64_t fields = ownFields(host_.world(), requester, request.fapId()) | asks.value();
       TcamSharingPolicyId there(found.merged.value() & fields);
-      if (!asks.empty() && there != asks) {
-         found.overruled.push_back({requester, asks, there});
+      if (!asks.empty()) {
+         unasked &= ~fields;
+         if (there != asks) {
+            found.overruled.push_back({requester, asks, there});
+         }
       }
    }
+   found.unasked = TcamSharingPolicyId(unasked);
    Gathering(*this, found).gather();
    return found;
 }

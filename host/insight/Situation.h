@@ -84,6 +84,8 @@ struct Situation {
       TcamSharingPolicyId there; // in the merged policy
    };
    std::vector<Overruled> overruled;
+   // What the merged policy keeps in fields that nobody asks for: their owner changed.
+   TcamSharingPolicyId unasked;
    // What is asked for and the pipeline does not get.
    std::vector<Detours::HeldBack> held;
    // It is not a problem.
@@ -91,7 +93,7 @@ struct Situation {
       bool over =
           merged.empty() && !asked && response.status == Hardware::ShoalTunnel::tcamSharingNone;
       return (over || (inHardware && answeredSuccess())) && !leftBehind && overruled.empty() &&
-             held.empty();
+             unasked.empty() && held.empty();
    }
 };
 

@@ -52,6 +52,7 @@ std::string Verdict::text() {
       say("{} asks for {}, but the merged policy has {} there.", requesterName(each.requester),
           formatPolicy(each.asks), formatPolicy(each.there));
    }
+   sayUnasked();
    if (!remedy_.empty()) {
       say("{}{}.", remedy_, waitOf(remedy_));
    }
@@ -119,6 +120,23 @@ void Verdict::sayInHardware() {
    } else {
       say("In hardware, as far as an entry carries it: {} is beyond the bits of an entry.", left);
    }
+}
+
+void Verdict::sayUnasked() {
+   if (is_.unasked.empty()) {
+      return;
+   }
+   auto owns = [this](Requester requester) {
+      uint64_t fields = ownFields(host_.world(), requester, is_.request.fapId());
+      return (is_.unasked.value() & ~fields) == 0;
+   };
+   auto owner = std::find_if(requesters.begin(), requesters.end(), owns);
+   std::string until =
+       owner == requesters.end()
+           ? ""
+           : formatted(" until {} asks for something here and withdraws it", requesterName(*owner));
+   say("No requester asks for {} any more, but the merged policy keeps it{}.",
+       formatPolicy(is_.unasked), until);
 }
 
 void Verdict::sayWhere() {

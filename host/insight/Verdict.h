@@ -19,6 +19,7 @@ class Verdict {
    void sayWaiting();
    void sayAnswer();
    void sayLeftBehind();
+   void sayUnasked();
    void sayStillHeld(EntrySituation const& entry);
    std::string takenOut();
    std::string reason();

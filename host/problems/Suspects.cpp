@@ -46,6 +46,10 @@ Suspects::Suspects(World const& world, IsemPipeline const& isem, MapperPipeline 
                                            static_cast<SharingPipeline const*>(&mapper)}) {
       list(pipeline->mergedStatus->responseCollection());
       watch(pipeline->mergedStatus->responseCollection(), done());
+   }
+   for (SharingPipeline const* pipeline : {static_cast<SharingPipeline const*>(&isem),
+                                           static_cast<SharingPipeline const*>(&mapper)}) {
+      list(pipeline->merged->requestCollection());
       watch(pipeline->merged->requestCollection(), asked());
    }
    list(isem.common->tcamRequestToIsemKeyMappingCollection());
@@ -162,11 +166,16 @@ bool Suspects::isHeldBack(TcamSharingRequest request) const {
 }
 
 bool Suspects::hasWhatWasAsked(TcamSharingRequest request, TcamSharingPolicyId merged) const {
-   return std::all_of(requesters.begin(), requesters.end(), [&](Requester requester) {
+   uint64_t unasked = merged.value();
+   for (Requester requester : requesters) {
       TcamSharingPolicyId asks = router_.tables().config(requester)->request(request);
-      return asks.empty() || (merged.value() & (ownFields(world_, requester, request.fapId()) |
-                                                asks.value())) == asks.value();
-   });
+      uint64_t fields = ownFields(world_, requester, request.fapId()) | asks.value();
+      if (!asks.empty() && (merged.value() & fields) != asks.value()) {
+         return false;
+      }
+      unasked &= asks.empty() ? ~uint64_t{0} : ~fields;
+   }
+   return unasked == 0;
 }
 
 bool Suspects::isOver(TcamSharingRequest request) const {

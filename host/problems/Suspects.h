@@ -56,6 +56,7 @@ class Suspects final : private FactWatcher {
    bool isHeldBack(TcamSharingRequest request) const;
    // Nobody asks for it any more, and nothing of it is left.
    bool isOver(TcamSharingRequest request) const;
+   // All that is asked for, and nothing else.
    bool hasWhatWasAsked(TcamSharingRequest request, TcamSharingPolicyId merged) const;
    bool standsInIsem(TcamSharingRequest request, TcamSharingPolicyId merged) const;
    bool standsInMapper(TcamSharingRequest request, TcamSharingPolicyId merged) const;

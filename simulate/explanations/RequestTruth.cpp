@@ -54,6 +54,7 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
    for (std::string const& each : overruled_) {
       require(says(each.c_str()), "silent: ", each);
    }
+   require(says(unasked_.c_str()), "silent: ", unasked_);
    require(explanation.inHardware == inHardware(), "wrong on hardware");
    require(queued_ == says("waits in the backlog"), "wrong on the backlog");
    require((!retried_.empty() && policy_ != 0 && !queued_) == says("is retried"),
@@ -80,8 +81,8 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
 
 bool RequestTruth::isSentence(std::string const& sentence) const {
    return std::find(overruled_.begin(), overruled_.end(), sentence) != overruled_.end() ||
-          isWhere(sentence) || isWaiting(sentence) || isAnswer(sentence) || isRemedy(sentence) ||
-          isHeldBack(sentence);
+          (sentence == unasked_ && !unasked_.empty()) || isWhere(sentence) || isWaiting(sentence) ||
+          isAnswer(sentence) || isRemedy(sentence) || isHeldBack(sentence);
 }
 
 bool RequestTruth::isHeld(Requester requester) const {

@@ -103,6 +103,8 @@ class RequestTruth {
    std::vector<Entry> pending_; // entries with an unanswered write or removal of its
    // The requesters that ask for what the merged policy does not have, as they are told.
    std::vector<std::string> overruled_;
+   // What the merged policy keeps in fields that nobody asks for, as it is told; empty: nothing.
+   std::string unasked_;
    bool lacks_ = true; // it cannot be programmed now
 };
 

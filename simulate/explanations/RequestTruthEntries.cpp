@@ -215,12 +215,14 @@ bool RequestTruth::asked() const {
 }
 
 void RequestTruth::findOverruled() {
+   uint64_t unasked = policy_;
    for (std::size_t i = 0; i < kRequesters; ++i) {
       auto requester = static_cast<Requester>(i);
       uint64_t asks = host_.sharing().config(requester)->request(request_).value();
       uint64_t own = requester != Requester::acl      ? Facts::labelBits
                      : facts_.lumen(request_.fapId()) ? Facts::aclBits()
                                                       : ~uint64_t{0};
+      unasked &= asks == 0 || isHeld(requester) ? ~uint64_t{0} : ~(own | asks);
       // Sound: every bit that it asks for is there, and its fields have no other bits.
       if (asks != 0 && !isHeld(requester) &&
           ((asks & ~policy_) != 0 || (policy_ & own & ~asks) != 0)) {
@@ -228,6 +230,17 @@ void RequestTruth::findOverruled() {
                               ", but the merged policy has " + inWords(policy_ & (own | asks)) +
                               " there");
       }
+   }
+   if (unasked != 0) {
+      // Without the lookup all bits are acl's. With it some are lumen's, and some nobody's.
+      auto within = [&](uint64_t own) { return (unasked & ~own) == 0; };
+      std::string owner = !facts_.lumen(request_.fapId()) || within(Facts::aclBits()) ? "acl"
+                          : within(Facts::labelBits)                                  ? "lumen"
+                                                                                      : "";
+      unasked_ =
+          "No requester asks for " + inWords(unasked) +
+          " any more, but the merged policy keeps it" +
+          (owner.empty() ? "" : " until " + owner + " asks for something here and withdraws it");
    }
 }
 
@@ -237,7 +250,7 @@ bool RequestTruth::sound() const {
    bool held = std::any_of(requesters.begin(), requesters.end(), [this](Requester requester) {
       return !host_.changes().detours().heldBack(requester, request_).empty();
    });
-   return (over || done) && overruled_.empty() && !held &&
+   return (over || done) && overruled_.empty() && unasked_.empty() && !held &&
           std::none_of(left_.begin(), left_.end(), [](Entry const& entry) { return entry.held; });
 }
 

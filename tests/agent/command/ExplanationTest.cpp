@@ -437,6 +437,15 @@ TEST(ExplanationTest, ViewsAgree) {
    EXPECT_THAT(overruled.out, testing::ContainsRegex("lumen +u/1/Vlan9 .* success +lumen=8 +no"));
    EXPECT_THAT(overruled.out,
                HasSubstr("lumen asks for lumen=9, but the merged policy has lumen=8 there."));
+   std::string kept =
+       "request acl X own lumen=1\nsettle\nunit 0 lookup lumen\nwithdraw acl X own\n";
+   EXPECT_THAT(run(named(kept + "settle\nproblems")).out,
+               HasSubstr("No requester asks for lumen=1 any more, but the merged policy keeps it "
+                         "until lumen asks for something here and withdraws it."));
+   EXPECT_THAT(run(named(kept + "request lumen X own lumen=2\nwithdraw lumen X own\nsettle\n"
+                                "problems"))
+                   .out,
+               HasSubstr("problems: 0 rows"));
    EXPECT_THAT(run(named("request acl X own 5\nsettle\nexpect out-of-hardware X own")).errors,
                AllOf(HasSubstr("expected the policy of u/0/Ethernet0.5 unit 0 to be out of "
                                "hardware, but: In hardware."),
