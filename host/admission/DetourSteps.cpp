@@ -14,7 +14,6 @@ using Plexus::SubIntfId;
 namespace {
 
 constexpr unsigned kTries = 3; // at making one request unanswered
-constexpr unsigned kAsks = 5;  // of the chip, for one answer
 constexpr int kDepth = 4;      // of objections to what removes an objection
 
 } // namespace
@@ -232,7 +231,7 @@ std::vector<AradSemKeyAndFap> Detours::awaitedAt(Pending const& pending,
    auto keys = judge_.isemIndex().unansweredAt(request);
    std::erase_if(keys, [&](AradSemKeyAndFap key) {
       auto asked = pending.asked.find(key);
-      return asked != pending.asked.end() && asked->second >= kAsks;
+      return asked != pending.asked.end() && asked->second > kAsks;
    });
    return keys;
 }

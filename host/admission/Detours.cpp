@@ -175,9 +175,14 @@ void Detours::askAgain() {
             }
          }
          for (AradSemKeyAndFap key : keys) {
-            note(formatted("the chip is asked again about {}", formatKey(key)));
-            ++pending.asked[key];
-            seam_.askAgain(key);
+            if (++pending.asked[key] > kAsks) {
+               note(formatted("the chip does not answer about {}; it is not waited for any more",
+                              formatKey(key)));
+               poke();
+            } else {
+               note(formatted("the chip is asked again about {}", formatKey(key)));
+               seam_.askAgain(key);
+            }
          }
          pending.deadline = now + answerBound_;
       }

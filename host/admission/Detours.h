@@ -128,10 +128,11 @@ class Detours {
       std::optional<IntfId> aside;              // the sub-interface whose tags are put aside
       unsigned tries = 0;
       std::optional<Seconds> deadline;            // for answers
-      std::map<AradSemKeyAndFap, unsigned> asked; // how often the chip was asked again
+      std::map<AradSemKeyAndFap, unsigned> asked; // how often an answer did not come in time
       std::vector<TcamSharingRequest> awaited;
    };
    enum class Step { again, waits, stuck, done };
+   static constexpr unsigned kAsks = 5; // of the chip, for one answer
 
    class Alarm : public Orv::ClockNotifiee {
     public:

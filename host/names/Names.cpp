@@ -1,6 +1,8 @@
 #include "host/names/Names.h"
 
+#include <array>
 #include <bit>
+#include <charconv>
 #include <cstdio>
 #include <sstream>
 
@@ -69,8 +71,8 @@ TcamSharingPolicyId policyOfPayload(AradSemPayload payload) {
 
 std::string formatSeconds(Seconds seconds) {
    std::array<char, 400> digits; // the largest double has 309 in front of the point
-   int size = std::snprintf(digits.data(), digits.size(), "%.6f", seconds);
-   std::string text(digits.data(), static_cast<std::size_t>(size));
+   auto end = std::to_chars(digits.begin(), digits.end(), seconds, std::chars_format::fixed, 6).ptr;
+   std::string text(digits.begin(), end);
    text.erase(text.find_last_not_of('0') + 1);
    if (text.ends_with('.')) {
       text.pop_back();

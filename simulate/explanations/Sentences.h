@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Simulate {
@@ -32,7 +33,7 @@ inline std::optional<Parts> fit(std::string_view text, std::string_view shape) {
       parts.emplace_back(text.substr(0, end));
       text.remove_prefix(end + literal.size());
    }
-   return text.empty() ? std::optional(parts) : std::nullopt;
+   return text.empty() ? std::optional(std::move(parts)) : std::nullopt;
 }
 
 inline Parts split(std::string_view text, std::string_view separator) {

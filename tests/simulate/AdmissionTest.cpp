@@ -3,6 +3,7 @@
 #include "agent/command/ScenarioRunner.h"
 #include "agent/inventory/FileContent.h"
 #include "agent/inventory/InventoryReader.h"
+#include "host/names/Names.h"
 #include "simulate/Properties.h"
 
 #include <filesystem>
@@ -228,6 +229,25 @@ std::vector<std::string> const twoOnTheirWay{"set admission detour",
                                              "withdraw acl Ethernet64.1 own",
                                              "unit 3 type arad",
                                              "expect count changes 2"};
+
+TEST(AdmissionTest, AnAnswerThatNeverComesIsGivenUp) {
+   Play play;
+   ASSERT_EQ(
+       play.run({"set admission detour", "set answer-bound 5", "request acl Ethernet0.1 own qos=5",
+                 "request acl Ethernet0.2 own qos=6", "settle", "chip lose next 7",
+                 "encapsulation Ethernet0.1 20", "settle", "expect count changes 0",
+                 "expect isem 20 1 1 qos=5", "expect isem 10 1 1 qos=6"}),
+       "");
+   std::string told;
+   for (auto const& note : play.host().changes().detours().notes()) {
+      told += ShoalHost::formatSeconds(note.at) + ": " + note.text.substr(0, 23) + "\n";
+   }
+   EXPECT_EQ(told, "0.01: the encapsulation of lc\n5.01: the chip is asked again\n"
+                   "10.01: the chip is asked again\n15.01: the chip is asked again\n"
+                   "20.01: the chip is asked again\n25.01: the chip is asked again\n"
+                   "30.01: the chip does not answe\n30.01: the encapsulation of lc\n"
+                   "30.02: lc1/asic0/Ethernet0.2 u\n");
+}
 
 TEST(AdmissionTest, WhatIsBehindAChangeOnItsWaySaysBehindWhich) {
    Play play;
