@@ -54,29 +54,19 @@ std::vector<std::string> splitWords(std::string const& line) {
    return words;
 }
 
-void ScenarioRunner::runCommand(std::vector<std::string> words) {
-   Command const& command = commandRegistry().take(words);
-   Arguments arguments(std::move(words));
+void ScenarioRunner::printNotes(uint64_t told) {
    Detours const& detours = host_.changes().detours();
-   uint64_t told = detours.count();
-   auto tell = [&] {
-      std::size_t fresh = std::min<std::size_t>(detours.count() - told, detours.notes().size());
-      for (auto note = detours.notes().end() - static_cast<std::ptrdiff_t>(fresh);
-           note != detours.notes().end(); ++note) {
-         out_ << "at " << formatSeconds(note->at) << " s: " << note->text << "\n";
-      }
-   };
-   try {
-      command.run(host_, arguments, out_);
-   } catch (...) {
-      tell();
-      throw;
+   std::size_t fresh = std::min<std::size_t>(detours.count() - told, detours.notes().size());
+   for (auto note = detours.notes().end() - static_cast<std::ptrdiff_t>(fresh);
+        note != detours.notes().end(); ++note) {
+      out_ << "at " << formatSeconds(note->at) << " s: " << note->text << "\n";
    }
-   tell();
 }
 
 bool ScenarioRunner::runLine(std::string const& line, std::string const& name, std::size_t number) {
+   uint64_t told = host_.changes().detours().count();
    bool sound = tryLine(line, name, number);
+   printNotes(told);
    // A signal that ends the agent later takes nothing with it.
    out_.flush();
    host_.traceFile().flush();
@@ -94,7 +84,9 @@ bool ScenarioRunner::tryLine(std::string const& line, std::string const& name, s
          out_ << "> " << line << "\n";
          out_.flush(); // the command may take long
       }
-      runCommand(std::move(words));
+      Command const& command = commandRegistry().take(words);
+      Arguments arguments(std::move(words));
+      command.run(host_, arguments, out_);
       return true;
    } catch (ExpectationFailed const& failed) {
       errors_ << name << ":" << number << ": failed: " << failed.what() << std::endl;

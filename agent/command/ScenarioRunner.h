@@ -32,7 +32,8 @@ class ScenarioRunner {
 
  private:
    bool tryLine(std::string const& line, std::string const& name, std::size_t number);
-   void runCommand(std::vector<std::string> words);
+   // What was told of ways round, behind the first so many.
+   void printNotes(uint64_t told);
 
    AgentHost& host_;
    std::ostream& out_;

@@ -141,6 +141,7 @@ class FactList {
 
 Explanation explain(Situation const& situation, Host const& host) {
    Explanation found;
+   found.facts.reserve(16); // of most
    found.subject = formatRequest(situation.request);
    found.inHardware = situation.inHardware;
    found.verdict = Verdict(situation, host).text();

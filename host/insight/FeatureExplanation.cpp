@@ -108,6 +108,7 @@ std::string verdict(Host const& host, FeatureSituation const& is) {
 Explanation explainFeature(Host const& host, InLifFeatureKey key) {
    FeatureSituation is = featureSituation(host, key);
    Explanation found;
+   found.facts.reserve(8); // of most
    auto fact = [&](std::string label, std::string text) {
       found.facts.emplace_back(std::move(label), std::move(text));
    };

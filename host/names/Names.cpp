@@ -81,9 +81,16 @@ std::string formatSeconds(Seconds seconds) {
 }
 
 std::string formatType(InLifFeatureType type) {
-   std::ostringstream text;
-   text << type;
-   return text.str();
+   static auto const names = [] {
+      std::array<std::string, kInLifFeatureTypeBound> all;
+      for (unsigned each = 0; each < all.size(); ++each) {
+         std::ostringstream text;
+         text << static_cast<InLifFeatureType>(each);
+         all[each] = text.str();
+      }
+      return all;
+   }();
+   return names.at(static_cast<unsigned>(type));
 }
 
 std::string formatInLifKey(WorldView const& world, InLifIntfKey key) {
