@@ -86,16 +86,21 @@ class SeamTable {
       }
    }
    // Counts the answers to writes of the key that are out as lost, and hands the driver what is
-   // configured once more: the answer to that stands for them all. One that the library did not
-   // notice, since it changed no status, is told again.
+   // configured once more: the answer to that stands for them all, or the first one where the
+   // driver was handed it several times. One that the library did not notice, since it changed no
+   // status, is told again.
    void askAgain(Key key) {
       auto& asked = asked_[key];
-      if (auto const* out = unanswered_.find(key)) {
+      auto const* out = unanswered_.find(key);
+      if (out != nullptr || asked.answered) {
+         asked.numbers.clear();
+         asked.answered = false;
+      }
+      if (out != nullptr) {
          asked.lost.insert(asked.lost.end(), out->begin(), out->end());
          unanswered_.erase(key);
       }
-      asked.number = writes_ + 1;
-      asked.answered = false;
+      asked.numbers.push_back(writes_ + 1);
       write(key, asked.lost.empty() ? std::nullopt : asked.lost.back().writer);
    }
    // Makes of what the chip held at the start and nobody has claimed since what is configured: most
@@ -162,11 +167,11 @@ class SeamTable {
    void answered(Key key, ChipWrite const& write, Outcome outcome) {
       std::optional<std::vector<ChipWrite>> stoodFor;
       if (auto asked = asked_.find(key); asked != asked_.end()) {
-         if (write.number < asked->second.number) {
-            return; // counted as lost
+         bool again = asked->second.isAgain(write.number);
+         if (write.number < asked->second.numbers.front() || (again && asked->second.answered)) {
+            return; // counted as lost, or answered by another of them
          }
-         if (write.number == asked->second.number && !asked->second.answered &&
-             outcome != Outcome::inProgress) {
+         if (again && outcome != Outcome::inProgress) {
             asked->second.answered = true;
             stoodFor = std::exchange(asked->second.lost, {});
          }
@@ -293,7 +298,7 @@ class SeamTable {
       memory.lastWrite = eventOf(write, Outcome::pending);
       memory.restarted.reset();
       if (auto asked = asked_.find(key);
-          asked == asked_.end() || asked->second.number != write.number) {
+          asked == asked_.end() || !asked->second.isAgain(write.number)) {
          unanswered_[key].push_back(write);
       }
       struct Writing {
@@ -327,7 +332,11 @@ class SeamTable {
    uint64_t writes_ = 0;
    Orv::IndexedMap<Key, std::vector<ChipWrite>> unanswered_; // oldest first
    struct Asked {
-      uint64_t number = 0; // of the write; older ones are not waited for any more
+      // Of the writes; older ones are not waited for any more.
+      std::vector<uint64_t> numbers;
+      bool isAgain(uint64_t number) const {
+         return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
+      }
       bool answered = false;
       std::vector<ChipWrite> lost; // that its answer stands for
    };

@@ -191,6 +191,27 @@ TEST_F(ChipSeamTest, TheAnswerToAWriteThatIsMadeAgainStandsForThoseThatAreLost) 
    EXPECT_EQ(status("Ethernet0.10", 1), tcamSharingSuccess) << "it counts as lost";
 }
 
+TEST_F(ChipSeamTest, OfSeveralAskedAgainTheFirstAnswerCounts) {
+   start();
+   driver.silent = true;
+   ask("Ethernet0.10", 1);
+   host->advance(1.0);
+   for (int i = 0; i < 3; ++i) {
+      host->seam().askAgain(driver.unanswered.front().key);
+   }
+   ASSERT_EQ(driver.unanswered.size(), 4U);
+   driver.answer(driver.unanswered[0], Outcome::refused);
+   host->advance(1.0);
+   EXPECT_EQ(status("Ethernet0.10", 1), Hardware::ShoalTunnel::tcamSharingNone)
+       << "the first one counts as lost";
+   driver.answer(driver.unanswered[1], Outcome::accepted);
+   host->advance(1.0);
+   EXPECT_EQ(status("Ethernet0.10", 1), tcamSharingSuccess);
+   driver.answer(driver.unanswered[3], Outcome::refused);
+   host->advance(1.0);
+   EXPECT_EQ(status("Ethernet0.10", 1), tcamSharingSuccess) << "it was answered already";
+}
+
 TEST_F(ChipSeamTest, ARemovalThatNobodyNoticedIsToldAgain) {
    start();
    ask("Ethernet0.10", 1);
