@@ -90,14 +90,17 @@ void Suspects::interfaceChanged(IntfId intf) {
    reviewRequestsOf(intf);
 }
 
-void Suspects::unitChanged(FapId unit) {
+void Suspects::reviewUnits() {
    auto reviewAll = [&](auto&& rows) {
       for (auto const& row : rows) {
-         if (row.key.fapId() == unit) {
+         if (units_.contains(row.key.fapId())) {
             review(row.key);
          }
       }
    };
+   if (units_.empty()) {
+      return;
+   }
    // A response of the pipeline that served the unit before may count again.
    for (SharingPipeline const* pipeline : {static_cast<SharingPipeline const*>(&isem_),
                                            static_cast<SharingPipeline const*>(&mapper_)}) {
@@ -105,6 +108,7 @@ void Suspects::unitChanged(FapId unit) {
       reviewAll(pipeline->mergedStatus->responseIter());
    }
    reviewAll(isem_.common->tcamRequestToIsemKeyMappingIter());
+   units_.clear();
 }
 
 // The chronicle does not know yet for whom the entry is written now, so a plain check of the writer
@@ -284,6 +288,7 @@ std::optional<Suspects::Rank> Suspects::rank(TcamSharingRequest request) const {
 }
 
 std::vector<TcamSharingRequest> Suspects::list() {
+   reviewUnits();
    std::vector<std::pair<Rank, TcamSharingRequest>> ranked;
    std::vector<TcamSharingRequest> forgotten;
    suspects_.forEach([&](TcamSharingRequest request, Nothing) {

@@ -14,6 +14,7 @@
 
 #include <memory>
 #include <optional>
+#include <set>
 #include <vector>
 
 namespace ShoalHost {
@@ -27,7 +28,9 @@ class Suspects final : private FactWatcher {
    Suspects(Suspects const&) = delete;
    Suspects& operator=(Suspects const&) = delete;
 
-   bool has(TcamSharingRequest request) const { return suspects_.contains(request); }
+   bool has(TcamSharingRequest request) const {
+      return suspects_.contains(request) || units_.contains(request.fapId());
+   }
    // Those that a table or the chip still knows, and those held back, in the order of
    // knownRequests() (host/insight).
    std::vector<TcamSharingRequest> list();
@@ -37,7 +40,9 @@ class Suspects final : private FactWatcher {
  private:
    struct Rank;
    void interfaceChanged(IntfId intf) override;
-   void unitChanged(FapId unit) override;
+   // Each of its requests is one, until somebody asks for the list.
+   void unitChanged(FapId unit) override { units_.insert(unit); }
+   void reviewUnits();
    void requestHeld(TcamSharingRequest request) override { suspect(request); }
    // What is asked for; it is not in hardware yet.
    void handleAsked(TcamSharingRequest const& request) { suspect(request); }
@@ -77,6 +82,7 @@ class Suspects final : private FactWatcher {
    Changes& changes_;
    struct Nothing {};
    Orv::IndexedMap<TcamSharingRequest, Nothing> suspects_;
+   std::set<FapId> units_; // that changed, and whose requests were not looked at since
    std::vector<std::unique_ptr<Orv::InsertionOrder<TcamSharingRequest>>> orders_;
    std::vector<std::unique_ptr<Orv::Reactor<TcamSharingRequest>>> reactors_;
 };
