@@ -38,14 +38,15 @@ Changes::Changes(World& world, IsemPipeline& isem, MapperPipeline& mapper, Shari
       detours_(world, isem, mapper, router, chronicle, judge_, seam, timers) {}
 
 void Changes::carryOut(std::string_view kind, std::function<std::string()> what, Concern concern,
-                       std::function<std::optional<Objection>()> judge,
-                       std::function<void()> make) {
+                       std::function<std::optional<Objection>()> judge, std::function<void()> make,
+                       std::function<FactChange()> fact) {
    Change change;
    change.kind = kind;
    change.what = std::move(what);
    change.concern = std::move(concern);
    change.judge = std::move(judge);
    change.make = std::move(make);
+   change.fact = std::move(fact);
    detours_.carryOut(std::move(change));
 }
 
@@ -63,17 +64,29 @@ void Changes::askFor(Requester requester, std::vector<TcamSharingRequest> const&
    };
    Change change;
    std::vector<TcamSharingRequest> held;
+   std::vector<TcamSharingRequest> unsound;
+   std::optional<Objection> lack;
    for (TcamSharingRequest request : requests) {
-      FapId unit = request.fapId();
-      bool arad = world_.shoalStatus->fapType(unit) == Hardware::Shoal::fapTypeArad;
-      if (arad && unit.value() > AradSemKeyAndFap::maxFapId) {
-         throw HostError("unit {} is above {}, the last that an ISEM key can name", unit.value(),
-                         AradSemKeyAndFap::maxFapId);
+      bool isHeld = router_.held(requester, request);
+      bool asks = !policy.empty() && (isHeld || config->request(request) != policy);
+      auto objection = asks ? judge_.judgePolicy(requester, request, policy) : std::nullopt;
+      bool never = objection && (setting == Setting::off ? objection->row == Row::key
+                                                         : objection->row == Row::fields);
+      if (never) {
+         throw ChangeRefused(*objection);
       }
-      (router_.held(requester, request) ? held : change.concern.requests).push_back(request);
+      if (isHeld) {
+         held.push_back(request);
+      } else if (objection && setting == Setting::detour) {
+         unsound.push_back(request);
+         lack = objection;
+      } else {
+         change.concern.requests.push_back(request);
+      }
    }
    auto const wanted = change.concern.requests;
    change.kind = requesterName(requester);
+   change.asks = {requester, policy};
    change.what = [=] {
       return formatted(
           "{} of {}", policy.empty() ? "the withdrawal" : "the policy " + formatPolicy(policy),
@@ -95,20 +108,11 @@ void Changes::askFor(Requester requester, std::vector<TcamSharingRequest> const&
       return judge_.judge(effects);
    };
    change.make = [=] { std::for_each(wanted.begin(), wanted.end(), write); };
-   for (TcamSharingRequest request : held) {
-      auto objection =
-          policy.empty() ? std::nullopt : judge_.judgePolicy(requester, request, policy);
-      if (objection && objection->row == Row::fields) {
-         throw ChangeRefused(*objection);
-      }
+   if (setting == Setting::detour) {
+      change.refused = [=, this](Objection const&) { rememberWishes(requester, wanted, policy); };
    }
-   try {
+   if (!wanted.empty()) {
       detours_.carryOut(std::move(change), setting);
-   } catch (ChangeRefused const&) {
-      if (setting == Setting::detour) {
-         rememberWishes(requester, wanted, policy);
-      }
-      throw;
    }
    for (TcamSharingRequest request : held) {
       write(request);
@@ -116,6 +120,11 @@ void Changes::askFor(Requester requester, std::vector<TcamSharingRequest> const&
    }
    for (TcamSharingRequest request : requests) {
       detours_.wishDel(requester, request);
+   }
+   if (lack) {
+      rememberWishes(requester, unsound, policy);
+      lack->wayOut = "it is remembered, and asked for when the unit has changed";
+      throw ChangeRefused(*lack);
    }
 }
 
@@ -167,16 +176,15 @@ void Changes::tagsAre(std::string_view what, IntfId subIntf,
                       std::function<WorldView::Tags(WorldView::Tags)> const& change, bool deleted,
                       std::function<void()> const& make) {
    world_.requireSubInterface(subIntf);
+   auto effects = [=, this] { return tagEffects(subIntf, change(world_.tags(subIntf)), deleted); };
    carryOut(
        what, [=] { return formatted("{} of {}", what, subIntf.name()); }, concernOf(subIntf),
-       [=, this] {
-          WorldView::Tags tags = change(world_.tags(subIntf));
-          return judge_.judge(tagEffects(subIntf, tags, deleted));
-       },
+       [=, this] { return judge_.judge(effects()); },
        [=, this] {
           make();
           judge_.refresh({subIntf});
-       });
+       },
+       [=] { return effects().facts; });
 }
 
 void Changes::encapsulationIs(IntfId subIntf, Dot1qEncap encap) {
@@ -262,7 +270,8 @@ void Changes::internalVlanIs(IntfId routedPort, VlanIdOrNone vlan) {
        [=, this] {
           world_.internalVlanIs(routedPort, vlan);
           judge_.refresh({routedPort});
-       });
+       },
+       [=, this] { return internalVlanEffects(routedPort, vlan).facts; });
 }
 
 void Changes::untaggedVlanIs(IntfId intf, VlanIdOrNone vlan) {
@@ -288,6 +297,7 @@ void Changes::factIs(std::string_view what, IntfId intf, std::function<FactChang
       judge_.affect(effects, world_.subInterfacesAround(intf));
       return judge_.judge(effects);
    };
+   change.fact = fact;
    change.make = [=, this] {
       auto before = world_.subInterfacesAround(intf);
       make();
@@ -323,28 +333,21 @@ void Changes::unitIs(FapId unit, std::string_view what,
 
 void Changes::fapTypeIs(FapId unit, Hardware::Shoal::FapType type) {
    using Hardware::Shoal::fapTypeArad;
-   // Units of the two generations must never meet in one pipeline.
-   auto asked = [=, this]() -> std::size_t {
+   // Units of the two generations must never meet in one pipeline, also where nothing is judged.
+   auto judgeGeneration = [=, this]() -> std::optional<Objection> {
       bool arad = world_.shoalStatus->fapType(unit) == fapTypeArad;
-      return (type == fapTypeArad) == arad
-                 ? 0
-                 : judge_.askedOn(unit, {requesters.begin(), requesters.end()}).size();
+      return (type == fapTypeArad) == arad ? std::nullopt : judge_.judgeGeneration(unit);
    };
-   auto objection = [unit](std::size_t count) {
-      return objectionOf(Row::generation,
-                         formatted("unit {} has {} in the pipeline of its present type",
-                                   unit.value(), counted(count, "request")),
-                         formatted("withdraw {} before it changes", count == 1 ? "it" : "them"));
-   };
-   if (std::size_t count = detours_.setting() == Setting::detour ? 0 : asked(); count > 0) {
-      Objection const found = objection(count);
-      throw HostError("{}; {}", found.why, found.wayOut);
+   if (detours_.setting() == Setting::off) {
+      if (auto objection = judgeGeneration()) {
+         throw ChangeRefused(*objection);
+      }
    }
    unitIs(
        unit, "the type",
        [=, this]() -> std::optional<Objection> {
-          if (std::size_t count = asked(); count > 0) {
-             return objection(count);
+          if (auto objection = judgeGeneration()) {
+             return objection;
           }
           Effects effects;
           effects.facts.type = {unit, type};

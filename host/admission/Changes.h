@@ -62,7 +62,8 @@ class Changes {
 
  private:
    void carryOut(std::string_view kind, std::function<std::string()> what, Concern concern,
-                 std::function<std::optional<Objection>()> judge, std::function<void()> make);
+                 std::function<std::optional<Objection>()> judge, std::function<void()> make,
+                 std::function<FactChange()> fact = nullptr);
    void askFor(Requester requester, std::vector<TcamSharingRequest> const& requests,
                TcamSharingPolicyId policy, Setting setting);
    void rememberWishes(Requester requester, std::vector<TcamSharingRequest> const& requests,

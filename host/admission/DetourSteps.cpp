@@ -43,7 +43,7 @@ Detours::Step Detours::step(Pending& pending) {
    try {
       pending.change.make();
       note(formatted("{} is made", pending.what));
-   } catch (HostError const& error) {
+   } catch (std::exception const& error) {
       note(formatted("{} is not made: {}", pending.what, error.what()));
    }
    return Step::done;
@@ -74,9 +74,19 @@ Detours::Step Detours::clear(Pending& pending, Objection const& objection, int d
       if (objection.row == Row::unmapped) {
          return give(pending, request, objection.key, depth);
       }
-      std::vector<Held> all = askersOf(request);
+      std::vector<TcamSharingRequest> inTheWay = judge_.isemIndex().leadingTo(*objection.key);
       for (TcamSharingRequest user : objection.users) {
-         auto asking = askersOf(user);
+         addOnce(inTheWay, user);
+      }
+      addOnce(inTheWay, request);
+      // Who was answered without an entry of its own would be left without any. It takes a while to
+      // withdraw, so it goes ahead of those that have the entry.
+      std::stable_partition(inTheWay.begin(), inTheWay.end(), [this](TcamSharingRequest each) {
+         return !isem_.common->tcamRequestToIsemKeyMappingHas(each);
+      });
+      std::vector<Held> all;
+      for (TcamSharingRequest each : inTheWay) {
+         auto asking = askersOf(each);
          all.insert(all.end(), asking.begin(), asking.end());
       }
       return hold(pending, all, depth);
@@ -107,6 +117,8 @@ Detours::Step Detours::clear(Pending& pending, Objection const& objection, int d
    case Row::label:
    case Row::noLookup:
    case Row::fields:
+   case Row::kept:
+   case Row::key:
       break;
    }
    return Step::stuck;
@@ -125,7 +137,8 @@ Detours::Step Detours::hold(Pending& pending, std::vector<Held> const& all, int 
          return clear(pending, *objection, depth + 1);
       }
       SharingPipeline const& pipeline = router_.pipelineOf(each.request.fapId());
-      bool answered = isFinal(pipeline.mergedStatus->response(each.request));
+      bool answered = isFinal(pipeline.mergedStatus->response(each.request)) ||
+                      pending.tries.contains(each.request); // it was, before it was worked again
       pending.withdrawn.try_emplace(each.request, chronicle_.placeOf(pipeline, each.request));
       router_.heldIs(each.requester, each.request, true);
       pending.held.insert(each);
@@ -145,7 +158,14 @@ Detours::Step Detours::give(Pending& pending, TcamSharingRequest request,
                             std::optional<AradSemKeyAndFap> key, int depth) {
    IntfId intf = request.intfId();
    if (SubIntfId::isSubIntfId(intf) && world_.subIntfConfigDir->subIntfConfigHas(intf)) {
-      if (++pending.tries > kTries) {
+      for (RequestIndex const* index : {&judge_.isemIndex(), &judge_.mapperIndex()}) {
+         for (TcamSharingRequest other : index->of(intf)) {
+            if (other != request && isQueued(other)) {
+               return Step::waits; // or it would be worked without tags, too
+            }
+         }
+      }
+      if (++pending.tries[request] > kTries) {
          return Step::stuck;
       }
       pending.aside = intf;
@@ -163,7 +183,7 @@ Detours::Step Detours::give(Pending& pending, TcamSharingRequest request,
          }
       }
       return hold(pending, all, depth);
-   } else if (++pending.tries > kTries) {
+   } else if (++pending.tries[request] > kTries) {
       return Step::stuck;
    }
    work(request);

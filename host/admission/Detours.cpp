@@ -28,6 +28,15 @@ void Detours::intakesRebuilt() {
    if (!orvMapperBacklog_.registered()) {
       mapper_.codef->backlogCollection().watch(orvMapperBacklog_);
    }
+   for (Pending const& pending : pending_) {
+      // The new intake knows of no withdrawal that was queued.
+      for (auto const& [request, place] : pending.withdrawn) {
+         SharingPipeline const& pipeline = router_.pipelineOf(request.fapId());
+         if (pipeline.output(request) != pipeline.merged->request(request)) {
+            work(request);
+         }
+      }
+   }
    poke();
 }
 
@@ -44,7 +53,8 @@ bool Detours::isOn(Concern const& concern, FapId unit) const {
           std::any_of(concern.interfaces.begin(), concern.interfaces.end(), hasUnit);
 }
 
-bool Detours::meet(Concern const& a, Pending const& b) const {
+bool Detours::meet(Change const& change, Pending const& b) const {
+   Concern const& a = change.concern;
    Concern const& other = b.change.concern;
    auto of = [](Concern const& concern) {
       auto interfaces = concern.interfaces;
@@ -62,27 +72,46 @@ bool Detours::meet(Concern const& a, Pending const& b) const {
          return true;
       }
    }
-   WorldFacts const facts(world_, {});
-   bool sharesEntry = std::any_of(a.requests.begin(), a.requests.end(), [&](auto request) {
-      auto key = facts.sharedKey(request);
-      return key && contains(b.keys, *key);
-   });
+   auto keys = keysOf(change);
+   bool sharesEntry = std::any_of(keys.begin(), keys.end(),
+                                  [&](AradSemKeyAndFap key) { return contains(b.keys, key); });
    return sharesEntry || (a.portMap && other.portMap) || (a.unit && isOn(other, *a.unit)) ||
           (other.unit && isOn(a, *other.unit)) ||
           (a.unit && std::any_of(b.withdrawn.begin(), b.withdrawn.end(),
                                  [&](auto const& each) { return each.first.fapId() == *a.unit; }));
 }
 
-Detours::Pending const* Detours::ahead(Concern const& concern, std::size_t count) const {
+std::vector<AradSemKeyAndFap> Detours::keysOf(Change const& change) const {
+   std::vector<AradSemKeyAndFap> keys;
+   auto addTo = [&](WorldFacts const& facts, std::vector<TcamSharingRequest> const& requests) {
+      for (TcamSharingRequest request : requests) {
+         if (auto key = facts.sharedKey(request)) {
+            addOnce(keys, *key);
+         }
+      }
+   };
+   WorldFacts const present(world_, {});
+   addTo(present, change.concern.requests);
+   for (IntfId intf : change.concern.interfaces) {
+      auto const& requests = judge_.isemIndex().of(intf);
+      addTo(present, requests);
+      if (change.fact) {
+         addTo(WorldFacts(world_, change.fact()), requests);
+      }
+   }
+   return keys;
+}
+
+Detours::Pending const* Detours::ahead(Change const& change, std::size_t count) const {
    auto end = pending_.begin() + static_cast<std::ptrdiff_t>(count);
    auto found = std::find_if(pending_.begin(), end,
-                             [&](Pending const& before) { return meet(concern, before); });
+                             [&](Pending const& before) { return meet(change, before); });
    return found == end ? nullptr : &*found;
 }
 
 bool Detours::replaces(Change& change) {
    auto last = std::find_if(pending_.rbegin(), pending_.rend(),
-                            [&](Pending const& pending) { return meet(change.concern, pending); });
+                            [&](Pending const& pending) { return meet(change, pending); });
    if (last == pending_.rend() || last->change.kind != change.kind ||
        last->change.concern != change.concern || !last->held.empty() || last->worked) {
       return false;
@@ -92,12 +121,32 @@ bool Detours::replaces(Change& change) {
    return true;
 }
 
+void Detours::madeUnjudged(Change const& change) {
+   for (;;) {
+      auto idle = std::find_if(pending_.begin(), pending_.end(), [&](Pending const& pending) {
+         return pending.change.kind == change.kind && pending.change.concern == change.concern;
+      });
+      if (idle == pending_.end()) {
+         break;
+      }
+      Pending ended = std::move(*idle);
+      pending_.erase(idle);
+      note(formatted("{} is not made: another one was", ended.what));
+      finish(std::move(ended));
+   }
+   if (change.concern.unit) {
+      tryHeld(*change.concern.unit);
+   }
+   poke();
+}
+
 void Detours::carryOut(Change change, Setting setting) {
    if (setting == Setting::off) {
       change.make();
+      madeUnjudged(change);
       return;
    }
-   Pending const* behind = ahead(change.concern, pending_.size());
+   Pending const* behind = ahead(change, pending_.size());
    std::optional<Objection> objection;
    if (behind == nullptr) {
       objection = change.judge();
@@ -113,8 +162,10 @@ void Detours::carryOut(Change change, Setting setting) {
          throw ChangeRefused(*objection);
       }
    } else if (setting == Setting::refuse || change.firm) {
-      throw HostError("a change that it touches is still on its way: {}; settle first",
-                      behind->what);
+      throw HostError("a change that it touches is still on its way: {}; {}", behind->what,
+                      behind->forFact
+                          ? formatted("it waits for a change of the world ({})", behind->why)
+                          : "settle first");
    }
    if (behind != nullptr && replaces(change)) {
       return;
@@ -130,6 +181,9 @@ void Detours::carryOut(Change change, Setting setting) {
       throw ChangeRefused(*objection);
    }
    note(formatted("{} is on its way: {}", pending.what, pending.why));
+   for (TcamSharingRequest request : pending.change.concern.requests) {
+      judge_.requestHeld(request);
+   }
    pending_.push_back(std::move(pending));
    poke();
 }
@@ -144,7 +198,7 @@ void Detours::poke() {
 
 void Detours::run() {
    for (std::size_t place = 0; place < pending_.size();) {
-      if (ahead(pending_[place].change.concern, place) != nullptr) {
+      if (ahead(pending_[place].change, place) != nullptr) {
          ++place;
          continue;
       }
@@ -241,12 +295,16 @@ void Detours::release(Held const& held) {
       return judge_.judge(effects);
    };
    change.make = [=, this] { router_.heldIs(held.requester, request, false); };
+   std::string const what = change.what();
+   auto before = refused_.extract(held);
+   std::string const told = before ? before.mapped() : "";
    auto refuse = [=, this](Objection const& objection) {
       refused_[held] = objection.why;
-      interrupted_.erase(request);
+      if (objection.why != told) {
+         note(formatted("{} is held back: {}", what, objection.why));
+      }
    };
    change.refused = refuse;
-   refused_.erase(held);
    if (config->request(request).empty()) {
       interrupted_.erase(request); // it does not come back
    }
@@ -309,9 +367,10 @@ void Detours::handleResponse(TcamSharingRequest const& request) {
    }
    auto found = interrupted_.find(request);
    SharingPipeline const& pipeline = router_.pipelineOf(request.fapId());
-   if (found != interrupted_.end() && pipeline.merged->requestHas(request) &&
-       isFinal(pipeline.mergedStatus->response(request))) {
-      note(formatted("{} is back: it was withdrawn for {} s", formatRequest(request),
+   TcamSharingResponse response = pipeline.mergedStatus->response(request);
+   if (found != interrupted_.end() && pipeline.merged->requestHas(request) && isFinal(response)) {
+      note(formatted("{} was answered {} {} s after its withdrawal", formatRequest(request),
+                     formatStatus(response.status),
                      formatSeconds(Orv::System::peekTime() - found->second)));
       interrupted_.erase(found);
    }
@@ -320,7 +379,8 @@ void Detours::handleResponse(TcamSharingRequest const& request) {
 std::vector<Detours::Waiting> Detours::waiting() const {
    std::vector<Waiting> all;
    for (Pending const& each : pending_) {
-      all.push_back({each.what, each.why, each.since, each.forFact});
+      all.push_back({each.what, each.why, each.since, each.forFact, each.change.asks,
+                     each.change.concern.requests});
    }
    return all;
 }
@@ -331,7 +391,7 @@ bool Detours::busy() const {
    }
    for (std::size_t place = 0; place < pending_.size(); ++place) {
       Pending const& each = pending_[place];
-      if (!each.forFact && ahead(each.change.concern, place) == nullptr) {
+      if (!each.forFact && ahead(each.change, place) == nullptr) {
          return true;
       }
    }
@@ -356,6 +416,13 @@ std::vector<Detours::HeldBack> Detours::heldBack(Requester requester,
    }
    if (auto wish = wishes_.find(held); wish != wishes_.end()) {
       found.push_back({requester, request, wish->second.policy, wish->second.why});
+   }
+   auto last = std::find_if(pending_.rbegin(), pending_.rend(), [&](Pending const& each) {
+      return each.change.asks && each.change.asks->first == requester &&
+             contains(each.change.concern.requests, request);
+   });
+   if (last != pending_.rend() && !last->change.asks->second.empty()) {
+      found.push_back({requester, request, last->change.asks->second, last->why});
    }
    return found;
 }

@@ -33,7 +33,10 @@ struct Change {
    std::function<std::optional<Objection>()> judge;
    std::function<void()> make;
    std::function<void(Objection const&)> refused; // it waited, and there is no way round; or none
-   bool firm = false;                             // never by a way round
+   std::function<FactChange()> fact;              // what it makes of the world; or none
+   // Of a requester's; empty: it withdraws.
+   std::optional<std::pair<Requester, TcamSharingPolicyId>> asks;
+   bool firm = false; // never by a way round
 };
 
 class Detours {
@@ -82,6 +85,9 @@ class Detours {
       std::string why;
       Seconds since;
       bool forFact; // for a change of the world that nothing here brings about
+      // Of a requester's; empty: it withdraws.
+      std::optional<std::pair<Requester, TcamSharingPolicyId>> asks;
+      std::vector<TcamSharingRequest> requests;
    };
    std::vector<Waiting> waiting() const;
    // Something is on its way, and time brings it on.
@@ -93,7 +99,7 @@ class Detours {
       TcamSharingPolicyId policy;
       std::string why;
    };
-   // At most two: what is in the requester's table, and what was refused since.
+   // What is in the requester's table, what was refused since, what waits behind another change.
    std::vector<HeldBack> heldBack(Requester requester, TcamSharingRequest request) const;
    // All of them.
    std::vector<HeldBack> heldBack() const;
@@ -126,9 +132,9 @@ class Detours {
       std::optional<TcamSharingRequest> worked; // is being made unanswered, or given an entry
       std::vector<TcamSharingEntry> retried;    // that wait for a retry, since they were worked so
       std::optional<IntfId> aside;              // the sub-interface whose tags are put aside
-      unsigned tries = 0;
-      std::optional<Seconds> deadline;            // for answers
-      std::map<AradSemKeyAndFap, unsigned> asked; // how often an answer did not come in time
+      std::map<TcamSharingRequest, unsigned> tries; // at making it unanswered
+      std::optional<Seconds> deadline;              // for answers
+      std::map<AradSemKeyAndFap, unsigned> asked;   // how often an answer did not come in time
       std::vector<TcamSharingRequest> awaited;
    };
    enum class Step { again, waits, stuck, done };
@@ -166,10 +172,14 @@ class Detours {
    std::vector<AradSemKeyAndFap> awaitedAt(Pending const& pending,
                                            TcamSharingRequest request) const;
    // The first of `count` pending changes that the change has to wait behind; null: none.
-   Pending const* ahead(Concern const& concern, std::size_t count) const;
-   bool meet(Concern const& a, Pending const& b) const;
+   Pending const* ahead(Change const& change, std::size_t count) const;
+   bool meet(Change const& a, Pending const& b) const;
+   // The shared entries that its requests and interfaces lead to, before and behind it.
+   std::vector<AradSemKeyAndFap> keysOf(Change const& change) const;
    // Takes the place of one that waits, if it makes that one idle.
    bool replaces(Change& change);
+   // It was made without being judged: what waits to the same end is idle.
+   void madeUnjudged(Change const& change);
    bool isOn(Concern const& concern, FapId unit) const;
    void tryHeld(FapId unit);
    void note(std::string text);

@@ -21,6 +21,8 @@ constexpr std::array<std::string_view, kRows> conditions{
     "shoalStatus()->fapType( request.fapId() ) != Hardware::Shoal::fapTypeArad()",
     "shoalStatus()->portMapValid()",
     "sysTcamId != Hardware::Shoal::SystemTcamId()",
+    "",
+    "",
 };
 
 bool hasLumenLookup(World const& world, FapId unit) {
@@ -132,6 +134,13 @@ std::optional<Objection> Judge::judgePolicy(Requester requester, TcamSharingRequ
    uint32_t unit = request.fapId().value();
    bool lumen = hasLumenLookup(world_, request.fapId());
    std::string_view name = requesterName(requester);
+   if (!policy.empty() && unit > AradSemKeyAndFap::maxFapId &&
+       WorldFacts(world_, {}).isArad(request.fapId())) {
+      return objectionOf(Row::key,
+                         formatted("unit {} is above {}, the last that an ISEM key can name", unit,
+                                   AradSemKeyAndFap::maxFapId),
+                         "");
+   }
    if (requester == Requester::acl) {
       if (lumen && policy.lumenAclLabel() != 0) {
          return objectionOf(
@@ -210,6 +219,37 @@ std::optional<Objection> Judge::judgeLookup(FapId unit, Hardware::Shoal::ExtLkup
                       formatted("withdraw {} first", count == 1 ? "it" : "them"));
 }
 
+std::optional<Objection> Judge::judgeGeneration(FapId unit) const {
+   SharingPipeline const& pipeline = router_.pipelineOf(unit);
+   for (auto const& [request, policy] : pipeline.merged->requestIter()) {
+      uint64_t kept = request.fapId() == unit ? policy.value() : 0;
+      for (Requester requester : requesters) {
+         kept &= pipeline.sharing.config(requester)->requestHas(request)
+                     ? ~ownFields(world_, requester, unit)
+                     : ~uint64_t{0};
+      }
+      if (kept != 0) {
+         bool label = (kept & ~ownFields(world_, Requester::lumen, unit)) == 0;
+         return objectionOf(
+             Row::kept,
+             formatted("the merged policy of {} would keep {}, which nobody asks "
+                       "for, in the pipeline of the present type",
+                       formatRequest(request), formatPolicy(TcamSharingPolicyId(kept))),
+             label ? "have lumen ask for something there and withdraw it first" : "");
+      }
+   }
+   std::size_t count = askedOn(unit, {requesters.begin(), requesters.end()}).size();
+   if (count == 0) {
+      return std::nullopt;
+   }
+   auto found = objectionOf(Row::generation,
+                            formatted("unit {} has {} in the pipeline of its present type",
+                                      unit.value(), counted(count, "request")),
+                            formatted("withdraw {} before it changes", count == 1 ? "it" : "them"));
+   found.condition.clear(); // the router keeps the generations apart
+   return found;
+}
+
 std::optional<Objection> Judge::judgeMerge(Effects& effects) const {
    std::vector<TcamSharingRequest> labelled;
    for (auto const& [request, policy] : router_.tables().config(Requester::acl)->requestIter()) {
@@ -285,8 +325,11 @@ void Judge::refresh(std::vector<IntfId> const& interfaces) {
 }
 
 void Judge::refresh(FapId unit) {
-   isemIndex_.refreshAll();
-   mapperIndex_.refreshAll();
+   for (RequestIndex* index : {&isemIndex_, &mapperIndex_}) {
+      if (index->countOn(unit) != 0) {
+         index->refreshAll();
+      }
+   }
    lookupChanged(unit);
 }
 

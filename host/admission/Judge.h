@@ -46,6 +46,8 @@ class Judge {
    std::optional<Objection> judgePortMapVersion() const;
    // A lookup of this type for the unit.
    std::optional<Objection> judgeLookup(FapId unit, Hardware::Shoal::ExtLkupType type) const;
+   // A type of the other generation for the unit.
+   std::optional<Objection> judgeGeneration(FapId unit) const;
    // The merge, built again. Adds what it would merge otherwise.
    std::optional<Objection> judgeMerge(Effects& effects) const;
 

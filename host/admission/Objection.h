@@ -21,14 +21,16 @@ enum class Row {
    generation, // the unit's generation changes under a request
    portMap,    // a new version of a port map that is not valid
    place,      // a new version of the port map while a port with a feature word has no place
+   kept,       // the generation changes, and the merge keeps a policy that nobody asks for
+   key,        // an ISEM key cannot name the unit
 };
-inline constexpr std::size_t kRows = 9;
+inline constexpr std::size_t kRows = 11;
 
 struct Objection {
    Row row;
    std::string why;       // with the requests concerned
    std::string wayOut;    // empty: there is none
-   std::string condition; // the library's invariant
+   std::string condition; // the library's invariant; empty: the rule is the host's own
    bool open = false;     // only one of the answers that are out would break it
    // Of `unmapped` and `moved`:
    std::optional<Hardware::ShoalTunnel::TcamSharingRequest> request; // that breaks it
@@ -43,8 +45,9 @@ Objection objectionOf(Row row, std::string why, std::string wayOut);
 class ChangeRefused : public HostError {
  public:
    explicit ChangeRefused(Objection const& objection)
-       : HostError("{}{}{} (invariant {})", objection.why, objection.wayOut.empty() ? "" : "; ",
-                   objection.wayOut, objection.condition),
+       : HostError(
+             "{}{}{}{}", objection.why, objection.wayOut.empty() ? "" : "; ", objection.wayOut,
+             objection.condition.empty() ? "" : formatted(" (invariant {})", objection.condition)),
          objection_(objection) {}
    Objection const& objection() const { return objection_; }
 

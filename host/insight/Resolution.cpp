@@ -76,9 +76,9 @@ class Resolver {
       if (encap.valid) {
          tags_ = encap.dot1qEncap;
       } else if (SubIntfId::isSubIntfId(intf_)) {
-         miss(world_.subIntfConfigDir->subIntfConfigHas(intf_)
-                  ? "the sub-interface has no encapsulation"
-                  : "the sub-interface was deleted");
+         miss(!world_.subIntfConfigDir->subIntfConfigHas(intf_) ? "the sub-interface was deleted"
+              : world_.tagsAreAside(intf_) ? "its tags are put aside until it can be withdrawn"
+                                           : "the sub-interface has no encapsulation");
       } else if (world_.isRouted(intf_)) {
          miss(noInternalVlan);
       } else {

@@ -70,6 +70,8 @@ class WorldView : public WorldEntities {
       Bridging::Dot1qEncap dynamic;    // assigned at run time; zero: none
    };
    Tags tags(IntfId subIntf) const;
+   // They are hidden from the machines for a moment.
+   bool tagsAreAside(IntfId subIntf) const { return tagsAside_.contains(subIntf); }
    // Those in force: assigned at run time, else configured; zero: none.
    Bridging::Dot1qEncap encapsulation(IntfId subIntf) const;
 

@@ -8,6 +8,10 @@ using namespace Hardware::ShoalTunnel;
 
 namespace {
 
+bool isIn(std::vector<TcamSharingRequest> const& all, TcamSharingRequest request) {
+   return std::find(all.begin(), all.end(), request) != all.end();
+}
+
 bool isUnit(std::string const& text, FapId unit) {
    return text == std::to_string(unit.value());
 }
@@ -50,6 +54,17 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
          std::string asks(requesterName(requester));
          asks += " asks for " + formatPolicy(host_.sharing().config(requester)->request(request_)) +
                  ", which is held back: ";
+         require(says(asks.c_str()), "silent: " + asks);
+      }
+   }
+   auto const waiting = host_.changes().detours().waiting();
+   for (Requester requester : requesters) {
+      auto last = std::find_if(waiting.rbegin(), waiting.rend(), [&](auto const& change) {
+         return change.asks && change.asks->first == requester && isIn(change.requests, request_);
+      });
+      if (last != waiting.rend() && !last->asks->second.empty()) {
+         std::string asks = std::string(requesterName(requester)) + " asks for " +
+                            formatPolicy(last->asks->second) + ", which is held back: " + last->why;
          require(says(asks.c_str()), "silent: " + asks);
       }
    }
@@ -99,6 +114,9 @@ bool RequestTruth::isHeldBack(std::string const& sentence) const {
    }
    return std::any_of(requesters.begin(), requesters.end(), [&](Requester requester) {
       auto asks = formatPolicy(host_.sharing().config(requester)->request(request_));
+      if (waitsToAsk(requester, (*parts)[1], (*parts)[2])) {
+         return (*parts)[0] == requesterName(requester);
+      }
       // What was refused is in no table.
       bool refused = (*parts)[1] != asks && (*parts)[2].starts_with("unit ");
       return (*parts)[0] == requesterName(requester) && isWhyHeld(requester, (*parts)[2]) &&
@@ -106,10 +124,23 @@ bool RequestTruth::isHeldBack(std::string const& sentence) const {
    });
 }
 
+bool RequestTruth::waitsToAsk(Requester requester, std::string const& policy,
+                              std::string const& why) const {
+   auto const waiting = host_.changes().detours().waiting();
+   return std::any_of(waiting.begin(), waiting.end(), [&](auto const& change) {
+      return isIn(change.requests, request_) && change.asks && change.asks->first == requester &&
+             policy == formatPolicy(change.asks->second) && why == change.why;
+   });
+}
+
 bool RequestTruth::isWhyHeld(Requester requester, std::string const& why) const {
    std::string unit = "unit " + std::to_string(request_.fapId().value()) + " has ";
    bool lumen = facts_.lumen(request_.fapId());
    auto const waiting = host_.changes().detours().waiting();
+   if (why == "unit " + std::to_string(request_.fapId().value()) +
+                  " is above 128, the last that an ISEM key can name") {
+      return isem_ && request_.fapId().value() > 128;
+   }
    if (why == unit + "the lumen lookup, where acl cannot ask for the lumen label") {
       return lumen && requester == Requester::acl;
    }
@@ -344,9 +375,12 @@ bool RequestTruth::isLack(std::string const& lack) const {
       auto type = world.shoalStatus->fapType(request_.fapId());
       return members && type != 1 && type != 2;
    }
+   if (lack == "its tags are put aside until it can be withdrawn") {
+      return fields.subIntf && !facts_.tags(request_) && world.tagsAreAside(intf);
+   }
    if (lack == "the sub-interface has no encapsulation") {
-      return fields.subIntf && world.subIntfConfigDir->subIntfConfigHas(intf) &&
-             !facts_.tags(request_);
+      return fields.subIntf && !world.tagsAreAside(intf) &&
+             world.subIntfConfigDir->subIntfConfigHas(intf) && !facts_.tags(request_);
    }
    if (lack == "the sub-interface was deleted") {
       return fields.subIntf && !world.subIntfConfigDir->subIntfConfigHas(intf);

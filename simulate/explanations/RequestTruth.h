@@ -55,6 +55,8 @@ class RequestTruth {
    // The pipeline does not have what the requester asks for.
    bool isHeld(Requester requester) const;
    bool isHeldBack(std::string const& sentence) const;
+   // A change behind another one asks for it.
+   bool waitsToAsk(Requester requester, std::string const& policy, std::string const& why) const;
    bool isWhyHeld(Requester requester, std::string const& why) const;
    bool isReason(std::string const& reason) const;
    bool isLack(std::string const& lack) const;
