@@ -174,9 +174,10 @@ class Child {
             how = carriedOut(command, objection.condition, when);
          }
       }
-      // Answers that are due together leave no moment between them here. A chip may.
-      std::size_t out = host_.chip().isem().unanswered().size();
-      for (std::size_t count = 1; objection.open && how != asItHasTo && count < out; ++count) {
+      // Answers that are due together, or soon, leave no moment between them. A chip may.
+      constexpr std::size_t most = 16;
+      std::size_t out = std::min(most, host_.chip().isem().answersOut());
+      for (std::size_t count = 1; objection.open && how != asItHasTo && count <= out; ++count) {
          how = carriedOut(command, objection.condition, When::between, count);
       }
       Findings findings;
@@ -186,8 +187,8 @@ class Child {
       return tell(findings);
    }
 
-   // Now, behind the answers that are out, also behind those that are held back, or behind `count`
-   // of those that are out.
+   // Now, behind the answers that are out, also behind those that are held back, or behind the
+   // first `count` of all these.
    enum class When { now, answered, released, between };
    // How it ends when the command is carried out in a copy.
    std::string carriedOut(std::string const& command, std::string const& condition, When when,
@@ -203,9 +204,12 @@ class Child {
          if (when == When::answered) {
             host_.settle();
          }
-         for (std::size_t i = 0; when == When::between && i < count; ++i) {
-            host_.chip().answerFirst();
-            host_.advance(0.0);
+         if (when == When::between) {
+            host_.chip().loseAnswersBehind(count);
+            for (std::size_t i = 0; i < count; ++i) {
+               host_.chip().answerFirst();
+               host_.advance(0.0);
+            }
          }
          // Not as far as a retry, which would answer anew.
          for (int i = 0; when == When::released && host_.seam().busy() && i < 20000; ++i) {

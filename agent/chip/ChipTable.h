@@ -83,10 +83,22 @@ class ChipTable {
       }
       heldBackOf_.clear();
    }
-   // Gives the answer that is due next, ahead of its time. There has to be one.
-   void answerFirst() {
-      giveFirst();
+   // Of the answers that are out, held back or not, none comes behind the first ones.
+   void loseAnswersBehind(std::size_t first) {
+      releaseHeldBack();
+      while (unanswered_.size() > first) {
+         auto last = std::prev(unanswered_.end());
+         std::erase(unansweredOf_[last->key], last);
+         unanswered_.erase(last);
+      }
       askForNext();
+   }
+   // Gives the answer that is due next ahead of its time, if there is one.
+   void answerFirst() {
+      if (!unanswered_.empty()) {
+         giveFirst();
+         askForNext();
+      }
    }
    // Empties the table; adds the writes that it had not answered.
    void restart(std::vector<ChipWrite>& unanswered) {
@@ -140,6 +152,8 @@ class ChipTable {
       }
       return found;
    }
+   // How many answers are still to come, held back or not.
+   std::size_t answersOut() const { return unanswered_.size() + heldBack_.size(); }
    // An answer of the key's is held back to be given out of order.
    bool isHeldBack(Key key) const { return heldBackOf_.contains(key); }
    // How many more entries a unit takes; none: as many as there are.

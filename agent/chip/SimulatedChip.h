@@ -29,7 +29,8 @@ class SimulatedChip : public ChipDriver {
    Capacities capacities() const;
    // Ends all faults; what is held back for reordering is answered.
    void clearFaults();
-   // Gives the answer of the ISEM that is due next, ahead of its time. There has to be one.
+   // Of the ISEM; see ChipTable.
+   void loseAnswersBehind(std::size_t first) { tables_->isem.loseAnswersBehind(first); }
    void answerFirst() { tables_->isem.answerFirst(); }
    // The chip restarts empty.
    void restart();

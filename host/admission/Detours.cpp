@@ -191,7 +191,7 @@ void Detours::carryOut(Change change, Setting setting) {
 // ---- The steps of one change
 
 void Detours::poke() {
-   if (!pending_.empty()) {
+   if (!pending_.empty() || !refused_.empty()) {
       now_.timeMinIs(0.0);
    }
 }
@@ -215,6 +215,7 @@ void Detours::run() {
       finish(std::move(ended));
    }
    askAgain();
+   tryStuck();
 }
 
 void Detours::askAgain() {
@@ -282,24 +283,14 @@ void Detours::release(Held const& held) {
    };
    change.kind = requesterName(held.requester);
    change.concern.requests = {request};
-   change.judge = [=, this]() -> std::optional<Objection> {
-      TcamSharingPolicyId policy = config->request(request);
-      if (policy.empty()) {
-         return std::nullopt;
-      }
-      if (auto objection = judge_.judgePolicy(held.requester, request, policy)) {
-         return objection;
-      }
-      Effects effects;
-      judge_.addRequest(effects, held.requester, request, policy);
-      return judge_.judge(effects);
-   };
+   change.judge = [=, this] { return judgeHeld(held); };
    change.make = [=, this] { router_.heldIs(held.requester, request, false); };
    std::string const what = change.what();
    auto before = refused_.extract(held);
-   std::string const told = before ? before.mapped() : "";
+   std::string const told = before ? before.mapped().why : "";
    auto refuse = [=, this](Objection const& objection) {
-      refused_[held] = objection.why;
+      bool stuck = objection.row == Row::moved || objection.row == Row::unmapped;
+      refused_[held] = {objection.why, stuck};
       if (objection.why != told) {
          note(formatted("{} is held back: {}", what, objection.why));
       }
@@ -312,6 +303,36 @@ void Detours::release(Held const& held) {
       carryOut(std::move(change), Setting::detour);
    } catch (ChangeRefused const& refused) {
       refuse(refused.objection());
+   }
+}
+
+std::optional<Objection> Detours::judgeHeld(Held const& held) const {
+   TcamSharingPolicyId policy = router_.tables().config(held.requester)->request(held.request);
+   if (policy.empty()) {
+      return std::nullopt;
+   }
+   if (auto objection = judge_.judgePolicy(held.requester, held.request, policy)) {
+      return objection;
+   }
+   Effects effects;
+   judge_.addRequest(effects, held.requester, held.request, policy);
+   return judge_.judge(effects);
+}
+
+void Detours::tryStuck() {
+   std::vector<Held> free;
+   for (auto& [held, refused] : refused_) {
+      if (refused.stuck) {
+         auto objection = judgeHeld(held);
+         if (objection) {
+            refused.why = objection->why;
+         } else {
+            free.push_back(held);
+         }
+      }
+   }
+   for (Held const& held : free) {
+      release(held);
    }
 }
 
@@ -330,7 +351,7 @@ void Detours::wishIs(Requester requester, TcamSharingRequest request, TcamSharin
 
 void Detours::tryHeld(FapId unit) {
    std::vector<Held> all;
-   for (auto const& [held, why] : refused_) {
+   for (auto const& [held, refused] : refused_) {
       if (held.request.fapId() == unit) {
          all.push_back(held);
       }
@@ -406,7 +427,7 @@ std::vector<Detours::HeldBack> Detours::heldBack(Requester requester,
    if (router_.held(requester, request) && !asks.empty()) {
       found.push_back({requester, request, asks, "it is handed over again"});
       if (auto refused = refused_.find(held); refused != refused_.end()) {
-         found.back().why = refused->second;
+         found.back().why = refused->second.why;
       }
       for (Pending const& each : pending_) {
          if (each.held.contains(held)) {
@@ -429,7 +450,7 @@ std::vector<Detours::HeldBack> Detours::heldBack(Requester requester,
 
 std::vector<Detours::HeldBack> Detours::heldBack() const {
    std::set<Held> all;
-   for (auto const& [held, why] : refused_) {
+   for (auto const& [held, refused] : refused_) {
       all.insert(held);
    }
    for (auto const& [held, wish] : wishes_) {

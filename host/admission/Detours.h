@@ -182,6 +182,9 @@ class Detours {
    void madeUnjudged(Change const& change);
    bool isOn(Concern const& concern, FapId unit) const;
    void tryHeld(FapId unit);
+   // Hands over what nothing is in the way of any more.
+   void tryStuck();
+   std::optional<Objection> judgeHeld(Held const& held) const;
    void note(std::string text);
 
    void handleBacklog(TcamSharingRequest const&) { poke(); }
@@ -198,7 +201,11 @@ class Detours {
    Setting setting_ = Setting::refuse;
    Seconds answerBound_ = 10.0;
    std::deque<Pending> pending_;
-   std::map<Held, std::string> refused_; // held back until what they lack has come
+   struct Refused {
+      std::string why;
+      bool stuck; // by what else uses an entry; else the unit lacks something
+   };
+   std::map<Held, Refused> refused_; // held back until what they lack has come
    struct Wish {
       TcamSharingPolicyId policy;
       std::string why;

@@ -148,6 +148,10 @@ bool RequestTruth::isWhyHeld(Requester requester, std::string const& why) const 
                   " cannot ask there (unit UNIT lookup lumen)") {
       return !lumen && requester != Requester::acl;
    }
+   // As it was when it was tried last.
+   if (auto parts = fit(why, "% would move off the entry %, which % still use%")) {
+      return (*parts)[0] == name_;
+   }
    return std::any_of(waiting.begin(), waiting.end(), [&](auto const& change) {
       return why == change.what + " is on its way" || why == "it is handed over again";
    });
