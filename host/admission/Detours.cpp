@@ -155,6 +155,7 @@ void Detours::carryOut(Change change, Setting setting) {
          if (change.concern.unit) {
             tryHeld(*change.concern.unit);
          }
+         tryStuck_ = !refused_.empty();
          poke();
          return;
       }
@@ -191,7 +192,7 @@ void Detours::carryOut(Change change, Setting setting) {
 // ---- The steps of one change
 
 void Detours::poke() {
-   if (!pending_.empty() || !refused_.empty()) {
+   if (!pending_.empty() || tryStuck_) {
       now_.timeMinIs(0.0);
    }
 }
@@ -213,9 +214,12 @@ void Detours::run() {
       Pending ended = std::move(pending_[place]);
       pending_.erase(pending_.begin() + static_cast<std::ptrdiff_t>(place));
       finish(std::move(ended));
+      tryStuck_ = !refused_.empty();
    }
    askAgain();
-   tryStuck();
+   if (std::exchange(tryStuck_, false)) {
+      tryStuck();
+   }
 }
 
 void Detours::askAgain() {

@@ -205,6 +205,7 @@ class Detours {
       std::string why;
       bool stuck; // by what else uses an entry; else the unit lacks something
    };
+   bool tryStuck_ = false;           // something was changed that may free what is stuck
    std::map<Held, Refused> refused_; // held back until what they lack has come
    struct Wish {
       TcamSharingPolicyId policy;

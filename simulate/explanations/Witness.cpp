@@ -157,6 +157,9 @@ bool Witness::noteQuietEvents() {
    Detours const& detours = host_.changes().detours();
    auto const& notes = detours.notes();
    auto fresh = std::min<uint64_t>(detours.count() - notes_, notes.size());
+   if (fresh != detours.count() - notes_) {
+      untold_ = now();
+   }
    notes_ = detours.count();
    for (auto note = notes.end() - static_cast<std::ptrdiff_t>(fresh); note != notes.end(); ++note) {
       if (note->text.starts_with(again)) {
