@@ -135,6 +135,10 @@ void Suspects::entryChanged(AradSemKeyAndFap key, std::optional<uint32_t> writer
 
 void Suspects::entryChanged(VlanTagToVsiMapperKey key, std::optional<uint32_t> writer) {
    reviewRequestsOf(key.fields().subIntfId);
+   // One that was withdrawn, and whose data come back by a replay.
+   if (auto change = chronicle_.lastChange(key); change && change->by) {
+      review(*change->by);
+   }
    suspectWriter(writer);
 }
 

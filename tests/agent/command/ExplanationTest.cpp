@@ -468,6 +468,7 @@ TEST(ExplanationTest, EveryKindOfChangeThatMakesAProblemListsIt) {
        {"chip restart", "X A B P L T V"},
        {"chip restart\nchip replay\nsettle", ""},
        {"chip refuse next 1\nchip replay\nchip restart\nsettle", "X A B P L T V"},
+       {"chip restart\nunit 3 unavailable\nwithdraw acl P own\nsettle\nchip replay\nsettle", "P"},
        // The entry that two share is written for one of them, or removed for it.
        {"request acl A own 6\nsettle", "B"},
        {"withdraw acl A own\nsettle", "B"},
