@@ -336,7 +336,8 @@ void Verdict::sayAnswer() {
       }
       break;
    case tcamSharingSuccess:
-      say("It was answered success{}.", policy);
+      say("It was answered success for {}, not for the present policy.",
+          formatPolicy(response.policyId));
       break;
    case tcamSharingInProgress:
       if (is_.retried.empty() && !is_.queued && awaiting() == nullptr) {
