@@ -28,8 +28,7 @@ class Changes {
       return judge_.indexOf(pipeline);
    }
 
-   // Requests. The empty policy withdraws. HostError for a unit whose number no shared entry can
-   // hold.
+   // Requests. The empty policy withdraws.
    void requestIs(Requester requester, std::vector<TcamSharingRequest> const& requests,
                   TcamSharingPolicyId policy) {
       askFor(requester, requests, policy, setting());
