@@ -221,8 +221,16 @@ std::optional<Objection> Judge::judgeLookup(FapId unit, Hardware::Shoal::ExtLkup
 
 std::optional<Objection> Judge::judgeGeneration(FapId unit) const {
    SharingPipeline const& pipeline = router_.pipelineOf(unit);
+   std::size_t left = indexOf(pipeline).countOn(unit);
    for (auto const& [request, policy] : pipeline.merged->requestIter()) {
-      uint64_t kept = request.fapId() == unit ? policy.value() : 0;
+      if (left == 0) {
+         break;
+      }
+      if (request.fapId() != unit) {
+         continue;
+      }
+      --left;
+      uint64_t kept = policy.value();
       for (Requester requester : requesters) {
          kept &= pipeline.sharing.config(requester)->requestHas(request)
                      ? ~ownFields(world_, requester, unit)
