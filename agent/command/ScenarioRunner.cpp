@@ -56,9 +56,8 @@ std::vector<std::string> splitWords(std::string const& line) {
 
 void ScenarioRunner::printNotes(uint64_t told) {
    Detours const& detours = host_.changes().detours();
-   std::size_t fresh = std::min<std::size_t>(detours.count() - told, detours.notes().size());
-   for (auto note = detours.notes().end() - static_cast<std::ptrdiff_t>(fresh);
-        note != detours.notes().end(); ++note) {
+   auto fresh = static_cast<std::ptrdiff_t>(detours.freshNotes(told));
+   for (auto note = detours.notes().end() - fresh; note != detours.notes().end(); ++note) {
       out_ << "at " << formatSeconds(note->at) << " s: " << note->text << "\n";
    }
 }

@@ -10,6 +10,7 @@
 #include "host/admission/Judge.h"
 #include "host/chronicle/Chronicle.h"
 
+#include <algorithm>
 #include <deque>
 #include <functional>
 #include <set>
@@ -113,6 +114,10 @@ class Detours {
    static constexpr std::size_t kNotes = 256;
    std::deque<Note> const& notes() const { return notes_; }
    uint64_t count() const { return count_; }
+   // How many of the notes came behind the first `told` ones and are kept: the last ones.
+   std::size_t freshNotes(uint64_t told) const {
+      return std::min<std::size_t>(count_ - told, notes_.size());
+   }
 
  private:
    struct Held {

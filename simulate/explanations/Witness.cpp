@@ -156,10 +156,11 @@ bool Witness::noteQuietEvents() {
    constexpr std::string_view again = "the chip is asked again about ";
    Detours const& detours = host_.changes().detours();
    auto const& notes = detours.notes();
-   auto fresh = std::min<uint64_t>(detours.count() - notes_, notes.size());
+   auto fresh = detours.freshNotes(notes_);
    if (fresh != detours.count() - notes_) {
-      untold_ = now();
+      untold_.emplace_back(noted_, now());
    }
+   noted_ = now();
    notes_ = detours.count();
    for (auto note = notes.end() - static_cast<std::ptrdiff_t>(fresh); note != notes.end(); ++note) {
       if (note->text.starts_with(again)) {

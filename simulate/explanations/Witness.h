@@ -75,9 +75,13 @@ class Witness {
    // The entry was written or removed again then, for want of an answer.
    bool sawAsked(std::string const& key, std::string const& time) const {
       auto found = asked_.find(key);
-      Seconds parsed = 0;
-      std::from_chars(time.data(), time.data() + time.size(), parsed);
-      return parsed <= untold_ || (found != asked_.end() && isAmong(found->second, time));
+      return (found != asked_.end() && isAmong(found->second, time)) ||
+             std::any_of(untold_.begin(), untold_.end(), [&](auto const& span) {
+                auto [from, to] = span;
+                Seconds parsed = -1;
+                std::from_chars(time.data(), time.data() + time.size(), parsed);
+                return parsed >= from && parsed <= to;
+             });
    }
    // Notes what shows in no table: restarts of an empty chip, and that the configuration was
    // written to the chip again. To be called right after each command. Returns whether there was
@@ -128,8 +132,10 @@ class Witness {
    Times restarts_;
    Times replays_;
    std::map<std::string, Times> asked_; // by printed key
-   Seconds untold_ = -1.0;              // till then more was noted than is kept
-   uint64_t notes_ = 0;                 // of detours, that were read
+   // From and to: commands that noted more than is kept.
+   std::vector<std::pair<Seconds, Seconds>> untold_;
+   Seconds noted_ = 0.0; // till then
+   uint64_t notes_ = 0;  // of detours, that were read
    std::map<TcamSharingRequest, AradSemKeyAndFap> mapping_;
    std::map<VlanTagToVsiMapperKey, uint32_t> lifs_;
    std::map<VlanTagToVsiMapperKey, TcamSharingRequest> writers_;
