@@ -58,4 +58,40 @@ inline void expectSound(std::string const& scenario) {
    EXPECT_EQ(result.code, 0) << scenario << "\n" << result.errors;
 }
 
+// X, Y: sub-interfaces of one port on an arad unit; A, B: of one port-channel there, with one tag.
+// P, L, T: a sub-interface of a port and of a port-channel, and a tunnel, on an in-LIF unit.
+inline std::string named(std::string const& text) {
+   std::string out;
+   for (std::size_t i = 0; i < text.size(); ++i) {
+      bool word = (i == 0 || text[i - 1] == ' ') &&
+                  (i + 1 == text.size() || text[i + 1] == ' ' || text[i + 1] == '\n');
+      switch (word ? text[i] : '\0') {
+      case 'X':
+         out += "u/0/Ethernet0.5";
+         break;
+      case 'Y':
+         out += "u/0/Ethernet0.6";
+         break;
+      case 'A':
+         out += "u/0/PortChannel1.1";
+         break;
+      case 'B':
+         out += "u/0/PortChannel1.2";
+         break;
+      case 'P':
+         out += "u/3/Ethernet0.5";
+         break;
+      case 'L':
+         out += "u/3/PortChannel3.1";
+         break;
+      case 'T':
+         out += "u/3/Tunnel-t";
+         break;
+      default:
+         out += text[i];
+      }
+   }
+   return out;
+}
+
 } // namespace Agent
