@@ -25,7 +25,8 @@ std::string formatPolicy(TcamSharingPolicyId policy) {
    std::string text;
    for (auto const& field : policyFields) {
       if (uint64_t value = policy.value() >> field.shift & field.max; value != 0) {
-         append(text, ",", formatted("{}={}", field.name, value));
+         append(text, ",", field.name);
+         (text += '=') += std::to_string(value);
       }
    }
    return text.empty() ? "none" : text;

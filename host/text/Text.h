@@ -47,12 +47,16 @@ template<class... Args>
 std::string formatted(Pattern<std::type_identity_t<Args>...> pattern, Args const&... args) {
    std::string result;
    std::string_view rest = pattern.text();
-   [[maybe_unused]] auto add = [&](auto const& part) {
+   [[maybe_unused]] auto add = [&](std::string_view part) {
       auto place = rest.find("{}");
       result.append(rest.substr(0, place)).append(part);
       rest.remove_prefix(place + 2);
    };
-   (add(asText(args)), ...);
+   auto addAll = [&](auto const&... parts) {
+      result.reserve((rest.size() + ... + std::string_view(parts).size()));
+      (add(parts), ...);
+   };
+   addAll(asText(args)...);
    return result.append(rest);
 }
 
