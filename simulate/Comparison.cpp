@@ -142,11 +142,11 @@ void Comparison::addIsem(IsemPipeline const& pipeline) {
        .followMembers(common.semToRequestCollection(), [](auto const& users, auto handler) {
           return watchKeys(users.requestCollection(), handler);
        });
-   add<IsemModel::WriteKey, std::deque<TcamSharingEntry>>("unanswered writes")
+   add<IsemModel::WriteKey, std::vector<TcamSharingEntry>>("unanswered writes")
        .expect(isem.pending())
        .always(
            [&common](IsemModel::WriteKey const& key) {
-              std::deque<TcamSharingEntry> entries;
+              std::vector<TcamSharingEntry> entries;
               if (auto queue = common.pendingSemWrite({key.first, key.second})) {
                  for (std::size_t i = 0; i < queue->pendingSharingEntrys(); ++i) {
                     entries.push_back(queue->pendingSharingEntryQueue()[i]);

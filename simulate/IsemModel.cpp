@@ -117,7 +117,7 @@ void IsemModel::answered(AradSemKeyAndFap key, SemTableStatusEntry const& status
    }
    auto& writes = pending_[write];
    TcamSharingEntry entry = writes.front();
-   writes.pop_front();
+   writes.erase(writes.begin());
    if (writes.empty()) {
       pending_.erase(write);
    }

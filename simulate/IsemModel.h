@@ -3,8 +3,6 @@
 
 #include "simulate/SharingModel.h"
 
-#include <deque>
-
 namespace Simulate {
 
 class IsemModel : public SharingModel {
@@ -19,7 +17,7 @@ class IsemModel : public SharingModel {
    Table<AradSemKeyAndFap, AradSemPayload> const& config() const { return config_; }
    Table<TcamSharingRequest, AradSemKeyAndFap> const& mapping() const { return mapping_; }
    Table<AradSemKeyAndFap, std::set<TcamSharingRequest>> const& users() const { return users_; }
-   Table<WriteKey, std::deque<TcamSharingEntry>> const& pending() const { return pending_; }
+   Table<WriteKey, std::vector<TcamSharingEntry>> const& pending() const { return pending_; }
 
  private:
    void program(TcamSharingRequest request, TcamSharingPolicyId policy) override;
@@ -30,7 +28,7 @@ class IsemModel : public SharingModel {
    Table<AradSemKeyAndFap, AradSemPayload> config_;
    Table<TcamSharingRequest, AradSemKeyAndFap> mapping_;
    Table<AradSemKeyAndFap, std::set<TcamSharingRequest>> users_;
-   Table<WriteKey, std::deque<TcamSharingEntry>> pending_; // oldest first
+   Table<WriteKey, std::vector<TcamSharingEntry>> pending_; // oldest first
 };
 
 } // namespace Simulate
