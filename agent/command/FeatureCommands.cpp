@@ -58,7 +58,7 @@ void feature(AgentHost& host, Arguments& arguments, std::ostream& out) {
    arguments.end();
    for (InLifIntfKey intfKey : keys) {
       InLifFeatureKey key(intfKey, type);
-      directory->requestIs(InLifFeatureRequest{key, value});
+      host.changes().featureIs(directory->name(), key, value);
       warnOfWidth(host, key, value, out);
    }
 }

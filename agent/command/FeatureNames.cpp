@@ -20,19 +20,7 @@ std::vector<InLifIntfKey> parseInLifKeys(AgentHost const& host, Arguments& argum
    std::string word = arguments.next("UNIT:CORE or own");
    std::vector<InLifIntfKey> keys;
    for (IntfId intf : interfaces) {
-      auto kind = intf.fields().kind;
-      bool served = !intf.l3Flood() &&
-                    (kind == Plexus::IntfKind::port || kind == Plexus::IntfKind::portChannel ||
-                     kind == Plexus::IntfKind::vlan);
-      if (!served) {
-         throw CommandError("{} is not a port, port-channel, sub-interface or VLAN interface: "
-                            "nothing serves in-LIF features there",
-                            intf.name());
-      }
-      uint32_t vlan = intf.fields().vlanId;
-      if (kind == Plexus::IntfKind::vlan && !intf.fields().subIntf && (vlan == 0 || vlan > 4094)) {
-         throw CommandError("{} is not a VLAN interface of 1 to 4094", intf.name());
-      }
+      World::checkServesFeatures(intf);
       if (word != "own") {
          keys.emplace_back(intf, world.tcam(word));
          continue;

@@ -28,12 +28,17 @@ Concern concernOf(FapId unit) {
    return concern;
 }
 
+// No change of facts makes such a request sound.
+bool isUnsound(Objection const& objection) {
+   return objection.row == Row::fields || objection.row == Row::flood;
+}
+
 } // namespace
 
 Changes::Changes(World& world, IsemPipeline& isem, MapperPipeline& mapper, SharingRouter& router,
                  FeaturePipeline const& features, Chronicle const& chronicle, ChipSeam& seam,
                  Orv::Timers& timers)
-    : world_(world), isem_(isem), mapper_(mapper), router_(router),
+    : world_(world), isem_(isem), mapper_(mapper), router_(router), features_(features),
       judge_(world, isem, mapper, router, features, seam),
       detours_(world, isem, mapper, router, chronicle, judge_, seam, timers) {}
 
@@ -70,8 +75,8 @@ void Changes::askFor(Requester requester, std::vector<TcamSharingRequest> const&
       bool isHeld = router_.held(requester, request);
       bool asks = !policy.empty() && (isHeld || config->request(request) != policy);
       auto objection = asks ? judge_.judgePolicy(requester, request, policy) : std::nullopt;
-      bool never = objection && (setting == Setting::off ? objection->row == Row::key
-                                                         : objection->row == Row::fields);
+      bool never = objection &&
+                   (setting == Setting::off ? objection->row == Row::key : isUnsound(*objection));
       if (never) {
          throw ChangeRefused(*objection);
       }
@@ -133,11 +138,32 @@ void Changes::rememberWishes(Requester requester, std::vector<TcamSharingRequest
    for (TcamSharingRequest request : requests) {
       auto objection =
           policy.empty() ? std::nullopt : judge_.judgePolicy(requester, request, policy);
-      if (objection && objection->row != Row::fields) {
+      if (objection && !isUnsound(*objection)) {
          detours_.wishIs(requester, request, policy, objection->why,
                          [=, this] { askFor(requester, {request}, policy, Setting::detour); });
       }
    }
+}
+
+// ---- In-LIF features
+
+Orv::Ptr<InLifFeatureRequestDir> Changes::directory(std::string const& name) const {
+   auto found = features_.directory(name);
+   if (!found) {
+      throw HostError("there is no request directory '{}'", name);
+   }
+   return found;
+}
+
+void Changes::featureIs(std::string const& directoryName, InLifFeatureKey key,
+                        InLifFeatureValue value) {
+   auto asking = directory(directoryName);
+   World::checkServesFeatures(key.intfId());
+   asking->requestIs(InLifFeatureRequest{key, value});
+}
+
+void Changes::featureDel(std::string const& directoryName, InLifFeatureKey key) {
+   directory(directoryName)->requestDel(key);
 }
 
 // ---- Sub-interfaces and VLANs

@@ -34,6 +34,12 @@ class Changes {
       askFor(requester, requests, policy, setting());
    }
 
+   // In-LIF features, through a request directory. HostError: there is no such directory, or no
+   // machine serves features on the interface.
+   void featureIs(std::string const& directory, Hardware::ShoalTunnel::InLifFeatureKey key,
+                  Hardware::ShoalTunnel::InLifFeatureValue value);
+   void featureDel(std::string const& directory, Hardware::ShoalTunnel::InLifFeatureKey key);
+
    // As World's operations of the same names.
    void encapsulationIs(IntfId subIntf, Bridging::Dot1qEncap encap);
    void dynamicEncapsulationIs(IntfId subIntf, Bridging::Dot1qEncap encap);
@@ -65,6 +71,7 @@ class Changes {
                  std::function<FactChange()> fact = nullptr);
    void askFor(Requester requester, std::vector<TcamSharingRequest> const& requests,
                TcamSharingPolicyId policy, Setting setting);
+   Orv::Ptr<Hardware::ShoalTunnel::InLifFeatureRequestDir> directory(std::string const& name) const;
    void rememberWishes(Requester requester, std::vector<TcamSharingRequest> const& requests,
                        TcamSharingPolicyId policy);
    // Of a sub-interface, to these tags.
@@ -84,6 +91,7 @@ class Changes {
    IsemPipeline& isem_;
    MapperPipeline& mapper_;
    SharingRouter& router_;
+   FeaturePipeline const& features_;
    Judge judge_;
    Detours detours_;
 };

@@ -119,6 +119,7 @@ Detours::Step Detours::clear(Pending& pending, Objection const& objection, int d
    case Row::fields:
    case Row::kept:
    case Row::key:
+   case Row::flood:
       break;
    }
    return Step::stuck;

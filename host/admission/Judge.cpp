@@ -23,6 +23,7 @@ constexpr std::array<std::string_view, kRows> conditions{
     "sysTcamId != Hardware::Shoal::SystemTcamId()",
     "",
     "",
+    "l3FloodPortVlanId.value()",
 };
 
 bool hasLumenLookup(World const& world, FapId unit) {
@@ -140,6 +141,11 @@ std::optional<Objection> Judge::judgePolicy(Requester requester, TcamSharingRequ
                          formatted("unit {} is above {}, the last that an ISEM key can name", unit,
                                    AradSemKeyAndFap::maxFapId),
                          "");
+   }
+   if (!policy.empty() && request.intfId().l3Flood() && request.l3FloodPortVlanId().value() == 0) {
+      return objectionOf(
+          Row::flood,
+          formatted("{} is asked for without the VLAN of its port", request.intfId().name()), "");
    }
    if (requester == Requester::acl) {
       if (lumen && policy.lumenAclLabel() != 0) {

@@ -23,8 +23,9 @@ enum class Row {
    place,      // a new version of the port map while a port with a feature word has no place
    kept,       // the generation changes, and the merge keeps a policy that nobody asks for
    key,        // an ISEM key cannot name the unit
+   flood,      // a flood entry without the VLAN of its port
 };
-inline constexpr std::size_t kRows = 11;
+inline constexpr std::size_t kRows = 12;
 
 struct Objection {
    Row row;

@@ -60,6 +60,9 @@ class World : public WorldView {
    // HostError for a port of another port-channel, and for removing one that is not a member.
    void memberIs(IntfId lag, IntfId port, bool present);
 
+   // HostError: no machine serves in-LIF features on the interface.
+   static void checkServesFeatures(IntfId intf);
+
    // TCAMs.
    // A feature's place in the words of a TCAM; none: the TCAM has no place for it. Takes effect
    // with the next TCAM key version.

@@ -95,6 +95,22 @@ void World::untaggedVlanIs(IntfId intf, VlanIdOrNone vlan) {
    }
 }
 
+void World::checkServesFeatures(IntfId intf) {
+   auto const& fields = intf.fields();
+   bool served = !intf.l3Flood() && (fields.kind == Plexus::IntfKind::port ||
+                                     fields.kind == Plexus::IntfKind::portChannel ||
+                                     fields.kind == Plexus::IntfKind::vlan);
+   if (!served) {
+      throw HostError("{} is not a port, port-channel, sub-interface or VLAN interface: nothing "
+                      "serves in-LIF features there",
+                      intf.name());
+   }
+   if (fields.kind == Plexus::IntfKind::vlan && !fields.subIntf &&
+       (fields.vlanId == 0 || fields.vlanId > 4094)) {
+      throw HostError("{} is not a VLAN interface of 1 to 4094", intf.name());
+   }
+}
+
 void World::tcamLayoutIs(SystemTcamId tcam, InLifFeatureType type,
                          std::optional<TcamShareQualInfo> place) {
    auto layout = TcamDbStatusInterface::tcamDbStatusInterface()->inLifDataIs(tcam);

@@ -234,5 +234,37 @@ TEST_F(ChipSeamTest, TheWorldTakesNoTagThatNoEntryCanHold) {
    EXPECT_EQ(host->world().encapsulation(subIntf), (Bridging::Dot1qEncap{10, 0}));
 }
 
+// What commands cannot say, and a host program can.
+TEST_F(ChipSeamTest, RequestsThatWouldStopTheLibraryAreRefused) {
+   start();
+   Changes& changes = host->changes();
+   std::vector<TcamSharingRequest> flood{{IntfId("Ethernet0-L3Flood"), FapId(1)}};
+   for (auto setting : {Changes::Setting::refuse, Changes::Setting::detour}) {
+      changes.settingIs(setting);
+      EXPECT_THROW(changes.requestIs(Requester::acl, flood, TcamSharingPolicyId(5)), ChangeRefused);
+      EXPECT_EQ(host->sharing().config(Requester::acl)->requests(), 0U);
+   }
+   using namespace Hardware::ShoalTunnel;
+   host->inLifFeatures().inputDir->entryIs("qos", Orv::make<InLifFeatureRequestDir>("qos"));
+   auto key = [&](char const* intf) {
+      return InLifFeatureKey({IntfId(intf), host->world().tcams().front()}, inLifFeatureTypes[0]);
+   };
+   EXPECT_THROW(changes.featureIs("acl", key("Ethernet0"), 1), HostError);
+   for (char const* intf : {"Tunnel7", "Ethernet0-L3Flood", "Vlan5000"}) {
+      EXPECT_THROW(changes.featureIs("qos", key(intf), 1), HostError) << intf;
+   }
+   changes.featureIs("qos", key("Ethernet0"), 1);
+   EXPECT_TRUE(host->inLifFeatures().inLifIntfCfg->requestHas(key("Ethernet0").intfKey()));
+   changes.featureDel("qos", key("Ethernet0"));
+   EXPECT_FALSE(host->inLifFeatures().inLifIntfCfg->requestHas(key("Ethernet0").intfKey()));
+   changes.settingIs(Changes::Setting::off);
+   EXPECT_DEATH(
+       {
+          changes.requestIs(Requester::acl, flood, TcamSharingPolicyId(5));
+          host->settle();
+       },
+       "l3FloodPortVlanId.value");
+}
+
 } // namespace
 } // namespace ShoalHost
