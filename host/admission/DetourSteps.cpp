@@ -134,6 +134,9 @@ Detours::Step Detours::hold(Pending& pending, std::vector<Held> const& all, int 
       }
       Effects effects;
       judge_.addRequest(effects, each.requester, each.request, TcamSharingPolicyId());
+      if (isForgotten(each.request)) {
+         judge_.addRequeued(effects, each.request);
+      }
       if (auto objection = judge_.judge(effects)) {
          return clear(pending, *objection, depth + 1);
       }
@@ -142,6 +145,9 @@ Detours::Step Detours::hold(Pending& pending, std::vector<Held> const& all, int 
                       pending.tries.contains(each.request); // it was, before it was worked again
       pending.withdrawn.try_emplace(each.request, chronicle_.placeOf(pipeline, each.request));
       router_.heldIs(each.requester, each.request, true);
+      if (isForgotten(each.request)) {
+         work(each.request);
+      }
       pending.held.insert(each);
       if (answered && !pipeline.merged->requestHas(each.request)) {
          interrupted_[each.request] = Orv::System::peekTime();
@@ -228,6 +234,12 @@ std::vector<Detours::Held> Detours::askersOf(TcamSharingRequest request) const {
 
 bool Detours::isQueued(TcamSharingRequest request) const {
    return router_.pipelineOf(request.fapId()).codef->backlog(request);
+}
+
+bool Detours::isForgotten(TcamSharingRequest request) const {
+   SharingPipeline const& pipeline = router_.pipelineOf(request.fapId());
+   return !pipeline.merged->requestHas(request) && !pipeline.output(request).empty() &&
+          !isQueued(request);
 }
 
 bool Detours::isQueuedOn(FapId unit) const {

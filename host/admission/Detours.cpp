@@ -29,10 +29,8 @@ void Detours::intakesRebuilt() {
       mapper_.codef->backlogCollection().watch(orvMapperBacklog_);
    }
    for (Pending const& pending : pending_) {
-      // The new intake knows of no withdrawal that was queued.
       for (auto const& [request, place] : pending.withdrawn) {
-         SharingPipeline const& pipeline = router_.pipelineOf(request.fapId());
-         if (pipeline.output(request) != pipeline.merged->request(request)) {
+         if (isForgotten(request)) {
             work(request);
          }
       }

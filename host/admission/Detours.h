@@ -169,6 +169,8 @@ class Detours {
    void tagsBack(Pending& pending);
    std::vector<Held> askersOf(TcamSharingRequest request) const;
    bool isQueued(TcamSharingRequest request) const;
+   // Its withdrawal was queued in an intake that was built again, which knows nothing of it.
+   bool isForgotten(TcamSharingRequest request) const;
    bool isQueuedOn(FapId unit) const;
    // Worked, with every write of it answered that is waited for.
    bool isAtRest(Pending const& pending, TcamSharingRequest request) const;

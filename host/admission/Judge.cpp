@@ -309,6 +309,11 @@ void Judge::addRequest(Effects& effects, Requester requester, TcamSharingRequest
    }
 }
 
+void Judge::addRequeued(Effects& effects, TcamSharingRequest request) const {
+   bool isem = &router_.pipelineOf(request.fapId()) == &isem_;
+   (isem ? effects.isem : effects.mapper).requeued.push_back(request);
+}
+
 void Judge::affect(Effects& effects, std::vector<IntfId> const& interfaces) const {
    for (IntfId intf : interfaces) {
       auto const& requests = isemIndex_.of(intf);

@@ -54,6 +54,8 @@ class Judge {
    // Adds what a requester's policy does to the merged one.
    void addRequest(Effects& effects, Requester requester, TcamSharingRequest request,
                    TcamSharingPolicyId policy) const;
+   // Adds that the request is worked again.
+   void addRequeued(Effects& effects, TcamSharingRequest request) const;
    // Adds the requests of interfaces, or of a unit, whose facts change.
    void affect(Effects& effects, std::vector<IntfId> const& interfaces) const;
    void affectUnit(Effects& effects, FapId unit) const;

@@ -298,6 +298,10 @@ TEST(AdmissionTest, WaysRoundTakeWhatElseIsGoingOnIntoAccount) {
    std::vector<WayRound> const ways{
        {"the intake is built again",
         with({"rebuild intake", "settle", "expect isem 20 1 1 qos=5", "expect isem 10 1 1 qos=6"})},
+       {"the intake was built again before, and has forgotten a withdrawal",
+        {"request acl Ethernet32.1 own qos=1", "settle", "request acl Ethernet32.1 own other=2",
+         "rebuild intake", "unit 2 type 2", "settle", "expect count changes 0",
+         "expect out-of-hardware Ethernet32.1 own", "expect count isem 0"}},
        {"a request waits behind it, and is withdrawn",
         with({"request acl Ethernet0.3 own qos=7", "encapsulation Ethernet0.3 10",
               "request acl Ethernet0.3 own qos=8", "expect count held 3",
