@@ -31,7 +31,7 @@ PortInLifIntfSm::PortInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
       inLifIntfCfgLagExp_(ORV_NOT_NULL(inLifIntfCfgLagExp)),
       lagPhyIntfMapping_(ORV_NOT_NULL(lagPhyIntfMapping)), lagConfig_(std::move(lagConfig)),
       localPortMapStatus_(std::move(localPortMapStatus)),
-      lagPhyIntfConfig_(lagPhyIntfMapping_, *this), orvPortMapVersion_(this) {
+      lagPhyIntfConfig_(lagPhyIntfMapping_, this), orvPortMapVersion_(this) {
    this->shoalStatus()->portMapVersionAttribute().watch(orvPortMapVersion_);
 }
 

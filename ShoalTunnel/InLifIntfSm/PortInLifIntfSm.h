@@ -16,14 +16,13 @@
 
 #include "platform/Hardware/Shoal/LocalPortMapStatus.h"
 #include "platform/Lag/Config.h"
+#include "platform/Lag/LagPhyIntfMapping.h"
 #include "ShoalTunnel/InLifIntfSm/BaseInLifIntfSm.h"
 #include "ShoalTunnel/InLifIntfSm/DefaultLifFeatureConfig.h"
-#include "ShoalTunnel/InLifIntfSm/LagPhyIntfReactors.h"
 
 namespace Hardware::ShoalTunnel {
 
-class TCAM_SHARING_EXPORT PortInLifIntfSm : public BaseInLifIntfSm,
-                                            private LagPhyIntfReactors::Follower {
+class TCAM_SHARING_EXPORT PortInLifIntfSm : public BaseInLifIntfSm {
  public:
    PortInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
                    Orv::Ptr<InLifIntfStatus> inLifIntfStatus,
@@ -38,7 +37,7 @@ class TCAM_SHARING_EXPORT PortInLifIntfSm : public BaseInLifIntfSm,
    // Ignores sub-interfaces and VLAN interfaces.
    void doHandleRequest(InLifIntfKey const& key, bool isAdd) override;
    // The port joined or left the member list of the port-channel.
-   void handleLagPhyIntf(Plexus::IntfId lag, Plexus::IntfId phyIntf) override;
+   void handleLagPhyIntf(Plexus::IntfId lag, Plexus::IntfId phyIntf);
    void handlePortMapVersion();
 
    Orv::Ptr<Lag::Config const> const& lagConfig() const { return lagConfig_; }
@@ -47,6 +46,7 @@ class TCAM_SHARING_EXPORT PortInLifIntfSm : public BaseInLifIntfSm,
    }
 
  private:
+   using OrvLagPhyIntfConfig = Lag::LagPhyIntfReactors<&PortInLifIntfSm::handleLagPhyIntf>;
    using OrvPortMapVersion = Orv::ReactorFor<&PortInLifIntfSm::handlePortMapVersion>;
 
    bool isLagMember(Plexus::IntfId phyIntf) const;
@@ -67,7 +67,7 @@ class TCAM_SHARING_EXPORT PortInLifIntfSm : public BaseInLifIntfSm,
    Orv::Ptr<Lag::LagPhyIntfMapping const> lagPhyIntfMapping_;
    Orv::Ptr<Lag::Config const> lagConfig_;
    Orv::Ptr<Shoal::LocalPortMapStatus const> localPortMapStatus_;
-   LagPhyIntfReactors lagPhyIntfConfig_;
+   OrvLagPhyIntfConfig lagPhyIntfConfig_;
    OrvPortMapVersion orvPortMapVersion_;
 };
 

@@ -37,7 +37,7 @@ VlanInLifIntfSm::VlanInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
       inLifIntfCfgLagExp_(ORV_NOT_NULL(inLifIntfCfgLagExp)),
       lagPhyIntfMapping_(std::move(lagPhyIntfMapping)),
       untaggedVlanDir_(std::move(untaggedVlanDir)), orvUntaggedVlanDir_(this), orvPhyIntfLag_(this),
-      lagPhyIntfConfig_(lagPhyIntfMapping_, *this), orvInLifIntfCfgLagExp_(this),
+      lagPhyIntfConfig_(lagPhyIntfMapping_, this), orvInLifIntfCfgLagExp_(this),
       orvPortMapVersion_(this) {
    if (untaggedVlanDir_) {
       untaggedVlanDir_->untaggedVlanCollection().watch(orvUntaggedVlanDir_);

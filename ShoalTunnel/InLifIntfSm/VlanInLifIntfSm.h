@@ -19,9 +19,9 @@
 #pragma once
 
 #include "platform/Bridging/UntaggedVlanDir.h"
+#include "platform/Lag/LagPhyIntfMapping.h"
 #include "ShoalTunnel/InLifIntfSm/BaseInLifIntfSm.h"
 #include "ShoalTunnel/InLifIntfSm/DefaultLifFeatureConfig.h"
-#include "ShoalTunnel/InLifIntfSm/LagPhyIntfReactors.h"
 
 #include <map>
 #include <set>
@@ -29,8 +29,7 @@
 
 namespace Hardware::ShoalTunnel {
 
-class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm,
-                                            private LagPhyIntfReactors::Follower {
+class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm {
  public:
    VlanInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
                    Orv::Ptr<InLifIntfStatus> inLifIntfStatus,
@@ -48,7 +47,7 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm,
    void handleUntaggedVlan(Plexus::IntfId const& intfId);
    // The port-channel entry of the port changed; the member list of the port-channel changed.
    void handlePhyIntfLag(Plexus::IntfId const& phyIntf);
-   void handleLagPhyIntf(Plexus::IntfId lag, Plexus::IntfId phyIntf) override;
+   void handleLagPhyIntf(Plexus::IntfId lag, Plexus::IntfId phyIntf);
    // The features of a port were added to or removed from the expanded configuration.
    void handleInLifIntfCfgLagExp(InLifIntfKey const& key);
    // Throws as doHandleRequest does, for any key of the configuration, after it handled the others.
@@ -63,6 +62,7 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm,
    using OrvUntaggedVlanDir = Orv::ReactorFor<&VlanInLifIntfSm::handleUntaggedVlan>;
    using OrvPhyIntfLag = Orv::ReactorFor<&VlanInLifIntfSm::handlePhyIntfLag>;
    using OrvInLifIntfCfgLagExp = Orv::ReactorFor<&VlanInLifIntfSm::handleInLifIntfCfgLagExp>;
+   using OrvLagPhyIntfConfig = Lag::LagPhyIntfReactors<&VlanInLifIntfSm::handleLagPhyIntf>;
    using OrvPortMapVersion = Orv::ReactorFor<&VlanInLifIntfSm::handlePortMapVersion>;
 
    // Watches the features of one port.
@@ -109,7 +109,7 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm,
 
    OrvUntaggedVlanDir orvUntaggedVlanDir_;
    OrvPhyIntfLag orvPhyIntfLag_;
-   LagPhyIntfReactors lagPhyIntfConfig_;
+   OrvLagPhyIntfConfig lagPhyIntfConfig_;
    OrvInLifIntfCfgLagExp orvInLifIntfCfgLagExp_;
    Orv::KeyedByIndex<InLifIntfKey, Orv::Ptr<OrvPortFeatures>> portFeatures_;
    OrvPortMapVersion orvPortMapVersion_;

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "platform/Orv/Entity.h"
+#include "platform/Orv/SetReactors.h"
 #include "platform/Plexus/IntfId.h"
 
 namespace Lag {
@@ -33,6 +34,18 @@ class ORV_EXPORT LagPhyIntfMapping : public Orv::Entity {
       auto members = lagPhyIntfConfig(lag);
       return members && members->phyIntf(phyIntf);
    }
+};
+
+// Calls handler(port-channel, port) for each port that joins or leaves a member list. The mapping
+// may be null.
+template<auto handler>
+class LagPhyIntfReactors : Orv::SetReactors<Orv::KeyedByIndex, LagPhyIntfConfig,
+                                            &LagPhyIntfConfig::phyIntfCollection, handler> {
+ public:
+   template<class Owner>
+   LagPhyIntfReactors(Orv::Ptr<LagPhyIntfMapping const> const& mapping, Owner* owner)
+       : LagPhyIntfReactors::SetReactors(mapping ? &mapping->lagPhyIntfConfigCollection() : nullptr,
+                                         owner) {}
 };
 
 } // namespace Lag
