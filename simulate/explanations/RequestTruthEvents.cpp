@@ -230,8 +230,9 @@ bool RequestTruth::isRemedy(std::string const& text) const {
    }
    if (sentence == "Asking for a policy here and withdrawing it ends that") {
       return policy_ == 0 && !asked() && response_.status != 0 && !queued_ && out && !lacks_ &&
-             std::none_of(left_.begin(), left_.end(),
-                          [](Entry const& entry) { return entry.held; });
+             std::none_of(left_.begin(), left_.end(), [](Entry const& entry) {
+                return entry.held && entry.users.empty(); // which has a remedy of its own
+             });
    }
    if (sentence == "chip replay clears it" && policy_ != 0) {
       return policy_ % 1024 == 0 &&
