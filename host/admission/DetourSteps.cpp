@@ -253,10 +253,7 @@ bool Detours::isQueuedOn(FapId unit) const {
 }
 
 bool Detours::isAtRest(Pending const& pending, TcamSharingRequest request) const {
-   SharingPipeline const& pipeline = router_.pipelineOf(request.fapId());
-   return !pipeline.codef->backlog(request) &&
-          pipeline.output(request) == pipeline.merged->request(request) &&
-          awaitedAt(pending, request).empty();
+   return !isQueued(request) && !isForgotten(request) && awaitedAt(pending, request).empty();
 }
 
 std::vector<AradSemKeyAndFap> Detours::awaitedAt(Pending const& pending,
