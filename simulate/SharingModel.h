@@ -48,7 +48,7 @@ class SharingModel {
    // The intake took the entry from the retry list: a retry pass, unless the model took it first.
    void retryTaken(TcamSharingEntry const& entry);
    // The host queued a request, or took an entry off the retry list, for the sake of a change.
-   void queuedByHost(TcamSharingRequest request) { requeue(request); }
+   void queuedByHost(TcamSharingRequest request) { queued_[request] = true; }
    void retryDropped(TcamSharingEntry const& entry) { retries_.erase(entry); }
    void programInHwChanged(IntfId subIntf);
    void internalVlanChanged(IntfId intf);
