@@ -60,7 +60,10 @@ void Affected::watchEntries() {
 void Affected::watchWorld() {
    World const& world = host_.world();
    watchInto(interfaces_, world.intfVlanIdTable->internalVlanIdCollection());
-   watchInto(interfaces_, world.subIntfConfigDir->subIntfConfigCollection());
+   // A way round hides tags, and gives them back, without a record of the change.
+   watchInto(interfaces_, world.dynSubIntfEncap->dot1qEncapCollection());
+   watchers_.watch<IntfId>(world.subIntfConfigDir->subIntfConfigCollection(),
+                           [this](IntfId const& subIntf) { watchFlags(subIntf); });
    watchInto(interfaces_, world.subIntfDot1qEncapChange->dot1qEncapCollection());
    watchInto(interfaces_, world.untaggedVlanDir->untaggedVlanCollection());
    watchInto(interfaces_, world.localPortMapStatus->portMapCollection());
@@ -98,12 +101,15 @@ void Affected::watchFlags(IntfId subIntf) {
    auto& watchers = flags_[subIntf];
    watchers.clear();
    interfaces_.add(subIntf);
+   auto add = [&](auto const& attribute) {
+      auto watcher = std::make_unique<Watcher<>>([this, subIntf] { interfaces_.add(subIntf); });
+      attribute.watch(*watcher);
+      watchers.push_back(std::move(watcher));
+   };
+   if (auto config = host_.world().subIntfConfigDir->subIntfConfig(subIntf)) {
+      add(config->dot1qEncapAttribute());
+   }
    if (auto status = host_.world().subIntfStatusDir->subIntfStatus(subIntf)) {
-      auto add = [&](auto const& attribute) {
-         auto watcher = std::make_unique<Watcher<>>([this, subIntf] { interfaces_.add(subIntf); });
-         attribute.watch(*watcher);
-         watchers.push_back(std::move(watcher));
-      };
       add(status->programInHwAttribute());
       add(status->encapKindAttribute());
    }
