@@ -1,0 +1,250 @@
+#include "ShoalTunnel/TcamSharingVlanTagMapSm/VlanPhyIntfConfigSm.h"
+
+#include "platform/Orv/Failure.h"
+#include "platform/Trace/Trace.h"
+
+namespace Hardware::ShoalTunnel {
+
+using Bridging::VlanIdOrNone;
+using Plexus::IntfId;
+
+namespace {
+
+void addKeys(std::set<uint16_t>& tags, SubIntfTags::ByTag const& byTag) {
+   for (auto const& [tag, subIntfs] : byTag) {
+      tags.insert(tag);
+   }
+}
+
+} // namespace
+
+VlanPhyIntfConfigSm::VlanPhyIntfConfigSm(
+    Orv::Ptr<Shoal::Status const> shoalStatus,
+    Orv::Ptr<Interface::SubIntfConfigDir const> subIntfConfigDir,
+    Orv::Ptr<Interface::SubIntfDynDot1qEncap const> dynSubIntfEncap,
+    Orv::Ptr<Lag::LagPhyIntfMapping const> lagPhyIntfMapping,
+    Orv::Ptr<Bridging::UntaggedVlanDir const> untaggedVlanDir,
+    Orv::Ptr<Bridging::TaggedVlanDir const> taggedVlanDir,
+    Orv::Ptr<VlanPhyIntfConfig> vlanPhyIntfConfig,
+    Orv::Ptr<VlanPhyIntfConfig> subIntfTagPhyIntfConfig)
+    : shoalStatus_(ORV_NOT_NULL(shoalStatus)), lagPhyIntfMapping_(std::move(lagPhyIntfMapping)),
+      untaggedVlanDir_(std::move(untaggedVlanDir)), taggedVlanDir_(std::move(taggedVlanDir)),
+      subIntfTags_(std::move(subIntfConfigDir), std::move(dynSubIntfEncap), *this),
+      publishedVlans_(ORV_NOT_NULL(vlanPhyIntfConfig)),
+      publishedTags_(ORV_NOT_NULL(subIntfTagPhyIntfConfig)), orvShoalStatus_(this),
+      orvUntaggedVlanDir_(this), orvTaggedVlanDir_(this),
+      lagPhyIntfConfig_(lagPhyIntfMapping_, this) {
+   shoalStatus_->sysPhyPortIdCollection().watch(orvShoalStatus_.sysPhyPortId);
+   shoalStatus_->portMapVersionAttribute().watch(orvShoalStatus_.portMapVersion);
+   if (untaggedVlanDir_) {
+      untaggedVlanDir_->untaggedVlanCollection().watch(orvUntaggedVlanDir_);
+   }
+   if (taggedVlanDir_) {
+      taggedVlanDir_->taggedVlanCollection().watch(orvTaggedVlanDir_);
+   }
+   handleInitialized();
+}
+
+VlanPhyIntfConfigSm::~VlanPhyIntfConfigSm() = default;
+
+void VlanPhyIntfConfigSm::handleInitialized() {
+   SHOAL_TRACE(8, "VlanPhyIntfConfigSm::", __func__);
+   if (untaggedVlanDir_) {
+      for (auto const& [intfId, vlan] : untaggedVlanDir_->untaggedVlanIter()) {
+         untaggedVlan_.set(intfId, vlan);
+      }
+   }
+   if (taggedVlanDir_) {
+      for (auto const& [member, present] : taggedVlanDir_->taggedVlanIter()) {
+         doRecordTagged(member);
+      }
+   }
+   for (Published* published : {&publishedVlans_, &publishedTags_}) {
+      published->read();
+      for (auto const& [phyIntf, tags] : published->byPort()) {
+         placed_.set(phyIntf, true);
+      }
+   }
+   handlePortMapVersion();
+}
+
+void VlanPhyIntfConfigSm::handlePortMapVersion() {
+   SHOAL_TRACE(8, "VlanPhyIntfConfigSm::", __func__);
+   if (!shoalStatus_->portMapValid()) {
+      return;
+   }
+   for (auto const& [phyIntf, port] : shoalStatus_->sysPhyPortIdIter()) {
+      if (hasPlace(phyIntf)) {
+         placed_.set(phyIntf, true);
+      }
+   }
+   for (auto const& [phyIntf, placed] : placed_.walk()) {
+      if (!hasPlace(phyIntf)) {
+         placed_.del(phyIntf);
+      }
+      doUpdatePort(phyIntf);
+   }
+}
+
+void VlanPhyIntfConfigSm::handleSysPhyPortId(IntfId const& phyIntf) {
+   SHOAL_TRACE(8, "VlanPhyIntfConfigSm::", __func__, ": intfId: ", phyIntf);
+   if (shoalStatus_->portMapValid() && hasPlace(phyIntf) && !placed_.has(phyIntf)) {
+      IntfId port = phyIntf;
+      placed_.set(port, true);
+      doUpdatePort(port);
+   }
+}
+
+void VlanPhyIntfConfigSm::handleUntaggedVlan(IntfId const& intfId) {
+   SHOAL_TRACE(8, "VlanPhyIntfConfigSm::", __func__, ": intfId: ", intfId);
+   VlanIdOrNone previous = untaggedVlan_.get(intfId);
+   VlanIdOrNone now = untaggedVlanDir_->untaggedVlan(intfId);
+   if (now.value() == 0) {
+      untaggedVlan_.del(intfId);
+   } else {
+      untaggedVlan_.set(intfId, now);
+   }
+   forEachPort(intfId, [&](IntfId phyIntf) {
+      doUpdateVlan(phyIntf, now.value());
+      doUpdateVlan(phyIntf, previous.value());
+   });
+}
+
+void VlanPhyIntfConfigSm::handleTaggedVlan(Bridging::VlanMember const& member) {
+   Bridging::VlanMember changed = member;
+   SHOAL_TRACE(8, "VlanPhyIntfConfigSm::", __func__, ": intfId: ", changed.intfId,
+               ", vlanId: ", changed.vlanId.value());
+   doRecordTagged(changed);
+   forEachPort(changed.intfId,
+               [&](IntfId phyIntf) { doUpdateVlan(phyIntf, changed.vlanId.value()); });
+}
+
+void VlanPhyIntfConfigSm::handleLagPhyIntf(IntfId lag, IntfId phyIntf) {
+   SHOAL_TRACE(8, "VlanPhyIntfConfigSm::", __func__, ": lag: ", lag, ", intfId: ", phyIntf);
+   doUpdatePort(phyIntf);
+}
+
+void VlanPhyIntfConfigSm::handleSubIntfTags(IntfId subIntf, Bridging::Dot1qEncap previous) {
+   SHOAL_TRACE(8, "VlanPhyIntfConfigSm::", __func__, ": intfId: ", subIntf);
+   Bridging::Dot1qEncap now = subIntfTags_.tags(subIntf);
+   forEachPort(Plexus::SubIntfId::parentIntfId(subIntf), [&](IntfId phyIntf) {
+      doUpdateSubIntfTag(phyIntf, now.outer);
+      doUpdateSubIntfTag(phyIntf, previous.outer);
+   });
+}
+
+IntfId VlanPhyIntfConfigSm::lagOf(IntfId phyIntf) const {
+   IntfId lag = lagPhyIntfMapping_ ? lagPhyIntfMapping_->phyIntfLag(phyIntf) : IntfId();
+   return lag != IntfId() && lagPhyIntfMapping_->isMember(lag, phyIntf) ? lag : IntfId();
+}
+
+bool VlanPhyIntfConfigSm::hasPlace(IntfId phyIntf) const {
+   return !shoalStatus_->portMap(shoalStatus_->sysPhyPortId(phyIntf)).isNull();
+}
+
+bool VlanPhyIntfConfigSm::carriesVlan(IntfId phyIntf, uint16_t vlanId) const {
+   IntfId lag = lagOf(phyIntf);
+   IntfId member = lag == IntfId() ? phyIntf : lag;
+   if (untaggedVlan_.get(member).value() == vlanId) {
+      return true;
+   }
+   auto tagged = taggedVlans_.find(member);
+   return tagged != taggedVlans_.end() && tagged->second.contains(vlanId);
+}
+
+bool VlanPhyIntfConfigSm::carriesSubIntfTag(IntfId phyIntf, uint16_t tag) const {
+   IntfId lag = lagOf(phyIntf);
+   return !subIntfTags_.subIntfsOf(phyIntf, tag).empty() ||
+          (lag != IntfId() && !subIntfTags_.subIntfsOf(lag, tag).empty());
+}
+
+template<class Use>
+void VlanPhyIntfConfigSm::forEachPort(IntfId intfId, Use&& use) const {
+   auto members = lagPhyIntfMapping_ ? lagPhyIntfMapping_->lagPhyIntfConfig(intfId) : nullptr;
+   if (!members) {
+      use(intfId);
+      return;
+   }
+   for (auto const& [phyIntf, present] : members->phyIntfIter()) {
+      use(phyIntf);
+   }
+}
+
+void VlanPhyIntfConfigSm::doRecordTagged(Bridging::VlanMember const& member) {
+   if (taggedVlanDir_->taggedVlan(member)) {
+      taggedVlans_[member.intfId].insert(member.vlanId.value());
+   } else if (auto found = taggedVlans_.find(member.intfId); found != taggedVlans_.end()) {
+      found->second.erase(member.vlanId.value());
+      if (found->second.empty()) {
+         taggedVlans_.erase(found);
+      }
+   }
+}
+
+void VlanPhyIntfConfigSm::doUpdateVlan(IntfId phyIntf, uint16_t vlanId) {
+   if (vlanId != 0) {
+      publishedVlans_.set(phyIntf, vlanId, placed_.has(phyIntf) && carriesVlan(phyIntf, vlanId));
+   }
+}
+
+void VlanPhyIntfConfigSm::doUpdateSubIntfTag(IntfId phyIntf, uint16_t tag) {
+   if (tag != 0) {
+      publishedTags_.set(phyIntf, tag, placed_.has(phyIntf) && carriesSubIntfTag(phyIntf, tag));
+   }
+}
+
+void VlanPhyIntfConfigSm::doUpdatePort(IntfId phyIntf) {
+   IntfId lag = lagOf(phyIntf);
+   IntfId member = lag == IntfId() ? phyIntf : lag;
+   Tags vlans = publishedVlans_.tagsOf(phyIntf);
+   if (auto tagged = taggedVlans_.find(member); tagged != taggedVlans_.end()) {
+      vlans.insert(tagged->second.begin(), tagged->second.end());
+   }
+   vlans.insert(untaggedVlan_.get(member).value());
+   Tags tags = publishedTags_.tagsOf(phyIntf);
+   addKeys(tags, subIntfTags_.subIntfsOf(phyIntf));
+   addKeys(tags, subIntfTags_.subIntfsOf(lag));
+   for (uint16_t vlanId : vlans) {
+      doUpdateVlan(phyIntf, vlanId);
+   }
+   for (uint16_t tag : tags) {
+      doUpdateSubIntfTag(phyIntf, tag);
+   }
+}
+
+void VlanPhyIntfConfigSm::Published::read() {
+   for (auto const& [tag, ports] : config_->vlanTagIter()) {
+      for (auto const& [phyIntf, present] : ports->phyIntfIter()) {
+         byPort_[phyIntf].insert(tag);
+      }
+   }
+}
+
+VlanPhyIntfConfigSm::Tags VlanPhyIntfConfigSm::Published::tagsOf(IntfId phyIntf) const {
+   auto found = byPort_.find(phyIntf);
+   return found == byPort_.end() ? Tags() : found->second;
+}
+
+void VlanPhyIntfConfigSm::Published::set(IntfId phyIntf, uint16_t tag, bool carries) {
+   if (carries) {
+      byPort_[phyIntf].insert(tag);
+      config_->vlanTagIs(tag)->phyIntfIs(phyIntf);
+      return;
+   }
+   auto port = byPort_.find(phyIntf);
+   if (port == byPort_.end() || port->second.erase(tag) == 0) {
+      return;
+   }
+   if (port->second.empty()) {
+      byPort_.erase(port);
+   }
+   if (auto ports = config_->vlanTag(tag)) {
+      ports->phyIntfDel(phyIntf);
+   }
+   // Looked up again: a handler may have added a port meanwhile.
+   if (auto ports = config_->vlanTag(tag); ports && ports->phyIntfs() == 0) {
+      config_->vlanTagDel(tag);
+   }
+}
+
+} // namespace Hardware::ShoalTunnel
