@@ -1,0 +1,154 @@
+#include "ShoalTunnel/TcamSharingVlanTagMapSm/VlanXlateStatusSm.h"
+
+#include "platform/Orv/Failure.h"
+#include "platform/Trace/Trace.h"
+
+namespace Hardware::ShoalTunnel {
+
+using Bridging::Dot1qEncap;
+using Bridging::VlanIdOrNone;
+using Plexus::IntfId;
+
+VlanXlateStatusSm::VlanXlateStatusSm(
+    Orv::Ptr<VlanPhyIntfConfig const> vlanPhyIntfConfig,
+    Orv::Ptr<VlanPhyIntfConfig const> subIntfTagPhyIntfConfig,
+    Orv::Ptr<Interface::SubIntfConfigDir const> subIntfConfigDir,
+    Orv::Ptr<Interface::SubIntfDynDot1qEncap const> dynSubIntfEncap,
+    Orv::Ptr<Lag::LagPhyIntfMapping const> lagPhyIntfMapping,
+    Orv::Ptr<IntfVlanId::Table const> intfVlanIdTable, Orv::Ptr<VlanXlateStatus> vlanXlateStatus)
+    : vlanPhyIntfConfig_(ORV_NOT_NULL(vlanPhyIntfConfig)),
+      subIntfTagPhyIntfConfig_(ORV_NOT_NULL(subIntfTagPhyIntfConfig)),
+      lagPhyIntfMapping_(std::move(lagPhyIntfMapping)),
+      intfVlanIdTable_(std::move(intfVlanIdTable)), vlanXlateStatus_(ORV_NOT_NULL(vlanXlateStatus)),
+      subIntfTags_(std::move(subIntfConfigDir), std::move(dynSubIntfEncap), *this),
+      orvVlanPhyIntf_(&vlanPhyIntfConfig_->vlanTagCollection(), this),
+      orvSubIntfTagPhyIntf_(&subIntfTagPhyIntfConfig_->vlanTagCollection(), this),
+      orvIntfVlanIdTable_(this), lagPhyIntfConfig_(lagPhyIntfMapping_, this) {
+   if (intfVlanIdTable_) {
+      intfVlanIdTable_->internalVlanIdCollection().watch(orvIntfVlanIdTable_);
+   }
+   handleInitialized();
+}
+
+VlanXlateStatusSm::~VlanXlateStatusSm() = default;
+
+void VlanXlateStatusSm::handleInitialized() {
+   SHOAL_TRACE(8, "VlanXlateStatusSm::", __func__);
+   if (intfVlanIdTable_) {
+      for (auto const& [intfId, vlan] : intfVlanIdTable_->internalVlanIdIter()) {
+         handleInternalVlan(intfId);
+      }
+   }
+   for (auto const& config : {vlanPhyIntfConfig_, subIntfTagPhyIntfConfig_}) {
+      for (auto const& [tag, ports] : config->vlanTagIter()) {
+         for (auto const& [phyIntf, present] : ports->phyIntfIter()) {
+            doUpdate(phyIntf, tag);
+         }
+      }
+   }
+   for (auto const& [key, meaning] : vlanXlateStatus_->vlanXlateIter()) {
+      doUpdate(key.phyIntf, key.vlanTag);
+   }
+}
+
+void VlanXlateStatusSm::handleVlanPhyIntf(uint16_t tag, IntfId phyIntf) {
+   SHOAL_TRACE(8, "VlanXlateStatusSm::", __func__, ": vlanTag: ", tag, ", intfId: ", phyIntf);
+   doUpdate(phyIntf, tag);
+}
+
+void VlanXlateStatusSm::handleSubIntfTags(IntfId subIntf, Dot1qEncap previous) {
+   SHOAL_TRACE(8, "VlanXlateStatusSm::", __func__, ": intfId: ", subIntf);
+   Dot1qEncap now = subIntfTags_.tags(subIntf);
+   forEachPort(Plexus::SubIntfId::parentIntfId(subIntf), [&](IntfId phyIntf) {
+      doUpdate(phyIntf, now.outer);
+      doUpdate(phyIntf, previous.outer);
+   });
+}
+
+void VlanXlateStatusSm::handleInternalVlan(IntfId const& intfId) {
+   SHOAL_TRACE(8, "VlanXlateStatusSm::", __func__, ": intfId: ", intfId);
+   VlanIdOrNone previous = internalVlan_.get(intfId);
+   VlanIdOrNone now = intfVlanIdTable_->internalVlanId(intfId);
+   if (now.value() == 0) {
+      internalVlan_.del(intfId);
+   } else {
+      internalVlan_.set(intfId, now);
+   }
+   forEachPort(intfId, [&](IntfId phyIntf) {
+      doUpdate(phyIntf, now.value());
+      doUpdate(phyIntf, previous.value());
+   });
+}
+
+void VlanXlateStatusSm::handleLagPhyIntf(IntfId lag, IntfId phyIntf) {
+   SHOAL_TRACE(8, "VlanXlateStatusSm::", __func__, ": lag: ", lag, ", intfId: ", phyIntf);
+   std::vector<uint16_t> tags{internalVlan_.get(lag).value()};
+   for (auto const& [tag, subIntfs] : subIntfTags_.subIntfsOf(lag)) {
+      tags.push_back(tag);
+   }
+   for (uint16_t tag : tags) {
+      doUpdate(phyIntf, tag);
+   }
+}
+
+IntfId VlanXlateStatusSm::lagOf(IntfId phyIntf) const {
+   IntfId lag = lagPhyIntfMapping_ ? lagPhyIntfMapping_->phyIntfLag(phyIntf) : IntfId();
+   return lag != IntfId() && lagPhyIntfMapping_->isMember(lag, phyIntf) ? lag : IntfId();
+}
+
+template<class Use>
+void VlanXlateStatusSm::forEachPort(IntfId intfId, Use&& use) const {
+   auto members = lagPhyIntfMapping_ ? lagPhyIntfMapping_->lagPhyIntfConfig(intfId) : nullptr;
+   if (!members) {
+      use(intfId);
+      return;
+   }
+   for (auto const& [phyIntf, present] : members->phyIntfIter()) {
+      use(phyIntf);
+   }
+}
+
+VlanXlate VlanXlateStatusSm::meaningOf(VlanXlateKey const& key) const {
+   VlanXlate meaning;
+   int meanings = 0;
+   IntfId lag = lagOf(key.phyIntf);
+   if (vlanPhyIntfConfig_->carries(key.phyIntf, key.vlanTag)) {
+      meaning.vlan = VlanIdOrNone(key.vlanTag);
+      ++meanings;
+   }
+   std::set<Dot1qEncap> tags;
+   if (subIntfTagPhyIntfConfig_->carries(key.phyIntf, key.vlanTag)) {
+      for (IntfId parent : {key.phyIntf, lag}) {
+         for (IntfId subIntf : subIntfTags_.subIntfsOf(parent, key.vlanTag)) {
+            if (meaning.subIntf == IntfId() || subIntf < meaning.subIntf) {
+               meaning.subIntf = subIntf;
+            }
+            meaning.collision |= !tags.insert(subIntfTags_.tags(subIntf)).second;
+         }
+      }
+   }
+   meanings += meaning.subIntf != IntfId() ? 1 : 0;
+   for (IntfId routed : {key.phyIntf, lag}) {
+      if (meaning.routedPort == IntfId() && internalVlan_.get(routed).value() == key.vlanTag) {
+         meaning.routedPort = routed;
+         ++meanings;
+      }
+   }
+   meaning.collision |= meanings > 1;
+   return meaning;
+}
+
+void VlanXlateStatusSm::doUpdate(IntfId phyIntf, uint16_t tag) {
+   if (tag == 0) {
+      return;
+   }
+   VlanXlateKey key{phyIntf, tag};
+   VlanXlate meaning = meaningOf(key);
+   if (meaning.empty()) {
+      vlanXlateStatus_->vlanXlateDel(key);
+   } else {
+      vlanXlateStatus_->vlanXlateIs(key, meaning);
+   }
+}
+
+} // namespace Hardware::ShoalTunnel
