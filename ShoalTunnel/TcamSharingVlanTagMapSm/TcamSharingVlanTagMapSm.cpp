@@ -1,0 +1,179 @@
+#include "ShoalTunnel/TcamSharingVlanTagMapSm/TcamSharingVlanTagMapSm.h"
+
+#include "platform/Orv/Failure.h"
+#include "platform/Trace/Trace.h"
+
+namespace Hardware::ShoalTunnel {
+
+using Plexus::IntfId;
+
+TcamSharingVlanTagMapSm::TcamSharingVlanTagMapSm(
+    Orv::Ptr<IntfToFapIdStatus const> intfToFapIdStatus,
+    Orv::Ptr<IntfToVlanDomainStatus const> intfToVlanDomainStatus,
+    Orv::Ptr<TcamSharingSemCommon const> tcamSharingCommon,
+    Orv::Ptr<VlanXlateStatus const> vlanXlateStatus,
+    Orv::Ptr<TcamSharingVlanTagMap> tcamSharingVlanTagMap)
+    : intfToFapIdStatus_(ORV_NOT_NULL(intfToFapIdStatus)),
+      intfToVlanDomainStatus_(ORV_NOT_NULL(intfToVlanDomainStatus)),
+      tcamSharingCommon_(std::move(tcamSharingCommon)),
+      vlanXlateStatus_(ORV_NOT_NULL(vlanXlateStatus)),
+      tcamSharingVlanTagMap_(ORV_NOT_NULL(tcamSharingVlanTagMap)), orvIntfToFapIdStatus_(this),
+      orvIntfToVlanDomainStatus_(this), orvMapping_(this), orvVlanXlateStatus_(this) {
+   intfToFapIdStatus_->intfToFapCollection().watch(orvIntfToFapIdStatus_);
+   intfToVlanDomainStatus_->vlanDomainCollection().watch(orvIntfToVlanDomainStatus_);
+   vlanXlateStatus_->vlanXlateCollection().watch(orvVlanXlateStatus_);
+   if (tcamSharingCommon_) {
+      tcamSharingCommon_->tcamRequestToIsemKeyMappingCollection().watch(orvMapping_);
+   }
+   handleInitialized();
+}
+
+void TcamSharingVlanTagMapSm::handleInitialized() {
+   SHOAL_TRACE(8, "TcamSharingVlanTagMapSm::", __func__);
+   doRead();
+   if (tcamSharingCommon_) {
+      for (auto const& [request, key] : tcamSharingCommon_->tcamRequestToIsemKeyMappingIter()) {
+         handleTcamRequestToIsemKeyMapping(request);
+      }
+   }
+   for (auto const& [key, meaning] : vlanXlateStatus_->vlanXlateIter()) {
+      doUpdate(key);
+   }
+   // Those that are no longer there.
+   for (auto const& [request, pair] : pairOfRequest_.walk()) {
+      handleTcamRequestToIsemKeyMapping(request);
+   }
+   for (auto const& [key, use] : use_.walk()) {
+      doUpdate(key);
+   }
+   initialized_ = true;
+   for (auto const& [pair, users] : tcamSharingVlanTagMap_->vlanTagIter()) {
+      doUpdateCollision(pair);
+   }
+   for (auto const& [pair, collides] : tcamSharingVlanTagMap_->collisionIter()) {
+      doUpdateCollision(pair);
+   }
+}
+
+void TcamSharingVlanTagMapSm::doRead() {
+   for (auto const& [pair, users] : tcamSharingVlanTagMap_->vlanTagIter()) {
+      users->subIntfDec(users->subIntf());
+      users->vlanDec(users->vlan());
+      for (auto const& [request, present] : users->requestIter()) {
+         pairOfRequest_.set(request, pair);
+      }
+      for (auto const& [key, present] : users->xlateIter()) {
+         use_.set(key, Use{pair});
+         tagsOf_[key.phyIntf].insert(key.vlanTag);
+      }
+   }
+}
+
+void TcamSharingVlanTagMapSm::handleIntf(IntfId const& phyIntf) {
+   SHOAL_TRACE(8, "TcamSharingVlanTagMapSm::", __func__, ": intfId: ", phyIntf);
+   auto found = tagsOf_.find(phyIntf);
+   if (found == tagsOf_.end()) {
+      return;
+   }
+   IntfId port = phyIntf;
+   for (uint16_t tag : std::set<uint16_t>(found->second)) {
+      doUpdate({port, tag});
+   }
+}
+
+void TcamSharingVlanTagMapSm::handleTcamRequestToIsemKeyMapping(TcamSharingRequest const& of) {
+   SHOAL_TRACE(8, "TcamSharingVlanTagMapSm::", __func__, ": request: ", of);
+   TcamSharingRequest request = of;
+   VlanTagKey previous = pairOfRequest_.get(request);
+   VlanTagKey now = pairOf(request);
+   if (!now.fapId.isNull()) {
+      pairOfRequest_.set(request, now);
+      tcamSharingVlanTagMap_->vlanTagIs(now)->requestIs(request);
+   } else {
+      pairOfRequest_.del(request);
+   }
+   // Looked up again: a handler may have moved it back meanwhile.
+   if (!previous.fapId.isNull() && pairOfRequest_.get(request) != previous) {
+      tcamSharingVlanTagMap_->vlanTagIs(previous)->requestDel(request);
+      doMaybeDelete(previous);
+   }
+}
+
+void TcamSharingVlanTagMapSm::handleVlanXlate(VlanXlateKey const& key) {
+   SHOAL_TRACE(8, "TcamSharingVlanTagMapSm::", __func__, ": ", key);
+   doUpdate(key);
+}
+
+TcamSharingVlanTagMapSm::Use TcamSharingVlanTagMapSm::useOf(VlanXlateKey const& key) const {
+   auto meaning = vlanXlateStatus_->vlanXlateCollection().find(key);
+   auto fapId = intfToFapIdStatus_->intfToFapCollection().find(key.phyIntf);
+   if (!meaning || !fapId) {
+      return {};
+   }
+   return {{*fapId, key.vlanTag, intfToVlanDomainStatus_->vlanDomain(key.phyIntf)},
+           meaning->subIntf != IntfId(),
+           meaning->vlan.value() != 0};
+}
+
+VlanTagKey TcamSharingVlanTagMapSm::pairOf(TcamSharingRequest request) const {
+   AradSemKeyAndFap key = tcamSharingCommon_->tcamRequestToIsemKeyMapping(request);
+   if (key == AradSemKeyAndFap()) {
+      return {};
+   }
+   AradISemKeyTcamSharing fields(key.key());
+   return {key.fapId(), fields.vlanId(), fields.vlanDomain()};
+}
+
+void TcamSharingVlanTagMapSm::doUpdate(VlanXlateKey const& of) {
+   VlanXlateKey key = of;
+   auto& tags = tagsOf_[key.phyIntf];
+   if (vlanXlateStatus_->vlanXlateHas(key)) {
+      tags.insert(key.vlanTag);
+   } else {
+      tags.erase(key.vlanTag);
+      if (tags.empty()) {
+         tagsOf_.erase(key.phyIntf);
+      }
+   }
+   Use previous = use_.get(key);
+   Use now = useOf(key);
+   if (now == previous) {
+      return;
+   }
+   if (now.pair.fapId.isNull()) {
+      use_.del(key);
+   } else {
+      use_.set(key, now);
+      auto users = tcamSharingVlanTagMap_->vlanTagIs(now.pair);
+      users->subIntfInc(now.subIntf ? 1 : 0);
+      users->vlanInc(now.vlan ? 1 : 0);
+      users->xlateIs(key);
+      doUpdateCollision(now.pair);
+   }
+   if (!previous.pair.fapId.isNull()) {
+      auto users = tcamSharingVlanTagMap_->vlanTagIs(previous.pair);
+      users->subIntfDec(previous.subIntf ? 1 : 0);
+      users->vlanDec(previous.vlan ? 1 : 0);
+      // Looked up again: a handler may have moved it back meanwhile.
+      if (use_.get(key).pair != previous.pair) {
+         users->xlateDel(key);
+      }
+      doUpdateCollision(previous.pair);
+      doMaybeDelete(previous.pair);
+   }
+}
+
+void TcamSharingVlanTagMapSm::doUpdateCollision(VlanTagKey const& pair) {
+   if (initialized_) {
+      auto users = tcamSharingVlanTagMap_->vlanTag(pair);
+      tcamSharingVlanTagMap_->collisionIs(pair, users && users->collide());
+   }
+}
+
+void TcamSharingVlanTagMapSm::doMaybeDelete(VlanTagKey const& pair) {
+   if (auto users = tcamSharingVlanTagMap_->vlanTag(pair); users && users->empty()) {
+      tcamSharingVlanTagMap_->vlanTagDel(pair);
+   }
+}
+
+} // namespace Hardware::ShoalTunnel
