@@ -10,6 +10,9 @@
 #include "ShoalTunnel/TcamSharing/TcamSharingMergeSm.h"
 #include "ShoalTunnel/TcamSharing/TcamSharingSemSm.h"
 #include "ShoalTunnel/TcamSharing/TcamSharingTunnelInLifSm.h"
+#include "ShoalTunnel/TcamSharingVlanTagMapSm/TcamSharingVlanTagMapSm.h"
+#include "ShoalTunnel/TcamSharingVlanTagMapSm/VlanPhyIntfConfigSm.h"
+#include "ShoalTunnel/TcamSharingVlanTagMapSm/VlanXlateStatusSm.h"
 #include "ShoalTunnel/VlanDomainSm/VlanDomainSm.h"
 
 #include <array>
@@ -93,6 +96,22 @@ TEST(NullArgumentDeathTest, MachinesOfThePipelinesNameIt) {
    expectNames<VlanDomainSm>(
        {"shoalStatus", nullptr, "intfToVlanDomainStatus", "intfToFapIdStatus"}, status, domains,
        a<IntfToVlanDomainStatus>(), a<IntfToFapIdStatus>());
+   auto ports = a<VlanPhyIntfConfig>();
+   auto dynamic = a<Interface::SubIntfDynDot1qEncap>();
+   auto members = a<Lag::LagPhyIntfMapping>();
+   expectNames<VlanPhyIntfConfigSm>({"shoalStatus", nullptr, nullptr, nullptr, nullptr, nullptr,
+                                     "vlanPhyIntfConfig", "subIntfTagPhyIntfConfig"},
+                                    status, subIntfs, dynamic, members,
+                                    a<Bridging::UntaggedVlanDir>(), a<Bridging::TaggedVlanDir>(),
+                                    ports, ports);
+   expectNames<VlanXlateStatusSm>({"vlanPhyIntfConfig", "subIntfTagPhyIntfConfig", nullptr, nullptr,
+                                   nullptr, nullptr, "vlanXlateStatus"},
+                                  ports, ports, subIntfs, dynamic, members, vlans,
+                                  a<VlanXlateStatus>());
+   expectNames<TcamSharingVlanTagMapSm>({"intfToFapIdStatus", "intfToVlanDomainStatus", nullptr,
+                                         "vlanXlateStatus", "tcamSharingVlanTagMap"},
+                                        a<IntfToFapIdStatus>(), a<IntfToVlanDomainStatus>(), sem,
+                                        a<VlanXlateStatus>(), a<TcamSharingVlanTagMap>());
 }
 
 TEST(NullArgumentDeathTest, MachinesOfInLifFeaturesNameIt) {
