@@ -2,6 +2,7 @@
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureRequestInputDirSm.h"
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureResponseSm.h"
 #include "ShoalTunnel/InLifIntfSm/DefaultLifFeatureMergeSm.h"
+#include "ShoalTunnel/InLifIntfSm/DefaultMappingSm.h"
 #include "ShoalTunnel/InLifIntfSm/PortInLifIntfSm.h"
 #include "ShoalTunnel/InLifIntfSm/SubIntfInLifIntfSm.h"
 #include "ShoalTunnel/InLifIntfSm/VlanInLifIntfSm.h"
@@ -139,6 +140,11 @@ TEST(NullArgumentDeathTest, MachinesOfInLifFeaturesNameIt) {
        status, a<SubIntfLifFeatureConfig>());
    expectNames<DefaultLifFeatureMergeSm>({nullptr, nullptr, "defaultMergedLifFeatureCfg"}, words,
                                          words, words);
+   expectNames<DefaultMappingSm>({"shoalStatus", "defaultMergedLifFeatureCfg",
+                                  "subIntfLifFeatureCfg", "defaultMappingConfig",
+                                  "subIntfMappingConfig"},
+                                 status, a<DefaultLifFeatureConfig>(), a<SubIntfLifFeatureConfig>(),
+                                 a<DefaultMappingConfig>(), a<SubIntfMappingConfig>());
 }
 
 } // namespace

@@ -1,0 +1,184 @@
+#include "ShoalTunnel/InLifIntfSm/DefaultMappingSm.h"
+
+#include "platform/Orv/Failure.h"
+#include "platform/Trace/Trace.h"
+
+namespace Hardware::ShoalTunnel {
+
+using Plexus::IntfId;
+using Shoal::PortMap;
+using Shoal::SystemPhyPortId;
+
+namespace {
+
+LifFeatureWord wordOf(InLifFeatureAttributes const& attributes) {
+   return {static_cast<uint64_t>(attributes.eei) << 32 |
+           static_cast<uint64_t>(attributes.data1) << 16 | attributes.data0};
+}
+
+} // namespace
+
+DefaultMappingSm::DefaultMappingSm(
+    Orv::Ptr<Shoal::Status const> shoalStatus,
+    Orv::Ptr<DefaultLifFeatureConfig const> defaultMergedLifFeatureCfg,
+    Orv::Ptr<SubIntfLifFeatureConfig const> subIntfLifFeatureCfg,
+    Orv::Ptr<DefaultMappingConfig> defaultMappingConfig,
+    Orv::Ptr<SubIntfMappingConfig> subIntfMappingConfig)
+    : shoalStatus_(ORV_NOT_NULL(shoalStatus)),
+      defaultMergedLifFeatureCfg_(ORV_NOT_NULL(defaultMergedLifFeatureCfg)),
+      subIntfLifFeatureCfg_(ORV_NOT_NULL(subIntfLifFeatureCfg)),
+      defaultMappingConfig_(ORV_NOT_NULL(defaultMappingConfig)),
+      subIntfMappingConfig_(ORV_NOT_NULL(subIntfMappingConfig)), orvShoalStatus_(this),
+      orvMergedLifFeatureCfg_(this), orvSubIntfLifFeatureCfg_(this) {
+   shoalStatus_->portMapValidAttribute().watch(orvShoalStatus_.portMapValid);
+   shoalStatus_->portMapVersionAttribute().watch(orvShoalStatus_.portMapVersion);
+   shoalStatus_->portMapCollection().watch(orvShoalStatus_.portMap);
+   shoalStatus_->sysPhyPortIdCollection().watch(orvShoalStatus_.sysPhyPortId);
+   defaultMergedLifFeatureCfg_->lifFeatureAttrCollection().watch(orvMergedLifFeatureCfg_);
+   subIntfLifFeatureCfg_->lifFeatureAttrCollection().watch(orvSubIntfLifFeatureCfg_);
+   handleInitialized();
+}
+
+void DefaultMappingSm::handleInitialized() {
+   SHOAL_TRACE(8, "DefaultMappingSm::", __func__);
+   for (auto const& [phyIntf, port] : shoalStatus_->sysPhyPortIdIter()) {
+      doRecordSysPhyPortId(phyIntf);
+   }
+   handlePortMap();
+}
+
+void DefaultMappingSm::handlePortMap() {
+   SHOAL_TRACE(8, "DefaultMappingSm::", __func__);
+   if (!shoalStatus_->portMapValid()) {
+      return;
+   }
+   Places touched;
+   for (auto const& [phyIntf, place] : place_.walk()) {
+      doMove(phyIntf, touched);
+   }
+   for (auto const& [phyIntf, word] : defaultMergedLifFeatureCfg_->lifFeatureAttrIter()) {
+      doMove(phyIntf, touched);
+   }
+   for (auto const& [place, word] : defaultMappingConfig_->configIter()) {
+      touched.push_back(place);
+   }
+   for (PortMap const& place : touched) {
+      doWritePlace(place);
+   }
+   for (auto const& [key, word] : subIntfMappingConfig_->configIter()) {
+      doWriteSubIntf({key.subIntf, key.tcamId});
+   }
+   for (auto const& [key, word] : subIntfLifFeatureCfg_->lifFeatureAttrIter()) {
+      doWriteSubIntf(key);
+   }
+}
+
+void DefaultMappingSm::handlePort(IntfId const& phyIntf) {
+   SHOAL_TRACE(8, "DefaultMappingSm::", __func__, ": intfId: ", phyIntf);
+   doRecordSysPhyPortId(phyIntf);
+   if (!shoalStatus_->portMapValid()) {
+      return;
+   }
+   Places touched;
+   doMove(phyIntf, touched);
+   for (PortMap const& place : touched) {
+      doWritePlace(place);
+   }
+}
+
+void DefaultMappingSm::handlePlace(SystemPhyPortId const& port) {
+   SHOAL_TRACE(8, "DefaultMappingSm::", __func__, ": port: ", port.value());
+   auto found = portsOf_.find(port);
+   if (found == portsOf_.end() || !shoalStatus_->portMapValid()) {
+      return;
+   }
+   Places touched;
+   for (IntfId phyIntf : found->second) {
+      doMove(phyIntf, touched);
+   }
+   for (PortMap const& place : touched) {
+      doWritePlace(place);
+   }
+}
+
+void DefaultMappingSm::handleSubIntf(InLifIntfKey const& key) {
+   SHOAL_TRACE(8, "DefaultMappingSm::", __func__, ": ", key);
+   if (shoalStatus_->portMapValid()) {
+      doWriteSubIntf(key);
+   }
+}
+
+PortMap DefaultMappingSm::wantedPlace(IntfId phyIntf) const {
+   return defaultMergedLifFeatureCfg_->lifFeatureAttrHas(phyIntf)
+              ? shoalStatus_->portMap(shoalStatus_->sysPhyPortId(phyIntf))
+              : PortMap();
+}
+
+void DefaultMappingSm::doRecordSysPhyPortId(IntfId phyIntf) {
+   SystemPhyPortId previous = sysPhyPortId_.get(phyIntf);
+   SystemPhyPortId now = shoalStatus_->sysPhyPortId(phyIntf);
+   if (now == previous) {
+      return;
+   }
+   if (auto found = portsOf_.find(previous); found != portsOf_.end()) {
+      found->second.erase(phyIntf);
+      if (found->second.empty()) {
+         portsOf_.erase(found);
+      }
+   }
+   if (now == SystemPhyPortId()) {
+      sysPhyPortId_.del(phyIntf);
+   } else {
+      sysPhyPortId_.set(phyIntf, now);
+      portsOf_[now].insert(phyIntf);
+   }
+}
+
+void DefaultMappingSm::doMove(IntfId phyIntf, Places& touched) {
+   PortMap previous = place_.get(phyIntf);
+   PortMap now = wantedPlace(phyIntf);
+   if (now != previous) {
+      if (auto found = portsAt_.find(previous); found != portsAt_.end()) {
+         std::erase(found->second, phyIntf);
+         if (found->second.empty()) {
+            portsAt_.erase(found);
+         }
+      }
+      if (now.isNull()) {
+         place_.del(phyIntf);
+      } else {
+         place_.set(phyIntf, now);
+         portsAt_[now].push_back(phyIntf);
+      }
+   }
+   for (PortMap const& place : {now, previous}) {
+      if (!place.isNull()) {
+         touched.push_back(place);
+      }
+   }
+}
+
+void DefaultMappingSm::doWritePlace(PortMap const& place) {
+   auto found = portsAt_.find(place);
+   if (found == portsAt_.end()) {
+      SHOAL_TRACE(7, __func__, ": clear unit: ", place.fapId, ", port: ", place.fapPortId);
+      defaultMappingConfig_->configDel(place);
+      return;
+   }
+   IntfId phyIntf = found->second.back();
+   SHOAL_TRACE(7, __func__, ": unit: ", place.fapId, ", port: ", place.fapPortId,
+               ", intfId: ", phyIntf);
+   defaultMappingConfig_->configIs(place,
+                                   wordOf(defaultMergedLifFeatureCfg_->lifFeatureAttr(phyIntf)));
+}
+
+void DefaultMappingSm::doWriteSubIntf(InLifIntfKey const& key) {
+   SubIntfMappingKey entry{key.intfId(), key.tcamId()};
+   if (subIntfLifFeatureCfg_->lifFeatureAttrHas(key)) {
+      subIntfMappingConfig_->configIs(entry, wordOf(subIntfLifFeatureCfg_->lifFeatureAttr(key)));
+   } else {
+      subIntfMappingConfig_->configDel(entry);
+   }
+}
+
+} // namespace Hardware::ShoalTunnel

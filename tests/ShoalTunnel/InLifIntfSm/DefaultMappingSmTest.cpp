@@ -1,0 +1,181 @@
+#include "ShoalTunnel/InLifIntfSm/DefaultMappingSm.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace Hardware::ShoalTunnel {
+namespace {
+
+using Plexus::IntfId;
+using Shoal::FapId;
+using Shoal::PortMap;
+using Shoal::SystemPhyPortId;
+using Shoal::SystemTcamId;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// Ports 0 to 3 on system ports of the same numbers, in places of the same numbers on unit 1.
+class DefaultMappingTest : public testing::Test {
+ public:
+   static constexpr int kPorts = 4;
+
+   DefaultMappingTest() {
+      for (int i = 0; i < kPorts; ++i) {
+         sit(i, i);
+         status->portMapIs(SystemPhyPortId(static_cast<uint32_t>(i)), place(i));
+      }
+      start();
+   }
+   static IntfId port(int i) { return IntfId("Ethernet" + std::to_string(i)); }
+   static PortMap place(int i) { return {FapId(1), static_cast<uint16_t>(i)}; }
+   void start() {
+      sm = nullptr;
+      sm = Orv::make<DefaultMappingSm>(status, merged, subIntfs, config, subIntfConfig);
+   }
+   void sit(int i, int systemPort) {
+      status->sysPhyPortIdIs(port(i), SystemPhyPortId(static_cast<uint32_t>(systemPort)));
+   }
+   void word(int i, uint16_t value) {
+      if (value == 0) {
+         merged->lifFeatureAttrDel(port(i));
+      } else {
+         merged->lifFeatureAttrIs(port(i), {value, 0, 1});
+      }
+   }
+   void version() { status->portMapVersionIs(status->portMapVersion() + 1); }
+   // "0:5 2:7": place and data0, in order of place.
+   std::string written() const {
+      std::map<uint16_t, uint64_t> words;
+      for (auto const& [at, word] : config->configIter()) {
+         EXPECT_EQ(word.value >> 16, 1U << 16);
+         words[at.fapPortId] = word.value & 0xffff;
+      }
+      return text(words);
+   }
+   static std::string text(std::map<uint16_t, uint64_t> const& words) {
+      std::string text;
+      for (auto const& [at, word] : words) {
+         text += (text.empty() ? "" : " ") + std::to_string(at) + ":" + std::to_string(word);
+      }
+      return text;
+   }
+
+   Orv::Ptr<Shoal::Status> status = Orv::make<Shoal::Status>();
+   Orv::Ptr<DefaultLifFeatureConfig> merged = Orv::make<DefaultLifFeatureConfig>();
+   Orv::Ptr<SubIntfLifFeatureConfig> subIntfs = Orv::make<SubIntfLifFeatureConfig>();
+   Orv::Ptr<DefaultMappingConfig> config = Orv::make<DefaultMappingConfig>();
+   Orv::Ptr<SubIntfMappingConfig> subIntfConfig = Orv::make<SubIntfMappingConfig>();
+   Orv::Ptr<DefaultMappingSm> sm;
+};
+
+// The places that were cleared.
+struct Cleared : Orv::Reactor<PortMap> {
+   explicit Cleared(DefaultMappingConfig const& of) : config(of) {
+      config.configCollection().watch(*this);
+   }
+   void handle(PortMap const& at) override {
+      if (!config.configHas(at)) {
+         places.push_back(at.fapPortId);
+      }
+   }
+   DefaultMappingConfig const& config;
+   std::vector<uint16_t> places;
+};
+
+TEST_F(DefaultMappingTest, APortClearsThePlaceThatItLeavesAndNoOther) {
+   word(0, 5);
+   word(1, 6);
+   EXPECT_EQ(written(), "0:5 1:6");
+   Cleared cleared(*config);
+   sit(0, 2);
+   EXPECT_EQ(written(), "1:6 2:5");
+   EXPECT_THAT(cleared.places, ElementsAre(0));
+   // Into the place of another, which leaves later, and keeps its word out of it.
+   cleared.places.clear();
+   sit(0, 1);
+   EXPECT_EQ(written(), "1:5");
+   sit(1, 0);
+   EXPECT_EQ(written(), "0:6 1:5");
+   EXPECT_THAT(cleared.places, ElementsAre(2));
+   // The one that leaves gives the place back.
+   sit(1, 1);
+   sit(1, 3);
+   EXPECT_EQ(written(), "1:5 3:6");
+   status->portMapDel(SystemPhyPortId(1));
+   status->sysPhyPortIdDel(port(1));
+   EXPECT_EQ(written(), "");
+}
+
+TEST_F(DefaultMappingTest, NothingIsWrittenWhileThePortMapIsNotValid) {
+   word(0, 5);
+   word(1, 6);
+   subIntfs->lifFeatureAttrIs({IntfId("Ethernet0.1"), SystemTcamId(3)}, {7, 8, 9});
+   status->portMapValidIs(false);
+   Cleared cleared(*config);
+   // The two change places.
+   status->portMapIs(SystemPhyPortId(0), place(1));
+   status->portMapIs(SystemPhyPortId(1), place(0));
+   word(2, 7);
+   subIntfs->lifFeatureAttrDel({IntfId("Ethernet0.1"), SystemTcamId(3)});
+   subIntfs->lifFeatureAttrIs({IntfId("Ethernet0.1"), SystemTcamId(4)}, {1, 2, 3});
+   version();
+   EXPECT_EQ(written(), "0:5 1:6");
+   EXPECT_EQ(subIntfConfig->config({IntfId("Ethernet0.1"), SystemTcamId(3)}).value,
+             0x0000000900080007U);
+   status->portMapValidIs(true);
+   EXPECT_EQ(written(), "0:6 1:5 2:7");
+   EXPECT_THAT(cleared.places, IsEmpty());
+   EXPECT_EQ(subIntfConfig->configs(), 1U);
+   EXPECT_TRUE(subIntfConfig->configHas({IntfId("Ethernet0.1"), SystemTcamId(4)}));
+   subIntfs->lifFeatureAttrDelAll();
+   EXPECT_EQ(subIntfConfig->configs(), 0U);
+}
+
+// Also what earlier machines left.
+TEST_F(DefaultMappingTest, WhatIsWrittenIsWhatTheFactsSay) {
+   std::mt19937 random(3);
+   auto draw = [&](int bound) { return static_cast<int>(random() % static_cast<uint32_t>(bound)); };
+   std::string before;
+   for (int i = 0; i < 4000; ++i) {
+      switch (draw(7)) {
+      case 0:
+      case 1:
+         word(draw(kPorts), static_cast<uint16_t>(draw(4)));
+         break;
+      case 2:
+         sit(draw(kPorts), draw(kPorts + 1)); // the last has no place
+         break;
+      case 3:
+         status->portMapIs(SystemPhyPortId(static_cast<uint32_t>(draw(kPorts))),
+                           place(draw(kPorts)));
+         break;
+      case 4:
+         status->portMapValidIs(!status->portMapValid());
+         break;
+      case 5:
+         version();
+         break;
+      default:
+         start();
+      }
+      std::map<uint16_t, uint64_t> words;
+      bool shared = false;
+      for (int of = 0; of < kPorts; ++of) {
+         PortMap at = status->portMap(status->sysPhyPortId(port(of)));
+         if (merged->lifFeatureAttrHas(port(of)) && !at.isNull()) {
+            auto value = merged->lifFeatureAttr(port(of)).data0;
+            shared |= !words.try_emplace(at.fapPortId, value).second;
+         }
+      }
+      if (!status->portMapValid()) {
+         ASSERT_EQ(written(), before) << "step " << i;
+      } else if (!shared) {
+         ASSERT_EQ(written(), text(words)) << "step " << i;
+      }
+      before = written();
+   }
+}
+
+} // namespace
+} // namespace Hardware::ShoalTunnel
