@@ -63,8 +63,9 @@ void IsemForesight::gatherRequest(TcamSharingRequest of) {
    for (AradSemKeyAndFap key : index_.unansweredAt(of)) {
       entry(key);
    }
-   auto leads = facts_.sharedKey(of);
-   for (auto const& key : {known.mapped, leads}) {
+   // Also the entry that it would have come to without the change: who was to be answered by its
+   // write may now move off another one.
+   for (auto const& key : {known.mapped, facts_.sharedKey(of), index_.keyOf(of)}) {
       if (key && gathered_.insert(*key).second) {
          entriesToGather_.push_back(*key);
       }

@@ -204,6 +204,20 @@ TEST(AdmissionTest, AWayRoundEndsAsAFreshStartDoes) {
    }
 }
 
+// Ethernet0.1 may leave its entry only because Ethernet0.3 comes to the next one ahead of it.
+TEST(AdmissionTest, AChangeIsJudgedForThoseWhoCountOnWhatItTakesAway) {
+   for (char const* change : {"encapsulation Ethernet0.3 30", "withdraw acl Ethernet0.3 own",
+                              "request acl Ethernet0.3 own qos=7"}) {
+      Play play;
+      EXPECT_EQ(play.run({"encapsulation Ethernet0.3 20", "request acl Ethernet0.1 own qos=5",
+                          "request acl Ethernet0.2 own qos=6", "settle",
+                          "request acl Ethernet0.3 own qos=5", "encapsulation Ethernet0.1 20"}),
+                "");
+      EXPECT_THAT(play.run(change), HasSubstr("Ethernet0.1 unit 1 would move off the entry"));
+      EXPECT_EQ(play.run({"settle", "expect isem 20 1 1 qos=5", change, "settle"}), "") << change;
+   }
+}
+
 TEST(AdmissionTest, ALostAnswerIsAskedForAgainAndTheLastWishWins) {
    Play play;
    ASSERT_EQ(play.run({"set admission detour", "set answer-bound 5",
