@@ -41,6 +41,8 @@ DefaultMappingSm::DefaultMappingSm(
 
 void DefaultMappingSm::handleInitialized() {
    SHOAL_TRACE(8, "DefaultMappingSm::", __func__);
+   ORV_ASSERT(!initialized_, "!initialized()");
+   initialized_ = true;
    for (auto const& [phyIntf, port] : shoalStatus_->sysPhyPortIdIter()) {
       doRecordSysPhyPortId(phyIntf);
    }
@@ -73,7 +75,8 @@ void DefaultMappingSm::handlePortMap() {
    }
 }
 
-void DefaultMappingSm::handlePort(IntfId const& phyIntf) {
+void DefaultMappingSm::handlePort(IntfId const& of) {
+   IntfId phyIntf = of;
    SHOAL_TRACE(8, "DefaultMappingSm::", __func__, ": intfId: ", phyIntf);
    doRecordSysPhyPortId(phyIntf);
    if (!shoalStatus_->portMapValid()) {
@@ -103,9 +106,7 @@ void DefaultMappingSm::handlePlace(SystemPhyPortId const& port) {
 
 void DefaultMappingSm::handleSubIntf(InLifIntfKey const& key) {
    SHOAL_TRACE(8, "DefaultMappingSm::", __func__, ": ", key);
-   if (shoalStatus_->portMapValid()) {
-      doWriteSubIntf(key);
-   }
+   doWriteSubIntf(key);
 }
 
 PortMap DefaultMappingSm::wantedPlace(IntfId phyIntf) const {
@@ -159,13 +160,21 @@ void DefaultMappingSm::doMove(IntfId phyIntf, Places& touched) {
 }
 
 void DefaultMappingSm::doWritePlace(PortMap const& place) {
-   auto found = portsAt_.find(place);
-   if (found == portsAt_.end()) {
+   if (!shoalStatus_->portMapValid()) {
+      return; // a handler has made it so
+   }
+   // One whose word has just gone is told of it later.
+   IntfId phyIntf;
+   if (auto found = portsAt_.find(place); found != portsAt_.end()) {
+      for (IntfId at : found->second) {
+         phyIntf = defaultMergedLifFeatureCfg_->lifFeatureAttrHas(at) ? at : phyIntf;
+      }
+   }
+   if (phyIntf == IntfId()) {
       SHOAL_TRACE(7, __func__, ": clear unit: ", place.fapId, ", port: ", place.fapPortId);
       defaultMappingConfig_->configDel(place);
       return;
    }
-   IntfId phyIntf = found->second.back();
    SHOAL_TRACE(7, __func__, ": unit: ", place.fapId, ", port: ", place.fapPortId,
                ", intfId: ", phyIntf);
    defaultMappingConfig_->configIs(place,
@@ -173,6 +182,9 @@ void DefaultMappingSm::doWritePlace(PortMap const& place) {
 }
 
 void DefaultMappingSm::doWriteSubIntf(InLifIntfKey const& key) {
+   if (!shoalStatus_->portMapValid()) {
+      return; // a handler has made it so
+   }
    SubIntfMappingKey entry{key.intfId(), key.tcamId()};
    if (subIntfLifFeatureCfg_->lifFeatureAttrHas(key)) {
       subIntfMappingConfig_->configIs(entry, wordOf(subIntfLifFeatureCfg_->lifFeatureAttr(key)));

@@ -2,9 +2,9 @@
 // sits, the word of each sub-interface to its entry.
 //
 // Follows the words, the places of ports and the port map version. A port that moves clears the
-// place that it leaves, unless another port has come there. Of two ports in one place, the one that
-// was placed last has it, till it leaves. While the port map is not valid nothing is written or
-// removed; what has changed follows when it is valid again.
+// place that it leaves, unless another port has come there. Of two ports in one place, the one
+// whose word came there last has it, till it leaves. While the port map is not valid nothing is
+// written or removed; what has changed follows when it is valid again.
 //
 // Ready after construction; removes what an earlier machine wrote and that is no longer so. Event
 // thread only.
@@ -30,6 +30,7 @@ class TCAM_SHARING_EXPORT DefaultMappingSm : public Orv::RefCounted {
                     Orv::Ptr<SubIntfMappingConfig> subIntfMappingConfig);
 
    void handleInitialized();
+   bool initialized() const { return initialized_; }
    // The port map became valid or invalid, or has a new version: everything anew.
    void handlePortMap();
    // The merged word of the port, or its system port.
@@ -68,6 +69,7 @@ class TCAM_SHARING_EXPORT DefaultMappingSm : public Orv::RefCounted {
    Orv::Ptr<DefaultMappingConfig> defaultMappingConfig_;
    Orv::Ptr<SubIntfMappingConfig> subIntfMappingConfig_;
 
+   bool initialized_ = false;
    Orv::KeyedByIndex<Plexus::IntfId, Shoal::PortMap> place_;            // of each port with a word
    std::map<Shoal::PortMap, std::vector<Plexus::IntfId>> portsAt_;      // in order of their coming
    std::map<Shoal::SystemPhyPortId, std::set<Plexus::IntfId>> portsOf_; // of each system port
@@ -77,5 +79,10 @@ class TCAM_SHARING_EXPORT DefaultMappingSm : public Orv::RefCounted {
    OrvMergedLifFeatureCfg orvMergedLifFeatureCfg_;
    OrvSubIntfLifFeatureCfg orvSubIntfLifFeatureCfg_;
 };
+
+template<class... Args>
+Orv::Ptr<DefaultMappingSm> DefaultMappingSmIs(Args&&... args) {
+   return Orv::make<DefaultMappingSm>(std::forward<Args>(args)...);
+}
 
 } // namespace Hardware::ShoalTunnel

@@ -37,8 +37,8 @@ SubIntfTags::ByTag const& SubIntfTags::subIntfsOf(IntfId parent) const {
    return found == byParent_.end() ? none : found->second;
 }
 
-std::set<IntfId> const& SubIntfTags::subIntfsOf(IntfId parent, uint16_t outer) const {
-   static std::set<IntfId> const none;
+SubIntfTags::SameTag const& SubIntfTags::subIntfsOf(IntfId parent, uint16_t outer) const {
+   static SameTag const none;
    ByTag const& byTag = subIntfsOf(parent);
    auto found = byTag.find(outer);
    return found == byTag.end() ? none : found->second;
@@ -70,8 +70,13 @@ Dot1qEncap SubIntfTags::doRecord(IntfId subIntf) {
    if (!previous.isZero()) {
       auto byTag = byParent_.find(parent);
       auto sameTag = byTag->second.find(previous.outer);
-      sameTag->second.erase(subIntf);
-      if (sameTag->second.empty()) {
+      auto inner = sameTag->second.inner.find(previous.inner);
+      sameTag->second.repeated -= --inner->second == 1 ? 1 : 0;
+      if (inner->second == 0) {
+         sameTag->second.inner.erase(inner);
+      }
+      sameTag->second.subIntfs.erase(subIntf);
+      if (sameTag->second.subIntfs.empty()) {
          byTag->second.erase(sameTag);
       }
       if (byTag->second.empty()) {
@@ -80,7 +85,9 @@ Dot1qEncap SubIntfTags::doRecord(IntfId subIntf) {
       tags_.del(subIntf);
    }
    if (!now.isZero()) {
-      byParent_[parent][now.outer].insert(subIntf);
+      SameTag& sameTag = byParent_[parent][now.outer];
+      sameTag.subIntfs.insert(subIntf);
+      sameTag.repeated += ++sameTag.inner[now.inner] == 2 ? 1 : 0;
       tags_.set(subIntf, now);
    }
    return previous;

@@ -28,10 +28,16 @@ class TCAM_SHARING_EXPORT SubIntfTags {
 
    // Zero: none.
    Bridging::Dot1qEncap tags(Plexus::IntfId subIntf) const { return tags_.get(subIntf); }
-   // The sub-interfaces of a port or port-channel with tags, by their outer tag.
-   using ByTag = std::map<uint16_t, std::set<Plexus::IntfId>>;
+   // The sub-interfaces with one outer tag.
+   struct SameTag {
+      std::set<Plexus::IntfId> subIntfs;
+      std::map<uint16_t, uint32_t> inner; // how many have each inner tag
+      uint32_t repeated = 0;              // inner tags that more than one has
+   };
+   // Those of a port or port-channel, by their outer tag.
+   using ByTag = std::map<uint16_t, SameTag>;
    ByTag const& subIntfsOf(Plexus::IntfId parent) const;
-   std::set<Plexus::IntfId> const& subIntfsOf(Plexus::IntfId parent, uint16_t outer) const;
+   SameTag const& subIntfsOf(Plexus::IntfId parent, uint16_t outer) const;
 
    // The configuration of the sub-interface was added, replaced or removed.
    void handleSubIntfConfig(Plexus::IntfId const& subIntf);

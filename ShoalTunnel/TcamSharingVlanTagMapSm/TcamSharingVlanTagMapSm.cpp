@@ -30,6 +30,8 @@ TcamSharingVlanTagMapSm::TcamSharingVlanTagMapSm(
 
 void TcamSharingVlanTagMapSm::handleInitialized() {
    SHOAL_TRACE(8, "TcamSharingVlanTagMapSm::", __func__);
+   ORV_ASSERT(!initialized_, "!initialized()");
+   initialized_ = true;
    doRead();
    if (tcamSharingCommon_) {
       for (auto const& [request, key] : tcamSharingCommon_->tcamRequestToIsemKeyMappingIter()) {
@@ -46,7 +48,7 @@ void TcamSharingVlanTagMapSm::handleInitialized() {
    for (auto const& [key, use] : use_.walk()) {
       doUpdate(key);
    }
-   initialized_ = true;
+   counted_ = true;
    for (auto const& [pair, users] : tcamSharingVlanTagMap_->vlanTagIter()) {
       doUpdateCollision(pair);
    }
@@ -71,11 +73,11 @@ void TcamSharingVlanTagMapSm::doRead() {
 
 void TcamSharingVlanTagMapSm::handleIntf(IntfId const& phyIntf) {
    SHOAL_TRACE(8, "TcamSharingVlanTagMapSm::", __func__, ": intfId: ", phyIntf);
-   auto found = tagsOf_.find(phyIntf);
+   IntfId port = phyIntf;
+   auto found = tagsOf_.find(port);
    if (found == tagsOf_.end()) {
       return;
    }
-   IntfId port = phyIntf;
    for (uint16_t tag : std::set<uint16_t>(found->second)) {
       doUpdate({port, tag});
    }
@@ -84,19 +86,29 @@ void TcamSharingVlanTagMapSm::handleIntf(IntfId const& phyIntf) {
 void TcamSharingVlanTagMapSm::handleTcamRequestToIsemKeyMapping(TcamSharingRequest const& of) {
    SHOAL_TRACE(8, "TcamSharingVlanTagMapSm::", __func__, ": request: ", of);
    TcamSharingRequest request = of;
-   VlanTagKey previous = pairOfRequest_.get(request);
    VlanTagKey now = pairOf(request);
    if (!now.fapId.isNull()) {
+      tcamSharingVlanTagMap_->vlanTagIs(now); // which notifies, if it makes it
+      if (pairOf(request) != now || !tcamSharingVlanTagMap_->vlanTagHas(now)) {
+         doMaybeDelete(now);
+         return handleTcamRequestToIsemKeyMapping(request);
+      }
+   }
+   VlanTagKey previous = pairOfRequest_.get(request);
+   if (!now.fapId.isNull()) {
       pairOfRequest_.set(request, now);
-      tcamSharingVlanTagMap_->vlanTagIs(now)->requestIs(request);
+      tcamSharingVlanTagMap_->vlanTag(now)->requestIs(request);
    } else {
       pairOfRequest_.del(request);
    }
    // Looked up again: a handler may have moved it back meanwhile.
-   if (!previous.fapId.isNull() && pairOfRequest_.get(request) != previous) {
-      tcamSharingVlanTagMap_->vlanTagIs(previous)->requestDel(request);
-      doMaybeDelete(previous);
+   if (previous.fapId.isNull() || pairOfRequest_.get(request) == previous) {
+      return;
    }
+   if (auto users = tcamSharingVlanTagMap_->vlanTag(previous)) {
+      users->requestDel(request);
+   }
+   doMaybeDelete(previous);
 }
 
 void TcamSharingVlanTagMapSm::handleVlanXlate(VlanXlateKey const& key) {
@@ -135,36 +147,45 @@ void TcamSharingVlanTagMapSm::doUpdate(VlanXlateKey const& of) {
          tagsOf_.erase(key.phyIntf);
       }
    }
-   Use previous = use_.get(key);
    Use now = useOf(key);
+   if (!now.pair.fapId.isNull()) {
+      tcamSharingVlanTagMap_->vlanTagIs(now.pair); // which notifies, if it makes it
+      if (useOf(key) != now || !tcamSharingVlanTagMap_->vlanTagHas(now.pair)) {
+         doMaybeDelete(now.pair);
+         return doUpdate(key);
+      }
+   }
+   Use previous = use_.get(key);
    if (now == previous) {
       return;
    }
-   if (now.pair.fapId.isNull()) {
-      use_.del(key);
-   } else {
-      use_.set(key, now);
-      auto users = tcamSharingVlanTagMap_->vlanTagIs(now.pair);
-      users->subIntfInc(now.subIntf ? 1 : 0);
-      users->vlanInc(now.vlan ? 1 : 0);
-      users->xlateIs(key);
-      doUpdateCollision(now.pair);
+   // Everything that notifies nobody first.
+   auto left = tcamSharingVlanTagMap_->vlanTag(previous.pair);
+   auto joined = tcamSharingVlanTagMap_->vlanTag(now.pair);
+   if (left) {
+      left->subIntfDec(previous.subIntf ? 1 : 0);
+      left->vlanDec(previous.vlan ? 1 : 0);
    }
-   if (!previous.pair.fapId.isNull()) {
-      auto users = tcamSharingVlanTagMap_->vlanTagIs(previous.pair);
-      users->subIntfDec(previous.subIntf ? 1 : 0);
-      users->vlanDec(previous.vlan ? 1 : 0);
-      // Looked up again: a handler may have moved it back meanwhile.
-      if (use_.get(key).pair != previous.pair) {
-         users->xlateDel(key);
-      }
-      doUpdateCollision(previous.pair);
-      doMaybeDelete(previous.pair);
+   if (joined) {
+      joined->subIntfInc(now.subIntf ? 1 : 0);
+      joined->vlanInc(now.vlan ? 1 : 0);
+      use_.set(key, now);
+      joined->xlateIs(key);
+   } else {
+      use_.del(key);
+   }
+   // Looked up again: a handler may have moved it back meanwhile.
+   if (left && use_.get(key).pair != previous.pair) {
+      left->xlateDel(key);
+   }
+   for (VlanTagKey const& pair : {now.pair, previous.pair}) {
+      doUpdateCollision(pair);
+      doMaybeDelete(pair);
    }
 }
 
 void TcamSharingVlanTagMapSm::doUpdateCollision(VlanTagKey const& pair) {
-   if (initialized_) {
+   if (counted_ && !pair.fapId.isNull()) {
       auto users = tcamSharingVlanTagMap_->vlanTag(pair);
       tcamSharingVlanTagMap_->collisionIs(pair, users && users->collide());
    }

@@ -2,8 +2,8 @@
 // requests of shared entries, and the ports that carry the tag in that domain.
 //
 // A port without a unit has no pairs; one without a VLAN domain is in domain 0. A pair goes with
-// its last user. What changes unit, domain or tag takes its pairs along: it is a user of the new
-// pair before it leaves the old one, so no pair goes that stays.
+// its last user. A port or request that changes unit, domain or entry is a user of its new pair
+// before it leaves the old one. Units that share through in-LIFs have ports here and no requests.
 //
 // Follows the tables of VlanDomainSm and VlanXlateStatusSm and the shared entries (null: none).
 // Ready after construction; keeps what an earlier machine published, as far as it is still so.
@@ -29,6 +29,7 @@ class TCAM_SHARING_EXPORT TcamSharingVlanTagMapSm : public Orv::RefCounted {
                            Orv::Ptr<TcamSharingVlanTagMap> tcamSharingVlanTagMap);
 
    void handleInitialized();
+   bool initialized() const { return initialized_; }
    // The unit or the VLAN domain of the port.
    void handleIntf(Plexus::IntfId const& phyIntf);
    // The entry that the request wrote last.
@@ -65,7 +66,8 @@ class TCAM_SHARING_EXPORT TcamSharingVlanTagMapSm : public Orv::RefCounted {
    Orv::Ptr<VlanXlateStatus const> vlanXlateStatus_;
    Orv::Ptr<TcamSharingVlanTagMap> tcamSharingVlanTagMap_;
 
-   bool initialized_ = false; // till then, the counts of the pairs are not complete
+   bool initialized_ = false;
+   bool counted_ = false; // till then, the counts of the pairs are not complete
    // Of each user, its pair; of each port, its tags.
    Orv::KeyedByIndex<TcamSharingRequest, VlanTagKey> pairOfRequest_;
    Orv::Keyed<VlanXlateKey, Use> use_;
@@ -76,5 +78,10 @@ class TCAM_SHARING_EXPORT TcamSharingVlanTagMapSm : public Orv::RefCounted {
    OrvMapping orvMapping_;
    OrvVlanXlateStatus orvVlanXlateStatus_;
 };
+
+template<class... Args>
+Orv::Ptr<TcamSharingVlanTagMapSm> TcamSharingVlanTagMapSmIs(Args&&... args) {
+   return Orv::make<TcamSharingVlanTagMapSm>(std::forward<Args>(args)...);
+}
 
 } // namespace Hardware::ShoalTunnel

@@ -49,6 +49,8 @@ VlanPhyIntfConfigSm::~VlanPhyIntfConfigSm() = default;
 
 void VlanPhyIntfConfigSm::handleInitialized() {
    SHOAL_TRACE(8, "VlanPhyIntfConfigSm::", __func__);
+   ORV_ASSERT(!initialized_, "!initialized()");
+   initialized_ = true;
    if (untaggedVlanDir_) {
       for (auto const& [intfId, vlan] : untaggedVlanDir_->untaggedVlanIter()) {
          untaggedVlan_.set(intfId, vlan);
@@ -65,7 +67,13 @@ void VlanPhyIntfConfigSm::handleInitialized() {
          placed_.set(phyIntf, true);
       }
    }
-   handlePortMapVersion();
+   if (shoalStatus_->portMapValid()) {
+      handlePortMapVersion();
+      return;
+   }
+   for (auto const& [phyIntf, placed] : placed_.walk()) {
+      doUpdatePort(phyIntf);
+   }
 }
 
 void VlanPhyIntfConfigSm::handlePortMapVersion() {
@@ -79,6 +87,9 @@ void VlanPhyIntfConfigSm::handlePortMapVersion() {
       }
    }
    for (auto const& [phyIntf, placed] : placed_.walk()) {
+      if (!shoalStatus_->portMapValid()) {
+         return; // a handler has made it so
+      }
       if (!hasPlace(phyIntf)) {
          placed_.del(phyIntf);
       }
@@ -97,17 +108,18 @@ void VlanPhyIntfConfigSm::handleSysPhyPortId(IntfId const& phyIntf) {
 
 void VlanPhyIntfConfigSm::handleUntaggedVlan(IntfId const& intfId) {
    SHOAL_TRACE(8, "VlanPhyIntfConfigSm::", __func__, ": intfId: ", intfId);
-   VlanIdOrNone previous = untaggedVlan_.get(intfId);
-   VlanIdOrNone now = untaggedVlanDir_->untaggedVlan(intfId);
+   IntfId changed = intfId;
+   VlanIdOrNone previous = untaggedVlan_.get(changed);
+   VlanIdOrNone now = untaggedVlanDir_->untaggedVlan(changed);
    if (now.value() == 0) {
-      untaggedVlan_.del(intfId);
+      untaggedVlan_.del(changed);
    } else {
-      untaggedVlan_.set(intfId, now);
+      untaggedVlan_.set(changed, now);
    }
-   forEachPort(intfId, [&](IntfId phyIntf) {
+   for (IntfId phyIntf : portsOf(lagPhyIntfMapping_, changed)) {
       doUpdateVlan(phyIntf, now.value());
       doUpdateVlan(phyIntf, previous.value());
-   });
+   }
 }
 
 void VlanPhyIntfConfigSm::handleTaggedVlan(Bridging::VlanMember const& member) {
@@ -115,8 +127,9 @@ void VlanPhyIntfConfigSm::handleTaggedVlan(Bridging::VlanMember const& member) {
    SHOAL_TRACE(8, "VlanPhyIntfConfigSm::", __func__, ": intfId: ", changed.intfId,
                ", vlanId: ", changed.vlanId.value());
    doRecordTagged(changed);
-   forEachPort(changed.intfId,
-               [&](IntfId phyIntf) { doUpdateVlan(phyIntf, changed.vlanId.value()); });
+   for (IntfId phyIntf : portsOf(lagPhyIntfMapping_, changed.intfId)) {
+      doUpdateVlan(phyIntf, changed.vlanId.value());
+   }
 }
 
 void VlanPhyIntfConfigSm::handleLagPhyIntf(IntfId lag, IntfId phyIntf) {
@@ -127,24 +140,23 @@ void VlanPhyIntfConfigSm::handleLagPhyIntf(IntfId lag, IntfId phyIntf) {
 void VlanPhyIntfConfigSm::handleSubIntfTags(IntfId subIntf, Bridging::Dot1qEncap previous) {
    SHOAL_TRACE(8, "VlanPhyIntfConfigSm::", __func__, ": intfId: ", subIntf);
    Bridging::Dot1qEncap now = subIntfTags_.tags(subIntf);
-   forEachPort(Plexus::SubIntfId::parentIntfId(subIntf), [&](IntfId phyIntf) {
+   for (IntfId phyIntf : portsOf(lagPhyIntfMapping_, Plexus::SubIntfId::parentIntfId(subIntf))) {
       doUpdateSubIntfTag(phyIntf, now.outer);
       doUpdateSubIntfTag(phyIntf, previous.outer);
-   });
-}
-
-IntfId VlanPhyIntfConfigSm::lagOf(IntfId phyIntf) const {
-   IntfId lag = lagPhyIntfMapping_ ? lagPhyIntfMapping_->phyIntfLag(phyIntf) : IntfId();
-   return lag != IntfId() && lagPhyIntfMapping_->isMember(lag, phyIntf) ? lag : IntfId();
+   }
 }
 
 bool VlanPhyIntfConfigSm::hasPlace(IntfId phyIntf) const {
    return !shoalStatus_->portMap(shoalStatus_->sysPhyPortId(phyIntf)).isNull();
 }
 
+IntfId VlanPhyIntfConfigSm::memberOf(IntfId phyIntf) const {
+   bool alone = !lagPhyIntfMapping_ || lagPhyIntfMapping_->phyIntfLag(phyIntf) == IntfId();
+   return alone ? phyIntf : lagOf(lagPhyIntfMapping_, phyIntf);
+}
+
 bool VlanPhyIntfConfigSm::carriesVlan(IntfId phyIntf, uint16_t vlanId) const {
-   IntfId lag = lagOf(phyIntf);
-   IntfId member = lag == IntfId() ? phyIntf : lag;
+   IntfId member = memberOf(phyIntf);
    if (untaggedVlan_.get(member).value() == vlanId) {
       return true;
    }
@@ -153,21 +165,9 @@ bool VlanPhyIntfConfigSm::carriesVlan(IntfId phyIntf, uint16_t vlanId) const {
 }
 
 bool VlanPhyIntfConfigSm::carriesSubIntfTag(IntfId phyIntf, uint16_t tag) const {
-   IntfId lag = lagOf(phyIntf);
-   return !subIntfTags_.subIntfsOf(phyIntf, tag).empty() ||
-          (lag != IntfId() && !subIntfTags_.subIntfsOf(lag, tag).empty());
-}
-
-template<class Use>
-void VlanPhyIntfConfigSm::forEachPort(IntfId intfId, Use&& use) const {
-   auto members = lagPhyIntfMapping_ ? lagPhyIntfMapping_->lagPhyIntfConfig(intfId) : nullptr;
-   if (!members) {
-      use(intfId);
-      return;
-   }
-   for (auto const& [phyIntf, present] : members->phyIntfIter()) {
-      use(phyIntf);
-   }
+   IntfId lag = lagOf(lagPhyIntfMapping_, phyIntf);
+   return !subIntfTags_.subIntfsOf(phyIntf, tag).subIntfs.empty() ||
+          (lag != IntfId() && !subIntfTags_.subIntfsOf(lag, tag).subIntfs.empty());
 }
 
 void VlanPhyIntfConfigSm::doRecordTagged(Bridging::VlanMember const& member) {
@@ -194,8 +194,8 @@ void VlanPhyIntfConfigSm::doUpdateSubIntfTag(IntfId phyIntf, uint16_t tag) {
 }
 
 void VlanPhyIntfConfigSm::doUpdatePort(IntfId phyIntf) {
-   IntfId lag = lagOf(phyIntf);
-   IntfId member = lag == IntfId() ? phyIntf : lag;
+   IntfId lag = lagOf(lagPhyIntfMapping_, phyIntf);
+   IntfId member = memberOf(phyIntf);
    Tags vlans = publishedVlans_.tagsOf(phyIntf);
    if (auto tagged = taggedVlans_.find(member); tagged != taggedVlans_.end()) {
       vlans.insert(tagged->second.begin(), tagged->second.end());
@@ -225,10 +225,22 @@ VlanPhyIntfConfigSm::Tags VlanPhyIntfConfigSm::Published::tagsOf(IntfId phyIntf)
    return found == byPort_.end() ? Tags() : found->second;
 }
 
+bool VlanPhyIntfConfigSm::Published::has(IntfId phyIntf, uint16_t tag) const {
+   auto port = byPort_.find(phyIntf);
+   return port != byPort_.end() && port->second.contains(tag);
+}
+
 void VlanPhyIntfConfigSm::Published::set(IntfId phyIntf, uint16_t tag, bool carries) {
    if (carries) {
       byPort_[phyIntf].insert(tag);
-      config_->vlanTagIs(tag)->phyIntfIs(phyIntf);
+      SHOAL_TRACE(7, "VlanPhyIntfConfigSm: ", phyIntf, " carries ", tag);
+      while (has(phyIntf, tag)) {
+         auto ports = config_->vlanTagIs(tag); // which notifies, if it makes them
+         if (has(phyIntf, tag) && config_->vlanTag(tag) == ports) {
+            ports->phyIntfIs(phyIntf);
+            return;
+         }
+      }
       return;
    }
    auto port = byPort_.find(phyIntf);
@@ -238,6 +250,7 @@ void VlanPhyIntfConfigSm::Published::set(IntfId phyIntf, uint16_t tag, bool carr
    if (port->second.empty()) {
       byPort_.erase(port);
    }
+   SHOAL_TRACE(7, "VlanPhyIntfConfigSm: ", phyIntf, " does not carry ", tag);
    if (auto ports = config_->vlanTag(tag)) {
       ports->phyIntfDel(phyIntf);
    }

@@ -2,16 +2,18 @@
 // sub-interfaces.
 //
 // A port carries the VLANs of which it is a member, tagged or untagged; as a member of a
-// port-channel, those of the port-channel instead. It carries the outer tags of its own
-// sub-interfaces and of those of its port-channel: shared entries are written for both.
+// port-channel, those of the port-channel instead, and none while it is about to join one. It
+// carries the outer tags of its own sub-interfaces and of those of its port-channel: shared entries
+// are written for both.
 //
-// Published is a port while it has a place in the port map. A port that gets its first place is
-// published at once while the port map is valid; all others, and ports that have lost their place,
+// Published is a port while it has a place in the port map. A port that gets a system port with a
+// place is published at once while the port map is valid. All other changes of places take effect
 // at the next port map version. Until then what was published stays, so that nothing that stays
 // loses its entries while the port map is being rewritten.
 //
 // Null directories read as empty. Ready after construction; keeps what an earlier machine
-// published, as far as it is still so. Event thread only.
+// published, as far as it is still so. While the port map is not valid, it knows of the ports only
+// that are published. Event thread only.
 #pragma once
 
 #include "platform/Bridging/TaggedVlanDir.h"
@@ -37,6 +39,7 @@ class TCAM_SHARING_EXPORT VlanPhyIntfConfigSm : public Orv::RefCounted,
    ~VlanPhyIntfConfigSm() override;
 
    void handleInitialized();
+   bool initialized() const { return initialized_; }
    // Publishes all ports anew; does nothing while the port map is not valid.
    void handlePortMapVersion();
    void handleSysPhyPortId(Plexus::IntfId const& phyIntf);
@@ -59,6 +62,8 @@ class TCAM_SHARING_EXPORT VlanPhyIntfConfigSm : public Orv::RefCounted,
       void set(Plexus::IntfId phyIntf, uint16_t tag, bool carries);
 
     private:
+      bool has(Plexus::IntfId phyIntf, uint16_t tag) const;
+
       Orv::Ptr<VlanPhyIntfConfig> config_;
       std::map<Plexus::IntfId, Tags> byPort_;
    };
@@ -71,14 +76,11 @@ class TCAM_SHARING_EXPORT VlanPhyIntfConfigSm : public Orv::RefCounted,
    using OrvTaggedVlanDir = Orv::ReactorFor<&VlanPhyIntfConfigSm::handleTaggedVlan>;
    using OrvLagPhyIntfConfig = Lag::LagPhyIntfReactors<&VlanPhyIntfConfigSm::handleLagPhyIntf>;
 
-   // The port-channel whose member the port is; the empty interface if there is none.
-   Plexus::IntfId lagOf(Plexus::IntfId phyIntf) const;
    bool hasPlace(Plexus::IntfId phyIntf) const;
    bool carriesVlan(Plexus::IntfId phyIntf, uint16_t vlanId) const;
    bool carriesSubIntfTag(Plexus::IntfId phyIntf, uint16_t tag) const;
-   // Calls use(port) for a port, and for each member of a port-channel.
-   template<class Use>
-   void forEachPort(Plexus::IntfId intfId, Use&& use) const;
+   // The port-channel or port whose VLANs the port carries; the empty interface: none.
+   Plexus::IntfId memberOf(Plexus::IntfId phyIntf) const;
 
    void doRecordTagged(Bridging::VlanMember const& member);
    void doUpdateVlan(Plexus::IntfId phyIntf, uint16_t vlanId);
@@ -90,6 +92,7 @@ class TCAM_SHARING_EXPORT VlanPhyIntfConfigSm : public Orv::RefCounted,
    Orv::Ptr<Lag::LagPhyIntfMapping const> lagPhyIntfMapping_;
    Orv::Ptr<Bridging::UntaggedVlanDir const> untaggedVlanDir_;
    Orv::Ptr<Bridging::TaggedVlanDir const> taggedVlanDir_;
+   bool initialized_ = false;
    SubIntfTags subIntfTags_;
    Orv::KeyedByIndex<Plexus::IntfId, Bridging::VlanIdOrNone> untaggedVlan_; // as last seen
    std::map<Plexus::IntfId, Tags> taggedVlans_;
@@ -102,5 +105,10 @@ class TCAM_SHARING_EXPORT VlanPhyIntfConfigSm : public Orv::RefCounted,
    OrvTaggedVlanDir orvTaggedVlanDir_;
    OrvLagPhyIntfConfig lagPhyIntfConfig_;
 };
+
+template<class... Args>
+Orv::Ptr<VlanPhyIntfConfigSm> VlanPhyIntfConfigSmIs(Args&&... args) {
+   return Orv::make<VlanPhyIntfConfigSm>(std::forward<Args>(args)...);
+}
 
 } // namespace Hardware::ShoalTunnel

@@ -18,7 +18,7 @@ struct VlanXlateKey {
 };
 
 struct VlanXlate {
-   Plexus::IntfId subIntf;      // whose outer tag it is; of several the first that was used
+   Plexus::IntfId subIntf;      // whose outer tag it is; of several the one with the lowest id
    Bridging::VlanIdOrNone vlan; // carried on the port; 0: none
    Plexus::IntfId routedPort;   // whose internal VLAN it is: the port or its port-channel
    // More than one of these, or two sub-interfaces with the same tags.

@@ -3,6 +3,8 @@
 #include "platform/Orv/Failure.h"
 #include "platform/Trace/Trace.h"
 
+#include <vector>
+
 namespace Hardware::ShoalTunnel {
 
 using Bridging::Dot1qEncap;
@@ -34,6 +36,8 @@ VlanXlateStatusSm::~VlanXlateStatusSm() = default;
 
 void VlanXlateStatusSm::handleInitialized() {
    SHOAL_TRACE(8, "VlanXlateStatusSm::", __func__);
+   ORV_ASSERT(!initialized_, "!initialized()");
+   initialized_ = true;
    if (intfVlanIdTable_) {
       for (auto const& [intfId, vlan] : intfVlanIdTable_->internalVlanIdIter()) {
          handleInternalVlan(intfId);
@@ -59,25 +63,26 @@ void VlanXlateStatusSm::handleVlanPhyIntf(uint16_t tag, IntfId phyIntf) {
 void VlanXlateStatusSm::handleSubIntfTags(IntfId subIntf, Dot1qEncap previous) {
    SHOAL_TRACE(8, "VlanXlateStatusSm::", __func__, ": intfId: ", subIntf);
    Dot1qEncap now = subIntfTags_.tags(subIntf);
-   forEachPort(Plexus::SubIntfId::parentIntfId(subIntf), [&](IntfId phyIntf) {
+   for (IntfId phyIntf : portsOf(lagPhyIntfMapping_, Plexus::SubIntfId::parentIntfId(subIntf))) {
       doUpdate(phyIntf, now.outer);
       doUpdate(phyIntf, previous.outer);
-   });
+   }
 }
 
 void VlanXlateStatusSm::handleInternalVlan(IntfId const& intfId) {
    SHOAL_TRACE(8, "VlanXlateStatusSm::", __func__, ": intfId: ", intfId);
-   VlanIdOrNone previous = internalVlan_.get(intfId);
-   VlanIdOrNone now = intfVlanIdTable_->internalVlanId(intfId);
+   IntfId changed = intfId;
+   VlanIdOrNone previous = internalVlan_.get(changed);
+   VlanIdOrNone now = intfVlanIdTable_->internalVlanId(changed);
    if (now.value() == 0) {
-      internalVlan_.del(intfId);
+      internalVlan_.del(changed);
    } else {
-      internalVlan_.set(intfId, now);
+      internalVlan_.set(changed, now);
    }
-   forEachPort(intfId, [&](IntfId phyIntf) {
+   for (IntfId phyIntf : portsOf(lagPhyIntfMapping_, changed)) {
       doUpdate(phyIntf, now.value());
       doUpdate(phyIntf, previous.value());
-   });
+   }
 }
 
 void VlanXlateStatusSm::handleLagPhyIntf(IntfId lag, IntfId phyIntf) {
@@ -91,40 +96,28 @@ void VlanXlateStatusSm::handleLagPhyIntf(IntfId lag, IntfId phyIntf) {
    }
 }
 
-IntfId VlanXlateStatusSm::lagOf(IntfId phyIntf) const {
-   IntfId lag = lagPhyIntfMapping_ ? lagPhyIntfMapping_->phyIntfLag(phyIntf) : IntfId();
-   return lag != IntfId() && lagPhyIntfMapping_->isMember(lag, phyIntf) ? lag : IntfId();
-}
-
-template<class Use>
-void VlanXlateStatusSm::forEachPort(IntfId intfId, Use&& use) const {
-   auto members = lagPhyIntfMapping_ ? lagPhyIntfMapping_->lagPhyIntfConfig(intfId) : nullptr;
-   if (!members) {
-      use(intfId);
-      return;
-   }
-   for (auto const& [phyIntf, present] : members->phyIntfIter()) {
-      use(phyIntf);
-   }
-}
-
 VlanXlate VlanXlateStatusSm::meaningOf(VlanXlateKey const& key) const {
    VlanXlate meaning;
    int meanings = 0;
-   IntfId lag = lagOf(key.phyIntf);
+   IntfId lag = lagOf(lagPhyIntfMapping_, key.phyIntf);
    if (vlanPhyIntfConfig_->carries(key.phyIntf, key.vlanTag)) {
       meaning.vlan = VlanIdOrNone(key.vlanTag);
       ++meanings;
    }
-   std::set<Dot1qEncap> tags;
    if (subIntfTagPhyIntfConfig_->carries(key.phyIntf, key.vlanTag)) {
-      for (IntfId parent : {key.phyIntf, lag}) {
-         for (IntfId subIntf : subIntfTags_.subIntfsOf(parent, key.vlanTag)) {
-            if (meaning.subIntf == IntfId() || subIntf < meaning.subIntf) {
-               meaning.subIntf = subIntf;
-            }
-            meaning.collision |= !tags.insert(subIntfTags_.tags(subIntf)).second;
+      auto const& own = subIntfTags_.subIntfsOf(key.phyIntf, key.vlanTag);
+      auto const& ofLag = subIntfTags_.subIntfsOf(lag, key.vlanTag);
+      for (auto const* some : {&own, &ofLag}) {
+         if (!some->subIntfs.empty() &&
+             (meaning.subIntf == IntfId() || *some->subIntfs.begin() < meaning.subIntf)) {
+            meaning.subIntf = *some->subIntfs.begin();
          }
+         meaning.collision |= some->repeated != 0;
+      }
+      bool fewer = own.inner.size() < ofLag.inner.size();
+      auto const& all = fewer ? ofLag.inner : own.inner;
+      for (auto const& [inner, count] : fewer ? own.inner : ofLag.inner) {
+         meaning.collision |= all.contains(inner);
       }
    }
    meanings += meaning.subIntf != IntfId() ? 1 : 0;
@@ -144,6 +137,7 @@ void VlanXlateStatusSm::doUpdate(IntfId phyIntf, uint16_t tag) {
    }
    VlanXlateKey key{phyIntf, tag};
    VlanXlate meaning = meaningOf(key);
+   SHOAL_TRACE(7, __func__, ": ", key, ", collision: ", meaning.collision);
    if (meaning.empty()) {
       vlanXlateStatus_->vlanXlateDel(key);
    } else {

@@ -28,6 +28,7 @@ class TCAM_SHARING_EXPORT VlanXlateStatusSm : public Orv::RefCounted,
    ~VlanXlateStatusSm() override;
 
    void handleInitialized();
+   bool initialized() const { return initialized_; }
    // The port began or ceased to carry the tag.
    void handleVlanPhyIntf(uint16_t tag, Plexus::IntfId phyIntf);
    void handleSubIntfTags(Plexus::IntfId subIntf, Bridging::Dot1qEncap previous) override;
@@ -40,9 +41,6 @@ class TCAM_SHARING_EXPORT VlanXlateStatusSm : public Orv::RefCounted,
    using OrvIntfVlanIdTable = Orv::ReactorFor<&VlanXlateStatusSm::handleInternalVlan>;
    using OrvLagPhyIntfConfig = Lag::LagPhyIntfReactors<&VlanXlateStatusSm::handleLagPhyIntf>;
 
-   Plexus::IntfId lagOf(Plexus::IntfId phyIntf) const;
-   template<class Use>
-   void forEachPort(Plexus::IntfId intfId, Use&& use) const;
    VlanXlate meaningOf(VlanXlateKey const& key) const;
    void doUpdate(Plexus::IntfId phyIntf, uint16_t tag);
 
@@ -52,6 +50,7 @@ class TCAM_SHARING_EXPORT VlanXlateStatusSm : public Orv::RefCounted,
    Orv::Ptr<IntfVlanId::Table const> intfVlanIdTable_;
    Orv::Ptr<VlanXlateStatus> vlanXlateStatus_;
 
+   bool initialized_ = false;
    SubIntfTags subIntfTags_;
    Orv::KeyedByIndex<Plexus::IntfId, Bridging::VlanIdOrNone> internalVlan_; // as last seen
 
@@ -60,5 +59,10 @@ class TCAM_SHARING_EXPORT VlanXlateStatusSm : public Orv::RefCounted,
    OrvIntfVlanIdTable orvIntfVlanIdTable_;
    OrvLagPhyIntfConfig lagPhyIntfConfig_;
 };
+
+template<class... Args>
+Orv::Ptr<VlanXlateStatusSm> VlanXlateStatusSmIs(Args&&... args) {
+   return Orv::make<VlanXlateStatusSm>(std::forward<Args>(args)...);
+}
 
 } // namespace Hardware::ShoalTunnel

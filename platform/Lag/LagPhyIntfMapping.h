@@ -9,6 +9,8 @@
 #include "platform/Orv/SetReactors.h"
 #include "platform/Plexus/IntfId.h"
 
+#include <vector>
+
 namespace Lag {
 
 // The member list of one port-channel.
@@ -35,6 +37,28 @@ class ORV_EXPORT LagPhyIntfMapping : public Orv::Entity {
       return members && members->phyIntf(phyIntf);
    }
 };
+
+// The port-channel whose member the port is; the empty interface if there is none. A null mapping
+// reads as empty, here and below.
+inline Plexus::IntfId lagOf(Orv::Ptr<LagPhyIntfMapping const> const& mapping,
+                            Plexus::IntfId phyIntf) {
+   Plexus::IntfId lag = mapping ? mapping->phyIntfLag(phyIntf) : Plexus::IntfId();
+   return lag != Plexus::IntfId() && mapping->isMember(lag, phyIntf) ? lag : Plexus::IntfId();
+}
+// A port itself, or the members of a port-channel now.
+inline std::vector<Plexus::IntfId> portsOf(Orv::Ptr<LagPhyIntfMapping const> const& mapping,
+                                           Plexus::IntfId intfId) {
+   if (!Plexus::PortChannelIntfId::isPortChannelIntfId(intfId)) {
+      return {intfId};
+   }
+   std::vector<Plexus::IntfId> ports;
+   if (auto members = mapping ? mapping->lagPhyIntfConfig(intfId) : nullptr) {
+      for (auto const& [phyIntf, present] : members->phyIntfIter()) {
+         ports.push_back(phyIntf);
+      }
+   }
+   return ports;
+}
 
 // Calls handler(port-channel, port) for each port that joins or leaves a member list. The mapping
 // may be null.

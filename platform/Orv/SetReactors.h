@@ -3,9 +3,9 @@
 //    using Members = Orv::SetReactors<Orv::KeyedByIndex, LagConfig, &LagConfig::portCollection,
 //                                     &Monitor::handlePort>;
 //
-// They call handlePort(lag, port) for each port that is inserted or erased, and for each that was
-// still there when the whole member is removed. The handler looks up what there is now. It is not
-// called for what is there already when the reactors are made.
+// They call handlePort(lag, port) for each port that is inserted or erased, and for each that is
+// there when a whole member is added, removed or replaced. The handler looks up what there is now.
+// It is not called for what is there already when the reactors are made.
 #pragma once
 
 #include "platform/Orv/Collection.h"
@@ -30,20 +30,20 @@ class SetReactors<Kind, E, setOf, handler, void (Owner::*)(K, M)> : private Reac
       }
       members_->watch(*this);
       for (auto const& [key, member] : members_->walk()) {
-         handle(key);
+         reactors_.set(key, make<SetReactor>(key, member, owner_));
       }
    }
 
  private:
    class SetReactor : public Reactor<M>, public RefCounted {
     public:
-      SetReactor(K key, Ptr<E const> member, Owner* owner)
+      SetReactor(K key, Ptr<E> member, Owner* owner)
           : key_(key), member_(std::move(member)), owner_(owner) {
          set().watch(*this);
       }
       void handle(M const& inSet) override { (owner_->*handler)(key_, inSet); }
-      // The member was removed from the collection.
-      void handleDelete() override {
+      bool watches(Ptr<E> const& member) const { return member_ == member; }
+      void handleAll() {
          for (auto const& [inSet, present] : set().walk()) {
             handle(inSet);
          }
@@ -53,18 +53,31 @@ class SetReactors<Kind, E, setOf, handler, void (Owner::*)(K, M)> : private Reac
       auto const& set() const { return ((*member_).*setOf)(); }
 
       K key_;
-      Ptr<E const> member_;
+      Ptr<E> member_;
       Owner* owner_;
    };
 
    // The member of this key was added, replaced or removed.
    void handle(K const& key) override {
-      if (auto member = members_->get(key)) {
-         reactors_.set(key, make<SetReactor>(key, member, owner_));
-      } else if (auto reactor = reactors_.get(key)) {
-         reactors_.del(key);
-         reactor->remove();
-         reactor->handleDelete();
+      K changed = key;
+      auto member = members_->get(changed);
+      auto before = reactors_.get(changed);
+      if (before && before->watches(member)) {
+         return; // put there again by a handler
+      }
+      Ptr<SetReactor> now;
+      if (member) {
+         now = make<SetReactor>(changed, member, owner_);
+         reactors_.set(changed, now);
+      } else {
+         reactors_.del(changed);
+      }
+      if (before) {
+         before->remove();
+         before->handleAll();
+      }
+      if (now) {
+         now->handleAll();
       }
    }
 

@@ -265,11 +265,30 @@ TEST_F(VlanTagMapTest, AHandlerMayUndoWhatItIsToldOf) {
    EXPECT_EQ(published(), "");
 }
 
-// Random facts; what is published is compared with what they say.
+// Random facts; what is published is compared with what they say. Now and then a handler of what is
+// published changes a fact, too.
 class VlanTagMapHistory : public VlanTagMapTest {
  public:
+   VlanTagMapHistory() {
+      pairs->vlanTagCollection().watch(onPair_);
+      meanings->vlanXlateCollection().watch(onMeaning_);
+      vlanPorts->vlanTagCollection().watch(onTag_);
+      tagPorts->vlanTagCollection().watch(onSubIntfTag_);
+   }
+   void interfere() {
+      if (depth_ == 1 && draw(6) == 0) {
+         ++depth_;
+         change(draw(9));
+         --depth_;
+      }
+   }
    void step() {
-      switch (draw(11)) {
+      ++depth_;
+      change(draw(11));
+      --depth_;
+   }
+   void change(uint32_t what) {
+      switch (what) {
       case 0:
       case 1:
          tags(anySub(), anyTag(), static_cast<uint16_t>(draw(2)));
@@ -291,7 +310,9 @@ class VlanTagMapHistory : public VlanTagMapTest {
          internal->internalVlanIdIs(anyIntf(), VlanIdOrNone(anyTag()));
          break;
       case 6:
-         if (int i = anyPort(); lags->phyIntfLagHas(port(i))) {
+         if (draw(6) == 0) {
+            deleteLag(lag(1 + static_cast<int>(draw(2))));
+         } else if (int i = anyPort(); lags->phyIntfLagHas(port(i))) {
             leave(i);
          } else {
             join(1 + static_cast<int>(draw(2)), i);
@@ -394,24 +415,41 @@ class VlanTagMapHistory : public VlanTagMapTest {
          }
       }
    }
-   void rebuild(int machine) {
-      start(machine);
-      if (machine > 0) {
-         return;
-      }
-      if (status->portMapValid()) {
-         placedAtVersion();
-         return;
-      }
-      // The new machine knows of the ports that are published.
-      std::erase_if(placed_, [&](int i) {
-         for (uint16_t tag = 1; tag < 4; ++tag) {
-            if (vlanPorts->carries(port(i), tag) || tagPorts->carries(port(i), tag)) {
-               return false;
-            }
+   // Its ports leave, and its list with the last members in it.
+   void deleteLag(IntfId of) {
+      for (int i = 0; i < kPorts; ++i) {
+         if (lags->phyIntfLag(port(i)) == of) {
+            lags->phyIntfLagDel(port(i));
          }
-         return true;
-      });
+      }
+      lags->lagPhyIntfConfigDel(of);
+   }
+   // Facts may change while a machine is away.
+   void rebuild(int machine) {
+      if (machine <= 0) {
+         ports = nullptr;
+      }
+      if (machine == 1 || machine == -1) {
+         xlate = nullptr;
+      }
+      if (machine == 2 || machine == -1) {
+         map = nullptr;
+      }
+      change(draw(9));
+      if (machine <= 0 && status->portMapValid()) {
+         placedAtVersion();
+      } else if (machine <= 0) {
+         // The new machine knows of the ports that are published.
+         std::erase_if(placed_, [&](int i) {
+            for (uint16_t tag = 1; tag < 4; ++tag) {
+               if (vlanPorts->carries(port(i), tag) || tagPorts->carries(port(i), tag)) {
+                  return false;
+               }
+            }
+            return true;
+         });
+      }
+      start(machine);
    }
    void placedAtVersion() {
       placed_.clear();
@@ -428,7 +466,19 @@ class VlanTagMapHistory : public VlanTagMapTest {
    IntfId anySub() { return sub(anyIntf(), 1 + static_cast<int>(draw(3))); }
 
    std::mt19937 random_{7};
+   int depth_ = 0;
    std::set<int> placed_{0, 1, 2, 3};
+
+   template<class Key>
+   struct Interference : Orv::Reactor<Key> {
+      explicit Interference(VlanTagMapHistory* history) : of(history) {}
+      void handle(Key const&) override { of->interfere(); }
+      VlanTagMapHistory* of;
+   };
+   Interference<VlanTagKey> onPair_{this};
+   Interference<VlanXlateKey> onMeaning_{this};
+   Interference<uint16_t> onTag_{this};
+   Interference<uint16_t> onSubIntfTag_{this};
 };
 
 TEST_F(VlanTagMapHistory, WhatIsPublishedIsWhatTheFactsSay) {
