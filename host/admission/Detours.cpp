@@ -153,8 +153,7 @@ void Detours::carryOut(Change change, Setting setting) {
          if (change.concern.unit) {
             tryHeld(*change.concern.unit);
          }
-         tryStuck_ = !refused_.empty();
-         poke();
+         changed();
          return;
       }
       if (setting == Setting::refuse || change.firm) {
@@ -195,6 +194,11 @@ void Detours::poke() {
    }
 }
 
+void Detours::changed() {
+   tryStuck_ = !stuck_.empty();
+   poke();
+}
+
 void Detours::run() {
    for (std::size_t place = 0; place < pending_.size();) {
       if (ahead(pending_[place].change, place) != nullptr) {
@@ -212,7 +216,7 @@ void Detours::run() {
       Pending ended = std::move(pending_[place]);
       pending_.erase(pending_.begin() + static_cast<std::ptrdiff_t>(place));
       finish(std::move(ended));
-      tryStuck_ = !refused_.empty();
+      tryStuck_ = !stuck_.empty();
    }
    askAgain();
    if (std::exchange(tryStuck_, false)) {
@@ -289,10 +293,13 @@ void Detours::release(Held const& held) {
    change.make = [=, this] { router_.heldIs(held.requester, request, false); };
    std::string const what = change.what();
    auto before = refused_.extract(held);
-   std::string const told = before ? before.mapped().why : "";
+   stuck_.erase(held);
+   std::string const told = before ? before.mapped() : "";
    auto refuse = [=, this](Objection const& objection) {
-      bool stuck = objection.row == Row::moved || objection.row == Row::unmapped;
-      refused_[held] = {objection.why, stuck};
+      refused_[held] = objection.why;
+      if (objection.row == Row::moved || objection.row == Row::unmapped) {
+         stuck_.insert(held);
+      }
       if (objection.why != told) {
          note(formatted("{} is held back: {}", what, objection.why));
       }
@@ -323,14 +330,11 @@ std::optional<Objection> Detours::judgeHeld(Held const& held) const {
 
 void Detours::tryStuck() {
    std::vector<Held> free;
-   for (auto& [held, refused] : refused_) {
-      if (refused.stuck) {
-         auto objection = judgeHeld(held);
-         if (objection) {
-            refused.why = objection->why;
-         } else {
-            free.push_back(held);
-         }
+   for (Held const& held : stuck_) {
+      if (auto objection = judgeHeld(held)) {
+         refused_[held] = objection->why;
+      } else {
+         free.push_back(held);
       }
    }
    for (Held const& held : free) {
@@ -353,7 +357,7 @@ void Detours::wishIs(Requester requester, TcamSharingRequest request, TcamSharin
 
 void Detours::tryHeld(FapId unit) {
    std::vector<Held> all;
-   for (auto const& [held, refused] : refused_) {
+   for (auto const& [held, why] : refused_) {
       if (held.request.fapId() == unit) {
          all.push_back(held);
       }
@@ -429,7 +433,7 @@ std::vector<Detours::HeldBack> Detours::heldBack(Requester requester,
    if (router_.held(requester, request) && !asks.empty()) {
       found.push_back({requester, request, asks, "it is handed over again"});
       if (auto refused = refused_.find(held); refused != refused_.end()) {
-         found.back().why = refused->second.why;
+         found.back().why = refused->second;
       }
       for (Pending const& each : pending_) {
          if (each.held.contains(held)) {
@@ -452,7 +456,7 @@ std::vector<Detours::HeldBack> Detours::heldBack(Requester requester,
 
 std::vector<Detours::HeldBack> Detours::heldBack() const {
    std::set<Held> all;
-   for (auto const& [held, refused] : refused_) {
+   for (auto const& [held, why] : refused_) {
       all.insert(held);
    }
    for (auto const& [held, wish] : wishes_) {

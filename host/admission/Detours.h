@@ -189,13 +189,15 @@ class Detours {
    void madeUnjudged(Change const& change);
    bool isOn(Concern const& concern, FapId unit) const;
    void tryHeld(FapId unit);
+   // Something has changed that may also free what is stuck.
+   void changed();
    // Hands over what nothing is in the way of any more.
    void tryStuck();
    std::optional<Objection> judgeHeld(Held const& held) const;
    void note(std::string text);
 
-   void handleBacklog(TcamSharingRequest const&) { poke(); }
-   void handleAnswer(AradSemKeyAndFap const&) { poke(); }
+   void handleBacklog(TcamSharingRequest const&) { changed(); }
+   void handleAnswer(AradSemKeyAndFap const&) { changed(); }
    void handleResponse(TcamSharingRequest const& request);
 
    World& world_;
@@ -208,12 +210,9 @@ class Detours {
    Setting setting_ = Setting::refuse;
    Seconds answerBound_ = 10.0;
    std::deque<Pending> pending_;
-   struct Refused {
-      std::string why;
-      bool stuck; // by what else uses an entry; else the unit lacks something
-   };
-   bool tryStuck_ = false;           // something was changed that may free what is stuck
-   std::map<Held, Refused> refused_; // held back until what they lack has come
+   std::map<Held, std::string> refused_; // held back until what they lack has come, and why
+   std::set<Held> stuck_;                // of those: by what else uses an entry, not by the unit
+   bool tryStuck_ = false;               // something was changed that may free what is stuck
    struct Wish {
       TcamSharingPolicyId policy;
       std::string why;

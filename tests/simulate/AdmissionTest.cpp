@@ -46,7 +46,8 @@ struct Example {
 
 class Play {
  public:
-   Play() : host_(parseInventory(fileContent(folder + "inventory.json").value(), "inventory")) {}
+   explicit Play(std::string const& inventory = folder + "inventory.json")
+       : host_(parseInventory(fileContent(inventory).value(), "inventory")) {}
 
    // Stops at the first error. "" when there was none.
    std::string run(std::vector<std::string> const& commands) {
@@ -368,6 +369,25 @@ TEST(AdmissionTest, WaysRoundTakeWhatElseIsGoingOnIntoAccount) {
          EXPECT_EQ(play.run(command.substr(refused ? 2 : 0)) != "", refused)
              << name << ": " << command << " " << play.run("settle");
       }
+   }
+}
+
+// Nothing but the work of another request frees the entry.
+TEST(AdmissionTest, WhatIsStuckIsHandedOverWhenItsEntryIsFree) {
+   Play play("examples/chassis.json");
+   std::string const port = "lc1/asic0/Ethernet0";
+   std::string const lag = "lc1/asic0/PortChannel1";
+   for (std::string const& command :
+        {std::string("set admission detour"), std::string("set quantum 0"),
+         "encapsulation " + port + ".13 11", "encapsulation " + lag + ".104 11",
+         "vlan-domain " + lag + " 1", "request acl " + lag + ".104 own other=2",
+         std::string("settle"), "vlan-domain " + lag + " none", std::string("unit 0 lookup lumen"),
+         "request acl " + port + ".11 own qos=1",
+         "request lumen " + lag + ".104 own lumen=2,other=1", std::string("settle"),
+         "request acl " + port + ".13 own qos=31", "dynamic-encapsulation " + port + ".11 10",
+         "vlan-domain " + lag + " 8", std::string("settle"), std::string("expect count held 0"),
+         "expect in-hardware " + port + ".13 own"}) {
+      EXPECT_EQ(play.run(command), "") << command;
    }
 }
 
