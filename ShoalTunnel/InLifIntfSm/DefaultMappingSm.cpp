@@ -12,8 +12,7 @@ using Shoal::SystemPhyPortId;
 namespace {
 
 LifFeatureWord wordOf(InLifFeatureAttributes const& attributes) {
-   return {static_cast<uint64_t>(attributes.eei) << 32 |
-           static_cast<uint64_t>(attributes.data1) << 16 | attributes.data0};
+   return LifFeatureWord::of(attributes.data0, attributes.data1, attributes.eei);
 }
 
 } // namespace
@@ -61,14 +60,14 @@ void DefaultMappingSm::handlePortMap() {
    for (auto const& [phyIntf, word] : defaultMergedLifFeatureCfg_->lifFeatureAttrIter()) {
       doMove(phyIntf, touched);
    }
-   for (auto const& [place, word] : defaultMappingConfig_->configIter()) {
-      touched.push_back(place);
+   for (auto const& [key, word] : defaultMappingConfig_->configIter()) {
+      touched.push_back(key.place());
    }
    for (PortMap const& place : touched) {
       doWritePlace(place);
    }
    for (auto const& [key, word] : subIntfMappingConfig_->configIter()) {
-      doWriteSubIntf({key.subIntf, key.tcamId});
+      doWriteSubIntf({key.subIntf(), key.tcamId()});
    }
    for (auto const& [key, word] : subIntfLifFeatureCfg_->lifFeatureAttrIter()) {
       doWriteSubIntf(key);
@@ -172,12 +171,12 @@ void DefaultMappingSm::doWritePlace(PortMap const& place) {
    }
    if (phyIntf == IntfId()) {
       SHOAL_TRACE(7, __func__, ": clear unit: ", place.fapId, ", port: ", place.fapPortId);
-      defaultMappingConfig_->configDel(place);
+      defaultMappingConfig_->configDel(DefaultMappingKey(place));
       return;
    }
    SHOAL_TRACE(7, __func__, ": unit: ", place.fapId, ", port: ", place.fapPortId,
                ", intfId: ", phyIntf);
-   defaultMappingConfig_->configIs(place,
+   defaultMappingConfig_->configIs(DefaultMappingKey(place),
                                    wordOf(defaultMergedLifFeatureCfg_->lifFeatureAttr(phyIntf)));
 }
 
@@ -185,7 +184,7 @@ void DefaultMappingSm::doWriteSubIntf(InLifIntfKey const& key) {
    if (!shoalStatus_->portMapValid()) {
       return; // a handler has made it so
    }
-   SubIntfMappingKey entry{key.intfId(), key.tcamId()};
+   SubIntfMappingKey entry(key.intfId(), key.tcamId());
    if (subIntfLifFeatureCfg_->lifFeatureAttrHas(key)) {
       subIntfMappingConfig_->configIs(entry, wordOf(subIntfLifFeatureCfg_->lifFeatureAttr(key)));
    } else {

@@ -1,5 +1,7 @@
 #include "ShoalTunnel/TcamSharingVlanTagMapSm/SubIntfTags.h"
 
+#include <algorithm>
+
 namespace Hardware::ShoalTunnel {
 
 using Bridging::Dot1qEncap;
@@ -22,6 +24,53 @@ SubIntfTags::SubIntfTags(Orv::Ptr<Interface::SubIntfConfigDir const> subIntfConf
    }
 }
 
+void SubIntfTags::SameTag::addToSeveral(IntfId subIntf, uint16_t inner) {
+   several_->subIntfs.insert(subIntf);
+   several_->repeated += ++several_->inner[inner] == 2 ? 1 : 0;
+}
+
+void SubIntfTags::SameTag::add(IntfId subIntf, uint16_t inner) {
+   if (several_ == nullptr && empty()) {
+      only_ = subIntf;
+      inner_ = inner;
+      return;
+   }
+   if (several_ == nullptr) {
+      several_ = std::make_unique<Several>();
+      addToSeveral(only_, inner_);
+   }
+   addToSeveral(subIntf, inner);
+}
+
+void SubIntfTags::SameTag::remove(IntfId subIntf, uint16_t inner) {
+   if (several_ == nullptr) {
+      only_ = IntfId();
+      return;
+   }
+   several_->subIntfs.erase(subIntf);
+   auto count = several_->inner.find(inner);
+   several_->repeated -= --count->second == 1 ? 1 : 0;
+   if (count->second == 0) {
+      several_->inner.erase(count);
+   }
+   if (several_->subIntfs.size() == 1) {
+      only_ = *several_->subIntfs.begin();
+      inner_ = several_->inner.begin()->first;
+      several_.reset();
+   }
+}
+
+bool SubIntfTags::SameTag::meets(SameTag const& other) const {
+   if (tags() > other.tags()) {
+      return other.meets(*this);
+   }
+   if (several_ == nullptr) {
+      return !empty() && other.has(inner_);
+   }
+   return std::any_of(several_->inner.begin(), several_->inner.end(),
+                      [&](auto const& each) { return other.has(each.first); });
+}
+
 Dot1qEncap SubIntfTags::inForce(IntfId subIntf) const {
    auto config = subIntfConfigDir_ ? subIntfConfigDir_->subIntfConfig(subIntf) : nullptr;
    if (!config) {
@@ -33,8 +82,8 @@ Dot1qEncap SubIntfTags::inForce(IntfId subIntf) const {
 
 SubIntfTags::ByTag const& SubIntfTags::subIntfsOf(IntfId parent) const {
    static ByTag const none;
-   auto found = byParent_.find(parent);
-   return found == byParent_.end() ? none : found->second;
+   ByTag const* found = byParent_.find(parent);
+   return found == nullptr ? none : *found;
 }
 
 SubIntfTags::SameTag const& SubIntfTags::subIntfsOf(IntfId parent, uint16_t outer) const {
@@ -68,26 +117,19 @@ Dot1qEncap SubIntfTags::doRecord(IntfId subIntf) {
    }
    IntfId parent = Plexus::SubIntfId::parentIntfId(subIntf);
    if (!previous.isZero()) {
-      auto byTag = byParent_.find(parent);
-      auto sameTag = byTag->second.find(previous.outer);
-      auto inner = sameTag->second.inner.find(previous.inner);
-      sameTag->second.repeated -= --inner->second == 1 ? 1 : 0;
-      if (inner->second == 0) {
-         sameTag->second.inner.erase(inner);
+      ByTag& byTag = *byParent_.find(parent);
+      auto sameTag = byTag.find(previous.outer);
+      sameTag->second.remove(subIntf, previous.inner);
+      if (sameTag->second.empty()) {
+         byTag.erase(sameTag);
       }
-      sameTag->second.subIntfs.erase(subIntf);
-      if (sameTag->second.subIntfs.empty()) {
-         byTag->second.erase(sameTag);
-      }
-      if (byTag->second.empty()) {
-         byParent_.erase(byTag);
+      if (byTag.empty()) {
+         byParent_.erase(parent);
       }
       tags_.del(subIntf);
    }
    if (!now.isZero()) {
-      SameTag& sameTag = byParent_[parent][now.outer];
-      sameTag.subIntfs.insert(subIntf);
-      sameTag.repeated += ++sameTag.inner[now.inner] == 2 ? 1 : 0;
+      byParent_[parent][now.outer].add(subIntf, now.inner);
       tags_.set(subIntf, now);
    }
    return previous;

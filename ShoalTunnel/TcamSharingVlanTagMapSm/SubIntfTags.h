@@ -5,9 +5,11 @@
 #pragma once
 
 #include "platform/Interface/SubIntf.h"
+#include "platform/Orv/IndexedMap.h"
 #include "ShoalTunnel/Export.h"
 
 #include <map>
+#include <memory>
 #include <set>
 
 namespace Hardware::ShoalTunnel {
@@ -28,11 +30,33 @@ class TCAM_SHARING_EXPORT SubIntfTags {
 
    // Zero: none.
    Bridging::Dot1qEncap tags(Plexus::IntfId subIntf) const { return tags_.get(subIntf); }
-   // The sub-interfaces with one outer tag.
-   struct SameTag {
-      std::set<Plexus::IntfId> subIntfs;
-      std::map<uint16_t, uint32_t> inner; // how many have each inner tag
-      uint32_t repeated = 0;              // inner tags that more than one has
+   // The sub-interfaces with one outer tag; mostly one, which takes no memory of its own.
+   class TCAM_SHARING_EXPORT SameTag {
+    public:
+      bool empty() const { return lowest() == Plexus::IntfId(); }
+      // The one with the lowest id; the empty interface: there is none.
+      Plexus::IntfId lowest() const { return several_ ? *several_->subIntfs.begin() : only_; }
+      // Two have the same inner tag; one here has that of one there.
+      bool repeats() const { return several_ && several_->repeated != 0; }
+      bool meets(SameTag const& other) const;
+      void add(Plexus::IntfId subIntf, uint16_t inner);
+      void remove(Plexus::IntfId subIntf, uint16_t inner);
+
+    private:
+      struct Several {
+         std::set<Plexus::IntfId> subIntfs;
+         std::map<uint16_t, uint32_t> inner; // how many have each inner tag
+         uint32_t repeated = 0;              // inner tags that more than one has
+      };
+      std::size_t tags() const { return several_ ? several_->inner.size() : empty() ? 0 : 1; }
+      bool has(uint16_t inner) const {
+         return several_ ? several_->inner.contains(inner) : !empty() && inner_ == inner;
+      }
+      void addToSeveral(Plexus::IntfId subIntf, uint16_t inner);
+
+      Plexus::IntfId only_; // if there is one, with its inner tag
+      uint16_t inner_ = 0;
+      std::unique_ptr<Several> several_; // if there were more
    };
    // Those of a port or port-channel, by their outer tag.
    using ByTag = std::map<uint16_t, SameTag>;
@@ -69,7 +93,7 @@ class TCAM_SHARING_EXPORT SubIntfTags {
    Orv::Ptr<Interface::SubIntfDynDot1qEncap const> dynSubIntfEncap_;
    Follower& follower_;
    Orv::KeyedByIndex<Plexus::IntfId, Bridging::Dot1qEncap> tags_; // those with tags
-   std::map<Plexus::IntfId, ByTag> byParent_;
+   Orv::IndexedMap<Plexus::IntfId, ByTag> byParent_;
    OrvSubIntfConfigDir orvSubIntfConfigDir_;
    OrvDynSubIntfEncap orvDynSubIntfEncap_;
    Orv::KeyedByIndex<Plexus::IntfId, Orv::Ptr<OrvSubIntfConfig>> subIntfConfig_;

@@ -23,9 +23,9 @@ class TCAM_SHARING_EXPORT VlanTagUsers : public Orv::Entity {
    explicit VlanTagUsers(VlanTagKey key) : key_(key) {}
    VlanTagKey key() const { return key_; }
    // The requests of the shared entry.
-   ORV_SET(request, TcamSharingRequest, Orv::KeyedByIndex)
+   ORV_SET(request, TcamSharingRequest, Orv::Small)
    // The ports in this domain that carry the tag.
-   ORV_SET(xlate, VlanXlateKey, Orv::Keyed)
+   ORV_SET(xlate, VlanXlateKey, Orv::Small)
 
    // On how many of them it is the tag of a sub-interface, and a VLAN that is carried.
    ORV_COUNTER(subIntf)

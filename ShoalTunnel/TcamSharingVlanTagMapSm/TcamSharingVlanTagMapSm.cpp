@@ -74,11 +74,11 @@ void TcamSharingVlanTagMapSm::doRead() {
 void TcamSharingVlanTagMapSm::handleIntf(IntfId const& phyIntf) {
    SHOAL_TRACE(8, "TcamSharingVlanTagMapSm::", __func__, ": intfId: ", phyIntf);
    IntfId port = phyIntf;
-   auto found = tagsOf_.find(port);
-   if (found == tagsOf_.end()) {
+   auto const* found = tagsOf_.find(port);
+   if (found == nullptr) {
       return;
    }
-   for (uint16_t tag : std::set<uint16_t>(found->second)) {
+   for (uint16_t tag : std::set<uint16_t>(*found)) {
       doUpdate({port, tag});
    }
 }
@@ -128,7 +128,9 @@ TcamSharingVlanTagMapSm::Use TcamSharingVlanTagMapSm::useOf(VlanXlateKey const& 
 }
 
 VlanTagKey TcamSharingVlanTagMapSm::pairOf(TcamSharingRequest request) const {
-   AradSemKeyAndFap key = tcamSharingCommon_->tcamRequestToIsemKeyMapping(request);
+   AradSemKeyAndFap key = tcamSharingCommon_
+                              ? tcamSharingCommon_->tcamRequestToIsemKeyMapping(request)
+                              : AradSemKeyAndFap();
    if (key == AradSemKeyAndFap()) {
       return {};
    }
@@ -160,7 +162,10 @@ void TcamSharingVlanTagMapSm::doUpdate(VlanXlateKey const& of) {
       return;
    }
    // Everything that notifies nobody first.
-   auto left = tcamSharingVlanTagMap_->vlanTag(previous.pair);
+   Orv::Ptr<VlanTagUsers> left;
+   if (!previous.pair.fapId.isNull()) {
+      left = tcamSharingVlanTagMap_->vlanTag(previous.pair);
+   }
    auto joined = tcamSharingVlanTagMap_->vlanTag(now.pair);
    if (left) {
       left->subIntfDec(previous.subIntf ? 1 : 0);
@@ -179,13 +184,15 @@ void TcamSharingVlanTagMapSm::doUpdate(VlanXlateKey const& of) {
       left->xlateDel(key);
    }
    for (VlanTagKey const& pair : {now.pair, previous.pair}) {
-      doUpdateCollision(pair);
-      doMaybeDelete(pair);
+      if (!pair.fapId.isNull()) {
+         doUpdateCollision(pair);
+         doMaybeDelete(pair);
+      }
    }
 }
 
 void TcamSharingVlanTagMapSm::doUpdateCollision(VlanTagKey const& pair) {
-   if (counted_ && !pair.fapId.isNull()) {
+   if (counted_) {
       auto users = tcamSharingVlanTagMap_->vlanTag(pair);
       tcamSharingVlanTagMap_->collisionIs(pair, users && users->collide());
    }

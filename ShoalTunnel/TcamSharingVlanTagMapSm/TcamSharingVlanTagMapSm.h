@@ -10,12 +10,12 @@
 // Event thread only.
 #pragma once
 
+#include "platform/Orv/IndexedMap.h"
 #include "ShoalTunnel/TcamSharing/TcamSharingCommon.h"
 #include "ShoalTunnel/TcamSharingVlanTagMapSm/TcamSharingVlanTagMap.h"
 #include "ShoalTunnel/VlanDomainSm/IntfToFapIdStatus.h"
 #include "ShoalTunnel/VlanDomainSm/IntfToVlanDomainStatus.h"
 
-#include <map>
 #include <set>
 
 namespace Hardware::ShoalTunnel {
@@ -71,7 +71,7 @@ class TCAM_SHARING_EXPORT TcamSharingVlanTagMapSm : public Orv::RefCounted {
    // Of each user, its pair; of each port, its tags.
    Orv::KeyedByIndex<TcamSharingRequest, VlanTagKey> pairOfRequest_;
    Orv::Keyed<VlanXlateKey, Use> use_;
-   std::map<Plexus::IntfId, std::set<uint16_t>> tagsOf_;
+   Orv::IndexedMap<Plexus::IntfId, std::set<uint16_t>> tagsOf_;
 
    OrvIntf orvIntfToFapIdStatus_;
    OrvIntf orvIntfToVlanDomainStatus_;

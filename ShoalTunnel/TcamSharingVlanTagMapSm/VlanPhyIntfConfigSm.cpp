@@ -63,9 +63,8 @@ void VlanPhyIntfConfigSm::handleInitialized() {
    }
    for (Published* published : {&publishedVlans_, &publishedTags_}) {
       published->read();
-      for (auto const& [phyIntf, tags] : published->byPort()) {
-         placed_.set(phyIntf, true);
-      }
+      published->byPort().forEach(
+          [this](IntfId phyIntf, Tags const&) { placed_.set(phyIntf, true); });
    }
    if (shoalStatus_->portMapValid()) {
       handlePortMapVersion();
@@ -160,23 +159,23 @@ bool VlanPhyIntfConfigSm::carriesVlan(IntfId phyIntf, uint16_t vlanId) const {
    if (untaggedVlan_.get(member).value() == vlanId) {
       return true;
    }
-   auto tagged = taggedVlans_.find(member);
-   return tagged != taggedVlans_.end() && tagged->second.contains(vlanId);
+   Tags const* tagged = taggedVlans_.find(member);
+   return tagged != nullptr && tagged->contains(vlanId);
 }
 
 bool VlanPhyIntfConfigSm::carriesSubIntfTag(IntfId phyIntf, uint16_t tag) const {
    IntfId lag = lagOf(lagPhyIntfMapping_, phyIntf);
-   return !subIntfTags_.subIntfsOf(phyIntf, tag).subIntfs.empty() ||
-          (lag != IntfId() && !subIntfTags_.subIntfsOf(lag, tag).subIntfs.empty());
+   return !subIntfTags_.subIntfsOf(phyIntf, tag).empty() ||
+          (lag != IntfId() && !subIntfTags_.subIntfsOf(lag, tag).empty());
 }
 
 void VlanPhyIntfConfigSm::doRecordTagged(Bridging::VlanMember const& member) {
    if (taggedVlanDir_->taggedVlan(member)) {
       taggedVlans_[member.intfId].insert(member.vlanId.value());
-   } else if (auto found = taggedVlans_.find(member.intfId); found != taggedVlans_.end()) {
-      found->second.erase(member.vlanId.value());
-      if (found->second.empty()) {
-         taggedVlans_.erase(found);
+   } else if (Tags* found = taggedVlans_.find(member.intfId)) {
+      found->erase(member.vlanId.value());
+      if (found->empty()) {
+         taggedVlans_.erase(member.intfId);
       }
    }
 }
@@ -197,8 +196,8 @@ void VlanPhyIntfConfigSm::doUpdatePort(IntfId phyIntf) {
    IntfId lag = lagOf(lagPhyIntfMapping_, phyIntf);
    IntfId member = memberOf(phyIntf);
    Tags vlans = publishedVlans_.tagsOf(phyIntf);
-   if (auto tagged = taggedVlans_.find(member); tagged != taggedVlans_.end()) {
-      vlans.insert(tagged->second.begin(), tagged->second.end());
+   if (Tags const* tagged = taggedVlans_.find(member)) {
+      vlans.insert(tagged->begin(), tagged->end());
    }
    vlans.insert(untaggedVlan_.get(member).value());
    Tags tags = publishedTags_.tagsOf(phyIntf);
@@ -221,13 +220,13 @@ void VlanPhyIntfConfigSm::Published::read() {
 }
 
 VlanPhyIntfConfigSm::Tags VlanPhyIntfConfigSm::Published::tagsOf(IntfId phyIntf) const {
-   auto found = byPort_.find(phyIntf);
-   return found == byPort_.end() ? Tags() : found->second;
+   Tags const* found = byPort_.find(phyIntf);
+   return found == nullptr ? Tags() : *found;
 }
 
 bool VlanPhyIntfConfigSm::Published::has(IntfId phyIntf, uint16_t tag) const {
-   auto port = byPort_.find(phyIntf);
-   return port != byPort_.end() && port->second.contains(tag);
+   Tags const* port = byPort_.find(phyIntf);
+   return port != nullptr && port->contains(tag);
 }
 
 void VlanPhyIntfConfigSm::Published::set(IntfId phyIntf, uint16_t tag, bool carries) {
@@ -243,12 +242,12 @@ void VlanPhyIntfConfigSm::Published::set(IntfId phyIntf, uint16_t tag, bool carr
       }
       return;
    }
-   auto port = byPort_.find(phyIntf);
-   if (port == byPort_.end() || port->second.erase(tag) == 0) {
+   Tags* port = byPort_.find(phyIntf);
+   if (port == nullptr || port->erase(tag) == 0) {
       return;
    }
-   if (port->second.empty()) {
-      byPort_.erase(port);
+   if (port->empty()) {
+      byPort_.erase(phyIntf);
    }
    SHOAL_TRACE(7, "VlanPhyIntfConfigSm: ", phyIntf, " does not carry ", tag);
    if (auto ports = config_->vlanTag(tag)) {

@@ -57,7 +57,7 @@ class TCAM_SHARING_EXPORT VlanPhyIntfConfigSm : public Orv::RefCounted,
     public:
       explicit Published(Orv::Ptr<VlanPhyIntfConfig> config) : config_(std::move(config)) {}
       void read(); // what an earlier machine wrote
-      std::map<Plexus::IntfId, Tags> const& byPort() const { return byPort_; }
+      Orv::IndexedMap<Plexus::IntfId, Tags> const& byPort() const { return byPort_; }
       Tags tagsOf(Plexus::IntfId phyIntf) const;
       void set(Plexus::IntfId phyIntf, uint16_t tag, bool carries);
 
@@ -65,7 +65,7 @@ class TCAM_SHARING_EXPORT VlanPhyIntfConfigSm : public Orv::RefCounted,
       bool has(Plexus::IntfId phyIntf, uint16_t tag) const;
 
       Orv::Ptr<VlanPhyIntfConfig> config_;
-      std::map<Plexus::IntfId, Tags> byPort_;
+      Orv::IndexedMap<Plexus::IntfId, Tags> byPort_;
    };
    struct OrvShoalStatus {
       explicit OrvShoalStatus(VlanPhyIntfConfigSm* sm) : sysPhyPortId(sm), portMapVersion(sm) {}
@@ -95,7 +95,7 @@ class TCAM_SHARING_EXPORT VlanPhyIntfConfigSm : public Orv::RefCounted,
    bool initialized_ = false;
    SubIntfTags subIntfTags_;
    Orv::KeyedByIndex<Plexus::IntfId, Bridging::VlanIdOrNone> untaggedVlan_; // as last seen
-   std::map<Plexus::IntfId, Tags> taggedVlans_;
+   Orv::IndexedMap<Plexus::IntfId, Tags> taggedVlans_;
    Orv::KeyedByIndex<Plexus::IntfId, bool> placed_; // those that are published
    Published publishedVlans_;
    Published publishedTags_;

@@ -108,17 +108,11 @@ VlanXlate VlanXlateStatusSm::meaningOf(VlanXlateKey const& key) const {
       auto const& own = subIntfTags_.subIntfsOf(key.phyIntf, key.vlanTag);
       auto const& ofLag = subIntfTags_.subIntfsOf(lag, key.vlanTag);
       for (auto const* some : {&own, &ofLag}) {
-         if (!some->subIntfs.empty() &&
-             (meaning.subIntf == IntfId() || *some->subIntfs.begin() < meaning.subIntf)) {
-            meaning.subIntf = *some->subIntfs.begin();
+         if (!some->empty() && (meaning.subIntf == IntfId() || some->lowest() < meaning.subIntf)) {
+            meaning.subIntf = some->lowest();
          }
-         meaning.collision |= some->repeated != 0;
       }
-      bool fewer = own.inner.size() < ofLag.inner.size();
-      auto const& all = fewer ? ofLag.inner : own.inner;
-      for (auto const& [inner, count] : fewer ? own.inner : ofLag.inner) {
-         meaning.collision |= all.contains(inner);
-      }
+      meaning.collision = own.repeats() || ofLag.repeats() || own.meets(ofLag);
    }
    meanings += meaning.subIntf != IntfId() ? 1 : 0;
    for (IntfId routed : {key.phyIntf, lag}) {

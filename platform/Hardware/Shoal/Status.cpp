@@ -12,4 +12,12 @@ SystemTcamId fapLocalCoreIdToSystemTcamId(Orv::Ptr<Status const> const& status, 
    return SystemTcamId(static_cast<uint16_t>(number < 2048 ? number : number + 1));
 }
 
+FapId fapOf(SystemTcamId tcamId) {
+   if (tcamId == SystemTcamId()) {
+      return FapId();
+   }
+   uint32_t number = tcamId.value() < 2048 ? tcamId.value() : tcamId.value() - 1U;
+   return FapId(number / kCoresPerFap);
+}
+
 } // namespace Hardware::Shoal

@@ -44,5 +44,7 @@ class ORV_EXPORT Status : public Orv::Entity {
 inline constexpr uint32_t kCoresPerFap = 2;
 ORV_EXPORT SystemTcamId fapLocalCoreIdToSystemTcamId(Orv::Ptr<Status const> const& status,
                                                      FapId fapId, uint32_t localCoreId);
+// The unit of a TCAM; null for the unset one.
+ORV_EXPORT FapId fapOf(SystemTcamId tcamId);
 
 } // namespace Hardware::Shoal

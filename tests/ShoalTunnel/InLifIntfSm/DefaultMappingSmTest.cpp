@@ -49,7 +49,7 @@ class DefaultMappingTest : public testing::Test {
       std::map<uint16_t, uint64_t> words;
       for (auto const& [at, word] : config->configIter()) {
          EXPECT_EQ(word.value >> 16, 1U << 16);
-         words[at.fapPortId] = word.value & 0xffff;
+         words[at.place().fapPortId] = word.value & 0xffff;
       }
       return text(words);
    }
@@ -70,13 +70,13 @@ class DefaultMappingTest : public testing::Test {
 };
 
 // The places that were cleared.
-struct Cleared : Orv::Reactor<PortMap> {
+struct Cleared : Orv::Reactor<DefaultMappingKey> {
    explicit Cleared(DefaultMappingConfig const& of) : config(of) {
       config.configCollection().watch(*this);
    }
-   void handle(PortMap const& at) override {
+   void handle(DefaultMappingKey const& at) override {
       if (!config.configHas(at)) {
-         places.push_back(at.fapPortId);
+         places.push_back(at.place().fapPortId);
       }
    }
    DefaultMappingConfig const& config;

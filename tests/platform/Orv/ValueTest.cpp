@@ -170,6 +170,7 @@ TEST(StatusTest, SystemTcamsOfUnitsDifferAndAreNeverTheUnsetOne) {
    for (uint32_t unit = 0; unit < 2048; ++unit) {
       for (uint32_t core = 0; core < Hardware::Shoal::kCoresPerFap; ++core) {
          auto id = Hardware::Shoal::fapLocalCoreIdToSystemTcamId(status, FapId(unit), core);
+         EXPECT_EQ(Hardware::Shoal::fapOf(id), FapId(unit));
          EXPECT_TRUE(seen.insert(id.value()).second) << unit;
       }
    }
