@@ -128,13 +128,13 @@ bool printLayouts(std::size_t count) {
 
 int main(int argc, char** argv) {
    using namespace Bench;
-   PathRuns runs(countsUpTo(limit()));
-   runs.add<FeatureWorld, FeaturePipeline, FeatureBaseline>(Path::subIntfFeatures,
-                                                            FeatureRequestKind::subInterfaces);
-   runs.add<FeatureWorld, FeaturePipeline, FeatureBaseline>(Path::portFeatures,
-                                                            FeatureRequestKind::ports);
-   runs.add<FeatureWorld, FeaturePipeline, FeatureBaseline>(Path::allFeatures,
-                                                            FeatureRequestKind::allTypes);
+   PathRuns runs(countsUpTo(limit()), {Variant::pipeline, Variant::standard, Variant::platform});
+   runs.add<FeatureWorld, FeaturePipeline, FeatureBaseline, false>(
+       Path::subIntfFeatures, FeatureRequestKind::subInterfaces);
+   runs.add<FeatureWorld, FeaturePipeline, FeatureBaseline, false>(Path::portFeatures,
+                                                                   FeatureRequestKind::ports);
+   runs.add<FeatureWorld, FeaturePipeline, FeatureBaseline, false>(Path::allFeatures,
+                                                                   FeatureRequestKind::allTypes);
    if (!runs.run(argc, argv)) {
       return runs.anyWrong() ? 1 : 0; // a filter excluded some runs
    }

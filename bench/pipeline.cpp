@@ -1,7 +1,8 @@
 // The cost of a request, in time and heap, from acl's configuration to its status. The
 // chip answers at once. There are three paths: to the ISEM, to the in-LIFs of sub-interfaces and to
-// those of tunnels. Each is compared with two baselines that do the same table operations and
+// those of tunnels. Each is compared with three baselines that do the same table operations and
 // nothing else.
+#include "bench/support/ArrayTables.h"
 #include "bench/support/InLifBaseline.h"
 #include "bench/support/InLifPipeline.h"
 #include "bench/support/IsemBaseline.h"
@@ -101,10 +102,11 @@ void printTraceCost(std::filesystem::path const& folder, std::size_t count) {
 int main(int argc, char** argv) {
    using namespace Bench;
    auto counts = countsUpTo(limit());
-   PathRuns runs(counts);
-   runs.add<World, IsemPipeline, IsemBaseline>(Path::isem, RequestKind::subInterfaces);
-   runs.add<World, InLifPipeline, InLifBaseline>(Path::mapper, RequestKind::subInterfaces);
-   runs.add<World, InLifPipeline, InLifBaseline>(Path::tunnel, RequestKind::tunnels);
+   PathRuns runs(counts,
+                 {Variant::pipeline, Variant::standard, Variant::platform, Variant::arrays});
+   runs.add<World, IsemPipeline, IsemBaseline, true>(Path::isem, RequestKind::subInterfaces);
+   runs.add<World, InLifPipeline, InLifBaseline, true>(Path::mapper, RequestKind::subInterfaces);
+   runs.add<World, InLifPipeline, InLifBaseline, true>(Path::tunnel, RequestKind::tunnels);
    if (!runs.run(argc, argv)) {
       return runs.anyWrong() ? 1 : 0; // a filter excluded some runs
    }

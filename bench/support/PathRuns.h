@@ -23,6 +23,7 @@ namespace Bench {
 
 struct Standard;
 struct Platform;
+struct Arrays;
 
 inline std::size_t limit() {
    char const* max = std::getenv("SHOAL_BENCH_MAX");
@@ -41,13 +42,16 @@ inline std::vector<std::size_t> countsUpTo(std::size_t max) {
 
 class PathRuns {
  public:
-   explicit PathRuns(std::vector<std::size_t> counts) : counts_(std::move(counts)) {}
+   // `variants`: with the pipeline.
+   PathRuns(std::vector<std::size_t> counts, std::vector<Variant> variants)
+       : counts_(std::move(counts)), variants_(std::move(variants)) {}
 
-   template<class World, class Pipeline, template<class> class Baseline, class RequestKind>
+   template<class World, class Pipeline, template<class> class Baseline, bool withArrays,
+            class RequestKind>
    void add(Path path, RequestKind kind) {
       paths_.push_back(path);
       for (std::size_t count : counts_) {
-         for (Variant variant : variants) {
+         for (Variant variant : variants_) {
             auto run = [=, this](benchmark::State& state) {
                switch (variant) {
                case Variant::pipeline:
@@ -56,6 +60,10 @@ class PathRuns {
                   return measure<World, Baseline<Standard>>(state, path, variant, kind);
                case Variant::platform:
                   return measure<World, Baseline<Platform>>(state, path, variant, kind);
+               case Variant::arrays:
+                  if constexpr (withArrays) {
+                     return measure<World, Baseline<Arrays>>(state, path, variant, kind);
+                  }
                }
             };
             registerRun(path, variant, count, run);
@@ -74,9 +82,9 @@ class PathRuns {
       benchmark::Initialize(&argc, arguments.data());
       auto ran = benchmark::RunSpecifiedBenchmarks();
       for (Path path : paths_) {
-         report_.print(path, counts_);
+         report_.print(path, variants_, counts_);
       }
-      return !anyWrong_ && ran == paths_.size() * std::size(variants) * counts_.size();
+      return !anyWrong_ && ran == paths_.size() * variants_.size() * counts_.size();
    }
    bool anyWrong() const { return anyWrong_; }
 
@@ -171,6 +179,7 @@ class PathRuns {
    }
 
    std::vector<std::size_t> counts_;
+   std::vector<Variant> variants_;
    std::vector<Path> paths_;
    Report report_;
    bool anyWrong_ = false;

@@ -12,7 +12,7 @@ char const* nameOf(Path path) {
 }
 
 char const* nameOf(Variant variant) {
-   constexpr char const* names[] = {"pipeline", "unordered_map", "collections"};
+   constexpr char const* names[] = {"pipeline", "unordered_map", "collections", "arrays"};
    return names[static_cast<int>(variant)];
 }
 
@@ -29,7 +29,8 @@ Figures Report::median(Path path, Variant variant, std::size_t count) const {
    return {of(&Figures::fill), of(&Figures::change), of(&Figures::withdraw), of(&Figures::bytes)};
 }
 
-void Report::print(Path path, std::vector<std::size_t> const& counts) const {
+void Report::print(Path path, std::vector<Variant> const& variants,
+                   std::vector<std::size_t> const& counts) const {
    for (std::size_t count : counts) {
       for (Variant variant : variants) {
          if (!measured_.contains({path, variant, count})) {
@@ -49,7 +50,10 @@ void Report::print(Path path, std::vector<std::size_t> const& counts) const {
    }
    std::printf("Ratio of the pipeline to each baseline (below 1: faster, smaller)\n");
    for (std::size_t count : counts) {
-      for (Variant baseline : {Variant::standard, Variant::platform}) {
+      for (Variant baseline : variants) {
+         if (baseline == Variant::pipeline) {
+            continue;
+         }
          Figures own = median(path, Variant::pipeline, count);
          Figures other = median(path, baseline, count);
          std::printf(

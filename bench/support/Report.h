@@ -11,8 +11,7 @@ namespace Bench {
 enum class Path { isem, mapper, tunnel, subIntfFeatures, portFeatures, allFeatures };
 char const* nameOf(Path path);
 
-enum class Variant { pipeline, standard, platform };
-inline constexpr Variant variants[] = {Variant::pipeline, Variant::standard, Variant::platform};
+enum class Variant { pipeline, standard, platform, arrays };
 char const* nameOf(Variant variant);
 
 struct Figures {
@@ -29,7 +28,8 @@ class Report {
       measured_[{path, variant, count}].push_back(figures);
    }
    // Medians, ratios and growth of a path. Prints nothing unless every variant and count was run.
-   void print(Path path, std::vector<std::size_t> const& counts) const;
+   void print(Path path, std::vector<Variant> const& variants,
+              std::vector<std::size_t> const& counts) const;
 
  private:
    Figures median(Path path, Variant variant, std::size_t count) const;
