@@ -29,12 +29,14 @@ void Checker::handleBuilt(Machine machine, SharingPipeline* pipeline) {
 }
 
 Findings Checker::checkTables() {
+   model_.update();
    Findings findings;
-   comparison_.compare(findings, Extent::whole);
+   comparison_.compare(findings, Extent::small);
    return findings;
 }
 
 Findings Checker::check(Extent extent) {
+   model_.update();
    Findings findings;
    comparison_.compare(findings, extent);
    explanations_.check(findings, extent);

@@ -14,8 +14,9 @@
 
 namespace Simulate {
 
-// How much a comparison looks at: the rows that were written since the last one, or all rows.
-enum class Extent { touched, whole };
+// How much a comparison looks at: the rows that were written since the last one, also all rows of
+// small tables, or all rows.
+enum class Extent { touched, small, whole };
 
 class Compared {
  public:
@@ -38,7 +39,10 @@ class ComparedTable : public Compared {
       auto compareRow = [&](K const& key) {
          findings.compareRow(check_, key, expected_(key), actual_(key));
       };
-      if (extent == Extent::whole || always_) {
+      for (auto const& convert : converts_) {
+         convert();
+      }
+      if (extent == Extent::whole || always_ || (extent == Extent::small && !large_)) {
          touched_.forget();
          forEachKey(compareRow);
       } else if (!touched_.empty()) {
@@ -70,6 +74,24 @@ class ComparedTable : public Compared {
       lists_.push_back([&table](Visit const& visit) {
          for (auto const& [key, value] : table) {
             visit(key);
+         }
+      });
+      return *this;
+   }
+
+   // The same, of a table with other keys: `keyOf` makes one of this table's of them.
+   template<class Other, class M, class KeyOf>
+   ComparedTable& listenAs(Table<Other, M> const& table, KeyOf keyOf) {
+      auto touched = std::make_shared<Touched<Other>>();
+      table.tells(*touched);
+      converts_.push_back([this, touched, keyOf] {
+         for (Other const& key : touched->take()) {
+            touched_.add(keyOf(key));
+         }
+      });
+      lists_.push_back([&table, keyOf](Visit const& visit) {
+         for (auto const& [key, value] : table) {
+            visit(keyOf(key));
          }
       });
       return *this;
@@ -132,6 +154,11 @@ class ComparedTable : public Compared {
       lists_.push_back(std::move(list));
       return *this;
    }
+   // It has a row for each of many things that a history does not use.
+   ComparedTable& large() {
+      large_ = true;
+      return *this;
+   }
    void touchAll() {
       forEachKey([this](K const& key) { touched_.add(key); });
    }
@@ -148,7 +175,9 @@ class ComparedTable : public Compared {
    Read expected_;
    Read actual_;
    std::vector<List> lists_;
+   std::vector<std::function<void()>> converts_;
    bool always_ = false;
+   bool large_ = false;
    Touched<K> touched_;
    std::map<K, std::unique_ptr<Orv::ReactorBase>> members_;
    Watchers watchers_;

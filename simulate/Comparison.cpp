@@ -62,7 +62,9 @@ Comparison::Comparison(AgentHost& host, Model const& model) : host_(host), model
    addMapper(host.mapper());
    addRouter();
    addPublished();
+   addVlanTags(host.vlanTags());
    addFeatures(host.inLifFeatures());
+   addChipWords(host.inLifFeatures());
 }
 
 void Comparison::compare(Findings& findings, Extent extent) {
@@ -117,7 +119,7 @@ void Comparison::addSharing(SharingPipeline const& pipeline, SharingModel const&
       if (pipeline.commonBase->notARealDelete()) {
          findings.add("no real delete", "the flag stands outside a slice");
       }
-      if (extent == Extent::whole && !pipeline.codef->indicesEqualWalks()) {
+      if (extent != Extent::touched && !pipeline.codef->indicesEqualWalks()) {
          findings.add("indices by interface", "one differs from a walk of what it indexes");
       }
    });
@@ -227,10 +229,90 @@ void Comparison::addRouter() {
 void Comparison::addPublished() {
    add<IntfId, FapId>("published units")
        .expect(model_.published.units())
-       .read(host_.intfToFapIdStatus()->intfToFapCollection());
+       .read(host_.vlanTags().intfToFapIdStatus->intfToFapCollection());
    add<IntfId, PublishedModel::VlanDomain>("published VLAN domains")
        .expect(model_.published.domains())
-       .read(host_.intfToVlanDomainStatus()->vlanDomainCollection());
+       .read(host_.vlanTags().intfToVlanDomainStatus->vlanDomainCollection());
+}
+
+void Comparison::addVlanTags(VlanTags const& tags) {
+   VlanTagModel const& model = model_.vlanTags;
+   auto addPorts = [&](char const* check, auto const& expected, VlanPhyIntfConfig const& config) {
+      add<uint16_t, std::set<IntfId>>(check)
+          .large()
+          .expect(expected)
+          .read(config.vlanTagCollection(),
+                [](auto const& ports) { return keysOf(ports->phyIntfCollection()); })
+          .followMembers(config.vlanTagCollection(), [](auto const& ports, auto handler) {
+             return watchKeys(ports.phyIntfCollection(), handler);
+          });
+   };
+   addPorts("ports of VLANs", model.vlans(), *tags.vlanPhyIntfConfig);
+   addPorts("ports of sub-interfaces' tags", model.subIntfTags(), *tags.subIntfTagPhyIntfConfig);
+   add<VlanXlateKey, VlanXlate>("meanings of tags")
+       .large()
+       .expect(model.meanings())
+       .read(tags.vlanXlateStatus->vlanXlateCollection());
+
+   auto const& entries = model_.isem.users();
+   auto requestsOf = [&entries](VlanTagKey const& pair) {
+      auto found = entries.end();
+      if (pair.fapId.value() <= AradSemKeyAndFap::maxFapId) {
+         AradISemKeyTcamSharing fields(Bridging::VlanId(pair.vlanTag), pair.vlanDomain);
+         found = entries.find(AradSemKeyAndFap(fields.key(), pair.fapId));
+      }
+      return found == entries.end() ? std::set<TcamSharingRequest>() : found->second;
+   };
+   auto const& map = tags.vlanTagMap->vlanTagCollection();
+   add<VlanTagKey, std::set<TcamSharingRequest>>("requests of VLAN tags")
+       .large()
+       .listen(model.users())
+       .listenAs(entries, VlanTags::tagOf)
+       .expectFrom([&model, requestsOf](VlanTagKey const& pair) {
+          auto requests = requestsOf(pair);
+          return requests.empty() && !model.users().contains(pair) ? std::nullopt
+                                                                   : std::optional(requests);
+       })
+       .read(map, [](auto const& users) { return keysOf(users->requestCollection()); })
+       .followMembers(map, [](auto const& users, auto handler) {
+          return watchKeys(users.requestCollection(), handler);
+       });
+   add<VlanTagKey, std::set<VlanXlateKey>>("ports of VLAN tags")
+       .large()
+       .listen(model.users())
+       .listenAs(entries, VlanTags::tagOf)
+       .expectFrom([&model, requestsOf](VlanTagKey const& pair) {
+          std::set<VlanXlateKey> ports;
+          if (auto users = model.users().find(pair); users != model.users().end()) {
+             for (auto const& [key, meaning] : users->second) {
+                ports.insert(key);
+             }
+          }
+          return ports.empty() && requestsOf(pair).empty() ? std::nullopt : std::optional(ports);
+       })
+       .read(map, [](auto const& users) { return keysOf(users->xlateCollection()); })
+       .followMembers(map, [](auto const& users, auto handler) {
+          return watchKeys(users.xlateCollection(), handler);
+       });
+   add<VlanTagKey, bool>("collisions of VLAN tags")
+       .large()
+       .listen(model.users())
+       .expectFrom([&model](VlanTagKey const& pair) {
+          auto users = model.users().find(pair);
+          bool collides = users != model.users().end() && VlanTagModel::collide(users->second);
+          return collides ? std::optional(true) : std::nullopt;
+       })
+       .read(tags.vlanTagMap->collisionCollection());
+}
+
+void Comparison::addChipWords(FeaturePipeline const& pipeline) {
+   auto wordOf = [](LifFeatureWord each) { return each.value; };
+   add<DefaultMappingKey, uint64_t>("words of places")
+       .expect(model_.chipWords.ofPlaces())
+       .read(pipeline.defaultMappingConfig->configCollection(), wordOf);
+   add<SubIntfMappingKey, uint64_t>("words of sub-interfaces in the chip's table")
+       .expect(model_.chipWords.ofSubIntfs())
+       .read(pipeline.subIntfMappingConfig->configCollection(), wordOf);
 }
 
 void Comparison::addFeatures(FeaturePipeline const& pipeline) {

@@ -30,6 +30,8 @@ class Comparison {
    void addMapper(MapperPipeline const& pipeline);
    void addRouter();
    void addPublished();
+   void addVlanTags(VlanTags const& tags);
+   void addChipWords(FeaturePipeline const& pipeline);
    void addFeatures(FeaturePipeline const& pipeline);
    template<class K, class V>
    ComparedTable<K, V>& add(char const* check);

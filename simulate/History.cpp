@@ -81,6 +81,10 @@ std::vector<Rule> const& grammar() {
         "untagged-vlan",
         {"untagged-vlan {port} {vlan}", "untagged-vlan {lag} {vlan}", "untagged-vlan {port} {vlan}",
          "untagged-vlan {port} none", "untagged-vlan {lag} none"}},
+       {2,
+        "tagged-vlan",
+        {"tagged-vlan {port} {carried} on", "tagged-vlan {lag} {carried} on",
+         "tagged-vlan {port} {carried} off", "tagged-vlan {lag} {carried} off"}},
        {0.1, "start-features-fresh", {"start-features-fresh"}},
 
        {0, "own", {"own", "own", "own", "own", "own", "own", "own", "own", "{unit}"}},
@@ -105,7 +109,9 @@ std::vector<Rule> const& grammar() {
        {0, "label", {"lumen=1", "lumen=2", "lumen=1", "lumen=127", "lumen=2,other=1"}},
        {0, "tags", {"{tag}", "{tag}", "{tag}", "{tag}", "{tag}", "{tag}", "{tag},7", "none"}},
        {0, "fault", {"refuse", "lose", "duplicate", "reorder", "slow", "defer"}},
-       {0, "table", {"isem", "mapper", "tunnel"}},
+       {0, "table", {"isem", "mapper", "tunnel", "port-word", "sub-interface-word"}},
+       // Some are the tags of sub-interfaces.
+       {0, "carried", {"{vlan}", "{tag}", "4000"}},
        {0,
         "often",
         {"next 1", "next 2", "next 3", "next 1", "next 2", "next 3", "next 1", "next 2", "often 0",

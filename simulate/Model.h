@@ -3,16 +3,25 @@
 #pragma once
 
 #include "agent/host/AgentHost.h"
+#include "simulate/ChipWordModel.h"
 #include "simulate/IsemModel.h"
 #include "simulate/MapperModel.h"
 #include "simulate/PublishedModel.h"
+#include "simulate/VlanTagModel.h"
 #include "simulate/WordModel.h"
 
 namespace Simulate {
 
 struct Model {
    explicit Model(World const& world)
-       : context(world), isem(context), mapper(context), published(context), features(context) {}
+       : context(world), isem(context), mapper(context), published(context),
+         vlanTags(context, published), features(context), chipWords(context, features) {}
+
+   // Brings those tables up to date that follow from facts as they are.
+   void update() {
+      vlanTags.update();
+      chipWords.update();
+   }
 
    // The pipeline that serves a unit of its present type.
    SharingModel& sharing(FapId unit) {
@@ -24,7 +33,9 @@ struct Model {
    IsemModel isem;
    MapperModel mapper;
    PublishedModel published;
+   VlanTagModel vlanTags;
    FeatureModel features;
+   ChipWordModel chipWords;
 };
 
 } // namespace Simulate

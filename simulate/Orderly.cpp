@@ -110,6 +110,7 @@ void Orderly::change() {
    case 1: {
       static constexpr char const* machines[] = {
           "isem",       "mapper",       "tunnel",           "vlan-domain",
+          "vlan-ports", "vlan-xlate",   "vlan-tag-map",     "default-mapping",
           "port-words", "merged-words", "feature-requests", "sub-interface-words"};
       thenSettle(std::string("rebuild ") + machines[below(std::size(machines))]);
       break;

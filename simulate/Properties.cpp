@@ -43,6 +43,15 @@ std::map<Key, uint64_t> carrying(std::map<Key, Data> const& entries) {
    return data;
 }
 
+template<class T>
+std::map<typename T::Key, uint64_t> wordsOf(T const& table) {
+   std::map<typename T::Key, uint64_t> words;
+   for (auto const& [key, word] : table.entries()) {
+      words[key] = word.value;
+   }
+   return words;
+}
+
 void checkWords(AgentHost const& host, Findings& findings) {
    auto const& features = host.inLifFeatures();
    std::map<InLifIntfKey, FeatureValues> asked;
@@ -67,11 +76,21 @@ void checkWords(AgentHost const& host, Findings& findings) {
                     read(features.subIntfWords->lifFeatureAttrCollection(), word));
    findings.compare("words are what is asked for", ports,
                     read(features.mergedWords->lifFeatureAttrCollection(), word));
+   std::map<DefaultMappingKey, uint64_t> places;
+   for (auto const& [port, value] : ports) {
+      places[DefaultMappingKey(host.world().placeOf(port))] = value;
+   }
+   std::map<SubIntfMappingKey, uint64_t> entries;
+   for (auto const& [key, value] : subIntfs) {
+      entries[SubIntfMappingKey(key.intfId(), key.tcamId())] = value;
+   }
+   findings.compare("the chip holds the words", places, wordsOf(host.chip().portWords()));
+   findings.compare("the chip holds the words", entries, wordsOf(host.chip().subIntfWords()));
 }
 
 } // namespace
 
-// Versions and order are the past's.
+// Versions and order are the past's; so is which ports carry tags, before the next version.
 std::vector<std::string> tablesOf(AgentHost const& host) {
    std::vector<std::string> lines;
    auto add = [&](char const* name, auto const& table) {
@@ -99,7 +118,9 @@ std::vector<std::string> tablesOf(AgentHost const& host) {
    add("ISEM in the chip", host.chip().isem().entries());
    add("mapper in the chip", carrying(host.chip().mapper().entries()));
    add("tunnel in the chip", carrying(host.chip().tunnels().entries()));
-   add("unit", read(host.intfToFapIdStatus()->intfToFapCollection(), asIs));
+   add("word in the chip", wordsOf(host.chip().portWords()));
+   add("sub-interface's word in the chip", wordsOf(host.chip().subIntfWords()));
+   add("unit", read(host.vlanTags().intfToFapIdStatus->intfToFapCollection(), asIs));
    auto const& features = host.inLifFeatures();
    auto values = [](auto const& present) { return aggregate(present).features; };
    add("features", read(features.inLifIntfStatus->responseCollection(), values));
@@ -188,6 +209,12 @@ void checkEmpty(AgentHost const& host, Findings& findings) {
    empty("feature answers", features.featureStatus->responses());
    empty("words of sub-interfaces", features.subIntfWords->lifFeatureAttrs());
    empty("words of ports and VLANs", features.mergedWords->lifFeatureAttrs());
+   empty("words of places", features.defaultMappingConfig->configs());
+   empty("words of the chip",
+         host.chip().portWords().entries().size() + host.chip().subIntfWords().entries().size());
+   for (auto const& [pair, users] : host.vlanTags().vlanTagMap->vlanTagIter()) {
+      empty("users of VLAN tags", users->requests());
+   }
 }
 
 void checkFresh(AgentHost& host, std::vector<std::string> const& commands, Findings& findings) {

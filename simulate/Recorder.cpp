@@ -9,7 +9,9 @@ Recorder::Recorder(AgentHost& host, Model& model) : host_(host), model_(model) {
    watchSlices();
    watchChip();
    watchWorld();
+   watchVlanTags();
    watchFeatures();
+   watchPlaces();
 }
 
 void Recorder::watchRequesters() {
@@ -93,13 +95,17 @@ void Recorder::watchWorld() {
    }
    watchers_.watch<IntfId>(world.shoalStatus->sysPhyPortIdCollection(), [this](IntfId const& port) {
       model_.published.systemPortChanged(port);
+      model_.vlanTags.systemPortChanged(port);
+      model_.chipWords.placesChanged();
    });
    watchers_.watch<Hardware::Shoal::PortMap>(
        world.vlanDomainStatus->portTunnelDataCollection(),
        [this](Hardware::Shoal::PortMap const& place) { model_.published.domainChanged(place); });
    auto version = std::make_unique<Watcher<>>([this] {
       model_.published.portMapVersionChanged();
+      model_.vlanTags.portMapVersionChanged();
       model_.features.words().portMapVersionChanged();
+      model_.chipWords.portMapChanged();
    });
    world.shoalStatus->portMapVersionAttribute().watch(*version);
    watchers_.add(std::move(version));
@@ -119,13 +125,55 @@ void Recorder::watchFlag(IntfId subIntf) {
    flags_[subIntf] = std::move(watcher);
 }
 
+void Recorder::watchVlanTags() {
+   World const& world = host_.world();
+   auto& tags = model_.vlanTags;
+   auto interface = [&tags](IntfId const& intf) { tags.interfaceChanged(intf); };
+   watchers_.watch<IntfId>(world.intfVlanIdTable->internalVlanIdCollection(), interface);
+   watchers_.watch<IntfId>(world.untaggedVlanDir->untaggedVlanCollection(), interface);
+   watchers_.watch<Bridging::VlanMember>(
+       world.taggedVlanDir->taggedVlanCollection(),
+       [&tags](Bridging::VlanMember const& member) { tags.interfaceChanged(member.intfId); });
+   watchers_.watch<IntfId>(world.dynSubIntfEncap->dot1qEncapCollection(),
+                           [&tags](IntfId const& subIntf) { tags.subIntfChanged(subIntf); });
+   watchers_.watch<IntfId>(world.subIntfConfigDir->subIntfConfigCollection(),
+                           [this](IntfId const& subIntf) { watchTags(subIntf); });
+   for (auto const& [subIntf, config] : world.subIntfConfigDir->subIntfConfigIter()) {
+      watchTags(subIntf);
+   }
+}
+
+void Recorder::watchTags(IntfId subIntf) {
+   tags_.erase(subIntf);
+   model_.vlanTags.subIntfChanged(subIntf);
+   if (auto config = host_.world().subIntfConfigDir->subIntfConfig(subIntf)) {
+      auto watcher =
+          std::make_unique<Watcher<>>([this, subIntf] { model_.vlanTags.subIntfChanged(subIntf); });
+      config->dot1qEncapAttribute().watch(*watcher);
+      tags_[subIntf] = std::move(watcher);
+   }
+}
+
+void Recorder::watchPlaces() {
+   auto const& status = *host_.world().shoalStatus;
+   watchers_.watch<Hardware::Shoal::SystemPhyPortId>(
+       status.portMapCollection(),
+       [this](Hardware::Shoal::SystemPhyPortId const&) { model_.chipWords.placesChanged(); });
+   auto valid = std::make_unique<Watcher<>>([this] { model_.chipWords.portMapChanged(); });
+   status.portMapValidAttribute().watch(*valid);
+   watchers_.add(std::move(valid));
+}
+
 void Recorder::watchFeatures() {
    World const& world = host_.world();
    watchers_.watch<Orv::Name>(host_.inLifFeatures().inputDir->entryCollection(),
                               [this](Orv::Name const& name) { watchDirectory(name); });
    auto& words = model_.features.words();
    watchers_.watch<IntfId>(world.lagPhyIntfMapping->phyIntfLagCollection(),
-                           [&words](IntfId const& port) { words.portLagChanged(port); });
+                           [this, &words](IntfId const& port) {
+                              words.portLagChanged(port);
+                              model_.vlanTags.membershipChanged(port);
+                           });
    watchers_.watch<IntfId>(world.lagPhyIntfMapping->lagPhyIntfConfigCollection(),
                            [this](IntfId const& lag) { watchMembers(lag); });
    for (auto const& [lag, members] : world.lagPhyIntfMapping->lagPhyIntfConfigIter()) {
@@ -153,8 +201,10 @@ void Recorder::watchDirectory(Orv::Name const& name) {
 void Recorder::watchMembers(IntfId lag) {
    members_.erase(lag);
    if (auto list = host_.world().lagPhyIntfMapping->lagPhyIntfConfig(lag)) {
-      auto watcher = std::make_unique<Watcher<IntfId>>(
-          [this, lag](IntfId const& port) { model_.features.words().memberChanged(lag, port); });
+      auto watcher = std::make_unique<Watcher<IntfId>>([this, lag](IntfId const& port) {
+         model_.features.words().memberChanged(lag, port);
+         model_.vlanTags.membershipChanged(port);
+      });
       list->phyIntfCollection().watch(*watcher);
       members_[lag] = std::move(watcher);
    }
@@ -181,7 +231,11 @@ void Recorder::machineGone(Machine machine, SharingPipeline* pipeline) {
    case Machine::vlanDomain:
       model_.published.machineRestarts();
       break;
-   default: // in-LIF features: what they find when they stand again
+   case Machine::vlanPorts:
+      model_.vlanTags.portsMachineRestarts();
+      break;
+   default: // follow from the tables, or are of in-LIF features: what they find when they stand
+            // again
       break;
    }
 }

@@ -30,11 +30,15 @@ class Recorder {
    void watchFeatures();
    void watchDirectory(Orv::Name const& name);
    void watchMembers(IntfId lag);
+   void watchVlanTags();
+   void watchTags(IntfId subIntf);
+   void watchPlaces();
 
    AgentHost& host_;
    Model& model_;
    std::map<SharingPipeline*, std::unique_ptr<Orv::ReactorBase>> backlogs_;
    std::map<IntfId, std::unique_ptr<Orv::ReactorBase>> flags_;
+   std::map<IntfId, std::unique_ptr<Orv::ReactorBase>> tags_;
    std::map<IntfId, std::unique_ptr<Orv::ReactorBase>> members_;
    std::map<Orv::Name, std::unique_ptr<Orv::ReactorBase>> directories_;
    Watchers watchers_;

@@ -38,8 +38,9 @@ std::optional<EntryData> SimulatedChip::held(EntryKey const& key) const {
 }
 
 bool SimulatedChip::busy() const {
-   return !isem().unanswered().empty() || !mapper().unanswered().empty() ||
-          !tunnels().unanswered().empty();
+   bool busy = false;
+   forEachTable([&](auto const& table) { busy = busy || !table.unanswered().empty(); });
+   return busy;
 }
 
 std::optional<std::vector<ExpectedAnswer>> SimulatedChip::expected(EntryKey const& key) const {

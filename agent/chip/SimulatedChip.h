@@ -15,11 +15,15 @@ class SimulatedChip : public ChipDriver {
    ChipTable<IsemTable> const& isem() const { return tables_->isem; }
    ChipTable<MapperTable> const& mapper() const { return tables_->mapper; }
    ChipTable<TunnelTable> const& tunnels() const { return tables_->tunnels; }
+   ChipTable<PortWordTable> const& portWords() const { return tables_->portWords; }
+   ChipTable<SubIntfWordTable> const& subIntfWords() const { return tables_->subIntfWords; }
    template<class Visit>
    void forEachTable(Visit visit) const {
       visit(isem());
       visit(mapper());
       visit(tunnels());
+      visit(portWords());
+      visit(subIntfWords());
    }
 
    // Of one table, or of each.
@@ -51,19 +55,26 @@ class SimulatedChip : public ChipDriver {
    // From the start on.
    struct Tables {
       Tables(AnswerSink& sink, ChipFaults& faults)
-          : isem(sink, faults), mapper(sink, faults), tunnels(sink, faults) {}
+          : isem(sink, faults), mapper(sink, faults), tunnels(sink, faults),
+            portWords(sink, faults), subIntfWords(sink, faults) {}
       ChipTable<IsemTable> isem;
       ChipTable<MapperTable> mapper;
       ChipTable<TunnelTable> tunnels;
+      ChipTable<PortWordTable> portWords;
+      ChipTable<SubIntfWordTable> subIntfWords;
    };
    ChipTable<IsemTable>& tableOf(AradSemKeyAndFap) const { return tables_->isem; }
    ChipTable<MapperTable>& tableOf(VlanTagToVsiMapperKey) const { return tables_->mapper; }
    ChipTable<TunnelTable>& tableOf(TunnelPolicyMapperKey) const { return tables_->tunnels; }
+   ChipTable<PortWordTable>& tableOf(DefaultMappingKey) const { return tables_->portWords; }
+   ChipTable<SubIntfWordTable>& tableOf(SubIntfMappingKey) const { return tables_->subIntfWords; }
    template<class Visit>
    void forEachTable(Visit visit) {
       visit(tables_->isem);
       visit(tables_->mapper);
       visit(tables_->tunnels);
+      visit(tables_->portWords);
+      visit(tables_->subIntfWords);
    }
 
    AnswerSink* sink_ = nullptr;

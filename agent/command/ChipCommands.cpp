@@ -5,7 +5,7 @@ namespace Agent {
 
 namespace {
 
-// [unit UNIT] [table isem|mapper|tunnel], in any order.
+// [unit UNIT] [table TABLE], in any order.
 FaultScope parseScope(AgentHost& host, Arguments& arguments) {
    FaultScope scope;
    while (arguments.more()) {
@@ -77,7 +77,7 @@ void chipReplay(AgentHost& host, Arguments& arguments, std::ostream&) {
 }
 
 constexpr std::string_view faultGrammar =
-    "next N|often PROBABILITY [unit UNIT] [table isem|mapper|tunnel]";
+    "next N|often PROBABILITY [unit UNIT] [table isem|mapper|tunnel|port-word|sub-interface-word]";
 
 } // namespace
 
@@ -99,7 +99,8 @@ std::span<Command const> chipCommands() {
        {"chip slowness", "SECONDS", "the extra time of a slow or deferred answer",
         chipTime<&ChipFaults::slownessIs>},
        {"chip seed", "SEED", "the seed from which probabilities are drawn", chipSeed},
-       {"chip capacity", "UNIT ENTRIES|none [table isem|mapper|tunnel]",
+       {"chip capacity",
+        "UNIT ENTRIES|none [table isem|mapper|tunnel|port-word|sub-interface-word]",
         "the entries that a unit holds at most, in one table or in each", chipCapacity},
        {"chip clear-faults", "", "end all faults; answers held back are given",
         chipAct<&SimulatedChip::clearFaults>},

@@ -126,9 +126,10 @@ void expectPublished(AgentHost& host, Arguments& arguments, std::ostream&) {
    }
    require(fmt::format("the published unit and VLAN domain of {}", intf.name()),
            fmt::format("{} and {}", unit, domain),
-           fmt::format("{} and {}",
-                       text(host.intfToFapIdStatus()->intfToFapCollection().find(intf)),
-                       text(host.intfToVlanDomainStatus()->vlanDomainCollection().find(intf))));
+           fmt::format(
+               "{} and {}",
+               text(host.vlanTags().intfToFapIdStatus->intfToFapCollection().find(intf)),
+               text(host.vlanTags().intfToVlanDomainStatus->vlanDomainCollection().find(intf))));
 }
 
 void expectFeature(AgentHost& host, Arguments& arguments, std::ostream&) {

@@ -3,6 +3,7 @@
 #include "agent/command/Output.h"
 #include "host/insight/Explanation.h"
 #include "host/insight/FeatureSituation.h"
+#include "host/insight/OtherProblems.h"
 
 namespace Agent {
 
@@ -52,7 +53,8 @@ void explainOneFeature(AgentHost& host, Arguments& arguments, std::ostream& out)
    printExplanation(out, explainFeature(host, InLifFeatureKey(key, type)), arguments.format());
 }
 
-// Each request that is not sound, with the sentences that say why.
+// Each request that is not sound, with the sentences that say why. Behind them what is no
+// request's.
 void problems(AgentHost& host, Arguments& arguments, std::ostream& out) {
    arguments.end();
    Table table{"problems", {"request", "merged policy", "status", "why"}, {}};
@@ -65,6 +67,9 @@ void problems(AgentHost& host, Arguments& arguments, std::ostream& out) {
          table.add({formatRequest(request), formatPolicy(situation.merged),
                     formatStatus(situation.response.status), explain(situation, host).verdict});
       }
+   }
+   for (Problem const& problem : otherProblems(host)) {
+      table.add({problem.subject, Json(), Json(), problem.why});
    }
    print(out, table, arguments.format());
 }
@@ -79,8 +84,8 @@ std::span<Command const> explainCommands() {
        {"explain-feature", "INTERFACE UNIT:CORE|own TYPE [--format json]",
         "why an in-LIF feature is answered as it is, or not yet", explainOneFeature},
        {"problems", "[--format json]",
-        "every request that is not in hardware, not successful, or has left an entry behind, and "
-        "why",
+        "every request that is not in hardware, not successful, or has left an entry behind, each "
+        "VLAN tag with two meanings, each feature word that the chip does not have, and why",
         problems},
    };
    return table;

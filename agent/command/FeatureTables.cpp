@@ -13,10 +13,10 @@ std::vector<Json> keyCells(AgentHost const& host, InLifIntfKey key) {
 }
 
 Table features(AgentHost const& host) {
-   Table table{
-       "features",
-       {"directory", "interface", "TCAM", "type", "value", "response", "programmed", "in words"},
-       {}};
+   Table table{"features",
+               {"directory", "interface", "TCAM", "type", "value", "response", "programmed",
+                "in words", "in hardware"},
+               {}};
    auto const& pipeline = host.inLifFeatures();
    for (auto const& [name, entry] : pipeline.inputDir->entryIter()) {
       auto directory = pipeline.directory(name);
@@ -25,12 +25,13 @@ Table features(AgentHost const& host) {
       }
       for (auto const& [key, request] : directory->requestIter()) {
          auto response = pipeline.featureStatus->response(key);
+         FeatureSituation situation = featureSituation(host, key);
          bool answered = response.status != InLifFeatureResponseStatus::none;
          auto row = joined({name}, keyCells(host, key.intfKey()));
          table.add(joined(row, {formatType(key.featureType()), request.value,
                                 formatFeatureStatus(response.status),
-                                answered ? Json(response.value) : Json(),
-                                featureSituation(host, key).inWords()}));
+                                answered ? Json(response.value) : Json(), situation.inWords(),
+                                situation.inHardware()}));
       }
    }
    return table;
@@ -97,26 +98,39 @@ Table layouts(AgentHost const& host) {
    return table;
 }
 
-Table untagged(AgentHost const& host) {
-   Table table{"untagged-vlans", {"interface", "VLAN"}, {}};
-   for (auto const& [intf, vlan] : host.world().untaggedVlanDir->untaggedVlanIter()) {
-      table.add({intf.name(), vlan.value()});
+// The words that a table of the chip is to hold, and the answers to these.
+template<class Config, class Status>
+void addChipWords(Table& table, Config const& config, Status const& status) {
+   for (auto const& [key, word] : config.configIter()) {
+      auto const answer = status.statusCollection().find(key);
+      table.add({formatKey(key), formatWord(word),
+                 !answer || answer->word != word.value                    ? Json()
+                 : answer->statusCode == LifFeatureStatusType::programmed ? "accepted"
+                                                                          : "refused"});
    }
+}
+
+Table chipWords(AgentHost const& host) {
+   Table table{"chip-words", {"entry", "word", "answer"}, {}};
+   auto const& pipeline = host.inLifFeatures();
+   addChipWords(table, *pipeline.defaultMappingConfig, *pipeline.defaultMappingStatus);
+   addChipWords(table, *pipeline.subIntfMappingConfig, *pipeline.subIntfMappingStatus);
    return table;
 }
 
 } // namespace
 
 void addFeatureTables(std::vector<NamedTable>& tables) {
-   tables.insert(tables.end(),
-                 {{"features", "in-LIF features asked for, and their answers", features},
-                  {"feature-responses", "every in-LIF feature response there is", featureResponses},
-                  {"aggregates", "features per interface and TCAM, and versions", aggregates},
-                  {"expanded", "the expanded configuration: features per physical port", expanded},
-                  {"words", "the default word of each port, and its two sides", words},
-                  {"sub-interface-words", "the word of each sub-interface", subIntfWords},
-                  {"tcam-layouts", "where each TCAM keeps each feature", layouts},
-                  {"untagged-vlans", "the VLAN of untagged frames", untagged}});
+   tables.insert(
+       tables.end(),
+       {{"features", "in-LIF features asked for, and their answers", features},
+        {"feature-responses", "every in-LIF feature response there is", featureResponses},
+        {"aggregates", "features per interface and TCAM, and versions", aggregates},
+        {"expanded", "the expanded configuration: features per physical port", expanded},
+        {"words", "the default word of each port, and its two sides", words},
+        {"sub-interface-words", "the word of each sub-interface", subIntfWords},
+        {"tcam-layouts", "where each TCAM keeps each feature", layouts},
+        {"chip-words", "the words configured in the chip, by place or sub-interface", chipWords}});
 }
 
 } // namespace Agent

@@ -136,13 +136,16 @@ std::string_view chipTableName(ChipTableKind kind) {
 std::string formatContent(AradSemPayload payload) {
    return formatPolicy(policyOfPayload(payload));
 }
+std::string formatContent(LifFeatureWord word) {
+   return formatWord(word);
+}
 template<class Result>
 std::string formatContent(Result const& result) {
    return formatData(result.inLifAdditionalData);
 }
 
 Table chip(AgentHost const& host) {
-   Table table{"chip", {"table", "entry", "policy"}, {}};
+   Table table{"chip", {"table", "entry", "content"}, {}};
    host.chip().forEachTable([&](auto const& of) {
       for (auto const& [key, content] : of.entries()) {
          table.add({chipTableName(of.kind), formatKey(key), formatContent(content)});

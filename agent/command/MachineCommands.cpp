@@ -22,8 +22,9 @@ void startFeaturesFresh(AgentHost& host, Arguments& arguments, std::ostream&) {
 std::span<Command const> machineCommands() {
    static constexpr Command table[] = {
        {"rebuild",
-        "merge|intake|isem|mapper|tunnel|vlan-domain|feature-requests|feature-responses|"
-        "port-words|vlan-words|merged-words|sub-interface-words",
+        "merge|intake|isem|mapper|tunnel|vlan-domain|vlan-ports|vlan-xlate|vlan-tag-map|"
+        "feature-requests|feature-responses|port-words|vlan-words|merged-words|"
+        "sub-interface-words|default-mapping",
         "destroy a machine of the library and build it again on the same tables", rebuild},
        {"start-features-fresh", "",
         "build the in-LIF feature machines again on empty tables, as an agent that starts now "

@@ -11,6 +11,7 @@ std::vector<NamedTable> const& namedTables() {
       addAdmissionTables(all);
       addHardwareTables(all);
       addFeatureTables(all);
+      addVlanTables(all);
       addWorldTables(all);
       addToggleTable(all);
       return all;

@@ -22,6 +22,7 @@ void addRequestTables(std::vector<NamedTable>& tables);
 void addAdmissionTables(std::vector<NamedTable>& tables);
 void addHardwareTables(std::vector<NamedTable>& tables);
 void addFeatureTables(std::vector<NamedTable>& tables);
+void addVlanTables(std::vector<NamedTable>& tables);
 void addWorldTables(std::vector<NamedTable>& tables);
 void addToggleTable(std::vector<NamedTable>& tables);
 

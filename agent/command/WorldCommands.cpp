@@ -87,6 +87,14 @@ void untaggedVlan(AgentHost& host, Arguments& arguments, std::ostream&) {
    host.changes().untaggedVlanIs(intf, vlan);
 }
 
+void taggedVlan(AgentHost& host, Arguments& arguments, std::ostream&) {
+   IntfId intf = parseInterface(host, arguments, "INTERFACE");
+   Bridging::VlanId vlan(static_cast<uint32_t>(arguments.parseNumber("VLAN", 1, 4094)));
+   bool carries = arguments.parseChoice("on or off", {"off", "on"}) == 1;
+   arguments.end();
+   host.changes().taggedVlanIs(intf, vlan, carries);
+}
+
 void vlanDomain(AgentHost& host, Arguments& arguments, std::ostream&) {
    IntfId intf = parseInterface(host, arguments, "INTERFACE");
    std::optional<VlanDomain> domain;
@@ -185,6 +193,8 @@ std::span<Command const> worldCommands() {
         internalVlan},
        {"untagged-vlan", "PORT|PORTCHANNEL VLAN|none", "set the VLAN of untagged frames",
         untaggedVlan},
+       {"tagged-vlan", "PORT|PORTCHANNEL VLAN on|off", "set whether a VLAN is carried with its tag",
+        taggedVlan},
        {"vlan-domain", "PORT|PORTCHANNEL DOMAIN|none", "set a VLAN domain", vlanDomain},
        {"unit",
         "UNIT type arad|TYPE|none | UNIT lookup lumen|LOOKUP|none | UNIT available|unavailable",

@@ -103,36 +103,15 @@ Table corestate(AgentHost const& host) {
    return table;
 }
 
-Table published(AgentHost const& host) {
-   Table table{"published", {"interface", "unit", "domain"}, {}};
-   auto const& domains = *host.intfToVlanDomainStatus();
-   auto const& faps = *host.intfToFapIdStatus();
-   auto add = [&](IntfId intf) {
-      table.add({intf.name(), faps.intfToFapHas(intf) ? Json(faps.intfToFap(intf).value()) : Json(),
-                 domains.vlanDomainHas(intf) ? Json(domains.vlanDomain(intf).value()) : Json()});
-   };
-   for (auto const& [intf, fap] : faps.intfToFapIter()) {
-      add(intf);
-   }
-   for (auto const& [intf, domain] : domains.vlanDomainIter()) {
-      if (!faps.intfToFapHas(intf)) {
-         add(intf);
-      }
-   }
-   return table;
-}
-
 } // namespace
 
 void addWorldTables(std::vector<NamedTable>& tables) {
-   tables.insert(tables.end(),
-                 {{"units", "forwarding units", units},
-                  {"ports", "ports, their places and VLANs", ports},
-                  {"published", "each interface's unit and VLAN domain, as published", published},
-                  {"port-channels", "port-channels and their members", portChannels},
-                  {"sub-interfaces", "sub-interfaces and their tags", subInterfaces},
-                  {"diagnostics", "the diagnostics of the inventory", diagnostics},
-                  {"corestate", "the mounted entities", corestate}});
+   tables.insert(tables.end(), {{"units", "forwarding units", units},
+                                {"ports", "ports, their places and VLANs", ports},
+                                {"port-channels", "port-channels and their members", portChannels},
+                                {"sub-interfaces", "sub-interfaces and their tags", subInterfaces},
+                                {"diagnostics", "the diagnostics of the inventory", diagnostics},
+                                {"corestate", "the mounted entities", corestate}});
 }
 
 } // namespace Agent

@@ -31,11 +31,11 @@ Concern concernOf(FapId unit) {
 } // namespace
 
 Changes::Changes(World& world, IsemPipeline& isem, MapperPipeline& mapper, SharingRouter& router,
-                 FeaturePipeline const& features, Chronicle const& chronicle, ChipSeam& seam,
-                 Orv::Timers& timers)
+                 FeaturePipeline const& features, VlanTags const& tags, Chronicle const& chronicle,
+                 ChipSeam& seam, Orv::Timers& timers)
     : world_(world), isem_(isem), mapper_(mapper), router_(router), features_(features),
-      judge_(world, isem, mapper, router, features, seam),
-      detours_(world, isem, mapper, router, chronicle, judge_, seam, timers) {}
+      judge_(world, isem, mapper, router, features, tags, seam),
+      detours_(world, isem, mapper, router, tags, chronicle, judge_, seam, timers) {}
 
 void Changes::carryOut(std::string_view kind, std::function<std::string()> what, Concern concern,
                        std::function<std::optional<Objection>()> judge, std::function<void()> make,
@@ -186,6 +186,10 @@ void Changes::internalVlanIs(IntfId routedPort, VlanIdOrNone vlan) {
 
 void Changes::untaggedVlanIs(IntfId intf, VlanIdOrNone vlan) {
    world_.untaggedVlanIs(intf, vlan);
+}
+
+void Changes::taggedVlanIs(IntfId intf, Bridging::VlanId vlan, bool carries) {
+   world_.taggedVlanIs(intf, vlan, carries);
 }
 
 void Changes::factIs(std::string_view what, IntfId intf, std::function<FactChange()> const& fact,

@@ -12,8 +12,8 @@ namespace ShoalHost {
 class Changes {
  public:
    Changes(World& world, IsemPipeline& isem, MapperPipeline& mapper, SharingRouter& router,
-           FeaturePipeline const& features, Chronicle const& chronicle, ChipSeam& seam,
-           Orv::Timers& timers);
+           FeaturePipeline const& features, VlanTags const& tags, Chronicle const& chronicle,
+           ChipSeam& seam, Orv::Timers& timers);
 
    using Setting = Detours::Setting;
    // How a change is made that would stop the library, and what is on its way.
@@ -48,6 +48,7 @@ class Changes {
    void encapKindIs(IntfId subIntf, uint32_t kind);
    void internalVlanIs(IntfId routedPort, Bridging::VlanIdOrNone vlan);
    void untaggedVlanIs(IntfId intf, Bridging::VlanIdOrNone vlan);
+   void taggedVlanIs(IntfId intf, Bridging::VlanId vlan, bool carries);
    void vlanDomainIs(IntfId intf, std::optional<Hardware::Shoal::VlanDomain> domain);
    // Of another generation: HostError while requests ask there, unless the setting is `detour`.
    void fapTypeIs(FapId unit, Hardware::Shoal::FapType type);

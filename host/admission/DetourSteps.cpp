@@ -183,7 +183,7 @@ Detours::Step Detours::give(Pending& pending, TcamSharingRequest request,
           TcamSharingEntry(request, router_.pipelineOf(request.fapId()).merged->request(request)));
    } else if (key && isem_.table->configHas(*key)) {
       std::vector<Held> all;
-      if (auto users = isem_.common->semToRequest(*key)) {
+      if (auto users = tags_.usersOf(*key)) {
          for (auto const& [user, present] : users->requestIter()) {
             auto asking = askersOf(user);
             all.insert(all.end(), asking.begin(), asking.end());

@@ -10,11 +10,12 @@ namespace ShoalHost {
 using namespace Hardware::ShoalTunnel;
 
 Detours::Detours(World& world, IsemPipeline const& isem, MapperPipeline const& mapper,
-                 SharingRouter& router, Chronicle const& chronicle, Judge& judge, ChipSeam& seam,
-                 Orv::Timers& timers)
-    : world_(world), isem_(isem), mapper_(mapper), router_(router), chronicle_(chronicle),
-      judge_(judge), seam_(seam), now_(this, timers), later_(this, timers), orvIsemBacklog_(this),
-      orvMapperBacklog_(this), orvAnswer_(this), orvIsemResponse_(this), orvMapperResponse_(this) {
+                 SharingRouter& router, VlanTags const& tags, Chronicle const& chronicle,
+                 Judge& judge, ChipSeam& seam, Orv::Timers& timers)
+    : world_(world), isem_(isem), mapper_(mapper), router_(router), tags_(tags),
+      chronicle_(chronicle), judge_(judge), seam_(seam), now_(this, timers), later_(this, timers),
+      orvIsemBacklog_(this), orvMapperBacklog_(this), orvAnswer_(this), orvIsemResponse_(this),
+      orvMapperResponse_(this) {
    intakesRebuilt();
    isem_.tableStatus->statusCollection().watch(orvAnswer_);
    isem_.mergedStatus->responseCollection().watch(orvIsemResponse_);

@@ -43,8 +43,8 @@ struct Change {
 class Detours {
  public:
    Detours(World& world, IsemPipeline const& isem, MapperPipeline const& mapper,
-           SharingRouter& router, Chronicle const& chronicle, Judge& judge, ChipSeam& seam,
-           Orv::Timers& timers);
+           SharingRouter& router, VlanTags const& tags, Chronicle const& chronicle, Judge& judge,
+           ChipSeam& seam, Orv::Timers& timers);
 
    enum class Setting {
       refuse, // ChangeRefused for what would stop the library
@@ -204,6 +204,7 @@ class Detours {
    IsemPipeline const& isem_;
    MapperPipeline const& mapper_;
    SharingRouter& router_;
+   VlanTags const& tags_;
    Chronicle const& chronicle_;
    Judge& judge_;
    ChipSeam& seam_;

@@ -32,7 +32,7 @@ IsemForesight::Entry& IsemForesight::entry(AradSemKeyAndFap key) {
    if (fresh) {
       Entry& entry = found->second;
       entry.payload = pipeline_.table->configCollection().find(key);
-      if (auto users = pipeline_.common->semToRequest(key)) {
+      if (auto users = tags_.usersOf(key)) {
          for (auto const& [user, present] : users->requestIter()) {
             entry.users.insert(user);
          }

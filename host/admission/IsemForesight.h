@@ -10,6 +10,7 @@
 #include "host/admission/RequestIndex.h"
 #include "host/driver/ChipSeam.h"
 #include "host/pipelines/IsemPipeline.h"
+#include "host/pipelines/VlanTags.h"
 
 #include <set>
 
@@ -40,9 +41,9 @@ class IsemForesight {
       std::vector<TcamSharingRequest> users; // of that entry, besides the request
    };
 
-   IsemForesight(IsemPipeline const& pipeline, ChipSeam const& seam, RequestIndex const& index,
-                 WorldFacts facts)
-       : pipeline_(pipeline), seam_(seam), index_(index), facts_(std::move(facts)) {}
+   IsemForesight(IsemPipeline const& pipeline, VlanTags const& tags, ChipSeam const& seam,
+                 RequestIndex const& index, WorldFacts facts)
+       : pipeline_(pipeline), tags_(tags), seam_(seam), index_(index), facts_(std::move(facts)) {}
    Verdict judge(Effect const& effect);
 
  private:
@@ -76,6 +77,7 @@ class IsemForesight {
              std::optional<AradSemKeyAndFap> key);
 
    IsemPipeline const& pipeline_;
+   VlanTags const& tags_;
    ChipSeam const& seam_;
    RequestIndex const& index_;
    WorldFacts facts_;

@@ -55,13 +55,15 @@ uint64_t ownFields(World const& world, Requester requester, FapId unit) {
 }
 
 Judge::Judge(World const& world, IsemPipeline const& isem, MapperPipeline const& mapper,
-             SharingRouter const& router, FeaturePipeline const& features, ChipSeam const& seam)
+             SharingRouter const& router, FeaturePipeline const& features, VlanTags const& tags,
+             ChipSeam const& seam)
     : world_(world), isem_(isem), mapper_(mapper), router_(router), features_(features),
-      seam_(seam), isemIndex_(world, isem, &isem), mapperIndex_(world, mapper, nullptr) {}
+      tags_(tags), seam_(seam), isemIndex_(world, isem, &isem),
+      mapperIndex_(world, mapper, nullptr) {}
 
 std::optional<Objection> Judge::judge(Effects const& effects) const {
    WorldFacts facts(world_, effects.facts);
-   auto verdict = IsemForesight(isem_, seam_, isemIndex_, facts).judge(effects.isem);
+   auto verdict = IsemForesight(isem_, tags_, seam_, isemIndex_, facts).judge(effects.isem);
    if (verdict.what == IsemForesight::Break::none) {
       return judgeMapper(effects.mapper, facts);
    }

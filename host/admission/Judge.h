@@ -36,7 +36,8 @@ class FactWatcher {
 class Judge {
  public:
    Judge(World const& world, IsemPipeline const& isem, MapperPipeline const& mapper,
-         SharingRouter const& router, FeaturePipeline const& features, ChipSeam const& seam);
+         SharingRouter const& router, FeaturePipeline const& features, VlanTags const& tags,
+         ChipSeam const& seam);
 
    // None: the library can take it.
    std::optional<Objection> judge(Effects const& effects) const;
@@ -98,6 +99,7 @@ class Judge {
    MapperPipeline const& mapper_;
    SharingRouter const& router_;
    FeaturePipeline const& features_;
+   VlanTags const& tags_;
    ChipSeam const& seam_;
    RequestIndex isemIndex_;
    RequestIndex mapperIndex_;

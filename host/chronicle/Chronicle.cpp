@@ -93,7 +93,7 @@ void Chronicle::intakesRebuilt() {
    }
 }
 
-std::optional<EntryChange> Chronicle::lastChange(EntryKey const& key) const {
+std::optional<EntryChange> Chronicle::lastChange(PolicyKey const& key) const {
    return std::visit(
        [this](auto each) {
           auto const* found =

@@ -21,7 +21,7 @@ struct ResponseCause {
    enum class Kind { processed, answered, restarted };
    Kind kind = Kind::processed; // in a slice; by an answer of the chip; by its restart
    // The answer. Of several that count together: of a failure one that failed, else the last.
-   std::optional<EntryKey> key;
+   std::optional<PolicyKey> key;
    EntryMemory::Event answer{};
 
    friend bool operator==(ResponseCause const&, ResponseCause const&) = default;
@@ -67,7 +67,7 @@ class Chronicle {
    // When the entry came to wait for its answer; 0: it does not.
    uint64_t placeOfPending(VlanTagToVsiMapperKey key) const { return pendingLifs_.place(key); }
    // None: never configured.
-   std::optional<EntryChange> lastChange(EntryKey const& key) const;
+   std::optional<EntryChange> lastChange(PolicyKey const& key) const;
 
  private:
    struct Watch; // one pipeline's

@@ -10,6 +10,10 @@ ChipSeam::ChipSeam(Orv::Timers& timers, ChipDriver& driver, Tables const& tables
               [unitOf](VlanTagToVsiMapperKey key) { return unitOf(key.fields().intfId); }),
       tunnels_(driver, *this, tables.tunnelConfig, tables.tunnelStatus,
                [](TunnelPolicyMapperKey key) { return key.fapId(); }),
+      portWords_(driver, *this, tables.portWordConfig, tables.portWordStatus,
+                 [](DefaultMappingKey key) { return key.place().fapId; }),
+      subIntfWords_(driver, *this, tables.subIntfWordConfig, tables.subIntfWordStatus,
+                    [](SubIntfMappingKey key) { return fapOf(key.tcamId()); }),
       delivery_(this, Orv::make<Orv::Clock>(timers)) {
    driver_.start(*this);
    driver_.readBack([this](EntryKey const& key, EntryData const& data) {
@@ -27,7 +31,8 @@ void ChipSeam::removeUnclaimed() {
 }
 
 void ChipSeam::answered(ChipWrite const& write, Outcome outcome) {
-   bool inside = isem_.writing() || mapper_.writing() || tunnels_.writing();
+   bool inside = false;
+   forEachTable([&](auto const& table) { inside = inside || table.writing(); });
    if (inside || !given_.empty()) {
       given_.emplace_back(write, outcome);
       delivery_.timeMinIs(0.0);

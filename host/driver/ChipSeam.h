@@ -1,4 +1,4 @@
-// The host's side of the seam to a chip: all three tables, wired to a driver.
+// The host's side of the seam to a chip: all tables, wired to a driver.
 //
 // At the start the machines know nothing of the chip, and write everything again. A write of what
 // the chip holds already, as read back, is answered without the chip. When the system has settled,
@@ -17,7 +17,7 @@ namespace ShoalHost {
 
 class ChipSeam final : private AnswerSink {
  public:
-   // The configurations and statuses of the three tables.
+   // The configurations and statuses of the tables.
    struct Tables {
       Orv::Ptr<IsemTable::Config const> isemConfig;
       Orv::Ptr<IsemTable::Status> isemStatus;
@@ -25,6 +25,10 @@ class ChipSeam final : private AnswerSink {
       Orv::Ptr<MapperTable::Status> mapperStatus;
       Orv::Ptr<TunnelTable::Config const> tunnelConfig;
       Orv::Ptr<TunnelTable::Status> tunnelStatus;
+      Orv::Ptr<PortWordTable::Config const> portWordConfig;
+      Orv::Ptr<PortWordTable::Status> portWordStatus;
+      Orv::Ptr<SubIntfWordTable::Config const> subIntfWordConfig;
+      Orv::Ptr<SubIntfWordTable::Status> subIntfWordStatus;
    };
    // Starts the driver. It hears of a write after everybody who watches the tables by now.
    // `unitOf`: the unit on which a port sits now.
@@ -37,26 +41,37 @@ class ChipSeam final : private AnswerSink {
    SeamTable<IsemTable> const& isem() const { return isem_; }
    SeamTable<MapperTable> const& mapper() const { return mapper_; }
    SeamTable<TunnelTable> const& tunnels() const { return tunnels_; }
+   SeamTable<PortWordTable> const& portWords() const { return portWords_; }
+   SeamTable<SubIntfWordTable> const& subIntfWords() const { return subIntfWords_; }
    // The one with keys of this kind.
    SeamTable<IsemTable> const& table(AradSemKeyAndFap) const { return isem_; }
    SeamTable<MapperTable> const& table(VlanTagToVsiMapperKey) const { return mapper_; }
    SeamTable<TunnelTable> const& table(TunnelPolicyMapperKey) const { return tunnels_; }
+   SeamTable<PortWordTable> const& table(DefaultMappingKey) const { return portWords_; }
+   SeamTable<SubIntfWordTable> const& table(SubIntfMappingKey) const { return subIntfWords_; }
    template<class Visit>
    void forEachTable(Visit visit) const {
+      forEachPolicyTable(visit);
+      visit(portWords_);
+      visit(subIntfWords_);
+   }
+   // Those in which policies are carried.
+   template<class Visit>
+   void forEachPolicyTable(Visit visit) const {
       visit(isem_);
       visit(mapper_);
       visit(tunnels_);
    }
-   // For all tables: see SeamTable::writerOfIs.
+   // For all tables of policies: see SeamTable::writerOfIs.
    template<class WriterOf>
    void writerOfIs(WriterOf const& writerOf) {
-      forEachTable([&](auto& table) { table.writerOfIs(writerOf); });
+      forEachPolicyTable([&](auto& table) { table.writerOfIs(writerOf); });
    }
 
-   // For all tables: see SeamTable::watcherIs.
+   // For all tables of policies: see SeamTable::watcherIs.
    template<class Watcher>
    void watcherIs(Watcher const& watcher) {
-      forEachTable([&](auto& table) { table.watcherIs(watcher); });
+      forEachPolicyTable([&](auto& table) { table.watcherIs(watcher); });
    }
 
    // Writes the configurations to the chip again, as after a restart of it.
@@ -75,6 +90,12 @@ class ChipSeam final : private AnswerSink {
  private:
    template<class Visit>
    void forEachTable(Visit visit) {
+      forEachPolicyTable(visit);
+      visit(portWords_);
+      visit(subIntfWords_);
+   }
+   template<class Visit>
+   void forEachPolicyTable(Visit visit) {
       visit(isem_);
       visit(mapper_);
       visit(tunnels_);
@@ -114,6 +135,8 @@ class ChipSeam final : private AnswerSink {
    SeamTable<IsemTable> isem_;
    SeamTable<MapperTable> mapper_;
    SeamTable<TunnelTable> tunnels_;
+   SeamTable<PortWordTable> portWords_;
+   SeamTable<SubIntfWordTable> subIntfWords_;
    std::deque<std::pair<ChipWrite, Outcome>> given_; // from inside a call of the driver
    Delivery delivery_;
 };

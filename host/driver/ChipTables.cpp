@@ -32,4 +32,22 @@ void TunnelTable::answer(Status& status, Key key, Data const& data, Outcome outc
    status.statusIs(key, TunnelPolicyMapperStatusType{code, data.inLifAdditionalData});
 }
 
+namespace {
+
+LifFeatureStatusType wordStatus(LifFeatureWord const& data, Outcome outcome) {
+   uint32_t code = outcome == Outcome::accepted ? LifFeatureStatusType::programmed
+                                                : 10 + static_cast<uint32_t>(outcome);
+   return {code, data.value};
+}
+
+} // namespace
+
+void PortWordTable::answer(Status& status, Key key, Data const& data, Outcome outcome) {
+   status.statusIs(key, wordStatus(data, outcome));
+}
+
+void SubIntfWordTable::answer(Status& status, Key key, Data const& data, Outcome outcome) {
+   status.statusIs(key, wordStatus(data, outcome));
+}
+
 } // namespace ShoalHost

@@ -1,7 +1,9 @@
-// The three tables of the chip in which policies are carried: what a key is, what an entry holds,
-// and the library's tables of what is configured and of what the chip answered.
+// The tables of the chip: three in which policies are carried, two of feature words. What a key is,
+// what an entry holds, and the library's tables of what is configured and of what the chip
+// answered.
 #pragma once
 
+#include "platform/Hardware/ShoalTunnel/LifFeatureTable.h"
 #include "platform/Hardware/ShoalTunnel/SemTable.h"
 #include "platform/Hardware/ShoalTunnel/TunnelPolicyMapper.h"
 #include "platform/Hardware/ShoalTunnel/VlanTagToVsiMapper.h"
@@ -18,20 +20,28 @@ namespace ShoalHost {
 using Hardware::Shoal::FapId;
 using Hardware::ShoalTunnel::AradSemKeyAndFap;
 using Hardware::ShoalTunnel::AradSemPayload;
+using Hardware::ShoalTunnel::DefaultMappingKey;
+using Hardware::ShoalTunnel::LifFeatureWord;
+using Hardware::ShoalTunnel::SubIntfMappingKey;
 using Hardware::ShoalTunnel::TunnelPolicyMapperKey;
 using Hardware::ShoalTunnel::TunnelPolicyMapperResult;
 using Hardware::ShoalTunnel::VlanTagToVsiMapperKey;
 using Hardware::ShoalTunnel::VlanTagToVsiMapperResult;
 using Orv::Seconds;
 
-// Shared entries, sub-interfaces' entries, tunnels' entries.
-enum class ChipTableKind { isem, mapper, tunnel };
-inline constexpr std::array<std::string_view, 3> chipTableNames{"isem", "mapper", "tunnel"};
+// Shared entries, sub-interfaces' entries, tunnels' entries; the words of places and of
+// sub-interfaces.
+enum class ChipTableKind { isem, mapper, tunnel, portWord, subIntfWord };
+inline constexpr std::array<std::string_view, 5> chipTableNames{"isem", "mapper", "tunnel",
+                                                                "port-word", "sub-interface-word"};
 
-// A key of any of the tables, and what its entry holds. Both are of one table, in the order of
-// ChipTableKind.
-using EntryKey = std::variant<AradSemKeyAndFap, VlanTagToVsiMapperKey, TunnelPolicyMapperKey>;
-using EntryData = std::variant<AradSemPayload, VlanTagToVsiMapperResult, TunnelPolicyMapperResult>;
+// A key of a table in which policies are carried.
+using PolicyKey = std::variant<AradSemKeyAndFap, VlanTagToVsiMapperKey, TunnelPolicyMapperKey>;
+// A key of any of the tables, in the order of ChipTableKind, and what its entry holds.
+using EntryKey = std::variant<AradSemKeyAndFap, VlanTagToVsiMapperKey, TunnelPolicyMapperKey,
+                              DefaultMappingKey, SubIntfMappingKey>;
+using EntryData = std::variant<AradSemPayload, VlanTagToVsiMapperResult, TunnelPolicyMapperResult,
+                               LifFeatureWord>;
 
 // What became of a write or removal; removed and accepted are good ends. `pending`: not known yet.
 // `inProgress` is an answer that another one follows; only the tunnel table knows it.
@@ -64,6 +74,24 @@ struct TunnelTable {
    using Data = TunnelPolicyMapperResult;
    using Config = Hardware::ShoalTunnel::TunnelPolicyMapperConfig;
    using Status = Hardware::ShoalTunnel::TunnelPolicyMapperStatus;
+   static void answer(Status& status, Key key, Data const& data, Outcome outcome);
+};
+
+struct PortWordTable {
+   static constexpr ChipTableKind kind = ChipTableKind::portWord;
+   using Key = DefaultMappingKey;
+   using Data = LifFeatureWord;
+   using Config = Hardware::ShoalTunnel::DefaultMappingConfig;
+   using Status = Hardware::ShoalTunnel::DefaultMappingStatus;
+   static void answer(Status& status, Key key, Data const& data, Outcome outcome);
+};
+
+struct SubIntfWordTable {
+   static constexpr ChipTableKind kind = ChipTableKind::subIntfWord;
+   using Key = SubIntfMappingKey;
+   using Data = LifFeatureWord;
+   using Config = Hardware::ShoalTunnel::SubIntfMappingConfig;
+   using Status = Hardware::ShoalTunnel::SubIntfMappingStatus;
    static void answer(Status& status, Key key, Data const& data, Outcome outcome);
 };
 

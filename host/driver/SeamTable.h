@@ -121,6 +121,15 @@ class SeamTable {
       });
       return count;
    }
+   // Calls visit(key) with what is configured and not known to stand in the chip.
+   template<class Visit>
+   void forEachDoubtful(Visit visit) const {
+      doubtful_.forEach([&](Key key, Nothing) {
+         if (config_->configHas(key) && !stands(key)) {
+            visit(key);
+         }
+      });
+   }
    // The driver said that the chip accepted what is configured, and the chip did not restart since.
    bool stands(Key key) const {
       auto const& write = memory(key).lastWrite;

@@ -1,5 +1,6 @@
 #include "host/insight/Explanation.h"
 
+#include "host/insight/TagCollision.h"
 #include "host/insight/Verdict.h"
 
 #include <set>
@@ -119,6 +120,11 @@ class FactList {
       if (!entry.shared.empty()) {
          fact("shared with", formatRequests(entry.shared));
       }
+      if (auto const* key = std::get_if<AradSemKeyAndFap>(&entry.key)) {
+         if (auto text = tagCollision(host_, VlanTags::tagOf(*key)); !text.empty()) {
+            fact("tag collision", "it is " + text);
+         }
+      }
    }
 
    std::string forOther(std::optional<uint32_t> writer) const {
@@ -182,8 +188,8 @@ std::vector<TcamSharingRequest> knownRequests(Host const& host) {
       add(request);
    }
    host.seam().forEachHeld([&](EntryKey const& key, EntryData const& data) {
-      if (std::holds_alternative<MapperTable::Key>(key)) {
-         auto change = host.chronicle().lastChange(key);
+      if (auto const* entry = std::get_if<MapperTable::Key>(&key)) {
+         auto change = host.chronicle().lastChange(*entry);
          if (std::get<MapperTable::Data>(data).inLifAdditionalData != 0 && change && change->by) {
             add(*change->by);
          }

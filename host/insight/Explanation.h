@@ -10,7 +10,7 @@ namespace ShoalHost {
 struct Explanation {
    std::string subject; // the request, as it is printed
    // The chip holds the policy in every entry that the request leads to now. Of an in-LIF feature:
-   // every word that it leads to carries its value.
+   // every word that it leads to carries its value, in the chip, too.
    bool inHardware = false;
    // One line of sentences that answers "why is this policy (not) in hardware?".
    std::string verdict;

@@ -1,6 +1,9 @@
 // Why an in-LIF feature is answered as it is, and in which words it is, in words.
+#include "host/insight/ChipReason.h"
 #include "host/insight/Explanation.h"
 #include "host/insight/FeatureSituation.h"
+
+#include <algorithm>
 
 namespace ShoalHost {
 
@@ -56,13 +59,36 @@ std::string strangeWords(FeatureSituation const& is) {
    return text;
 }
 
+// Of a word that carries the value.
+std::string whyNotInChip(FeatureSituation::ChipWord const& word) {
+   if (word.name.empty()) {
+      return word.intf.name() + " is on no unit";
+   }
+   return word.waits ? "nothing is written while the port map is not valid"
+                     : chipReason(word.name, word.memory);
+}
+
+std::string inChip(FeatureSituation const& is) {
+   auto const* lacking = is.lacking();
+   if (lacking == nullptr) {
+      return " In hardware.";
+   }
+   auto carrying =
+       std::count_if(is.chip.begin(), is.chip.end(), [](auto const& word) { return word.carries; });
+   return formatted(" Not in hardware: {}.{}", whyNotInChip(*lacking),
+                    is.chip.size() == 1
+                        ? ""
+                        : formatted(" The chip carries it in {} of {}.", carrying, is.chip.size()));
+}
+
 std::string whereItIs(FeatureSituation const& is) {
    if (!is.unreached.empty()) {
       return formatted("It leads to no word: {}.{}", is.unreached, strangeWords(is));
    }
    if (is.inWords()) {
       return formatted("In the word{} of {}.", is.reached.size() == 1 ? "" : "s",
-                       listed(is.reached));
+                       listed(is.reached)) +
+             inChip(is);
    }
    auto const& first = is.absent.front();
    std::string text = formatted("Not in the word of {}: {}.", first.intf.name(), first.why);
@@ -137,7 +163,16 @@ Explanation explainFeature(Host const& host, InLifFeatureKey key) {
    if (pipeline.subIntfWords->lifFeatureAttrHas(key.intfKey())) {
       fact("word", formatWord(pipeline.subIntfWords->lifFeatureAttr(key.intfKey())));
    }
-   found.inHardware = is.inWords();
+   for (auto const& word : is.chip) {
+      if (!word.name.empty()) {
+         fact("chip at " + word.name, word.held ? formatWord(*word.held) : "no word");
+         if (auto const& answer = word.memory.lastAnswer) {
+            fact("last answer",
+                 formatted("{} at {} s", outcomeName(answer->outcome), formatSeconds(answer->at)));
+         }
+      }
+   }
+   found.inHardware = is.inHardware();
    found.verdict = verdict(host, is);
    return found;
 }

@@ -2,6 +2,7 @@
 
 #include "ShoalTunnel/InLifIntfSm/BaseInLifIntfSm.h"
 
+#include <algorithm>
 #include <set>
 
 namespace ShoalHost {
@@ -53,6 +54,7 @@ class FeatureGathering {
          if (std::string why = absence(intf); !why.empty()) {
             found_.absent.push_back({intf, why});
          }
+         found_.chip.push_back(chipWord(intf));
       }
       if (found_.reached.empty()) {
          readStrangeWords();
@@ -138,7 +140,31 @@ class FeatureGathering {
                  : pipeline_.mergedWords->lifFeatureAttrCollection().find(intf);
    }
    uint64_t fieldOf(InLifFeatureAttributes const& word) const {
-      return wordOf(word) >> found_.field->offset() & found_.field->mask();
+      return fieldOf(LifFeatureWord{wordOf(word)});
+   }
+   uint64_t fieldOf(LifFeatureWord word) const {
+      return word.value >> found_.field->offset() & found_.field->mask();
+   }
+
+   FeatureSituation::ChipWord chipWord(IntfId intf) const {
+      FeatureSituation::ChipWord found;
+      found.intf = intf;
+      auto word = wordFor(intf);
+      auto read = [&](auto const& table, auto key) {
+         found.name = formatKey(key);
+         found.held = table.held(key);
+         found.memory = table.memory(key);
+         auto configured = table.configured(key);
+         found.waits = word && (!configured || configured->value != wordOf(*word));
+         found.carries =
+             found.held && fieldOf(*found.held) == (found_.value & found_.field->mask());
+      };
+      if (SubIntfId::isSubIntfId(intf)) {
+         read(host_.seam().subIntfWords(), SubIntfMappingKey(intf, tcam_));
+      } else if (auto place = world_.placeOf(intf); !place.isNull()) {
+         read(host_.seam().portWords(), DefaultMappingKey(place));
+      }
+      return found;
    }
 
    // Whose untagged VLAN counts for the port: its port-channel's, or its own.
@@ -203,6 +229,12 @@ std::optional<ShoalTcam::TcamShareQualInfo> featureField(Hardware::Shoal::System
                                                          InLifFeatureType type) {
    auto layout = ShoalTcam::TcamDbStatusInterface::tcamDbStatusInterface()->getInLifData(tcam);
    return layout ? layout->tcamShareQualInfoNoCheck(type) : std::nullopt;
+}
+
+FeatureSituation::ChipWord const* FeatureSituation::lacking() const {
+   auto found =
+       std::find_if(chip.begin(), chip.end(), [](auto const& each) { return !each.carries; });
+   return found == chip.end() ? nullptr : &*found;
 }
 
 FeatureSituation featureSituation(Host const& host, InLifFeatureKey key) {

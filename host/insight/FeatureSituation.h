@@ -33,6 +33,16 @@ struct FeatureSituation {
       std::string why;
    };
    std::vector<Absence> absent; // the reached ones whose word does not carry the value, and why
+   // The chip's entry of each reached word.
+   struct ChipWord {
+      IntfId intf;
+      std::string name;   // of the entry, as it is printed; empty: the port has no place
+      bool waits = false; // for the port map: the table of the chip has not the word yet
+      std::optional<LifFeatureWord> held;
+      EntryMemory memory;
+      bool carries = false; // what is held has the value
+   };
+   std::vector<ChipWord> chip;
    // Words that the key does not lead to, and would if it were wanted: those of its interface.
    // What they have in the field, from any feature, where that is not 0.
    std::vector<std::pair<IntfId, uint64_t>> strange;
@@ -41,6 +51,9 @@ struct FeatureSituation {
    // Bits of the value that do not fit its field run into the bits above it.
    bool spills() const { return wanted && field && (value & ~field->mask()) != 0; }
    bool inWords() const { return wanted && !reached.empty() && absent.empty(); }
+   // The first of the reached words that the chip does not carry; null: none.
+   ChipWord const* lacking() const;
+   bool inHardware() const { return inWords() && lacking() == nullptr; }
 };
 
 FeatureSituation featureSituation(Host const& host, InLifFeatureKey key);

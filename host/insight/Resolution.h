@@ -14,7 +14,7 @@ inline constexpr char const* noInternalVlan = "the interface has no internal VLA
 struct Resolution {
    // The entries that the request leads to as far as its tags and VLAN domain are known, whether or
    // not its unit is available. At most one kind: ISEM, mapper (one per port) or tunnel.
-   std::vector<EntryKey> keys;
+   std::vector<PolicyKey> keys;
    std::string missing; // in words; empty: it can be programmed
    bool never = false;  // an interface of this kind will never have what is missing
    bool flag = false;   // all that is missing is program-in-hw

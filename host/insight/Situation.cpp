@@ -65,12 +65,12 @@ class Gathering {
 
    void gather() {
       if (!found_.merged.empty()) {
-         for (EntryKey const& key : found_.resolution.keys) {
+         for (PolicyKey const& key : found_.resolution.keys) {
             add(key, Role::current);
          }
       }
       addLeftBehind();
-      host_.seam().forEachTable([this](auto const& table) { findCrowded(table); });
+      host_.seam().forEachPolicyTable([this](auto const& table) { findCrowded(table); });
       found_.inHardware =
           !found_.merged.empty() && !found_.resolution.keys.empty() && carriesSomething() &&
           std::all_of(found_.entries.begin(), found_.entries.end(), [](auto const& entry) {
@@ -92,7 +92,7 @@ class Gathering {
       return found_.pipeline == &host_.isem() || dataOf(found_.merged) != 0;
    }
 
-   void add(EntryKey const& key, Role role) {
+   void add(PolicyKey const& key, Role role) {
       EntrySituation entry;
       entry.key = key;
       entry.role = role;
@@ -102,7 +102,7 @@ class Gathering {
    }
 
    void addLeftBehind() {
-      auto addOnce = [&](EntryKey const& key, Role role) {
+      auto addOnce = [&](PolicyKey const& key, Role role) {
          if (std::none_of(found_.entries.begin(), found_.entries.end(),
                           [&](auto const& entry) { return entry.key == key; })) {
             add(key, role);
@@ -341,7 +341,7 @@ RequesterPart requesterPart(Host const& host, Situation const& situation, Reques
    return part;
 }
 
-std::vector<TcamSharingRequest> Situations::leadingTo(EntryKey const& key) const {
+std::vector<TcamSharingRequest> Situations::leadingTo(PolicyKey const& key) const {
    std::vector<TcamSharingRequest> found;
    // A unit that changed its generation may have left some in the other pipeline.
    for (SharingPipeline const* pipeline : host_.pipelines()) {

@@ -23,7 +23,7 @@ struct Awaited {
 
 // One hardware entry that the request concerns.
 struct EntrySituation {
-   EntryKey key;
+   PolicyKey key;
    std::string name;
    enum class Role {
       current,    // the request leads to it now
@@ -128,7 +128,7 @@ class Situations {
  private:
    friend class Gathering;
    // The wanted requests that lead to the entry, in the order in which they came.
-   std::vector<TcamSharingRequest> leadingTo(EntryKey const& key) const;
+   std::vector<TcamSharingRequest> leadingTo(PolicyKey const& key) const;
    // The entries of a sub-interface that have data in the chip, then those that wait for an answer.
    std::vector<VlanTagToVsiMapperKey> mapperKeys(IntfId subIntf) const;
    // The entries of a unit that are configured, and not in the chip.

@@ -1,5 +1,6 @@
 #include "host/insight/Verdict.h"
 
+#include "host/insight/ChipReason.h"
 #include "host/names/Names.h"
 
 #include <algorithm>
@@ -22,10 +23,6 @@ constexpr char const* replay = "chip replay writes it again";
 
 std::string at(Seconds time) {
    return formatted("at {} s", formatSeconds(time));
-}
-
-std::string whyRefused(Outcome outcome) {
-   return outcome == Outcome::full ? ", since the unit was full" : "";
 }
 
 std::optional<TcamSharingRequest> otherWriter(std::optional<uint32_t> writer,
@@ -204,17 +201,7 @@ std::string Verdict::reasonOf(EntrySituation const& entry) {
        change && change->by && *change->by != is_.request ? formatRequest(*change->by) : "";
    if (entry.configuredRight) {
       remedy_ = replay;
-      auto const& write = entry.chip.lastWrite;
-      bool bad = write && (write->outcome == Outcome::refused || write->outcome == Outcome::full);
-      std::string refused = bad ? formatted("the chip refused the write of {} {}{}", entry.name,
-                                            at(write->at), whyRefused(write->outcome))
-                                : "";
-      if (entry.chip.restarted) {
-         return formatted("{} restarted {}, and nothing wrote {} since",
-                          bad ? refused + ", and" : "the chip", at(*entry.chip.restarted),
-                          entry.name);
-      }
-      return bad ? refused : "the chip does not hold " + entry.name;
+      return chipReason(entry.name, entry.chip);
    }
    remedy_ = anotherPolicy;
    if (!entry.configured) {

@@ -58,8 +58,21 @@ std::string formatKey(TunnelPolicyMapperKey key) {
    return formatted("({}, unit {})", key.intfId().name(), key.fapId().value());
 }
 
-std::string formatKey(EntryKey const& key) {
+std::string formatKey(PolicyKey const& key) {
    return std::visit([](auto const& each) { return formatKey(each); }, key);
+}
+
+std::string formatKey(DefaultMappingKey key) {
+   return formatted("(unit {}, port {})", key.place().fapId.value(), key.place().fapPortId);
+}
+
+std::string formatTag(Hardware::ShoalTunnel::VlanTagKey const& tag) {
+   return formatted("VLAN tag {} in domain {} of unit {}", tag.vlanTag, tag.vlanDomain.value(),
+                    tag.fapId.value());
+}
+
+std::string formatKey(SubIntfMappingKey key) {
+   return formatted("({}, TCAM {})", key.subIntf().name(), key.tcamId().value());
 }
 
 std::string formatData(uint64_t inLifAdditionalData) {
@@ -105,9 +118,13 @@ std::string formatFeatures(InLifIntfFeatureAggr const& aggregate) {
 }
 
 std::string formatWord(InLifFeatureAttributes const& word) {
+   return formatWord(LifFeatureWord::of(word.data0, word.data1, word.eei));
+}
+
+std::string formatWord(LifFeatureWord word) {
    std::array<char, 2 + 16 + 1> digits;
-   std::snprintf(digits.data(), digits.size(), "0x%08x%04x%04x", static_cast<unsigned>(word.eei),
-                 static_cast<unsigned>(word.data1), static_cast<unsigned>(word.data0));
+   std::snprintf(digits.data(), digits.size(), "0x%016llx",
+                 static_cast<unsigned long long>(word.value));
    return digits.data();
 }
 

@@ -9,6 +9,7 @@
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifIntfFeatureAggr.h"
 #include "ShoalTunnel/InLifIntfSm/InLifFeatureAttributes.h"
 #include "ShoalTunnel/TcamSharing/TcamSharingConfig.h"
+#include "ShoalTunnel/TcamSharingVlanTagMapSm/TcamSharingVlanTagMap.h"
 
 #include <array>
 #include <string>
@@ -56,7 +57,13 @@ std::string formatKey(VlanTagToVsiMapperKey key);
 // "(lc1/asic0/Tunnel-a, unit 3)"
 std::string formatKey(TunnelPolicyMapperKey key);
 // Of whichever kind.
-std::string formatKey(EntryKey const& key);
+std::string formatKey(PolicyKey const& key);
+// "(unit 3, port 5)"
+std::string formatKey(DefaultMappingKey key);
+// "VLAN tag 10 in domain 5 of unit 3"
+std::string formatTag(Hardware::ShoalTunnel::VlanTagKey const& tag);
+// "(lc1/asic0/Ethernet4.10, TCAM 6)"
+std::string formatKey(SubIntfMappingKey key);
 std::string formatTags(uint32_t outer, uint32_t inner);
 // The part of a policy that in-LIF additional data carry.
 std::string formatData(uint64_t inLifAdditionalData);
@@ -73,6 +80,7 @@ std::string formatInLifKey(WorldView const& world, InLifIntfKey key);
 std::string formatFeatures(Hardware::ShoalTunnel::InLifIntfFeatureAggr const& aggregate);
 // The 64-bit word in hexadecimal.
 std::string formatWord(InLifFeatureAttributes const& word);
+std::string formatWord(LifFeatureWord word);
 // "5 bits": of the mask of a field.
 std::string formatWidth(uint32_t mask);
 std::string_view formatFeatureStatus(Hardware::ShoalTunnel::InLifFeatureResponseStatus status);

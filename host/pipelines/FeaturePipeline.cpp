@@ -14,15 +14,19 @@ FeaturePipeline::FeaturePipeline(World& world) : world_(world) {
    vlanWords = mounted<DefaultLifFeatureConfig>("defaultVlanLifFeatureCfg");
    mergedWords = mounted<DefaultLifFeatureConfig>("defaultMergedLifFeatureCfg");
    subIntfWords = mounted<SubIntfLifFeatureConfig>("subIntfLifFeatureCfg");
+   defaultMappingConfig = mounted<DefaultMappingConfig>("defaultMappingConfig");
+   defaultMappingStatus = mounted<DefaultMappingStatus>("defaultMappingStatus");
+   subIntfMappingConfig = mounted<SubIntfMappingConfig>("subIntfMappingConfig");
+   subIntfMappingStatus = mounted<SubIntfMappingStatus>("subIntfMappingStatus");
    build();
 }
 
 void FeaturePipeline::build() {
    // The ports' machine before that of VLANs, which reads the expanded configuration: at a port map
    // version it then finds that one done.
-   for (Machine machine :
-        {Machine::featureRequests, Machine::featureResponses, Machine::mergedWords,
-         Machine::portWords, Machine::subInterfaceWords, Machine::vlanWords}) {
+   for (Machine machine : {Machine::featureRequests, Machine::featureResponses,
+                           Machine::mergedWords, Machine::portWords, Machine::subInterfaceWords,
+                           Machine::vlanWords, Machine::defaultMapping}) {
       rebuild(machine);
    }
 }
@@ -62,12 +66,18 @@ void FeaturePipeline::rebuild(Machine machine) {
                                              subIntfWords);
       subIntfSm_->handleInitialized();
       break;
+   case Machine::defaultMapping:
+      defaultMappingSm_ = nullptr;
+      defaultMappingSm_ = DefaultMappingSmIs(world_.shoalStatus, mergedWords, subIntfWords,
+                                             defaultMappingConfig, subIntfMappingConfig);
+      break;
    default: // the other pipelines'
       break;
    }
 }
 
 void FeaturePipeline::startFresh() {
+   defaultMappingSm_ = nullptr; // which would take every word out of the chip
    inputDirSm_ = nullptr;
    vlanSm_ = nullptr;
    subIntfSm_ = nullptr;

@@ -8,6 +8,7 @@
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureRequestInputDirSm.h"
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureResponseSm.h"
 #include "ShoalTunnel/InLifIntfSm/DefaultLifFeatureMergeSm.h"
+#include "ShoalTunnel/InLifIntfSm/DefaultMappingSm.h"
 #include "ShoalTunnel/InLifIntfSm/PortInLifIntfSm.h"
 #include "ShoalTunnel/InLifIntfSm/SubIntfInLifIntfSm.h"
 #include "ShoalTunnel/InLifIntfSm/VlanInLifIntfSm.h"
@@ -19,7 +20,8 @@ class FeaturePipeline {
    explicit FeaturePipeline(World& world);
 
    // Empties every table that the machines write and builds the machines again, as in a host that
-   // starts on the present facts and requests.
+   // starts on the present facts and requests. The tables of the chip follow, when the port map is
+   // valid.
    void startFresh();
    // Destroys the machine and builds it again on the same entities. Ignores machines of the other
    // pipelines.
@@ -37,6 +39,11 @@ class FeaturePipeline {
    Orv::Ptr<Hardware::ShoalTunnel::DefaultLifFeatureConfig> vlanWords;
    Orv::Ptr<Hardware::ShoalTunnel::DefaultLifFeatureConfig> mergedWords;
    Orv::Ptr<Hardware::ShoalTunnel::SubIntfLifFeatureConfig> subIntfWords;
+   // The words of the chip: by place, and by sub-interface and TCAM.
+   Orv::Ptr<Hardware::ShoalTunnel::DefaultMappingConfig> defaultMappingConfig;
+   Orv::Ptr<Hardware::ShoalTunnel::DefaultMappingStatus> defaultMappingStatus;
+   Orv::Ptr<Hardware::ShoalTunnel::SubIntfMappingConfig> subIntfMappingConfig;
+   Orv::Ptr<Hardware::ShoalTunnel::SubIntfMappingStatus> subIntfMappingStatus;
 
  private:
    void build();
@@ -54,6 +61,7 @@ class FeaturePipeline {
    Orv::Ptr<Hardware::ShoalTunnel::SubIntfInLifIntfSm> subIntfSm_;
    Orv::Ptr<Hardware::ShoalTunnel::DefaultLifFeatureMergeSm> mergeSm_;
    Orv::Ptr<Hardware::ShoalTunnel::InLifFeatureResponseSm> responseSm_;
+   Orv::Ptr<Hardware::ShoalTunnel::DefaultMappingSm> defaultMappingSm_;
 };
 
 } // namespace ShoalHost

@@ -15,26 +15,34 @@ enum class Machine {
    isem,
    mapper,
    tunnel,
-   vlanDomain,
+   vlanDomain, // from here on: of VLAN tags
+   vlanPorts,
+   vlanXlate,
+   vlanTagMap,
    featureRequests, // from here on: of in-LIF features
    featureResponses,
    portWords,
    vlanWords,
    mergedWords,
    subInterfaceWords,
+   defaultMapping,
 };
-inline constexpr std::array<std::string_view, 12> machineNames{"merge",
+inline constexpr std::array<std::string_view, 16> machineNames{"merge",
                                                                "intake",
                                                                "isem",
                                                                "mapper",
                                                                "tunnel",
                                                                "vlan-domain",
+                                                               "vlan-ports",
+                                                               "vlan-xlate",
+                                                               "vlan-tag-map",
                                                                "feature-requests",
                                                                "feature-responses",
                                                                "port-words",
                                                                "vlan-words",
                                                                "merged-words",
-                                                               "sub-interface-words"};
+                                                               "sub-interface-words",
+                                                               "default-mapping"};
 
 // Watches a host's machines from the outside.
 class Observer {

@@ -17,7 +17,7 @@ using Plexus::TunnelIntfId;
 struct Suspects::Rank {
    std::size_t table;
    uint64_t place;
-   EntryKey key;
+   PolicyKey key;
 
    friend bool operator<(Rank const& a, Rank const& b) {
       return std::tie(a.table, a.place, a.key) < std::tie(b.table, b.place, b.key);
@@ -269,7 +269,7 @@ std::optional<Suspects::Rank> Suspects::rank(TcamSharingRequest request) const {
       }
    }
    std::optional<Rank> first;
-   auto offer = [&](EntryKey const& key) {
+   auto offer = [&](PolicyKey const& key) {
       Rank offered{orders_.size(), 0, key};
       if (!first || offered < *first) {
          first = offered;

@@ -20,29 +20,20 @@ Host::Host(Inventory inventory, ChipDriver& driver, Time time) : loop_(time) {
    seam_ = std::make_unique<ChipSeam>(
        loop_.timers(), driver,
        ChipSeam::Tables{isem_->table, isem_->tableStatus, mapper_->mapperConfig,
-                        mapper_->mapperStatus, mapper_->tunnelConfig, mapper_->tunnelStatus},
+                        mapper_->mapperStatus, mapper_->tunnelConfig, mapper_->tunnelStatus,
+                        inLifFeatures_->defaultMappingConfig, inLifFeatures_->defaultMappingStatus,
+                        inLifFeatures_->subIntfMappingConfig, inLifFeatures_->subIntfMappingStatus},
        [&world](IntfId port) { return world.placeOf(port).fapId; });
-
-   intfToFapIdStatus_ = Orv::make<IntfToFapIdStatus>();
-   intfToVlanDomainStatus_ = Orv::make<IntfToVlanDomainStatus>();
-   world.corestate.mount("vlan/intfToFapIdStatus", intfToFapIdStatus_);
-   world.corestate.mount("vlan/intfToVlanDomainStatus", intfToVlanDomainStatus_);
-   buildVlanDomainSm();
-
+   vlanTags_ = std::make_unique<VlanTags>(world, *isem_);
    chronicle_ = std::make_unique<Chronicle>(*isem_, *mapper_, *seam_);
    changes_ = std::make_unique<Changes>(world, *isem_, *mapper_, *router_, *inLifFeatures_,
-                                        *chronicle_, *seam_, loop_.timers());
+                                        *vlanTags_, *chronicle_, *seam_, loop_.timers());
    settling_ = std::make_unique<Settling>(loop_, *seam_, changes_->detours(), pipelines_);
    suspects_ = std::make_unique<Suspects>(world, *isem_, *mapper_, *router_, *seam_, *chronicle_,
                                           *changes_);
 }
 
 Host::~Host() = default;
-
-void Host::buildVlanDomainSm() {
-   vlanDomainSm_ = VlanDomainSmIs(world_->shoalStatus, world_->vlanDomainStatus,
-                                  intfToVlanDomainStatus_, intfToFapIdStatus_);
-}
 
 void Host::rebuild(Machine machine) {
    changes_->checkRebuild(machine);
@@ -56,14 +47,11 @@ void Host::rebuild(Machine machine) {
       }
       return;
    }
-   if (machine == Machine::vlanDomain) {
-      vlanDomainSm_ = nullptr;
-   }
    if (observer_) {
       observer_->handleGone(machine, nullptr);
    }
-   if (machine == Machine::vlanDomain) {
-      buildVlanDomainSm();
+   if (machine < Machine::featureRequests) {
+      vlanTags_->rebuild(machine);
    } else {
       inLifFeatures_->rebuild(machine);
    }

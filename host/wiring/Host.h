@@ -11,11 +11,11 @@
 #include "host/driver/ChipSeam.h"
 #include "host/pipelines/FeaturePipeline.h"
 #include "host/pipelines/SharingRouter.h"
+#include "host/pipelines/VlanTags.h"
 #include "host/problems/Suspects.h"
 #include "host/wiring/Loop.h"
 #include "host/wiring/Settling.h"
 #include "host/world/World.h"
-#include "ShoalTunnel/VlanDomainSm/VlanDomainSm.h"
 
 #include <memory>
 
@@ -52,13 +52,7 @@ class Host {
    }
    FeaturePipeline& inLifFeatures() const { return *inLifFeatures_; }
    Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> const& helper() const { return helper_; }
-   // Interface -> its unit, and its VLAN domain. Written by the library's VlanDomainSm.
-   Orv::Ptr<Hardware::ShoalTunnel::IntfToFapIdStatus> const& intfToFapIdStatus() const {
-      return intfToFapIdStatus_;
-   }
-   Orv::Ptr<Hardware::ShoalTunnel::IntfToVlanDomainStatus> const& intfToVlanDomainStatus() const {
-      return intfToVlanDomainStatus_;
-   }
+   VlanTags const& vlanTags() const { return *vlanTags_; }
    // The chip, as far as the host knows it.
    ChipSeam& seam() { return *seam_; }
    ChipSeam const& seam() const { return *seam_; }
@@ -98,8 +92,6 @@ class Host {
    void activate() { loop_.activate(); }
 
  private:
-   void buildVlanDomainSm();
-
    Loop loop_;
    std::unique_ptr<World> world_;
    Orv::Ptr<Hardware::ShoalTunnel::TcamSharingHelper> helper_;
@@ -107,9 +99,7 @@ class Host {
    std::unique_ptr<MapperPipeline> mapper_;
    std::vector<SharingPipeline*> pipelines_;
    std::unique_ptr<SharingRouter> router_;
-   Orv::Ptr<Hardware::ShoalTunnel::IntfToFapIdStatus> intfToFapIdStatus_;
-   Orv::Ptr<Hardware::ShoalTunnel::IntfToVlanDomainStatus> intfToVlanDomainStatus_;
-   Orv::Ptr<Hardware::ShoalTunnel::VlanDomainSm> vlanDomainSm_;
+   std::unique_ptr<VlanTags> vlanTags_;
    std::unique_ptr<FeaturePipeline> inLifFeatures_;
    std::unique_ptr<ChipSeam> seam_;
    std::unique_ptr<Chronicle> chronicle_;

@@ -37,6 +37,7 @@ class World : public WorldView {
    // VLANs. 0: none.
    void internalVlanIs(IntfId routedPort, Bridging::VlanIdOrNone vlan);
    void untaggedVlanIs(IntfId intf, Bridging::VlanIdOrNone vlan);
+   void taggedVlanIs(IntfId intf, Bridging::VlanId vlan, bool carries);
    // Of a port, or of a port-channel on every unit where it has one. None: removed.
    void vlanDomainIs(IntfId intf, std::optional<Hardware::Shoal::VlanDomain> domain);
 
@@ -78,6 +79,7 @@ class World : public WorldView {
    void requireSystemPort(IntfId port,
                           std::optional<Hardware::Shoal::SystemPhyPortId> systemPort) const;
    void requireMember(IntfId lag, IntfId port, bool present) const;
+   static void requireVlanMember(IntfId intf);
 
    // The VLAN domain of a port-channel as configured, wherever it has members; 0: none.
    uint8_t lagDomain(IntfId lag) const { return lagDomain_.get(lag); }

@@ -22,6 +22,7 @@ WorldEntities::WorldEntities() {
    mount(lagConfig, "lagConfig");
    mount(lagPhyIntfMapping, "lagPhyIntfMapping");
    mount(untaggedVlanDir, "untaggedVlanDir");
+   mount(taggedVlanDir, "taggedVlanDir");
    mount(localPortMapStatus, "localPortMapStatus");
 }
 

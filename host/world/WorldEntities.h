@@ -4,6 +4,7 @@
 // What World fills from the inventory at the start is written by the same steps.
 #pragma once
 
+#include "platform/Bridging/TaggedVlanDir.h"
 #include "platform/Bridging/UntaggedVlanDir.h"
 #include "platform/Corestate/Corestate.h"
 #include "platform/Hardware/Shoal/LocalPortMapStatus.h"
@@ -58,6 +59,8 @@ struct WorldEntities {
    Orv::Ptr<IntfVlanId::Table> intfVlanIdTable;
    // Port or port-channel -> the VLAN of untagged frames. untaggedVlanIs.
    Orv::Ptr<Bridging::UntaggedVlanDir> untaggedVlanDir;
+   // The port or port-channel and VLAN pairs of tagged frames. taggedVlanIs.
+   Orv::Ptr<Bridging::TaggedVlanDir> taggedVlanDir;
 
    // Port-channel -> active members. portChannelIs, memberIs.
    Orv::Ptr<Interface::EthLagIntfStatusDir> ethIntfStatusDir;

@@ -42,8 +42,11 @@ void World::fillFeatures() {
    }
    for (auto const& vlan : inventory().vlans) {
       for (auto const& member : vlan.members) {
-         if (!member.tagged) {
-            untaggedVlanDir->untaggedVlanIs(IntfId(member.interface), VlanIdOrNone(vlan.vlanId));
+         IntfId intf(member.interface);
+         if (member.tagged) {
+            taggedVlanDir->taggedVlanIs({intf, VlanIdOrNone(vlan.vlanId)});
+         } else {
+            untaggedVlanDir->untaggedVlanIs(intf, VlanIdOrNone(vlan.vlanId));
          }
       }
    }
@@ -83,11 +86,25 @@ void World::portChannelIs(IntfId lag, bool present) {
    ethIntfStatusDir->ethLagIntfStatusDel(lag);
 }
 
-void World::untaggedVlanIs(IntfId intf, VlanIdOrNone vlan) {
+void World::requireVlanMember(IntfId intf) {
    if (intf.l3Flood() || SubIntfId::isSubIntfId(intf) ||
        (!isPort(intf) && !PortChannelIntfId::isPortChannelIntfId(intf))) {
       throw HostError("{} is neither a port nor a port-channel", intf.name());
    }
+}
+
+void World::taggedVlanIs(IntfId intf, Bridging::VlanId vlan, bool carries) {
+   requireVlanMember(intf);
+   Bridging::VlanMember member{intf, VlanIdOrNone(vlan.value())};
+   if (carries) {
+      taggedVlanDir->taggedVlanIs(member);
+   } else {
+      taggedVlanDir->taggedVlanDel(member);
+   }
+}
+
+void World::untaggedVlanIs(IntfId intf, VlanIdOrNone vlan) {
+   requireVlanMember(intf);
    if (vlan.value() == 0) {
       untaggedVlanDir->untaggedVlanDel(intf);
    } else {

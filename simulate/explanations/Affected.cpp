@@ -46,7 +46,7 @@ void Affected::intakeBuilt(SharingPipeline const& pipeline) {
 void Affected::watchEntries() {
    auto both = [this](auto const& config, auto const& status) {
       using Key = typename std::remove_cvref_t<decltype(config)>::Key;
-      auto note = [this](Key const& key) { entries_.add(EntryKey(key)); };
+      auto note = [this](Key const& key) { entries_.add(PolicyKey(key)); };
       watchers_.watch<Key>(config, note);
       watchers_.watch<Key>(status, note);
    };
@@ -149,6 +149,15 @@ void Affected::watchFeatures() {
    watchInto(features_, pipeline.featureStatus->responseCollection());
    watchInto(inLifs_, pipeline.subIntfWords->lifFeatureAttrCollection());
    watchInto(words_, pipeline.mergedWords->lifFeatureAttrCollection());
+   // An answer tells only of itself: it is seen when everything is checked.
+   watchers_.watch<DefaultMappingKey>(pipeline.defaultMappingConfig->configCollection(),
+                                      [this](DefaultMappingKey const& key) {
+                                         words_.add(host_.world().scsd->portMapToIntf(key.place()));
+                                      });
+   watchers_.watch<SubIntfMappingKey>(pipeline.subIntfMappingConfig->configCollection(),
+                                      [this](SubIntfMappingKey const& key) {
+                                         inLifs_.add(InLifIntfKey(key.subIntf(), key.tcamId()));
+                                      });
    watchers_.watch<InLifIntfKey>(
        pipeline.inLifIntfCfg->requestCollection(), [this, &pipeline](InLifIntfKey const& key) {
           watchVersion(key, pipeline.inLifIntfCfg->request(key).get(), false);
@@ -202,7 +211,7 @@ std::set<IntfId> Affected::touchedInterfaces() const {
 std::vector<TcamSharingRequest> Affected::requests(Leads const& leads) const {
    Touched<TcamSharingRequest> found = requests_;
    std::set<IntfId> subIntfs; // whose mapper entries changed
-   for (EntryKey const& key : entries_.all()) {
+   for (PolicyKey const& key : entries_.all()) {
       if (auto const* isem = std::get_if<AradSemKeyAndFap>(&key)) {
          if (auto users = host_.isem().common->semToRequest(*isem)) {
             for (auto const& [request, present] : users->requestIter()) {

@@ -26,6 +26,7 @@ class Affected {
    // The pipeline's intake was built again, with another backlog.
    void intakeBuilt(SharingPipeline const& pipeline);
    void unitTouched(FapId unit) { units_.add(unit); }
+   void everyFeatureTouched() { everyFeature_ = true; }
    // What requests lead to may have changed since the last take.
    bool leadsMoved() const { return worldMoved() || mergedMoved_; }
    bool worldMoved() const { return !interfaces_.empty() || !units_.empty(); }
@@ -60,7 +61,7 @@ class Affected {
    AgentHost& host_;
    Touched<TcamSharingRequest> requests_;
    bool mergedMoved_ = false;
-   Touched<EntryKey> entries_;
+   Touched<PolicyKey> entries_;
    Touched<IntfId> interfaces_;
    Touched<FapId> units_;
    Touched<InLifFeatureKey> features_;

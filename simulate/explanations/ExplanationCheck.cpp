@@ -56,6 +56,9 @@ void ExplanationCheck::noteCapacities() {
 }
 
 void ExplanationCheck::checkTouched(Findings& findings, bool everyRequest) {
+   if (everyRequest) {
+      affected_.everyFeatureTouched();
+   }
    if (affected_.leadsMoved()) {
       leads_.reset();
    }
@@ -72,10 +75,39 @@ void ExplanationCheck::checkTouched(Findings& findings, bool everyRequest) {
    checkFeatures(findings, affected_.features());
 }
 
+// Those that are no request's.
+void ExplanationCheck::checkOtherProblems(Findings& findings,
+                                          std::set<std::string> const& listed) const {
+   std::set<std::string> expected;
+   for (auto const& [tag, collides] : host_.vlanTags().vlanTagMap->collisionIter()) {
+      expected.insert(formatTag(tag));
+   }
+   auto addLacking = [&](auto const& config, auto const& chip) {
+      for (auto const& [key, word] : config->configIter()) {
+         auto const* held = chip.held(key);
+         if (held == nullptr || *held != word) {
+            expected.insert("word of " + formatKey(key));
+         }
+      }
+   };
+   addLacking(host_.inLifFeatures().defaultMappingConfig, host_.chip().portWords());
+   addLacking(host_.inLifFeatures().subIntfMappingConfig, host_.chip().subIntfWords());
+   std::set<std::string> rows;
+   for (std::string const& row : listed) {
+      if (row.starts_with("VLAN tag ") || row.starts_with("word of ")) {
+         rows.insert(row);
+      }
+   }
+   if (rows != expected) {
+      findings.add("problems are told", "tags and words: ", rows, " instead of ", expected);
+   }
+}
+
 void ExplanationCheck::checkEvery(Findings& findings) {
    leads_.emplace(host_, facts_);
    ports_.reset();
    std::set<std::string> listed = listedProblems(host_);
+   checkOtherProblems(findings, listed);
    auto requests = knownRequests(host_);
    checkRequests(findings, requests, &listed);
    // Those that nobody knows any more are not listed, and can be explained all the same.

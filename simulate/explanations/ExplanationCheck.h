@@ -28,6 +28,7 @@ class ExplanationCheck {
    // `everyRequest`: what no table shows touched them all.
    void checkTouched(Findings& findings, bool everyRequest);
    void checkEvery(Findings& findings);
+   void checkOtherProblems(Findings& findings, std::set<std::string> const& listed) const;
    // `listed`: what problems lists; null: not asked for, what it is made from is checked.
    void checkRequests(Findings& findings, std::vector<TcamSharingRequest> const& requests,
                       std::set<std::string> const* listed) const;

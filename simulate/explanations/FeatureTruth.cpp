@@ -6,6 +6,17 @@ namespace Simulate {
 
 using namespace Hardware::ShoalTunnel;
 
+namespace {
+
+constexpr std::string_view chipAt = "chip at ";
+
+std::string nameOf(ShoalHost::EntryKey const& entry) {
+   auto const* place = std::get_if<DefaultMappingKey>(&entry);
+   return place != nullptr ? formatKey(*place) : formatKey(std::get<SubIntfMappingKey>(entry));
+}
+
+} // namespace
+
 FeaturePorts::FeaturePorts(AgentHost const& host) {
    World const& world = host.world();
    for (auto const& [lag, members] : world.lagPhyIntfMapping->lagPhyIntfConfigIter()) {
@@ -21,7 +32,7 @@ FeaturePorts::FeaturePorts(AgentHost const& host) {
 }
 
 FeatureTruth::FeatureTruth(AgentHost const& host, FeaturePorts const& ports, InLifFeatureKey key)
-    : world_(host.world()), pipeline_(host.inLifFeatures()), ports_(ports), key_(key),
+    : host_(host), world_(host.world()), pipeline_(host.inLifFeatures()), ports_(ports), key_(key),
       type_(key.featureType()) {
    auto aggregate = pipeline_.inLifIntfCfg->request(key.intfKey());
    if (aggregate && aggregate->featureAggHas(type_)) {
@@ -50,7 +61,14 @@ std::vector<std::string> FeatureTruth::untruths(Explanation const& explanation) 
          found.push_back(what + text);
       }
    };
-   require(explanation.inHardware == inWords(), "wrong on words: ");
+   require(explanation.inHardware == (inWords() && inChip()), "wrong on hardware: ");
+   require((inWords() && inChip()) == (text.find(". In hardware") != std::string::npos),
+           "silent on hardware: ");
+   std::string entry; // the one that the facts are of
+   for (auto const& [label, line] : explanation.facts) {
+      entry = label.starts_with(chipAt) ? label.substr(chipAt.size()) : entry;
+      require(isChipFact(label, line, entry), "untrue of the chip: ");
+   }
    require(strange().empty() != (text.find(". The word of ") != std::string::npos),
            "wrong on a word: ");
    require(spills() == (text.find("is wider than its field") != std::string::npos),
@@ -93,6 +111,18 @@ bool FeatureTruth::isSentence(std::string const& sentence) const {
    if (fits("In the word of %") || fits("In the words of %")) {
       return inWords();
    }
+   if (sentence == "In hardware") {
+      return inWords() && inChip();
+   }
+   if (auto parts = fit(sentence, "Not in hardware: %")) {
+      return inWords() && !inChip() && isWhyNotInChip((*parts)[0]);
+   }
+   if (auto parts = fit(sentence, "The chip carries it in % of %")) {
+      auto carrying = std::count_if(reached_.begin(), reached_.end(),
+                                    [this](IntfId intf) { return carriesInChip(intf); });
+      return (*parts)[0] == std::to_string(carrying) &&
+             (*parts)[1] == std::to_string(reached_.size());
+   }
    if (auto parts = fit(sentence, "Not in the word of %: %")) {
       return wanted_ && !inWords() && isAbsent((*parts)[0], (*parts)[1]);
    }
@@ -117,6 +147,101 @@ bool FeatureTruth::isSentence(std::string const& sentence) const {
    return sentence == "No directory asks for it any more: the one that did went without "
                       "withdrawing it" &&
           wanted_ && !asked();
+}
+
+std::optional<ShoalHost::EntryKey> FeatureTruth::entryOf(IntfId intf) const {
+   if (intf.fields().subIntf) {
+      return SubIntfMappingKey(intf, key_.tcamId());
+   }
+   auto place = world_.placeOf(intf);
+   return place.isNull() ? std::nullopt
+                         : std::optional<ShoalHost::EntryKey>(DefaultMappingKey(place));
+}
+
+std::optional<uint64_t> FeatureTruth::heldOf(IntfId intf) const {
+   auto find = [](auto const& entries, auto const& key) {
+      auto found = entries.find(key);
+      return found == entries.end() ? std::nullopt : std::optional(found->second.value);
+   };
+   auto entry = entryOf(intf);
+   if (!entry) {
+      return std::nullopt;
+   }
+   auto const* place = std::get_if<DefaultMappingKey>(&*entry);
+   return place != nullptr
+              ? find(host_.chip().portWords().entries(), *place)
+              : find(host_.chip().subIntfWords().entries(), std::get<SubIntfMappingKey>(*entry));
+}
+
+bool FeatureTruth::carriesInChip(IntfId intf) const {
+   auto held = heldOf(intf);
+   return held && (*held >> offset_ & mask_) == (*wanted_ & mask_);
+}
+
+bool FeatureTruth::inChip() const {
+   return std::all_of(reached_.begin(), reached_.end(),
+                      [this](IntfId intf) { return carriesInChip(intf); });
+}
+
+// Told of one of the reached words that the chip does not carry.
+bool FeatureTruth::isWhyNotInChip(std::string const& why) const {
+   return std::any_of(reached_.begin(), reached_.end(), [&](IntfId intf) {
+      return !carriesInChip(intf) && isWhyNotInChip(intf, why);
+   });
+}
+
+bool FeatureTruth::isWhyNotInChip(IntfId intf, std::string const& why) const {
+   auto entry = entryOf(intf);
+   if (!entry) {
+      return why == intf.name() + " is on no unit";
+   }
+   if (why == "nothing is written while the port map is not valid") {
+      return !world_.shoalStatus->portMapValid();
+   }
+   auto const* place = std::get_if<DefaultMappingKey>(&*entry);
+   auto configured = place != nullptr
+                         ? pipeline_.defaultMappingConfig->configCollection().find(*place)
+                         : pipeline_.subIntfMappingConfig->configCollection().find(
+                               std::get<SubIntfMappingKey>(*entry));
+   if (!configured || (configured->value >> offset_ & mask_) != (*wanted_ & mask_)) {
+      return false; // it waits
+   }
+   std::string name = nameOf(*entry);
+   if (fit(why, "the chip restarted at % s, and nothing wrote " + name + " since")) {
+      return host_.chip().restarts() != 0;
+   }
+   std::string refused = "the chip refused the write of " + name + " at % s";
+   std::string restarted = ", and restarted at % s, and nothing wrote " + name + " since";
+   std::string full = ", since the unit was full";
+   bool again = host_.chip().restarts() != 0;
+   bool drawn = host_.chip().faults().suffered(Agent::Fault::refuse) != 0;
+   return fit(why, refused + full) || (fit(why, refused + full + restarted) && again) ||
+          (fit(why, refused) && drawn) || (fit(why, refused + restarted) && again && drawn);
+}
+
+bool FeatureTruth::isChipFact(std::string const& label, std::string const& text,
+                              std::string const& name) const {
+   if (!label.starts_with(chipAt) && label != "last answer") {
+      return true;
+   }
+   return std::any_of(reached_.begin(), reached_.end(), [&](IntfId intf) {
+      auto entry = entryOf(intf);
+      if (!entry || nameOf(*entry) != name) {
+         return false;
+      }
+      if (label != "last answer") {
+         auto held = heldOf(intf);
+         return text == (held ? formatWord(LifFeatureWord{*held}) : "no word");
+      }
+      auto const* place = std::get_if<DefaultMappingKey>(&*entry);
+      auto status = place != nullptr
+                        ? pipeline_.defaultMappingStatus->statusCollection().find(*place)
+                        : pipeline_.subIntfMappingStatus->statusCollection().find(
+                              std::get<SubIntfMappingKey>(*entry));
+      // A restart takes the statuses away.
+      return !status ? host_.chip().restarts() != 0 || text.starts_with("removed")
+                     : (status->statusCode == 1) == text.starts_with("accepted");
+   });
 }
 
 std::vector<std::pair<IntfId, uint64_t>> FeatureTruth::strange() const {

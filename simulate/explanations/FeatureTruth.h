@@ -51,6 +51,17 @@ class FeatureTruth {
 
  private:
    bool inWords() const;
+   // The chip carries the value in every word that it should be in.
+   bool inChip() const;
+   // Where the chip keeps the reached word; none: nowhere.
+   std::optional<ShoalHost::EntryKey> entryOf(IntfId intf) const;
+   std::optional<uint64_t> heldOf(IntfId intf) const;
+   bool carriesInChip(IntfId intf) const;
+   bool isWhyNotInChip(std::string const& why) const;
+   bool isWhyNotInChip(IntfId intf, std::string const& why) const;
+   // `name`: of the entry that the fact is of, as it is printed.
+   bool isChipFact(std::string const& label, std::string const& text,
+                   std::string const& name) const;
    bool isSentence(std::string const& sentence) const;
    // The value is wider than its field.
    bool spills() const { return wanted_ && mask_ != 0 && *wanted_ > mask_; }
@@ -71,6 +82,7 @@ class FeatureTruth {
    bool isOther(Hardware::ShoalTunnel::InLifFeatureAttributes const& word,
                 std::string const& why) const;
 
+   AgentHost const& host_;
    World const& world_;
    FeaturePipeline const& pipeline_;
    FeaturePorts const& ports_;

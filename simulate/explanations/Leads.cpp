@@ -9,15 +9,15 @@ using namespace Hardware::ShoalTunnel;
 Leads::Leads(AgentHost const& host, Facts const& facts) : host_(host), facts_(facts) {
    for (SharingPipeline const* pipeline : host.pipelines()) {
       for (auto const& [request, policy] : pipeline->merged->requestIter()) {
-         for (EntryKey const& key : keysOf(request)) {
+         for (PolicyKey const& key : keysOf(request)) {
             requests_[key].push_back(request);
          }
       }
    }
 }
 
-std::vector<EntryKey> Leads::keysOf(TcamSharingRequest request) const {
-   std::vector<EntryKey> keys;
+std::vector<PolicyKey> Leads::keysOf(TcamSharingRequest request) const {
+   std::vector<PolicyKey> keys;
    IntfId intf = request.intfId();
    auto const& fields = intf.fields();
    bool isem = &host_.pipelineOf(request) == &host_.isem();
@@ -45,7 +45,7 @@ std::vector<EntryKey> Leads::keysOf(TcamSharingRequest request) const {
    return keys;
 }
 
-std::vector<TcamSharingRequest> const& Leads::requestsAt(EntryKey const& key) const {
+std::vector<TcamSharingRequest> const& Leads::requestsAt(PolicyKey const& key) const {
    static std::vector<TcamSharingRequest> const none;
    auto found = requests_.find(key);
    return found == requests_.end() ? none : found->second;

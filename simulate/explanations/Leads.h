@@ -14,15 +14,15 @@ class Leads {
  public:
    // Of every wanted request, as the world is now.
    Leads(AgentHost const& host, Facts const& facts);
-   std::vector<EntryKey> keysOf(TcamSharingRequest request) const;
-   std::vector<TcamSharingRequest> const& requestsAt(EntryKey const& key) const;
+   std::vector<PolicyKey> keysOf(TcamSharingRequest request) const;
+   std::vector<TcamSharingRequest> const& requestsAt(PolicyKey const& key) const;
    // By the printed key.
    std::vector<TcamSharingRequest> requestsAt(std::string const& key) const;
 
  private:
    AgentHost const& host_;
    Facts const& facts_;
-   std::map<EntryKey, std::vector<TcamSharingRequest>> requests_;
+   std::map<PolicyKey, std::vector<TcamSharingRequest>> requests_;
 };
 
 } // namespace Simulate

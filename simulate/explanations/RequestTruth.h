@@ -71,7 +71,7 @@ class RequestTruth {
    uint64_t missing(FapId unit) const;
    ChipTableKind kind() const;
    void addUsers(Entry& entry, std::vector<TcamSharingRequest> const& requests) const;
-   Entry entryOf(EntryKey const& key) const;
+   Entry entryOf(PolicyKey const& key) const;
    static std::string inWords(uint64_t policy);
    // Its entries' answers are counted on, and none of them waits for one.
    bool countsInVain(std::string const& count) const;
@@ -80,6 +80,7 @@ class RequestTruth {
    // What is told behind an entry, of that entry.
    bool isEntryEvent(std::string const& label, std::string const& text,
                      std::string const& key) const;
+   bool isTagCollision(std::string const& text, std::string const& key) const;
    bool isCause(std::string const& why, std::string const& time) const;
    bool inHardware() const;
    bool findLack() const;

@@ -116,7 +116,7 @@ std::string RequestTruth::Entry::words(std::optional<uint64_t> data) const {
                         : "no policy";
 }
 
-RequestTruth::Entry RequestTruth::entryOf(EntryKey const& key) const {
+RequestTruth::Entry RequestTruth::entryOf(PolicyKey const& key) const {
    if (auto const* isem = std::get_if<AradSemKeyAndFap>(&key)) {
       return isemEntry(*isem);
    }
@@ -125,7 +125,7 @@ RequestTruth::Entry RequestTruth::entryOf(EntryKey const& key) const {
 }
 
 void RequestTruth::findEntries() {
-   for (EntryKey const& key : at_.keysOf(request_)) {
+   for (PolicyKey const& key : at_.keysOf(request_)) {
       leads_.push_back(entryOf(key));
    }
    lacks_ = findLack();

@@ -46,6 +46,12 @@ Witness::Witness(AgentHost& host) : host_(host) {
    watch<IsemTable>(*isem.table, *isem.tableStatus);
    watch<MapperTable>(*inLif.mapperConfig, *inLif.mapperStatus);
    watch<TunnelTable>(*inLif.tunnelConfig, *inLif.tunnelStatus);
+   // Losses of words' answers are not those of the next entry that is written.
+   auto noteLosses = [this](auto const&) { lost_ = host_.chip().faults().suffered(Fault::lose); };
+   watchers_.watch<DefaultMappingKey>(host.inLifFeatures().defaultMappingConfig->configCollection(),
+                                      noteLosses);
+   watchers_.watch<SubIntfMappingKey>(host.inLifFeatures().subIntfMappingConfig->configCollection(),
+                                      noteLosses);
    for (SharingPipeline* pipeline : host.pipelines()) {
       watchers_.watch<TcamSharingRequest>(pipeline->mergedStatus->responseCollection(),
                                           [this](TcamSharingRequest const& request) {
@@ -102,7 +108,7 @@ void Witness::watch(typename T::Config const& config, typename T::Status const& 
    });
 }
 
-Witness::KeyId Witness::idOf(EntryKey const& key) {
+Witness::KeyId Witness::idOf(PolicyKey const& key) {
    KeyId id(key.index(), std::visit([](auto const& each) { return each.index(); }, key));
    if (printed_.insert(id).second) {
       keys_[formatKey(key)] = id;

@@ -114,7 +114,7 @@ class Witness {
    uint64_t chipWrites() const;
    // Printing a key costs more than all else here: each is printed once.
    using KeyId = std::pair<std::size_t, uint32_t>; // table and index
-   KeyId idOf(EntryKey const& key);
+   KeyId idOf(PolicyKey const& key);
    void note(Event event, KeyId key);
    template<class T>
    void watch(typename T::Config const& config, typename T::Status const& status);

@@ -65,7 +65,10 @@ class SimulatedChipTest : public testing::Test {
       mapperConfig_->configIs(mapperKey_, {1, 0});
       seam_.emplace(timers_, chip_,
                     ChipSeam::Tables{config_, status_, mapperConfig_, mapperStatus_, tunnelConfig_,
-                                     tunnelStatus_},
+                                     tunnelStatus_, Orv::make<PortWordTable::Config>(),
+                                     Orv::make<PortWordTable::Status>(),
+                                     Orv::make<SubIntfWordTable::Config>(),
+                                     Orv::make<SubIntfWordTable::Status>()},
                     [](IntfId) { return FapId(3); });
    }
 };

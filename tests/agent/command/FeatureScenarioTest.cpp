@@ -14,7 +14,8 @@ std::string const setUp = "feature-directory qos add\nfeature-directory sec add\
 // start inserts in another order.
 void expectAsFresh(std::string const& scenario, std::string const& inventory = twins) {
    std::string shows;
-   for (char const* table : {"words", "expanded", "sub-interface-words", "feature-responses"}) {
+   for (char const* table :
+        {"words", "expanded", "sub-interface-words", "feature-responses", "chip-words"}) {
       shows += std::string("show ") + table + "\n";
    }
    Result result =
@@ -106,9 +107,9 @@ TEST(FeatureScenarioTest, EachStateIsExplained) {
    for (auto const& [scenario, verdict] : {
             Case{"explain-feature u/3/Ethernet0 own 1", "No directory asks for this feature here."},
             Case{"feature qos u/3/Ethernet0 own 1 3\nexplain-feature u/3/Ethernet0 own 1",
-                 ": In the word of u/3/Ethernet0.\n"},
+                 ": In the word of u/3/Ethernet0. In hardware.\n"},
             Case{"feature qos u/3/PortChannel3 own 1 3\nexplain-feature u/3/PortChannel3 own 1",
-                 ": In the words of u/3/Ethernet4, u/3/Ethernet8, u/3/Ethernet12.\n"},
+                 ": In the words of u/3/Ethernet4, u/3/Ethernet8, u/3/Ethernet12. In hardware.\n"},
             Case{"feature qos u/3/Ethernet0 own 1 3\nfeature sec u/3/Ethernet0 own 1 3\n"
                  "withdraw-feature sec u/3/Ethernet0 own 1\nexplain-feature u/3/Ethernet0 own 1",
                  "although qos asks: another directory withdrew it"},
@@ -166,6 +167,55 @@ TEST(FeatureScenarioTest, EachStateIsExplained) {
       EXPECT_EQ(result.code, 0) << scenario << result.errors;
       EXPECT_THAT(result.out, HasSubstr(verdict)) << scenario;
    }
+}
+
+TEST(FeatureScenarioTest, WordsReachTheChip) {
+   struct Case {
+      char const* scenario;
+      char const* verdict;
+   };
+   std::string const explain = "\nexplain-feature u/3/Ethernet0 u/3:0 1\n";
+   for (auto const& [scenario, verdict] : {
+            Case{"chip refuse next 1 table port-word\nfeature qos u/3/Ethernet0 own 1 3\nsettle",
+                 ": In the word of u/3/Ethernet0. Not in hardware: the chip refused the write of "
+                 "(unit 3, port 0) at 0 s.\n"},
+            Case{"chip capacity 3 0\nfeature qos u/3/Ethernet0 own 1 3\nsettle",
+                 "Not in hardware: the chip refused the write of (unit 3, port 0) at 0 s, since "
+                 "the unit was full."},
+            Case{
+                "feature qos u/3/Ethernet0 own 1 3\nsettle\nchip restart",
+                "Not in hardware: the chip restarted at 0.01 s, and nothing wrote (unit 3, port 0) "
+                "since."},
+            Case{"feature qos u/3/Ethernet0 own 1 3\nsettle\nchip restart\nchip replay\nsettle",
+                 ": In the word of u/3/Ethernet0. In hardware.\n"},
+            Case{"feature qos u/3/Ethernet0 own 1 3\nsettle\nport-map u/3/Ethernet0 none",
+                 "Not in hardware: u/3/Ethernet0 is on no unit."},
+            Case{"feature qos u/3/Ethernet0 own 1 3\nsettle\nport-map-state invalid\n"
+                 "port-map u/3/Ethernet0 3 9",
+                 "Not in hardware: nothing is written while the port map is not valid."},
+            Case{"feature qos u/3/Ethernet0 own 1 3\nsettle\nport-map-state invalid\n"
+                 "port-map u/3/Ethernet0 3 9\nport-map-state valid",
+                 ": In the word of u/3/Ethernet0. In hardware.\n"},
+        }) {
+      Result result = run(setUp + "untagged-vlan u/3/Ethernet0 none\n" + scenario + explain);
+      EXPECT_EQ(result.code, 0) << scenario << result.errors;
+      EXPECT_THAT(result.out, HasSubstr(verdict)) << scenario;
+   }
+   // A place and a sub-interface each have a word, which moves with the port and goes with it.
+   Result words =
+       run(setUp + "feature qos u/3/Ethernet0 own 1 3\nfeature qos u/3/Ethernet0.5 own 2 "
+                   "1\nport-map u/3/Ethernet0 3 9\nsettle\nshow chip-words\n"
+                   "withdraw-feature qos u/3/Ethernet0 own 1\nsettle\nshow chip");
+   EXPECT_THAT(words.out, testing::ContainsRegex("\\(unit 3, port 9\\) +0x0*3 +accepted"));
+   EXPECT_THAT(words.out,
+               testing::ContainsRegex("\\(u/3/Ethernet0.5, TCAM 6\\) +0x0*20 +accepted"));
+   EXPECT_THAT(words.out, testing::Not(HasSubstr("  port-word ")));
+   EXPECT_THAT(words.out, HasSubstr("  sub-interface-word "));
+   Result problems = run(setUp + "chip refuse next 1 table port-word\n"
+                                 "feature qos u/3/Ethernet0 own 1 3\nsettle\nproblems");
+   EXPECT_THAT(problems.out, testing::ContainsRegex(
+                                 "word of \\(unit 3, port 0\\) .*The chip refused the write of "
+                                 "\\(unit 3, port 0\\) at 0 s\\."));
 }
 
 TEST(FeatureScenarioTest, AfterChangesOfEveryKindAChassisIsAsFresh) {
