@@ -20,7 +20,16 @@ std::string chipReason(std::string const& entry, EntryMemory const& memory) {
       return formatted("{} restarted {}, and nothing wrote {} since",
                        bad ? refused + ", and" : "the chip", at(*memory.restarted), entry);
    }
-   return bad ? refused : "the chip does not hold " + entry;
+   if (bad) {
+      return refused;
+   }
+   // A driver that says only what the chip answers.
+   if (write && write->outcome == Outcome::pending) {
+      bool lost = memory.lost && memory.lost->write == write->write;
+      return lost ? formatted("the answer to the write of {} {} was lost", entry, at(write->at))
+                  : formatted("the chip has not answered the write of {} {}", entry, at(write->at));
+   }
+   return "the chip does not hold " + entry;
 }
 
 } // namespace ShoalHost

@@ -59,13 +59,20 @@ std::string strangeWords(FeatureSituation const& is) {
    return text;
 }
 
+std::string nameOf(FeatureSituation::ChipWord const& word) {
+   return std::visit([](auto const& key) { return formatKey(key); }, *word.entry);
+}
+
 // Of a word that carries the value.
 std::string whyNotInChip(FeatureSituation::ChipWord const& word) {
-   if (word.name.empty()) {
+   if (!word.entry) {
       return word.intf.name() + " is on no unit";
    }
-   return word.waits ? "nothing is written while the port map is not valid"
-                     : chipReason(word.name, word.memory);
+   if (word.waits) {
+      return "nothing is written while the port map is not valid";
+   }
+   return word.taken ? formatted("{} has the word of another port in that place", nameOf(word))
+                     : chipReason(nameOf(word), *word.memory);
 }
 
 std::string inChip(FeatureSituation const& is) {
@@ -79,6 +86,25 @@ std::string inChip(FeatureSituation const& is) {
                     is.chip.size() == 1
                         ? ""
                         : formatted(" The chip carries it in {} of {}.", carrying, is.chip.size()));
+}
+
+// The chip's entries, of many words some: the first ones that lack the value, or else the first.
+std::vector<std::pair<std::string, std::string>> chipFacts(FeatureSituation const& is) {
+   std::vector<std::pair<std::string, std::string>> facts;
+   bool lacks = is.lacking() != nullptr;
+   std::size_t left = shown;
+   for (auto const& word : is.chip) {
+      if (left == 0 || !word.entry || (word.carries && lacks)) {
+         continue;
+      }
+      --left;
+      facts.emplace_back("chip at " + nameOf(word), word.held ? formatWord(*word.held) : "no word");
+      if (auto const& answer = word.memory->lastAnswer) {
+         facts.emplace_back("last answer", formatted("{} at {} s", outcomeName(answer->outcome),
+                                                     formatSeconds(answer->at)));
+      }
+   }
+   return facts;
 }
 
 std::string whereItIs(FeatureSituation const& is) {
@@ -156,21 +182,15 @@ Explanation explainFeature(Host const& host, InLifFeatureKey key) {
    }
    auto const& pipeline = host.inLifFeatures();
    for (IntfId intf : is.reached) {
-      if (pipeline.mergedWords->lifFeatureAttrHas(intf)) {
-         fact("word of " + intf.name(), formatWord(pipeline.mergedWords->lifFeatureAttr(intf)));
+      if (auto word = pipeline.mergedWords->lifFeatureAttrCollection().find(intf)) {
+         fact("word of " + intf.name(), formatWord(*word));
       }
    }
-   if (pipeline.subIntfWords->lifFeatureAttrHas(key.intfKey())) {
-      fact("word", formatWord(pipeline.subIntfWords->lifFeatureAttr(key.intfKey())));
+   if (auto word = pipeline.subIntfWords->lifFeatureAttrCollection().find(key.intfKey())) {
+      fact("word", formatWord(*word));
    }
-   for (auto const& word : is.chip) {
-      if (!word.name.empty()) {
-         fact("chip at " + word.name, word.held ? formatWord(*word.held) : "no word");
-         if (auto const& answer = word.memory.lastAnswer) {
-            fact("last answer",
-                 formatted("{} at {} s", outcomeName(answer->outcome), formatSeconds(answer->at)));
-         }
-      }
+   for (auto& [label, text] : chipFacts(is)) {
+      fact(std::move(label), std::move(text));
    }
    found.inHardware = is.inHardware();
    found.verdict = verdict(host, is);

@@ -14,11 +14,6 @@ using Plexus::VlanIntfId;
 
 namespace {
 
-uint64_t wordOf(InLifFeatureAttributes const& word) {
-   return word.data0 | static_cast<uint64_t>(word.data1) << 16 |
-          static_cast<uint64_t>(word.eei) << 32;
-}
-
 class FeatureGathering {
  public:
    FeatureGathering(Host const& host, FeatureSituation& situation)
@@ -64,10 +59,11 @@ class FeatureGathering {
  private:
    // As the library expands a key: to the ports of the key's TCAM, a single port wherever it is.
    void reach() {
-      std::string tcam = host_.world().tcamName(tcam_);
-      bool isSubIntf = SubIntfId::isSubIntfId(intf_);
-      IntfId lag = isSubIntf ? IntfId() : world_.lagPhyIntfMapping->phyIntfLag(intf_);
-      if (!isSubIntf && VlanIntfId::isVlanIntfId(intf_)) {
+      if (SubIntfId::isSubIntfId(intf_)) {
+         found_.reached.push_back(intf_);
+         return;
+      }
+      if (VlanIntfId::isVlanIntfId(intf_)) {
          auto served = unitsWithOwnKey();
          for (auto const& [port, systemPort] : world_.shoalStatus->sysPhyPortIdIter()) {
             if (world_.shoalStatus->sysTcamId(port) == tcam_ &&
@@ -77,25 +73,30 @@ class FeatureGathering {
                found_.reached.push_back(port);
             }
          }
-         found_.unreached = formatted("no port of {} has this VLAN untagged, and the features of a "
-                                      "VLAN reach untagged ports only",
-                                      tcam);
-      } else if (!isSubIntf && PortChannelIntfId::isPortChannelIntfId(intf_)) {
+      } else if (PortChannelIntfId::isPortChannelIntfId(intf_)) {
          for (IntfId port : world_.portsOf(intf_)) {
             if (world_.shoalStatus->sysTcamId(port) == tcam_) {
                found_.reached.push_back(port);
             }
          }
-         found_.unreached = formatted("{} has no member on {}", intf_.name(), tcam);
-      } else if (lag != IntfId()) {
-         found_.unreached =
-             formatted("the port is a member of {}, whose features count while it is", lag.name());
-      } else {
+      } else if (carrier(intf_) == intf_) {
          found_.reached.push_back(intf_);
       }
-      if (!found_.reached.empty()) {
-         found_.unreached.clear();
+      if (found_.reached.empty()) {
+         found_.unreached = whyUnreached();
       }
+   }
+
+   std::string whyUnreached() const {
+      if (VlanIntfId::isVlanIntfId(intf_)) {
+         return formatted("no port of {} has this VLAN untagged, and the features of a VLAN reach "
+                          "untagged ports only",
+                          world_.tcamName(tcam_));
+      }
+      return PortChannelIntfId::isPortChannelIntfId(intf_)
+                 ? formatted("{} has no member on {}", intf_.name(), world_.tcamName(tcam_))
+                 : formatted("the port is a member of {}, whose features count while it is",
+                             carrier(intf_).name());
    }
 
    // The units whose own VLAN interface of this number has a key on the TCAM.
@@ -139,9 +140,7 @@ class FeatureGathering {
                  ? pipeline_.subIntfWords->lifFeatureAttrCollection().find(found_.key.intfKey())
                  : pipeline_.mergedWords->lifFeatureAttrCollection().find(intf);
    }
-   uint64_t fieldOf(InLifFeatureAttributes const& word) const {
-      return fieldOf(LifFeatureWord{wordOf(word)});
-   }
+   uint64_t fieldOf(InLifFeatureAttributes const& word) const { return fieldOf(wordOf(word)); }
    uint64_t fieldOf(LifFeatureWord word) const {
       return word.value >> found_.field->offset() & found_.field->mask();
    }
@@ -151,11 +150,13 @@ class FeatureGathering {
       found.intf = intf;
       auto word = wordFor(intf);
       auto read = [&](auto const& table, auto key) {
-         found.name = formatKey(key);
+         found.entry = key;
          found.held = table.held(key);
-         found.memory = table.memory(key);
+         found.memory = &table.memory(key);
          auto configured = table.configured(key);
-         found.waits = word && (!configured || configured->value != wordOf(*word));
+         bool other = word && !(configured && fieldOf(*configured) == fieldOf(*word));
+         found.waits = other && !world_.shoalStatus->portMapValid();
+         found.taken = other && !found.waits;
          found.carries =
              found.held && fieldOf(*found.held) == (found_.value & found_.field->mask());
       };
@@ -224,6 +225,10 @@ class FeatureGathering {
 };
 
 } // namespace
+
+LifFeatureWord wordOf(InLifFeatureAttributes const& word) {
+   return LifFeatureWord::of(word.data0, word.data1, word.eei);
+}
 
 std::optional<ShoalTcam::TcamShareQualInfo> featureField(Hardware::Shoal::SystemTcamId tcam,
                                                          InLifFeatureType type) {

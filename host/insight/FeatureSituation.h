@@ -15,6 +15,9 @@ namespace ShoalHost {
 std::optional<ShoalTcam::TcamShareQualInfo> featureField(Hardware::Shoal::SystemTcamId tcam,
                                                          InLifFeatureType type);
 
+// As the chip has it.
+LifFeatureWord wordOf(Hardware::ShoalTunnel::InLifFeatureAttributes const& word);
+
 struct FeatureSituation {
    InLifFeatureKey key;
    std::vector<std::pair<std::string, uint32_t>> askedBy;                 // directory, value
@@ -36,11 +39,12 @@ struct FeatureSituation {
    // The chip's entry of each reached word.
    struct ChipWord {
       IntfId intf;
-      std::string name;   // of the entry, as it is printed; empty: the port has no place
-      bool waits = false; // for the port map: the table of the chip has not the word yet
+      std::optional<EntryKey> entry; // none: the port has no place
+      bool waits = false; // for the port map: the table of the chip has not the value yet
+      bool taken = false; // another port in that place has the entry
       std::optional<LifFeatureWord> held;
-      EntryMemory memory;
-      bool carries = false; // what is held has the value
+      EntryMemory const* memory = nullptr; // the seam's, of the entry
+      bool carries = false;                // what is held has the value
    };
    std::vector<ChipWord> chip;
    // Words that the key does not lead to, and would if it were wanted: those of its interface.

@@ -14,7 +14,7 @@ struct Problem {
    std::string why; // a sentence
 };
 
-// Costs what there is of them.
+// Costs what there is of them; while the port map is not valid, what there is of words.
 std::vector<Problem> otherProblems(Host const& host);
 
 } // namespace ShoalHost

@@ -2,7 +2,8 @@
 
 #include "host/text/Text.h"
 
-#include <algorithm>
+#include <set>
+#include <vector>
 
 namespace ShoalHost {
 
@@ -10,15 +11,16 @@ using namespace Hardware::ShoalTunnel;
 
 namespace {
 
-// In order of name, each once.
-std::string listed(std::vector<IntfId> interfaces) {
+std::string listed(std::set<std::string> const& names) {
    constexpr std::size_t shown = 3;
-   std::sort(interfaces.begin(), interfaces.end());
-   interfaces.erase(std::unique(interfaces.begin(), interfaces.end()), interfaces.end());
-   std::size_t more = interfaces.size() - std::min(shown, interfaces.size());
-   interfaces.resize(interfaces.size() - more);
-   std::string text = join(interfaces, ", ", [](IntfId intf) { return intf.name(); });
-   return more == 0 ? text : formatted("{} and {} more", text, more);
+   std::vector<std::string> first;
+   for (auto name = names.begin(); name != names.end() && first.size() < shown; ++name) {
+      first.push_back(*name);
+   }
+   std::string text = join(first, ", ", [](std::string const& name) { return name; });
+   return names.size() == first.size()
+              ? text
+              : formatted("{} and {} more", text, names.size() - first.size());
 }
 
 } // namespace
@@ -28,15 +30,15 @@ std::string tagCollision(Host const& host, VlanTagKey const& tag) {
    if (!users || !users->collide()) {
       return "";
    }
-   std::vector<IntfId> subIntfs;
-   std::vector<IntfId> ports;
+   std::set<std::string> subIntfs;
+   std::set<std::string> ports;
    for (auto const& [key, present] : users->xlateIter()) {
       VlanXlate means = host.vlanTags().vlanXlateStatus->vlanXlate(key);
       if (means.subIntf != IntfId()) {
-         subIntfs.push_back(means.subIntf);
+         subIntfs.insert(means.subIntf.name());
       }
       if (means.vlan.value() != 0) {
-         ports.push_back(key.phyIntf);
+         ports.insert(key.phyIntf.name());
       }
    }
    return formatted("the tag of {}, and a VLAN that {} carr{}", listed(subIntfs), listed(ports),

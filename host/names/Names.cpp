@@ -122,10 +122,12 @@ std::string formatWord(InLifFeatureAttributes const& word) {
 }
 
 std::string formatWord(LifFeatureWord word) {
-   std::array<char, 2 + 16 + 1> digits;
-   std::snprintf(digits.data(), digits.size(), "0x%016llx",
-                 static_cast<unsigned long long>(word.value));
-   return digits.data();
+   std::string text = "0x0000000000000000";
+   uint64_t rest = word.value;
+   for (auto digit = text.rbegin(); rest != 0; ++digit, rest >>= 4) {
+      *digit = "0123456789abcdef"[rest & 15];
+   }
+   return text;
 }
 
 std::string formatWidth(uint32_t mask) {

@@ -216,6 +216,14 @@ TEST(FeatureScenarioTest, WordsReachTheChip) {
    EXPECT_THAT(problems.out, testing::ContainsRegex(
                                  "word of \\(unit 3, port 0\\) .*The chip refused the write of "
                                  "\\(unit 3, port 0\\) at 0 s\\."));
+   problems = run(setUp + "feature qos u/3/Ethernet0 own 1 3\nsettle\nport-map-state invalid\n"
+                          "port-map u/3/Ethernet0 3 9\nproblems");
+   EXPECT_THAT(problems.out,
+               testing::ContainsRegex("word of \\(unit 3, port 0\\) .*Nobody asks for "
+                                      "it any more, and nothing is removed"));
+   EXPECT_THAT(problems.out,
+               testing::ContainsRegex("word of \\(unit 3, port 9\\) .*Nothing is written "
+                                      "while the port map is not valid\\."));
 }
 
 TEST(FeatureScenarioTest, AfterChangesOfEveryKindAChassisIsAsFresh) {

@@ -1,4 +1,6 @@
 #include "host/insight/Explanation.h"
+#include "host/insight/FeatureSituation.h"
+#include "host/insight/OtherProblems.h"
 #include "host/text/Errors.h"
 #include "host/wiring/Host.h"
 
@@ -21,7 +23,9 @@ class MemoryDriver : public ChipDriver {
       ++writes;
       lastKey = write.key;
       if (silent) {
-         entries[write.key] = *write.data;
+         if (!slow) {
+            entries[write.key] = *write.data;
+         }
          unanswered.push_back(write);
          return;
       }
@@ -53,6 +57,7 @@ class MemoryDriver : public ChipDriver {
       return mapper != nullptr ? mapper->inLifAdditionalData : 1;
    }
    void answer(ChipWrite const& write, Outcome outcome) { sink_->answered(write, outcome); }
+   void lose(ChipWrite const& write) { sink_->lost(write); }
    void restart() {
       entries.clear();
       sink_->restarted({});
@@ -72,6 +77,7 @@ class MemoryDriver : public ChipDriver {
    bool refusesNext = false;
    EntryKey lastKey;
    bool silent = false; // writes are not answered
+   bool slow = false;   // nor carried out meanwhile
    std::vector<ChipWrite> unanswered;
 
  private:
@@ -189,6 +195,64 @@ TEST_F(ChipSeamTest, TheAnswerToAWriteThatIsMadeAgainStandsForThoseThatAreLost) 
    driver.answer(driver.unanswered.front(), Outcome::refused);
    EXPECT_TRUE(host->settle());
    EXPECT_EQ(status("Ethernet0.10", 1), tcamSharingSuccess) << "it counts as lost";
+}
+
+TEST_F(ChipSeamTest, FeatureWordsStandAsOtherEntriesDo) {
+   using namespace Hardware::ShoalTunnel;
+   auto keyOf = [](char const* intf, uint32_t system) {
+      return InLifFeatureKey({IntfId(intf), Hardware::Shoal::SystemTcamId(system)},
+                             inLifFeatureTypes[0]);
+   };
+   std::vector<InLifFeatureKey> keys;
+   auto askForAll = [&] {
+      host->inLifFeatures().inputDir->entryIs("qos", Orv::make<InLifFeatureRequestDir>("qos"));
+      keys.clear();
+      for (char const* intf : {"Ethernet0", "Ethernet0.10"}) {
+         keys.push_back(keyOf(intf, host->world().tcamsOf(IntfId(intf)).front().value()));
+         host->changes().featureIs("qos", keys.back(), 1);
+      }
+      EXPECT_TRUE(host->settle());
+   };
+   auto verdict = [&](std::size_t i) { return explainFeature(*host, keys[i]).verdict; };
+   auto problems = [&] {
+      std::string text;
+      for (Problem const& problem : otherProblems(*host)) {
+         text += problem.subject + ": " + problem.why + "\n";
+      }
+      return text;
+   };
+
+   start();
+   driver.silent = driver.slow = true;
+   askForAll();
+   ASSERT_EQ(driver.unanswered.size(), 2U);
+   EXPECT_THAT(verdict(0), testing::HasSubstr("Not in hardware: the chip has not answered the "
+                                              "write of (unit 1, port 0) at "));
+   EXPECT_EQ(problems(), "");
+   driver.lose(driver.unanswered[1]);
+   EXPECT_THAT(problems(),
+               testing::MatchesRegex("word of \\(Ethernet0.10, TCAM .*\\): The answer to "
+                                     "the write of .* was lost\\.\n"));
+   driver.silent = driver.slow = false;
+   host->seam().replay();
+   EXPECT_TRUE(host->settle());
+   EXPECT_EQ(problems(), "");
+
+   // The next host claims them, or removes them.
+   for (bool again : {true, false}) {
+      start();
+      int written = driver.writes;
+      if (again) {
+         askForAll();
+      }
+      host->seam().removeUnclaimed();
+      EXPECT_TRUE(host->settle());
+      EXPECT_EQ(driver.writes, written);
+      for (std::size_t i = 0; again && i < keys.size(); ++i) {
+         EXPECT_THAT(verdict(i), testing::HasSubstr("In hardware."));
+      }
+      EXPECT_EQ(driver.removals, again ? 0 : 2);
+   }
 }
 
 TEST_F(ChipSeamTest, OfSeveralAskedAgainTheFirstAnswerCounts) {
