@@ -4,7 +4,7 @@ namespace Simulate {
 
 Checker::Checker(AgentHost& host)
     : model_(host.world()), recorder_(host, model_), comparison_(host, model_),
-      explanations_(host) {}
+      explanations_(host, model_) {}
 
 Checker& Checker::follow(AgentHost& host) {
    auto* checker = new Checker(host);

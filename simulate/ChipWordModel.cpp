@@ -50,26 +50,41 @@ void ChipWordModel::follow() {
    moved_ = false;
    ports_.forget();
    keys_.forget();
+   for (auto const& [port, word] : merged()) {
+      hit(context_.world.placeOf(port).isNull() ? "chip words: of a port without a place"_met
+                                                : "chip words: of a port"_met);
+   }
+   if (!features_.subIntfWords().empty()) {
+      hit("chip words: of a sub-interface"_met);
+   }
+   become(places_, wantedOfPlaces());
+   become(subIntfs_, wantedOfSubIntfs());
+}
+
+std::map<IntfId, uint64_t> ChipWordModel::merged() const {
    std::map<IntfId, uint64_t> words = features_.words().ofPorts().rows();
    for (auto const& [port, word] : features_.words().ofVlans()) {
       words[port] = word;
    }
+   return words;
+}
+
+std::map<ChipWordModel::PlaceKey, uint64_t> ChipWordModel::wantedOfPlaces() const {
    std::map<PlaceKey, uint64_t> places;
-   for (auto const& [port, word] : words) {
+   for (auto const& [port, word] : merged()) {
       if (auto place = context_.world.placeOf(port); !place.isNull()) {
-         hit("chip words: of a port"_met);
          places[PlaceKey(place)] = word;
-      } else {
-         hit("chip words: of a port without a place"_met);
       }
    }
+   return places;
+}
+
+std::map<ChipWordModel::SubIntfKey, uint64_t> ChipWordModel::wantedOfSubIntfs() const {
    std::map<SubIntfKey, uint64_t> subIntfs;
    for (auto const& [key, word] : features_.subIntfWords()) {
-      hit("chip words: of a sub-interface"_met);
       subIntfs[SubIntfKey(key.intfId(), key.tcamId())] = word;
    }
-   become(places_, places);
-   become(subIntfs_, subIntfs);
+   return subIntfs;
 }
 
 } // namespace Simulate

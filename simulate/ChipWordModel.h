@@ -19,11 +19,17 @@ class ChipWordModel {
    // Brings the tables up to the events.
    void update();
 
+   // What they would hold if the port map were valid.
+   std::map<PlaceKey, uint64_t> wantedOfPlaces() const;
+   std::map<SubIntfKey, uint64_t> wantedOfSubIntfs() const;
+
    Table<PlaceKey, uint64_t> const& ofPlaces() const { return places_; }
    Table<SubIntfKey, uint64_t> const& ofSubIntfs() const { return subIntfs_; }
 
  private:
    void follow();
+   // By port: a VLAN's word wins.
+   std::map<IntfId, uint64_t> merged() const;
 
    Context& context_;
    FeatureModel const& features_;

@@ -44,7 +44,7 @@ class ComparedTable : public Compared {
       }
       if (extent == Extent::whole || always_ || (extent == Extent::small && !large_)) {
          touched_.forget();
-         forEachKey(compareRow);
+         compareAll(compareRow);
       } else if (!touched_.empty()) {
          std::vector<K> keys = touched_.take();
          std::for_each(keys.begin(), keys.end(), compareRow);
@@ -71,7 +71,7 @@ class ComparedTable : public Compared {
    template<class M>
    ComparedTable& listen(Table<K, M> const& table) {
       table.tells(touched_);
-      lists_.push_back([&table](Visit const& visit) {
+      expectedLists_.push_back([&table](Visit const& visit) {
          for (auto const& [key, value] : table) {
             visit(key);
          }
@@ -89,7 +89,7 @@ class ComparedTable : public Compared {
             touched_.add(keyOf(key));
          }
       });
-      lists_.push_back([&table, keyOf](Visit const& visit) {
+      expectedLists_.push_back([&table, keyOf](Visit const& visit) {
          for (auto const& [key, value] : table) {
             visit(keyOf(key));
          }
@@ -120,6 +120,13 @@ class ComparedTable : public Compared {
             visit(key);
          }
       });
+      return *this;
+   }
+   // The same; `row` says what is at a key, also where the collection has no member.
+   template<class Collection>
+   ComparedTable& readRows(Collection const& collection, Read row) {
+      read(collection, [](auto const&) { return V(); });
+      actual_ = std::move(row);
       return *this;
    }
    template<class Collection>
@@ -160,21 +167,35 @@ class ComparedTable : public Compared {
       return *this;
    }
    void touchAll() {
-      forEachKey([this](K const& key) { touched_.add(key); });
+      Visit add = [this](K const& key) { touched_.add(key); };
+      forEachKey(expectedLists_, add);
+      forEachKey(lists_, add);
    }
 
  private:
-   // A row of both sides comes twice.
-   void forEachKey(Visit const& visit) const {
-      for (List const& list : lists_) {
+   static void forEachKey(std::vector<List> const& lists, Visit const& visit) {
+      for (List const& list : lists) {
          list(visit);
+      }
+   }
+   // Where each row of the library is as expected, and the model has as many, it has no others.
+   void compareAll(Visit const& compareRow) const {
+      std::ptrdiff_t missing = 0;
+      forEachKey(lists_, [&](K const& key) {
+         --missing;
+         compareRow(key);
+      });
+      forEachKey(expectedLists_, [&](K const&) { ++missing; });
+      if (missing != 0) {
+         forEachKey(expectedLists_, compareRow);
       }
    }
 
    char const* check_;
    Read expected_;
    Read actual_;
-   std::vector<List> lists_;
+   std::vector<List> lists_;         // the library's
+   std::vector<List> expectedLists_; // the model's
    std::vector<std::function<void()>> converts_;
    bool always_ = false;
    bool large_ = false;

@@ -31,6 +31,16 @@ auto keysOf(Collection const& collection) {
    return keys;
 }
 
+template<class Collection>
+auto sortedKeysOf(Collection const& collection) {
+   std::vector<typename Collection::Key> keys;
+   for (auto const& [key, present] : collection.walk()) {
+      keys.push_back(key);
+   }
+   std::sort(keys.begin(), keys.end());
+   return keys;
+}
+
 template<class Collection, class Handler>
 std::unique_ptr<Orv::ReactorBase> watchKeys(Collection const& collection, Handler handler) {
    using Key = typename Collection::Key;
@@ -238,11 +248,14 @@ void Comparison::addPublished() {
 void Comparison::addVlanTags(VlanTags const& tags) {
    VlanTagModel const& model = model_.vlanTags;
    auto addPorts = [&](char const* check, auto const& expected, VlanPhyIntfConfig const& config) {
-      add<uint16_t, std::set<IntfId>>(check)
+      add<uint16_t, std::vector<IntfId>>(check)
           .large()
-          .expect(expected)
+          .expect(expected,
+                  [](uint16_t, VlanTagModel::Ports const& ports) {
+                     return std::vector(ports.begin(), ports.end());
+                  })
           .read(config.vlanTagCollection(),
-                [](auto const& ports) { return keysOf(ports->phyIntfCollection()); })
+                [](auto const& ports) { return sortedKeysOf(ports->phyIntfCollection()); })
           .followMembers(config.vlanTagCollection(), [](auto const& ports, auto handler) {
              return watchKeys(ports.phyIntfCollection(), handler);
           });
@@ -254,43 +267,47 @@ void Comparison::addVlanTags(VlanTags const& tags) {
        .expect(model.meanings())
        .read(tags.vlanXlateStatus->vlanXlateCollection());
 
+   using Requests = std::vector<TcamSharingRequest>;
    auto const& entries = model_.isem.users();
-   auto requestsOf = [&entries](VlanTagKey const& pair) {
-      auto found = entries.end();
-      if (pair.fapId.value() <= AradSemKeyAndFap::maxFapId) {
-         AradISemKeyTcamSharing fields(Bridging::VlanId(pair.vlanTag), pair.vlanDomain);
-         found = entries.find(AradSemKeyAndFap(fields.key(), pair.fapId));
-      }
-      return found == entries.end() ? std::set<TcamSharingRequest>() : found->second;
-   };
    auto const& map = tags.vlanTagMap->vlanTagCollection();
-   add<VlanTagKey, std::set<TcamSharingRequest>>("requests of VLAN tags")
+   add<VlanTagKey, Requests>("requests of VLAN tags")
        .large()
        .listen(model.users())
        .listenAs(entries, VlanTags::tagOf)
-       .expectFrom([&model, requestsOf](VlanTagKey const& pair) {
-          auto requests = requestsOf(pair);
-          return requests.empty() && !model.users().contains(pair) ? std::nullopt
-                                                                   : std::optional(requests);
+       .expectFrom([&model, &entries](VlanTagKey const& pair) -> std::optional<Requests> {
+          if (pair.fapId.value() <= AradSemKeyAndFap::maxFapId) {
+             AradISemKeyTcamSharing fields(Bridging::VlanId(pair.vlanTag), pair.vlanDomain);
+             auto found = entries.find(AradSemKeyAndFap(fields.key(), pair.fapId));
+             if (found != entries.end()) {
+                return Requests(found->second.begin(), found->second.end());
+             }
+          }
+          return model.users().contains(pair) ? std::optional(Requests()) : std::nullopt;
        })
-       .read(map, [](auto const& users) { return keysOf(users->requestCollection()); })
+       .read(map, [](auto const& users) { return sortedKeysOf(users->requestCollection()); })
        .followMembers(map, [](auto const& users, auto handler) {
           return watchKeys(users.requestCollection(), handler);
        });
-   add<VlanTagKey, std::set<VlanXlateKey>>("ports of VLAN tags")
+   // Those without a port are compared above.
+   using Ports = std::vector<VlanXlateKey>;
+   add<VlanTagKey, Ports>("ports of VLAN tags")
        .large()
        .listen(model.users())
-       .listenAs(entries, VlanTags::tagOf)
-       .expectFrom([&model, requestsOf](VlanTagKey const& pair) {
-          std::set<VlanXlateKey> ports;
+       .expectFrom([&model](VlanTagKey const& pair) {
+          Ports ports;
           if (auto users = model.users().find(pair); users != model.users().end()) {
              for (auto const& [key, meaning] : users->second) {
-                ports.insert(key);
+                ports.push_back(key);
              }
           }
-          return ports.empty() && requestsOf(pair).empty() ? std::nullopt : std::optional(ports);
+          return std::optional(ports);
        })
-       .read(map, [](auto const& users) { return keysOf(users->xlateCollection()); })
+       .readRows(map,
+                 [&map](VlanTagKey const& pair) {
+                    auto users = map.find(pair);
+                    return std::optional(users ? sortedKeysOf((*users)->xlateCollection())
+                                               : Ports());
+                 })
        .followMembers(map, [](auto const& users, auto handler) {
           return watchKeys(users.xlateCollection(), handler);
        });

@@ -83,13 +83,18 @@ void VlanTagModel::portMapVersionChanged() {
    for (auto const& [port, systemPort] : status.sysPhyPortIdIter()) {
       if (!status.portMap(systemPort).isNull()) {
          placed_.insert(port);
-         changed_.add(port);
+         if (!before.contains(port)) {
+            changed_.add(port);
+         }
       }
    }
    for (IntfId port : before) {
-      hit(placed_.contains(port) ? "VLAN tags: a port stays at a version"_met
-                                 : "VLAN tags: a port goes"_met);
-      changed_.add(port);
+      if (placed_.contains(port)) {
+         hit("VLAN tags: a port stays at a version"_met);
+      } else {
+         hit("VLAN tags: a port goes"_met);
+         changed_.add(port);
+      }
    }
 }
 
@@ -149,25 +154,25 @@ std::set<VlanTagModel::Tag> VlanTagModel::vlansAt(IntfId port) const {
    return vlans;
 }
 
-std::map<VlanTagModel::Tag, VlanTagModel::Xlate> VlanTagModel::meaningsAt(IntfId port) const {
+std::map<VlanTagModel::Tag, VlanTagModel::Xlate>
+VlanTagModel::meaningsAt(IntfId port, std::set<Tag> const& vlans,
+                         std::map<Tag, std::vector<IntfId>> const& subIntfsByTag) const {
    std::map<Tag, Xlate> found;
    std::map<Tag, int> meanings;
-   if (placed_.contains(port)) {
-      for (Tag vlan : vlansAt(port)) {
-         found[vlan].vlan = Bridging::VlanIdOrNone(vlan);
-         ++meanings[vlan];
-      }
-      for (auto const& [tag, subIntfs] : subIntfsAt(port)) {
-         found[tag].subIntf = *std::min_element(subIntfs.begin(), subIntfs.end());
-         std::set<Tag> inner;
-         for (IntfId subIntf : subIntfs) {
-            if (!inner.insert(tagsOf(subIntf).inner).second) {
-               hit("VLAN tags: two sub-interfaces with the same tags"_met);
-               found[tag].collision = true;
-            }
+   for (Tag vlan : vlans) {
+      found[vlan].vlan = Bridging::VlanIdOrNone(vlan);
+      ++meanings[vlan];
+   }
+   for (auto const& [tag, subIntfs] : subIntfsByTag) {
+      found[tag].subIntf = *std::min_element(subIntfs.begin(), subIntfs.end());
+      std::set<Tag> inner;
+      for (IntfId subIntf : subIntfs) {
+         if (!inner.insert(tagsOf(subIntf).inner).second) {
+            hit("VLAN tags: two sub-interfaces with the same tags"_met);
+            found[tag].collision = true;
          }
-         ++meanings[tag];
       }
+      ++meanings[tag];
    }
    for (IntfId routed : {lagOf(port), port}) { // the port's own counts
       if (auto vlan = world().intfVlanIdTable->internalVlanId(routed).value(); vlan != 0) {
@@ -191,17 +196,24 @@ bool VlanTagModel::collide(Users const& users) {
 }
 
 void VlanTagModel::update() {
+   if (changed_.empty()) {
+      return;
+   }
    for (IntfId port : changed_.take()) {
       update(port);
    }
+   collides_ = std::any_of(users_.begin(), users_.end(),
+                           [](auto const& row) { return collide(row.second); });
 }
 
 void VlanTagModel::update(IntfId port) {
    Carried before = std::exchange(carried_[port], {});
    Carried& now = carried_[port];
+   std::map<Tag, std::vector<IntfId>> subIntfsByTag;
    if (placed_.contains(port)) {
       now.vlans = vlansAt(port);
-      for (auto const& [tag, subIntfs] : subIntfsAt(port)) {
+      subIntfsByTag = subIntfsAt(port);
+      for (auto const& [tag, subIntfs] : subIntfsByTag) {
          now.subIntfTags.insert(tag);
       }
    }
@@ -220,32 +232,62 @@ void VlanTagModel::update(IntfId port) {
    follow(vlans_, before.vlans, now.vlans);
    follow(subIntfTags_, before.subIntfTags, now.subIntfTags);
 
-   for (auto const& [tag, pair] : before.pairs) {
-      XlateKey key{port, tag};
-      meanings_.erase(key);
-      if (auto users = users_.find(pair); users != users_.end()) {
-         users_[pair].erase(key);
-         if (users->second.empty()) {
-            users_.erase(pair);
-         }
-      }
-   }
    auto unit = published_.units().find(port);
    auto domain = published_.domains().find(port);
-   for (auto const& [tag, meaning] : meaningsAt(port)) {
-      XlateKey key{port, tag};
-      meanings_[key] = meaning;
-      Pair pair; // of no unit: nobody's
+   auto meanings = meaningsAt(port, now.vlans, subIntfsByTag);
+   for (auto const& [tag, meaning] : meanings) {
       if (unit != published_.units().end()) {
-         pair = {unit->second, tag,
-                 domain == published_.domains().end() ? Hardware::Shoal::VlanDomain()
-                                                      : domain->second};
-         users_[pair][key] = meaning;
-         if (collide(users_.at(pair))) {
-            hit("VLAN tags: a sub-interface's tag is a VLAN of its domain"_met);
-         }
+         now.pairs[tag] = {unit->second, tag,
+                           domain == published_.domains().end() ? Hardware::Shoal::VlanDomain()
+                                                                : domain->second};
+      } else {
+         now.pairs[tag] = {}; // of no unit: nobody's
       }
-      now.pairs[tag] = pair;
+   }
+   for (auto const& [tag, pair] : before.pairs) {
+      auto stays = now.pairs.find(tag);
+      if (stays == now.pairs.end()) {
+         meanings_.erase({port, tag});
+      }
+      if (stays == now.pairs.end() || stays->second != pair) {
+         erase(pair, {port, tag});
+      }
+   }
+   for (auto const& [tag, meaning] : meanings) {
+      XlateKey key{port, tag};
+      auto known = meanings_.find(key);
+      if (known == meanings_.end() || known->second != meaning) {
+         meanings_[key] = meaning;
+      }
+      use(now.pairs.at(tag), key, meaning);
+   }
+}
+
+void VlanTagModel::use(Pair const& pair, XlateKey key, Xlate const& meaning) {
+   if (pair == Pair()) {
+      return;
+   }
+   auto users = users_.find(pair);
+   if (users != users_.end()) {
+      auto known = users->second.find(key);
+      if (known != users->second.end() && known->second == meaning) {
+         return;
+      }
+   }
+   users_[pair][key] = meaning;
+   if (collide(users_.at(pair))) {
+      hit("VLAN tags: a sub-interface's tag is a VLAN of its domain"_met);
+   }
+}
+
+void VlanTagModel::erase(Pair const& pair, XlateKey key) {
+   auto users = users_.find(pair);
+   if (users == users_.end()) {
+      return;
+   }
+   users_[pair].erase(key);
+   if (users->second.empty()) {
+      users_.erase(pair);
    }
 }
 

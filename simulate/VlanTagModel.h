@@ -36,6 +36,8 @@ class VlanTagModel {
    // By unit, tag and domain: the ports, with what the tag means there.
    Table<Pair, Users> const& users() const { return users_; }
    static bool collide(Users const& users);
+   // Any of them do.
+   bool collides() const { return collides_; }
 
  private:
    struct Carried {
@@ -52,8 +54,12 @@ class VlanTagModel {
    // By outer tag, those of the port and of its port-channel.
    std::map<Tag, std::vector<IntfId>> subIntfsAt(IntfId port) const;
    std::set<Tag> vlansAt(IntfId port) const;
-   std::map<Tag, Xlate> meaningsAt(IntfId port) const;
+   // Of a port with these VLANs and sub-interfaces.
+   std::map<Tag, Xlate> meaningsAt(IntfId port, std::set<Tag> const& vlans,
+                                   std::map<Tag, std::vector<IntfId>> const& subIntfsByTag) const;
    void update(IntfId port);
+   void use(Pair const& pair, XlateKey key, Xlate const& meaning);
+   void erase(Pair const& pair, XlateKey key);
 
    Context& context_;
    PublishedModel const& published_;
@@ -65,6 +71,7 @@ class VlanTagModel {
    Table<Tag, Ports> subIntfTags_;
    Table<XlateKey, Xlate> meanings_;
    Table<Pair, Users> users_;
+   bool collides_ = false;
 };
 
 } // namespace Simulate

@@ -6,30 +6,12 @@
 #include "simulate/explanations/RequestTruth.h"
 
 #include <algorithm>
+#include <cctype>
 #include <set>
 
 namespace Simulate {
 
 using namespace Hardware::ShoalTunnel;
-
-namespace {
-
-// The requests that problems lists.
-std::set<std::string> listedProblems(AgentHost& host) {
-   std::ostringstream out;
-   std::vector<std::string> words{"problems", "--format", "json"};
-   Command const& command = commandRegistry().take(words);
-   Arguments arguments(words);
-   command.run(host, arguments, out);
-   std::set<std::string> listed;
-   Json const problems = Json::parse(out.str());
-   for (auto const& row : problems.at("rows")) {
-      listed.insert(row.at("request").get<std::string>());
-   }
-   return listed;
-}
-
-} // namespace
 
 void ExplanationCheck::check(Findings& findings, Extent extent) {
    bool quiet = witness_.noteQuietEvents();
@@ -75,38 +57,86 @@ void ExplanationCheck::checkTouched(Findings& findings, bool everyRequest) {
    checkFeatures(findings, affected_.features());
 }
 
-// Those that are no request's.
-void ExplanationCheck::checkOtherProblems(Findings& findings,
-                                          std::set<std::string> const& listed) const {
-   std::set<std::string> expected;
-   for (auto const& [tag, collides] : host_.vlanTags().vlanTagMap->collisionIter()) {
-      expected.insert(formatTag(tag));
+ExplanationCheck::Listed ExplanationCheck::listedProblems() const {
+   std::ostringstream out;
+   std::vector<std::string> words{"problems", "--format", "json"};
+   Command const& command = commandRegistry().take(words);
+   Arguments arguments(words);
+   command.run(host_, arguments, out);
+   Listed listed;
+   Json const problems = Json::parse(out.str());
+   for (auto const& row : problems.at("rows")) {
+      listed[row.at("request").get<std::string>()] = row.at("why").get<std::string>();
    }
-   auto addLacking = [&](auto const& config, auto const& chip) {
-      for (auto const& [key, word] : config->configIter()) {
-         auto const* held = chip.held(key);
-         if (held == nullptr || *held != word) {
-            expected.insert("word of " + formatKey(key));
+   return listed;
+}
+
+// Those that are no request's.
+void ExplanationCheck::checkOtherProblems(Findings& findings, Listed const& listed) const {
+   bool waits = !host_.world().shoalStatus->portMapValid();
+   Listed expected;
+   for (auto const& [tag, users] : model_.vlanTags.users()) {
+      if (VlanTagModel::collide(users)) {
+         expected[formatTag(tag)] = "It is " + collisionOf(model_.vlanTags, tag) + ".";
+      }
+   }
+   // Empty: that the chip does not hold it, and why.
+   auto expect = [&expected](auto const& key, char const* why) {
+      expected.try_emplace("word of " + formatKey(key), why);
+   };
+   auto addWords = [&](auto const& wanted, auto const& configured, auto const& chip) {
+      for (auto const& [key, word] : wanted) {
+         auto row = configured.find(key);
+         if (waits && (row == configured.end() || row->second != word)) {
+            expect(key, "Nothing is written while the port map is not valid.");
+         }
+      }
+      for (auto const& [key, word] : configured) {
+         auto held = chip.entries().find(key);
+         if (waits && !wanted.contains(key)) {
+            expect(key, "Nobody asks for it any more, and nothing is removed while the port map is "
+                        "not valid.");
+         } else if (held == chip.entries().end() || held->second.value != word) {
+            expect(key, "");
          }
       }
    };
-   addLacking(host_.inLifFeatures().defaultMappingConfig, host_.chip().portWords());
-   addLacking(host_.inLifFeatures().subIntfMappingConfig, host_.chip().subIntfWords());
+   ChipWordModel const& words = model_.chipWords;
+   addWords(words.wantedOfPlaces(), words.ofPlaces(), host_.chip().portWords());
+   addWords(words.wantedOfSubIntfs(), words.ofSubIntfs(), host_.chip().subIntfWords());
+
+   constexpr std::string_view wordOf = "word of ";
    std::set<std::string> rows;
-   for (std::string const& row : listed) {
-      if (row.starts_with("VLAN tag ") || row.starts_with("word of ")) {
-         rows.insert(row);
+   for (auto const& [row, why] : listed) {
+      if (!row.starts_with("VLAN tag ") && !row.starts_with(wordOf)) {
+         continue;
+      }
+      rows.insert(row);
+      auto should = expected.find(row);
+      if (should == expected.end()) {
+         continue;
+      }
+      std::string reason = why.substr(0, why.size() - 1);
+      reason.front() = static_cast<char>(std::tolower(static_cast<unsigned char>(why.front())));
+      bool holds = should->second.empty() ? witness_.notHeld(reason) == row.substr(wordOf.size())
+                                          : why == should->second;
+      if (!holds) {
+         findings.add("problems are told", row, ": untrue: ", why);
       }
    }
-   if (rows != expected) {
-      findings.add("problems are told", "tags and words: ", rows, " instead of ", expected);
+   std::set<std::string> names;
+   for (auto const& [row, why] : expected) {
+      names.insert(row);
+   }
+   if (rows != names) {
+      findings.add("problems are told", "tags and words: ", rows, " instead of ", names);
    }
 }
 
 void ExplanationCheck::checkEvery(Findings& findings) {
    leads_.emplace(host_, facts_);
    ports_.reset();
-   std::set<std::string> listed = listedProblems(host_);
+   Listed listed = listedProblems();
    checkOtherProblems(findings, listed);
    auto requests = knownRequests(host_);
    checkRequests(findings, requests, &listed);
@@ -121,13 +151,13 @@ void ExplanationCheck::checkEvery(Findings& findings) {
 
 void ExplanationCheck::checkRequests(Findings& findings,
                                      std::vector<TcamSharingRequest> const& requests,
-                                     std::set<std::string> const* listed) const {
+                                     Listed const* listed) const {
    if (requests.empty()) {
       return;
    }
    Situations situations(host_);
    for (TcamSharingRequest request : requests) {
-      RequestTruth truth(host_, facts_, witness_, *leads_, request);
+      RequestTruth truth(host_, facts_, model_.vlanTags, witness_, *leads_, request);
       ShoalHost::Situation situation = situations.of(request);
       Explanation explanation = explain(situation, host_);
       for (std::string const& untruth : truth.untruths(explanation)) {
@@ -149,7 +179,7 @@ void ExplanationCheck::checkFeatures(Findings& findings,
       ports_.emplace(host_);
    }
    for (InLifFeatureKey key : features) {
-      FeatureTruth truth(host_, *ports_, key);
+      FeatureTruth truth(host_, *ports_, witness_, key);
       Explanation explanation = explainFeature(host_, key);
       for (std::string const& untruth : truth.untruths(explanation)) {
          findings.add("explanations are true", explanation.subject, ": ", untruth);

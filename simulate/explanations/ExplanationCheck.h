@@ -8,14 +8,15 @@
 #include "simulate/explanations/FeatureTruth.h"
 #include "simulate/explanations/Leads.h"
 #include "simulate/explanations/Witness.h"
+#include "simulate/Model.h"
 
 namespace Simulate {
 
 class ExplanationCheck {
  public:
-   // From the start of an agent.
-   explicit ExplanationCheck(AgentHost& host)
-       : host_(host), facts_(host.world()), witness_(host), affected_(host) {}
+   // From the start of an agent. `model` is up to date at each check.
+   ExplanationCheck(AgentHost& host, Model const& model)
+       : host_(host), facts_(host.world()), model_(model), witness_(host), affected_(host) {}
    // Of what was touched since the last check, or of everything.
    void check(Findings& findings, Extent extent);
    // A machine of the library goes, and is built again.
@@ -28,15 +29,19 @@ class ExplanationCheck {
    // `everyRequest`: what no table shows touched them all.
    void checkTouched(Findings& findings, bool everyRequest);
    void checkEvery(Findings& findings);
-   void checkOtherProblems(Findings& findings, std::set<std::string> const& listed) const;
-   // `listed`: what problems lists; null: not asked for, what it is made from is checked.
+   // What problems lists, with the text of each row.
+   using Listed = std::map<std::string, std::string>;
+   Listed listedProblems() const;
+   void checkOtherProblems(Findings& findings, Listed const& listed) const;
+   // `listed`: null: not asked for, what it is made from is checked.
    void checkRequests(Findings& findings, std::vector<TcamSharingRequest> const& requests,
-                      std::set<std::string> const* listed) const;
+                      Listed const* listed) const;
    void checkFeatures(Findings& findings, std::vector<InLifFeatureKey> const& features);
    std::vector<InLifFeatureKey> everyFeature() const;
 
    AgentHost& host_;
    Facts facts_;
+   Model const& model_;
    Witness witness_;
    Affected affected_;
    // As the world was at the last check.

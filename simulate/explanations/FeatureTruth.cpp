@@ -10,11 +10,6 @@ namespace {
 
 constexpr std::string_view chipAt = "chip at ";
 
-std::string nameOf(ShoalHost::EntryKey const& entry) {
-   auto const* place = std::get_if<DefaultMappingKey>(&entry);
-   return place != nullptr ? formatKey(*place) : formatKey(std::get<SubIntfMappingKey>(entry));
-}
-
 } // namespace
 
 FeaturePorts::FeaturePorts(AgentHost const& host) {
@@ -31,9 +26,10 @@ FeaturePorts::FeaturePorts(AgentHost const& host) {
    }
 }
 
-FeatureTruth::FeatureTruth(AgentHost const& host, FeaturePorts const& ports, InLifFeatureKey key)
-    : host_(host), world_(host.world()), pipeline_(host.inLifFeatures()), ports_(ports), key_(key),
-      type_(key.featureType()) {
+FeatureTruth::FeatureTruth(AgentHost const& host, FeaturePorts const& ports, Witness const& witness,
+                           InLifFeatureKey key)
+    : host_(host), world_(host.world()), pipeline_(host.inLifFeatures()), ports_(ports),
+      witness_(witness), key_(key), type_(key.featureType()) {
    auto aggregate = pipeline_.inLifIntfCfg->request(key.intfKey());
    if (aggregate && aggregate->featureAggHas(type_)) {
       wanted_ = aggregate->featureAgg(type_);
@@ -45,6 +41,9 @@ FeatureTruth::FeatureTruth(AgentHost const& host, FeaturePorts const& ports, InL
       mask_ = layout->tcamShareQualInfo(type_).mask();
    }
    findWords();
+   if (wanted_ && mask_ != 0) {
+      findChip();
+   }
 }
 
 std::vector<std::string> FeatureTruth::untruths(Explanation const& explanation) const {
@@ -64,11 +63,7 @@ std::vector<std::string> FeatureTruth::untruths(Explanation const& explanation) 
    require(explanation.inHardware == (inWords() && inChip()), "wrong on hardware: ");
    require((inWords() && inChip()) == (text.find(". In hardware") != std::string::npos),
            "silent on hardware: ");
-   std::string entry; // the one that the facts are of
-   for (auto const& [label, line] : explanation.facts) {
-      entry = label.starts_with(chipAt) ? label.substr(chipAt.size()) : entry;
-      require(isChipFact(label, line, entry), "untrue of the chip: ");
-   }
+   checkChip(explanation, found);
    require(strange().empty() != (text.find(". The word of ") != std::string::npos),
            "wrong on a word: ");
    require(spills() == (text.find("is wider than its field") != std::string::npos),
@@ -118,10 +113,8 @@ bool FeatureTruth::isSentence(std::string const& sentence) const {
       return inWords() && !inChip() && isWhyNotInChip((*parts)[0]);
    }
    if (auto parts = fit(sentence, "The chip carries it in % of %")) {
-      auto carrying = std::count_if(reached_.begin(), reached_.end(),
-                                    [this](IntfId intf) { return carriesInChip(intf); });
-      return (*parts)[0] == std::to_string(carrying) &&
-             (*parts)[1] == std::to_string(reached_.size());
+      return (*parts)[0] == std::to_string(carrying()) &&
+             (*parts)[1] == std::to_string(chip_.size());
    }
    if (auto parts = fit(sentence, "Not in the word of %: %")) {
       return wanted_ && !inWords() && isAbsent((*parts)[0], (*parts)[1]);
@@ -149,99 +142,90 @@ bool FeatureTruth::isSentence(std::string const& sentence) const {
           wanted_ && !asked();
 }
 
-std::optional<ShoalHost::EntryKey> FeatureTruth::entryOf(IntfId intf) const {
-   if (intf.fields().subIntf) {
-      return SubIntfMappingKey(intf, key_.tcamId());
-   }
-   auto place = world_.placeOf(intf);
-   return place.isNull() ? std::nullopt
-                         : std::optional<ShoalHost::EntryKey>(DefaultMappingKey(place));
-}
-
-std::optional<uint64_t> FeatureTruth::heldOf(IntfId intf) const {
-   auto find = [](auto const& entries, auto const& key) {
-      auto found = entries.find(key);
-      return found == entries.end() ? std::nullopt : std::optional(found->second.value);
+void FeatureTruth::findChip() {
+   auto read = [&](IntfId intf, auto const& key, auto const& config, auto const& status,
+                   auto const& chip) {
+      ChipWord& word = chip_.emplace_back();
+      word.intf = intf;
+      word.name = formatKey(key);
+      if (auto data = config->configCollection().find(key)) {
+         word.configured = data->value;
+      }
+      if (auto held = chip.entries().find(key); held != chip.entries().end()) {
+         word.held = held->second.value;
+      }
+      if (auto answer = status->statusCollection().find(key)) {
+         word.accepted = answer->statusCode == 1;
+      }
    };
-   auto entry = entryOf(intf);
-   if (!entry) {
-      return std::nullopt;
+   for (IntfId intf : reached_) {
+      if (intf.fields().subIntf) {
+         read(intf, SubIntfMappingKey(intf, key_.tcamId()), pipeline_.subIntfMappingConfig,
+              pipeline_.subIntfMappingStatus, host_.chip().subIntfWords());
+      } else if (auto place = world_.placeOf(intf); !place.isNull()) {
+         read(intf, DefaultMappingKey(place), pipeline_.defaultMappingConfig,
+              pipeline_.defaultMappingStatus, host_.chip().portWords());
+      } else {
+         chip_.emplace_back().intf = intf;
+      }
    }
-   auto const* place = std::get_if<DefaultMappingKey>(&*entry);
-   return place != nullptr
-              ? find(host_.chip().portWords().entries(), *place)
-              : find(host_.chip().subIntfWords().entries(), std::get<SubIntfMappingKey>(*entry));
 }
 
-bool FeatureTruth::carriesInChip(IntfId intf) const {
-   auto held = heldOf(intf);
-   return held && (*held >> offset_ & mask_) == (*wanted_ & mask_);
-}
-
-bool FeatureTruth::inChip() const {
-   return std::all_of(reached_.begin(), reached_.end(),
-                      [this](IntfId intf) { return carriesInChip(intf); });
+std::size_t FeatureTruth::carrying() const {
+   return static_cast<std::size_t>(std::count_if(
+       chip_.begin(), chip_.end(), [this](ChipWord const& word) { return carriesInChip(word); }));
 }
 
 // Told of one of the reached words that the chip does not carry.
 bool FeatureTruth::isWhyNotInChip(std::string const& why) const {
-   return std::any_of(reached_.begin(), reached_.end(), [&](IntfId intf) {
-      return !carriesInChip(intf) && isWhyNotInChip(intf, why);
-   });
-}
-
-bool FeatureTruth::isWhyNotInChip(IntfId intf, std::string const& why) const {
-   auto entry = entryOf(intf);
-   if (!entry) {
-      return why == intf.name() + " is on no unit";
-   }
-   if (why == "nothing is written while the port map is not valid") {
-      return !world_.shoalStatus->portMapValid();
-   }
-   auto const* place = std::get_if<DefaultMappingKey>(&*entry);
-   auto configured = place != nullptr
-                         ? pipeline_.defaultMappingConfig->configCollection().find(*place)
-                         : pipeline_.subIntfMappingConfig->configCollection().find(
-                               std::get<SubIntfMappingKey>(*entry));
-   if (!configured || (configured->value >> offset_ & mask_) != (*wanted_ & mask_)) {
-      return false; // it waits
-   }
-   std::string name = nameOf(*entry);
-   if (fit(why, "the chip restarted at % s, and nothing wrote " + name + " since")) {
-      return host_.chip().restarts() != 0;
-   }
-   std::string refused = "the chip refused the write of " + name + " at % s";
-   std::string restarted = ", and restarted at % s, and nothing wrote " + name + " since";
-   std::string full = ", since the unit was full";
-   bool again = host_.chip().restarts() != 0;
-   bool drawn = host_.chip().faults().suffered(Agent::Fault::refuse) != 0;
-   return fit(why, refused + full) || (fit(why, refused + full + restarted) && again) ||
-          (fit(why, refused) && drawn) || (fit(why, refused + restarted) && again && drawn);
-}
-
-bool FeatureTruth::isChipFact(std::string const& label, std::string const& text,
-                              std::string const& name) const {
-   if (!label.starts_with(chipAt) && label != "last answer") {
-      return true;
-   }
-   return std::any_of(reached_.begin(), reached_.end(), [&](IntfId intf) {
-      auto entry = entryOf(intf);
-      if (!entry || nameOf(*entry) != name) {
+   auto entry = witness_.notHeld(why);
+   return std::any_of(chip_.begin(), chip_.end(), [&](ChipWord const& word) {
+      if (carriesInChip(word)) {
          return false;
       }
-      if (label != "last answer") {
-         auto held = heldOf(intf);
-         return text == (held ? formatWord(LifFeatureWord{*held}) : "no word");
+      if (word.name.empty()) {
+         return why == word.intf.name() + " is on no unit";
       }
-      auto const* place = std::get_if<DefaultMappingKey>(&*entry);
-      auto status = place != nullptr
-                        ? pipeline_.defaultMappingStatus->statusCollection().find(*place)
-                        : pipeline_.subIntfMappingStatus->statusCollection().find(
-                              std::get<SubIntfMappingKey>(*entry));
-      // A restart takes the statuses away.
-      return !status ? host_.chip().restarts() != 0 || text.starts_with("removed")
-                     : (status->statusCode == 1) == text.starts_with("accepted");
+      bool waits = !word.configured || (*word.configured >> offset_ & mask_) != (*wanted_ & mask_);
+      return waits ? why == "nothing is written while the port map is not valid" &&
+                         !world_.shoalStatus->portMapValid()
+                   : entry == word.name;
    });
+}
+
+void FeatureTruth::checkChip(Explanation const& explanation,
+                             std::vector<std::string>& found) const {
+   bool lacks = carrying() != chip_.size();
+   // The first three are told.
+   auto due = std::count_if(chip_.begin(), chip_.end(), [&](ChipWord const& word) {
+      return !word.name.empty() && !(lacks && carriesInChip(word));
+   });
+   ChipWord const* at = nullptr;
+   std::ptrdiff_t told = 0;
+   for (auto const& [label, text] : explanation.facts) {
+      if (label.starts_with(chipAt)) {
+         std::string name = label.substr(chipAt.size());
+         auto word = std::find_if(chip_.begin(), chip_.end(),
+                                  [&](ChipWord const& each) { return each.name == name; });
+         at = word == chip_.end() || (lacks && carriesInChip(*word)) ? nullptr : &*word;
+         ++told;
+         if (at == nullptr ||
+             text != (at->held ? formatWord(LifFeatureWord{*at->held}) : "no word")) {
+            found.push_back("untrue of the chip: " + label + ": " + text);
+         }
+      } else if (label == "last answer") {
+         // A restart takes the statuses away.
+         bool holds = at != nullptr &&
+                      (at->accepted ? *at->accepted == text.starts_with("accepted")
+                                    : host_.chip().restarts() != 0 || text.starts_with("removed"));
+         if (!holds) {
+            found.push_back("untrue of the chip: " + label + ": " + text);
+         }
+      }
+   }
+   if (told != std::min<std::ptrdiff_t>(due, 3)) {
+      found.push_back("entries of the chip told: " + std::to_string(told));
+   }
 }
 
 std::vector<std::pair<IntfId, uint64_t>> FeatureTruth::strange() const {

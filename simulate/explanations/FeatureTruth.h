@@ -5,6 +5,7 @@
 #include "agent/host/AgentHost.h"
 #include "host/insight/Explanation.h"
 #include "simulate/explanations/Sentences.h"
+#include "simulate/explanations/Witness.h"
 #include "simulate/Facts.h"
 
 #include <map>
@@ -44,7 +45,8 @@ class FeaturePorts {
 
 class FeatureTruth {
  public:
-   FeatureTruth(AgentHost const& host, FeaturePorts const& ports, InLifFeatureKey key);
+   FeatureTruth(AgentHost const& host, FeaturePorts const& ports, Witness const& witness,
+                InLifFeatureKey key);
 
    // What of the explanation is not true, or left out.
    std::vector<std::string> untruths(Explanation const& explanation) const;
@@ -52,16 +54,11 @@ class FeatureTruth {
  private:
    bool inWords() const;
    // The chip carries the value in every word that it should be in.
-   bool inChip() const;
-   // Where the chip keeps the reached word; none: nowhere.
-   std::optional<ShoalHost::EntryKey> entryOf(IntfId intf) const;
-   std::optional<uint64_t> heldOf(IntfId intf) const;
-   bool carriesInChip(IntfId intf) const;
+   bool inChip() const { return carrying() == chip_.size(); }
+   std::size_t carrying() const;
    bool isWhyNotInChip(std::string const& why) const;
-   bool isWhyNotInChip(IntfId intf, std::string const& why) const;
-   // `name`: of the entry that the fact is of, as it is printed.
-   bool isChipFact(std::string const& label, std::string const& text,
-                   std::string const& name) const;
+   // Adds what is not true of the chip's entries, or left out.
+   void checkChip(Explanation const& explanation, std::vector<std::string>& found) const;
    bool isSentence(std::string const& sentence) const;
    // The value is wider than its field.
    bool spills() const { return wanted_ && mask_ != 0 && *wanted_ > mask_; }
@@ -74,6 +71,7 @@ class FeatureTruth {
    }
    uint64_t fieldOf(Hardware::ShoalTunnel::InLifFeatureAttributes const& word) const;
    void findWords();
+   void findChip();
    // For a port, the VLAN interface of its own unit takes precedence over one without a unit.
    bool isNearest(IntfId port) const;
    bool isUnreached(std::string const& why) const;
@@ -86,6 +84,7 @@ class FeatureTruth {
    World const& world_;
    FeaturePipeline const& pipeline_;
    FeaturePorts const& ports_;
+   Witness const& witness_;
    InLifFeatureKey key_;
    InLifFeatureType type_{};
    std::optional<uint32_t> wanted_;
@@ -94,6 +93,18 @@ class FeatureTruth {
    uint32_t mask_ = 0;
    std::vector<IntfId> reached_;
    std::vector<std::optional<Hardware::ShoalTunnel::InLifFeatureAttributes>> words_;
+   // Where the chip keeps each of them.
+   struct ChipWord {
+      IntfId intf;
+      std::string name; // as it is printed; empty: nowhere
+      std::optional<uint64_t> configured;
+      std::optional<uint64_t> held;
+      std::optional<bool> accepted; // by the status; none: there is none
+   };
+   std::vector<ChipWord> chip_;
+   bool carriesInChip(ChipWord const& word) const {
+      return word.held && (*word.held >> offset_ & mask_) == (*wanted_ & mask_);
+   }
 };
 
 } // namespace Simulate

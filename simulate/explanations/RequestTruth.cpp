@@ -33,12 +33,21 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
       require(isSentence(sentence), "untrue: ", sentence);
    }
    std::string key;
+   std::string collision;
+   auto endEntry = [&] {
+      require(!isem_ || collision == tagCollisionAt(key), "wrong on a collision: ", key);
+   };
    for (auto const& [label, line] : explanation.facts) {
       if (label.ends_with("entry")) {
+         endEntry();
          key = line.substr(0, line.find(": "));
+         collision.clear();
+      } else if (label == "tag collision") {
+         collision = line;
       }
       require(isFact(label, line) && isEntryEvent(label, line, key), "untrue: ", label, ": ", line);
    }
+   endEntry();
    auto says = [&](char const* words) { return text.find(words) != std::string::npos; };
    for (Entry const& entry : wanted_) {
       // What it holds instead.
@@ -272,23 +281,8 @@ bool RequestTruth::isReason(std::string const& reason) const {
    if (reason == "the low 10 bits of the policy, which is all that an in-LIF carries, are 0") {
       return !isem_ && policy_ % 1024 == 0;
    }
-   auto refused = [&](std::string const& text) {
-      auto full = fit(text, "the chip refused the write of % at % s, since the unit was full");
-      auto parts = full ? full : fit(text, "the chip refused the write of % at % s");
-      // The answer comes later, or not at all.
-      return parts && lacking((*parts)[0], unwritten) &&
-             (witness_.saw(Event::written, (*parts)[0], (*parts)[1]) ||
-              witness_.saw(Event::made, (*parts)[0], (*parts)[1]) ||
-              witness_.sawReplay((*parts)[1]));
-   };
-   if (auto parts = fit(reason, "%, and restarted at % s, and nothing wrote % since")) {
-      return refused((*parts)[0]) && witness_.sawRestart((*parts)[1]);
-   }
-   if (auto parts = fit(reason, "the chip restarted at % s, and nothing wrote % since")) {
-      return lacking((*parts)[1], unwritten) && witness_.sawRestart((*parts)[0]);
-   }
-   if (refused(reason)) {
-      return true;
+   if (auto key = witness_.notHeld(reason)) {
+      return lacking(*key, unwritten);
    }
    if (auto parts = fit(reason, "nothing wrote %, to which it leads now")) {
       return lacking((*parts)[0], absent) && !witness_.saw(Event::removed, (*parts)[0]);

@@ -5,6 +5,7 @@
 #include "host/insight/Explanation.h"
 #include "simulate/explanations/Leads.h"
 #include "simulate/explanations/Sentences.h"
+#include "simulate/explanations/TagTruth.h"
 #include "simulate/explanations/Witness.h"
 #include "simulate/Facts.h"
 
@@ -12,8 +13,8 @@ namespace Simulate {
 
 class RequestTruth {
  public:
-   RequestTruth(AgentHost const& host, Facts const& facts, Witness const& witness,
-                Leads const& leads, TcamSharingRequest request);
+   RequestTruth(AgentHost const& host, Facts const& facts, VlanTagModel const& tags,
+                Witness const& witness, Leads const& leads, TcamSharingRequest request);
 
    // What of the explanation is not true, or left out.
    std::vector<std::string> untruths(Explanation const& explanation) const;
@@ -80,7 +81,8 @@ class RequestTruth {
    // What is told behind an entry, of that entry.
    bool isEntryEvent(std::string const& label, std::string const& text,
                      std::string const& key) const;
-   bool isTagCollision(std::string const& text, std::string const& key) const;
+   // What is told of a shared entry whose tag has two meanings, by its printed key; or nothing.
+   std::string tagCollisionAt(std::string const& key) const;
    bool isCause(std::string const& why, std::string const& time) const;
    bool inHardware() const;
    bool findLack() const;
@@ -90,6 +92,7 @@ class RequestTruth {
 
    AgentHost const& host_;
    Facts const& facts_;
+   VlanTagModel const& tags_;
    Witness const& witness_;
    Leads const& at_;
    TcamSharingRequest request_;

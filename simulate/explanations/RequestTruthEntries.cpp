@@ -22,9 +22,9 @@ std::optional<uint64_t> plain(std::optional<TunnelPolicyMapperResult> data) {
 
 } // namespace
 
-RequestTruth::RequestTruth(AgentHost const& host, Facts const& facts, Witness const& witness,
-                           Leads const& leads, TcamSharingRequest request)
-    : host_(host), facts_(facts), witness_(witness), at_(leads), request_(request),
+RequestTruth::RequestTruth(AgentHost const& host, Facts const& facts, VlanTagModel const& tags,
+                           Witness const& witness, Leads const& leads, TcamSharingRequest request)
+    : host_(host), facts_(facts), tags_(tags), witness_(witness), at_(leads), request_(request),
       name_(formatRequest(request)), pipeline_(host.pipelineOf(request)),
       isem_(&pipeline_ == &host.isem()), policy_(pipeline_.merged->request(request).value()),
       response_(pipeline_.mergedStatus->response(request)),

@@ -376,9 +376,6 @@ bool RequestTruth::isEntryEvent(std::string const& label, std::string const& tex
       addUsers(entry, at_.requestsAt(key));
       return isUse(text + (entry.users.size() == 1 ? " uses" : " use"), entry.users);
    }
-   if (label == "tag collision") {
-      return isTagCollision(text, key);
-   }
    if (label == "answer due") {
       auto time = fit(text, "at % s");
       Entry const* entry = byKey(key);
@@ -390,45 +387,15 @@ bool RequestTruth::isEntryEvent(std::string const& label, std::string const& tex
    return true;
 }
 
-// By the ports that carry the tag in the entry's domain.
-bool RequestTruth::isTagCollision(std::string const& text, std::string const& key) const {
-   auto parts = fit(text, "it is the tag of %, and a VLAN that % carr%");
-   auto fields = fit(key, "(vlan %, domain %, unit %)");
-   if (!parts || !fields) {
-      return false;
+std::string RequestTruth::tagCollisionAt(std::string const& key) const {
+   auto fields = tags_.collides() ? fit(key, "(vlan %, domain %, unit %)") : std::nullopt;
+   if (!fields) {
+      return "";
    }
    auto number = [&](std::size_t at) { return static_cast<uint16_t>(std::stoul((*fields)[at])); };
-   uint16_t tag = number(0);
-   auto const& tags = host_.vlanTags();
-   std::set<IntfId> carriers;
-   if (auto ports = tags.vlanPhyIntfConfig->vlanTag(tag)) {
-      for (auto const& [port, present] : ports->phyIntfIter()) {
-         if (tags.intfToFapIdStatus->intfToFapHas(port) &&
-             tags.intfToFapIdStatus->intfToFap(port).value() == number(2) &&
-             tags.intfToVlanDomainStatus->vlanDomain(port).value() == number(1)) {
-            carriers.insert(port);
-         }
-      }
-   }
-   std::string named;
-   std::size_t count = 0;
-   for (IntfId port : carriers) {
-      if (++count <= 3) {
-         named += (named.empty() ? "" : ", ") + port.name();
-      }
-   }
-   named += count > 3 ? " and " + std::to_string(count - 3) + " more" : "";
-   std::string subIntfs = (*parts)[0].substr(0, (*parts)[0].find(" and "));
-   auto const& world = facts_.world();
-   for (std::string const& name : split(subIntfs, ", ")) {
-      IntfId subIntf(name);
-      auto config = world.subIntfConfigDir->subIntfConfig(subIntf);
-      auto dynamic = world.dynSubIntfEncap->dot1qEncap(subIntf);
-      if (!config || (dynamic.isZero() ? config->dot1qEncap() : dynamic).outer != tag) {
-         return false;
-      }
-   }
-   return count != 0 && (*parts)[1] == named && (*parts)[2] == (count == 1 ? "ies" : "y");
+   std::string text =
+       collisionOf(tags_, {FapId(number(2)), number(0), Hardware::Shoal::VlanDomain(number(1))});
+   return text.empty() ? "" : "it is " + text;
 }
 
 bool RequestTruth::isEntryFact(std::string const& text) const {

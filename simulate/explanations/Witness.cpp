@@ -1,6 +1,7 @@
 #include "simulate/explanations/Witness.h"
 
 #include "agent/command/Names.h"
+#include "simulate/explanations/Sentences.h"
 
 namespace Simulate {
 
@@ -33,6 +34,13 @@ Witness::Event eventOf(TunnelPolicyMapperStatusType const& status) {
               : Witness::Event::refused;
 }
 
+Witness::Event eventOf(LifFeatureStatusType const& status) {
+   return status.statusCode == 1 ? Witness::Event::accepted
+          : status.statusCode == 10 + static_cast<uint32_t>(Outcome::full)
+              ? Witness::Event::full
+              : Witness::Event::refused;
+}
+
 } // namespace
 
 Witness::Witness(AgentHost& host) : host_(host) {
@@ -46,12 +54,9 @@ Witness::Witness(AgentHost& host) : host_(host) {
    watch<IsemTable>(*isem.table, *isem.tableStatus);
    watch<MapperTable>(*inLif.mapperConfig, *inLif.mapperStatus);
    watch<TunnelTable>(*inLif.tunnelConfig, *inLif.tunnelStatus);
-   // Losses of words' answers are not those of the next entry that is written.
-   auto noteLosses = [this](auto const&) { lost_ = host_.chip().faults().suffered(Fault::lose); };
-   watchers_.watch<DefaultMappingKey>(host.inLifFeatures().defaultMappingConfig->configCollection(),
-                                      noteLosses);
-   watchers_.watch<SubIntfMappingKey>(host.inLifFeatures().subIntfMappingConfig->configCollection(),
-                                      noteLosses);
+   auto const& features = host.inLifFeatures();
+   watch<PortWordTable>(*features.defaultMappingConfig, *features.defaultMappingStatus);
+   watch<SubIntfWordTable>(*features.subIntfMappingConfig, *features.subIntfMappingStatus);
    for (SharingPipeline* pipeline : host.pipelines()) {
       watchers_.watch<TcamSharingRequest>(pipeline->mergedStatus->responseCollection(),
                                           [this](TcamSharingRequest const& request) {
@@ -108,10 +113,10 @@ void Witness::watch(typename T::Config const& config, typename T::Status const& 
    });
 }
 
-Witness::KeyId Witness::idOf(PolicyKey const& key) {
+Witness::KeyId Witness::idOf(EntryKey const& key) {
    KeyId id(key.index(), std::visit([](auto const& each) { return each.index(); }, key));
    if (printed_.insert(id).second) {
-      keys_[formatKey(key)] = id;
+      keys_[std::visit([](auto const& each) { return formatKey(each); }, key)] = id;
    }
    return id;
 }
@@ -132,12 +137,35 @@ void Witness::noteLoss(KeyId key) {
 
 uint64_t Witness::chipWrites() const {
    uint64_t writes = 0;
+   ChipSeam const& seam = host_.seam();
    for (ChipCounters const& counters :
-        {host_.seam().isem().counters(), host_.seam().mapper().counters(),
-         host_.seam().tunnels().counters()}) {
+        {seam.isem().counters(), seam.mapper().counters(), seam.tunnels().counters(),
+         seam.portWords().counters(), seam.subIntfWords().counters()}) {
       writes += counters.writes + counters.removals;
    }
    return writes;
+}
+
+std::optional<std::string> Witness::notHeld(std::string const& reason) const {
+   std::string refused = reason;
+   if (auto parts = fit(reason, "the chip restarted at % s, and nothing wrote % since")) {
+      return sawRestart((*parts)[0]) ? std::optional((*parts)[1]) : std::nullopt;
+   }
+   auto restarted = fit(reason, "%, and restarted at % s, and nothing wrote % since");
+   if (restarted) {
+      refused = (*restarted)[0];
+   }
+   auto full = fit(refused, "the chip refused the write of % at % s, since the unit was full");
+   auto parts = full ? full : fit(refused, "the chip refused the write of % at % s");
+   if (!parts) {
+      return std::nullopt;
+   }
+   // The answer comes later, or not at all.
+   std::string const& key = (*parts)[0];
+   std::string const& time = (*parts)[1];
+   bool written = saw(Event::written, key, time) || saw(Event::made, key, time) || sawReplay(time);
+   bool again = !restarted || (sawRestart((*restarted)[1]) && (*restarted)[2] == key);
+   return written && again ? std::optional(key) : std::nullopt;
 }
 
 bool Witness::sawWriteFor(std::string const& request, std::string const& key) const {

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <charconv>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -68,6 +69,10 @@ class Witness {
                  ? isAmong(rebuilds_, time)
                  : sawProcessed(TcamSharingRequest::fromIndex(named->second), time);
    }
+   // The entry of which "the chip refused the write of % at % s" or "the chip restarted at % s, and
+   // nothing wrote % since" is told, in words that chipReason() has; none: it is told of none, or
+   // this did not happen.
+   std::optional<std::string> notHeld(std::string const& reason) const;
    bool sawRestart(std::string const& time) const { return isAmong(restarts_, time); }
    // The configuration was written to the chip again then, or an answer to such a write was lost.
    // Entries are not told apart.
@@ -114,7 +119,7 @@ class Witness {
    uint64_t chipWrites() const;
    // Printing a key costs more than all else here: each is printed once.
    using KeyId = std::pair<std::size_t, uint32_t>; // table and index
-   KeyId idOf(PolicyKey const& key);
+   KeyId idOf(ShoalHost::EntryKey const& key);
    void note(Event event, KeyId key);
    template<class T>
    void watch(typename T::Config const& config, typename T::Status const& status);
