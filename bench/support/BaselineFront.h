@@ -32,15 +32,14 @@ class BaselineFront {
       } else if (merged_.set(request, asked)) {
          mergedByIntf_.add(request);
       }
-      if (merged_.get(request) != back().output(request).get(request) && !backlog_.get(request)) {
-         backlog_.set(request, true);
+      if (merged_.get(request) != back().output(request).get(request) && !backlog_.has(request)) {
+         backlog_.add(request);
       }
    }
 
    void drain() {
       while (!backlog_.empty()) {
-         Request request = backlog_.first();
-         backlog_.del(request);
+         Request request = backlog_.take();
          uint64_t in = merged_.get(request);
          Entry entry = T::entry(request, back().output(request).get(request));
          if (retry_.get(entry)) {
@@ -89,7 +88,7 @@ class BaselineFront {
          }
       }
       for (auto const& port : world.ports) {
-         auto systemPort = static_cast<uint32_t>(&port - world.ports.data());
+         auto systemPort = static_cast<uint32_t>(&port - world.ports.data()) + 1;
          systemPort_.set(T::intf(port.intf), systemPort);
          portMap_.set(T::port(systemPort), T::place(port.unit, port.unitPort));
          domain_.set(T::place(port.unit, port.unitPort), port.domain);
@@ -159,7 +158,7 @@ class BaselineFront {
    ByRequest<uint64_t> acl_;
    ByRequest<uint64_t> merged_;
    typename T::Groups mergedByIntf_;
-   ByRequest<bool> backlog_;
+   typename T::Backlog backlog_;
    Map<Entry, bool> retry_;
    ByRequest<Response> mergedStatus_;
    ByRequest<Response> aclStatus_;

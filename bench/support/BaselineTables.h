@@ -10,8 +10,99 @@
 #include <optional>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 namespace Bench {
+
+// Key -> a small set, in an object of its own.
+template<class Map, class Few>
+class SharedSets {
+ public:
+   // True when the key is new.
+   template<class K, class M>
+   bool add(K const& key, M const& member) {
+      auto set = map_.get(key);
+      bool fresh = !set;
+      if (fresh) {
+         set = std::make_shared<Few>();
+         map_.set(key, set);
+      }
+      set->add(member);
+      return fresh;
+   }
+   // The key goes with its last member.
+   template<class K, class M>
+   void remove(K const& key, M const& member) {
+      if (auto set = map_.get(key); set && set->removeLast(member)) {
+         map_.del(key);
+      }
+   }
+   // True when the key was there.
+   template<class K>
+   bool drop(K const& key) {
+      return map_.del(key);
+   }
+   std::size_t size() const { return map_.size(); }
+
+ private:
+   Map map_;
+};
+
+// Key -> a queue, in an object of its own.
+template<class Map, class V>
+class SharedQueues {
+ public:
+   template<class K>
+   void push(K const& key, V const& value) {
+      auto queue = map_.get(key);
+      if (!queue) {
+         queue = std::make_shared<std::vector<V>>();
+         map_.set(key, queue);
+      }
+      queue->push_back(value);
+   }
+   template<class K>
+   std::optional<V> pop(K const& key) {
+      auto queue = map_.get(key);
+      if (!queue) {
+         return std::nullopt;
+      }
+      V value = queue->front();
+      queue->erase(queue->begin());
+      if (queue->empty()) {
+         map_.del(key);
+      }
+      return value;
+   }
+   std::size_t size() const { return map_.size(); }
+
+ private:
+   Map map_;
+};
+
+// Requests that wait, in the order of a map.
+template<class Map>
+class MapBacklog {
+ public:
+   template<class Request>
+   bool has(Request const& request) const {
+      return map_.get(request);
+   }
+   template<class Request>
+   void add(Request const& request) {
+      map_.set(request, true);
+   }
+   auto take() {
+      auto request = map_.first();
+      map_.del(request);
+      return request;
+   }
+   bool empty() const { return map_.empty(); }
+   std::size_t size() const { return map_.size(); }
+
+ private:
+   Map map_;
+};
 
 // (a) What an engineer would write first: std::unordered_map over plain structs.
 struct Standard {
@@ -109,7 +200,6 @@ struct Standard {
    };
    template<class V>
    using ByIntfInOrder = Map<Intf, V>; // the order is not used
-   // A small set of keys.
    template<class K>
    class Few {
     public:
@@ -122,6 +212,11 @@ struct Standard {
     private:
       std::unordered_set<K, Hash> keys_;
    };
+   template<class K, class M>
+   using Sets = SharedSets<Map<K, std::shared_ptr<Few<M>>>, Few<M>>;
+   template<class K, class V>
+   using Queues = SharedQueues<Map<K, std::shared_ptr<std::vector<V>>>, V>;
+   using Backlog = MapBacklog<Map<Request, bool>>;
    // Interface -> its requests.
    class Groups {
     public:
@@ -230,6 +325,11 @@ struct Platform {
     private:
       Orv::Small<K, bool> keys_;
    };
+   template<class K, class M>
+   using Sets = SharedSets<Map<K, std::shared_ptr<Few<M>>>, Few<M>>;
+   template<class K, class V>
+   using Queues = SharedQueues<Map<K, std::shared_ptr<std::vector<V>>>, V>;
+   using Backlog = MapBacklog<Map<Request, bool>>;
    class Groups {
     public:
       void add(Request const& request) { index_.inserted(request); }

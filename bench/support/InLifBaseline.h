@@ -59,7 +59,6 @@ class InLifBaseline : public BaselineFront<T, InLifBaseline<T>> {
       uint32_t code = 0;
       friend bool operator==(Status const&, Status const&) = default;
    };
-   using Keys = typename T::template Few<MapperKey>;
 
    static bool isTunnel(Request const& request) {
       return Plexus::TunnelIntfId::isTunnelIntfId(T::intfOf(request));
@@ -118,13 +117,9 @@ class InLifBaseline : public BaselineFront<T, InLifBaseline<T>> {
          errors_.set(entry, status.code);
       }
       Request request = T::requestOf(entry);
-      auto keys = mapping_.get(request);
-      if (!keys) {
-         keys = std::make_shared<Keys>();
-         mapping_.set(request, keys);
+      if (mapping_.add(request, key)) {
          mappingByIntf_.add(request);
       }
-      keys->add(key);
       awaitOneLess(entry);
       if (awaited_.get(entry) == 0) {
          bool stands = errors_.get(entry) == done && status.data != 0;
@@ -147,7 +142,7 @@ class InLifBaseline : public BaselineFront<T, InLifBaseline<T>> {
    }
 
    void dropMapping(Request const& request) {
-      if (mapping_.del(request)) {
+      if (mapping_.drop(request)) {
          mappingByIntf_.remove(request);
       }
    }
@@ -191,7 +186,7 @@ class InLifBaseline : public BaselineFront<T, InLifBaseline<T>> {
    using Map = typename T::template Map<K, V>;
    Map<Request, uint64_t> tagOutput_;
    Map<Request, uint64_t> tunnelOutput_;
-   Map<Request, std::shared_ptr<Keys>> mapping_;
+   typename T::template Sets<Request, MapperKey> mapping_;
    typename T::Groups mappingByIntf_;
    Map<Entry, uint32_t> awaited_;
    Map<Entry, uint32_t> errors_;

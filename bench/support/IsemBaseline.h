@@ -3,8 +3,6 @@
 
 #include "bench/support/BaselineFront.h"
 
-#include <vector>
-
 namespace Bench {
 
 template<class T>
@@ -12,6 +10,7 @@ class IsemBaseline : public BaselineFront<T, IsemBaseline<T>> {
    using Front = BaselineFront<T, IsemBaseline<T>>;
    using typename Front::Request, typename Front::Entry;
    using Key = typename T::SemKey;
+   using PendingKey = typename T::PendingKey;
 
  public:
    explicit IsemBaseline(World const& world) : Front(world) {}
@@ -47,16 +46,11 @@ class IsemBaseline : public BaselineFront<T, IsemBaseline<T>> {
       }
       Key previous = mapping_.get(request);
       if (previous != Key() && previous != key) {
-         dropUser(previous, request);
+         users_.remove(previous, request);
          table_.del(previous);
       }
-      enqueue({key, true}, T::entry(request, policy));
-      auto users = users_.get(key);
-      if (!users) {
-         users = std::make_shared<Users>();
-         users_.set(key, users);
-      }
-      users->add(request);
+      pending_.push(PendingKey{key, true}, T::entry(request, policy));
+      users_.add(key, request);
       if (mapping_.set(request, key)) {
          mappingByIntf_.add(request);
       }
@@ -67,8 +61,6 @@ class IsemBaseline : public BaselineFront<T, IsemBaseline<T>> {
    }
 
  private:
-   using Users = typename T::template Few<Request>;
-   using Queue = std::vector<Entry>;
    struct Status {
       uint32_t code = 0;
       uint32_t payload = 0;
@@ -81,43 +73,21 @@ class IsemBaseline : public BaselineFront<T, IsemBaseline<T>> {
          this->answer(request, 0, 0);
       }
       if (table_.has(key)) {
-         enqueue({key, false}, T::entry(request, 0));
+         pending_.push(PendingKey{key, false}, T::entry(request, 0));
          table_.del(key);
          tableStatus_.del(key);
          complete(key);
       }
-      dropUser(key, request);
+      users_.remove(key, request);
       mapping_.del(request);
       mappingByIntf_.remove(request);
    }
 
-   void enqueue(typename T::PendingKey const& key, Entry const& entry) {
-      auto queue = pending_.get(key);
-      if (!queue) {
-         queue = std::make_shared<Queue>();
-         pending_.set(key, queue);
-      }
-      queue->push_back(entry);
-   }
-
-   void dropUser(Key const& key, Request const& request) {
-      if (auto users = users_.get(key); users && users->removeLast(request)) {
-         users_.del(key);
-      }
-   }
-
    void complete(Key const& key) {
       bool isInsert = tableStatus_.get(key) != Status();
-      auto queue = pending_.get({key, isInsert});
-      if (!queue) {
-         return;
+      if (auto entry = pending_.pop(PendingKey{key, isInsert})) {
+         this->answer(T::requestOf(*entry), T::policyOf(*entry), isInsert ? Front::success : 0);
       }
-      Entry entry = queue->front();
-      queue->erase(queue->begin());
-      if (queue->empty()) {
-         pending_.del({key, isInsert});
-      }
-      this->answer(T::requestOf(entry), T::policyOf(entry), isInsert ? Front::success : 0);
    }
 
    template<class K, class V>
@@ -125,8 +95,8 @@ class IsemBaseline : public BaselineFront<T, IsemBaseline<T>> {
    Map<Request, uint64_t> output_;
    Map<Request, Key> mapping_;
    typename T::Groups mappingByIntf_;
-   Map<Key, std::shared_ptr<Users>> users_;
-   Map<typename T::PendingKey, std::shared_ptr<Queue>> pending_;
+   typename T::template Sets<Key, Request> users_;
+   typename T::template Queues<PendingKey, Entry> pending_;
    Map<Key, uint32_t> table_;
    Map<Key, Status> tableStatus_;
 };
