@@ -28,16 +28,15 @@ class TCAM_SHARING_EXPORT TcamRequestToVlanTagToVsiKeyMapping : public Orv::Enti
    TcamSharingRequest request_;
 };
 
-// The requests that share one ISEM entry.
+// The requests that share one ISEM entry. There is one per entry, so its size counts.
 class TCAM_SHARING_EXPORT SemToRequestMapping : public Orv::Entity {
+   AradSemKeyAndFap key_; // first: it fits behind the reference count
+
    ORV_ENTITY(SemToRequestMapping, "Hardware::ShoalTunnel::SemToRequestMapping")
 
    explicit SemToRequestMapping(AradSemKeyAndFap key) : key_(key) {}
    AradSemKeyAndFap key() const { return key_; }
    ORV_SET(request, TcamSharingRequest, Orv::Small)
-
- private:
-   AradSemKeyAndFap key_;
 };
 
 struct PendingSemWriteKey {

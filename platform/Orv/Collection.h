@@ -35,32 +35,45 @@ class Collection : public Watched<K> {
    Collection(Collection const&) = delete;
    Collection& operator=(Collection const&) = delete;
    ~Collection() {
-      for (Cursor* cursor = cursors_; cursor != nullptr; cursor = cursor->outer_) {
-         cursor->collection_ = nullptr;
-         cursor->next_ = kNil;
-      }
+      forEachCursor([](Cursor& cursor) {
+         cursor.collection_ = nullptr;
+         cursor.next_ = kNil;
+      });
       this->endWatch();
    }
 
    V get(K const& key) const {
       uint32_t slot = storage_.find(key);
-      return slot == kNil ? V{} : storage_.at(slot).value;
+      return slot == kNil ? V{} : storage_.value(slot);
    }
    std::optional<V> find(K const& key) const {
       uint32_t slot = storage_.find(key);
-      return slot == kNil ? std::nullopt : std::optional<V>(storage_.at(slot).value);
+      return slot == kNil ? std::nullopt : std::optional<V>(storage_.value(slot));
    }
    bool has(K const& key) const { return storage_.find(key) != kNil; }
-   std::size_t size() const { return size_; }
+   std::size_t size() const { return storage_.size(); }
+   // A hint that this key is looked up soon; for collections with indexed keys.
+   void prefetch(K const& key) const { storage_.prefetch(key); }
+   // The value in its place, valid until the next write; null when the key is absent.
+   V const* peek(K const& key) const {
+      uint32_t slot = storage_.find(key);
+      return slot == kNil ? nullptr : &storage_.value(slot);
+   }
+   // The member after this one, if there is one.
+   std::optional<K> following(K const& key) const {
+      uint32_t slot = storage_.find(key);
+      uint32_t next = slot == kNil ? kNil : storage_.next(slot);
+      return next == kNil ? std::nullopt : std::optional<K>(storage_.key(next));
+   }
 
    // By value: a handler may change the object from which an argument was taken.
    void set(K key, V value) {
       uint32_t slot = storage_.find(key);
       if (slot == kNil) {
-         slot = append(key);
-         storage_.at(slot).value = std::move(value);
+         slot = storage_.insert(key);
+         storage_.value(slot) = std::move(value);
          this->noteInserted(key);
-      } else if (V& present = storage_.at(slot).value; present != value) {
+      } else if (V& present = storage_.value(slot); present != value) {
          // The old value is destroyed last: its destructor may read this collection.
          std::swap(present, value);
       } else if (when == Notify::onChange) {
@@ -74,7 +87,7 @@ class Collection : public Watched<K> {
          return;
       }
       // Destroyed last: its destructor may read this collection.
-      [[maybe_unused]] V dropped = unlink(slot);
+      [[maybe_unused]] V dropped = erase(slot);
       this->noteErased(key);
       this->notify(key);
    }
@@ -89,32 +102,16 @@ class Collection : public Watched<K> {
    // A position in the order, valid under every change of the collection. It is at the next member
    // to take, and moves on when that member is deleted. A bounded cursor ends behind the member
    // that was the last when the cursor was made.
-   class Cursor {
+   class Cursor : private OpenCursor {
     public:
       enum Bound { bounded, unbounded };
       explicit Cursor(Collection const& collection, Bound bound = bounded)
-          : collection_(&collection), outer_(collection.cursors_), next_(collection.first_),
-            last_(collection.last_), bounded_(bound == bounded) {
-         enlist(collection);
-      }
-      Cursor(Cursor const&) = delete;
-      Cursor& operator=(Cursor const&) = delete;
-      ~Cursor() {
-         if (collection_ == nullptr) {
-            return;
-         }
-         Cursor** link = &collection_->cursors_;
-         while (*link != this) {
-            link = &(*link)->outer_;
-         }
-         *link = outer_;
-      }
+          : OpenCursor(&collection), next_(collection.storage_.first()),
+            last_(collection.storage_.last()), bounded_(bound == bounded) {}
       bool atEnd() const { return next_ == kNil; }
-      void toFirst() { next_ = collection_ != nullptr ? collection_->first_ : kNil; }
+      void toFirst() { next_ = collection() != nullptr ? storage().first() : kNil; }
       // Moves to this key, or to the end when it is not a member.
-      void toKey(K const& key) {
-         next_ = collection_ != nullptr ? collection_->storage_.find(key) : kNil;
-      }
+      void toKey(K const& key) { next_ = collection() != nullptr ? storage().find(key) : kNil; }
       // Moves past the next member and returns its slot.
       std::optional<uint32_t> take() {
          if (next_ == kNil) {
@@ -127,75 +124,50 @@ class Collection : public Watched<K> {
       // The step of a walk (Walk.h).
       void next(std::optional<Member<K, V>>& member) {
          if (auto slot = take()) {
-            member.emplace(Member<K, V>{collection_->storage_.key(*slot),
-                                        collection_->storage_.at(*slot).value});
+            member.emplace(Member<K, V>{storage().key(*slot), storage().value(*slot)});
          } else {
             member.reset();
          }
       }
       std::optional<K> peekKey() const {
-         return next_ == kNil ? std::nullopt : std::optional<K>(collection_->storage_.key(next_));
+         return next_ == kNil ? std::nullopt : std::optional<K>(storage().key(next_));
       }
 
     private:
       friend class Collection;
-      // The destructor removes the cursor from the list, but g++ warns of a dangling pointer.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdangling-pointer"
-#endif
-      void enlist(Collection const& collection) {
-         collection.cursors_ = this;
-      }
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic pop
-#endif
-      void step() {
-         next_ = bounded_ && next_ == last_ ? kNil : collection_->storage_.at(next_).links.next;
-      }
+      Collection const* collection() const { return static_cast<Collection const*>(collection_); }
+      Storage const& storage() const { return collection()->storage_; }
+      void step() { next_ = bounded_ && next_ == last_ ? kNil : storage().next(next_); }
       void erasing(uint32_t slot) {
          if (next_ == slot) {
             step();
          }
          if (last_ == slot) {
-            last_ = collection_->storage_.at(slot).links.previous;
+            last_ = storage().previous(slot);
          }
       }
-      Collection const* collection_; // null once it is destroyed
-      Cursor* outer_;
       uint32_t next_;
       uint32_t last_;
       bool bounded_;
    };
 
  private:
-   uint32_t append(K const& key) {
-      uint32_t slot = storage_.acquire(key);
-      storage_.at(slot).links = Links{kNil, last_};
-      (last_ != kNil ? storage_.at(last_).links.next : first_) = slot;
-      last_ = slot;
-      ++size_;
-      return slot;
-   }
-   V unlink(uint32_t slot) {
-      for (Cursor* cursor = cursors_; cursor != nullptr; cursor = cursor->outer_) {
-         cursor->erasing(slot);
-      }
-      auto& entry = storage_.at(slot);
-      Links links = entry.links;
-      V value = std::move(entry.value);
-      (links.previous != kNil ? storage_.at(links.previous).links.next : first_) = links.next;
-      (links.next != kNil ? storage_.at(links.next).links.previous : last_) = links.previous;
-      storage_.release(slot);
-      --size_;
+   V erase(uint32_t slot) {
+      forEachCursor([slot](Cursor& cursor) { cursor.erasing(slot); });
+      V value = std::move(storage_.value(slot));
+      storage_.erase(slot);
       return value;
+   }
+   template<class Visit>
+   void forEachCursor(Visit visit) {
+      for (OpenCursor* open = OpenCursor::latest(); open != nullptr; open = open->earlier()) {
+         if (open->isIn(this)) {
+            visit(static_cast<Cursor&>(*open));
+         }
+      }
    }
 
    Storage storage_;
-   uint32_t first_ = kNil;
-   uint32_t last_ = kNil;
-   uint32_t size_ = 0;
-   mutable Cursor* cursors_ = nullptr;
 };
 
 // The kinds for the schema macros (Entity.h): for any hashable key, for a key with an index, and

@@ -33,11 +33,15 @@ class GroupIndex : public Observer<K> {
    // delete a key before the loop reaches it: ask the collection again.
    std::vector<K> members(Group const& group) const {
       std::vector<K> keys;
-      uint32_t at = groups_.find(group);
-      for (uint32_t slot = at == kNil ? kNil : groups_.at(at).value.first; slot != kNil;
-           slot = members_.at(slot).links.next) {
-         keys.push_back(members_.key(slot));
+      uint32_t last = last_.get(group.index());
+      if (last == kNone) {
+         return keys;
       }
+      uint32_t slot = last;
+      do {
+         slot = next(slot);
+         keys.push_back(K::fromIndex(slot - 1));
+      } while (slot != last);
       return keys;
    }
 
@@ -56,42 +60,58 @@ class GroupIndex : public Observer<K> {
    }
 
    void inserted(K const& key) override {
-      Group group = (key.*part)();
-      uint32_t at = groups_.find(group);
-      if (at == kNil) {
-         at = groups_.acquire(group);
-      }
-      Ends& ends = groups_.at(at).value;
-      uint32_t slot = members_.acquire(key);
       ++size_;
-      members_.at(slot).links = Links{kNil, ends.last};
-      (ends.last != kNil ? members_.at(ends.last).links.next : ends.first) = slot;
-      ends.last = slot;
+      uint32_t group = (key.*part)().index();
+      uint32_t slot = key.index() + 1;
+      if (uint32_t last = last_.get(group); last != kNone) {
+         uint32_t first = next(last);
+         link(last, slot);
+         link(slot, first);
+      }
+      last_.set(group, slot);
    }
    void erased(K const& key) override {
-      uint32_t at = groups_.find((key.*part)());
-      Ends& ends = groups_.at(at).value;
-      uint32_t slot = members_.find(key);
-      Links links = members_.at(slot).links;
-      (links.previous != kNil ? members_.at(links.previous).links.next : ends.first) = links.next;
-      (links.next != kNil ? members_.at(links.next).links.previous : ends.last) = links.previous;
-      members_.release(slot);
       --size_;
-      if (ends.first == kNil) {
-         groups_.release(at);
+      uint32_t group = (key.*part)().index();
+      uint32_t slot = key.index() + 1;
+      Neighbours ofKey = neighbours_.get(slot);
+      if (ofKey == Neighbours()) {
+         last_.set(group, kNone);
+         return;
+      }
+      neighbours_.set(slot, {});
+      if (ofKey.next == ofKey.previous) {
+         neighbours_.set(ofKey.next, {}); // the only one left
+      } else {
+         link(ofKey.previous, ofKey.next);
+      }
+      if (last_.get(group) == slot) {
+         last_.set(group, ofKey.previous);
       }
    }
 
  private:
-   struct None {};
-   struct Ends {
-      uint32_t first = kNil;
-      uint32_t last = kNil;
+   // A member's slot is its index + 1. The members of a group form a ring, in order of insertion.
+   // One that is alone, which is the usual case, has no entry in `neighbours_`.
+   static constexpr uint32_t kNone = 0;
+   struct Neighbours {
+      uint32_t next = kNone;
+      uint32_t previous = kNone;
+      friend bool operator==(Neighbours const&, Neighbours const&) = default;
    };
+   uint32_t next(uint32_t slot) const {
+      uint32_t next = neighbours_.get(slot).next;
+      return next != kNone ? next : slot;
+   }
+   void link(uint32_t slot, uint32_t next) {
+      neighbours_.set(slot, {next, neighbours_.get(slot).previous});
+      neighbours_.set(next, {neighbours_.get(next).next, slot});
+   }
+
    OfCollection const& collection_;
    std::size_t size_ = 0;
-   PagedStorage<K, None> members_; // linked within their group
-   PagedStorage<Group, Ends> groups_;
+   PagedArray<uint32_t> last_; // group -> the slot of its last member
+   PagedArray<Neighbours> neighbours_;
 };
 
 } // namespace Orv

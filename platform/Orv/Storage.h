@@ -5,9 +5,9 @@
 //                  memory of its largest size, since a collection tends to reach it again
 //    SmallStorage  for mostly one entry, which is kept in place; several are kept in a slab
 //
-// A slot number identifies an entry until the entry is released. Entries never move, so links
-// between them (Collection.h) are slot numbers. No operation moves more than one hash segment or
-// allocates more than one page, whatever the number of entries.
+// A slot number identifies an entry until the entry is erased. Entries never move, so links between
+// them are slot numbers. The order is that of insertion. No operation moves more than one hash
+// segment or allocates more than one page, whatever the number of entries.
 #pragma once
 
 #include "platform/Orv/Interned.h"
@@ -25,8 +25,76 @@ struct Links {
    uint32_t previous = kNil;
 };
 
+// The order of the entries in a storage: a list through their links.
+template<class Storage>
+class InOrder {
+ public:
+   uint32_t first() const { return first_; }
+   uint32_t last() const { return last_; }
+   uint32_t size() const { return size_; }
+   uint32_t next(uint32_t slot) const { return storage().at(slot).links.next; }
+   uint32_t previous(uint32_t slot) const { return storage().at(slot).links.previous; }
+
+ protected:
+   void append(uint32_t slot) {
+      storage().at(slot).links = Links{kNil, last_};
+      (last_ != kNil ? storage().at(last_).links.next : first_) = slot;
+      last_ = slot;
+      ++size_;
+   }
+   void unlink(uint32_t slot) {
+      Links links = storage().at(slot).links;
+      (links.previous != kNil ? storage().at(links.previous).links.next : first_) = links.next;
+      (links.next != kNil ? storage().at(links.next).links.previous : last_) = links.previous;
+      --size_;
+   }
+
+ private:
+   Storage& storage() { return static_cast<Storage&>(*this); }
+   Storage const& storage() const { return static_cast<Storage const&>(*this); }
+
+   uint32_t first_ = kNil;
+   uint32_t last_ = kNil;
+   uint32_t size_ = 0;
+};
+
+// An array in pages. A page exists while one of its values is not the default.
+template<class V>
+class PagedArray {
+ public:
+   V get(uint32_t at) const {
+      Page const* page = at >> kPageBits < pages_.size() ? pages_[at >> kPageBits].get() : nullptr;
+      return page != nullptr ? page->values[at & kPageMask] : V{};
+   }
+   void set(uint32_t at, V const& value) {
+      std::size_t number = at >> kPageBits;
+      if (number >= pages_.size()) {
+         pages_.resize(std::max(number + 1, pages_.size() + pages_.size() / 2));
+      }
+      auto& page = pages_[number];
+      if (page == nullptr) {
+         page = std::make_unique<Page>();
+      }
+      V& present = page->values[at & kPageMask];
+      page->used += (value != V{} ? 1U : 0U) - (present != V{} ? 1U : 0U);
+      present = value;
+      if (page->used == 0) {
+         page = nullptr;
+      }
+   }
+
+ private:
+   static constexpr uint32_t kPageBits = 8;
+   static constexpr uint32_t kPageMask = (1U << kPageBits) - 1;
+   struct Page {
+      uint32_t used = 0; // values that are not the default
+      V values[1U << kPageBits]{};
+   };
+   std::vector<std::unique_ptr<Page>> pages_;
+};
+
 template<Indexed K, class V>
-class PagedStorage {
+class PagedStorage : public InOrder<PagedStorage<K, V>> {
  public:
    struct Entry {
       [[no_unique_address]] V value{};
@@ -39,7 +107,16 @@ class PagedStorage {
           slot >> kPageBits < pages_.size() ? pages_[slot >> kPageBits].get() : nullptr;
       return page != nullptr && present(page->entries[slot & kPageMask]) ? slot : kNil;
    }
-   uint32_t acquire(K key) {
+   // A hint that the entry of this key is looked up soon.
+   void prefetch(K key) const {
+      uint32_t slot = key.index();
+      if (slot >> kPageBits < pages_.size()) {
+         if (Page const* page = pages_[slot >> kPageBits].get()) {
+            __builtin_prefetch(&page->entries[slot & kPageMask]);
+         }
+      }
+   }
+   uint32_t insert(K key) {
       uint32_t slot = key.index();
       std::size_t number = slot >> kPageBits;
       if (number >= pages_.size()) {
@@ -50,10 +127,11 @@ class PagedStorage {
          page = spare_ != nullptr ? std::move(spare_) : std::make_unique<Page>();
       }
       ++page->used;
-      page->entries[slot & kPageMask].links = Links{};
+      this->append(slot);
       return slot;
    }
-   void release(uint32_t slot) {
+   void erase(uint32_t slot) {
+      this->unlink(slot);
       auto& page = pages_[slot >> kPageBits];
       page->entries[slot & kPageMask] = Entry{};
       if (--page->used == 0) {
@@ -67,6 +145,8 @@ class PagedStorage {
       return pages_[slot >> kPageBits]->entries[slot & kPageMask];
    }
    K key(uint32_t slot) const { return K::fromIndex(slot); }
+   V& value(uint32_t slot) { return at(slot).value; }
+   V const& value(uint32_t slot) const { return at(slot).value; }
 
  private:
    static constexpr uint32_t kPageBits = 7;
@@ -82,7 +162,7 @@ class PagedStorage {
 };
 
 template<class K, class V>
-class SlabStorage {
+class SlabStorage : public InOrder<SlabStorage<K, V>> {
  public:
    struct Entry {
       K key{};
@@ -93,7 +173,7 @@ class SlabStorage {
    uint32_t find(K const& key) const {
       return index_.find(hashOf(key), [&](uint32_t slot) { return at(slot).key == key; });
    }
-   uint32_t acquire(K const& key) {
+   uint32_t insert(K const& key) {
       uint32_t slot = free_;
       if (slot != kNil) {
          free_ = at(slot).links.next;
@@ -106,11 +186,12 @@ class SlabStorage {
       }
       Entry& entry = at(slot);
       entry.key = key;
-      entry.links = Links{};
+      this->append(slot);
       index_.insert(hashOf(key), slot);
       return slot;
    }
-   void release(uint32_t slot) {
+   void erase(uint32_t slot) {
+      this->unlink(slot);
       Entry& entry = at(slot);
       index_.erase(hashOf(entry.key), slot);
       entry = Entry{};
@@ -126,6 +207,8 @@ class SlabStorage {
       return chunks_[chunk][offset];
    }
    K const& key(uint32_t slot) const { return at(slot).key; }
+   V& value(uint32_t slot) { return at(slot).value; }
+   V const& value(uint32_t slot) const { return at(slot).value; }
 
  private:
    // Chunks of 4, 8, ... 128 entries, then 256 each: a small collection stays small, a large one
@@ -159,46 +242,55 @@ class SlabStorage {
 template<class K, class V>
 class SmallStorage {
  public:
-   using Slab = SlabStorage<K, V>;
-   using Entry = typename Slab::Entry;
-
    uint32_t find(K const& key) const {
       if (slab_ != nullptr) {
          return slab_->find(key);
       }
-      return taken_ && single_.key == key ? 0 : kNil;
+      return taken_ && key_ == key ? 0 : kNil;
    }
-   uint32_t acquire(K const& key) {
+   uint32_t insert(K const& key) {
       if (!taken_ && slab_ == nullptr) {
          taken_ = true;
-         single_.key = key;
-         single_.links = Links{};
+         key_ = key;
          return 0;
       }
       if (slab_ == nullptr) {
          // A fresh slab gives slot 0 first, so the single entry keeps its slot.
          slab_ = std::make_unique<Slab>();
-         slab_->at(slab_->acquire(single_.key)) = single_;
-         taken_ = false;
-         single_ = Entry{};
+         slab_->value(slab_->insert(key_)) = std::move(value_);
+         clear();
       }
-      return slab_->acquire(key);
+      return slab_->insert(key);
    }
-   void release(uint32_t slot) {
+   void erase(uint32_t slot) {
       if (slab_ != nullptr) {
-         slab_->release(slot);
+         slab_->erase(slot);
       } else {
-         taken_ = false;
-         single_ = Entry{};
+         clear();
       }
    }
-   Entry& at(uint32_t slot) { return slab_ != nullptr ? slab_->at(slot) : single_; }
-   Entry const& at(uint32_t slot) const { return slab_ != nullptr ? slab_->at(slot) : single_; }
-   K const& key(uint32_t slot) const { return at(slot).key; }
+   K const& key(uint32_t slot) const { return slab_ != nullptr ? slab_->key(slot) : key_; }
+   V& value(uint32_t slot) { return slab_ != nullptr ? slab_->value(slot) : value_; }
+   V const& value(uint32_t slot) const { return slab_ != nullptr ? slab_->value(slot) : value_; }
+   uint32_t first() const { return slab_ != nullptr ? slab_->first() : taken_ ? 0 : kNil; }
+   uint32_t last() const { return slab_ != nullptr ? slab_->last() : first(); }
+   uint32_t size() const { return slab_ != nullptr ? slab_->size() : taken_ ? 1 : 0; }
+   uint32_t next(uint32_t slot) const { return slab_ != nullptr ? slab_->next(slot) : kNil; }
+   uint32_t previous(uint32_t slot) const {
+      return slab_ != nullptr ? slab_->previous(slot) : kNil;
+   }
 
  private:
-   std::unique_ptr<Slab> slab_;
-   Entry single_;
+   using Slab = SlabStorage<K, V>;
+   void clear() {
+      taken_ = false;
+      key_ = K{};
+      value_ = V{};
+   }
+
+   std::unique_ptr<Slab> slab_; // once there were several entries
+   K key_{};
+   [[no_unique_address]] V value_{};
    bool taken_ = false;
 };
 

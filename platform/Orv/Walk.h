@@ -1,9 +1,32 @@
 // Range-for over a keyed collection.
 #pragma once
 
+#include "platform/Orv/Export.h"
+
 #include <optional>
 
 namespace Orv {
+
+// The cursors that are open in collections, in one list: a few walks at a time, so that no
+// collection needs a list of its own.
+class ORV_EXPORT OpenCursor {
+ public:
+   static OpenCursor* latest() { return latest_; }
+   OpenCursor* earlier() const { return earlier_; }
+   bool isIn(void const* collection) const { return collection_ == collection; }
+
+ protected:
+   explicit OpenCursor(void const* collection);
+   OpenCursor(OpenCursor const&) = delete;
+   OpenCursor& operator=(OpenCursor const&) = delete;
+   ~OpenCursor();
+
+   void const* collection_; // null once it is destroyed
+
+ private:
+   OpenCursor* earlier_;
+   static OpenCursor* latest_;
+};
 
 // A member of a collection, as a copy.
 template<class K, class V>
