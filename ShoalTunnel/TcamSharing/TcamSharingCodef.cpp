@@ -4,6 +4,9 @@
 #include "platform/Trace/Trace.h"
 #include "ShoalTunnel/TcamSharing/TcamSharingCodefSubIntf.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace Hardware::ShoalTunnel {
 
 TcamSharingCodef::TcamSharingCodef(Orv::Ptr<Orv::Clock const> clock,
@@ -59,6 +62,9 @@ void TcamSharingCodef::handleInitialized() {
 
 void TcamSharingCodef::handleTcamSharingConfigIn(TcamSharingRequest const& request) {
    SHOAL_TRACE(8, "TcamSharingCodef::", __func__, ": request:", request);
+   // Reading the time waits for all reads before it, but not for hints.
+   tcamSharingSelector_->prefetch(request);
+   backlogCollection().prefetch(request);
    Seconds start = Orv::System::currentTime();
    updatesSeenInc(1);
    TcamSharingPolicyId inStatus = tcamSharingConfigIn_->request(request);
@@ -86,6 +92,49 @@ void TcamSharingCodef::handleTcamSharingConfigIn(TcamSharingRequest const& reque
    doRecordLatency(start);
 }
 
+// Hints at what the next requests of the backlog are going to read, so that their cache misses
+// overlap with the work on those before them. Each step reads only what was hinted at a step
+// before. The backlog may change meanwhile: then some hints are useless.
+class TcamSharingCodef::ReadAhead {
+ public:
+   explicit ReadAhead(TcamSharingCodef const& codef) : codef_(codef) {}
+
+   void step(TcamSharingRequest const& present) {
+      bool begins = ahead_[0] == none;
+      for (std::size_t steps = begins ? std::size(ahead_) : 1; steps > 0; --steps) {
+         auto next = codef_.backlogCollection().following(ahead_[0] == none ? present : ahead_[0]);
+         std::shift_right(std::begin(ahead_), std::end(ahead_), 1);
+         ahead_[0] = next.value_or(none);
+         codef_.backlogCollection().prefetch(ahead_[0]);
+         hintAtTables(ahead_[1]);
+         hintAtIntf(ahead_[2]);
+         codef_.tcamSharingHelper_->prefetchEncap(ahead_[3].intfId());
+      }
+   }
+
+ private:
+   void hintAtTables(TcamSharingRequest const& request) const {
+      request.prefetch();
+      codef_.tcamSharingConfigIn_->requestCollection().prefetch(request);
+      codef_.tcamSharingSelector_->prefetch(request);
+      codef_.tcamSharingStatus_->responseCollection().prefetch(request);
+      auto const& common = *codef_.tcamSharingCommon_;
+      common.tcamRequestToIsemKeyMappingCollection().prefetch(request);
+      common.tcamRequestToVlanTagToVsiKeyMappingCollection().prefetch(request);
+   }
+   void hintAtIntf(TcamSharingRequest& request) const {
+      if (codef_.tcamSharingConfigIn_->requestHas(request)) {
+         codef_.tcamSharingHelper_->prefetchIntf(request.intfId());
+      } else {
+         request = none; // a withdrawal does not look up the interface
+      }
+   }
+
+   static constexpr TcamSharingRequest none{};
+   TcamSharingCodef const& codef_;
+   TcamSharingRequest ahead_[4]; // the furthest first
+};
+
 uint32_t TcamSharingCodef::processBacklog(Seconds const& start) {
    SHOAL_TRACE(8, "TcamSharingCodef::processBacklog");
    Seconds stop = start + backlogQuantum();
@@ -93,11 +142,13 @@ uint32_t TcamSharingCodef::processBacklog(Seconds const& start) {
    using Cursor = std::remove_cvref_t<decltype(backlogCollection())>::Cursor;
    Cursor cursor(backlogCollection(), Cursor::unbounded);
    cursor.toKey(bookmark());
+   ReadAhead readAhead(*this);
    while (backlogSize() > 0) {
       if (cursor.atEnd()) {
          cursor.toFirst();
       }
       TcamSharingRequest request = *cursor.peekKey();
+      readAhead.step(request);
       Seconds now = Orv::System::currentTime();
       if (processed > 0 && now >= stop) {
          SHOAL_TRACE(7, __func__, ": Yielding backlog processing at ", request);

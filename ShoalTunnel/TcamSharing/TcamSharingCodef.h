@@ -84,6 +84,7 @@ class TCAM_SHARING_EXPORT TcamSharingCodef : public Keel::CodefBase {
    }
 
  private:
+   class ReadAhead;
    class OrvRetryClock;
    class OrvSubIntfStatus;
    using OrvTcamSharingConfigIn = Orv::ReactorFor<&TcamSharingCodef::handleTcamSharingConfigIn>;

@@ -128,6 +128,17 @@ std::optional<VlanDomain> TcamSharingHelper::domainOfPortSubIntf(IntfId intf, In
    return data->vlanDomain;
 }
 
+void TcamSharingHelper::prefetchIntf(IntfId intf) const {
+   intf.prefetch();
+   subIntfConfigDir_->subIntfConfigCollection().prefetch(intf);
+}
+
+void TcamSharingHelper::prefetchEncap(IntfId intf) const {
+   if (auto config = subIntfConfigDir_->subIntfConfigCollection().peek(intf)) {
+      __builtin_prefetch(config->get());
+   }
+}
+
 TcamSharingDot1qEncapResponse
 TcamSharingHelper::getDot1qEncapForIntf(IntfId intfId,
                                         Bridging::VlanIdOrNone l3FloodPortVlanId) const {

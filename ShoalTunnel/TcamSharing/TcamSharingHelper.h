@@ -60,6 +60,9 @@ class TCAM_SHARING_EXPORT TcamSharingHelper : public Orv::Entity {
    // sub-interfaces.
    std::optional<Shoal::VlanDomain> getVlanDomainForIntf(Plexus::IntfId intf,
                                                          Shoal::FapId fapId) const;
+   // Hints that this interface is looked up soon. The second needs what the first has hinted at.
+   void prefetchIntf(Plexus::IntfId intf) const;
+   void prefetchEncap(Plexus::IntfId intf) const;
    // A flood entry without its VLAN is an invariant failure.
    TcamSharingDot1qEncapResponse
    getDot1qEncapForIntf(Plexus::IntfId intfId, Bridging::VlanIdOrNone l3FloodPortVlanId) const;

@@ -6,6 +6,14 @@
 
 namespace Hardware::ShoalTunnel {
 
+namespace {
+void prefetchIn(Orv::Ptr<TcamSharingConfig> const& table, TcamSharingRequest const& request) {
+   if (table) {
+      table->requestCollection().prefetch(request);
+   }
+}
+} // namespace
+
 void throwNotImplemented(char const* signature) {
    throw Orv::NoImplementationException(std::string(signature) +
                                         " must be implemented in the derived class");
@@ -45,6 +53,10 @@ TcamSharingPolicyId TcamSharingSemSelector::getRequest(TcamSharingRequest const&
                                    : TcamSharingPolicyId();
 }
 
+void TcamSharingSemSelector::prefetch(TcamSharingRequest const& request) const {
+   prefetchIn(tcamSharingSemConfigOut_, request);
+}
+
 TcamSharingInLifSelector::TcamSharingInLifSelector(
     Orv::Ptr<TcamSharingConfig> tcamSharingTagConfigOut,
     Orv::Ptr<TcamSharingConfig> tcamSharingTunnelConfigOut)
@@ -69,6 +81,12 @@ void TcamSharingInLifSelector::delRequest(TcamSharingRequest const& request) {
 TcamSharingPolicyId TcamSharingInLifSelector::getRequest(TcamSharingRequest const& request) {
    auto const& table = tableFor(request);
    return table ? table->request(request) : TcamSharingPolicyId();
+}
+
+// In both tables: the kind of the interface is not in the caches yet.
+void TcamSharingInLifSelector::prefetch(TcamSharingRequest const& request) const {
+   prefetchIn(tcamSharingTagConfigOut_, request);
+   prefetchIn(tcamSharingTunnelConfigOut_, request);
 }
 
 } // namespace Hardware::ShoalTunnel

@@ -15,6 +15,8 @@ class TCAM_SHARING_EXPORT TcamSharingSelector : public Orv::RefCounted {
    virtual void delRequest(TcamSharingRequest const& request);
    // The policy in that table, 0 if absent.
    virtual TcamSharingPolicyId getRequest(TcamSharingRequest const& request);
+   // A hint that this request is read soon. The base does nothing.
+   virtual void prefetch(TcamSharingRequest const&) const {}
 };
 
 // Writes all requests to the output table of the ISEM machine.
@@ -24,6 +26,7 @@ class TCAM_SHARING_EXPORT TcamSharingSemSelector : public TcamSharingSelector {
    void addRequest(TcamSharingRequest const& request, TcamSharingPolicyId const& policyId) override;
    void delRequest(TcamSharingRequest const& request) override;
    TcamSharingPolicyId getRequest(TcamSharingRequest const& request) override;
+   void prefetch(TcamSharingRequest const& request) const override;
 
  private:
    Orv::Ptr<TcamSharingConfig> tcamSharingSemConfigOut_;
@@ -38,6 +41,7 @@ class TCAM_SHARING_EXPORT TcamSharingInLifSelector : public TcamSharingSelector 
    void addRequest(TcamSharingRequest const& request, TcamSharingPolicyId const& policyId) override;
    void delRequest(TcamSharingRequest const& request) override;
    TcamSharingPolicyId getRequest(TcamSharingRequest const& request) override;
+   void prefetch(TcamSharingRequest const& request) const override;
 
  private:
    Orv::Ptr<TcamSharingConfig> const& tableFor(TcamSharingRequest const& request) const;

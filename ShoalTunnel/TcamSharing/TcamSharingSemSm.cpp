@@ -88,6 +88,8 @@ void TcamSharingSemSm::doRemove(TcamSharingRequest const& request) {
 
 void TcamSharingSemSm::doProgram(TcamSharingRequest const& request, TcamSharingPolicyId policyId) {
    TcamSharingEntry entry(request, policyId);
+   AradSemKeyAndFap prevKey = tcamSharingCommon_->tcamRequestToIsemKeyMapping(request);
+   doPrefetch(prevKey); // most probably it stays the key
    bool fapAvailable = shoalStatus()->fapAvailable(request.fapId());
    auto vlanDomain = tcamSharingHelper()->getVlanDomainForIntf(request.intfId(), request.fapId());
    auto encap =
@@ -114,14 +116,14 @@ void TcamSharingSemSm::doProgram(TcamSharingRequest const& request, TcamSharingP
    }
    AradSemPayload payload = AradSemPayload::basic(
        TcamSharingIsemPolicyId(policyId).makeISemPayloadValue(shoalStatus(), request.fapId()));
-   AradSemKeyAndFap newKey(AradISemKeyTcamSharing(vlanId, *vlanDomain).key(), request.fapId());
+   AradSemKeyAndFap newKey(AradISemKeyTcamSharing(vlanId, *vlanDomain).key(), request.fapId(),
+                           prevKey);
    if (isemBTableConfig_->configHas(newKey) && isemBTableConfig_->config(newKey) == payload) {
       SHOAL_TRACE(7, configHandler, ": bypassing isem programming, no change required for ",
                   request);
       tcamSharingStatus()->responseIs(request, TcamSharingResponse{tcamSharingSuccess, policyId});
       return;
    }
-   AradSemKeyAndFap prevKey = tcamSharingCommon_->tcamRequestToIsemKeyMapping(request);
    if (prevKey != AradSemKeyAndFap() && prevKey != newKey) {
       doLeavePrevKey(request, prevKey);
    }
@@ -133,6 +135,15 @@ void TcamSharingSemSm::doProgram(TcamSharingRequest const& request, TcamSharingP
    SHOAL_TRACE_SPLIT(7, (configHandler, ": finished on ", request),
                      (configHandler, ": finished on (", request.intfId(), ", fap ", request.fapId(),
                       ", pol ", policyId, ")"));
+}
+
+void TcamSharingSemSm::doPrefetch(AradSemKeyAndFap key) const {
+   key.prefetch();
+   isemBTableConfig_->configCollection().prefetch(key);
+   tcamSharingCommon_->semToRequestCollection().prefetch(key);
+   if (isemBTableStatus_) {
+      isemBTableStatus_->statusCollection().prefetch(key);
+   }
 }
 
 void TcamSharingSemSm::doLeavePrevKey(TcamSharingRequest const& request, AradSemKeyAndFap prevKey) {

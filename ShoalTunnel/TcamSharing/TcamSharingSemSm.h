@@ -44,6 +44,8 @@ class TCAM_SHARING_EXPORT TcamSharingSemSm : public TcamSharingBaseSm {
 
    void doRemove(TcamSharingRequest const& request);
    void doProgram(TcamSharingRequest const& request, TcamSharingPolicyId policyId);
+   // A hint that the tables are read at this key soon.
+   void doPrefetch(AradSemKeyAndFap key) const;
    void doLeavePrevKey(TcamSharingRequest const& request, AradSemKeyAndFap prevKey);
    void doEnqueuePending(AradSemKeyAndFap key, bool isInsert, TcamSharingEntry const& entry);
    // Removes the request from the users of the key, and the key with its last user.

@@ -53,6 +53,9 @@ class Interner {
       return index_.find(hash, [&](uint32_t at) { return equals((*this)[at]); });
    }
 
+   // A hint that these fields are read soon.
+   void prefetch(uint32_t at) const { __builtin_prefetch(&(*this)[at]); }
+
    Fields const& operator[](uint32_t at) const {
       if (at == 0) [[unlikely]] {
          return defaultFields();
@@ -80,6 +83,9 @@ class Interned {
  public:
    constexpr Interned() = default;
    explicit Interned(Fields const& fields) : index_(interner.intern(fields)) {}
+   // `guess` spares the look-up when it has these fields.
+   Interned(Fields const& fields, Self guess)
+       : index_(guess.fields() == fields ? guess.index() : interner.intern(fields)) {}
 
    // The handle that has this index().
    static Self fromIndex(uint32_t index) {
@@ -89,6 +95,8 @@ class Interned {
    }
 
    Fields const& fields() const { return interner[index_]; }
+   // A hint that fields() is called soon.
+   void prefetch() const { interner.prefetch(index_); }
    uint32_t index() const { return index_; }
    uint64_t hash() const { return mixHash(index_); }
 

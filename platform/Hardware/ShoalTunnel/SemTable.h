@@ -63,6 +63,9 @@ class AradSemKeyAndFap
    constexpr AradSemKeyAndFap() = default;
    // Throws Orv::RangeException for a unit above maxFapId, which does not fit into the key.
    AradSemKeyAndFap(AradSemKey key, Shoal::FapId fapId) : Interned(checked(key, fapId)) {}
+   // The same; `guess` is the key that it probably is.
+   AradSemKeyAndFap(AradSemKey key, Shoal::FapId fapId, AradSemKeyAndFap guess)
+       : Interned(checked(key, fapId), guess) {}
 
    AradSemKey key() const { return fields().key; }
    Shoal::FapId fapId() const { return fields().fapId; }
