@@ -17,15 +17,14 @@ namespace Hardware::ShoalTunnel {
 
 // The mapper keys of one request whose writes were answered.
 class TCAM_SHARING_EXPORT TcamRequestToVlanTagToVsiKeyMapping : public Orv::Entity {
+   TcamSharingRequest request_; // first: it fits behind the reference count
+
    ORV_ENTITY(TcamRequestToVlanTagToVsiKeyMapping,
               "Hardware::ShoalTunnel::TcamRequestToVlanTagToVsiKeyMapping")
 
    explicit TcamRequestToVlanTagToVsiKeyMapping(TcamSharingRequest request) : request_(request) {}
    TcamSharingRequest request() const { return request_; }
    ORV_SET(vtagToVsiMapperKey, VlanTagToVsiMapperKey, Orv::Small)
-
- private:
-   TcamSharingRequest request_;
 };
 
 // The requests that share one ISEM entry. There is one per entry, so its size counts.

@@ -55,24 +55,33 @@ class TcamSharingPolicyId {
    static constexpr uint64_t lumenAclLabelMask = 0xfe0000;
 
    constexpr TcamSharingPolicyId() = default;
-   constexpr explicit TcamSharingPolicyId(uint64_t value) : value_(value) {}
+   constexpr explicit TcamSharingPolicyId(uint64_t value)
+       : low_(static_cast<uint32_t>(value)), high_(static_cast<uint32_t>(value >> 32)) {}
 
-   uint64_t value() const { return value_; }
-   void valueIs(uint64_t value) { value_ = value; }
-   uint64_t qosPolicy() const { return value_ & qosPolicyMask; }
-   uint64_t pbrPolicy() const { return (value_ & pbrPolicyMask) >> 5; }
-   uint64_t aclLabel() const { return (value_ & aclLabelMask) >> 10; }
-   uint64_t lumenAclLabel() const { return (value_ & lumenAclLabelMask) >> 17; }
-   bool empty() const { return value_ == 0; }
+   constexpr uint64_t value() const { return uint64_t{high_} << 32 | low_; }
+   void valueIs(uint64_t value) { *this = TcamSharingPolicyId(value); }
+   uint64_t qosPolicy() const { return value() & qosPolicyMask; }
+   uint64_t pbrPolicy() const { return (value() & pbrPolicyMask) >> 5; }
+   uint64_t aclLabel() const { return (value() & aclLabelMask) >> 10; }
+   uint64_t lumenAclLabel() const { return (value() & lumenAclLabelMask) >> 17; }
+   bool empty() const { return value() == 0; }
 
-   uint64_t hash() const { return Orv::mixHash(value_); }
-   friend auto operator<=>(TcamSharingPolicyId, TcamSharingPolicyId) = default;
+   uint64_t hash() const { return Orv::mixHash(value()); }
+   friend bool operator==(TcamSharingPolicyId a, TcamSharingPolicyId b) {
+      return a.value() == b.value();
+   }
+   friend auto operator<=>(TcamSharingPolicyId a, TcamSharingPolicyId b) {
+      return a.value() <=> b.value();
+   }
    friend std::ostream& operator<<(std::ostream& out, TcamSharingPolicyId id) {
-      return out << id.value_;
+      return out << id.value();
    }
 
  private:
-   uint64_t value_ = 0;
+   // Halves, to be aligned as its neighbours in tables: a request and its policy, or its response,
+   // take 12 bytes.
+   uint32_t low_ = 0;
+   uint32_t high_ = 0;
 };
 
 // A request and the policy that was, or is to be, programmed for it. As a key, entries of one
@@ -89,7 +98,9 @@ class TcamSharingEntry {
    Bridging::VlanIdOrNone l3FloodPortVlanId() const { return request_.l3FloodPortVlanId(); }
    TcamSharingPolicyId policyId() const { return policyId_; }
 
-   uint64_t hash() const { return Orv::mixHash(request_.hash() + policyId_.hash()); }
+   uint64_t hash() const {
+      return Orv::mixHash(policyId_.value() * 0x9e3779b97f4a7c15ULL + request_.index());
+   }
    friend auto operator<=>(TcamSharingEntry const&, TcamSharingEntry const&) = default;
    TCAM_SHARING_EXPORT friend std::ostream& operator<<(std::ostream& out,
                                                        TcamSharingEntry const& entry);

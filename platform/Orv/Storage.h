@@ -171,6 +171,9 @@ class SlabStorage : public InOrder<SlabStorage<K, V>> {
    };
 
    uint32_t find(K const& key) const {
+      if (this->size() == 0) {
+         return kNil; // without hashing the key
+      }
       return index_.find(hashOf(key), [&](uint32_t slot) { return at(slot).key == key; });
    }
    uint32_t insert(K const& key) {

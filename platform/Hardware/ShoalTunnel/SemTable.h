@@ -18,13 +18,13 @@ class AradSemKey {
  public:
    constexpr AradSemKey() = default;
    constexpr AradSemKey(AradSemKeyType keyType, uint32_t value)
-       : keyType_(keyType), value_(value) {}
+       : value_(value), keyType_(keyType) {}
    AradSemKeyType keyType() const { return keyType_; }
    uint32_t value() const { return value_; }
 
  private:
-   AradSemKeyType keyType_ = AradSemKeyType::none;
    uint32_t value_ = 0;
+   AradSemKeyType keyType_ = AradSemKeyType::none;
 
  public:
    ORV_VALUE(AradSemKey, "Hardware::ShoalTunnel::AradSemKey", keyType_, value_)
@@ -46,7 +46,7 @@ class AradISemKeyTcamSharing {
 };
 
 struct AradSemKeyAndFapFields {
-   AradSemKey key;
+   [[no_unique_address]] AradSemKey key; // whose last bytes the unit uses
    Shoal::FapId fapId;
 
    ORV_VALUE(AradSemKeyAndFapFields, "Hardware::ShoalTunnel::AradSemKeyAndFap", key, fapId)
