@@ -440,6 +440,47 @@ TEST(GroupIndexTest, FollowsTheCollectionInItsOrder) {
    of.set(key(12), 1); // no watcher is left
 }
 
+TEST(GroupIndexTest, RandomHistoriesAgreeWithTheCollection) {
+   std::mt19937 random(3);
+   KeyedByIndex<Grouped, int> of;
+   GroupIndex<Grouped, KeyedByIndex<Grouped, int>, &Grouped::tens> index(of);
+   for (int step = 0; step < 3000; ++step) {
+      // Few members of few groups, so that groups often have none, one or two.
+      Grouped key{{static_cast<uint32_t>(random() % 3 * 10 + random() % 4)}};
+      if (random() % 2 == 0) {
+         of.set(key, step);
+      } else {
+         of.del(key);
+      }
+      for (uint32_t tens = 0; tens < 3; ++tens) {
+         Sequence members;
+         for (Grouped member : index.members({tens})) {
+            members.push_back(member.value);
+         }
+         auto inOrder = keys(of);
+         std::erase_if(inOrder, [&](uint32_t value) { return value / 10 != tens; });
+         ASSERT_EQ(members, inOrder) << "step " << step;
+      }
+   }
+}
+
+TYPED_TEST(CollectionTest, AWalkIsNotMovedByAnotherCollection) {
+   TypeParam outer;
+   TypeParam inner;
+   for (uint32_t value : {1U, 2U, 3U}) {
+      outer.set({value}, 1);
+      inner.set({value}, 1);
+   }
+   Sequence visited;
+   for (auto const& [key, value] : outer.walk()) {
+      visited.push_back(key.value);
+      for (auto const& [same, ignored] : inner.walk()) {
+         inner.del(same);
+      }
+   }
+   EXPECT_EQ(visited, (Sequence{1, 2, 3}));
+}
+
 TEST(SlotIndexTest, FindsWhatIsThereAndNothingElse) {
    std::mt19937_64 random(5);
    SlotIndex index;
