@@ -19,8 +19,9 @@ InLifFeatureResponseSm::InLifFeatureResponseSm(Orv::Ptr<InLifIntfStatus const> i
                                                Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
                                                Orv::Ptr<InLifFeatureStatus> statusDir)
     : inLifIntfStatus_(ORV_NOT_NULL(inLifIntfStatus)), inLifIntfCfg_(ORV_NOT_NULL(inLifIntfCfg)),
-      statusDir_(ORV_NOT_NULL(statusDir)), orvInLifIntfStatus_(this) {
+      statusDir_(ORV_NOT_NULL(statusDir)), orvInLifIntfStatus_(this), orvVersion_(this) {
    inLifIntfStatus_->responseCollection().watch(orvInLifIntfStatus_);
+   inLifIntfStatus_->responseCollection().watchMembers(orvVersion_);
    for (auto const& [key, response] : inLifIntfStatus_->responseIter()) {
       lifStatusResponseIs(response);
    }
@@ -34,57 +35,59 @@ void InLifFeatureResponseSm::handleInLifIntfStatus(InLifIntfKey const& key) {
    }
 }
 
+void InLifFeatureResponseSm::handleVersion(InLifIntfKey const& key) {
+   if (auto reactor = lifStatusResponse(key)) {
+      reactor->handleVersion();
+   }
+}
+
 void InLifFeatureResponseSm::lifStatusResponseIs(
     Orv::Ptr<InLifIntfFeatureAggr const> const& response) {
-   InLifIntfKey key = response ? response->key() : InLifIntfKey();
-   if (auto reactor = lifStatusResponse_.get(key)) {
-      reactor->aggrIs(response);
-      return;
+   OrvLifStatusResponse reactor(response, this);
+   if (lifStatusResponse_.insert(reactor.lifIntfKey())) {
+      reactor.handleInitialized();
    }
-   auto reactor = Orv::make<OrvLifStatusResponse>(response, this);
-   lifStatusResponse_.set(key, reactor);
-   reactor->handleInitialized();
 }
 
 void InLifFeatureResponseSm::lifStatusResponseDel(InLifIntfKey const& key) {
-   if (auto reactor = lifStatusResponse_.get(key)) {
-      lifStatusResponse_.del(key);
-      reactor->remove();
+   if (auto reactor = lifStatusResponse(key)) {
+      lifStatusResponse_.erase(key);
       reactor->handleDelete();
    }
 }
 
 void InLifFeatureResponseSm::lifStatusResponseDelAll() {
-   for (auto const& [key, reactor] : lifStatusResponse_.walk()) {
+   for (auto const& [key, response] : inLifIntfStatus_->responseIter()) {
+      lifStatusResponseDel(key);
+   }
+   for (InLifIntfKey key : lifStatusResponse_.keys()) {
       lifStatusResponseDel(key);
    }
 }
 
 void InLifFeatureResponseSm::OrvLifStatusResponse::handleVersion() {
    SHOAL_TRACE(8, *this, __func__);
-   // The write of a response may remove the status and with it this reactor. So the reactor is kept
-   // alive, and each feature is looked up again.
-   Orv::Ptr<OrvLifStatusResponse> self(this);
+   // The write of a response may remove the status, so each feature is looked up again.
    for (InLifFeatureType type : inLifFeatureTypes) {
       doUpdateFeature(type);
    }
 }
 
 void InLifFeatureResponseSm::OrvLifStatusResponse::doUpdateFeature(InLifFeatureType type) {
-   auto handled = sm_->inLifIntfStatus_->response(key());
+   auto handled = sm_->inLifIntfStatus_->response(key_);
    if (!handled || !handled->featureAggHas(type)) {
       SHOAL_TRACE(7, *this, "Deleting response for ", type);
-      sm_->statusDir_->responseDel(InLifFeatureKey::existing(key(), type));
+      sm_->statusDir_->responseDel(InLifFeatureKey::existing(key_, type));
       return;
    }
-   auto requested = sm_->inLifIntfCfg_->request(key());
+   auto requested = sm_->inLifIntfCfg_->request(key_);
    // Another version, even a newer one, changes nothing: the machine that handles it will write the
    // status again.
    if (!requested || requested->version() != handled->version()) {
       return;
    }
    InLifFeatureValue programmed = valueOf(*handled, type);
-   InLifFeatureResponse response{InLifFeatureKey(key(), type), programmed,
+   InLifFeatureResponse response{InLifFeatureKey(key_, type), programmed,
                                  InLifFeatureResponseStatus::success};
    if (valueOf(*requested, type) == programmed) {
       SHOAL_TRACE(7, *this, "Setting response for ", type, " to success ", "value:", programmed);
@@ -100,10 +103,10 @@ void InLifFeatureResponseSm::OrvLifStatusResponse::handleDelete() {
    for (InLifFeatureType type : inLifFeatureTypes) {
       // A reactor on a deleted response may request the feature again. From then on another reactor
       // owns the responses.
-      if (sm_->lifStatusResponse_.has(key())) {
+      if (sm_->lifStatusResponseHas(key_)) {
          return;
       }
-      sm_->statusDir_->responseDel(InLifFeatureKey::existing(key(), type));
+      sm_->statusDir_->responseDel(InLifFeatureKey::existing(key_, type));
    }
 }
 

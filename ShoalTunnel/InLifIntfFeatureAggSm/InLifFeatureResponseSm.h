@@ -7,36 +7,44 @@
 // responses. Event thread only.
 #pragma once
 
+#include "platform/Orv/IndexedSet.h"
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureStatus.h"
-#include "ShoalTunnel/InLifIntfFeatureAggSm/VersionReactor.h"
+#include "ShoalTunnel/InLifIntfFeatureAggSm/InLifIntfFeatureAggr.h"
+
+#include <optional>
 
 namespace Hardware::ShoalTunnel {
 
 class TCAM_SHARING_EXPORT InLifFeatureResponseSm : public Orv::RefCounted {
  public:
-   // Watches one member of the status.
-   class TCAM_SHARING_EXPORT OrvLifStatusResponse : public VersionReactor {
+   // Reacts to one member of the status. A value: what the machine keeps is the key.
+   class TCAM_SHARING_EXPORT OrvLifStatusResponse {
     public:
+      OrvLifStatusResponse(InLifIntfKey key, InLifFeatureResponseSm* sm) : key_(key), sm_(sm) {}
+      // A null member has the default key.
       OrvLifStatusResponse(Orv::Ptr<InLifIntfFeatureAggr const> const& response,
                            InLifFeatureResponseSm* sm)
-          : VersionReactor(response), sm_(sm) {}
-      InLifIntfKey lifIntfKey() const { return key(); }
+          : OrvLifStatusResponse(response ? response->key() : InLifIntfKey(), sm) {}
+      InLifIntfKey lifIntfKey() const { return key_; }
 
       void handleInitialized() { handleVersion(); }
       void handleVersion();
       // The member was removed.
-      void handleDelete() override;
+      void handleDelete();
+
+      friend bool operator==(OrvLifStatusResponse const&, OrvLifStatusResponse const&) = default;
 
       static constexpr char const* blipForm = "LifStatusResponse(%, %)::";
-      auto blipFields() const { return std::tuple(key().intfId(), key().tcamId().value()); }
+      auto blipFields() const { return std::tuple(key_.intfId(), key_.tcamId().value()); }
       friend std::ostream& operator<<(std::ostream& out, OrvLifStatusResponse const& reactor) {
-         return out << "LifStatusResponse(" << reactor.key().intfId() << ", "
-                    << reactor.key().tcamId() << ")::";
+         return out << "LifStatusResponse(" << reactor.key_.intfId() << ", "
+                    << reactor.key_.tcamId() << ")::";
       }
 
     private:
-      void handle() override { handleVersion(); }
       void doUpdateFeature(InLifFeatureType type);
+
+      InLifIntfKey key_;
       InLifFeatureResponseSm* sm_;
    };
 
@@ -46,12 +54,17 @@ class TCAM_SHARING_EXPORT InLifFeatureResponseSm : public Orv::RefCounted {
 
    // The member was added or removed.
    void handleInLifIntfStatus(InLifIntfKey const& key);
+   // The version of the member changed.
+   void handleVersion(InLifIntfKey const& key);
 
-   // One reactor per status member.
-   Orv::Ptr<OrvLifStatusResponse> lifStatusResponse(InLifIntfKey const& key) const {
-      return lifStatusResponse_.get(key);
+   // One reactor per status member. A member that is not in the status is not followed.
+   std::optional<OrvLifStatusResponse> lifStatusResponse(InLifIntfKey const& key) {
+      return lifStatusResponseHas(key) ? std::optional(OrvLifStatusResponse(key, this))
+                                       : std::nullopt;
    }
-   bool lifStatusResponseHas(InLifIntfKey const& key) const { return lifStatusResponse_.has(key); }
+   bool lifStatusResponseHas(InLifIntfKey const& key) const {
+      return lifStatusResponse_.contains(key);
+   }
    std::size_t lifStatusResponses() const { return lifStatusResponse_.size(); }
    void lifStatusResponseIs(Orv::Ptr<InLifIntfFeatureAggr const> const& response);
    void lifStatusResponseDel(InLifIntfKey const& key);
@@ -59,12 +72,14 @@ class TCAM_SHARING_EXPORT InLifFeatureResponseSm : public Orv::RefCounted {
 
  private:
    using OrvInLifIntfStatus = Orv::ReactorFor<&InLifFeatureResponseSm::handleInLifIntfStatus>;
+   using OrvVersion = Orv::ReactorFor<&InLifFeatureResponseSm::handleVersion>;
 
    Orv::Ptr<InLifIntfStatus const> inLifIntfStatus_;
    Orv::Ptr<InLifIntfConfig const> inLifIntfCfg_;
    Orv::Ptr<InLifFeatureStatus> statusDir_;
    OrvInLifIntfStatus orvInLifIntfStatus_;
-   Orv::KeyedByIndex<InLifIntfKey, Orv::Ptr<OrvLifStatusResponse>> lifStatusResponse_;
+   OrvVersion orvVersion_;
+   Orv::IndexedSet<InLifIntfKey> lifStatusResponse_;
 };
 
 template<class... Args>

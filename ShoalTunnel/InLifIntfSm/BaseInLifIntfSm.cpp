@@ -11,8 +11,10 @@ BaseInLifIntfSm::BaseInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
                                  Orv::Ptr<InLifIntfStatus> inLifIntfStatus,
                                  Orv::Ptr<Shoal::Status const> shoalStatus)
     : inLifIntfCfg_(ORV_NOT_NULL(inLifIntfCfg)), inLifIntfStatus_(ORV_NOT_NULL(inLifIntfStatus)),
-      shoalStatus_(ORV_NOT_NULL(shoalStatus)), orvInLifIntfCfg_(this), orvShoalStatus_(this) {
+      shoalStatus_(ORV_NOT_NULL(shoalStatus)), orvInLifIntfCfg_(this), orvVersion_(this),
+      orvShoalStatus_(this) {
    inLifIntfCfg_->requestCollection().watch(orvInLifIntfCfg_);
+   inLifIntfCfg_->requestCollection().watchMembers(orvVersion_);
    shoalStatus_->tcamKeyVersionAttribute().watch(orvShoalStatus_);
    for (auto const& [key, aggr] : inLifIntfCfg_->requestIter()) {
       lifIntfCfgIs(aggr);
@@ -76,6 +78,12 @@ void BaseInLifIntfSm::handleInLifIntfCfg(InLifIntfKey const& key) {
    }
 }
 
+void BaseInLifIntfSm::handleVersion(InLifIntfKey const& key) {
+   if (auto reactor = lifIntfCfg(key)) {
+      reactor->handleVersion();
+   }
+}
+
 void BaseInLifIntfSm::doHandleRequest(InLifIntfKey const&, bool) {
    ORV_ASSERT(false, "false", "To be implemented in inherited class");
 }
@@ -106,34 +114,34 @@ void BaseInLifIntfSm::lifIntfCfgIs(Orv::Ptr<InLifIntfFeatureAggr const> const& a
    if (!aggr) {
       throw Orv::NullArgumentException("BaseInLifIntfSm::lifIntfCfgIs of a null aggregate");
    }
-   if (auto reactor = lifIntfCfg_.get(aggr->key())) {
-      reactor->aggrIs(aggr);
-   } else {
+   if (!lifIntfCfgHas(aggr->key())) {
       newLifIntfCfg(aggr);
    }
 }
 
-Orv::Ptr<BaseInLifIntfSm::OrvLifIntfCfg>
+BaseInLifIntfSm::OrvLifIntfCfg
 BaseInLifIntfSm::newLifIntfCfg(Orv::Ptr<InLifIntfFeatureAggr const> const& aggr) {
    if (!aggr) {
       throw Orv::NullArgumentException("BaseInLifIntfSm::newLifIntfCfg of a null aggregate");
    }
-   auto reactor = Orv::make<OrvLifIntfCfg>(aggr, this);
-   lifIntfCfg_.set(aggr->key(), reactor);
-   reactor->handleInitialized();
+   OrvLifIntfCfg reactor(aggr->key(), this);
+   lifIntfCfg_.insert(reactor.lifIntfKey());
+   reactor.handleInitialized();
    return reactor;
 }
 
 void BaseInLifIntfSm::lifIntfCfgDel(InLifIntfKey const& key) {
-   if (auto reactor = lifIntfCfg_.get(key)) {
-      lifIntfCfg_.del(key);
-      reactor->remove();
+   if (auto reactor = lifIntfCfg(key)) {
+      lifIntfCfg_.erase(key);
       reactor->handleDelete();
    }
 }
 
 void BaseInLifIntfSm::lifIntfCfgDelAll() {
-   for (auto const& [key, reactor] : lifIntfCfg_.walk()) {
+   for (auto const& [key, aggr] : inLifIntfCfg_->requestIter()) {
+      lifIntfCfgDel(key);
+   }
+   for (InLifIntfKey key : lifIntfCfg_.keys()) {
       lifIntfCfgDel(key);
    }
 }
@@ -145,17 +153,14 @@ void BaseInLifIntfSm::OrvLifIntfCfg::handleInitialized() {
 void BaseInLifIntfSm::OrvLifIntfCfg::handleVersion() {
    SHOAL_TRACE(8, *this, __func__, ", version:", lifIntfCfg() ? lifIntfCfg()->version() : 0);
    if (sm_->initialized()) {
-      // A copy, because the machine may destroy this reactor.
-      InLifIntfKey lifIntfKey = key();
-      sm_->doHandleRequest(lifIntfKey, true);
+      sm_->doHandleRequest(key_, true);
    }
 }
 
 void BaseInLifIntfSm::OrvLifIntfCfg::handleDelete() {
    SHOAL_TRACE(8, *this, __func__);
    if (sm_->initialized()) {
-      InLifIntfKey lifIntfKey = key();
-      sm_->doHandleRequest(lifIntfKey, false);
+      sm_->doHandleRequest(key_, false);
    }
 }
 

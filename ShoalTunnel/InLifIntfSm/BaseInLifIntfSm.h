@@ -10,40 +10,43 @@
 #pragma once
 
 #include "platform/Hardware/Shoal/Status.h"
-#include "ShoalTunnel/InLifIntfFeatureAggSm/VersionReactor.h"
+#include "platform/Orv/IndexedSet.h"
+#include "ShoalTunnel/InLifIntfFeatureAggSm/InLifIntfFeatureAggr.h"
 #include "ShoalTunnel/InLifIntfSm/InLifFeatureAttributes.h"
 #include "ShoalTunnel/InLifIntfSm/InLifIntfKind.h"
 
 #include <exception>
+#include <optional>
 
 namespace Hardware::ShoalTunnel {
 
 class TCAM_SHARING_EXPORT BaseInLifIntfSm : public Orv::RefCounted {
  public:
-   // Watches one aggregate.
-   class TCAM_SHARING_EXPORT OrvLifIntfCfg : public VersionReactor {
+   // Reacts to one aggregate. A value: what the machine keeps is the key.
+   class TCAM_SHARING_EXPORT OrvLifIntfCfg {
     public:
-      OrvLifIntfCfg(Orv::Ptr<InLifIntfFeatureAggr const> const& lifIntfCfg, BaseInLifIntfSm* sm)
-          : VersionReactor(lifIntfCfg), sm_(sm) {}
-      InLifIntfKey lifIntfKey() const { return key(); }
+      OrvLifIntfCfg(InLifIntfKey key, BaseInLifIntfSm* sm) : key_(key), sm_(sm) {}
+      InLifIntfKey lifIntfKey() const { return key_; }
       Orv::Ptr<InLifIntfFeatureAggr const> lifIntfCfg() const {
-         return sm_->inLifIntfCfg()->request(key());
+         return sm_->inLifIntfCfg()->request(key_);
       }
 
       void handleInitialized();
       void handleVersion();
       // The aggregate was removed from the configuration.
-      void handleDelete() override;
+      void handleDelete();
+
+      friend bool operator==(OrvLifIntfCfg const&, OrvLifIntfCfg const&) = default;
 
       static constexpr char const* blipForm = "LifIntfCfg(%, %)::";
-      auto blipFields() const { return std::tuple(key().intfId(), key().tcamId().value()); }
+      auto blipFields() const { return std::tuple(key_.intfId(), key_.tcamId().value()); }
       friend std::ostream& operator<<(std::ostream& out, OrvLifIntfCfg const& reactor) {
-         return out << "LifIntfCfg(" << reactor.key().intfId() << ", " << reactor.key().tcamId()
+         return out << "LifIntfCfg(" << reactor.key_.intfId() << ", " << reactor.key_.tcamId()
                     << ")::";
       }
 
     private:
-      void handle() override { handleVersion(); }
+      InLifIntfKey key_;
       BaseInLifIntfSm* sm_;
    };
 
@@ -61,6 +64,8 @@ class TCAM_SHARING_EXPORT BaseInLifIntfSm : public Orv::RefCounted {
    void handleTcamKeyVersion();
    // The aggregate was added or removed.
    void handleInLifIntfCfg(InLifIntfKey const& key);
+   // The version of the aggregate changed.
+   void handleVersion(InLifIntfKey const& key);
 
    // `isAdd`: program the key from its aggregate; otherwise the key was removed from the
    // configuration. The base version is an invariant failure.
@@ -68,16 +73,17 @@ class TCAM_SHARING_EXPORT BaseInLifIntfSm : public Orv::RefCounted {
    // Copies the aggregate of the key to the status; removes the status if there is no aggregate.
    void doUpdateResponse(InLifIntfKey const& key);
 
-   // One reactor per aggregate. A null aggregate throws Orv::NullArgumentException.
-   Orv::Ptr<OrvLifIntfCfg> lifIntfCfg(InLifIntfKey const& key) const {
-      return lifIntfCfg_.get(key);
+   // One reactor per aggregate. A null aggregate throws Orv::NullArgumentException; one that is not
+   // in the configuration is not followed.
+   std::optional<OrvLifIntfCfg> lifIntfCfg(InLifIntfKey const& key) {
+      return lifIntfCfgHas(key) ? std::optional(OrvLifIntfCfg(key, this)) : std::nullopt;
    }
-   bool lifIntfCfgHas(InLifIntfKey const& key) const { return lifIntfCfg_.has(key); }
+   bool lifIntfCfgHas(InLifIntfKey const& key) const { return lifIntfCfg_.contains(key); }
    std::size_t lifIntfCfgs() const { return lifIntfCfg_.size(); }
    void lifIntfCfgIs(Orv::Ptr<InLifIntfFeatureAggr const> const& aggr);
    void lifIntfCfgDel(InLifIntfKey const& key);
    void lifIntfCfgDelAll();
-   Orv::Ptr<OrvLifIntfCfg> newLifIntfCfg(Orv::Ptr<InLifIntfFeatureAggr const> const& aggr);
+   OrvLifIntfCfg newLifIntfCfg(Orv::Ptr<InLifIntfFeatureAggr const> const& aggr);
 
    Orv::Ptr<InLifIntfConfig const> const& inLifIntfCfg() const { return inLifIntfCfg_; }
    Orv::Ptr<InLifIntfStatus> const& inLifIntfStatus() const { return inLifIntfStatus_; }
@@ -93,6 +99,7 @@ class TCAM_SHARING_EXPORT BaseInLifIntfSm : public Orv::RefCounted {
 
  private:
    using OrvInLifIntfCfg = Orv::ReactorFor<&BaseInLifIntfSm::handleInLifIntfCfg>;
+   using OrvVersion = Orv::ReactorFor<&BaseInLifIntfSm::handleVersion>;
    using OrvShoalStatus = Orv::ReactorFor<&BaseInLifIntfSm::handleTcamKeyVersion>;
 
    Orv::Ptr<InLifIntfConfig const> inLifIntfCfg_;
@@ -100,8 +107,9 @@ class TCAM_SHARING_EXPORT BaseInLifIntfSm : public Orv::RefCounted {
    Orv::Ptr<Shoal::Status const> shoalStatus_;
    bool initialized_ = false;
    OrvInLifIntfCfg orvInLifIntfCfg_;
+   OrvVersion orvVersion_;
    OrvShoalStatus orvShoalStatus_;
-   Orv::KeyedByIndex<InLifIntfKey, Orv::Ptr<OrvLifIntfCfg>> lifIntfCfg_;
+   Orv::IndexedSet<InLifIntfKey> lifIntfCfg_;
 };
 
 template<class... Args>

@@ -38,7 +38,7 @@ VlanInLifIntfSm::VlanInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
       lagPhyIntfMapping_(std::move(lagPhyIntfMapping)),
       untaggedVlanDir_(std::move(untaggedVlanDir)), orvUntaggedVlanDir_(this), orvPhyIntfLag_(this),
       lagPhyIntfConfig_(lagPhyIntfMapping_, this), orvInLifIntfCfgLagExp_(this),
-      orvPortMapVersion_(this) {
+      orvPortFeatures_(this), orvPortMapVersion_(this) {
    if (untaggedVlanDir_) {
       untaggedVlanDir_->untaggedVlanCollection().watch(orvUntaggedVlanDir_);
    }
@@ -46,9 +46,7 @@ VlanInLifIntfSm::VlanInLifIntfSm(Orv::Ptr<InLifIntfConfig const> inLifIntfCfg,
       lagPhyIntfMapping_->phyIntfLagCollection().watch(orvPhyIntfLag_);
    }
    inLifIntfCfgLagExp_->requestCollection().watch(orvInLifIntfCfgLagExp_);
-   for (auto const& [key, features] : inLifIntfCfgLagExp_->requestIter()) {
-      doFollowPortFeatures(key);
-   }
+   inLifIntfCfgLagExp_->requestCollection().watchMembers(orvPortFeatures_);
    this->shoalStatus()->portMapVersionAttribute().watch(orvPortMapVersion_);
 }
 
@@ -131,26 +129,12 @@ void VlanInLifIntfSm::handleLagPhyIntf(IntfId lag, IntfId phyIntf) {
 
 void VlanInLifIntfSm::handleInLifIntfCfgLagExp(InLifIntfKey const& key) {
    SHOAL_TRACE(8, "VlanInLifIntfSm::", __func__, " key: ", key);
-   doFollowPortFeatures(key);
    if (!inLifIntfCfgLagExp_->requestHas(key)) {
-      doHandlePortFeatures(key);
+      handlePortFeatures(key);
    }
 }
 
-void VlanInLifIntfSm::OrvPortFeatures::handle() {
-   InLifIntfKey portKey = key();
-   sm_->doHandlePortFeatures(portKey);
-}
-
-void VlanInLifIntfSm::doFollowPortFeatures(InLifIntfKey const& key) {
-   if (auto features = inLifIntfCfgLagExp_->request(key)) {
-      portFeatures_.set(key, Orv::make<OrvPortFeatures>(features, this));
-   } else {
-      portFeatures_.del(key);
-   }
-}
-
-void VlanInLifIntfSm::doHandlePortFeatures(InLifIntfKey const& key) {
+void VlanInLifIntfSm::handlePortFeatures(InLifIntfKey const& key) {
    IntfId phyIntf = key.intfId();
    if (initialized() && wordKey_.has(phyIntf) && wordKey_.get(phyIntf).tcamId() == key.tcamId()) {
       doUpdateWord(phyIntf);

@@ -48,8 +48,9 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm {
    // The port-channel entry of the port changed; the member list of the port-channel changed.
    void handlePhyIntfLag(Plexus::IntfId const& phyIntf);
    void handleLagPhyIntf(Plexus::IntfId lag, Plexus::IntfId phyIntf);
-   // The features of a port were added to or removed from the expanded configuration.
+   // The features of a port were added to or removed from the expanded configuration; they changed.
    void handleInLifIntfCfgLagExp(InLifIntfKey const& key);
+   void handlePortFeatures(InLifIntfKey const& key);
    // Throws as doHandleRequest does, for any key of the configuration, after it handled the others.
    void handlePortMapVersion();
 
@@ -62,19 +63,9 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm {
    using OrvUntaggedVlanDir = Orv::ReactorFor<&VlanInLifIntfSm::handleUntaggedVlan>;
    using OrvPhyIntfLag = Orv::ReactorFor<&VlanInLifIntfSm::handlePhyIntfLag>;
    using OrvInLifIntfCfgLagExp = Orv::ReactorFor<&VlanInLifIntfSm::handleInLifIntfCfgLagExp>;
+   using OrvPortFeatures = Orv::ReactorFor<&VlanInLifIntfSm::handlePortFeatures>;
    using OrvLagPhyIntfConfig = Lag::LagPhyIntfReactors<&VlanInLifIntfSm::handleLagPhyIntf>;
    using OrvPortMapVersion = Orv::ReactorFor<&VlanInLifIntfSm::handlePortMapVersion>;
-
-   // Watches the features of one port.
-   class OrvPortFeatures : public VersionReactor {
-    public:
-      OrvPortFeatures(Orv::Ptr<InLifIntfFeatureAggr const> const& features, VlanInLifIntfSm* sm)
-          : VersionReactor(features), sm_(sm) {}
-
-    private:
-      void handle() override;
-      VlanInLifIntfSm* sm_;
-   };
 
    static Place placeOf(InLifIntfKey key);
    // The port-channel of the port; the empty interface if there is none.
@@ -87,13 +78,11 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm {
    template<class Use>
    void forEachPort(Plexus::IntfId intfId, Use&& use) const;
 
-   void doFollowPortFeatures(InLifIntfKey const& key);
    void doFollowVlan(Plexus::IntfId phyIntf);
    void doUpdatePort(Plexus::IntfId phyIntf);
    void doUpdateWord(Plexus::IntfId phyIntf);
    // Removes words that an earlier machine wrote and that no key covers.
    void doRemoveLeftWords();
-   void doHandlePortFeatures(InLifIntfKey const& key);
 
    Orv::Ptr<DefaultLifFeatureConfig> defaultVlanLifFeatureCfg_;
    Orv::Ptr<InLifIntfConfig const> inLifIntfCfgLagExp_;
@@ -111,7 +100,7 @@ class TCAM_SHARING_EXPORT VlanInLifIntfSm : public BaseInLifIntfSm {
    OrvPhyIntfLag orvPhyIntfLag_;
    OrvLagPhyIntfConfig lagPhyIntfConfig_;
    OrvInLifIntfCfgLagExp orvInLifIntfCfgLagExp_;
-   Orv::KeyedByIndex<InLifIntfKey, Orv::Ptr<OrvPortFeatures>> portFeatures_;
+   OrvPortFeatures orvPortFeatures_;
    OrvPortMapVersion orvPortMapVersion_;
 };
 

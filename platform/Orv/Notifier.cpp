@@ -22,6 +22,8 @@ NotifierBase::~NotifierBase() {
 
 void NotifierBase::add(ReactorBase& reactor) {
    reactor.remove();
+   static uint64_t registrations = 0;
+   reactor.order_ = ++registrations;
    reactor.notifier_ = this;
    reactor.previous_ = last_;
    (last_ != nullptr ? last_->next_ : first_) = &reactor;
@@ -43,10 +45,22 @@ void NotifierBase::removeReactor(ReactorBase& reactor) {
    reactor.next_ = reactor.previous_ = nullptr;
 }
 
-NotifierBase::Delivery::Delivery(NotifierBase& notifier)
-    : notifier_(&notifier), outer_(notifier.deliveries_), next_(notifier.first_),
-      last_(notifier.last_) {
-   notifier.deliveries_ = this;
+void NotifierBase::endDeliveries(void const* subject) {
+   for (Delivery* delivery = deliveries_; delivery != nullptr; delivery = delivery->outer_) {
+      if (delivery->subject_ == subject) {
+         delivery->next_ = nullptr;
+      }
+   }
+}
+
+NotifierBase::Delivery::Delivery(NotifierBase* notifier, void const* subject)
+    : notifier_(notifier), subject_(subject),
+      outer_(notifier != nullptr ? notifier->deliveries_ : nullptr),
+      next_(notifier != nullptr ? notifier->first_ : nullptr),
+      last_(notifier != nullptr ? notifier->last_ : nullptr) {
+   if (notifier != nullptr) {
+      notifier->deliveries_ = this;
+   }
 }
 
 NotifierBase::Delivery::~Delivery() {
@@ -61,6 +75,11 @@ ReactorBase* NotifierBase::Delivery::take() {
       next_ = reactor == last_ ? nullptr : reactor->next_;
    }
    return reactor;
+}
+
+ReactorBase* NotifierBase::Delivery::takeBefore(Delivery const& other) {
+   bool later = next_ != nullptr && other.next_ != nullptr && other.next_->order_ < next_->order_;
+   return later ? nullptr : take();
 }
 
 } // namespace Orv

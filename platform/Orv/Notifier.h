@@ -7,6 +7,7 @@
 
 #include "platform/Orv/Export.h"
 
+#include <cstdint>
 #include <utility>
 
 namespace Orv {
@@ -31,6 +32,7 @@ class ORV_EXPORT ReactorBase {
    NotifierBase* notifier_ = nullptr;
    ReactorBase* next_ = nullptr;
    ReactorBase* previous_ = nullptr;
+   uint64_t order_ = 0; // of registration, among all reactors
 };
 
 class ORV_EXPORT NotifierBase {
@@ -44,20 +46,27 @@ class ORV_EXPORT NotifierBase {
    bool empty() const { return first_ == nullptr; }
 
  protected:
-   // One delivery in progress; lives on the stack of deliver(). Deliveries nest.
+   // One delivery in progress; lives on the stack of deliver(). Deliveries nest. A null notifier
+   // has no reactors. `subject` is what endDeliveries() compares.
    class ORV_EXPORT Delivery {
     public:
-      explicit Delivery(NotifierBase& notifier);
+      explicit Delivery(NotifierBase* notifier, void const* subject = nullptr);
       ~Delivery();
       ReactorBase* take(); // the next reactor to call, or null
+      // The same, but null if the next reactor of the other delivery registered earlier.
+      ReactorBase* takeBefore(Delivery const& other);
 
     private:
       friend class NotifierBase;
       NotifierBase* notifier_; // null once the notifier is destroyed
+      void const* subject_;
       Delivery* outer_;
       ReactorBase* next_;
       ReactorBase* last_; // later registrations do not see this change
    };
+
+   // The deliveries of this subject call no more reactors.
+   void endDeliveries(void const* subject);
 
  private:
    friend class ReactorBase;
@@ -82,7 +91,7 @@ class Notifier : public NotifierBase {
       if (empty()) {
          return;
       }
-      Delivery delivery(*this);
+      Delivery delivery(this);
       while (ReactorBase* reactor = delivery.take()) {
          static_cast<Reactor<Key...>*>(reactor)->handle(key...);
       }

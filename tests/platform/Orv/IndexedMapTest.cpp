@@ -1,7 +1,10 @@
 #include "platform/Orv/Collection.h"
+#include "platform/Orv/IndexedSet.h"
 #include "platform/Orv/InsertionOrder.h"
 
 #include <gtest/gtest.h>
+#include <random>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -66,6 +69,27 @@ TEST(IndexedMapTest, InsertionOrderFollowsACollection) {
       EXPECT_LT(order.place(Key{5}), order.place(Key{7}));
    }
    collection.set(Key{9}, 1); // nobody follows any more
+}
+
+TEST(IndexedSetTest, AgreesWithASet) {
+   IndexedSet<Key> indexed;
+   std::set<uint32_t> expected;
+   std::mt19937 random(1);
+   for (int step = 0; step < 2000; ++step) {
+      uint32_t value = random() % 300;
+      EXPECT_EQ(indexed.contains(Key{value}), expected.contains(value));
+      if (random() % 2 == 0) {
+         EXPECT_EQ(indexed.insert(Key{value}), expected.insert(value).second);
+      } else {
+         EXPECT_EQ(indexed.erase(Key{value}), expected.erase(value) == 1);
+      }
+      ASSERT_EQ(indexed.size(), expected.size());
+   }
+   std::vector<uint32_t> found;
+   for (Key key : indexed.keys()) {
+      found.push_back(key.value);
+   }
+   EXPECT_EQ(found, std::vector<uint32_t>(expected.begin(), expected.end()));
 }
 
 } // namespace
