@@ -1,10 +1,8 @@
 #include "ShoalTunnel/InLifIntfFeatureAggSm/InLifFeatureKey.h"
 
-#include <deque>
-
 namespace Hardware::ShoalTunnel {
 
-Orv::Interner<InLifFeatureKeyFields> inLifFeatureKeyInterner;
+InLifFeatureKeyInterner inLifFeatureKeyInterner;
 
 namespace {
 // The three fields in the order in which they are printed.
@@ -15,33 +13,27 @@ struct PrintedKey {
 
    ORV_VALUE(PrintedKey, "Hardware::ShoalTunnel::InLifFeatureKey", intfId, tcamId, featureType)
 };
-
-uint16_t bitOf(InLifFeatureType type) {
-   return static_cast<uint16_t>(1U << static_cast<unsigned>(type));
-}
-
-// Index of an InLifIntfKey -> bits of the types for which a key was made. Lets existing() answer
-// without a hash look-up.
-std::deque<uint16_t>& typesMade() {
-   static std::deque<uint16_t> types;
-   return types;
-}
 } // namespace
 
-InLifFeatureKey::InLifFeatureKey(InLifIntfKey intfKey, InLifFeatureType featureType)
-    : Interned(InLifFeatureKeyFields{intfKey, checkedInLifFeatureType(featureType)}) {
-   auto& made = typesMade();
-   if (intfKey.index() >= made.size()) {
-      made.resize(intfKey.index() + 1);
+uint32_t InLifFeatureKeyInterner::intern(InLifFeatureKeyFields const& fields) {
+   if (uint32_t found = find(fields)) {
+      return found;
    }
-   made[intfKey.index()] |= bitOf(featureType);
-}
-
-InLifFeatureKey InLifFeatureKey::existing(InLifIntfKey intfKey, InLifFeatureType featureType) {
-   auto const& made = typesMade();
-   bool known = intfKey.index() < made.size() &&
-                (made[intfKey.index()] & bitOf(checkedInLifFeatureType(featureType))) != 0;
-   return known ? InLifFeatureKey(intfKey, featureType) : InLifFeatureKey();
+   uint32_t intf = fields.intfKey.index();
+   if (intf >= places_.size()) {
+      places_.resize(intf + 1);
+   }
+   Places& places = places_[intf];
+   uint32_t number = ++places.used;
+   if (unsigned block = blockOf(number); number == firstNumber[block]) {
+      places.blocks[block] = static_cast<uint32_t>(fields_.size());
+      fields_.resize(fields_.size() + firstNumber[block + 1] - number);
+   }
+   unsigned at = static_cast<unsigned>(fields.featureType) - 1;
+   places.numbers[at / 4] |= static_cast<uint16_t>(number << at % 4 * 4);
+   uint32_t index = places.find(fields.featureType);
+   fields_[index] = fields;
+   return index;
 }
 
 std::ostream& operator<<(std::ostream& out, InLifFeatureKeyFields const& fields) {

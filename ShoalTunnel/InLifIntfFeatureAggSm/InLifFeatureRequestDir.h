@@ -19,8 +19,9 @@ class TCAM_SHARING_EXPORT InLifFeatureRequestDir : public Orv::Entity {
 
    explicit InLifFeatureRequestDir(Orv::Name name) : name_(std::move(name)) {}
    Orv::Name const& name() const { return name_; }
-   // Every write notifies, even one of an equal value.
-   ORV_EVENTS(request, InLifFeatureKey, InLifFeatureRequest, Orv::PagedStorage)
+   // Every write notifies, even one of an equal value. Not paged: a directory has some of the
+   // features of an interface, and the other directories have the others.
+   ORV_EVENTS(request, InLifFeatureKey, InLifFeatureRequest, Orv::SlabStorage)
    void requestIs(InLifFeatureRequest const& request) { requestIs(request.key, request); }
 
  private:

@@ -76,9 +76,9 @@ class Interner {
    uint32_t last_ = 0;
 };
 
-// The handle of a value in `interner`. `Self` is the type of the handle, which derives from this
-// one.
-template<class Self, class Fields, Interner<Fields>& interner>
+// The handle of a value in `interner`, an Interner<Fields> or an object with its intern(fields) and
+// operator[]. `Self` is the type of the handle, which derives from this one.
+template<class Self, class Fields, auto& interner>
 class Interned {
  public:
    constexpr Interned() = default;
