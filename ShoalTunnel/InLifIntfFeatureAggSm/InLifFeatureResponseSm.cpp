@@ -67,24 +67,34 @@ void InLifFeatureResponseSm::lifStatusResponseDelAll() {
 
 void InLifFeatureResponseSm::OrvLifStatusResponse::handleVersion() {
    SHOAL_TRACE(8, *this, __func__);
-   // The write of a response may remove the status, so each feature is looked up again.
+   Orv::Ptr<InLifIntfFeatureAggr const> handled;
+   Orv::Ptr<InLifIntfFeatureAggr const> requested;
+   bool changed = true;
    for (InLifFeatureType type : inLifFeatureTypes) {
-      doUpdateFeature(type);
+      if (changed) {
+         // A reactor on a response that changed may have removed the status.
+         handled = sm_->inLifIntfStatus_->response(key_);
+         requested = sm_->inLifIntfCfg_->request(key_);
+      }
+      changed = doUpdateFeature(type, handled.get(), requested.get());
    }
 }
 
-void InLifFeatureResponseSm::OrvLifStatusResponse::doUpdateFeature(InLifFeatureType type) {
-   auto handled = sm_->inLifIntfStatus_->response(key_);
-   if (!handled || !handled->featureAggHas(type)) {
+bool InLifFeatureResponseSm::OrvLifStatusResponse::doUpdateFeature(
+    InLifFeatureType type, InLifIntfFeatureAggr const* handled,
+    InLifIntfFeatureAggr const* requested) {
+   auto& statusDir = *sm_->statusDir_;
+   if (handled == nullptr || !handled->featureAggHas(type)) {
       SHOAL_TRACE(7, *this, "Deleting response for ", type);
-      sm_->statusDir_->responseDel(InLifFeatureKey::existing(key_, type));
-      return;
+      InLifFeatureKey key = InLifFeatureKey::existing(key_, type);
+      bool had = statusDir.responseHas(key);
+      statusDir.responseDel(key);
+      return had;
    }
-   auto requested = sm_->inLifIntfCfg_->request(key_);
    // Another version, even a newer one, changes nothing: the machine that handles it will write the
    // status again.
-   if (!requested || requested->version() != handled->version()) {
-      return;
+   if (requested == nullptr || requested->version() != handled->version()) {
+      return false;
    }
    InLifFeatureValue programmed = valueOf(*handled, type);
    InLifFeatureResponse response{InLifFeatureKey(key_, type), programmed,
@@ -95,7 +105,11 @@ void InLifFeatureResponseSm::OrvLifStatusResponse::doUpdateFeature(InLifFeatureT
       SHOAL_TRACE(7, *this, "Setting response for ", type, " to fail ", "value:", programmed);
       response.status = InLifFeatureResponseStatus::failure;
    }
-   sm_->statusDir_->responseIs(response);
+   if (statusDir.response(response.key) == response) {
+      return false;
+   }
+   statusDir.responseIs(response);
+   return true;
 }
 
 void InLifFeatureResponseSm::OrvLifStatusResponse::handleDelete() {

@@ -42,7 +42,9 @@ class TCAM_SHARING_EXPORT InLifFeatureResponseSm : public Orv::RefCounted {
       }
 
     private:
-      void doUpdateFeature(InLifFeatureType type);
+      // Whether the response changed. Either aggregate may be null.
+      bool doUpdateFeature(InLifFeatureType type, InLifIntfFeatureAggr const* handled,
+                           InLifIntfFeatureAggr const* requested);
 
       InLifIntfKey key_;
       InLifFeatureResponseSm* sm_;

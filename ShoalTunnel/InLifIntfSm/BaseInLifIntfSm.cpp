@@ -100,9 +100,11 @@ void BaseInLifIntfSm::doUpdateResponse(InLifIntfKey const& key) {
    for (auto const& [type, value] : aggr->featureAggIter()) {
       response->featureAggIs(type, value);
    }
-   for (auto const& [type, value] : response->featureAggIter()) {
-      if (!aggr->featureAggHas(type)) {
-         response->featureAggDel(type);
+   if (response->featureAggs() != aggr->featureAggs()) {
+      for (auto const& [type, value] : response->featureAggIter()) {
+         if (!aggr->featureAggHas(type)) {
+            response->featureAggDel(type);
+         }
       }
    }
    SHOAL_TRACE(7, " Updated local status for lifIntfKey: ", key, ", version: ", aggr->version());
