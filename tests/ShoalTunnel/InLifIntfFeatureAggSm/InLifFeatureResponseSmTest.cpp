@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <set>
 
 namespace Hardware::ShoalTunnel {
 namespace {
@@ -79,6 +80,21 @@ TEST_F(ResponseTest, AKeyIsKnownByTheTypesForWhichItWasMade) {
    InLifFeatureKey made(other, Type::feature4);
    EXPECT_EQ(InLifFeatureKey::existing(other, Type::feature4), made);
    EXPECT_EQ(InLifFeatureKey::existing(other, Type::feature5), InLifFeatureKey());
+
+   // All types of several interfaces, the types in another order on each.
+   std::set<uint32_t> indices;
+   for (unsigned step : {1U, 5U, 7U, 11U}) {
+      InLifIntfKey of(IntfId("EthernetOfAllTypes"),
+                      Shoal::SystemTcamId(static_cast<uint16_t>(step)));
+      for (unsigned at = 0; at < inLifFeatureTypes.size(); ++at) {
+         Type type = inLifFeatureTypes[at * step % inLifFeatureTypes.size()];
+         InLifFeatureKey key(of, type);
+         EXPECT_EQ(key.intfKey(), of);
+         EXPECT_EQ(key.featureType(), type);
+         EXPECT_EQ(InLifFeatureKey(of, type), key);
+         EXPECT_TRUE(indices.insert(key.index()).second) << type << " has the index of another";
+      }
+   }
 }
 
 TEST_F(ResponseTest, AStatusThatIsReplacedWhileItGoesIsFollowed) {
