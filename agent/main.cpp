@@ -1,4 +1,5 @@
 // shoal-agent: hosts the library over a simulated chip.
+#include "agent/command/ManualPages.h"
 #include "agent/command/ProgramOptions.h"
 #include "agent/command/Reference.h"
 #include "agent/command/ScenarioRunner.h"
@@ -72,8 +73,10 @@ void defineRun(CLI::App& app, Run& chosen) {
    auto& run = *app.add_subcommand("run", "run a scenario on an inventory, on virtual time");
    addInventoryOptions(run, options->inventory);
    run.add_option("--scenario", options->scenario,
-                  "file of commands; - is standard input, the default without --then");
+                  "file of commands; - is standard input, the default without --then")
+       ->type_name("FILE");
    run.add_option("--then", options->then, "a command to run after the scenario; repeatable")
+       ->type_name("COMMAND")
        ->allow_extra_args(false);
    run.add_flag("--keep-going", options->run.keepGoing, "go on after an error");
    run.add_flag("--echo", options->run.echo, "print each command before it runs");
@@ -118,11 +121,20 @@ void defineHelp(CLI::App& app, Run& chosen) {
    auto& format = *help.add_option_group("format")->require_option(1);
    auto markdown = std::make_shared<bool>(false);
    auto dictionary = std::make_shared<bool>(false);
+   auto manual = std::make_shared<std::string>();
    format.add_flag("--markdown", *markdown, "as the table in docs/agent.md");
    format.add_flag("--dictionary", *dictionary, "as a dictionary for a fuzzer");
-   help.callback([=, &chosen] {
-      chosen = [=] {
-         *dictionary ? Agent::printDictionary(std::cout) : Agent::printMarkdown(std::cout);
+   format.add_option("--man", *manual, "as manual pages, written into this folder")
+       ->type_name("FOLDER");
+   help.callback([=, &app, &chosen] {
+      chosen = [=, &app] {
+         if (*markdown) {
+            Agent::printMarkdown(std::cout);
+         } else if (*dictionary) {
+            Agent::printDictionary(std::cout);
+         } else {
+            Agent::writeManualPages(app, *manual);
+         }
          return 0;
       };
    });
@@ -131,6 +143,9 @@ void defineHelp(CLI::App& app, Run& chosen) {
 int runProgram(int argc, char** argv) {
    CLI::App app("shoal-agent: hosts the TcamSharing library over a simulated chip");
    app.require_subcommand(1);
+   app.footer("Exit code 0: success; 1: an error, a condition that did not hold, or output that\n"
+              "could not be written; 2: a usage error, or a file that is not valid or cannot be\n"
+              "read.");
    app.set_version_flag("--version", TCAM_SHARING_VERSION);
    Run chosen;
    defineRun(app, chosen);

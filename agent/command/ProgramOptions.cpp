@@ -10,7 +10,9 @@
 namespace Agent {
 
 void addInventoryOptions(CLI::App& app, InventoryOptions& options) {
-   app.add_option("--inventory", options.path, "CONFIG_DB JSON file")->required();
+   app.add_option("--inventory", options.path, "CONFIG_DB JSON file")
+       ->type_name("FILE")
+       ->required();
    app.add_flag("--strict", options.strict, "a diagnostic of the inventory is an error");
    app.add_flag("--quiet", options.quiet, "do not print the diagnostics of the inventory");
 }

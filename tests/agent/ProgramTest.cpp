@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
+#include <regex>
+#include <sstream>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -233,6 +235,47 @@ TEST_F(ProgramTest, ErrorsShowNulsAndCutLongWords) {
    }
    EXPECT_LT(commands("\"" + blanks + "\"\n").text.size(), 20000U);
    EXPECT_THAT(commands("show \x1b[31m\n").text, HasSubstr("there is no table '\\x1b[31m'"));
+}
+
+// The text of a manual page, without its fonts and escapes.
+std::string manualText(std::string const& path) {
+   std::ifstream file(path);
+   std::string text{std::istreambuf_iterator<char>(file), {}};
+   text = std::regex_replace(text, std::regex(R"(\\(f[BIR]|&|:))"), "");
+   text = std::regex_replace(text, std::regex(R"(\\-)"), "-");
+   return std::regex_replace(text, std::regex(R"(\\e)"), "\\");
+}
+
+TEST_F(ProgramTest, TheManualPagesHaveAllThatHelpPrints) {
+   EXPECT_EQ(shell(SHOAL_AGENT " help --man " + path("manual")).status, 0);
+   std::string program = manualText(path("manual/shoal-agent.1"));
+   std::string help = shell(SHOAL_AGENT " --help").text;
+   std::regex const option(R"(--[a-z-]+)");
+   std::regex const subcommand(R"(\n  ([a-z]+) +(.*))");
+   help = help.substr(help.find("Subcommands:"));
+   std::size_t pages = 0;
+   for (std::sregex_iterator each(help.begin(), help.end(), subcommand), end; each != end; ++each) {
+      std::string name = (*each)[1];
+      EXPECT_THAT(program, HasSubstr("\n" + name + "\n" + (*each)[2].str() + "\n"));
+      std::string page = manualText(path("manual/shoal-agent-" + name + ".1"));
+      std::string own = shell(SHOAL_AGENT " " + name + " --help").text;
+      EXPECT_THAT(own, HasSubstr("--help"));
+      for (std::sregex_iterator one(own.begin(), own.end(), option); one != end; ++one) {
+         EXPECT_THAT(page, HasSubstr(one->str())) << name;
+      }
+      ++pages;
+   }
+   EXPECT_GE(pages, 4U);
+
+   std::string scenario = manualText(path("manual/shoal-agent-scenario.5"));
+   std::istringstream commands(shell(SHOAL_AGENT " commands").text);
+   std::size_t lines = 0;
+   for (std::string line; std::getline(commands, line); ++lines) {
+      std::string text = line.substr(std::min(line.find_first_not_of(' '), line.size()));
+      EXPECT_THAT(scenario, HasSubstr("\n" + text + "\n"));
+   }
+   EXPECT_GT(lines, 100U);
+   EXPECT_EQ(shell(SHOAL_AGENT " help --man /dev/null/manual").status, 1);
 }
 
 } // namespace
