@@ -8,4 +8,9 @@ function(set_abi library)
       LINK_DEPENDS ${PROJECT_BINARY_DIR}/symbols.map)
    target_link_options(${library} PRIVATE
       LINKER:--version-script=${PROJECT_BINARY_DIR}/symbols.map)
+   # For scripts/check-abi, which needs to know types but not where variables are. The packages are
+   # stripped.
+   if(TCAM_SHARING_PACKAGES)
+      target_compile_options(${library} PRIVATE -g -fno-var-tracking)
+   endif()
 endfunction()
