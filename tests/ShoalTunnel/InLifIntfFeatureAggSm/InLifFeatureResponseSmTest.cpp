@@ -118,6 +118,19 @@ TEST_F(ResponseTest, AStatusThatIsReplacedWhileItGoesIsFollowed) {
    EXPECT_EQ(answers(), "feature1=11:1 ");
 }
 
+TEST_F(ResponseTest, TheStatusMayGoWithAResponse) {
+   struct Remover : Orv::Reactor<InLifFeatureKey> {
+      explicit Remover(InLifIntfStatus& of) : status(of) {}
+      void handle(InLifFeatureKey const& of) override { status.responseDel(of.intfKey()); }
+      InLifIntfStatus& status;
+   } remover(*status);
+   responses->responseCollection().watch(remover);
+   request(1, {{Type::feature1, 10}, {Type::feature2, 20}});
+   handled(1, {{Type::feature1, 10}, {Type::feature2, 20}});
+   EXPECT_EQ(answers(), "") << "no answer after the status is gone";
+   EXPECT_EQ(sm->lifStatusResponses(), 0U);
+}
+
 TEST_F(ResponseTest, ResponsesStandWhileTheStatusDoes) {
    request(1, {{Type::feature1, 10}, {Type::feature12, 1}});
    handled(1, {{Type::feature1, 10}, {Type::feature12, 1}});
