@@ -8,7 +8,7 @@
 
 namespace Plexus {
 
-Orv::Interner<IntfIdFields> intfIdInterner;
+constinit IntfIds intfIds;
 
 namespace {
 
@@ -46,7 +46,6 @@ uint32_t unitOf(std::string_view unit) {
 
 IntfIdFields classify(std::string_view name) {
    IntfIdFields fields;
-   fields.name = name;
    fields.l3Flood = name.find("L3Flood") != std::string_view::npos;
    auto slash = name.rfind('/');
    std::string_view base = name;
@@ -92,17 +91,33 @@ IntfIdFields classify(std::string_view name) {
 
 } // namespace
 
-IntfId::IntfId(std::string_view name) {
-   if (!name.empty()) {
-      index_ = intfIdInterner.intern(
-          hashName(name), [&](IntfIdFields const& other) { return other.name == name; },
-          [&] { return classify(name); });
+uint32_t IntfIds::intern(std::string_view name) {
+   if (name.empty()) {
+      return 0;
    }
+   IntfIdFields fields;
+   uint32_t index = names_.intern(
+       hashName(name), [&](std::string const& other) { return other == name; },
+       [&] {
+          fields = classify(name); // which interns the parent first
+          return std::string(name);
+       });
+   if (index > last_) {
+      if (index >> kPageBits >= fields_.size()) {
+         fields_.push_back(std::make_unique<IntfIdFields[]>(kPageMask + 1));
+      }
+      fields_[index >> kPageBits][index & kPageMask] = fields;
+      last_ = index;
+   }
+   return index;
+}
+
+uint32_t IntfIds::find(std::string_view name) const {
+   return names_.find(hashName(name), [&](std::string const& other) { return other == name; });
 }
 
 IntfId IntfId::existing(std::string_view name) {
-   uint32_t found = intfIdInterner.find(
-       hashName(name), [&](IntfIdFields const& other) { return other.name == name; });
+   uint32_t found = intfIds.find(name);
    return found == Orv::kNil ? IntfId() : fromIndex(found);
 }
 

@@ -17,37 +17,61 @@
 #include "platform/Orv/Export.h"
 #include "platform/Orv/Interned.h"
 
+#include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Plexus {
 
 enum class IntfKind : uint8_t { none, port, portChannel, vlan, tunnel, other };
 
+// What follows from the name.
 struct IntfIdFields {
-   std::string name;
+   uint32_t parentIndex = 0;       // of a sub-interface, the empty interface otherwise
+   uint32_t unit = 0;              // a number for the prefix, 0 without one
+   uint16_t vlanId = 0;            // of a VLAN interface, 0 otherwise
    IntfKind kind = IntfKind::none; // of a sub-interface: its parent's
-   bool subIntf = false;
-   bool l3Flood = false;
-   uint16_t vlanId = 0;      // of a VLAN interface, 0 otherwise
-   uint32_t parentIndex = 0; // of a sub-interface, the empty interface otherwise
-   uint32_t unit = 0;        // a number for the prefix, 0 without one
-
-   friend bool operator==(IntfIdFields const& a, IntfIdFields const& b) { return a.name == b.name; }
+   bool subIntf : 1 = false;
+   bool l3Flood : 1 = false;
 };
 
-ORV_EXPORT extern Orv::Interner<IntfIdFields> intfIdInterner;
+// All ids. The names are apart from what follows from them, which is read far more often and stays
+// in the processor's caches.
+class ORV_EXPORT IntfIds {
+ public:
+   constexpr IntfIds() = default;
+   uint32_t intern(std::string_view name);
+   // kNil for a name that was not used before.
+   uint32_t find(std::string_view name) const;
+   std::string const& name(uint32_t index) const { return names_[index]; }
+   IntfIdFields const& operator[](uint32_t index) const {
+      return index == 0 ? none : fields_[index >> kPageBits][index & kPageMask];
+   }
+   void prefetch(uint32_t index) const { __builtin_prefetch(&(*this)[index]); }
 
-class ORV_EXPORT IntfId : public Orv::Interned<IntfId, IntfIdFields, intfIdInterner> {
+ private:
+   static constexpr uint32_t kPageBits = 10;
+   static constexpr uint32_t kPageMask = (1U << kPageBits) - 1;
+   static constexpr IntfIdFields none{};
+
+   Orv::Interner<std::string> names_;
+   std::vector<std::unique_ptr<IntfIdFields[]>> fields_;
+   uint32_t last_ = 0; // the greatest index that has its fields
+};
+
+ORV_EXPORT extern IntfIds intfIds;
+
+class ORV_EXPORT IntfId : public Orv::Interned<IntfId, IntfIdFields, intfIds> {
  public:
    constexpr IntfId() = default;
-   explicit IntfId(std::string_view name);
+   explicit IntfId(std::string_view name) { index_ = intfIds.intern(name); }
 
    // The id of a name that was used before, else the empty id. For names that a user types, which
    // must not be interned without limit.
    static IntfId existing(std::string_view name);
 
-   std::string const& name() const { return fields().name; }
+   std::string const& name() const { return intfIds.name(index_); }
    bool l3Flood() const { return fields().l3Flood; }
    std::string_view blipName() const { return name(); }
 
