@@ -54,27 +54,12 @@ void NotifierBase::endDeliveries(void const* subject) {
 }
 
 NotifierBase::Delivery::Delivery(NotifierBase* notifier, void const* subject)
-    : notifier_(notifier), subject_(subject),
-      outer_(notifier != nullptr ? notifier->deliveries_ : nullptr),
-      next_(notifier != nullptr ? notifier->first_ : nullptr),
-      last_(notifier != nullptr ? notifier->last_ : nullptr) {
+    : notifier_(notifier), subject_(subject) {
    if (notifier != nullptr) {
-      notifier->deliveries_ = this;
+      next_ = notifier->first_;
+      last_ = notifier->last_;
+      outer_ = std::exchange(notifier->deliveries_, this);
    }
-}
-
-NotifierBase::Delivery::~Delivery() {
-   if (notifier_ != nullptr) {
-      notifier_->deliveries_ = outer_;
-   }
-}
-
-ReactorBase* NotifierBase::Delivery::take() {
-   ReactorBase* reactor = next_;
-   if (reactor != nullptr) {
-      next_ = reactor == last_ ? nullptr : reactor->next_;
-   }
-   return reactor;
 }
 
 ReactorBase* NotifierBase::Delivery::takeBefore(Delivery const& other) {

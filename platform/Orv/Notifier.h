@@ -51,8 +51,21 @@ class ORV_EXPORT NotifierBase {
    class ORV_EXPORT Delivery {
     public:
       explicit Delivery(NotifierBase* notifier, void const* subject = nullptr);
-      ~Delivery();
-      ReactorBase* take(); // the next reactor to call, or null
+      Delivery(Delivery const&) = delete;
+      Delivery& operator=(Delivery const&) = delete;
+      ~Delivery() {
+         if (notifier_ != nullptr) {
+            notifier_->deliveries_ = outer_;
+         }
+      }
+      // The next reactor to call, or null.
+      ReactorBase* take() {
+         ReactorBase* reactor = next_;
+         if (reactor != nullptr) {
+            next_ = reactor == last_ ? nullptr : reactor->next_;
+         }
+         return reactor;
+      }
       // The same, but null if the next reactor of the other delivery registered earlier.
       ReactorBase* takeBefore(Delivery const& other);
 
@@ -60,9 +73,9 @@ class ORV_EXPORT NotifierBase {
       friend class NotifierBase;
       NotifierBase* notifier_; // null once the notifier is destroyed
       void const* subject_;
-      Delivery* outer_;
-      ReactorBase* next_;
-      ReactorBase* last_; // later registrations do not see this change
+      Delivery* outer_ = nullptr;
+      ReactorBase* next_ = nullptr;
+      ReactorBase* last_ = nullptr; // later registrations do not see this change
    };
 
    // The deliveries of this subject call no more reactors.

@@ -174,7 +174,15 @@ class SlabStorage : public InOrder<SlabStorage<K, V>> {
       if (this->size() == 0) {
          return kNil; // without hashing the key
       }
-      return index_.find(hashOf(key), [&](uint32_t slot) { return at(slot).key == key; });
+      if (recent_ != kNil && at(recent_).key == key) {
+         return recent_; // neither
+      }
+      uint32_t slot =
+          index_.find(hashOf(key), [&](uint32_t at) { return this->at(at).key == key; });
+      if (slot != kNil) {
+         recent_ = slot;
+      }
+      return slot;
    }
    uint32_t insert(K const& key) {
       uint32_t slot = free_;
@@ -191,6 +199,7 @@ class SlabStorage : public InOrder<SlabStorage<K, V>> {
       entry.key = key;
       this->append(slot);
       index_.insert(hashOf(key), slot);
+      recent_ = slot;
       return slot;
    }
    void erase(uint32_t slot) {
@@ -200,6 +209,9 @@ class SlabStorage : public InOrder<SlabStorage<K, V>> {
       entry = Entry{};
       entry.links.next = free_;
       free_ = slot;
+      if (recent_ == slot) {
+         recent_ = kNil;
+      }
    }
    Entry& at(uint32_t slot) {
       auto [chunk, offset] = place(slot);
@@ -240,6 +252,7 @@ class SlabStorage : public InOrder<SlabStorage<K, V>> {
    std::vector<std::unique_ptr<Entry[]>> chunks_;
    uint32_t used_ = 0; // slots ever taken
    uint32_t free_ = kNil;
+   mutable uint32_t recent_ = kNil; // found or inserted last
 };
 
 template<class K, class V>
