@@ -131,11 +131,15 @@ std::optional<VlanDomain> TcamSharingHelper::domainOfPortSubIntf(IntfId intf, In
 void TcamSharingHelper::prefetchIntf(IntfId intf) const {
    intf.prefetch();
    subIntfConfigDir_->subIntfConfigCollection().prefetch(intf);
+   subIntfStatusDir_->subIntfStatusCollection().prefetch(intf);
 }
 
 void TcamSharingHelper::prefetchEncap(IntfId intf) const {
    if (auto config = subIntfConfigDir_->subIntfConfigCollection().peek(intf)) {
       __builtin_prefetch(config->get());
+   }
+   if (auto status = subIntfStatusDir_->subIntfStatusCollection().peek(intf)) {
+      __builtin_prefetch(status->get());
    }
 }
 
@@ -182,12 +186,13 @@ TcamSharingDot1qEncapResponse TcamSharingHelper::encapOfSubIntf(IntfId intfId) c
 
 VlanTagToVsiMapperKey
 TcamSharingHelper::getVlanTagToVsiMapperKeyForSubIntf(IntfId parentIntf, TcamSharingRequest request,
-                                                      Dot1qEncap dot1qEncap) const {
+                                                      Dot1qEncap dot1qEncap,
+                                                      VlanTagToVsiMapperKey guess) const {
    SHOAL_TRACE(8, "TcamSharingHelper::", __func__, " parentIntf: ", parentIntf,
                " TcamSharing request: ", request, " Dot1Q encap is: ", dot1qEncap);
    auto status = subIntfStatusDir_->subIntfStatus(request.intfId());
    return VlanTagToVsiMapperKey::ofSubIntf(parentIntf, request.intfId(), dot1qEncap,
-                                           status ? status->encapKind() : 0);
+                                           status ? status->encapKind() : 0, guess);
 }
 
 } // namespace Hardware::ShoalTunnel

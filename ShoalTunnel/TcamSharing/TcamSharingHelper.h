@@ -66,10 +66,12 @@ class TCAM_SHARING_EXPORT TcamSharingHelper : public Orv::Entity {
    // A flood entry without its VLAN is an invariant failure.
    TcamSharingDot1qEncapResponse
    getDot1qEncapForIntf(Plexus::IntfId intfId, Bridging::VlanIdOrNone l3FloodPortVlanId) const;
-   // Throws Orv::RangeException for an outer tag above 8192.
+   // Throws Orv::RangeException for an outer tag above 8192. `guess` is the key that it probably
+   // is.
    VlanTagToVsiMapperKey getVlanTagToVsiMapperKeyForSubIntf(Plexus::IntfId parentIntf,
                                                             TcamSharingRequest request,
-                                                            Bridging::Dot1qEncap dot1qEncap) const;
+                                                            Bridging::Dot1qEncap dot1qEncap,
+                                                            VlanTagToVsiMapperKey guess = {}) const;
 
  private:
    std::optional<Shoal::VlanDomain> domainOfLagSubIntf(Plexus::IntfId intf, Plexus::IntfId parent,

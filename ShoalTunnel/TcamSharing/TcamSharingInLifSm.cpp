@@ -44,6 +44,7 @@ void TcamSharingInLifSm::handleTcamSharingConfig(TcamSharingRequest const& reque
    if (tcamSharingCommon_->notARealDelete()) {
       return;
    }
+   doPrefetch(keys_.get(request.index()));
    TcamSharingPolicyId policyId = tcamSharingConfig()->request(request);
    ORV_ASSERT(shoalStatus()->fapType(request.fapId()) != Shoal::fapTypeArad,
               "shoalStatus()->fapType( request.fapId() ) != Hardware::Shoal::fapTypeArad()");
@@ -78,11 +79,24 @@ void TcamSharingInLifSm::handleTcamSharingConfig(TcamSharingRequest const& reque
    }
 }
 
+void TcamSharingInLifSm::doPrefetch(VlanTagToVsiMapperKey key) const {
+   key.prefetch();
+   vtagToVsiConfig_->configCollection().prefetch(key);
+   tcamSharingCommon_->pendingLifEntriesCollection().prefetch(key);
+   if (vtagToVsiStatus_) {
+      vtagToVsiStatus_->statusCollection().prefetch(key);
+   }
+}
+
 void TcamSharingInLifSm::doProgramOnPort(TcamSharingEntry const& entry, IntfId port,
                                          Dot1qEncap dot1qEncap) {
    uint64_t newData = additionalData(entry.policyId());
-   VlanTagToVsiMapperKey key =
-       tcamSharingHelper()->getVlanTagToVsiMapperKeyForSubIntf(port, entry.request(), dot1qEncap);
+   VlanTagToVsiMapperKey last = keys_.get(entry.request().index());
+   VlanTagToVsiMapperKey key = tcamSharingHelper()->getVlanTagToVsiMapperKeyForSubIntf(
+       port, entry.request(), dot1qEncap, last);
+   if (key != last) {
+      keys_.set(entry.request().index(), key);
+   }
    auto result = vtagToVsiConfig_->configCollection().find(key);
    if (!result) {
       doWaitForMapperEntry(entry);

@@ -39,6 +39,8 @@ class TCAM_SHARING_EXPORT TcamSharingInLifSm : public TcamSharingBaseSm {
  private:
    using OrvVtagToVsiStatus = Orv::ReactorFor<&TcamSharingInLifSm::handleVtagToVsiStatus>;
 
+   // Hints at what the tables hold for the key.
+   void doPrefetch(VlanTagToVsiMapperKey key) const;
    void doProgramOnPort(TcamSharingEntry const& entry, Plexus::IntfId port,
                         Bridging::Dot1qEncap dot1qEncap);
    void doProgramOnPortChannel(TcamSharingEntry const& entry, Plexus::IntfId portChannel,
@@ -55,6 +57,8 @@ class TCAM_SHARING_EXPORT TcamSharingInLifSm : public TcamSharingBaseSm {
    Orv::Ptr<VlanTagToVsiMapperStatus const> vtagToVsiStatus_;
    Orv::Ptr<TcamSharingInLifCommon> tcamSharingCommon_;
    OrvVtagToVsiStatus orvVtagToVsiStatus_;
+   // By request for a sub-interface of a port: the last key. Most probably it stays the key.
+   Orv::PagedArray<VlanTagToVsiMapperKey> keys_;
 };
 
 template<class... Args>

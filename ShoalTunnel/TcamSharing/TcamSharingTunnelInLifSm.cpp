@@ -45,8 +45,8 @@ void TcamSharingTunnelInLifSm::handleTcamSharingConfig(TcamSharingRequest const&
    if (tcamSharingCommon_->notARealDelete()) {
       return;
    }
+   TunnelPolicyMapperKey key = doFindKey(request);
    TcamSharingPolicyId policyId = tcamSharingConfig()->request(request);
-   TunnelPolicyMapperKey key(request.intfId(), request.fapId());
    TcamSharingEntry entry(request, policyId);
    if (!policyId.empty()) {
       SHOAL_TRACE(7, __func__, ": policy create request");
@@ -62,6 +62,20 @@ void TcamSharingTunnelInLifSm::handleTcamSharingConfig(TcamSharingRequest const&
       SHOAL_TRACE(7, __func__, ": entry not present in hardware");
       tcamSharingStatus()->responseDel(request);
    }
+}
+
+TunnelPolicyMapperKey TcamSharingTunnelInLifSm::doFindKey(TcamSharingRequest const& request) {
+   TunnelPolicyMapperKey key = keys_.get(request.index());
+   if (key == TunnelPolicyMapperKey()) {
+      key = TunnelPolicyMapperKey(request.intfId(), request.fapId());
+      keys_.set(request.index(), key);
+   }
+   tunnelToPolicyConfig_->configCollection().prefetch(key);
+   tcamSharingCommon_->pendingTunnelLifEntriesCollection().prefetch(key);
+   if (tunnelToPolicyStatus_) {
+      tunnelToPolicyStatus_->statusCollection().prefetch(key);
+   }
+   return key;
 }
 
 void TcamSharingTunnelInLifSm::handleTunnelToPolicyStatus(TunnelPolicyMapperKey const& key) {

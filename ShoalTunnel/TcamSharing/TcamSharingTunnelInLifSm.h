@@ -43,6 +43,8 @@ class TCAM_SHARING_EXPORT TcamSharingTunnelInLifSm : public TcamSharingBaseSm {
    using OrvTunnelToPolicyStatus =
        Orv::ReactorFor<&TcamSharingTunnelInLifSm::handleTunnelToPolicyStatus>;
 
+   // Hints at what the tables hold for the key.
+   TunnelPolicyMapperKey doFindKey(TcamSharingRequest const& request);
    void doHandleWriteAnswer(TcamSharingEntry const& entry,
                             TunnelPolicyMapperStatusType const& status);
    void doHandleRemovalAnswer(TcamSharingEntry const& entry, TunnelPolicyMapperKey key);
@@ -51,6 +53,7 @@ class TCAM_SHARING_EXPORT TcamSharingTunnelInLifSm : public TcamSharingBaseSm {
    Orv::Ptr<TunnelPolicyMapperStatus const> tunnelToPolicyStatus_;
    Orv::Ptr<TcamSharingInLifCommon> tcamSharingCommon_;
    OrvTunnelToPolicyStatus orvTunnelToPolicyStatus_;
+   Orv::PagedArray<TunnelPolicyMapperKey> keys_; // by request, once its key was looked up
 };
 
 template<class... Args>

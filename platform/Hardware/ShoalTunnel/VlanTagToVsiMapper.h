@@ -40,10 +40,13 @@ class VlanTagToVsiMapperKey
  public:
    constexpr VlanTagToVsiMapperKey() = default;
    explicit VlanTagToVsiMapperKey(VlanTagToVsiMapperKeyFields const& fields) : Interned(fields) {}
-   // A sub-interface's entry on one port. `encapKind` as in its status. Throws Orv::RangeException
-   // for an outer tag above 8192.
+   VlanTagToVsiMapperKey(VlanTagToVsiMapperKeyFields const& fields, VlanTagToVsiMapperKey guess)
+       : Interned(fields, guess) {}
+   // A sub-interface's entry on one port. `encapKind` as in its status. `guess` is the key that it
+   // probably is. Throws Orv::RangeException for an outer tag above 8192.
    static VlanTagToVsiMapperKey ofSubIntf(Plexus::IntfId port, Plexus::IntfId subIntf,
-                                          Bridging::Dot1qEncap encap, uint32_t encapKind) {
+                                          Bridging::Dot1qEncap encap, uint32_t encapKind,
+                                          VlanTagToVsiMapperKey guess = {}) {
       static constexpr uint32_t otherTagEncapKind = 4;
       VlanTagToVsiMapperKeyFields fields;
       fields.intfId = port;
@@ -52,7 +55,7 @@ class VlanTagToVsiMapperKey
       fields.tagType =
           encapKind == otherTagEncapKind ? VlanTagType::encapKind4 : VlanTagType::dot1q;
       fields.subIntfId = subIntf;
-      return VlanTagToVsiMapperKey(fields);
+      return {fields, guess};
    }
 };
 
