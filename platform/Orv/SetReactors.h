@@ -11,6 +11,9 @@
 #include "platform/Orv/Collection.h"
 #include "platform/Orv/Ptr.h"
 
+#include <utility>
+#include <vector>
+
 namespace Orv {
 
 template<template<class, class> class Kind, class E, auto setOf, auto handler,
@@ -35,26 +38,39 @@ class SetReactors<Kind, E, setOf, handler, void (Owner::*)(K, M)> : private Reac
    }
 
  private:
-   class SetReactor : public Reactor<M>, public RefCounted {
+   class SetReactor : public Reactor<M>, public RefCounted, private Observer<M> {
     public:
       SetReactor(K key, Ptr<E> member, Owner* owner)
           : key_(key), member_(std::move(member)), owner_(owner) {
+         set().observe(*this);
          set().watch(*this);
       }
-      void handle(M const& inSet) override { (owner_->*handler)(key_, inSet); }
+      ~SetReactor() override { set().unobserve(*this); }
+      void handle(M const& inSet) override {
+         std::erase(untold_, inSet);
+         (owner_->*handler)(key_, inSet);
+      }
       bool watches(Ptr<E> const& member) const { return member_ == member; }
       void handleAll() {
+         for (M const& inSet : std::exchange(untold_, {})) {
+            (owner_->*handler)(key_, inSet);
+         }
          for (auto const& [inSet, present] : set().walk()) {
             handle(inSet);
          }
       }
 
     private:
+      void inserted(M const&) override {}
+      void erased(M const& inSet) override { untold_.push_back(inSet); }
       auto const& set() const { return ((*member_).*setOf)(); }
 
       K key_;
       Ptr<E> member_;
       Owner* owner_;
+      // Erased, and the handler does not know: another reactor, which was told first, may remove
+      // the whole set, and then this one is not told.
+      std::vector<M> untold_;
    };
 
    // The member of this key was added, replaced or removed.
