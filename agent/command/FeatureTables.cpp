@@ -98,23 +98,22 @@ Table layouts(AgentHost const& host) {
    return table;
 }
 
-// The words that a table of the chip is to hold, and the answers to these.
-template<class Config, class Status>
-void addChipWords(Table& table, Config const& config, Status const& status) {
-   for (auto const& [key, word] : config.configIter()) {
-      auto const answer = status.statusCollection().find(key);
+// The words that a table of the chip is to hold, and the answers to their last writes.
+template<class T>
+void addChipWords(Table& table, SeamTable<T> const& chip) {
+   for (auto const& [key, word] : chip.config()->configIter()) {
+      EntryMemory const& memory = chip.memory(key);
+      auto const& answer = memory.lastAnswer;
+      bool answered = answer && memory.lastWrite && answer->write == memory.lastWrite->write;
       table.add({formatKey(key), formatWord(word),
-                 !answer || answer->word != word.value                    ? Json()
-                 : answer->statusCode == LifFeatureStatusType::programmed ? "accepted"
-                                                                          : "refused"});
+                 answered && !memory.restarted ? Json(outcomeName(answer->outcome)) : Json()});
    }
 }
 
 Table chipWords(AgentHost const& host) {
    Table table{"chip-words", {"entry", "word", "answer"}, {}};
-   auto const& pipeline = host.inLifFeatures();
-   addChipWords(table, *pipeline.defaultMappingConfig, *pipeline.defaultMappingStatus);
-   addChipWords(table, *pipeline.subIntfMappingConfig, *pipeline.subIntfMappingStatus);
+   addChipWords(table, host.seam().portWords());
+   addChipWords(table, host.seam().subIntfWords());
    return table;
 }
 

@@ -56,10 +56,17 @@ void FeaturePipeline::rebuild(Machine machine) {
                                        world_.untaggedVlanDir);
       vlanSm_->handleInitialized();
       break;
-   case Machine::mergedWords:
+   case Machine::mergedWords: {
+      // The new machine makes the table anew. The chip keeps its words meanwhile.
+      bool mapped = defaultMappingSm_ != nullptr;
+      defaultMappingSm_ = nullptr;
       mergeSm_ = nullptr;
       mergeSm_ = Orv::make<DefaultLifFeatureMergeSm>(portWords, vlanWords, mergedWords);
+      if (mapped) {
+         rebuild(Machine::defaultMapping);
+      }
       break;
+   }
    case Machine::subInterfaceWords:
       subIntfSm_ = nullptr;
       subIntfSm_ = subIntfInLifIntfSmFactory(inLifIntfCfg, inLifIntfStatus, world_.shoalStatus,

@@ -224,6 +224,17 @@ TEST(FeatureScenarioTest, WordsReachTheChip) {
    EXPECT_THAT(problems.out,
                testing::ContainsRegex("word of \\(unit 3, port 9\\) .*Nothing is written "
                                       "while the port map is not valid\\."));
+   // The answer told is that of the last write; one of an equal word before it does not count.
+   words = run(setUp + "untagged-vlan u/3/Ethernet0 none\n" +
+               "feature qos u/3/Ethernet0 own 1 3\nsettle\nchip lose next 1 table port-word\n"
+               "feature qos u/3/Ethernet0 own 1 4\nsettle\nchip refuse next 1 table port-word\n"
+               "feature qos u/3/Ethernet0 own 1 3\nsettle\nshow chip-words");
+   EXPECT_THAT(words.out, testing::ContainsRegex("\\(unit 3, port 0\\) +0x0*3 +refused"));
+   // A machine that is built again takes no word out of the chip.
+   words = run(setUp + "feature qos u/3/Ethernet0 own 1 3\nsettle\nrebuild merged-words\n"
+                       "show answers\nshow chip-words");
+   EXPECT_THAT(words.out, HasSubstr("answers: 0 rows"));
+   EXPECT_THAT(words.out, testing::ContainsRegex("\\(unit 3, port 0\\) +0x0*3 +accepted"));
 }
 
 TEST(FeatureScenarioTest, AfterChangesOfEveryKindAChassisIsAsFresh) {
