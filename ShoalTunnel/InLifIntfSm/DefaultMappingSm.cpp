@@ -51,6 +51,7 @@ void DefaultMappingSm::handleInitialized() {
 void DefaultMappingSm::handlePortMap() {
    SHOAL_TRACE(8, "DefaultMappingSm::", __func__);
    if (!shoalStatus_->portMapValid()) {
+      SHOAL_TRACE(7, __func__, ": port map is not valid");
       return;
    }
    Places touched;
@@ -79,6 +80,7 @@ void DefaultMappingSm::handlePort(IntfId const& of) {
    SHOAL_TRACE(8, "DefaultMappingSm::", __func__, ": intfId: ", phyIntf);
    doRecordSysPhyPortId(phyIntf);
    if (!shoalStatus_->portMapValid()) {
+      SHOAL_TRACE(7, __func__, ": port map is not valid");
       return;
    }
    Places touched;
@@ -138,6 +140,8 @@ void DefaultMappingSm::doMove(IntfId phyIntf, Places& touched) {
    PortMap previous = place_.get(phyIntf);
    PortMap now = wantedPlace(phyIntf);
    if (now != previous) {
+      SHOAL_TRACE(7, __func__, ": intfId: ", phyIntf, " to unit: ", now.fapId,
+                  ", port: ", now.fapPortId);
       if (auto found = portsAt_.find(previous); found != portsAt_.end()) {
          std::erase(found->second, phyIntf);
          if (found->second.empty()) {
@@ -162,7 +166,7 @@ void DefaultMappingSm::doWritePlace(PortMap const& place) {
    if (!shoalStatus_->portMapValid()) {
       return; // a handler has made it so
    }
-   // One whose word has just gone is told of it later.
+   // A port whose word has just gone may still stand here: its own change comes next.
    IntfId phyIntf;
    if (auto found = portsAt_.find(place); found != portsAt_.end()) {
       for (IntfId at : found->second) {
@@ -185,7 +189,9 @@ void DefaultMappingSm::doWriteSubIntf(InLifIntfKey const& key) {
       return; // a handler has made it so
    }
    SubIntfMappingKey entry(key.intfId(), key.tcamId());
-   if (subIntfLifFeatureCfg_->lifFeatureAttrHas(key)) {
+   bool present = subIntfLifFeatureCfg_->lifFeatureAttrHas(key);
+   SHOAL_TRACE(7, __func__, present ? ": " : ": clear ", key);
+   if (present) {
       subIntfMappingConfig_->configIs(entry, wordOf(subIntfLifFeatureCfg_->lifFeatureAttr(key)));
    } else {
       subIntfMappingConfig_->configDel(entry);
