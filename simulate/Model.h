@@ -15,7 +15,7 @@ namespace Simulate {
 struct Model {
    explicit Model(World const& world)
        : context(world), isem(context), mapper(context), published(context),
-         vlanTags(context, published), features(context), chipWords(context, features) {}
+         vlanTags(context, published, isem), features(context), chipWords(context, features) {}
 
    // Brings those tables up to date that follow from facts as they are.
    void update() {

@@ -21,8 +21,8 @@ void put(Table<K, std::set<Member>>& table, K const& key, Member const& member, 
 
 } // namespace
 
-VlanTagModel::VlanTagModel(Context& context, PublishedModel const& published)
-    : context_(context), published_(published) {
+VlanTagModel::VlanTagModel(Context& context, PublishedModel const& published, IsemModel const& isem)
+    : context_(context), published_(published), isem_(isem) {
    for (auto const& subIntf : world().inventory().subInterfaces) {
       subIntfsOf_[IntfId(subIntf.parent)].emplace_back(subIntf.name);
    }
@@ -186,13 +186,58 @@ VlanTagModel::meaningsAt(IntfId port, std::set<Tag> const& vlans,
    return found;
 }
 
-bool VlanTagModel::collide(Users const& users) {
-   auto any = [&](auto const& means) {
-      return std::any_of(users.begin(), users.end(),
-                         [&](auto const& use) { return means(use.second); });
-   };
-   return any([](Xlate const& each) { return each.subIntf != IntfId(); }) &&
-          any([](Xlate const& each) { return each.vlan.value() != 0; });
+bool VlanTagModel::isSubIntfOf(XlateKey const& key, Xlate const& meaning) {
+   return meaning.subIntf != IntfId() &&
+          meaning.subIntf.fields().parentIndex == key.phyIntf.index();
+}
+
+std::set<IntfId> VlanTagModel::subIntfsOfEntry(Pair const& pair) const {
+   std::set<IntfId> found;
+   if (pair.fapId.value() > Hardware::ShoalTunnel::AradSemKeyAndFap::maxFapId) {
+      return found;
+   }
+   Hardware::ShoalTunnel::AradISemKeyTcamSharing fields(Bridging::VlanId(pair.vlanTag),
+                                                        pair.vlanDomain);
+   auto entry = isem_.users().find(AradSemKeyAndFap(fields.key(), pair.fapId));
+   if (entry != isem_.users().end()) {
+      for (auto const& request : entry->second) {
+         if (request.intfId().fields().subIntf) {
+            found.insert(request.intfId());
+         }
+      }
+   }
+   return found;
+}
+
+VlanTagModel::Pair VlanTagModel::pairOf(IntfId subIntf) const {
+   auto port = IntfId::fromIndex(subIntf.fields().parentIndex);
+   auto unit = published_.units().find(port);
+   auto domain = published_.domains().find(port);
+   Tag tag = tagsOf(subIntf).outer;
+   if (port.fields().kind != Plexus::IntfKind::port || tag == 0 ||
+       unit == published_.units().end() || domain == published_.domains().end()) {
+      return {};
+   }
+   return {unit->second, tag, domain->second};
+}
+
+bool VlanTagModel::collide(Pair const& pair) const {
+   auto row = users_.find(pair);
+   if (pair.vlanDomain.value() == 0 || row == users_.end()) {
+      return false;
+   }
+   Users const& users = row->second;
+   bool carried = std::any_of(users.begin(), users.end(),
+                              [](auto const& use) { return use.second.vlan.value() != 0; });
+   bool ofPort = std::any_of(users.begin(), users.end(),
+                             [](auto const& use) { return isSubIntfOf(use.first, use.second); });
+   bool found = carried && (ofPort || !subIntfsOfEntry(pair).empty());
+   if (found) {
+      hit(ofPort
+              ? "VLAN tags: a sub-interface's tag is a VLAN of its domain"_met
+              : "VLAN tags: the tag of a port-channel's sub-interface is a VLAN of its domain"_met);
+   }
+   return found;
 }
 
 void VlanTagModel::update() {
@@ -202,8 +247,6 @@ void VlanTagModel::update() {
    for (IntfId port : changed_.take()) {
       update(port);
    }
-   collides_ = std::any_of(users_.begin(), users_.end(),
-                           [](auto const& row) { return collide(row.second); });
 }
 
 void VlanTagModel::update(IntfId port) {
@@ -275,9 +318,6 @@ void VlanTagModel::use(Pair const& pair, XlateKey key, Xlate const& meaning) {
       }
    }
    users_[pair][key] = meaning;
-   if (collide(users_.at(pair))) {
-      hit("VLAN tags: a sub-interface's tag is a VLAN of its domain"_met);
-   }
 }
 
 void VlanTagModel::erase(Pair const& pair, XlateKey key) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "ShoalTunnel/TcamSharingVlanTagMapSm/TcamSharingVlanTagMap.h"
+#include "simulate/IsemModel.h"
 #include "simulate/PublishedModel.h"
 
 namespace Simulate {
@@ -17,7 +18,7 @@ class VlanTagModel {
    using Pair = Hardware::ShoalTunnel::VlanTagKey;
    using Users = std::map<XlateKey, Xlate>;
 
-   VlanTagModel(Context& context, PublishedModel const& published);
+   VlanTagModel(Context& context, PublishedModel const& published, IsemModel const& isem);
 
    // The VLANs or the internal VLAN of a port or port-channel.
    void interfaceChanged(IntfId intf);
@@ -35,9 +36,13 @@ class VlanTagModel {
    Table<XlateKey, Xlate> const& meanings() const { return meanings_; }
    // By unit, tag and domain: the ports, with what the tag means there.
    Table<Pair, Users> const& users() const { return users_; }
-   static bool collide(Users const& users);
-   // Any of them do.
-   bool collides() const { return collides_; }
+   // It is the tag of a sub-interface in its domain, and a VLAN of a port there.
+   bool collide(Pair const& pair) const;
+   // The sub-interfaces for which the shared entry of this tag is.
+   std::set<IntfId> subIntfsOfEntry(Pair const& pair) const;
+   // Where the tag of a port's sub-interface counts; the null unit: nowhere.
+   Pair pairOf(IntfId subIntf) const;
+   static bool isSubIntfOf(XlateKey const& key, Xlate const& meaning);
 
  private:
    struct Carried {
@@ -63,6 +68,7 @@ class VlanTagModel {
 
    Context& context_;
    PublishedModel const& published_;
+   IsemModel const& isem_;
    std::map<IntfId, std::vector<IntfId>> subIntfsOf_; // by parent
    std::set<IntfId> placed_;                          // those that are published
    std::map<IntfId, Carried> carried_;
@@ -71,7 +77,6 @@ class VlanTagModel {
    Table<Tag, Ports> subIntfTags_;
    Table<XlateKey, Xlate> meanings_;
    Table<Pair, Users> users_;
-   bool collides_ = false;
 };
 
 } // namespace Simulate

@@ -27,8 +27,10 @@ class TCAM_SHARING_EXPORT VlanTagUsers : public Orv::Entity {
    // The ports in this domain that carry the tag.
    ORV_SET(xlate, VlanXlateKey, Orv::Small)
 
-   // On how many of them it is the tag of a sub-interface, and a VLAN that is carried.
+   // How many of the requests are those of sub-interfaces, and on how many of the ports it is the
+   // tag of a sub-interface of the port.
    ORV_COUNTER(subIntf)
+   // On how many of the ports it is a VLAN that is carried.
    ORV_COUNTER(vlan)
 
    bool collide() const { return subIntf() != 0 && vlan() != 0; }

@@ -63,6 +63,7 @@ void TcamSharingVlanTagMapSm::doRead() {
       users->vlanDec(users->vlan());
       for (auto const& [request, present] : users->requestIter()) {
          pairOfRequest_.set(request, pair);
+         users->subIntfInc(subIntfsOf(request));
       }
       for (auto const& [key, present] : users->xlateIter()) {
          use_.set(key, Use{pair});
@@ -95,20 +96,28 @@ void TcamSharingVlanTagMapSm::handleTcamRequestToIsemKeyMapping(TcamSharingReque
       }
    }
    VlanTagKey previous = pairOfRequest_.get(request);
-   if (!now.fapId.isNull()) {
+   if (now == previous) {
+      return;
+   }
+   SHOAL_TRACE(7, __func__, ": ", request, " uses ", now, ", before ", previous);
+   // Everything that notifies nobody first.
+   auto left = tcamSharingVlanTagMap_->vlanTag(previous);
+   auto joined = tcamSharingVlanTagMap_->vlanTag(now);
+   if (left) {
+      left->subIntfDec(subIntfsOf(request));
+   }
+   if (joined) {
+      joined->subIntfInc(subIntfsOf(request));
       pairOfRequest_.set(request, now);
-      tcamSharingVlanTagMap_->vlanTag(now)->requestIs(request);
+      joined->requestIs(request);
    } else {
       pairOfRequest_.del(request);
    }
    // Looked up again: a handler may have moved it back meanwhile.
-   if (previous.fapId.isNull() || pairOfRequest_.get(request) == previous) {
-      return;
+   if (left && pairOfRequest_.get(request) != previous) {
+      left->requestDel(request);
    }
-   if (auto users = tcamSharingVlanTagMap_->vlanTag(previous)) {
-      users->requestDel(request);
-   }
-   doMaybeDelete(previous);
+   doFinish(now, previous);
 }
 
 void TcamSharingVlanTagMapSm::handleVlanXlate(VlanXlateKey const& key) {
@@ -122,9 +131,16 @@ TcamSharingVlanTagMapSm::Use TcamSharingVlanTagMapSm::useOf(VlanXlateKey const& 
    if (!meaning || !fapId) {
       return {};
    }
-   return {{*fapId, key.vlanTag, intfToVlanDomainStatus_->vlanDomain(key.phyIntf)},
-           meaning->subIntf != IntfId(),
-           meaning->vlan.value() != 0};
+   Shoal::VlanDomain domain = intfToVlanDomainStatus_->vlanDomain(key.phyIntf);
+   bool inDomain = domain.value() != 0;
+   bool ofPort = Plexus::SubIntfId::parentIntfId(meaning->subIntf) == key.phyIntf;
+   return {{*fapId, key.vlanTag, domain},
+           inDomain && meaning->subIntf != IntfId() && ofPort,
+           inDomain && meaning->vlan.value() != 0};
+}
+
+uint32_t TcamSharingVlanTagMapSm::subIntfsOf(TcamSharingRequest request) {
+   return Plexus::SubIntfId::isSubIntfId(request.intfId()) ? 1 : 0;
 }
 
 VlanTagKey TcamSharingVlanTagMapSm::pairOf(TcamSharingRequest request) const {
@@ -161,11 +177,9 @@ void TcamSharingVlanTagMapSm::doUpdate(VlanXlateKey const& of) {
    if (now == previous) {
       return;
    }
+   SHOAL_TRACE(7, __func__, ": ", key, " uses ", now.pair, ", before ", previous.pair);
    // Everything that notifies nobody first.
-   Orv::Ptr<VlanTagUsers> left;
-   if (!previous.pair.fapId.isNull()) {
-      left = tcamSharingVlanTagMap_->vlanTag(previous.pair);
-   }
+   auto left = tcamSharingVlanTagMap_->vlanTag(previous.pair);
    auto joined = tcamSharingVlanTagMap_->vlanTag(now.pair);
    if (left) {
       left->subIntfDec(previous.subIntf ? 1 : 0);
@@ -183,7 +197,11 @@ void TcamSharingVlanTagMapSm::doUpdate(VlanXlateKey const& of) {
    if (left && use_.get(key).pair != previous.pair) {
       left->xlateDel(key);
    }
-   for (VlanTagKey const& pair : {now.pair, previous.pair}) {
+   doFinish(now.pair, previous.pair);
+}
+
+void TcamSharingVlanTagMapSm::doFinish(VlanTagKey const& now, VlanTagKey const& previous) {
+   for (VlanTagKey const& pair : {now, previous}) {
       if (!pair.fapId.isNull()) {
          doUpdateCollision(pair);
          doMaybeDelete(pair);
@@ -192,14 +210,17 @@ void TcamSharingVlanTagMapSm::doUpdate(VlanXlateKey const& of) {
 }
 
 void TcamSharingVlanTagMapSm::doUpdateCollision(VlanTagKey const& pair) {
-   if (counted_) {
-      auto users = tcamSharingVlanTagMap_->vlanTag(pair);
-      tcamSharingVlanTagMap_->collisionIs(pair, users && users->collide());
+   auto users = tcamSharingVlanTagMap_->vlanTag(pair);
+   bool collide = users && users->collide();
+   if (counted_ && collide != tcamSharingVlanTagMap_->collision(pair)) {
+      SHOAL_TRACE(7, __func__, ": ", pair, collide ? " has a collision" : " has none any more");
+      tcamSharingVlanTagMap_->collisionIs(pair, collide);
    }
 }
 
 void TcamSharingVlanTagMapSm::doMaybeDelete(VlanTagKey const& pair) {
    if (auto users = tcamSharingVlanTagMap_->vlanTag(pair); users && users->empty()) {
+      SHOAL_TRACE(7, __func__, ": nobody uses ", pair);
       tcamSharingVlanTagMap_->vlanTagDel(pair);
    }
 }

@@ -1,9 +1,11 @@
 // Publishes per forwarding unit the (VLAN tag, VLAN domain) pairs in use, with their users: the
 // requests of shared entries, and the ports that carry the tag in that domain.
 //
-// A port without a unit has no pairs; one without a VLAN domain is in domain 0. A pair goes with
-// its last user. A port or request that changes unit, domain or entry is a user of its new pair
-// before it leaves the old one. Units that share through in-LIFs have ports here and no requests.
+// A port without a unit has no pairs; one without a VLAN domain is in domain 0, where no tags
+// collide. A port of a port-channel is in its own domain. A sub-interface of a port-channel has no
+// domain but that of its entry, so that only its request counts. A pair goes with its last user. A
+// port or request that changes unit, domain or entry is a user of its new pair before it leaves the
+// old one. Units that share through in-LIFs have ports here and no requests.
 //
 // Follows the tables of VlanDomainSm and VlanXlateStatusSm and the shared entries (null: none).
 // Ready after construction; keeps what an earlier machine published, as far as it is still so.
@@ -56,6 +58,9 @@ class TCAM_SHARING_EXPORT TcamSharingVlanTagMapSm : public Orv::RefCounted {
    // What earlier machines published.
    void doRead();
    void doUpdate(VlanXlateKey const& key);
+   // A user has come to the one pair and left the other one.
+   void doFinish(VlanTagKey const& now, VlanTagKey const& previous);
+   static uint32_t subIntfsOf(TcamSharingRequest request);
    void doUpdateCollision(VlanTagKey const& pair);
    // The pair goes when nobody uses it.
    void doMaybeDelete(VlanTagKey const& pair);

@@ -154,7 +154,10 @@ IntfId VlanPhyIntfConfigSm::memberOf(IntfId phyIntf) const {
    return alone ? phyIntf : lagOf(lagPhyIntfMapping_, phyIntf);
 }
 
-bool VlanPhyIntfConfigSm::carriesVlan(IntfId phyIntf, uint16_t vlanId) const {
+bool VlanPhyIntfConfigSm::publishesVlan(IntfId phyIntf, uint16_t vlanId) const {
+   if (!placed_.has(phyIntf)) {
+      return false;
+   }
    IntfId member = memberOf(phyIntf);
    if (untaggedVlan_.get(member).value() == vlanId) {
       return true;
@@ -163,7 +166,10 @@ bool VlanPhyIntfConfigSm::carriesVlan(IntfId phyIntf, uint16_t vlanId) const {
    return tagged != nullptr && tagged->contains(vlanId);
 }
 
-bool VlanPhyIntfConfigSm::carriesSubIntfTag(IntfId phyIntf, uint16_t tag) const {
+bool VlanPhyIntfConfigSm::publishesSubIntfTag(IntfId phyIntf, uint16_t tag) const {
+   if (!placed_.has(phyIntf)) {
+      return false;
+   }
    IntfId lag = lagOf(lagPhyIntfMapping_, phyIntf);
    return !subIntfTags_.subIntfsOf(phyIntf, tag).empty() ||
           (lag != IntfId() && !subIntfTags_.subIntfsOf(lag, tag).empty());
@@ -182,13 +188,13 @@ void VlanPhyIntfConfigSm::doRecordTagged(Bridging::VlanMember const& member) {
 
 void VlanPhyIntfConfigSm::doUpdateVlan(IntfId phyIntf, uint16_t vlanId) {
    if (vlanId != 0) {
-      publishedVlans_.set(phyIntf, vlanId, placed_.has(phyIntf) && carriesVlan(phyIntf, vlanId));
+      publishedVlans_.set(phyIntf, vlanId, publishesVlan(phyIntf, vlanId));
    }
 }
 
 void VlanPhyIntfConfigSm::doUpdateSubIntfTag(IntfId phyIntf, uint16_t tag) {
    if (tag != 0) {
-      publishedTags_.set(phyIntf, tag, placed_.has(phyIntf) && carriesSubIntfTag(phyIntf, tag));
+      publishedTags_.set(phyIntf, tag, publishesSubIntfTag(phyIntf, tag));
    }
 }
 
@@ -203,11 +209,19 @@ void VlanPhyIntfConfigSm::doUpdatePort(IntfId phyIntf) {
    Tags tags = publishedTags_.tagsOf(phyIntf);
    addKeys(tags, subIntfTags_.subIntfsOf(phyIntf));
    addKeys(tags, subIntfTags_.subIntfsOf(lag));
-   for (uint16_t vlanId : vlans) {
-      doUpdateVlan(phyIntf, vlanId);
-   }
-   for (uint16_t tag : tags) {
-      doUpdateSubIntfTag(phyIntf, tag);
+   // What comes before what goes: a tag that is a VLAN of the port no longer, and that of a
+   // sub-interface now, stays in use.
+   for (bool comes : {true, false}) {
+      for (uint16_t vlanId : vlans) {
+         if (publishesVlan(phyIntf, vlanId) == comes) {
+            doUpdateVlan(phyIntf, vlanId);
+         }
+      }
+      for (uint16_t tag : tags) {
+         if (publishesSubIntfTag(phyIntf, tag) == comes) {
+            doUpdateSubIntfTag(phyIntf, tag);
+         }
+      }
    }
 }
 
@@ -231,7 +245,9 @@ bool VlanPhyIntfConfigSm::Published::has(IntfId phyIntf, uint16_t tag) const {
 
 void VlanPhyIntfConfigSm::Published::set(IntfId phyIntf, uint16_t tag, bool carries) {
    if (carries) {
-      byPort_[phyIntf].insert(tag);
+      if (!byPort_[phyIntf].insert(tag).second) {
+         return;
+      }
       SHOAL_TRACE(7, "VlanPhyIntfConfigSm: ", phyIntf, " carries ", tag);
       while (has(phyIntf, tag)) {
          auto ports = config_->vlanTagIs(tag); // which notifies, if it makes them

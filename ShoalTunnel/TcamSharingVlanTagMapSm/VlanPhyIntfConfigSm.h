@@ -77,8 +77,8 @@ class TCAM_SHARING_EXPORT VlanPhyIntfConfigSm : public Orv::RefCounted,
    using OrvLagPhyIntfConfig = Lag::LagPhyIntfReactors<&VlanPhyIntfConfigSm::handleLagPhyIntf>;
 
    bool hasPlace(Plexus::IntfId phyIntf) const;
-   bool carriesVlan(Plexus::IntfId phyIntf, uint16_t vlanId) const;
-   bool carriesSubIntfTag(Plexus::IntfId phyIntf, uint16_t tag) const;
+   bool publishesVlan(Plexus::IntfId phyIntf, uint16_t vlanId) const;
+   bool publishesSubIntfTag(Plexus::IntfId phyIntf, uint16_t tag) const;
    // The port-channel or port whose VLANs the port carries; the empty interface: none.
    Plexus::IntfId memberOf(Plexus::IntfId phyIntf) const;
 

@@ -131,7 +131,10 @@ void VlanXlateStatusSm::doUpdate(IntfId phyIntf, uint16_t tag) {
    }
    VlanXlateKey key{phyIntf, tag};
    VlanXlate meaning = meaningOf(key);
-   SHOAL_TRACE(7, __func__, ": ", key, ", collision: ", meaning.collision);
+   if (meaning == vlanXlateStatus_->vlanXlate(key)) {
+      return;
+   }
+   SHOAL_TRACE(7, __func__, ": ", key, " means ", meaning);
    if (meaning.empty()) {
       vlanXlateStatus_->vlanXlateDel(key);
    } else {

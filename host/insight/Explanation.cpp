@@ -30,8 +30,14 @@ class FactList {
    void add() {
       addAsked();
       addProgress();
+      bool shared = false;
       for (EntrySituation const& entry : is_.entries) {
          addEntry(entry);
+         shared |= std::holds_alternative<AradSemKeyAndFap>(entry.key);
+      }
+      IntfId intf = is_.request.intfId();
+      if (!shared && Plexus::SubIntfId::isSubIntfId(intf)) {
+         addTagCollision(tagOfSubIntf(host_, intf));
       }
       if (is_.answersAwaited != 0) {
          fact("answers awaited", std::to_string(is_.answersAwaited));
@@ -121,9 +127,13 @@ class FactList {
          fact("shared with", formatRequests(entry.shared));
       }
       if (auto const* key = std::get_if<AradSemKeyAndFap>(&entry.key)) {
-         if (auto text = tagCollision(host_, VlanTags::tagOf(*key)); !text.empty()) {
-            fact("tag collision", "it is " + text);
-         }
+         addTagCollision(VlanTags::tagOf(*key));
+      }
+   }
+
+   void addTagCollision(VlanTagKey const& tag) {
+      if (auto text = tagCollision(host_, tag); !text.empty()) {
+         fact("tag collision", formatted("{} is {}", formatTag(tag), text));
       }
    }
 

@@ -36,7 +36,7 @@ class WordProblems {
    }
 
  private:
-   // What the tables of the chip take over at the next version of the port map.
+   // What the tables of the chip take over when the port map is valid again.
    void addWaiting() {
       auto const& pipeline = host_.inLifFeatures();
       std::multimap<DefaultMappingKey, LifFeatureWord> ofPlaces;

@@ -34,15 +34,36 @@ std::string tagCollision(Host const& host, VlanTagKey const& tag) {
    std::set<std::string> ports;
    for (auto const& [key, present] : users->xlateIter()) {
       VlanXlate means = host.vlanTags().vlanXlateStatus->vlanXlate(key);
-      if (means.subIntf != IntfId()) {
+      if (Plexus::SubIntfId::parentIntfId(means.subIntf) == key.phyIntf) {
          subIntfs.insert(means.subIntf.name());
       }
       if (means.vlan.value() != 0) {
          ports.insert(key.phyIntf.name());
       }
    }
-   return formatted("the tag of {}, and a VLAN that {} carr{}", listed(subIntfs), listed(ports),
+   std::set<std::string> others; // which do not have the tag on these ports, but an entry with it
+   for (auto const& [request, present] : users->requestIter()) {
+      std::string const& name = request.intfId().name();
+      if (Plexus::SubIntfId::isSubIntfId(request.intfId()) && !subIntfs.contains(name)) {
+         others.insert(name);
+      }
+   }
+   std::string tagOf = subIntfs.empty() ? "" : " of " + listed(subIntfs);
+   tagOf += subIntfs.empty() || others.empty() ? "" : " and";
+   tagOf += others.empty() ? "" : " of the entry for " + listed(others);
+   return formatted("the tag{}, and a VLAN that {} carr{}", tagOf, listed(ports),
                     ports.size() == 1 ? "ies" : "y");
+}
+
+VlanTagKey tagOfSubIntf(Host const& host, IntfId subIntf) {
+   IntfId port = Plexus::SubIntfId::parentIntfId(subIntf);
+   auto const& tags = host.vlanTags();
+   bool there = host.world().subIntfConfigDir->subIntfConfigHas(subIntf) &&
+                !Plexus::PortChannelIntfId::isPortChannelIntfId(port);
+   auto unit = there ? tags.intfToFapIdStatus->intfToFapCollection().find(port) : std::nullopt;
+   return unit ? VlanTagKey{*unit, host.world().encapsulation(subIntf).outer,
+                            tags.intfToVlanDomainStatus->vlanDomain(port)}
+               : VlanTagKey();
 }
 
 } // namespace ShoalHost

@@ -12,4 +12,7 @@ namespace ShoalHost {
 // named. "" when only one of these is so.
 std::string tagCollision(Host const& host, Hardware::ShoalTunnel::VlanTagKey const& tag);
 
+// Where the tag of a port's sub-interface counts; the null unit: nowhere.
+Hardware::ShoalTunnel::VlanTagKey tagOfSubIntf(Host const& host, IntfId subIntf);
+
 } // namespace ShoalHost

@@ -25,7 +25,7 @@ class VlanTags {
       return {key.fapId(), fields.vlanId(), fields.vlanDomain()};
    }
 
-   // Whose entry it is; null: nobody's.
+   // Who uses the entry's tag in its VLAN domain; null: nobody.
    Orv::Ptr<Hardware::ShoalTunnel::VlanTagUsers const>
    usersOf(Hardware::ShoalTunnel::AradSemKeyAndFap key) const {
       return vlanTagMap->vlanTag(tagOf(key));

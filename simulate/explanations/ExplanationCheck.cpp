@@ -76,7 +76,7 @@ void ExplanationCheck::checkOtherProblems(Findings& findings, Listed const& list
    bool waits = !host_.world().shoalStatus->portMapValid();
    Listed expected;
    for (auto const& [tag, users] : model_.vlanTags.users()) {
-      if (VlanTagModel::collide(users)) {
+      if (model_.vlanTags.collide(tag)) {
          expected[formatTag(tag)] = "It is " + collisionOf(model_.vlanTags, tag) + ".";
       }
    }

@@ -34,8 +34,11 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
    }
    std::string key;
    std::string collision;
+   bool shared = false; // an entry of the shared ones is told
    auto endEntry = [&] {
-      require(!isem_ || collision == tagCollisionAt(key), "wrong on a collision: ", key);
+      auto tag = tagAt(key);
+      shared |= tag.has_value();
+      require(!tag || collision == collisionAt(*tag), "wrong on a collision: ", key);
    };
    for (auto const& [label, line] : explanation.facts) {
       if (label.ends_with("entry")) {
@@ -48,6 +51,8 @@ std::vector<std::string> RequestTruth::untruths(Explanation const& explanation) 
       require(isFact(label, line) && isEntryEvent(label, line, key), "untrue: ", label, ": ", line);
    }
    endEntry();
+   require(shared || collision == collisionAt(tags_.pairOf(request_.intfId())),
+           "wrong on a collision of its tag");
    auto says = [&](char const* words) { return text.find(words) != std::string::npos; };
    for (Entry const& entry : wanted_) {
       // What it holds instead.

@@ -82,7 +82,9 @@ class RequestTruth {
    bool isEntryEvent(std::string const& label, std::string const& text,
                      std::string const& key) const;
    // What is told of a shared entry whose tag has two meanings, by its printed key; or nothing.
-   std::string tagCollisionAt(std::string const& key) const;
+   // The tag that an entry of this name matches; none: it is not a shared entry's.
+   std::optional<VlanTagModel::Pair> tagAt(std::string const& key) const;
+   std::string collisionAt(VlanTagModel::Pair const& tag) const;
    bool isCause(std::string const& why, std::string const& time) const;
    bool inHardware() const;
    bool findLack() const;

@@ -387,15 +387,18 @@ bool RequestTruth::isEntryEvent(std::string const& label, std::string const& tex
    return true;
 }
 
-std::string RequestTruth::tagCollisionAt(std::string const& key) const {
-   auto fields = tags_.collides() ? fit(key, "(vlan %, domain %, unit %)") : std::nullopt;
+std::optional<VlanTagModel::Pair> RequestTruth::tagAt(std::string const& key) const {
+   auto fields = isem_ ? fit(key, "(vlan %, domain %, unit %)") : std::nullopt;
    if (!fields) {
-      return "";
+      return std::nullopt;
    }
    auto number = [&](std::size_t at) { return static_cast<uint16_t>(std::stoul((*fields)[at])); };
-   std::string text =
-       collisionOf(tags_, {FapId(number(2)), number(0), Hardware::Shoal::VlanDomain(number(1))});
-   return text.empty() ? "" : "it is " + text;
+   return VlanTagModel::Pair{FapId(number(2)), number(0), Hardware::Shoal::VlanDomain(number(1))};
+}
+
+std::string RequestTruth::collisionAt(VlanTagModel::Pair const& tag) const {
+   std::string text = collisionOf(tags_, tag);
+   return text.empty() ? "" : formatTag(tag) + " is " + text;
 }
 
 bool RequestTruth::isEntryFact(std::string const& text) const {

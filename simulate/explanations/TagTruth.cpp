@@ -20,21 +20,33 @@ std::string firstThree(std::set<std::string> const& names) {
 } // namespace
 
 std::string collisionOf(VlanTagModel const& tags, VlanTagModel::Pair const& tag) {
-   auto users = tags.users().find(tag);
-   if (users == tags.users().end() || !VlanTagModel::collide(users->second)) {
+   if (!tags.collide(tag)) {
       return "";
    }
    std::set<std::string> subIntfs;
    std::set<std::string> ports;
-   for (auto const& [key, meaning] : users->second) {
-      if (meaning.subIntf != IntfId()) {
+   for (auto const& [key, meaning] : tags.users().find(tag)->second) {
+      if (VlanTagModel::isSubIntfOf(key, meaning)) {
          subIntfs.insert(meaning.subIntf.name());
       }
       if (meaning.vlan.value() != 0) {
          ports.insert(key.phyIntf.name());
       }
    }
-   return "the tag of " + firstThree(subIntfs) + ", and a VLAN that " + firstThree(ports) +
+   std::set<std::string> ofEntry;
+   for (IntfId subIntf : tags.subIntfsOfEntry(tag)) {
+      if (!subIntfs.contains(subIntf.name())) {
+         ofEntry.insert(subIntf.name());
+      }
+   }
+   std::string text = "the tag";
+   if (!subIntfs.empty()) {
+      text += " of " + firstThree(subIntfs) + (ofEntry.empty() ? "" : " and");
+   }
+   if (!ofEntry.empty()) {
+      text += " of the entry for " + firstThree(ofEntry);
+   }
+   return text + ", and a VLAN that " + firstThree(ports) +
           (ports.size() == 1 ? " carries" : " carry");
 }
 

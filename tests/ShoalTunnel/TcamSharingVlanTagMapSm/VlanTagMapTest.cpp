@@ -36,7 +36,7 @@ class VlanTagMapTest : public testing::Test {
       for (int i = 0; i < kPorts; ++i) {
          place(i, true);
          fap->intfToFapIs(port(i), FapId(1));
-         domain->vlanDomainIs(port(i), VlanDomain(static_cast<uint8_t>(i % 2)));
+         domain->vlanDomainIs(port(i), VlanDomain(static_cast<uint8_t>(1 + i % 2)));
       }
       for (int i : {1, 2}) {
          lags->lagPhyIntfConfigIs(lag(i));
@@ -103,7 +103,7 @@ class VlanTagMapTest : public testing::Test {
       common->tcamRequestToIsemKeyMappingIs(request, {key.key(), request.fapId()});
    }
 
-   // "5/1: Ethernet1+v, Ethernet3+s !", a line for each pair (tag/domain of unit 1), in order:
+   // "5/2: Ethernet1+v, Ethernet3+s !", a line for each pair (tag/domain of unit 1), in order:
    // s: a sub-interface's tag there, v: a VLAN, r: an internal VLAN, x: they collide on the port,
    // !: in the domain. Requests as their interface.
    std::string published() const {
@@ -160,34 +160,63 @@ class VlanTagMapTest : public testing::Test {
 
 TEST_F(VlanTagMapTest, WhatATagMeansAndWhereItCollides) {
    tags(sub(port(0), 1), 5);
-   EXPECT_EQ(published(), "5/0: Ethernet0+s\n");
+   EXPECT_EQ(published(), "5/1: Ethernet0+s\n");
    // A VLAN of that number, in another domain, then in the same on another port.
    vlan(port(1), 5);
-   EXPECT_EQ(published(), "5/0: Ethernet0+s\n5/1: Ethernet1+v\n");
+   EXPECT_EQ(published(), "5/1: Ethernet0+s\n5/2: Ethernet1+v\n");
    vlan(port(2), 5);
-   EXPECT_EQ(published(), "5/0: Ethernet0+s Ethernet2+v !\n5/1: Ethernet1+v\n");
+   EXPECT_EQ(published(), "5/1: Ethernet0+s Ethernet2+v !\n5/2: Ethernet1+v\n");
    vlan(port(2), 5, false);
    vlan(port(1), 5, false);
    // One inner tag each: no collision. The same tags twice: one.
    tags(sub(port(0), 2), 5, 7);
-   EXPECT_EQ(published(), "5/0: Ethernet0+s\n");
+   EXPECT_EQ(published(), "5/1: Ethernet0+s\n");
    assigned->dot1qEncapIs(sub(port(0), 2), {5, 0});
-   EXPECT_EQ(published(), "5/0: Ethernet0+sx\n");
+   EXPECT_EQ(published(), "5/1: Ethernet0+sx\n");
    assigned->dot1qEncapDel(sub(port(0), 2));
    internal->internalVlanIdIs(port(0), VlanIdOrNone(5));
-   EXPECT_EQ(published(), "5/0: Ethernet0+srx\n");
+   EXPECT_EQ(published(), "5/1: Ethernet0+srx\n");
    internal->internalVlanIdIs(port(0), VlanIdOrNone(6));
    untagged->untaggedVlanIs(port(0), VlanIdOrNone(6));
-   EXPECT_EQ(published(), "5/0: Ethernet0+s\n6/0: Ethernet0+vrx\n");
+   EXPECT_EQ(published(), "5/1: Ethernet0+s\n6/1: Ethernet0+vrx\n");
+}
+
+// Its entry is in the domain of the port-channel, which only the entry tells.
+TEST_F(VlanTagMapTest, ASubInterfaceOfAPortChannelCollidesThroughItsEntry) {
+   join(1, 0);
+   tags(sub(lag(1), 1), 5);
+   vlan(port(1), 5);
+   vlan(port(2), 5);
+   EXPECT_EQ(published(), "5/1: Ethernet0+s Ethernet2+v\n5/2: Ethernet1+v\n");
+   TcamSharingRequest request(sub(lag(1), 1), FapId(1));
+   entry(request, 5, 2);
+   EXPECT_EQ(published(), "5/1: Ethernet0+s Ethernet2+v\n5/2: Ethernet1+v PortChannel1.1 !\n");
+   start(2);
+   EXPECT_EQ(published(), "5/1: Ethernet0+s Ethernet2+v\n5/2: Ethernet1+v PortChannel1.1 !\n");
+   entry(request, 0, 0);
+   EXPECT_EQ(published(), "5/1: Ethernet0+s Ethernet2+v\n5/2: Ethernet1+v\n");
+}
+
+TEST_F(VlanTagMapTest, PortsWithoutADomainShareNone) {
+   tags(sub(port(0), 1), 5);
+   vlan(port(2), 5);
+   for (int i : {0, 2}) {
+      domain->vlanDomainDel(port(i));
+   }
+   EXPECT_EQ(published(), "5/0: Ethernet0+s Ethernet2+v\n");
+   for (int i : {0, 2}) {
+      domain->vlanDomainIs(port(i), VlanDomain(3));
+   }
+   EXPECT_EQ(published(), "5/3: Ethernet0+s Ethernet2+v !\n");
 }
 
 TEST_F(VlanTagMapTest, APairComesAlongAndGoesWithItsLastUser) {
    TcamSharingRequest request(sub(port(0), 1), FapId(1));
    tags(sub(port(0), 1), 5);
-   entry(request, 5, 0);
-   EXPECT_EQ(published(), "5/0: Ethernet0+s Ethernet0.1\n");
+   entry(request, 5, 1);
+   EXPECT_EQ(published(), "5/1: Ethernet0+s Ethernet0.1\n");
    domain->vlanDomainIs(port(0), VlanDomain(9));
-   EXPECT_EQ(published(), "5/0: Ethernet0.1\n5/9: Ethernet0+s\n");
+   EXPECT_EQ(published(), "5/1: Ethernet0.1\n5/9: Ethernet0+s\n");
    entry(request, 5, 9);
    EXPECT_EQ(published(), "5/9: Ethernet0+s Ethernet0.1\n");
    fap->intfToFapIs(port(0), FapId(2));
@@ -218,7 +247,7 @@ TEST_F(VlanTagMapTest, AVersionTakesNothingFromWhatStays) {
    status->portMapValidIs(true);
    EXPECT_EQ(published(), before);
    version();
-   EXPECT_EQ(published(), "5/1: Ethernet1+s\n7/1: Ethernet1+v\n");
+   EXPECT_EQ(published(), "5/2: Ethernet1+s\n7/2: Ethernet1+v\n");
    EXPECT_THAT(deletions.changed, ElementsAre(7, 5));
    // A machine that is built again keeps what is still so, and removes what is not.
    for (int machine : {0, 1, 2, -1}) {
@@ -232,7 +261,7 @@ TEST_F(VlanTagMapTest, AVersionTakesNothingFromWhatStays) {
    tags(sub(port(1), 1), 6);
    vlan(port(1), 6);
    start();
-   EXPECT_EQ(published(), "6/1: Ethernet1+svx !\n7/1: Ethernet1+v\n");
+   EXPECT_EQ(published(), "6/2: Ethernet1+svx !\n7/2: Ethernet1+v\n");
 }
 
 // A handler that undoes a change while it is being published.
@@ -250,13 +279,13 @@ TEST_F(VlanTagMapTest, AHandlerMayUndoWhatItIsToldOf) {
    } handler;
    pairs->vlanTagCollection().watch(handler);
    TcamSharingRequest request(sub(port(1), 1), FapId(1));
-   entry(request, 5, 0);
+   entry(request, 5, 1);
    std::string const before = published();
-   handler.undo = [&] { domain->vlanDomainIs(port(0), VlanDomain(0)); };
+   handler.undo = [&] { domain->vlanDomainIs(port(0), VlanDomain(1)); };
    handler.at = 5;
    domain->vlanDomainIs(port(0), VlanDomain(9));
    EXPECT_EQ(published(), before);
-   handler.undo = [&] { entry(request, 5, 0); };
+   handler.undo = [&] { entry(request, 5, 1); };
    handler.at = 5;
    entry(request, 5, 9);
    EXPECT_EQ(published(), before);
@@ -319,10 +348,16 @@ class VlanTagMapHistory : public VlanTagMapTest {
          }
          break;
       case 7:
-         domain->vlanDomainIs(port(anyPort()), VlanDomain(static_cast<uint8_t>(draw(3))));
+         if (draw(3) != 0) {
+            domain->vlanDomainIs(port(anyPort()), VlanDomain(static_cast<uint8_t>(draw(3))));
+         } else if (uint32_t unit = draw(3); unit != 0) {
+            fap->intfToFapIs(port(anyPort()), FapId(unit));
+         } else {
+            fap->intfToFapDel(port(anyPort()));
+         }
          break;
       case 8:
-         entry({anySub(), FapId(1)}, anyTag(), static_cast<uint8_t>(draw(3)));
+         entry({anySub(), FapId(1 + draw(2))}, anyTag(), static_cast<uint8_t>(draw(3)));
          break;
       case 9:
          movePort();
@@ -341,13 +376,21 @@ class VlanTagMapHistory : public VlanTagMapTest {
             if (!meaning.empty() && fap->intfToFapHas(port(i))) {
                VlanTagKey pair{fap->intfToFap(port(i)), tag, domain->vlanDomain(port(i))};
                users[pair].insert(port(i).name() + "+" + meaning);
-               kinds[pair].insert(meaning.begin(), meaning.end());
+               std::set<char> kindsHere(meaning.begin(), meaning.end());
+               if (auto subIntfs = subIntfsOf(i, of, tag);
+                   !subIntfs.empty() &&
+                   Plexus::SubIntfId::parentIntfId(subIntfs.begin()->first) != port(i)) {
+                  kindsHere.erase('s'); // it counts through its request
+               }
+               kinds[pair].merge(kindsHere);
             }
          }
       }
       for (auto const& [request, key] : common->tcamRequestToIsemKeyMappingIter()) {
          AradISemKeyTcamSharing fields(key.key());
-         users[{key.fapId(), fields.vlanId(), fields.vlanDomain()}].insert(request.intfId().name());
+         VlanTagKey pair{key.fapId(), fields.vlanId(), fields.vlanDomain()};
+         users[pair].insert(request.intfId().name());
+         kinds[pair].insert('s');
       }
       std::map<VlanTagKey, std::string> lines;
       for (auto const& [pair, names] : users) {
@@ -355,14 +398,15 @@ class VlanTagMapHistory : public VlanTagMapTest {
             lines[pair] += " " + name;
          }
          bool both = kinds[pair].contains('s') && kinds[pair].contains('v');
-         lines[pair] += both ? " !" : "";
+         lines[pair] += both && pair.vlanDomain != VlanDomain() ? " !" : "";
       }
       return text(lines);
    }
 
  private:
-   std::string meaningOf(int i, IntfId of, uint16_t tag) const {
-      std::multiset<Bridging::Dot1qEncap> encaps;
+   // Those of the port and of its port-channel that have the tag.
+   std::map<IntfId, Bridging::Dot1qEncap> subIntfsOf(int i, IntfId of, uint16_t tag) const {
+      std::map<IntfId, Bridging::Dot1qEncap> found;
       for (IntfId parent : {port(i), of}) {
          for (int s = 1; s < 4 && parent != IntfId(); ++s) {
             auto config = configs->subIntfConfig(sub(parent, s));
@@ -372,9 +416,16 @@ class VlanTagMapHistory : public VlanTagMapTest {
             auto atRunTime = assigned->dot1qEncap(sub(parent, s));
             auto encap = atRunTime.isZero() ? config->dot1qEncap() : atRunTime;
             if (encap.outer == tag) {
-               encaps.insert(encap);
+               found[sub(parent, s)] = encap;
             }
          }
+      }
+      return found;
+   }
+   std::string meaningOf(int i, IntfId of, uint16_t tag) const {
+      std::multiset<Bridging::Dot1qEncap> encaps;
+      for (auto const& [subIntf, encap] : subIntfsOf(i, of, tag)) {
+         encaps.insert(encap);
       }
       IntfId member = of == IntfId() ? port(i) : of;
       bool carries = untagged->untaggedVlan(member).value() == tag ||

@@ -33,6 +33,7 @@ TEST(VlanTagScenarioTest, ACollisionIsAProblemWithBothSides) {
    struct {
       std::string scenario;
       char const* ports; // that carry the VLAN; null: it does not collide
+      char const* whose = "u/0/Ethernet0.5";
    } const cases[] = {
        {request + "tagged-vlan u/0/Ethernet0 5 on\n", "u/0/Ethernet0 carries"},
        {other + "tagged-vlan u/0/Ethernet4 5 on\n", "u/0/Ethernet4 carries"},
@@ -41,23 +42,37 @@ TEST(VlanTagScenarioTest, ACollisionIsAProblemWithBothSides) {
         "u/0/Ethernet0, u/0/Ethernet4 carry"},
        {other + "tagged-vlan u/0/Ethernet4 5 on\nvlan-domain u/0/Ethernet4 10\n", nullptr},
        {other + "tagged-vlan u/0/Ethernet4 5 on\ntagged-vlan u/0/Ethernet4 5 off\n", nullptr},
-       {other + "tagged-vlan u/0/Ethernet4 5 on\nencapsulation X none\n", nullptr},
+       {other + "tagged-vlan u/0/Ethernet4 5 on\nencapsulation X none\n", "u/0/Ethernet4 carries",
+        "the entry for u/0/Ethernet0.5"},
        {other + "tagged-vlan u/0/Ethernet4 5 on\nmember u/0/PortChannel1 add u/0/Ethernet4\n",
         nullptr},
    };
-   for (auto const& [scenario, ports] : cases) {
+   for (auto const& [scenario, ports, whose] : cases) {
       Result result = run(named(scenario + "problems\nshow vlan-tags\nexplain X own"));
       EXPECT_EQ(result.code, 0) << scenario << result.errors;
       if (ports == nullptr) {
          EXPECT_THAT(result.out, Not(HasSubstr("It is the tag of"))) << scenario;
          EXPECT_THAT(result.out, Not(HasSubstr("tag collision"))) << scenario;
       } else {
-         std::string both = std::string("the tag of u/0/Ethernet0.5, and a VLAN that ") + ports;
+         std::string both = std::string("the tag of ") + whose + ", and a VLAN that " + ports;
          EXPECT_THAT(result.out, HasSubstr("VLAN tag 5 in domain 9 of unit 0")) << scenario;
          EXPECT_THAT(result.out, HasSubstr("It is " + both + ".\n")) << scenario;
-         EXPECT_THAT(result.out, HasSubstr("  tag collision: it is " + both + "\n")) << scenario;
+         EXPECT_THAT(result.out, HasSubstr("  tag collision: VLAN tag 5 in domain 9 of unit 0 is " +
+                                           both + "\n"))
+             << scenario;
       }
    }
+}
+
+// On a unit that shares through in-LIFs no shared entry has the tag.
+TEST(VlanTagScenarioTest, ACollisionIsToldOnAUnitWithoutSharedEntries) {
+   Result result = run(named("vlan-domain u/3/Ethernet0 9\n"
+                             "tagged-vlan u/3/Ethernet0 5 on\nrequest acl u/3/Ethernet0.5 own 5\n"
+                             "settle\nexplain u/3/Ethernet0.5 own"));
+   EXPECT_THAT(result.out,
+               HasSubstr("  tag collision: VLAN tag 5 in domain 9 of unit 3 is the tag of "
+                         "u/3/Ethernet0.5, and a VLAN that u/3/Ethernet0 carries\n"))
+       << result.errors;
 }
 
 TEST(VlanTagScenarioTest, BadVlansAreErrors) {
