@@ -18,33 +18,6 @@ class Condition : public Compared {
    Check check_;
 };
 
-// Finds members that were removed and have come back by the next comparison.
-template<class Collection>
-class Unbroken : public Compared {
- public:
-   using Key = typename Collection::Key;
-   explicit Unbroken(Collection const& collection)
-       : collection_(collection), watcher_([this](Key const& key) {
-            if (!collection_.has(key)) {
-               removed_.insert(key);
-            }
-         }) {
-      collection.watch(watcher_);
-   }
-   void compare(Findings& findings, Extent) override {
-      for (Key const& key : std::exchange(removed_, {})) {
-         if (collection_.has(key)) {
-            findings.add("removals", key, " was removed and is there again");
-         }
-      }
-   }
-
- private:
-   Collection const& collection_;
-   Watcher<Key> watcher_;
-   std::set<Key> removed_;
-};
-
 auto policyOf(TcamSharingRequest, SharingModel::Output const& output) {
    return output.policy;
 }
@@ -126,11 +99,6 @@ ComparedTable<K, V>& Comparison::add(char const* check) {
 
 void Comparison::addCondition(std::function<void(Findings&, Extent)> check) {
    parts_.push_back(std::make_unique<Condition>(std::move(check)));
-}
-
-template<class Collection>
-void Comparison::addUnbroken(Collection const& collection) {
-   parts_.push_back(std::make_unique<Unbroken<Collection>>(collection));
 }
 
 void Comparison::addSharing(SharingPipeline const& pipeline, SharingModel const& model) {
@@ -361,8 +329,6 @@ void Comparison::addChipWords(FeaturePipeline const& pipeline) {
    add<SubIntfMappingKey, uint64_t>("words of sub-interfaces in the chip's table")
        .expect(model_.chipWords.ofSubIntfs())
        .read(pipeline.subIntfMappingConfig->configCollection(), wordOf);
-   addUnbroken(pipeline.defaultMappingConfig->configCollection());
-   addUnbroken(pipeline.subIntfMappingConfig->configCollection());
 }
 
 void Comparison::addFeatures(FeaturePipeline const& pipeline) {

@@ -35,8 +35,6 @@ class Comparison {
    void addFeatures(FeaturePipeline const& pipeline);
    template<class K, class V>
    ComparedTable<K, V>& add(char const* check);
-   template<class Collection>
-   void addUnbroken(Collection const& collection);
    void addCondition(std::function<void(Findings&, Extent)> check);
 
    AgentHost& host_;
