@@ -1,11 +1,11 @@
 // Publishes what each tag means on each physical interface that carries it: a sub-interface, a
 // VLAN, the internal VLAN of a routed port; and whether two meanings collide.
 //
-// The tags of a port-channel's sub-interfaces and its internal VLAN count on each of its members. An
-// internal VLAN counts also on a port without a place in the port map.
-// Follows the tables of VlanPhyIntfConfigSm, tags, membership and internal VLANs. Null directories
-// read as empty. Ready after construction; keeps what an earlier machine published, as far as it is
-// still so. Event thread only.
+// The tags of a port-channel's sub-interfaces and its internal VLAN count on each of its members.
+// An internal VLAN counts also on a port without a place in the port map. Follows the tables of
+// VlanPhyIntfConfigSm, tags, membership and internal VLANs. Null directories read as empty. Ready
+// after construction; keeps what an earlier machine published, as far as it is still so. Event
+// thread only.
 #pragma once
 
 #include "platform/IntfVlanId/Table.h"
