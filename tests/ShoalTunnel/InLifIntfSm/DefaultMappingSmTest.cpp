@@ -44,18 +44,19 @@ class DefaultMappingTest : public testing::Test {
       }
    }
    void version() { status->portMapVersionIs(status->portMapVersion() + 1); }
-   // "0:5 2:7": place and data0, in order of place.
-   std::string written() const {
+   // data0 by place.
+   std::map<uint16_t, uint64_t> inChip() const {
       std::map<uint16_t, uint64_t> words;
       for (auto const& [at, word] : config->configIter()) {
          EXPECT_EQ(word.value >> 16, 1U << 16);
          words[at.place().fapPortId] = word.value & 0xffff;
       }
-      return text(words);
+      return words;
    }
-   static std::string text(std::map<uint16_t, uint64_t> const& words) {
+   // "0:5 2:7", in order of place.
+   std::string written() const {
       std::string text;
-      for (auto const& [at, word] : words) {
+      for (auto const& [at, word] : inChip()) {
          text += (text.empty() ? "" : " ") + std::to_string(at) + ":" + std::to_string(word);
       }
       return text;
@@ -132,19 +133,26 @@ TEST_F(DefaultMappingTest, NothingIsWrittenWhileThePortMapIsNotValid) {
    EXPECT_EQ(subIntfConfig->configs(), 0U);
 }
 
-// Also what earlier machines left.
-TEST_F(DefaultMappingTest, WhatIsWrittenIsWhatTheFactsSay) {
-   std::mt19937 random(3);
-   auto draw = [&](int bound) { return static_cast<int>(random() % static_cast<uint32_t>(bound)); };
-   std::string before;
-   for (int i = 0; i < 4000; ++i) {
-      switch (draw(7)) {
+// Random facts. Machines come after others, and now and then a handler of what is written changes
+// a fact, too.
+class DefaultMappingHistory : public DefaultMappingTest {
+ public:
+   DefaultMappingHistory() { config->configCollection().watch(interference_); }
+
+   void step() {
+      mover_.reset();
+      change(draw(8));
+   }
+   void change(int what) {
+      switch (what) {
       case 0:
       case 1:
-         word(draw(kPorts), static_cast<uint16_t>(draw(4)));
+         mover_ = draw(kPorts);
+         word(*mover_, static_cast<uint16_t>(draw(4)));
          break;
       case 2:
-         sit(draw(kPorts), draw(kPorts + 1)); // the last has no place
+         mover_ = draw(kPorts);
+         sit(*mover_, draw(kPorts + 1)); // the last has no place
          break;
       case 3:
          status->portMapIs(SystemPhyPortId(static_cast<uint32_t>(draw(kPorts))),
@@ -156,24 +164,105 @@ TEST_F(DefaultMappingTest, WhatIsWrittenIsWhatTheFactsSay) {
       case 5:
          version();
          break;
+      case 6:
+         subIntfWord({IntfId("Ethernet0.1"), SystemTcamId(static_cast<uint32_t>(draw(2)))},
+                     static_cast<uint16_t>(draw(4)));
+         break;
       default:
          start();
       }
-      std::map<uint16_t, uint64_t> words;
-      bool shared = false;
+   }
+   void interfere() {
+      if (!interfering_ && draw(6) == 0) {
+         interfering_ = true;
+         change(draw(7));
+         interfering_ = false;
+         mover_.reset();
+         interfered_ = true;
+      }
+   }
+   void compare() {
+      if (status->portMapValid()) {
+         EXPECT_EQ(subIntfWords(), subIntfsWanted());
+         comparePlaces();
+      } else if (!interfered_) {
+         EXPECT_EQ(written(), written_);
+         EXPECT_EQ(subIntfWords(), subIntfWords_);
+      }
+      written_ = written();
+      subIntfWords_ = subIntfWords();
+      interfered_ = false;
+   }
+
+ private:
+   void subIntfWord(InLifIntfKey key, uint16_t value) {
+      if (value == 0) {
+         subIntfs->lifFeatureAttrDel(key);
+      } else {
+         subIntfs->lifFeatureAttrIs(key, {value, 0, 1});
+      }
+   }
+   std::map<uint64_t, uint64_t> subIntfWords() const {
+      std::map<uint64_t, uint64_t> words;
+      for (auto const& [key, word] : subIntfConfig->configIter()) {
+         words[key.tcamId().value()] = word.value & 0xffff;
+      }
+      return words;
+   }
+   std::map<uint64_t, uint64_t> subIntfsWanted() const {
+      std::map<uint64_t, uint64_t> words;
+      for (auto const& [key, word] : subIntfs->lifFeatureAttrIter()) {
+         words[key.tcamId().value()] = word.data0;
+      }
+      return words;
+   }
+   PortMap wanted(int of) const {
+      return merged->lifFeatureAttrHas(port(of)) ? status->portMap(status->sysPhyPortId(port(of)))
+                                                 : PortMap();
+   }
+   void comparePlaces() {
+      std::map<uint16_t, std::set<uint64_t>> words; // of two ports in one place, either
       for (int of = 0; of < kPorts; ++of) {
-         PortMap at = status->portMap(status->sysPhyPortId(port(of)));
-         if (merged->lifFeatureAttrHas(port(of)) && !at.isNull()) {
-            auto value = merged->lifFeatureAttr(port(of)).data0;
-            shared |= !words.try_emplace(at.fapPortId, value).second;
+         if (PortMap at = wanted(of); !at.isNull()) {
+            words[at.fapPortId].insert(merged->lifFeatureAttr(port(of)).data0);
          }
       }
-      if (!status->portMapValid()) {
-         ASSERT_EQ(written(), before) << "step " << i;
-      } else if (!shared) {
-         ASSERT_EQ(written(), text(words)) << "step " << i;
+      // The one that came last has it.
+      if (mover_ && wanted(*mover_) != stood_[*mover_] && !wanted(*mover_).isNull()) {
+         words[wanted(*mover_).fapPortId] = {merged->lifFeatureAttr(port(*mover_)).data0};
       }
-      before = written();
+      std::map<uint16_t, uint64_t> found = inChip();
+      EXPECT_EQ(found.size(), words.size());
+      for (auto const& [at, value] : found) {
+         EXPECT_TRUE(words[at].contains(value)) << written();
+      }
+      for (int of = 0; of < kPorts; ++of) {
+         stood_[of] = wanted(of);
+      }
+   }
+   int draw(int bound) { return static_cast<int>(random_() % static_cast<uint32_t>(bound)); }
+
+   std::mt19937 random_{3};
+   std::optional<int> mover_; // the port that the step moved, and nothing else
+   bool interfering_ = false;
+   bool interfered_ = false;
+   std::map<int, PortMap> stood_; // when the port map was valid last
+   std::string written_;
+   std::map<uint64_t, uint64_t> subIntfWords_;
+
+   struct Interference : Orv::Reactor<DefaultMappingKey> {
+      explicit Interference(DefaultMappingHistory* history) : of(history) {}
+      void handle(DefaultMappingKey const&) override { of->interfere(); }
+      DefaultMappingHistory* of;
+   };
+   Interference interference_{this};
+};
+
+TEST_F(DefaultMappingHistory, WhatIsWrittenIsWhatTheFactsSay) {
+   for (int i = 0; i < 8000 && !HasFailure(); ++i) {
+      SCOPED_TRACE(i);
+      step();
+      compare();
    }
 }
 

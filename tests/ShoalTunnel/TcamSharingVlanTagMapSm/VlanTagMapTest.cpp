@@ -226,6 +226,32 @@ TEST_F(VlanTagMapTest, APairComesAlongAndGoesWithItsLastUser) {
    EXPECT_EQ(published(), "");
 }
 
+// The pairs that went.
+struct Removals : Orv::Reactor<VlanTagKey> {
+   explicit Removals(TcamSharingVlanTagMap const& of) : map(of) {
+      map.vlanTagCollection().watch(*this);
+   }
+   void handle(VlanTagKey const& pair) override {
+      if (!map.vlanTag(pair)) {
+         tags.push_back(pair.vlanTag);
+      }
+   }
+   TcamSharingVlanTagMap const& map;
+   std::vector<uint16_t> tags;
+};
+
+// In both directions: the VLAN becomes the tag of a sub-interface, and back.
+TEST_F(VlanTagMapTest, APairStaysWhileItsTagChangesItsMeaning) {
+   vlan(port(0), 5);
+   tags(sub(lag(1), 1), 5);
+   Removals removals(*pairs);
+   join(1, 0);
+   EXPECT_EQ(published(), "5/1: Ethernet0+s\n");
+   leave(0);
+   EXPECT_EQ(published(), "5/1: Ethernet0+v\n");
+   EXPECT_THAT(removals.tags, ElementsAre());
+}
+
 // While the port map is being rewritten, nothing goes; with its version, what is gone.
 TEST_F(VlanTagMapTest, AVersionTakesNothingFromWhatStays) {
    for (int i : {0, 1}) {
@@ -233,11 +259,7 @@ TEST_F(VlanTagMapTest, AVersionTakesNothingFromWhatStays) {
       vlan(port(i), 7);
    }
    std::string const before = published();
-   struct Deletions : Orv::Reactor<VlanTagKey> {
-      void handle(VlanTagKey const& pair) override { changed.push_back(pair.vlanTag); }
-      std::vector<uint16_t> changed;
-   } deletions;
-   pairs->vlanTagCollection().watch(deletions);
+   Removals removals(*pairs);
    status->portMapValidIs(false);
    place(0, false);
    place(1, false);
@@ -248,12 +270,12 @@ TEST_F(VlanTagMapTest, AVersionTakesNothingFromWhatStays) {
    EXPECT_EQ(published(), before);
    version();
    EXPECT_EQ(published(), "5/2: Ethernet1+s\n7/2: Ethernet1+v\n");
-   EXPECT_THAT(deletions.changed, ElementsAre(7, 5));
+   EXPECT_THAT(removals.tags, ElementsAre(7, 5));
    // A machine that is built again keeps what is still so, and removes what is not.
    for (int machine : {0, 1, 2, -1}) {
-      deletions.changed.clear();
+      removals.tags.clear();
       start(machine);
-      EXPECT_THAT(deletions.changed, ElementsAre());
+      EXPECT_THAT(removals.tags, ElementsAre());
    }
    map = nullptr;
    xlate = nullptr;
@@ -307,7 +329,11 @@ class VlanTagMapHistory : public VlanTagMapTest {
    void interfere() {
       if (depth_ == 1 && draw(6) == 0) {
          ++depth_;
-         change(draw(9));
+         if (draw(10) == 0) {
+            renewPort(anyPort());
+         } else {
+            change(draw(9));
+         }
          --depth_;
       }
    }
@@ -459,11 +485,14 @@ class VlanTagMapHistory : public VlanTagMapTest {
          place(i, false);
          break;
       default:
-         status->sysPhyPortIdDel(port(i));
-         place(i, true);
-         if (status->portMapValid()) {
-            placed_.insert(i);
-         }
+         renewPort(i);
+      }
+   }
+   void renewPort(int i) {
+      status->sysPhyPortIdDel(port(i));
+      place(i, true);
+      if (status->portMapValid()) {
+         placed_.insert(i);
       }
    }
    // Its ports leave, and its list with the last members in it.
