@@ -79,7 +79,7 @@ std::vector<Rule> const& grammar() {
        {0.4, "port-channel", {"port-channel {lag} add", "port-channel {lag} remove"}},
        {3,
         "untagged-vlan",
-        {"untagged-vlan {port} {vlan}", "untagged-vlan {lag} {vlan}", "untagged-vlan {port} {vlan}",
+        {"untagged-vlan {port} {vlan}", "untagged-vlan {lag} {vlan}", "untagged-vlan {port} {tag}",
          "untagged-vlan {port} none", "untagged-vlan {lag} none"}},
        {2,
         "tagged-vlan",

@@ -234,8 +234,8 @@ void Recorder::machineGone(Machine machine, SharingPipeline* pipeline) {
    case Machine::vlanPorts:
       model_.vlanTags.portsMachineRestarts();
       break;
-   default: // follow from the tables, or are of in-LIF features: what they find when they stand
-            // again
+   default: // what these publish follows from the tables; those of in-LIF features are told of when
+            // they are built
       break;
    }
 }

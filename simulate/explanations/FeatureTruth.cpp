@@ -1,6 +1,8 @@
 #include "simulate/explanations/FeatureTruth.h"
 
 #include <algorithm>
+#include <set>
+#include <sstream>
 
 namespace Simulate {
 
@@ -103,8 +105,11 @@ bool FeatureTruth::isSentence(std::string const& sentence) const {
    if (auto parts = fit(sentence, "It leads to no word: %")) {
       return wanted_ && isUnreached((*parts)[0]);
    }
-   if (fits("In the word of %") || fits("In the words of %")) {
-      return inWords();
+   if (auto parts = fit(sentence, "In the word of %")) {
+      return inWords() && reached_.size() == 1 && isListOfReached((*parts)[0]);
+   }
+   if (auto parts = fit(sentence, "In the words of %")) {
+      return inWords() && reached_.size() > 1 && isListOfReached((*parts)[0]);
    }
    if (sentence == "In hardware") {
       return inWords() && inChip();
@@ -140,6 +145,32 @@ bool FeatureTruth::isSentence(std::string const& sentence) const {
    return sentence == "No directory asks for it any more: the one that did went without "
                       "withdrawing it" &&
           wanted_ && !asked();
+}
+
+// Three at most are named, in any order.
+bool FeatureTruth::isListOfReached(std::string list) const {
+   std::set<std::string> names;
+   for (IntfId intf : reached_) {
+      names.insert(intf.name());
+   }
+   if (names.size() > 3) {
+      std::string rest = " and " + std::to_string(names.size() - 3) + " more";
+      if (!list.ends_with(rest)) {
+         return false;
+      }
+      list.erase(list.size() - rest.size());
+   }
+   std::size_t told = 0;
+   std::istringstream words(list);
+   for (std::string name; words >> name; ++told) {
+      if (name.ends_with(',')) {
+         name.pop_back();
+      }
+      if (names.erase(name) == 0) {
+         return false;
+      }
+   }
+   return told == std::min<std::size_t>(reached_.size(), 3);
 }
 
 void FeatureTruth::findChip() {

@@ -74,6 +74,7 @@ class FeatureTruth {
    void findChip();
    // For a port, the VLAN interface of its own unit takes precedence over one without a unit.
    bool isNearest(IntfId port) const;
+   bool isListOfReached(std::string list) const;
    bool isUnreached(std::string const& why) const;
    bool isAbsent(std::string const& port, std::string const& why) const;
    bool isMissing(std::string const& why) const;
