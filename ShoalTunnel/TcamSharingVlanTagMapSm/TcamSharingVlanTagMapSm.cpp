@@ -67,7 +67,6 @@ void TcamSharingVlanTagMapSm::doRead() {
       }
       for (auto const& [key, present] : users->xlateIter()) {
          use_.set(key, Use{pair});
-         tagsOf_[key.phyIntf].insert(key.vlanTag);
       }
    }
 }

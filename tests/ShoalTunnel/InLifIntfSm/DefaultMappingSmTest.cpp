@@ -252,7 +252,10 @@ class DefaultMappingHistory : public DefaultMappingTest {
 
    struct Interference : Orv::Reactor<DefaultMappingKey> {
       explicit Interference(DefaultMappingHistory* history) : of(history) {}
-      void handle(DefaultMappingKey const&) override { of->interfere(); }
+      void handle(DefaultMappingKey const&) override {
+         EXPECT_TRUE(of->status->portMapValid());
+         of->interfere();
+      }
       DefaultMappingHistory* of;
    };
    Interference interference_{this};

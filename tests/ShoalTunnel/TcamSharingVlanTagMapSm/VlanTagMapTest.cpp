@@ -208,6 +208,14 @@ TEST_F(VlanTagMapTest, PortsWithoutADomainShareNone) {
       domain->vlanDomainIs(port(i), VlanDomain(3));
    }
    EXPECT_EQ(published(), "5/3: Ethernet0+s Ethernet2+v !\n");
+   // A new machine counts all users before it tells of collisions.
+   struct Changes : Orv::Reactor<VlanTagKey> {
+      void handle(VlanTagKey const&) override { ++count; }
+      int count = 0;
+   } changes;
+   pairs->collisionCollection().watch(changes);
+   start(2);
+   EXPECT_EQ(changes.count, 0);
 }
 
 TEST_F(VlanTagMapTest, APairComesAlongAndGoesWithItsLastUser) {
