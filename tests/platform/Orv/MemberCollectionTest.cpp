@@ -97,6 +97,18 @@ TEST_F(MemberCollectionTest, ReactorsOnAllAndOnOneInOrderOfRegistration) {
    EXPECT_EQ(change(make<MemberPort>(one)), "") << "in no collection";
 }
 
+TEST_F(MemberCollectionTest, AMemberThatIsReplacedTellsNoMore) {
+   MemberCollection<PortId, Ptr<MemberPort>> collection;
+   OnAll all(called, 'a');
+   collection.watchMembers(all);
+   auto replaced = make<MemberPort>(one);
+   auto now = make<MemberPort>(one);
+   collection.set(one, replaced);
+   collection.set(one, now);
+   EXPECT_EQ(change(replaced), "");
+   EXPECT_EQ(change(now), "a1");
+}
+
 TEST_F(MemberCollectionTest, AMemberThatLeavesDuringAChangeTellsNoMore) {
    auto a = onAll('a');
    auto b = onAll('b');
